@@ -1,0 +1,47 @@
+#pragma once
+// The two log files. theLog is the raw trace of the pipes, write_log appends one time-stamped line to the
+// event log. Both may be used on any thread. A log that cannot be opened stays silent: the program goes on.
+#include <cstdarg>
+#include <string>
+
+class Log {
+  public:
+    // Opens path write-only, created and truncated (append only makes each write go to the end).
+    // Refuses a final symbolic link and anything that is not a regular file.
+    Log(const char* path, bool append);
+    Log(const Log&) = delete;
+    Log& operator=(const Log&) = delete;
+    // Writes "^^^^ Close Log()\n", then closes as CloseFile does.
+    virtual ~Log();
+
+    // Opens another file as the constructor does; the file that was open is dropped, not closed.
+    void SetFile(const char* path, bool append);
+    // Writes "^^^^ Close Handle\n" and closes; nothing when no file is open.
+    void CloseFile();
+    // Exactly length bytes with one write, no stamp, no line end.
+    void Write1(const char* data, unsigned int length);
+    // printf into the file with one write.
+    void Print(const char* format, ...) __attribute__((format(printf, 2, 3)));
+    void ReallyPrint(const char* format, va_list args) __attribute__((format(printf, 2, 0)));
+
+  private:
+    int m_nFile = -1;
+};
+
+// The trace of the pipes, kPipeTracePath.
+extern Log theLog;
+
+// "HH:MM:SS message\n" appended to path. 0, or -1 when path or message is missing or path is empty.
+int write_log(const char* path, const char* message);
+
+// Where event-log lines and the trace of the pipes go.
+inline constexpr char kEventLogPath[] = "/tmp/Pondmark.log";
+inline constexpr char kPipeTracePath[] = "/tmp/NamePipe1.log";
+
+namespace relay_hub {
+
+// Composes one line with printf rules in the shared log buffer, bounded and under its mutex, and appends
+// it to the event log. Any thread.
+void log_event(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+}  // namespace relay_hub

@@ -1,0 +1,79 @@
+#pragma once
+// One channel to or from the link engine: a pair of FIFOs, base + "_IN" (requests) and base + "_OUT"
+// (answers), carrying frames of a 4-byte little-endian length and that many bytes.
+// As a client, an object frames a message, sends it and waits for the answer; as a server it runs the
+// listener thread that serves the engine's call-backs. Sends may be made on any thread but the window's:
+// they wait. One mutex spans each send on a base path, so two sends never share a FIFO. A send watches the
+// AbandonToken bound to its thread (abandon.h) in all its waits, the one for that mutex included.
+#include <cstdint>
+#include <string>
+
+inline constexpr char kCommandPipe[] = "/tmp/ZEV_KorvaleMarrowglint";
+inline constexpr char kNotifyPipe[] = "/tmp/ZEV_KorvaleMarrowglintNotify";
+inline constexpr unsigned int kPipeBufferSize = 10485760;
+
+// Values of the "kind" argument of the sends.
+inline constexpr unsigned int kCommandData = 1;
+inline constexpr unsigned int kUserData = 0;
+
+// Serves one call-back on the listener thread. body is the whole received body, marker included, and
+// zero-terminated; answer is zero-filled. Returns non-zero when the answer buffer is to be sent.
+using service_provider_t = unsigned int (*)(char* body, unsigned int length, char* answer,
+                                            unsigned int answer_size);
+
+class CNamePipeBase {
+  public:
+    CNamePipeBase();
+    // Sets the object's pipe name and the two class-wide sizes.
+    CNamePipeBase(std::string name, unsigned int in_size, unsigned int out_size);
+    virtual ~CNamePipeBase();
+    CNamePipeBase(const CNamePipeBase&) = delete;
+    CNamePipeBase& operator=(const CNamePipeBase&) = delete;
+
+    // The channel's own control commands. True when command was one of them.
+    virtual bool ServiceHandle(std::string command, std::string& result);
+
+    // Class-wide: the base path that the listener serves, and both sizes.
+    static void SetupParam(const char* name, unsigned int in_size, unsigned int out_size);
+    // Class-wide: who answers call-backs. Set once, before ListenForService.
+    static void SetServiceProvider(service_provider_t provider);
+    static void ResetStatus();
+    static bool IsUserData(const char* body);
+    static bool IsCommandData(const char* body);
+    static char* GetPureData(char* body);
+
+    // Send without an answer. False when the FIFOs are missing or nobody reads.
+    bool NPPostMessage(char* data, unsigned int size, const char* pipe, unsigned int kind);
+    bool NPPostMessage(std::string data, std::string pipe, unsigned int kind);
+    // Send and wait for the answer. False, with answer untouched, when the send or the wait failed or was
+    // abandoned. The character form fills at most answer_size bytes.
+    bool NPSendMessage(char* data, unsigned int size, char* answer, unsigned int answer_size,
+                       const char* pipe, unsigned int kind);
+    bool NPSendMessage(std::string data, std::string& answer, std::string pipe, unsigned int kind);
+
+    // Starts the listener thread on m_strPipeName. True on success.
+    bool ListenForService();
+    // Asks the listener to end (bounded: 1 s for the open) and waits for the thread, with a limit.
+    // True when the thread has ended; false when it still runs, and then the answer buffer is kept.
+    bool ExitListenService();
+
+    static std::uint32_t m_dwNPInputBufferSize;
+    static std::uint32_t m_dwNPOutputBufferSize;
+    static std::uint32_t m_dwNPOutputSize;
+    static std::string m_strResultData;
+    static std::string m_strPipeName;
+    static bool m_bExitFromListenLoop;
+
+  private:
+    std::string m_strOwnPipeName;
+};
+
+// The long-lived channel to the command pipe.
+extern CNamePipeBase NPClient_object;
+
+namespace relay_hub {
+
+// True while a send on base holds its channel, that is while an exchange is under way. Any thread.
+bool channel_busy(const std::string& base);
+
+}  // namespace relay_hub
