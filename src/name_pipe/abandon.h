@@ -2,6 +2,8 @@
 // How a wait on a pipe is given up. A token is an eventfd: whoever wants the wait to end calls
 // abandon(), from any thread and any number of times; the send that runs on the thread to which the
 // token is bound sees it in its polls, closes its FIFOs and returns false. A token stays abandoned.
+#include <atomic>
+
 #include "name_pipe/file_descriptor.h"
 
 namespace relay_hub {
@@ -14,10 +16,12 @@ class AbandonToken {
 
     void abandon();
     [[nodiscard]] bool abandoned() const;
-    // Readable once abandoned; borrowed, for poll().
+    // Readable once abandoned; borrowed, for poll(). -1 when the system had no descriptor left: then look at
+    // abandoned() between short waits.
     [[nodiscard]] int descriptor() const { return event_.get(); }
 
   private:
+    std::atomic<bool> abandoned_ = false;
     FileDescriptor event_;
 };
 
