@@ -1,0 +1,48 @@
+#pragma once
+// The argument block of one request. It lives on the caller's stack for the whole run; the caller fills the
+// request's own fields, builders only read them. state is shared with the worker (get_atomic, set_atomic).
+#include <pthread.h>
+
+#include <ctime>
+#include <string>
+#include <vector>
+
+#include "util/job_state.h"
+
+typedef struct _GtkWidget GtkWidget;
+
+// Command codes that the timing trace knows.
+inline constexpr int kCodeDriverList = 1;
+inline constexpr int kCodeFileList = 2;
+inline constexpr int kCodeSpecialPath = 4;
+inline constexpr int kCodeRemoteOnline = 6;
+inline constexpr int kCodeConnectionStatus = 7;
+inline constexpr int kCodeHeartbeat = 8;
+
+inline constexpr int kNoTimeLimit = -1;
+
+struct __send_args {
+    std::string list_path;
+    std::string list_path_hex;
+    std::string source_path;
+    std::string source_path_hex;  // rename: the old full path
+    std::string target_path;
+    std::string target_path_hex;  // rename: the new full path
+    // The items of a copy or trash request, walked in step. Texts of times and sizes are the list's
+    // hidden columns; a list that is shorter counts as ended.
+    std::vector<std::string> item_paths;
+    std::vector<std::string> item_paths_hex;
+    std::vector<int> item_types;  // 0 file, 1 folder
+    std::vector<std::string> item_creation_times;
+    std::vector<std::string> item_access_times;
+    std::vector<std::string> item_modification_times;
+    std::vector<std::string> item_sizes;
+
+    int task_kind = TASK_COPY;  // the operation: 0 copy, 2 delete, 3 rename, 4 create folder
+    int state = kStateRunning;
+    GtkWidget* parent_window = nullptr;  // the overwrite question opens over it
+    pthread_t worker{};
+    int timeout_seconds = kNoTimeLimit;
+    std::time_t started_at = 0;
+    int command_code = 0;
+};

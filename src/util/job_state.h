@@ -1,0 +1,62 @@
+#pragma once
+// The state of a job or request, and the record of a local job. A state is one int that the window and a
+// worker share; it is read and written only through get_atomic and set_atomic, from any thread.
+#include <pthread.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+// Values of a state.
+inline constexpr int kStateRunning = 0;
+inline constexpr int kStatePaused = 1;
+inline constexpr int kStateFinished = 2;
+inline constexpr int TASK_CANCEL = 3;
+
+// Task kinds; the last two are kinds of remote requests only.
+inline constexpr int TASK_COPY = 0;
+inline constexpr int TASK_MOVE = 1;
+inline constexpr int TASK_DEL = 2;
+inline constexpr int kTaskRename = 3;
+inline constexpr int kTaskCreateFolder = 4;
+
+// Stores value under the one process-wide mutex and wakes the main loop, so that whoever waits for a state
+// in a blocking main-loop turn looks again. Returns 0.
+int set_atomic(volatile int* where, int value);
+// Sets the state to 3 unless it is already 2 or more; returns true when it did. Wakes like set_atomic.
+bool cancel_atomic(volatile int* where);
+int get_atomic(volatile int* where);
+
+// One entry that a local job could not handle.
+struct __task_failure {
+    std::string path;
+    std::string reason;
+};
+
+// The record of one local copy or delete. The window fills it, the worker reads it and writes state,
+// finished and failures; failures are read by the window after the join only.
+struct __task_list {
+    pthread_t worker{};
+    int state = kStateRunning;
+    int task_kind = TASK_COPY;
+    int worker_done = 0;             // 1 once the thread body has nothing more to do; get_atomic / set_atomic
+    std::vector<std::string> items;  // copy: full source paths; delete: entry names
+    std::string folder;              // copy: destination folder; delete: the folder that holds the names
+    std::uint64_t total = 0;
+    std::uint64_t done = 0;
+    std::vector<__task_failure> failures;
+};
+
+__task_list* new_task_list();
+// Frees the record; null is ignored. Returns 0.
+int free_task_list(__task_list* task);
+
+namespace relay_hub {
+
+struct TaskListDeleter {
+    void operator()(__task_list* task) const { free_task_list(task); }
+};
+using TaskListPtr = std::unique_ptr<__task_list, TaskListDeleter>;
+
+}  // namespace relay_hub
