@@ -1,0 +1,226 @@
+// One element of an XML tree (CXML) and one attribute (CAttribute). An element owns its children and
+// attributes; who calls Copy owns the copy. Text is kept as it stands between the tags: entities are the
+// document's matter. A tree belongs to one thread at a time; the status of the library is one per thread.
+// Nothing throws on bad input.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "xml_doc/mab_string.h"
+#include "xml_doc/mem_file.h"
+
+namespace relay_hub {
+class TagIndex;
+class TokenSource;
+}  // namespace relay_hub
+
+class CAttribute {
+  public:
+    CAttribute() = default;
+    explicit CAttribute(const char* name, const char* value = "");
+    CAttribute(const CAttribute&) = delete;
+    CAttribute& operator=(const CAttribute&) = delete;
+    virtual ~CAttribute() = default;
+
+    void SetAttribute(const char* value) { m_value = value; }
+    // Numbers are written eight bytes wide; the writer trims them.
+    void SetAttribute(int value) { m_value = value; }
+    void SetAttribute(long value) { m_value = value; }
+    void SetAttribute(float value) { m_value = value; }
+    void SetAttribute(double value) { m_value = value; }
+    void AddToText(const char* text) { m_value += text; }
+    void TrimValue() { m_value.Trim(); }
+
+    const CMabString& GetAttributeText() const { return m_value; }
+    const CMabString& GetAttributeName() const { return m_name; }
+    int GetAttributeInt() const { return m_value.GetInt(); }
+    long GetAttributeLong() const { return m_value.GetLong(); }
+    float GetAttributeFloat() const { return CMabString(m_value).GetFloat(); }
+    double GetAttributeDouble() const { return CMabString(m_value).GetDouble(); }
+    std::unique_ptr<CAttribute> Copy() const;
+
+    CMabString NextField(char delimiter) { return m_value.NextField(delimiter); }
+    CMabString StepField(char delimiter) { return m_value.StepField(delimiter); }
+    CMabString GetField(char delimiter, int n) const { return m_value.GetField(delimiter, n); }
+    int GetFieldCount(char delimiter) const { return m_value.GetFieldCount(delimiter); }
+
+  private:
+    CMabString m_value;
+    CMabString m_name;
+};
+
+class CXML {
+  public:
+    // The reader refuses more levels of elements than this.
+    static constexpr int kMaxDepth = 1000;
+
+    // False after this thread's last failing operation, and that operation's text. They stay until set again.
+    static thread_local bool m_bOperStatus;
+    static thread_local std::string m_strOperErrDesc;
+    static void SetFailure(const std::string& description);
+
+    CXML();
+    explicit CXML(const char* tag);
+    CXML(const CXML&) = delete;
+    CXML& operator=(const CXML&) = delete;
+    virtual ~CXML();
+
+    void SetTagName(const char* name);
+    const CMabString& GetTagName() const { return m_tagName; }
+    std::string GetTag() const { return m_tagName.c_str(); }
+    void SetText(const char* text) { m_text = text; }
+    const CMabString& GetText() const { return m_text; }
+    void AddToText(const std::string& text) { m_text += text.c_str(); }
+    // 1-based position that the last indexed GetChildByTag found this element at; -1 if there was none.
+    int GetIndex() const { return m_index; }
+    // How many children bore the name when the last GetChildByTag counted them all; -1 before.
+    int GetMatchCount() const { return m_matchCount; }
+    // True once the reader found the input exhausted.
+    bool IsEndOfData() const { return m_endOfData; }
+
+    // Children. The adders take ownership when they return true. A null child is refused; so is one without a
+    // tag name ("No Valid Tag Name").
+    bool AddChild(CXML* child);
+    bool InsertChild(CXML* child) { return AddChild(child); }
+    bool InsertChildBefore(int position, CXML* child);  // false, too, for a position without a child
+    bool AddChildByName(CXML* child);                   // before the first greater "NAME", ignoring case
+    bool AddChildById(CXML* child);                     // before the first strictly greater "ID"
+    void SortByName();
+    void SortById();
+    int GetChildCount() const { return static_cast<int>(m_children.size()); }
+    CXML* GetChildAt(int position) const;
+    // nth is 1-based; -1 finds the last match. "Name[i]" finds the (i+1)-th and ignores nth. Case does not
+    // matter. The child cursor moves to the child found, or past the end. Null when there is none.
+    CXML* GetChildByTag(const std::string& name, int nth);
+    int GetChildCountByTag(const std::string& name) const;
+    // nth is 1-based; -1 removes every child of that name.
+    void RemoveChildByTag(const std::string& name, int nth);
+    void RemoveAt(int position);
+    // The first element of the sub-tree, this one included, that has the attribute with that value; else
+    // null.
+    CXML* FindByName(const std::string& name);
+    CXML* FindByID(long id);
+
+    // Cursors: null past either end, after which the cursor stands there still.
+    CXML* GetFirstChild();
+    CXML* GetLastChild();
+    CXML* GetNextChild();
+    CXML* GetPrevChild();
+    CXML* GetCurrentChild() const;
+    CXML* SetCurrentChild(CXML* child);  // null, and no move, when it is not a child of this element
+    void RemoveCurrentChild();
+    CAttribute* GetFirstAttribute();
+    CAttribute* GetLastAttribute();
+    CAttribute* GetNextAttribute();
+    CAttribute* GetPrevAttribute();
+    CAttribute* GetCurrentAttribute() const;
+    CAttribute* SetCurrentAttr(CAttribute* attribute);
+    void RemoveCurrentAttr();
+
+    // Attributes: at most one of a name, in ascending byte order of the names.
+    int GetAttrCount() const { return static_cast<int>(m_attributes.size()); }
+    void SetAttr(const char* name, const char* value);
+    void SetAttr(const char* name, int value);
+    void SetAttr(const char* name, long value);
+    void SetAttr(const char* name, float value);
+    void SetAttr(const char* name, double value);
+    void SetAttrUS(const char* name, double value);  // value + 0.001 with two decimals
+    void AddAttr(CAttribute* attribute);  // takes ownership; an attribute of that name takes its value
+    CAttribute* GetAttributePointer(const char* name) const;
+    std::string GetAttr(const char* name) const;  // empty when missing
+    CMabString GetAttrText(const char* name) const;
+    CMabString GetAttrTextUS(const char* name) const;  // "0.00" when missing or empty
+    int GetAttrInt(const char* name) const { return GetAttrText(name).GetInt(); }
+    long GetAttrLong(const char* name) const { return GetAttrText(name).GetLong(); }
+    float GetAttrFloat(const char* name) const { return GetAttrText(name).GetFloat(); }
+    double GetAttrDouble(const char* name) const { return GetAttrText(name).GetDouble(); }
+    void RemoveAttr(const char* name);
+
+    // Fields of the text.
+    CMabString FirstField(char delimiter) { return m_text.FirstField(delimiter); }
+    CMabString NextField(char delimiter) { return m_text.NextField(delimiter); }
+    CMabString StepField(char delimiter) { return m_text.StepField(delimiter); }
+    CMabString GetField(char delimiter, int n) const { return m_text.GetField(delimiter, n); }
+    int GetFieldCount(char delimiter) const { return m_text.GetFieldCount(delimiter); }
+
+    // Deep copy of tag name, text, file name, attributes and children.
+    std::unique_ptr<CXML> Copy() const;
+    // Drops children, attributes and text; the tag name stays.
+    void ResetContents();
+
+    // Reading. True: a start tag was found; whether what follows it was well formed is told by m_bOperStatus.
+    bool LoadXML(const std::string& text);
+    bool XMLRead(CVMemFile& file);
+    bool XMLRead(int descriptor);
+    // Parses the element whose start tag is `token`; the file goes on behind it. False when it cannot be
+    // parsed.
+    bool ParseBlock(const CMabString& token, CVMemFile& file);
+    bool ParseBlock(const CMabString& token, int descriptor);
+    // The next token with both brackets; the characters before it are added to the text. Empty at the end.
+    CMabString GetNextLine(CVMemFile& file);
+    CMabString GetNextLine(int descriptor);
+    // False for a name that is empty or cannot be opened, else m_bOperStatus.
+    bool OpenFile(const std::string& name);
+
+    // Writing. Attribute values are trimmed where they are stored.
+    std::string GetXML();
+    std::string XMLDebug(int level);
+    bool XMLWrite(CVMemFile& file);  // false when not everything could be written
+    bool XMLWrite(int descriptor);
+    // An empty name means the file that was opened. An older, longer file keeps its tail. False when the file
+    // could not be opened or written.
+    bool SaveFile(const std::string& name);
+
+    static bool IsAlpha(char c);
+    // 0 when equal after tolower; else as strcmp.
+    static int CompareStringNoCase(std::string_view a, std::string_view b);
+
+    // Moves a child in; as AddChild, but a refused child is destroyed.
+    bool Adopt(std::unique_ptr<CXML> child);
+    // Takes the children of `other`, in order, behind this element's own.
+    void AdoptChildrenOf(CXML& other);
+
+  private:
+    struct ByName {
+        using is_transparent = void;
+        using Owned = std::unique_ptr<CAttribute>;
+        bool operator()(const Owned& a, const Owned& b) const;
+        bool operator()(const Owned& a, std::string_view b) const;
+        bool operator()(std::string_view a, const Owned& b) const;
+    };
+    using Attributes = std::set<std::unique_ptr<CAttribute>, ByName>;
+    using Children = std::vector<std::unique_ptr<CXML>>;
+
+    bool insert(size_t position, CXML* child);
+    void erase(size_t position);
+    void forget_index();
+    std::vector<size_t> positions_by_tag(std::string_view name) const;
+    CXML* stand_on(size_t position);
+    CAttribute* attribute_at_cursor() const;
+    void set_attribute(std::string_view name, std::string_view value);
+
+    bool read(relay_hub::TokenSource& source);
+    bool parse_block(std::string& token, relay_hub::TokenSource& source, int depth);
+    bool parse_attributes(std::string_view rest);
+    bool parse_content(std::string_view name, std::string& token, relay_hub::TokenSource& source, int depth);
+    CMabString next_line(relay_hub::TokenSource& source);
+
+    CMabString m_tagName;
+    int32_t m_index = -1;
+    int32_t m_matchCount = -1;
+    Children m_children;
+    bool m_endOfData = false;
+    Attributes::iterator m_currentAttribute;
+    size_t m_currentChild = 0;  // the number of children when it stands past the end
+    CMabString m_text;
+    CMabString m_fileName;
+    Attributes m_attributes;
+    CXML* m_parent = nullptr;
+    // Built when a lookup by tag first meets many children; dropped by every change but appending.
+    mutable std::unique_ptr<relay_hub::TagIndex> m_tagIndex;
+};
