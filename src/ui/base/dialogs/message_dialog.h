@@ -1,0 +1,14 @@
+#pragma once
+// Error boxes. Modal; they return once closed. Texts are shown as they are, never used as formats or markup.
+// Window's thread.
+#include <gtk/gtk.h>
+
+// Error box titled "Relay Hub" with one OK button. In primary "%%" shows as "%". secondary may be null.
+void show_message_dialog(GtkWidget* parent, const char* primary, const char* secondary);
+
+namespace relay_hub {
+
+// Error box with one button (GTK_BUTTONS_OK or GTK_BUTTONS_CLOSE), primary text and optional secondary.
+void show_error_box(GtkWidget* parent, GtkButtonsType buttons, const char* primary, const char* secondary);
+
+}  // namespace relay_hub

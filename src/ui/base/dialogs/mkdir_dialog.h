@@ -1,0 +1,19 @@
+#pragma once
+// The new-folder dialog, used in the order create, init, show, destroy, get_folder_name. Window's thread.
+#include <gtk/gtk.h>
+
+struct _mkdir_dialog {
+    GtkWidget* dialog = nullptr;
+    GtkWidget* ok_button = nullptr;
+    GtkWidget* cancel_button = nullptr;
+    GtkWidget* entry = nullptr;
+    GtkWidget* label = nullptr;
+};
+
+_mkdir_dialog* create_mkdir_dialog();
+void init_mkdir_dialog(_mkdir_dialog* record);
+// Modal; returns once the user chose.
+void show_mkdir_dialog(_mkdir_dialog* record);
+void destroy_mkdir_dialog(_mkdir_dialog* record);
+// The entered name; empty when cancelled or closed. Borrowed until the next dialog.
+const char* get_folder_name();

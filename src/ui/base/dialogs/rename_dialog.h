@@ -1,0 +1,25 @@
+#pragma once
+// The rename dialog, used in the order create, set_rename_dialog_oldname, init, show,
+// get_rename_dialog_new_name, destroy. Names are the file system's bytes. Window's thread.
+#include <gtk/gtk.h>
+
+#include <string>
+
+struct _rename_dialog {
+    GtkWidget* dialog = nullptr;
+    GtkWidget* ok_button = nullptr;
+    GtkWidget* cancel_button = nullptr;
+    GtkWidget* entry = nullptr;
+    GtkWidget* label = nullptr;
+};
+
+_rename_dialog* create_rename_dialog();
+// Sets each text that is given (null leaves it), the side and the pane's list.
+void set_rename_dialog_oldname(const char* old_name, const char* new_name, const char* base_path,
+                               int is_remote, GtkWidget* tree_view);
+void set_rename_dialog_old_name(const char* path, GtkWidget* tree_view);
+void init_rename_dialog(_rename_dialog* record);
+void show_rename_dialog(_rename_dialog* record);
+// The new name; empty when cancelled or closed.
+void get_rename_dialog_new_name(std::string& out);
+void destroy_rename_dialog(_rename_dialog* record);

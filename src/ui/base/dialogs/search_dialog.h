@@ -1,0 +1,23 @@
+#pragma once
+// The busy dialog: modal and transient for the main window; closing it abandons the running request.
+// Window's thread.
+#include <gtk/gtk.h>
+
+int show_search_dialog(GtkWidget* parent, GtkWidget** dialog_out, gpointer data);
+void close_search_dialog(GtkWidget* dialog);
+
+namespace relay_hub {
+
+// The busy dialog over the main window for a scope. Nests: an inner one shows nothing.
+class BusyDialog {
+  public:
+    BusyDialog();
+    BusyDialog(const BusyDialog&) = delete;
+    BusyDialog& operator=(const BusyDialog&) = delete;
+    ~BusyDialog();
+
+  private:
+    GtkWidget* dialog_ = nullptr;
+};
+
+}  // namespace relay_hub

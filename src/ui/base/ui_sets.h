@@ -1,0 +1,41 @@
+#pragma once
+// The window's widgets, reached by every room above. The records hold their own references, so that they
+// stay valid until the program ends. Window's thread only.
+#include <gtk/gtk.h>
+
+struct __single {
+    GtkWidget* frame = nullptr;
+    GtkWidget* go_button = nullptr;
+    GtkWidget* spare_button = nullptr;
+    GtkWidget* path_entry = nullptr;
+    GtkWidget* status_label = nullptr;  // its text is the side's current folder
+    GtkWidget* disconnect_label = nullptr;
+    GtkWidget* tree_view = nullptr;
+    GtkWidget* scroller = nullptr;
+    GtkWidget* drive_combo = nullptr;
+    GtkWidget* content_box = nullptr;
+    GtkWidget* offline_box = nullptr;
+};
+
+struct UI {
+    GtkWidget* main_window = nullptr;
+    GtkWidget* paned = nullptr;
+    __single* left_side = nullptr;   // local
+    __single* right_side = nullptr;  // remote
+};
+
+// The two sides; element 0 is built as the local one.
+extern __single sub[2];
+
+UI* get_UI_sets();
+void swap_side();
+
+namespace relay_hub {
+
+// Text of the side's status_label as bytes: its current folder.
+const char* current_folder(const __single* side);
+void set_current_folder(const __single* side, const char* folder);
+// Sets the path entry, cursor at its end. Names that are not UTF-8 show as g_filename_display_name.
+void set_path_entry(const __single* side, const char* path);
+
+}  // namespace relay_hub
