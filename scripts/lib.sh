@@ -1,0 +1,44 @@
+# Shared by the scripts beside it: what a fresh Debian machine needs, and how it gets it.
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+
+packages_to_build="cmake ninja-build g++ pkg-config gettext libgtk2.0-dev libxml2-dev librsvg2-bin imagemagick"
+packages_to_show="xvfb x11-utils imagemagick fonts-dejavu-core dbus procps"
+packages_to_test="$packages_to_show libgtest-dev libgmock-dev python3 python3-gi gir1.2-atspi-2.0 at-spi2-core \
+libatk-adaptor libgail-common xdotool openbox wmctrl xclip util-linux"
+
+# Installs what of the named packages is missing; without the right to, names the one command and ends.
+need_packages() {
+    local missing=() name
+    for name in "$@"; do
+        dpkg-query -W -f '${db:Status-Status}\n' "$name" 2>/dev/null | grep -q '^installed$' || missing+=("$name")
+    done
+    [ ${#missing[@]} -eq 0 ] && return 0
+    local as=()
+    if [ "$(id -u)" -ne 0 ]; then
+        if command -v sudo >/dev/null && sudo -n true 2>/dev/null; then
+            as=(sudo)
+        else
+            printf 'Some packages are missing. Install them with:\n  sudo apt-get install --no-install-recommends %s\n' \
+                "${missing[*]}" >&2
+            exit 3
+        fi
+    fi
+    echo "Installing ${missing[*]}" >&2
+    "${as[@]}" apt-get update -qq >&2
+    "${as[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
+}
+
+build_preset() {
+    (cd "$root" && cmake --preset "$1" ${2:+"$2"} >/dev/null && cmake --build --preset "$1" -- -k 0 --quiet)
+}
+
+# Waits until a command succeeds; fails after the given number of seconds.
+wait_until() {
+    local limit=$1 start=$SECONDS
+    shift
+    until "$@" >/dev/null 2>&1; do
+        [ $((SECONDS - start)) -lt "$limit" ] || return 1
+        sleep 0.1
+    done
+}
