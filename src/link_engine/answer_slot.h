@@ -1,13 +1,18 @@
 #pragma once
 // The process-wide slots of the command runner: the answer text, the running task's argument block, the
-// shared-memory identifier. A worker of a run stores into that run's own cell; the runner puts the cell's
-// text into the slot just before the reader and restores what was there after.
+// shared-memory identifier. A run has an answer cell of its own: its worker stores into it and its reader
+// finds it in the slot's place, so that runs that nest never see each other's answers.
+#include <optional>
+#include <string>
+
 #include "link_engine/send_args.h"
 
-// Copies text into the calling run's cell, or into the slot on any other thread. 0, or -1 when it failed.
+// Copies text into the cell bound to the calling thread, or into the slot when none is bound. 0, or -1
+// when text is null.
 int set_xml_string(const char* text);
-// The slot's text, or null when it is empty. Borrowed until the next change of the slot.
+// The text of the same cell or slot, or null when it is empty. Borrowed until its next change.
 const char* get_xml_string();
+// Empties the same cell or slot. 0.
 int release_xml_string();
 
 // Stores args unless it is null.
@@ -15,5 +20,25 @@ void SetArgument(__send_args* args);
 __send_args* GetArgument();
 void ReleaseArgument();
 
+// The identifier that the last child process of send_command left, 0 before the first.
 int get_shared_mem_id();
 void release_notify_name_pipe();
+
+namespace relay_hub {
+
+using AnswerCell = std::optional<std::string>;
+
+// Puts a cell in the slot's place for the calling thread and the scope's life; the cell must outlive the
+// scope. Scopes nest. For whoever calls a builder and its reader directly on a thread of its own, too.
+class AnswerScope {
+  public:
+    explicit AnswerScope(AnswerCell& cell);
+    AnswerScope(const AnswerScope&) = delete;
+    AnswerScope& operator=(const AnswerScope&) = delete;
+    ~AnswerScope();
+
+  private:
+    AnswerCell* outer_;
+};
+
+}  // namespace relay_hub

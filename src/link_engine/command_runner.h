@@ -9,17 +9,28 @@
 using command_start_t = int (*)(void* args);
 using command_finish_t = int (*)(__send_args* args);
 
+// start runs on a worker with a token and an answer cell of its own; finish runs on the calling thread once
+// the worker has ended, also after a time-out or an abandoned request, and then finds an empty answer.
+// Returns finish's result, 0 without one, or the error code when no worker could be started (finish does
+// not run then). A block whose state is already 3 was cancelled before it began, and a closing program starts
+// nothing: start does not run then, finish finds an empty answer.
+// A run whose state became 3 is abandoned once the engine has been silent for 5 seconds.
 int send_command_t(command_start_t start, command_finish_t finish, __send_args* args);
-// The one-second timer of a run with a time limit; args is the __send_args block.
+// The one-second timer of a run with a time limit; args is the __send_args block. 1 to keep the timer, 0
+// once the limit has passed: the request is then given up.
 int block_timer(void* args);
 
-// The process-based runner and its shared-memory helpers; no operation uses them.
+// The process-based runner: start runs in a child process and returns the identifier of the segment that
+// holds its answer. Window's thread.
 int send_command(int (*start)(void*), int (*finish)(void*), void* arg);
-extern int* g_shm_id_ptr;
+extern int* g_shm_id_ptr;          // a word in memory shared with the child, or null
 extern volatile int signal_count;  // child processes that have ended; the SIGCHLD handler counts
+// The attached address, or null after a line on standard error.
 void* create_shared_memory(int key, int size, int* id);
+// The attached address plus one (callers subtract one), or null after a line on standard error.
 void* attache_shared_memory(int id);
 int destroy_shared_memory(void* address, int id);
+// stat(path): 0, or -1 after a line on standard error.
 int get_file_stat(const char* path, struct stat* out);
 
 namespace relay_hub {
@@ -27,7 +38,9 @@ namespace relay_hub {
 // Gives up the innermost running request: its send returns, its reader runs on an empty answer. Nothing
 // when no request runs. Window's thread.
 void abandon_current_request();
-// The same for every running request, for the end of the program. Any thread.
+// The same for every running request and every later one: the program is closing. Any thread.
 void abandon_all_requests();
+// Takes abandon_all_requests back, for tests.
+void accept_requests_again();
 
 }  // namespace relay_hub

@@ -3,6 +3,7 @@
 // the __send_args block, sends the message, stores the answer with set_xml_string and sets the state to 2.
 // Results are 0; the copy builders give -1 for null args and then send nothing. The answer is judged by the
 // reader, not here.
+#include <string>
 
 int set_NP_VAL_CMD_GET_FILE_LIST(void* args);
 int set_NP_VAL_CMD_GET_DRIVER_LIST(void* args);
@@ -20,6 +21,11 @@ int set_NP_VAL_CMD_CHECK_REMOTE_ONLINE(void* args);
 int set_NP_VAL_CMD_CHECK_FOR_HEARTBEAT(void* args);
 
 namespace relay_hub {
+
+// The base path of the engine's command channel: kCommandPipe, or what a test has put in its place.
+std::string command_pipe();
+// Any thread; an empty base means kCommandPipe again.
+void set_command_pipe_for_tests(std::string base);
 
 // Sets the file-list builder's count of spent retries back to 0, for tests.
 void reset_file_list_retries();

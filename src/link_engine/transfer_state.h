@@ -56,6 +56,8 @@ namespace relay_hub {
 // Releases a waiting confirmation with value 0 and makes every later one end at once: the program is
 // closing. Any thread.
 void end_confirmations();
+// Takes end_confirmations back, for tests.
+void accept_confirmations_again();
 
 // One consistent look at what the progress display needs.
 struct TransferSnapshot {
