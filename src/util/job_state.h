@@ -27,6 +27,8 @@ int set_atomic(volatile int* where, int value);
 // Sets the state to 3 unless it is already 2 or more; returns true when it did. Wakes like set_atomic.
 bool cancel_atomic(volatile int* where);
 int get_atomic(volatile int* where);
+// The mutex behind the three above. Nobody else locks it.
+extern pthread_mutex_t fast_mutex;
 
 // One entry that a local job could not handle.
 struct __task_failure {
@@ -53,6 +55,10 @@ __task_list* new_task_list();
 int free_task_list(__task_list* task);
 
 namespace relay_hub {
+
+// Sleeps while the state is 1 (paused); any set_atomic or cancel_atomic wakes it. Returns the state that
+// ended the wait. Workers only.
+int wait_while_paused(volatile int* where);
 
 struct TaskListDeleter {
     void operator()(__task_list* task) const { free_task_list(task); }
