@@ -1,0 +1,155 @@
+// The globals of the local file operations, and the probes.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <optional>
+
+#include "name_pipe/file_descriptor.h"
+#include "util/file_op.h"
+#include "util/file_op_unit.h"
+#include "util/glib_owners.h"
+
+GList* Gfile_list = nullptr;
+std::uint64_t Gfile_size = 0;
+std::uint64_t Gfile_count = 0;
+std::string full_path;
+int g_s_nMsgCode = 0;
+std::string g_s_cMessage;
+__task_list* tasks = nullptr;
+std::string dest_path;
+int source_base_path_length = 0;
+int cp_op = OVERRIDE_NO;
+int cp_st = 0;
+
+namespace {
+
+constexpr int kNoType = 0;
+
+int permission_type(mode_t mode) {
+    switch (mode & S_IFMT) {
+        case S_IFLNK:
+            return 2;
+        case S_IFREG:
+            return 3;
+        case S_IFDIR:
+            return 4;
+        case S_IFCHR:
+            return 5;
+        case S_IFBLK:
+            return 6;
+        case S_IFSOCK:
+            return 7;
+        default:
+            return kNoType;
+    }
+}
+
+// 1 or 0, or nothing (errno set) when the right cannot be told.
+std::optional<int> has_right(const std::string& path, int right) {
+    if (access(path.c_str(), right) == 0)
+        return 1;
+    if (errno == EACCES || errno == EROFS)
+        return 0;
+    return std::nullopt;
+}
+
+}  // namespace
+
+int Gfile_file_exist(const std::string& path) {
+    struct stat status {};
+    return lstat(path.c_str(), &status);
+}
+
+int Gfile_check_file_type(const std::string& path) {
+    struct stat status {};
+    if (lstat(path.c_str(), &status) == 0)
+        return 0;
+    relay_hub::report_error(FILE_OP_LINE(466), errno);
+    return -1;
+}
+
+std::uint64_t Gfile_get_file_size(const std::string& path) {
+    struct stat status {};
+    if (lstat(path.c_str(), &status) == 0)
+        return static_cast<std::uint64_t>(status.st_size);
+    relay_hub::report_error(FILE_OP_LINE(128), errno, path);
+    return 0;
+}
+
+int Gfile_check_file_type_permission(const std::string& path, __file_permission* out) {
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0) {
+        relay_hub::report_error(FILE_OP_LINE(518), errno);
+        return -1;
+    }
+    out->type = permission_type(status.st_mode);
+    if (out->type == kNoType) {
+        relay_hub::report(FILE_OP_LINE(538), path);
+        errno = ENOTSUP;
+        return -1;
+    }
+    out->readable = access(path.c_str(), R_OK) == 0 ? 1 : 0;
+    const std::optional<int> writable = has_right(path, W_OK);
+    if (!writable) {
+        relay_hub::report_error(FILE_OP_LINE(562), errno);
+        return -1;
+    }
+    out->writable = *writable;
+    const std::optional<int> executable = has_right(path, X_OK);
+    if (!executable) {
+        relay_hub::report_error(FILE_OP_LINE(578), errno);
+        return -1;
+    }
+    out->executable = *executable;
+    return 0;
+}
+
+int Gfile_check_path_permission(const std::string& path) {
+    GError* raw_error = nullptr;
+    const relay_hub::GDirPtr dir(g_dir_open(path.c_str(), 0, &raw_error));
+    const relay_hub::GErrorPtr error(raw_error);
+    if (dir)
+        return 1;
+    if (g_error_matches(error.get(), G_FILE_ERROR, G_FILE_ERROR_ACCES))
+        relay_hub::report(FILE_OP_LINE(154), "G_FILE_ERROR_ACCES");
+    else
+        std::printf("code:[%d]\tmessage:[%s]\n", error->code, error->message);
+    return 0;
+}
+
+int Gfile_check_del_op(const std::string& path) {
+    __file_permission permission;
+    if (Gfile_check_file_type_permission(path, &permission) != 0) {
+        relay_hub::report(FILE_OP_LINE(784), "can't get file permission!");
+        return -1;
+    }
+    if (permission.executable == 1)
+        return 0;
+    const std::string line = "The folder/file \"" + path +
+                             "\" cannot be handled because\n"
+                             "you do not have permissions to entry it.";
+    // The zero byte is part of the line.
+    (void)relay_hub::write_all(STDERR_FILENO, line.c_str(), line.size() + 1);
+    return -1;
+}
+
+namespace relay_hub {
+
+void reset_file_op_globals() {
+    Gfile_release_file_info_linked_list();
+    Gfile_size = 0;
+    Gfile_count = 0;
+    full_path.clear();
+    g_s_nMsgCode = 0;
+    g_s_cMessage.clear();
+    tasks = nullptr;
+    dest_path.clear();
+    source_base_path_length = 0;
+    cp_op = OVERRIDE_NO;
+    cp_st = 0;
+}
+
+}  // namespace relay_hub
