@@ -34,7 +34,7 @@ install_compressed(${PROJECT_SOURCE_DIR}/docs/relay-hub.1 relay-hub.1 ${CMAKE_IN
 install_compressed(${PROJECT_SOURCE_DIR}/docs/relay-hub-engine.1 relay-hub-engine.1 ${CMAKE_INSTALL_MANDIR}/man1)
 install_compressed(${PROJECT_SOURCE_DIR}/packaging/changelog changelog.Debian ${CMAKE_INSTALL_DOCDIR})
 install_compressed(${PROJECT_SOURCE_DIR}/CHANGELOG.md changelog ${CMAKE_INSTALL_DOCDIR})
-install(FILES packaging/copyright docs/protocol.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES packaging/copyright DESTINATION ${CMAKE_INSTALL_DOCDIR})
 add_custom_target(pages ALL DEPENDS ${compressed})
 
 set(CPACK_GENERATOR DEB)
