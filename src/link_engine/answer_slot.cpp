@@ -1,0 +1,73 @@
+#include "link_engine/answer_slot.h"
+
+#include <atomic>
+#include <mutex>
+
+namespace {
+
+struct AnswerSlot {
+    std::mutex mutex;
+    relay_hub::AnswerCell text;  // guarded by mutex
+};
+
+AnswerSlot slot;
+std::atomic<__send_args*> running_argument = nullptr;
+thread_local relay_hub::AnswerCell* bound_cell = nullptr;
+
+template <typename Action>
+auto with_answer(Action action) {
+    if (bound_cell)
+        return action(*bound_cell);
+    const std::lock_guard lock(slot.mutex);
+    return action(slot.text);
+}
+
+}  // namespace
+
+int set_xml_string(const char* text) {
+    if (!text)
+        return -1;
+    return with_answer([text](relay_hub::AnswerCell& answer) {
+        answer = text;
+        return 0;
+    });
+}
+
+const char* get_xml_string() {
+    return with_answer(
+        [](relay_hub::AnswerCell& answer) -> const char* { return answer ? answer->c_str() : nullptr; });
+}
+
+int release_xml_string() {
+    return with_answer([](relay_hub::AnswerCell& answer) {
+        answer.reset();
+        return 0;
+    });
+}
+
+void SetArgument(__send_args* args) {
+    if (args)
+        running_argument = args;
+}
+
+__send_args* GetArgument() {
+    return running_argument;
+}
+
+void ReleaseArgument() {
+    running_argument = nullptr;
+}
+
+void release_notify_name_pipe() {}
+
+namespace relay_hub {
+
+AnswerScope::AnswerScope(AnswerCell& cell) : outer_(bound_cell) {
+    bound_cell = &cell;
+}
+
+AnswerScope::~AnswerScope() {
+    bound_cell = outer_;
+}
+
+}  // namespace relay_hub

@@ -1,0 +1,292 @@
+#include "link_engine/command_runner.h"
+
+#include <gtk/gtk.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <mutex>
+#include <vector>
+
+#include "link_engine/answer_slot.h"
+#include "link_engine/cancel_grace.h"
+#include "link_engine/confirmation.h"
+#include "link_engine/engine_callbacks.h"
+#include "link_engine/request_builders.h"
+#include "link_engine/transfer_state.h"
+#include "name_pipe/abandon.h"
+#include "name_pipe/diagnostics.h"
+
+namespace relay_hub {
+namespace {
+
+constexpr unsigned int kTimerInterval = 1000;
+
+std::atomic<std::chrono::milliseconds> grace_after_cancel = kCancelGrace;
+
+// A GLib timer that ends with its owner. Window's thread.
+class Timer {
+  public:
+    Timer() = default;
+    Timer(const Timer&) = delete;
+    Timer& operator=(const Timer&) = delete;
+    ~Timer() {
+        if (source_ != 0)
+            g_source_remove(source_);
+    }
+
+    void start(unsigned int milliseconds, GSourceFunc tick, void* data) {
+        source_ = g_timeout_add(milliseconds, tick, data);
+    }
+    // For the tick that returns FALSE: GLib removes the source itself.
+    void forget() { source_ = 0; }
+    [[nodiscard]] bool running() const { return source_ != 0; }
+
+  private:
+    unsigned int source_ = 0;
+};
+
+struct Run;
+
+// Every run between its start and the end of its worker, outermost first.
+struct Runs {
+    std::mutex mutex;
+    std::vector<Run*> running;  // guarded by mutex; changed on the window's thread only
+    bool closing = false;       // guarded by mutex
+};
+Runs runs;
+
+// One request under way. It lives on the stack of send_command_t; the worker uses it until done is 1.
+struct Run {
+    Run(command_start_t start_function, __send_args& block) : start(start_function), args(block) {
+        const std::lock_guard lock(runs.mutex);
+        runs.running.push_back(this);
+    }
+    Run(const Run&) = delete;
+    Run& operator=(const Run&) = delete;
+    ~Run() {
+        const std::lock_guard lock(runs.mutex);
+        std::erase(runs.running, this);
+    }
+
+    // Any thread. The worker's waits end; a start function that never sets the state does not hold the
+    // window's thread either.
+    void abandon() {
+        token.abandon();
+        if (get_atomic(&args.state) == kStateRunning)
+            set_atomic(&args.state, kStateFinished);
+    }
+    bool ended() { return get_atomic(&args.state) != kStateRunning && get_atomic(&done) != 0; }
+    bool copies() const {
+        return start == set_NP_VAL_CMD_COPY_REMOTE_TO_LOCAL || start == set_NP_VAL_CMD_COPY_LOCAL_TO_REMOTE;
+    }
+
+    command_start_t start;
+    __send_args& args;
+    AbandonToken token;
+    AnswerCell answer;  // the worker's until done, then the reader's
+    int done = 0;       // get_atomic, set_atomic
+    Timer limit_timer;
+    Timer cancel_timer;
+    std::chrono::steady_clock::time_point cancelled_at;
+};
+
+void* run_worker(void* data) {
+    Run& run = *static_cast<Run*>(data);
+    {
+        const AbandonScope abandon_scope(run.token);
+        const AnswerScope answer_scope(run.answer);
+        try {
+            run.start(&run.args);
+        } catch (const std::exception& failure) {
+            report(RELAY_HUB_HERE, "a request to the link engine failed:", failure.what());
+            set_atomic(&run.args.state, kStateFinished);
+        }
+    }
+    set_atomic(&run.done, 1);
+    return nullptr;
+}
+
+// Signals are for the window's thread, but for the one that means a fault of the worker itself.
+int start_worker(Run& run) {
+    sigset_t blocked;
+    sigset_t before;
+    sigfillset(&blocked);
+    sigdelset(&blocked, SIGSEGV);
+    pthread_sigmask(SIG_SETMASK, &blocked, &before);
+    const int result = pthread_create(&run.args.worker, nullptr, run_worker, &run);
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    return result;
+}
+
+int check_after_cancel(void* data);
+
+void watch_cancelled(Run& run) {
+    const auto quiet_since = std::max(run.cancelled_at, last_engine_activity());
+    const auto left = grace_after_cancel.load() - (std::chrono::steady_clock::now() - quiet_since);
+    const auto wait = std::chrono::ceil<std::chrono::milliseconds>(left);
+    run.cancel_timer.start(static_cast<unsigned int>(std::max<long>(wait.count(), 1)), check_after_cancel,
+                           &run);
+}
+
+// A question that waits for the user is no silence of the engine's.
+int check_after_cancel(void* data) {
+    Run& run = *static_cast<Run*>(data);
+    run.cancel_timer.forget();
+    const auto now = std::chrono::steady_clock::now();
+    if (GetInformationRequest() == kConfirmationWanted)
+        run.cancelled_at = now;
+    if (now - std::max(run.cancelled_at, last_engine_activity()) >= grace_after_cancel.load())
+        run.abandon();
+    else
+        watch_cancelled(run);
+    return FALSE;
+}
+
+// Window's thread, where nobody else changes the list.
+void watch_cancelled_runs() {
+    for (Run* run : runs.running) {
+        if (run->cancelled_at != std::chrono::steady_clock::time_point() ||
+            get_atomic(&run->args.state) != TASK_CANCEL)
+            continue;
+        run->cancelled_at = std::chrono::steady_clock::now();
+        watch_cancelled(*run);
+    }
+}
+
+// Only one request at a time holds the channel, and only copies are asked about: the innermost copy is meant,
+// whichever run turns the main loop.
+__send_args& questioned_request() {
+    const auto& running = runs.running;
+    const auto copy = std::find_if(running.rbegin(), running.rend(),
+                                   [](Run* run) { return run->copies() && get_atomic(&run->done) == 0; });
+    return (copy == running.rend() ? running.back() : *copy)->args;
+}
+
+void wait_for_worker(Run& run) {
+    const ConfirmationServer server;
+    while (!run.ended()) {
+        watch_cancelled_runs();
+        if (GetInformationRequest() == kConfirmationWanted && !confirmation_being_asked()) {
+            std::puts("going to show dialog....");
+            link_engine_confirm(&questioned_request());
+        } else {
+            gtk_main_iteration();
+        }
+    }
+}
+
+bool program_is_closing() {
+    const std::lock_guard lock(runs.mutex);
+    return runs.closing;
+}
+
+int read_answer(command_finish_t finish, AnswerCell& answer, __send_args* args) {
+    const AnswerScope scope(answer);
+    return finish ? finish(args) : 0;
+}
+
+// 0, or the error code when no worker could be started.
+int run_to_end(command_start_t start, __send_args* args, AnswerCell& answer) {
+    Run run(start, *args);
+    const int failure = start_worker(run);
+    if (failure != 0) {
+        set_atomic(&args->state, kStateFinished);
+        return failure;
+    }
+    if (args->timeout_seconds != kNoTimeLimit) {
+        args->started_at = std::time(nullptr);
+        run.limit_timer.start(kTimerInterval, block_timer, args);
+    }
+    // The program may have begun to close before this run was on the list.
+    if (program_is_closing())
+        run.abandon();
+    wait_for_worker(run);
+    pthread_join(args->worker, nullptr);
+    answer = std::move(run.answer);
+    return 0;
+}
+
+struct TimingLine {
+    int code;
+    const char* request;
+};
+constexpr TimingLine kTimingLines[] = {{kCodeDriverList, "NP_VAL_CMD_GET_DRIVER_LIST"},
+                                       {kCodeFileList, "NP_VAL_CMD_GET_FILE_LIST"},
+                                       {kCodeSpecialPath, "NP_VAL_CMD_GET_REMOTE_SPECIAL_PATH"},
+                                       {kCodeRemoteOnline, "NP_VAL_CMD_CHECK_REMOTE_ONLINE"},
+                                       {kCodeConnectionStatus, "NP_VAL_CMD_CHECK_CONNECTION_STATUS"},
+                                       {kCodeHeartbeat, "NP_VAL_CMD_CHECK_FOR_HEARTBEAT"}};
+
+void print_timing(int code, double elapsed) {
+    for (const TimingLine& line : kTimingLines)
+        if (line.code == code)
+            std::printf("monitor %s\tsecond:%.2f\n", line.request, elapsed);
+}
+
+void give_up(__send_args& args) {
+    for (Run* run : runs.running) {
+        if (&run->args != &args)
+            continue;
+        run->limit_timer.forget();
+        run->abandon();
+        return;
+    }
+}
+
+}  // namespace
+
+std::chrono::milliseconds cancel_grace() {
+    return grace_after_cancel;
+}
+
+void set_cancel_grace_for_tests(std::chrono::milliseconds grace) {
+    grace_after_cancel = grace;
+}
+
+void abandon_current_request() {
+    const std::lock_guard lock(runs.mutex);
+    if (!runs.running.empty())
+        runs.running.back()->abandon();
+}
+
+void abandon_all_requests() {
+    const std::lock_guard lock(runs.mutex);
+    runs.closing = true;
+    for (Run* run : runs.running)
+        run->abandon();
+}
+
+void accept_requests_again() {
+    const std::lock_guard lock(runs.mutex);
+    runs.closing = false;
+}
+
+}  // namespace relay_hub
+
+int send_command_t(command_start_t start, command_finish_t finish, __send_args* args) {
+    relay_hub::AnswerCell answer;
+    if (get_atomic(&args->state) != TASK_CANCEL && !relay_hub::program_is_closing()) {
+        set_atomic(&args->state, kStateRunning);
+        if (const int failure = relay_hub::run_to_end(start, args, answer))
+            return failure;
+        std::puts("terminated of thread!");
+    } else if (get_atomic(&args->state) != TASK_CANCEL) {
+        set_atomic(&args->state, kStateFinished);
+    }
+    return relay_hub::read_answer(finish, answer, args);
+}
+
+int block_timer(void* data) {
+    auto& args = *static_cast<__send_args*>(data);
+    const double elapsed = std::difftime(std::time(nullptr), args.started_at);
+    relay_hub::print_timing(args.command_code, elapsed);
+    if (elapsed <= args.timeout_seconds)
+        return TRUE;
+    set_atomic(&args.state, kStateFinished);
+    relay_hub::give_up(args);
+    return FALSE;
+}

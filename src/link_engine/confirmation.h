@@ -1,0 +1,23 @@
+#pragma once
+// The hand-over of the engine's overwrite question: the listener raises it and waits, a run on the window's
+// thread serves it through link_engine_confirm.
+#include <string>
+
+namespace relay_hub {
+
+// Stores the question, raises the request lock and waits until it falls, then returns the confirm value. Asks
+// nothing when the user has chosen "replace all" before. Gives 0 without waiting when no ConfirmationServer
+// lives or confirmations have been ended. Listener thread.
+int wait_for_confirmation(const std::string& question);
+
+// Says for its life that the calling thread serves questions. The last one to go releases a waiting question
+// with value 0.
+class ConfirmationServer {
+  public:
+    ConfirmationServer();
+    ConfirmationServer(const ConfirmationServer&) = delete;
+    ConfirmationServer& operator=(const ConfirmationServer&) = delete;
+    ~ConfirmationServer();
+};
+
+}  // namespace relay_hub

@@ -1,0 +1,240 @@
+#include "link_engine/engine_callbacks.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <limits>
+#include <mutex>
+#include <string>
+
+#include "link_engine/confirmation.h"
+#include "link_engine/message_names.h"
+#include "link_engine/transfer_state.h"
+#include "name_pipe/diagnostics.h"
+#include "name_pipe/log.h"
+#include "name_pipe/name_pipe_base.h"
+#include "util/user_questions.h"
+#include "xml_doc/zev_xml.h"
+
+namespace relay_hub {
+namespace {
+
+constexpr unsigned int kMarkerSize = 6;
+constexpr int kRealProgressArrives = 4;  // the change flag
+
+struct Handlers {
+    std::mutex mutex;
+    CallbackHandlers current;  // guarded by mutex
+};
+Handlers handlers;
+bool asking = false;  // window's thread
+std::atomic<std::chrono::steady_clock::time_point> last_activity{};
+
+CallbackHandlers current_handlers() {
+    const std::lock_guard lock(handlers.mutex);
+    return handlers.current;
+}
+
+// On standard error, and in the event log.
+void trace(const char* prefix, const std::string& text) {
+    std::fprintf(stderr, "%s%s\n", prefix, text.c_str());
+    log_event("%s%s", prefix, text.c_str());
+}
+
+std::string single_field(const char* name, const char* value) {
+    CZEVXML document;
+    document.Generate(name, std::string(value));
+    return document.GetXML();
+}
+
+struct ConfirmAnswer {
+    int value;
+    const char* element;
+};
+constexpr ConfirmAnswer kConfirmAnswers[] = {{kConfirmYes, wire::kConfirmationYes},
+                                             {kConfirmNo, wire::kConfirmationNo},
+                                             {kConfirmReplaceAll, wire::kConfirmationReplaceAll},
+                                             {kConfirmCancel, wire::kConfirmationCancel}};
+
+std::string confirmation_answer(int value) {
+    for (const ConfirmAnswer& answer : kConfirmAnswers)
+        if (answer.value == value)
+            return single_field(answer.element, wire::kYes);
+    if (value == kConfirmNone)
+        std::puts("is CONFIRM_NONE");
+    else
+        std::fputs("no capture any confirm value\n", stderr);
+    return CZEVXML().GetXML();
+}
+
+// Each takes the call-back's text and document and returns the answer, empty for none.
+std::string get_confirmation_for_copy(const std::string& text, CZEVXML& document) {
+    trace("[in NP_VAL_CMD_GET_CONFIRMATION_FOR_COPY] str.c_str() = ", text);
+    const int value = wait_for_confirmation(document.Query(wire::kConfirmationMessage));
+    std::string answer = confirmation_answer(value);
+    trace("[out NP_VAL_CMD_GET_CONFIRMATION_FOR_COPY] strData.c_str() = ", answer);
+    return answer;
+}
+
+std::string check_for_user_click_cancel(const std::string&, CZEVXML&) {
+    std::string answer =
+        single_field(wire::kUserClickCancel, IsUserClickCancel() == -1 ? wire::kYes : wire::kNo);
+    trace("[NP_VAL_CMD_CHECK_FOR_USER_CLICK_CANCEL] strData.c_str() = ", answer);
+    return answer;
+}
+
+std::string copy_progress_status_notify(const std::string& text, CZEVXML& document) {
+    trace("[NP_VAL_CMD_COPY_PROGRESS_STATUS_UPDATE] str.c_str() = ", text);
+    if (IsEnableInformation() == kSwitchOff) {
+        SetEnableInformation(kSwitchOn);
+        ProgressStatusUpdate(&document);
+        SetEnableInformation(kSwitchOff);
+    }
+    return {};
+}
+
+std::string show_message_box(const std::string& text, CZEVXML& document) {
+    trace("[NP_VAL_CMD_SHOW_MESSAGE_BOX] str.c_str() = ", text);
+    SetShowMessageBox(document.Query(wire::kMessageBoxContent).c_str());
+    return {};
+}
+
+std::string handle_remote_request(const std::string&, CZEVXML&) {
+    std::puts("NP_VAL_CMD_HANDLE_REMOTE_REQUEST begin");
+    std::string answer = single_field(wire::kResult, wire::kFail);
+    std::puts("NP_VAL_CMD_HANDLE_REMOTE_REQUEST end");
+    return answer;
+}
+
+std::string remote_is_offline(const std::string& text, CZEVXML&) {
+    std::printf("==%s==\n", text.c_str());
+    log_event("NP_VAL_CMD_REMOTE_IS_OFFLINE Receive:[ %s ]", text.c_str());
+    set_offline_interrupt(1);
+    if (const auto remote_offline = current_handlers().remote_offline)
+        remote_offline();
+    return single_field(wire::kResult, wire::kSuccess);
+}
+
+struct Callback {
+    const char* command;
+    std::string (*serve)(const std::string& text, CZEVXML& document);
+};
+constexpr Callback kCallbacks[] = {{wire::kGetConfirmationForCopy, get_confirmation_for_copy},
+                                   {wire::kCheckForUserClickCancel, check_for_user_click_cancel},
+                                   {wire::kCopyProgressStatusNotify, copy_progress_status_notify},
+                                   {wire::kShowMessageBox, show_message_box},
+                                   {wire::kHandleRemoteRequest, handle_remote_request},
+                                   {wire::kRemoteIsOffline, remote_is_offline}};
+
+std::string serve(const std::string& text) {
+    CZEVXML document;
+    document.LoadXML(text);
+    const std::string command = document.Query(wire::kCommand);
+    CNamePipeBase::ResetStatus();
+    for (const Callback& callback : kCallbacks)
+        if (command == callback.command)
+            return callback.serve(text, document);
+    return {};
+}
+
+void put_answer(const std::string& text, char* answer, unsigned int answer_size) {
+    if (!text.empty() && text.size() + 1 < answer_size)
+        std::memcpy(answer, text.c_str(), text.size() + 1);
+}
+
+struct Response {
+    int response;
+    int value;
+};
+constexpr Response kResponses[] = {{REQUEST_YES, kConfirmYes},
+                                   {REQUEST_NO, kConfirmNo},
+                                   {REQUEST_ALL, kConfirmReplaceAll},
+                                   {REQUEST_CANCEL, kConfirmCancel}};
+
+int confirm_value_of(int response) {
+    for (const Response& row : kResponses)
+        if (row.response == response)
+            return row.value;
+    return kConfirmNone;
+}
+
+// A progress bar cannot show what is not a number.
+float percentage(double value) {
+    constexpr double kLargest = std::numeric_limits<float>::max();
+    return std::isfinite(value) ? static_cast<float>(std::clamp(value, -kLargest, kLargest)) : 0;
+}
+
+void note_activity() {
+    last_activity = std::chrono::steady_clock::now();
+}
+
+void ask_user(__send_args& args) {
+    const auto ask = current_handlers().ask_overwrite;
+    const int response = ask ? ask(args.parent_window, GetConfirmMessage().c_str()) : 0;
+    const int value = confirm_value_of(response);
+    SetConfirmValue(value);
+    if (value == kConfirmCancel)
+        cancel_atomic(&args.state);
+}
+
+}  // namespace
+
+void set_callback_handlers(const CallbackHandlers& new_handlers) {
+    const std::lock_guard lock(handlers.mutex);
+    handlers.current = new_handlers;
+}
+
+bool confirmation_being_asked() {
+    return asking;
+}
+
+std::chrono::steady_clock::time_point last_engine_activity() {
+    return last_activity;
+}
+
+}  // namespace relay_hub
+
+unsigned int ServiceProvider(char* body, unsigned int length, char* answer, unsigned int answer_size) try {
+    std::printf("Enter into ServiceProvider(...) inputlen=%u\n", length);
+    relay_hub::log_event("Enter into ServiceProvider(...) inputlen=%u", length);
+    if (length == 0)
+        return 0;
+    if (length < relay_hub::kMarkerSize || !CNamePipeBase::IsCommandData(body)) {
+        std::fprintf(stderr, "[IsCommandData] no handle = %.*s\n", static_cast<int>(length), body);
+        return 1;
+    }
+    relay_hub::note_activity();
+    set_change_flag(relay_hub::kRealProgressArrives);
+    const char* payload = CNamePipeBase::GetPureData(body);
+    const std::string text(payload, strnlen(payload, length - relay_hub::kMarkerSize));
+    relay_hub::put_answer(relay_hub::serve(text), answer, answer_size);
+    relay_hub::note_activity();
+    return 1;
+} catch (const std::exception& failure) {
+    relay_hub::report(RELAY_HUB_HERE, "a call-back of the link engine was not served:", failure.what());
+    return 1;
+}
+
+int ProgressStatusUpdate(CZEVXML* document) {
+    SetCurrentPercentage(relay_hub::percentage(document->QueryDbl(wire::kProgressCurrent)));
+    SetProgressInfo(document->Query(wire::kProgressInfo).c_str());
+    SetProcessElapseTime(document->Query(wire::kProgressElapsedTime).c_str());
+    SetTotalPercent(relay_hub::percentage(document->QueryDbl(wire::kProgressTotal)));
+    return 0;
+}
+
+void link_engine_confirm(__send_args* args) {
+    if (relay_hub::asking)
+        return;
+    if (!args) {
+        SetConfirmValue(kConfirmNone);
+    } else if (GetInformationRequest() == kConfirmationWanted) {
+        relay_hub::asking = true;
+        relay_hub::ask_user(*args);
+        relay_hub::asking = false;
+    }
+    SetInformationRequest(kNoRequest);
+}
