@@ -252,8 +252,9 @@ int wait_for_confirmation(const std::string& question) {
         record.request_lock = kConfirmationWanted;
         announce_lock();
     }
-    shared.lock_changed.wait(lock, [&record] {
-        return record.request_lock == kNoRequest || shared.closing || shared.confirmation_servers == 0;
+    shared.lock_changed.wait(lock, [] {
+        return shared.storage.record.request_lock == kNoRequest || shared.closing ||
+               shared.confirmation_servers == 0;
     });
     release_confirmation();
     return record.confirm_value;
