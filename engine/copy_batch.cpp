@@ -1,0 +1,366 @@
+#include "engine/copy_batch.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "engine/names.h"
+#include "engine/wire_text.h"
+#include "name_pipe/diagnostics.h"
+
+namespace relay_hub {
+namespace {
+
+using std::chrono::steady_clock;
+
+constexpr std::chrono::milliseconds kBeat{100};
+constexpr std::size_t kBufferSize = 256UL * 1024;
+constexpr std::size_t kKernelSlice = 1024UL * 1024;
+constexpr std::size_t kMostWaitingFiles = 128;
+constexpr std::uint64_t kMostWaitingBytes = 64ULL * 1024 * 1024;
+constexpr mode_t kPrivateFolder = 0700;
+constexpr std::size_t kNamesTold = 5;
+constexpr std::size_t kLongestSummary = 900;
+
+}  // namespace
+
+std::string reason_text(int error) {
+    switch (error) {
+        case EXDEV:
+            return "it lies outside the shared folder or on another volume";
+        case EEXIST:
+            return "an item of that name is there already";
+        case EBUSY:
+            return "it is in use or the root of the drive";
+        default:
+            return error_text(error);
+    }
+}
+
+std::string failure_summary(const std::vector<Failure>& failures, const std::string& what_failed) {
+    const std::size_t count = failures.size();
+    std::string text =
+        (count == 1 ? "1 item" : std::to_string(count) + " items") + " could not be " + what_failed + ":";
+    std::size_t told = 0;
+    for (const Failure& failure : failures) {
+        const std::string line =
+            "\n" + presentable(failure.item, 200) + ": " + presentable(failure.reason, 120);
+        if (told == kNamesTold || text.size() + line.size() > kLongestSummary)
+            break;
+        text += line;
+        ++told;
+    }
+    if (told < count)
+        text += "\nand " + std::to_string(count - told) + " more";
+    return text;
+}
+
+CopyBatch::CopyBatch(CopySide source, CopySide target,
+                     std::function<bool(const std::string& name)> may_travel, FrontEnd& front_end)
+    : source_(std::move(source)),
+      target_(std::move(target)),
+      may_travel_(std::move(may_travel)),
+      front_end_(front_end),
+      start_(steady_clock::now()),
+      last_poll_(start_ - kBeat),
+      last_report_(start_ - kBeat) {}
+
+void CopyBatch::add_failure(std::string item, std::string reason) {
+    failures_.push_back({std::move(item), std::move(reason)});
+}
+
+void CopyBatch::fail(const std::string& source, std::string reason) {
+    add_failure(source_.show(source), std::move(reason));
+}
+
+void CopyBatch::fail(const std::string& source, int error) {
+    fail(source, reason_text(error));
+}
+
+bool CopyBatch::stopped() {
+    const auto now = steady_clock::now();
+    if (stop_ || now - last_poll_ < kBeat)
+        return stop_;
+    stop_ = front_end_.cancelled();
+    last_poll_ = steady_clock::now();
+    return stop_;
+}
+
+void CopyBatch::tell_progress() {
+    const auto now = steady_clock::now();
+    if (now - last_report_ < kBeat)
+        return;
+    Progress report;
+    report.item = current_;
+    report.elapsed = std::chrono::duration_cast<std::chrono::seconds>(now - start_);
+    // Where there is nothing but empty files, the files themselves are what there is to do.
+    report.total = total_bytes_ > 0 ? total_bytes_ : total_entries_;
+    report.done = std::min(total_bytes_ > 0 ? done_bytes_ : done_entries_, report.total);
+    front_end_.progress(report);
+    last_report_ = steady_clock::now();
+}
+
+void CopyBatch::measure(const std::string& path, const Entry& entry) {
+    if (stopped())
+        return;
+    ++total_entries_;
+    if (entry.kind == EntryKind::kFile)
+        total_bytes_ += entry.size;
+    if (entry.kind != EntryKind::kFolder)
+        return;
+    std::vector<Entry> entries;
+    // What cannot be read is told when it is to be copied.
+    (void)source_.files.list(path, entries);
+    for (const Entry& child : entries)
+        measure(join_path(path, child.name), child);
+}
+
+void CopyBatch::run(const std::vector<CopyItem>& items) {
+    for (const CopyItem& item : items) {
+        Entry entry;
+        if (source_.files.stat(item.source, entry) == 0)
+            measure(item.source, entry);
+    }
+    for (const CopyItem& item : items) {
+        if (stopped())
+            break;
+        copy_item(item);
+    }
+    publish_waiting();
+    finish_folders();
+    tell_progress();
+}
+
+void CopyBatch::copy_item(const CopyItem& item) {
+    Entry entry;
+    if (const int error = source_.files.stat(item.source, entry); error != 0)
+        return fail(item.source, error);
+    if (item.source.empty())
+        return fail(item.source, "a whole drive cannot be copied");
+    std::vector<FileIdentity> chain;
+    if (const int error = target_.files.folder_chain(item.target_folder, chain); error != 0)
+        return fail(item.source, target_.show(item.target_folder) + ": " + reason_text(error));
+    if (entry.kind == EntryKind::kFolder &&
+        std::find(chain.begin(), chain.end(), entry.identity) != chain.end())
+        return fail(item.source, "a folder cannot be copied into itself");
+    if (touched_folders_.insert(item.target_folder).second)
+        target_.files.sweep(item.target_folder);
+    copy_entry(item.source, entry, item.target_folder);
+}
+
+void CopyBatch::copy_entry(const std::string& source, const Entry& entry, const std::string& target_folder) {
+    current_ = source_.show(source);
+    tell_progress();
+    const std::string name = base_name(source);
+    if (!may_travel_(name)) {
+        report(RELAY_HUB_HERE,
+               "name cannot be told to the other computer:", presentable(current_, current_.size() + 3));
+        return fail(source, "its name cannot be told to the other computer");
+    }
+    const std::string target = join_path(target_folder, name);
+    switch (entry.kind) {
+        case EntryKind::kFolder:
+            copy_folder(source, entry, target);
+            break;
+        case EntryKind::kFile:
+            copy_file(source, entry, target);
+            break;
+        case EntryKind::kLink:
+            copy_link(source, entry, target);
+            break;
+        case EntryKind::kSpecial:
+            fail(source, "it is a device, a pipe or a socket");
+            break;
+    }
+    ++done_entries_;
+}
+
+void CopyBatch::copy_folder(const std::string& source, const Entry& entry, const std::string& target) {
+    std::vector<Entry> children;
+    if (const int error = source_.files.list(source, children); error != 0)
+        return fail(source, error);
+    Entry existing;
+    const int missing = target_.files.stat(target, existing);
+    if (missing == 0 && existing.identity == entry.identity)
+        return fail(source, "it cannot be copied onto itself");
+    if (missing == 0 && existing.kind != EntryKind::kFolder)
+        return fail(source, "an item that is not a folder has its name at the target");
+    if (missing == 0) {
+        target_.files.sweep(target);
+    } else {
+        if (const int error = target_.files.make_folder(target, kPrivateFolder); error != 0)
+            return fail(source, error);
+        touched_folders_.insert(parent_path(target));
+        anything_done_ = true;
+    }
+    touched_folders_.insert(target);
+    for (const Entry& child : children) {
+        if (stopped())
+            break;
+        copy_entry(join_path(source, child.name), child, target);
+    }
+    if (missing != 0)
+        made_folders_.emplace_back(target, entry);
+}
+
+CopyBatch::Verdict CopyBatch::judge_target(const std::string& source, const Entry& entry,
+                                           const std::string& target) {
+    if (waiting_targets_.contains(target))
+        publish_waiting();
+    Entry existing;
+    const int error = target_.files.stat(target, existing);
+    if (error == ENOENT)
+        return Verdict::kWrite;
+    if (error != 0) {
+        fail(source, error);
+        return Verdict::kLeave;
+    }
+    if (existing.identity == entry.identity) {
+        fail(source, "it cannot be copied onto itself");
+        return Verdict::kLeave;
+    }
+    if (existing.kind == EntryKind::kFolder) {
+        fail(source, "a folder has its name at the target");
+        return Verdict::kLeave;
+    }
+    return may_replace(target) ? Verdict::kReplace : Verdict::kLeave;
+}
+
+bool CopyBatch::may_replace(const std::string& target) {
+    if (replace_all_)
+        return true;
+    // What is written already should not wait for the user.
+    publish_waiting();
+    const std::string question = presentable(target_.show(target), 800) + "\nexists already. Replace it?";
+    switch (front_end_.confirm(question)) {
+        case Answer::kYes:
+            return true;
+        case Answer::kReplaceAll:
+            replace_all_ = true;
+            return true;
+        case Answer::kNo:
+            return false;
+        case Answer::kCancel:
+            stop_ = true;
+            return false;
+    }
+    return false;
+}
+
+void CopyBatch::copy_file(const std::string& source, const Entry& entry, const std::string& target) {
+    const std::uint64_t done_after = done_bytes_ + entry.size;
+    const Verdict verdict = judge_target(source, entry, target);
+    std::unique_ptr<FileSource> reader;
+    std::unique_ptr<FileSink> sink;
+    int error = 0;
+    if (verdict != Verdict::kLeave) {
+        error = source_.files.open_source(source, reader);
+        if (error == 0)
+            error = target_.files.open_sink(target, verdict == Verdict::kReplace, sink);
+        if (error == 0)
+            error = copy_content(*reader, *sink);
+        if (error == 0)
+            error = sink->set_attributes(entry);
+    }
+    if (error == ECANCELED)
+        return;
+    done_bytes_ = done_after;
+    if (error != 0)
+        return fail(source, error);
+    if (verdict == Verdict::kLeave)
+        return;
+    sinks_.push_back(std::move(sink));
+    waiting_.push_back({source, target, entry.size});
+    waiting_targets_.insert(target);
+    waiting_bytes_ += entry.size;
+    if (sinks_.size() >= kMostWaitingFiles || waiting_bytes_ >= kMostWaitingBytes)
+        publish_waiting();
+}
+
+int CopyBatch::copy_content(FileSource& source, FileSink& sink) {
+    bool copied_any = false;
+    if (source.descriptor() >= 0 && sink.descriptor() >= 0) {
+        const int error = copy_in_kernel(source, sink, copied_any);
+        if (copied_any || error != 0)
+            return error;
+    }
+    buffer_.resize(kBufferSize);
+    while (true) {
+        if (stopped())
+            return ECANCELED;
+        tell_progress();
+        std::size_t got = 0;
+        if (const int error = source.read(buffer_.data(), buffer_.size(), got); error != 0)
+            return error;
+        if (got == 0)
+            return 0;
+        if (const int error = sink.write(buffer_.data(), got); error != 0)
+            return error;
+        done_bytes_ += got;
+    }
+}
+
+// Leaves copied_any false, and no error, when the kernel cannot copy between these two.
+int CopyBatch::copy_in_kernel(FileSource& source, FileSink& sink, bool& copied_any) {
+    while (true) {
+        if (stopped())
+            return ECANCELED;
+        tell_progress();
+        const ssize_t count =
+            copy_file_range(source.descriptor(), nullptr, sink.descriptor(), nullptr, kKernelSlice, 0);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            return copied_any ? errno : 0;
+        if (count == 0)
+            return 0;
+        copied_any = true;
+        done_bytes_ += static_cast<std::uint64_t>(count);
+    }
+}
+
+void CopyBatch::copy_link(const std::string& source, const Entry& entry, const std::string& target) {
+    const Verdict verdict = judge_target(source, entry, target);
+    if (verdict == Verdict::kLeave)
+        return;
+    std::string link;
+    int error = source_.files.read_link(source, link);
+    if (error == 0)
+        error = target_.files.make_link(target, link, entry, verdict == Verdict::kReplace);
+    if (error != 0)
+        return fail(source, error);
+    touched_folders_.insert(parent_path(target));
+    anything_done_ = true;
+}
+
+void CopyBatch::publish_waiting() {
+    if (sinks_.empty())
+        return;
+    const std::vector<int> results = target_.files.commit(sinks_);
+    for (std::size_t i = 0; i < results.size(); ++i) {
+        if (results[i] != 0)
+            fail(waiting_[i].source, results[i]);
+        else
+            anything_done_ = true;
+        touched_folders_.insert(parent_path(waiting_[i].target));
+    }
+    sinks_.clear();
+    waiting_.clear();
+    waiting_targets_.clear();
+    waiting_bytes_ = 0;
+}
+
+void CopyBatch::finish_folders() {
+    for (const auto& [path, entry] : made_folders_) {
+        if (const int error = target_.files.set_attributes(path, entry); error != 0)
+            add_failure(target_.show(path), reason_text(error));
+    }
+    if (!anything_done_)
+        return;
+    const std::vector<std::string> touched(touched_folders_.begin(), touched_folders_.end());
+    if (const int error = target_.files.settle(touched); error != 0)
+        add_failure(target_.show(touched.front()), reason_text(error));
+}
+
+}  // namespace relay_hub

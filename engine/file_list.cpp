@@ -1,0 +1,99 @@
+#include "engine/file_list.h"
+
+#include <glib.h>
+
+#include <algorithm>
+#include <memory>
+#include <utility>
+
+#include "engine/wire_text.h"
+#include "link_engine/message_names.h"
+#include "name_pipe/diagnostics.h"
+
+namespace relay_hub {
+namespace {
+
+constexpr char kFile[] = "0";
+constexpr char kFolder[] = "1";
+// Room for what ends the message.
+constexpr std::size_t kTail = 64;
+
+bool is_shown(const Entry& entry, Style style) {
+    if (entry.name.front() == '.')
+        return false;
+    if (can_travel(style, entry.name))
+        return true;
+    report(RELAY_HUB_HERE, "left out of the list, its name cannot be told to the front end:",
+           presentable(entry.name, entry.name.size() * 3 + 3));
+    return false;
+}
+
+using KeyedEntry = std::pair<std::string, const Entry*>;
+
+std::vector<KeyedEntry> in_natural_order(const std::vector<Entry>& entries, Style style) {
+    std::vector<KeyedEntry> ordered;
+    ordered.reserve(entries.size());
+    for (const Entry& entry : entries) {
+        if (!is_shown(entry, style))
+            continue;
+        const std::unique_ptr<char, decltype(&g_free)> key(
+            g_utf8_collate_key_for_filename(entry.name.data(), static_cast<gssize>(entry.name.size())),
+            g_free);
+        ordered.emplace_back(key.get(), &entry);
+    }
+    std::sort(ordered.begin(), ordered.end(), [](const KeyedEntry& a, const KeyedEntry& b) {
+        return std::tie(a.first, a.second->name) < std::tie(b.first, b.second->name);
+    });
+    return ordered;
+}
+
+void add_time(WireText& text, const char* tag, const timespec& time) {
+    text.add(tag, std::to_string(time.tv_sec));
+}
+
+void add_entry(WireText& text, const Entry& entry, bool with_hex) {
+    text.begin_record();
+    text.add(wire::kDisplayName, entry.name);
+    if (with_hex)
+        text.add(wire::kNameHex, encode_hex(entry.name));
+    text.add(wire::kEntrySize, entry.size);
+    text.add(wire::kEntrySizeText, size_text(entry.size));
+    add_time(text, wire::kEntryCreated, entry.created);
+    add_time(text, wire::kEntryAccessed, entry.accessed);
+    add_time(text, wire::kEntryModified, entry.modified);
+    text.add(wire::kEntryKind, entry.opens_as_folder ? kFolder : kFile);
+    text.end_record();
+}
+
+// How many entries fit.
+std::size_t add_entries(WireText& text, const std::vector<KeyedEntry>& entries, bool with_hex,
+                        std::size_t longest) {
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        const std::size_t mark = text.size();
+        add_entry(text, *entries[i].second, with_hex);
+        if (text.size() + kTail > longest) {
+            text.cut_back(mark);
+            return i;
+        }
+    }
+    return entries.size();
+}
+
+}  // namespace
+
+std::string file_list_text(std::vector<Entry> entries, Style style, std::size_t longest) {
+    const std::vector<KeyedEntry> ordered = in_natural_order(entries, style);
+    WireText text;
+    text.add(wire::kResult, wire::kSuccess);
+    const std::size_t start = text.size();
+    if (add_entries(text, ordered, true, longest) == ordered.size())
+        return text.finish();
+    text.cut_back(start);
+    const std::size_t told = add_entries(text, ordered, false, longest);
+    if (told < ordered.size())
+        report(RELAY_HUB_HERE, "the folder has more entries than one answer holds, left out:",
+               std::to_string(ordered.size() - told));
+    return text.finish();
+}
+
+}  // namespace relay_hub

@@ -1,0 +1,141 @@
+#include "engine/folder_sink.h"
+
+#include <fcntl.h>
+#include <glib.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <random>
+#include <string_view>
+#include <utility>
+
+#include "name_pipe/diagnostics.h"
+
+namespace relay_hub {
+namespace {
+
+constexpr std::string_view kPrefix = ".relay-hub-";
+constexpr std::string_view kSuffix = ".part";
+constexpr std::size_t kRandomDigits = 16;
+constexpr mode_t kModeBits = 07777;
+
+// Some file systems hold neither modes nor exact times; a copy there is whole all the same.
+bool is_refused_attribute(int error) {
+    return error == EPERM || error == ENOTSUP || error == ENOSYS;
+}
+
+}  // namespace
+
+std::string temporary_name() {
+    static std::random_device random;
+    std::array<char, kRandomDigits + 1> digits{};
+    std::snprintf(digits.data(), digits.size(), "%08x%08x", random(), random());
+    return std::string(kPrefix).append(digits.data()).append(kSuffix);
+}
+
+bool is_temporary_name(const std::string& name) {
+    const std::string_view text = name;
+    if (text.size() != kPrefix.size() + kRandomDigits + kSuffix.size() || !text.starts_with(kPrefix) ||
+        !text.ends_with(kSuffix))
+        return false;
+    return text.find_first_not_of("0123456789abcdef", kPrefix.size()) == kPrefix.size() + kRandomDigits;
+}
+
+void sweep_temporary_files(int folder, const std::vector<std::string>& names) {
+    for (const std::string& name : names) {
+        if (!is_temporary_name(name))
+            continue;
+        const FileDescriptor file(openat(folder, name.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+        struct stat status {};
+        if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
+            continue;
+        if (flock(file.get(), LOCK_EX | LOCK_NB) != 0)
+            continue;
+        if (unlinkat(folder, name.c_str(), 0) != 0)
+            report_error(RELAY_HUB_HERE, errno, name);
+    }
+}
+
+int rename_to_free_name(int from_folder, const std::string& from, int to_folder, const std::string& to) {
+    if (renameat2(from_folder, from.c_str(), to_folder, to.c_str(), RENAME_NOREPLACE) == 0)
+        return 0;
+    if (errno != EINVAL && errno != ENOSYS)
+        return errno;
+    // A file system without the flag: a hard link refuses a taken name just as surely.
+    if (linkat(from_folder, from.c_str(), to_folder, to.c_str(), 0) == 0)
+        return unlinkat(from_folder, from.c_str(), 0) == 0 ? 0 : errno;
+    if (errno == EEXIST)
+        return EEXIST;
+    struct stat status {};
+    if (fstatat(to_folder, to.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0)
+        return EEXIST;
+    return renameat(from_folder, from.c_str(), to_folder, to.c_str()) == 0 ? 0 : errno;
+}
+
+int apply_attributes(int fd, const Entry& entry) {
+    if (fchmod(fd, entry.mode & kModeBits) != 0 && !is_refused_attribute(errno))
+        return errno;
+    const std::array<timespec, 2> times{entry.accessed, entry.modified};
+    if (futimens(fd, times.data()) != 0 && !is_refused_attribute(errno))
+        return errno;
+    return 0;
+}
+
+FolderSink::FolderSink(FileDescriptor folder, std::string name, bool replace)
+    : folder_(std::move(folder)), name_(std::move(name)), replace_(replace) {}
+
+FolderSink::~FolderSink() {
+    if (!temporary_.empty() && unlinkat(folder_.get(), temporary_.c_str(), 0) != 0)
+        report_error(RELAY_HUB_HERE, errno, temporary_);
+}
+
+int FolderSink::create() {
+    while (true) {
+        std::string name = temporary_name();
+        const int fd = openat(folder_.get(), name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                              S_IRUSR | S_IWUSR);
+        if (fd < 0 && errno == EEXIST)
+            continue;
+        if (fd < 0)
+            return errno;
+        file_.reset(fd);
+        temporary_ = std::move(name);
+        // Where locks are not to be had, nothing is swept either: the sweep needs the same lock.
+        (void)flock(fd, LOCK_EX | LOCK_NB);
+        return 0;
+    }
+}
+
+int FolderSink::write(const char* data, std::size_t size) {
+    return write_all(file_.get(), data, size);
+}
+
+int FolderSink::set_attributes(const Entry& entry) {
+    return apply_attributes(file_.get(), entry);
+}
+
+int FolderSink::sync() {
+    return fsync(file_.get()) == 0 ? 0 : errno;
+}
+
+int FolderSink::sync_file_system() {
+    return syncfs(file_.get()) == 0 ? 0 : errno;
+}
+
+int FolderSink::publish() {
+    int error = 0;
+    if (!replace_)
+        error = rename_to_free_name(folder_.get(), temporary_, folder_.get(), name_);
+    else if (renameat(folder_.get(), temporary_.c_str(), folder_.get(), name_.c_str()) != 0)
+        error = errno;
+    if (error != 0)
+        return error;
+    temporary_.clear();
+    return file_.close();
+}
+
+}  // namespace relay_hub

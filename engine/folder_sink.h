@@ -1,0 +1,47 @@
+#pragma once
+// A file being written into a folder of this machine under a temporary name that a later run recognises.
+// Used by FolderFileSystem alone.
+#include <string>
+
+#include "engine/remote_file_system.h"
+#include "name_pipe/file_descriptor.h"
+
+namespace relay_hub {
+
+class FolderSink : public FileSink {
+  public:
+    FolderSink(FileDescriptor folder, std::string name, bool replace);
+    ~FolderSink() override;
+
+    // Creates the temporary file, 0600 and locked, so that no sweep takes it for a left-over.
+    int create();
+    int write(const char* data, std::size_t size) override;
+    [[nodiscard]] int descriptor() const override { return file_.get(); }
+    int set_attributes(const Entry& entry) override;
+
+    // Content to the disk.
+    int sync();
+    // Content of every file of the file system to the disk.
+    int sync_file_system();
+    // The final name, and the descriptor closed. Only after a sync.
+    int publish();
+
+  private:
+    FileDescriptor folder_;
+    std::string name_;
+    std::string temporary_;
+    bool replace_;
+    FileDescriptor file_;
+};
+
+// A fresh temporary name, and whether a name is one.
+std::string temporary_name();
+bool is_temporary_name(const std::string& name);
+// Removes temporary files in folder that no running process writes.
+void sweep_temporary_files(int folder, const std::vector<std::string>& names);
+// Renames without ever taking the place of another file. 0 or errno, EEXIST when there is one.
+int rename_to_free_name(int from_folder, const std::string& from, int to_folder, const std::string& to);
+// Mode and times of entry on an open file or folder.
+int apply_attributes(int fd, const Entry& entry);
+
+}  // namespace relay_hub

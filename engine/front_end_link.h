@@ -1,0 +1,48 @@
+#pragma once
+// The call-backs: the engine as the client of the front end's own pipe pair. A front end that is not there,
+// hangs or dies costs a bounded wait. One exchange at a time, whichever thread asks; the copy's questions
+// come from the thread that serves requests.
+#include <chrono>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "engine/fifo.h"
+#include "engine/front_end.h"
+#include "engine/link_state.h"
+
+namespace relay_hub {
+
+class FrontEndLink : public FrontEnd {
+  public:
+    // base: path of the pipe pair without "_IN" and "_OUT".
+    FrontEndLink(std::string base, const StopEvent& stop, const LinkState& state);
+
+    Answer confirm(const std::string& question) override;
+    bool cancelled() override;
+    void progress(const Progress& report) override;
+    void message(const std::string& text) override;
+
+    // Any thread. False when the front end did not take it.
+    bool tell_remote_is_offline();
+    bool ask_to_handle_remote_request();
+
+    // The write end of the answer to the request being served, -1 for none: who left there waits for nothing
+    // that the request asks or tells.
+    void set_client(int answer_end) { client_.set_peer(answer_end); }
+
+  private:
+    // The answer's text; nothing when there was none. answer_limit is for its first byte.
+    std::optional<std::string> exchange(const PipeWaiter& waiter, const std::string& message,
+                                        Milliseconds open_limit, Milliseconds answer_limit);
+    std::optional<std::string> read_answer(int fd, const PipeWaiter& waiter, Milliseconds limit) const;
+
+    const std::string base_;
+    const LinkState& state_;
+    PipeWaiter client_;  // serving thread only
+    PipeWaiter no_client_;
+    std::timed_mutex channel_;                            // held during an exchange
+    std::chrono::steady_clock::time_point absent_until_;  // serving thread only
+};
+
+}  // namespace relay_hub

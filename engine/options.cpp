@@ -1,0 +1,138 @@
+#include "engine/options.h"
+
+#include <array>
+#include <charconv>
+#include <cstdint>
+
+namespace relay_hub {
+namespace {
+
+constexpr std::uint64_t kLongestDelay = 600000;
+constexpr std::uint64_t kLargestChunk = 1ULL << 30U;
+
+bool read_number(const std::string& text, std::uint64_t most, std::uint64_t& number) {
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error == std::errc() && end == text.data() + text.size() && number <= most;
+}
+
+bool set_folder(Options& options, const std::string& value) {
+    options.folder = value;
+    return !value.empty();
+}
+
+bool set_style(Options& options, const std::string& value) {
+    options.style = value == "posix" ? Style::kPosix : Style::kWindows;
+    return value == "posix" || value == "windows";
+}
+
+bool set_delay(Options& options, const std::string& value) {
+    std::uint64_t number = 0;
+    const bool good = read_number(value, kLongestDelay, number);
+    options.delay = Milliseconds(number);
+    return good;
+}
+
+bool set_chunk(Options& options, const std::string& value) {
+    std::uint64_t number = 0;
+    const bool good = read_number(value, kLargestChunk, number) && number > 0;
+    options.chunk = number;
+    return good;
+}
+
+struct ValueOption {
+    const char* name;
+    const char* values;
+    bool (*set)(Options& options, const std::string& value);
+};
+
+constexpr std::array<ValueOption, 4> kValueOptions{{
+    {"--serve", "a folder", set_folder},
+    {"--style", "posix or windows", set_style},
+    {"--delay", "milliseconds from 0 to 600000", set_delay},
+    {"--chunk", "a number of bytes from 1 on", set_chunk},
+}};
+
+struct Switch {
+    const char* name;
+    bool Options::*field;
+};
+
+constexpr std::array<Switch, 3> kSwitches{{
+    {"--quiet", &Options::quiet},
+    {"--help", &Options::help},
+    {"--version", &Options::version},
+}};
+
+bool take_switch(Options& options, const std::string& argument) {
+    for (const Switch& item : kSwitches) {
+        if (argument == item.name) {
+            options.*item.field = true;
+            return true;
+        }
+    }
+    return false;
+}
+
+const ValueOption* find_value_option(const std::string& name) {
+    for (const ValueOption& option : kValueOptions) {
+        if (name == option.name)
+            return &option;
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+std::optional<Options> parse_options(const std::vector<std::string>& arguments, std::string& wrong) {
+    Options options;
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        if (take_switch(options, arguments[i]))
+            continue;
+        const std::size_t equals = arguments[i].find('=');
+        const ValueOption* option = find_value_option(arguments[i].substr(0, equals));
+        if (option == nullptr) {
+            wrong = "there is no option " + arguments[i];
+            return std::nullopt;
+        }
+        const bool has_value = equals != std::string::npos || i + 1 < arguments.size();
+        const std::string value = equals != std::string::npos ? arguments[i].substr(equals + 1)
+                                  : has_value                 ? arguments[++i]
+                                                              : std::string();
+        if (!has_value || !option->set(options, value)) {
+            wrong = std::string(option->name) + " needs " + option->values;
+            return std::nullopt;
+        }
+    }
+    if (options.folder.empty() && !options.help && !options.version) {
+        wrong = "--serve DIR is missing";
+        return std::nullopt;
+    }
+    return options;
+}
+
+std::string help_text() {
+    return "Usage: relay-hub-engine --serve DIR [option...]\n"
+           "Serves a folder of this machine to Relay Hub as the remote computer.\n"
+           "\n"
+           "  --serve DIR      the folder; no request leaves it\n"
+           "  --style STYLE    how its paths are written: windows (\"C:\\...\", the default) or posix "
+           "(\"/...\")\n"
+           "  --delay MS       wait this long before each list is answered\n"
+           "  --chunk BYTES    write answers in separate pieces of this size\n"
+           "  --quiet          do not print the requests\n"
+           "  --help           print this text and exit\n"
+           "  --version        print the version and exit\n"
+           "\n"
+           "Signals, for playing trouble with the link:\n"
+           "  SIGUSR1          the remote computer goes offline\n"
+           "  SIGUSR2          it is back online\n"
+           "  SIGTERM, SIGINT  end the engine\n"
+           "\n"
+           "Exit status: 0 ended as asked, 1 could not serve, 2 wrong command line.\n";
+}
+
+std::string version_text() {
+    return "relay-hub-engine " RELAY_HUB_VERSION "\n";
+}
+
+}  // namespace relay_hub

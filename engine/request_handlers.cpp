@@ -1,0 +1,292 @@
+#include "engine/request_handlers.h"
+
+#include <array>
+#include <cerrno>
+#include <optional>
+#include <string_view>
+
+#include "engine/file_list.h"
+#include "engine/wire_text.h"
+#include "link_engine/message_names.h"
+#include "name_pipe/diagnostics.h"
+#include "xml_doc/zev_xml.h"
+
+namespace relay_hub {
+namespace {
+
+constexpr char kOfflineReason[] = "The remote computer is offline.";
+constexpr char kFixedDisk[] = "3";
+constexpr char kDesktop[] = "Desktop";
+constexpr char kDocuments[] = "Documents";
+
+// What a request says of one path: plain, hex or both. before stands in front of the tags.
+std::string requested_text(CZEVXML& request, const std::string& before, const char* plain_tag,
+                           const char* hex_tag) {
+    const std::string plain = plain_tag != nullptr ? request.Query(before + plain_tag) : std::string();
+    return meant_text(plain, request.Query(before + hex_tag)).value_or(std::string());
+}
+
+std::string quoted(const std::string& text) {
+    return "\"" + presentable(text, 600) + "\"";
+}
+
+std::string not_a_path(const std::string& text) {
+    return failure_text(quoted(text) + " is not a path of this computer.");
+}
+
+std::string done_or_reason(int error, const std::string& path, const std::string& what_failed) {
+    if (error == 0)
+        return success_text();
+    return failure_text(quoted(path) + " cannot be " + what_failed + ": " + reason_text(error) + ".");
+}
+
+std::string item_record(std::size_t index) {
+    return std::string(wire::kItems) + "/" + wire::kRecord + "[" + std::to_string(index) + "]/";
+}
+
+std::size_t item_count(CZEVXML& request) {
+    return static_cast<std::size_t>(request.GetMRSCount(wire::kItems));
+}
+
+// Paths of this machine keep their bytes; only the leading separators go.
+std::optional<std::string> local_path(const std::string& text) {
+    if (text.empty() || text.front() != '/' || text.find('\0') != std::string::npos)
+        return std::nullopt;
+    const std::size_t start = text.find_first_not_of('/');
+    if (start == std::string::npos)
+        return std::string();
+    return text.substr(start, text.find_last_not_of('/') + 1 - start);
+}
+
+}  // namespace
+
+struct RequestHandlers::Handler {
+    const char* command;
+    std::string (RequestHandlers::*answer)(CZEVXML& request);
+    bool needs_remote;
+    bool is_list;
+};
+
+const RequestHandlers::Handler* RequestHandlers::find_handler(const std::string& command) {
+    using H = RequestHandlers;
+    static constexpr std::array<Handler, 14> kHandlers{{
+        {wire::kGetFileList, &H::list_files, true, true},
+        {wire::kGetDriverList, &H::list_drives, true, true},
+        {wire::kGetRemoteSpecialPath, &H::list_special_paths, true, true},
+        {wire::kRename, &H::rename, true, false},
+        {wire::kDeleteFile, &H::delete_file, true, false},
+        {wire::kDeleteFolder, &H::delete_folder, true, false},
+        {wire::kMoveFileToTrash, &H::move_to_trash, true, false},
+        {wire::kCreateFolder, &H::create_folder, true, false},
+        {wire::kRemoteToLocal, &H::copy_to_local, true, false},
+        {wire::kLocalToRemote, &H::copy_to_remote, true, false},
+        {wire::kCheckConnectionStatus, &H::connection_status, false, false},
+        {wire::kCheckRemoteOnline, &H::remote_online, false, false},
+        {wire::kCheckForHeartbeat, &H::heartbeat, false, false},
+        {wire::kExitLinkEngine, &H::exit_engine, false, false},
+    }};
+    for (const Handler& handler : kHandlers) {
+        if (command == handler.command)
+            return &handler;
+    }
+    return nullptr;
+}
+
+RequestHandlers::RequestHandlers(RemoteFileSystem& remote, RemoteFileSystem& local, Style style,
+                                 FrontEnd& front_end, const LinkState& state)
+    : remote_(remote), local_(local), style_(style), front_end_(front_end), state_(state) {}
+
+Reply RequestHandlers::handle(const std::string& message) {
+    CZEVXML request;
+    if (!request.LoadXML(message))
+        return {failure_text("The request could not be read: " + request.GetOperErrDesc())};
+    const std::string command = request.Query(wire::kCommand);
+    const Handler* handler = find_handler(command);
+    if (handler == nullptr)
+        return {failure_text("There is no command " + quoted(command) + ".")};
+    if (handler->needs_remote && !state_.remote_online)
+        return {failure_text(kOfflineReason), handler->is_list};
+    return {(this->*handler->answer)(request), handler->is_list, command == wire::kExitLinkEngine};
+}
+
+std::string RequestHandlers::list_files(CZEVXML& request) {
+    const std::string path = requested_text(request, "", wire::kPath, wire::kPathHex);
+    const auto folder = inner_path(style_, path);
+    if (!folder)
+        return not_a_path(path);
+    std::vector<Entry> entries;
+    if (const int error = remote_.list(*folder, entries); error != 0)
+        return done_or_reason(error, path, "read");
+    return file_list_text(std::move(entries), style_, kLongestAnswer);
+}
+
+std::string RequestHandlers::list_drives(CZEVXML& /*request*/) {
+    const std::string root = wire_path(style_, "");
+    WireText answer;
+    answer.add(wire::kResult, wire::kSuccess);
+    answer.begin_record();
+    answer.add(wire::kDriveType, kFixedDisk);
+    answer.add(wire::kDisplayName, root);
+    answer.add(wire::kNameHex, encode_hex(root));
+    answer.end_record();
+    return answer.finish();
+}
+
+std::string RequestHandlers::list_special_paths(CZEVXML& /*request*/) {
+    WireText answer;
+    answer.add(wire::kResult, wire::kSuccess);
+    static constexpr std::array<std::pair<const char*, const char*>, 2> kPlaces{
+        {{wire::kDesktopFolder, kDesktop}, {wire::kDocumentsFolder, kDocuments}}};
+    for (const auto& [tag, name] : kPlaces) {
+        Entry entry;
+        if (remote_.stat(name, entry) == 0 && entry.kind == EntryKind::kFolder)
+            answer.add(tag, encode_hex(wire_path(style_, name)));
+    }
+    return answer.finish();
+}
+
+std::string RequestHandlers::rename(CZEVXML& request) {
+    const std::string from_text = requested_text(request, "", nullptr, wire::kOldPathHex);
+    const std::string to_text = requested_text(request, "", nullptr, wire::kNewPathHex);
+    const auto from = inner_path(style_, from_text);
+    const auto to = inner_path(style_, to_text);
+    if (!from || !to)
+        return not_a_path(from ? to_text : from_text);
+    return done_or_reason(remote_.rename(*from, *to), from_text, "renamed to " + quoted(base_name(*to)));
+}
+
+std::string RequestHandlers::remove(CZEVXML& request, EntryKind kind) {
+    const std::string text = requested_text(request, "", wire::kPath, wire::kPathHex);
+    const auto path = inner_path(style_, text);
+    if (!path)
+        return not_a_path(text);
+    std::string failed;
+    const int error = remote_.remove(*path, kind, failed);
+    return done_or_reason(error, wire_path(style_, failed), "deleted");
+}
+
+std::string RequestHandlers::delete_file(CZEVXML& request) {
+    return remove(request, EntryKind::kFile);
+}
+
+std::string RequestHandlers::delete_folder(CZEVXML& request) {
+    return remove(request, EntryKind::kFolder);
+}
+
+std::string RequestHandlers::move_to_trash(CZEVXML& request) {
+    std::vector<Failure> failures;
+    const std::size_t count = item_count(request);
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::string text = requested_text(request, item_record(i), nullptr, wire::kPathHex);
+        const auto path = inner_path(style_, text);
+        const int error = path ? remote_.move_to_trash(*path) : EINVAL;
+        if (error != 0)
+            failures.push_back({text, reason_text(error)});
+    }
+    return failures.empty() ? success_text() : failure_text(failure_summary(failures, "moved to the trash"));
+}
+
+std::string RequestHandlers::create_folder(CZEVXML& request) {
+    const std::string text = requested_text(request, "", wire::kPath, wire::kPathHex);
+    const auto path = inner_path(style_, text);
+    if (!path)
+        return not_a_path(text);
+    constexpr mode_t kEveryRight = 0777;
+    const int error = path->empty() ? EEXIST : remote_.make_folder(*path, kEveryRight);
+    return done_or_reason(error, text, "created");
+}
+
+CopySide RequestHandlers::remote_side() const {
+    return {remote_, [style = style_](const std::string& path) { return wire_path(style, path); }};
+}
+
+CopySide RequestHandlers::local_side() const {
+    return {local_, [](const std::string& path) { return "/" + path; }};
+}
+
+std::string RequestHandlers::copy_to_local(CZEVXML& request) {
+    CopyBatch batch(
+        remote_side(), local_side(),
+        [style = style_](const std::string& name) { return can_travel(style, name); }, front_end_);
+    std::vector<CopyItem> items;
+    const std::size_t count = item_count(request);
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::string from =
+            requested_text(request, item_record(i), wire::kRemotePath, wire::kRemotePathHex);
+        const std::string to = requested_text(request, item_record(i), wire::kLocalPath, wire::kLocalPathHex);
+        const auto source = inner_path(style_, from);
+        const auto target = local_path(to);
+        if (source && target)
+            items.push_back({*source, *target});
+        else
+            batch.add_failure(from, source ? quoted(to) + " is not a folder's full path"
+                                           : "it is not a path of the remote computer");
+    }
+    return run_copy(batch, items);
+}
+
+std::string RequestHandlers::copy_to_remote(CZEVXML& request) {
+    CopyBatch batch(
+        local_side(), remote_side(),
+        [style = style_](const std::string& name) { return can_travel(style, name); }, front_end_);
+    std::vector<CopyItem> items;
+    const std::size_t count = item_count(request);
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::string from =
+            requested_text(request, item_record(i), wire::kLocalPath, wire::kLocalPathHex);
+        const std::string to =
+            requested_text(request, item_record(i), wire::kRemotePath, wire::kRemotePathHex);
+        const auto source = local_path(from);
+        const auto target = inner_path(style_, to);
+        if (source && target)
+            items.push_back({*source, *target});
+        else
+            batch.add_failure(from, source ? quoted(to) + " is not a folder of the remote computer"
+                                           : "it is not a full path of this computer");
+    }
+    return run_copy(batch, items);
+}
+
+std::string RequestHandlers::run_copy(CopyBatch& batch, const std::vector<CopyItem>& items) {
+    batch.run(items);
+    if (!state_.remote_online)
+        return failure_text("The remote computer went offline before everything was copied.");
+    if (batch.failures().empty())
+        return success_text();
+    for (const Failure& failure : batch.failures())
+        report(RELAY_HUB_HERE,
+               "not copied:", presentable(failure.item + ": " + failure.reason, kLongestAnswer));
+    const std::string summary = failure_summary(batch.failures(), "copied");
+    if (!batch.anything_done())
+        return failure_text(summary);
+    front_end_.message(summary);
+    return success_text();
+}
+
+std::string RequestHandlers::connection_status(CZEVXML& /*request*/) {
+    WireText answer;
+    answer.add(wire::kResult, wire::kSuccess);
+    answer.add(wire::kLocalDeviceOn, wire::kYes);
+    answer.add(wire::kDeviceOn, wire::kYes);
+    answer.add(wire::kApplicationOn, state_.remote_online ? wire::kYes : wire::kNo);
+    return answer.finish();
+}
+
+std::string RequestHandlers::remote_online(CZEVXML& /*request*/) {
+    WireText answer;
+    answer.add(wire::kResult, wire::kSuccess);
+    answer.add(wire::kRemoteIsOnline, state_.remote_online ? wire::kYes : wire::kNo);
+    return answer.finish();
+}
+
+std::string RequestHandlers::heartbeat(CZEVXML& /*request*/) {
+    WireText answer;
+    answer.add(wire::kServerIsLive, wire::kYes);
+    return answer.finish();
+}
+
+std::string RequestHandlers::exit_engine(CZEVXML& /*request*/) {
+    return {};
+}
+
+}  // namespace relay_hub

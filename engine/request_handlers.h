@@ -1,0 +1,64 @@
+#pragma once
+// Answers the requests of the front end. One request at a time, on one thread; trees, front end and link
+// state must outlive it.
+#include <string>
+
+#include "engine/copy_batch.h"
+#include "engine/front_end.h"
+#include "engine/link_state.h"
+#include "engine/names.h"
+#include "engine/remote_file_system.h"
+
+class CZEVXML;
+
+namespace relay_hub {
+
+struct Reply {
+    std::string text;      // empty: no answer is sent
+    bool is_list = false;  // a list of drives, places or files
+    bool ends_engine = false;
+};
+
+class RequestHandlers {
+  public:
+    // remote is what the front end calls the remote computer, local this machine as the user sees it.
+    RequestHandlers(RemoteFileSystem& remote, RemoteFileSystem& local, Style style, FrontEnd& front_end,
+                    const LinkState& state);
+    // message: one document, without the marker.
+    Reply handle(const std::string& message);
+
+  private:
+    struct Handler;
+    static const Handler* find_handler(const std::string& command);
+
+    std::string list_files(CZEVXML& request);
+    std::string list_drives(CZEVXML& request);
+    std::string list_special_paths(CZEVXML& request);
+    std::string rename(CZEVXML& request);
+    std::string delete_file(CZEVXML& request);
+    std::string delete_folder(CZEVXML& request);
+    std::string move_to_trash(CZEVXML& request);
+    std::string create_folder(CZEVXML& request);
+    std::string copy_to_local(CZEVXML& request);
+    std::string copy_to_remote(CZEVXML& request);
+    std::string connection_status(CZEVXML& request);
+    std::string remote_online(CZEVXML& request);
+    std::string heartbeat(CZEVXML& request);
+    std::string exit_engine(CZEVXML& request);
+
+    std::string remove(CZEVXML& request, EntryKind kind);
+    std::string run_copy(CopyBatch& batch, const std::vector<CopyItem>& items);
+    [[nodiscard]] CopySide remote_side() const;
+    [[nodiscard]] CopySide local_side() const;
+
+    RemoteFileSystem& remote_;
+    RemoteFileSystem& local_;
+    Style style_;
+    FrontEnd& front_end_;
+    const LinkState& state_;
+};
+
+// The longest answer that the front end takes.
+inline constexpr std::size_t kLongestAnswer = 10485760;
+
+}  // namespace relay_hub
