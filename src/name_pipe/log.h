@@ -1,8 +1,8 @@
 #pragma once
 // The two log files. theLog is the raw trace of the pipes, write_log appends one time-stamped line to the
 // event log. Both may be used on any thread. A log that cannot be opened stays silent: the program goes on.
+#include <atomic>
 #include <cstdarg>
-#include <string>
 
 class Log {
   public:
@@ -25,7 +25,7 @@ class Log {
     void ReallyPrint(const char* format, va_list args) __attribute__((format(printf, 2, 0)));
 
   private:
-    int m_nFile = -1;
+    std::atomic<int> m_nFile = -1;
 };
 
 // The trace of the pipes, kPipeTracePath.

@@ -5,8 +5,10 @@
 // listener thread that serves the engine's call-backs. Sends may be made on any thread but the window's:
 // they wait. One mutex spans each send on a base path, so two sends never share a FIFO. A send watches the
 // AbandonToken bound to its thread (abandon.h) in all its waits, the one for that mutex included.
+#include <atomic>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 inline constexpr char kCommandPipe[] = "/tmp/ZEV_KorvaleMarrowglint";
 inline constexpr char kNotifyPipe[] = "/tmp/ZEV_KorvaleMarrowglintNotify";
@@ -17,7 +19,8 @@ inline constexpr unsigned int kCommandData = 1;
 inline constexpr unsigned int kUserData = 0;
 
 // Serves one call-back on the listener thread. body is the whole received body, marker included, and
-// zero-terminated; answer is zero-filled. Returns non-zero when the answer buffer is to be sent.
+// zero-terminated; answer is zero-filled. Returns non-zero when the answer buffer is to be sent: its text up
+// to the first zero, and zeros behind it up to the size of the frame.
 using service_provider_t = unsigned int (*)(char* body, unsigned int length, char* answer,
                                             unsigned int answer_size);
 
@@ -38,6 +41,7 @@ class CNamePipeBase {
     // Class-wide: who answers call-backs. Set once, before ListenForService.
     static void SetServiceProvider(service_provider_t provider);
     static void ResetStatus();
+    // Null is neither. A zero-terminated body may be shorter than the marker only if six bytes can be read.
     static bool IsUserData(const char* body);
     static bool IsCommandData(const char* body);
     static char* GetPureData(char* body);
@@ -51,20 +55,24 @@ class CNamePipeBase {
                        const char* pipe, unsigned int kind);
     bool NPSendMessage(std::string data, std::string& answer, std::string pipe, unsigned int kind);
 
-    // Starts the listener thread on m_strPipeName. True on success.
+    // Starts the process's one listener thread on m_strPipeName. True on success, false while one runs.
     bool ListenForService();
     // Asks the listener to end (bounded: 1 s for the open) and waits for the thread, with a limit.
     // True when the thread has ended; false when it still runs, and then the answer buffer is kept.
     bool ExitListenService();
 
-    static std::uint32_t m_dwNPInputBufferSize;
-    static std::uint32_t m_dwNPOutputBufferSize;
-    static std::uint32_t m_dwNPOutputSize;
-    static std::string m_strResultData;
-    static std::string m_strPipeName;
-    static bool m_bExitFromListenLoop;
+    static std::atomic<std::uint32_t> m_dwNPInputBufferSize;  // 8192, bytes; kept only
+    static std::atomic<std::uint32_t>
+        m_dwNPOutputBufferSize;                          // 8192, bytes; the length of a call-back answer
+    static std::atomic<std::uint32_t> m_dwNPOutputSize;  // what the service provider returned
+    static std::string m_strResultData;  // the answer of the last control command; listener thread only
+    static std::string m_strPipeName;    // set it with SetupParam: that locks out the senders that read it
+    static std::atomic<bool> m_bExitFromListenLoop;
 
   private:
+    // Where a send goes: pipe, else the object's own name, else m_strPipeName.
+    [[nodiscard]] std::string target(std::string_view pipe) const;
+
     std::string m_strOwnPipeName;
 };
 

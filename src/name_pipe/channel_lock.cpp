@@ -1,0 +1,67 @@
+#include "name_pipe/channel_lock.h"
+
+#include <sys/eventfd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <map>
+#include <mutex>
+
+#include "name_pipe/diagnostics.h"
+#include "name_pipe/name_pipe_base.h"
+
+namespace relay_hub {
+namespace {
+
+struct Registry {
+    std::mutex mutex;
+    std::map<std::string, Channel> channels;  // under mutex; the channels themselves stay where they are
+};
+
+Registry& registry() {
+    static Registry all;
+    return all;
+}
+
+Channel* channel_of(const std::string& base) {
+    const std::lock_guard lock(registry().mutex);
+    Channel& channel = registry().channels[base];
+    if (!channel.free)
+        channel.free.reset(::eventfd(1, EFD_CLOEXEC | EFD_NONBLOCK));
+    if (channel.free)
+        return &channel;
+    report_error(RELAY_HUB_HERE, errno, base);
+    return nullptr;
+}
+
+}  // namespace
+
+ChannelLock::ChannelLock(const std::string& base, Deadline deadline) {
+    Channel* channel = channel_of(base);
+    while (channel != nullptr && wait_for(channel->free.get(), POLLIN, deadline) == WaitEnd::ready) {
+        std::uint64_t one = 0;
+        if (read_some(channel->free.get(), &one, sizeof one) == sizeof one) {
+            held_ = channel;
+            return;
+        }
+        if (errno != EAGAIN)
+            return;
+    }
+}
+
+ChannelLock::~ChannelLock() {
+    const std::uint64_t one = 1;
+    if (held_ != nullptr)
+        (void)write_all(held_->free.get(), &one, sizeof one);
+}
+
+bool channel_busy(const std::string& base) {
+    const std::lock_guard lock(registry().mutex);
+    const auto found = registry().channels.find(base);
+    if (found == registry().channels.end())
+        return false;
+    pollfd watch{found->second.free.get(), POLLIN, 0};
+    return watch.fd >= 0 && ::poll(&watch, 1, 0) == 0;
+}
+
+}  // namespace relay_hub

@@ -1,0 +1,300 @@
+#include "name_pipe/name_pipe_client.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+
+#include "name_pipe/channel_lock.h"
+#include "name_pipe/frame.h"
+#include "name_pipe/log.h"
+#include "name_pipe/name_pipe_base.h"
+#include "name_pipe/name_pipe_io.h"
+
+namespace relay_hub {
+namespace {
+
+using std::chrono::milliseconds;
+
+// An answer that has begun and then pauses this long has ended; so has a peer that is gone this long.
+constexpr milliseconds kQuiet{2000};
+// What follows a text that is complete: its padding, which is read off so that the peer can finish its write.
+constexpr milliseconds kPaddingPause{20};
+constexpr milliseconds kPaddingLimit{200};
+constexpr milliseconds kFirstRetry{10};
+constexpr milliseconds kLongestRetry{50};
+constexpr milliseconds kPostLimit{1000};
+constexpr int kImmediateTries = 20;
+
+void trace(std::string_view text) {
+    theLog.Write1(text.data(), static_cast<unsigned int>(text.size()));
+}
+
+bool exists(const std::string& path) {
+    return ::access(path.c_str(), F_OK) == 0;
+}
+
+void discard_pending(int out) {
+    std::array<char, 65536> dropped;
+    const Deadline limit = after(kQuiet);
+    while (read_some(out, dropped.data(), dropped.size()) > 0 && Clock::now() < *limit) {
+    }
+}
+
+bool fail_in_open() {
+    trace("\tSendPipeData(...) - \" Open %s named pipe (IN) failed!!! \"\n");
+    return false;
+}
+
+// Opens the requests' end as soon as somebody reads there. While the peer still serves a request that was
+// given up, late_answers (which may be empty) is kept empty, so that it comes to the end of it.
+FileDescriptor open_in(const std::string& path, const FileDescriptor& late_answers) {
+    milliseconds pause = kFirstRetry;
+    for (;;) {
+        FileDescriptor in = open_fifo(path, O_WRONLY | O_NONBLOCK);
+        if (in || errno != ENXIO)
+            return in;
+        if (rest(pause) == WaitEnd::abandoned)
+            return {};
+        pause = std::min(pause * 2, kLongestRetry);
+        if (late_answers)
+            discard_pending(late_answers.get());
+    }
+}
+
+// Writes one frame and traces each step. Where it fails the trace tells.
+bool write_request(int in, std::string_view body, std::optional<milliseconds> stall) {
+    const FrameHeader header = frame_header(static_cast<std::uint32_t>(body.size()));
+    const bool header_written = write_bytes(in, {header.data(), header.size()}, stall) == WriteEnd::done;
+    theLog.Print("Write to name-pipe (IN) - %d!!!\n", header_written ? static_cast<int>(header.size()) : -1);
+    if (!header_written && body.empty()) {
+        trace("Write to name-pipe (IN) Failed 0001!!!\n");
+        return false;
+    }
+    const auto count_traced = [](std::size_t count) {
+        theLog.Print("001 cWrite to name-pipe (IN) - %d!!!\n", static_cast<int>(count));
+    };
+    if (!header_written || write_bytes(in, body, stall, count_traced) != WriteEnd::done) {
+        trace("Write to name-pipe (IN) Failed!!!\n");
+        return false;
+    }
+    trace("Write to name-pipe (IN) done!!!\n");
+    return true;
+}
+
+enum class Writer { present, absent, sent };
+
+// Whether somebody has the answers' FIFO open for writing. poll() cannot tell before the first byte, but a
+// read can, and what it happens to read is kept.
+Writer find_writer(int out, FrameProgress& progress) {
+    FrameHeader bytes{};
+    const ssize_t count = read_some(out, bytes.data(), std::min(bytes.size(), progress.wanted()));
+    if (count <= 0)
+        return count == 0 ? Writer::absent : Writer::present;
+    (void)progress.take({bytes.data(), static_cast<std::size_t>(count)});
+    return Writer::sent;
+}
+
+// Waits without limit for the first byte of the answer, but not for a peer that has died. That shows by a
+// writer's hang-up or, where the peer died before it opened its end, by requests without a reader and
+// answers without a writer at once. A living peer may be in that state too, between its reading and its
+// answering, but only for moments.
+ReadEnd await_answer(int in, int out, FrameProgress& progress) {
+    bool in_open = true;
+    Deadline peer_gone;
+    for (;;) {
+        std::array<pollfd, 2> watches{pollfd{out, POLLIN, 0}, pollfd{in_open ? in : -1, 0, 0}};
+        const WaitEnd end = wait_on(watches, peer_gone);
+        if (end == WaitEnd::abandoned)
+            return ReadEnd::abandoned;
+        if (end == WaitEnd::ready && watches[0].revents != 0)
+            return (watches[0].revents & POLLIN) != 0 ? ReadEnd::complete : ReadEnd::closed;
+        in_open = false;
+        const Writer writer = find_writer(out, progress);
+        if (writer == Writer::sent)
+            return ReadEnd::complete;
+        if (writer == Writer::absent && end == WaitEnd::timed_out)
+            return ReadEnd::closed;
+        peer_gone = writer == Writer::absent ? after(kQuiet) : Deadline{};
+    }
+}
+
+bool ends_at_zero(AnswerKind kind, const FrameProgress& progress) {
+    return kind == AnswerKind::text || progress.announced() >= CNamePipeBase::m_dwNPOutputBufferSize;
+}
+
+// Collects the answer's body. Returns complete also where the text ended before the frame did and the rest
+// of it has been read off.
+ReadEnd read_answer(int in, int out, FrameProgress& progress, std::string& answer, std::size_t limit,
+                    AnswerKind kind) {
+    const ReadEnd awaited = await_answer(in, out, progress);
+    if (awaited != ReadEnd::complete)
+        return awaited;
+    const auto collect = [&](std::string_view piece) {
+        const std::size_t zero = ends_at_zero(kind, progress) ? piece.find('\0') : std::string_view::npos;
+        answer.append(piece.substr(0, std::min(zero, limit - answer.size())));
+        return zero == std::string_view::npos && answer.size() < limit;
+    };
+    const ReadEnd end = read_frame(out, progress, {kQuiet, kQuiet}, collect);
+    if (end != ReadEnd::stopped)
+        return end;
+    const Deadline padding = after(kPaddingLimit);
+    return read_frame(out, progress, {kPaddingPause, kPaddingPause},
+                      [&](std::string_view) { return Clock::now() < *padding; });
+}
+
+void trace_answer(const FrameProgress& progress, std::size_t limit, std::size_t received) {
+    const std::size_t wanted = std::min<std::size_t>(progress.announced(), limit);
+    theLog.Print("Reading - nDataLen=%d\n", static_cast<int>(progress.announced()));
+    theLog.Print("Reading - nDataLen=%d\n", static_cast<int>(wanted));
+    theLog.Print("001 Read to name-pipe (IN) - read = %d!!!\n", static_cast<int>(received));
+    theLog.Print("Number of readed=%d\n", static_cast<int>(received));
+}
+
+// Waits until the peer is through with a request that was given up: its answer must not be taken for the
+// next one's. The peer is through when it has closed its end or its answer is complete. False: abandoned.
+bool await_owed_answer(int out, Channel& channel) {
+    if (!channel.owed.started() && find_writer(out, channel.owed) == Writer::absent)
+        return true;
+    const ReadEnd end = read_frame(out, channel.owed,
+                                   {channel.owed.started() ? kQuiet : std::optional<milliseconds>{}, kQuiet},
+                                   [](std::string_view) { return true; });
+    if (end == ReadEnd::abandoned)
+        return false;
+    return end == ReadEnd::closed || wait_for(out, 0, after(kPaddingLimit)) != WaitEnd::abandoned;
+}
+
+// The end on which a late answer arrives, kept open until the next round has begun: a peer that opens its
+// end only to answer would wait for a reader for good. Sets settled.
+FileDescriptor settle(const std::string& out_path, Channel& channel, bool& settled) {
+    settled = true;
+    if (!channel.answer_owed)
+        return {};
+    FileDescriptor out = open_fifo(out_path, O_RDONLY | O_NONBLOCK);
+    if (out)
+        settled = await_owed_answer(out.get(), channel);
+    if (settled) {
+        channel.answer_owed = false;
+        channel.owed = {};
+    }
+    return out;
+}
+
+bool exchange_on(Channel& channel, const std::string& base, std::string_view body, std::string& answer,
+                 std::size_t limit, AnswerKind kind) {
+    trace("Open Name Pipe (IN) with block method!!!\n");
+    const std::string out_path = base + "_OUT";
+    bool settled = false;
+    FileDescriptor late_answers = settle(out_path, channel, settled);
+    if (!settled)
+        return fail_in_open();
+    const FileDescriptor in = open_in(base + "_IN", late_answers);
+    if (!in)
+        return fail_in_open();
+    const FileDescriptor out = open_fifo(out_path, O_RDONLY | O_NONBLOCK);
+    if (!out) {
+        trace("Failed to Open Name Pipe (OUT) with block method - return FALSE!!!\n");
+        return false;
+    }
+    late_answers.reset();
+    raise_capacity(out.get());
+    discard_pending(out.get());
+
+    channel.answer_owed = true;
+    if (!write_request(in.get(), body, std::nullopt))
+        return false;
+    trace("Prepare to reading...!!!\n");
+    const ReadEnd end = read_answer(in.get(), out.get(), channel.owed, answer, limit, kind);
+    if (end == ReadEnd::abandoned || end == ReadEnd::failed)
+        return false;
+    trace_answer(channel.owed, limit, answer.size());
+    if (end == ReadEnd::complete || end == ReadEnd::closed) {
+        channel.answer_owed = false;
+        channel.owed = {};
+    }
+    return true;
+}
+
+FileDescriptor open_in_at_once(const std::string& path, Clock::time_point deadline, bool patient) {
+    milliseconds pause = kFirstRetry;
+    for (int tries = 1;; ++tries) {
+        FileDescriptor in = open_fifo(path, O_WRONLY | O_NONBLOCK);
+        if (in)
+            return in;
+        if (tries < kImmediateTries)
+            continue;
+        if (!patient || Clock::now() >= deadline || rest(pause) == WaitEnd::abandoned)
+            return {};
+        pause = std::min(pause * 2, kLongestRetry);
+    }
+}
+
+// A peer opens its end for answers before it reads; without a reader there it would wait for one for good.
+void hold_until_opened(int in, int out, Clock::time_point deadline) {
+    milliseconds pause{1};
+    FrameProgress dropped;
+    pollfd watch{in, 0, 0};
+    while (find_writer(out, dropped) == Writer::absent && Clock::now() < deadline) {
+        const Deadline next = std::min(deadline, Clock::now() + pause);
+        if (wait_on({&watch, 1}, next) != WaitEnd::timed_out)
+            return;
+        pause = std::min(pause * 2, kFirstRetry);
+    }
+}
+
+}  // namespace
+
+bool exchange(const std::string& base, std::string_view body, std::string& answer, std::size_t limit,
+              AnswerKind kind) {
+    if (!exists(base + "_IN") || !exists(base + "_OUT"))
+        return false;
+    ignore_broken_pipes();
+    const ChannelLock lock(base, std::nullopt);
+    if (!lock)
+        return false;
+    std::string received;
+    if (!exchange_on(lock.channel(), base, body, received, limit, kind))
+        return false;
+    answer = std::move(received);
+    return true;
+}
+
+bool post(const std::string& base, std::string_view body, Clock::time_point deadline, bool patient) {
+    if (!exists(base + "_IN"))
+        return false;
+    ignore_broken_pipes();
+    const ChannelLock lock(base, deadline);
+    if (!lock)
+        return false;
+    trace("Open Name Pipe (IN) with nonblock method!!!\n");
+    const FileDescriptor in = open_in_at_once(base + "_IN", deadline, patient);
+    if (!in)
+        return fail_in_open();
+    const FileDescriptor out = open_fifo(base + "_OUT", O_RDONLY | O_NONBLOCK);
+    trace("Open name-pipe (OUT) no output!!!\n");
+    if (!write_request(in.get(), body, kPostLimit))
+        return false;
+    if (out)
+        hold_until_opened(in.get(), out.get(), deadline);
+    return true;
+}
+
+}  // namespace relay_hub
+
+bool SendPipeData(const char* base, char* body, unsigned int size, char* answer, unsigned int answer_size) {
+    if (base == nullptr || (body == nullptr && size > 0))
+        return false;
+    const std::string_view request(body, size);
+    if (answer == nullptr || answer_size == 0)
+        return relay_hub::post(base, request, relay_hub::Clock::now() + relay_hub::kPostLimit, false);
+    std::string received;
+    if (!relay_hub::exchange(base, request, received, answer_size, relay_hub::AnswerKind::bytes))
+        return false;
+    std::memcpy(answer, received.data(), received.size());
+    if (received.size() < answer_size)
+        answer[received.size()] = '\0';
+    return true;
+}

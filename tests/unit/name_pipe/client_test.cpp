@@ -1,0 +1,272 @@
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <csignal>
+#include <functional>
+#include <vector>
+
+#include "name_pipe/abandon.h"
+#include "name_pipe/log.h"
+#include "name_pipe/name_pipe_base.h"
+#include "name_pipe/name_pipe_io.h"
+#include "support.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using test::Clock;
+using test::Peer;
+
+const std::string kMarker("\xC9\xBB\x29\xF9\x00\x01", 6);
+
+class Client : public testing::Test {
+  protected:
+    void SetUp() override {
+        std::signal(SIGPIPE, SIG_IGN);
+        ASSERT_EQ(::mkfifo((base_ + "_IN").c_str(), 0600), 0);
+        ASSERT_EQ(::mkfifo((base_ + "_OUT").c_str(), 0600), 0);
+    }
+
+    bool send(const std::string& text, std::string& answer) {
+        return channel_.NPSendMessage(text, answer, base_, kCommandData);
+    }
+
+    test::Folder folder_;
+    std::string base_ = folder_ / "channel";
+    CNamePipeBase channel_{base_, kPipeBufferSize, kPipeBufferSize};
+};
+
+struct AnswerCase {
+    const char* name;
+    std::string expected;
+    std::chrono::milliseconds limit;
+    std::function<void(Peer&)> serve;
+};
+
+std::string padded(std::string text) {
+    text.resize(kPipeBufferSize);
+    return test::frame(text);
+}
+
+// What a peer may do once its client has connected, and the answer that its client ends up with.
+const std::vector<AnswerCase>& answer_cases() {
+    static const std::string medium(200000, 'm');
+    static const std::string large(5 << 20, 'l');
+    static const std::vector<AnswerCase> cases = {
+        {"short", "hello", 1s, [](Peer& p) { p.answer(test::frame("hello")), p.await_reader_gone(); }},
+        {"empty", "", 1s, [](Peer& p) { p.answer(test::frame("")), p.await_reader_gone(); }},
+        {"medium", medium, 2s, [](Peer& p) { p.answer(test::frame(medium)); }},
+        {"large", large, 4s, [](Peer& p) { p.answer(test::frame(large)); }},
+        {"byte by byte", "slowly", 1s,
+         [](Peer& p) {
+             for (const char byte : test::frame("slowly"))
+                 p.answer({byte}), std::this_thread::sleep_for(5ms);
+         }},
+        {"padded", "text", 1s, [](Peer& p) { p.answer(padded("text")); }},
+        {"padding never comes", "text", 1s,
+         [](Peer& p) { p.answer(padded("text").substr(0, 9)), p.await_reader_gone(); }},
+        {"dies within the length", "", 1s, [](Peer& p) { p.answer("\x05"); }},
+        {"dies behind the length", "", 1s, [](Peer& p) { p.answer(test::length_field(10)); }},
+        {"dies within the body", "hal", 1s, [](Peer& p) { p.answer(test::frame("half").substr(0, 7)); }},
+        {"no answer", "", 1s, [](Peer&) {}},
+        {"pauses within the body", "hal", 3s,
+         [](Peer& p) { p.answer(test::frame("half").substr(0, 7)), p.await_reader_gone(); }},
+    };
+    return cases;
+}
+
+TEST_F(Client, EndsUpWithWhatThePeerGave) {
+    for (const AnswerCase& one : answer_cases()) {
+        std::string request;
+        std::jthread server([&] {
+            Peer peer(base_);
+            request = peer.as_server().take_request();
+            one.serve(peer);
+        });
+        std::string answer = "untouched";
+        const auto start = Clock::now();
+        EXPECT_TRUE(send("<ZEVMSG></ZEVMSG>", answer)) << one.name;
+        EXPECT_LT(Clock::now() - start, one.limit) << one.name;
+        server.join();
+        EXPECT_EQ(request, kMarker + "<ZEVMSG></ZEVMSG>") << one.name;
+        EXPECT_TRUE(answer == one.expected) << one.name << ": " << answer.size() << " bytes";
+    }
+}
+
+TEST_F(Client, WaitsForAPeerThatClosesItsReadingEndFirstButNotForADeadOne) {
+    std::jthread server([&] {
+        Peer late(base_);
+        late.open_in(O_RDONLY).take_request();
+        late.close_in();
+        late.open_out(O_WRONLY).answer(test::frame("late"));
+        late.close_out();
+        Peer(base_).open_in(O_RDONLY).take_request();
+    });
+    std::string answer;
+    EXPECT_TRUE(send("", answer));
+    EXPECT_EQ(answer, "late");
+    EXPECT_TRUE(send("", answer));
+    EXPECT_EQ(answer, "");
+}
+
+TEST_F(Client, FillsTheCallersBufferAndNoMore) {
+    struct {
+        unsigned int room;
+        std::string expected;
+    } const cases[] = {{4, "abcd####"}, {7, std::string("abcd\0fg#", 8)}, {8, std::string("abcd\0fg\0", 8)}};
+    for (const auto& one : cases) {
+        std::jthread server([&] {
+            Peer peer(base_);
+            peer.as_server().take_request();
+            peer.answer(test::frame(std::string("abcd\0fg", 7)));
+        });
+        std::string buffer = "########";
+        std::string body = kMarker;
+        EXPECT_TRUE(SendPipeData(base_.c_str(), body.data(), 6, buffer.data(), one.room));
+        EXPECT_EQ(buffer, one.expected);
+    }
+}
+
+TEST_F(Client, TracesEachStepWithTotals) {
+    const std::string trace = folder_ / "trace";
+    theLog.SetFile(trace.c_str(), false);
+    std::jthread server([&] {
+        Peer peer(base_);
+        peer.as_server().take_request();
+        peer.answer(test::frame(std::string(100000, 'x')));
+    });
+    std::string answer;
+    EXPECT_TRUE(send("abc", answer));
+    theLog.CloseFile();
+    EXPECT_EQ(test::content(trace),
+              "Enter into CNamePipeBase::NPSendMessage - strInputData=\nabc\n"
+              "Open Name Pipe (IN) with block method!!!\nWrite to name-pipe (IN) - 4!!!\n"
+              "001 cWrite to name-pipe (IN) - 9!!!\nWrite to name-pipe (IN) done!!!\n"
+              "Prepare to reading...!!!\nReading - nDataLen=100000\nReading - nDataLen=100000\n"
+              "001 Read to name-pipe (IN) - read = 100000!!!\nNumber of readed=100000\n"
+              "^^^^ Close Handle\n");
+}
+
+TEST_F(Client, RefusesPathsThatAreNoFifos) {
+    struct {
+        const char* name;
+        std::function<void(const std::string&)> place;
+    } const kinds[] = {
+        {"missing", [](const std::string&) {}},
+        {"file", [](const std::string& path) { test::put(path, "kept"); }},
+        {"link", [](const std::string& path) { ASSERT_EQ(::symlink("other", path.c_str()), 0); }},
+    };
+    for (const char* end : {"_IN", "_OUT"})
+        for (const auto& kind : kinds) {
+            const test::Folder folder;
+            const std::string base = folder / "channel";
+            ASSERT_EQ(::mkfifo((folder / "other").c_str(), 0600), 0);
+            const int both = ::open((folder / "other").c_str(), O_RDWR | O_CLOEXEC);
+            ASSERT_EQ(::mkfifo((base + "_IN").c_str(), 0600), 0);
+            ASSERT_EQ(::mkfifo((base + "_OUT").c_str(), 0600), 0);
+            const int reader = ::open((base + "_IN").c_str(), O_RDWR | O_CLOEXEC);
+            ::unlink((base + end).c_str());
+            kind.place(base + end);
+            std::string answer = "untouched";
+            EXPECT_FALSE(channel_.NPSendMessage("x", answer, base, kCommandData)) << end << kind.name;
+            EXPECT_EQ(answer, "untouched");
+            ::close(reader);
+            ::close(both);
+        }
+}
+
+TEST_F(Client, PostsOnlyWhereSomebodyReads) {
+    EXPECT_FALSE(channel_.NPPostMessage(std::string("nobody"), "", kUserData));
+    std::string request;
+    std::jthread server([&] {
+        Peer peer(base_);
+        request = peer.as_server().take_request();
+    });
+    EXPECT_TRUE(test::wait_until([&] { return channel_.NPPostMessage(std::string("hi"), "", kUserData); }));
+    server.join();
+    EXPECT_EQ(request, std::string("\xBA\x33\x78\xA9\x00\x01hi", 8));
+    // A reader that never opens its other end holds a post up for a moment only.
+    const int reader = ::open((base_ + "_IN").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    const auto start = Clock::now();
+    EXPECT_TRUE(channel_.NPPostMessage(std::string("hi"), "", kUserData));
+    EXPECT_LT(Clock::now() - start, 2s);
+    ::close(reader);
+}
+
+// A send on a thread of its own that can be abandoned.
+class PendingSend {
+  public:
+    PendingSend(CNamePipeBase& channel, std::string text)
+        : thread_([this, &channel, text = std::move(text)] {
+              const relay_hub::AbandonScope scope(token_);
+              result_ = channel.NPSendMessage(text, answer_, "", kCommandData);
+              done_ = true;
+          }) {}
+
+    // True when the send failed within 200 ms from now, leaving its answer alone.
+    bool ends_when_abandoned() {
+        token_.abandon();
+        const bool ended = test::wait_until([this] { return done_.load(); }, 200ms);
+        thread_.join();
+        return ended && !result_ && answer_ == "untouched";
+    }
+
+  private:
+    relay_hub::AbandonToken token_;
+    std::atomic<bool> done_ = false;
+    bool result_ = true;
+    std::string answer_ = "untouched";
+    std::jthread thread_;
+};
+
+TEST_F(Client, LeavesEachWaitWhenAbandoned) {
+    const auto busy = [this] { return relay_hub::channel_busy(base_); };
+    {
+        PendingSend unopened(channel_, "nobody reads");
+        ASSERT_TRUE(test::wait_until(busy));
+        PendingSend queued(channel_, "waits for the channel");
+        EXPECT_TRUE(queued.ends_when_abandoned());
+        EXPECT_TRUE(unopened.ends_when_abandoned());
+        EXPECT_FALSE(busy());
+    }
+    Peer peer(base_);
+    PendingSend unread(channel_, std::string(5 << 20, 'x'));
+    peer.as_server();
+    EXPECT_TRUE(unread.ends_when_abandoned());
+    peer.close_in();
+    peer.close_out();
+    PendingSend unanswered(channel_, "no answer");
+    peer.as_server().take_request();
+    EXPECT_TRUE(unanswered.ends_when_abandoned());
+}
+
+TEST_F(Client, TakesNoAnswerOfAnAbandonedRequestForItsOwn) {
+    Peer peer(base_);
+    PendingSend first(channel_, "first");
+    EXPECT_EQ(peer.as_server().take_request(), kMarker + "first");
+    EXPECT_TRUE(first.ends_when_abandoned());
+    std::string answer;
+    std::jthread second([&] { EXPECT_TRUE(send("second", answer)); });
+    ASSERT_TRUE(test::wait_until([this] { return relay_hub::channel_busy(base_); }));
+    // Still in the round of the first, as a peer that was slow is.
+    peer.answer(test::frame("of the first"));
+    peer.close_in();
+    peer.close_out();
+    EXPECT_EQ(peer.as_server().take_request(), kMarker + "second");
+    peer.answer(test::frame("of the second"));
+    second.join();
+    EXPECT_EQ(answer, "of the second");
+}
+
+TEST_F(Client, DropsWhatIsLeftInThePipe) {
+    Peer peer(base_);
+    peer.open_in(O_RDWR).open_out(O_RDWR).answer("left over");
+    std::string answer;
+    std::jthread sender([&] { EXPECT_TRUE(send("x", answer)); });
+    EXPECT_EQ(peer.take_request(), kMarker + "x");
+    peer.answer(test::frame("fresh"));
+    sender.join();
+    EXPECT_EQ(answer, "fresh");
+}
+
+}  // namespace

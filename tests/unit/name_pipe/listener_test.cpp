@@ -1,0 +1,207 @@
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <cstring>
+#include <mutex>
+#include <vector>
+
+#include "name_pipe/name_pipe_base.h"
+#include "name_pipe/name_pipe_io.h"
+#include "support.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using test::Peer;
+
+const std::string kMarker("\xC9\xBB\x29\xF9\x00\x01", 6);
+const std::string kUserMarker("\xBA\x33\x78\xA9\x00\x01", 6);
+
+std::atomic<bool> provider_held = false;
+std::atomic<bool> provider_entered = false;
+
+// Answers "echo:" and what came behind the marker; nothing to an empty body, as the dispatcher does.
+unsigned int echo_provider(char* body, unsigned int length, char* answer, unsigned int size) {
+    provider_entered = true;
+    test::wait_until([] { return !provider_held; }, 20s);
+    if (length == 0)
+        return 0;
+    const std::string text = "echo:" + std::string(body, length).substr(std::min(length, 6U));
+    if (text.size() < size)
+        std::memcpy(answer, text.data(), text.size());
+    return 1;
+}
+
+class Listener : public testing::Test {
+  protected:
+    void SetUp() override {
+        provider_held = provider_entered = false;
+        CNamePipeBase::SetupParam(base_.c_str(), kPipeBufferSize, kPipeBufferSize);
+        CNamePipeBase::SetServiceProvider(echo_provider);
+        ASSERT_TRUE(service_.ListenForService());
+        ASSERT_TRUE(test::wait_until([this] { return std::filesystem::exists(base_ + "_OUT"); }));
+    }
+    void TearDown() override {
+        EXPECT_TRUE(service_.ExitListenService());
+        CNamePipeBase::SetupParam("/tmp/ZEV_Korvale", kPipeBufferSize, kPipeBufferSize);
+    }
+
+    std::string ask(const std::string& body) {
+        Peer client(base_);
+        client.as_client().request(test::frame(body));
+        return client.take_answer();
+    }
+
+    test::Folder folder_;
+    std::string base_ = folder_ / "notify";
+    CNamePipeBase service_;
+};
+
+TEST_F(Listener, AnswersWithWholePaddedFramesWithoutLeftovers) {
+    EXPECT_FALSE(service_.ListenForService()) << "one listener is enough";
+    for (const std::string& text : {std::string(100000, 'y'), std::string("short"), std::string()}) {
+        const std::string answer = ask(kMarker + text);
+        ASSERT_EQ(answer.size(), kPipeBufferSize);
+        EXPECT_TRUE(answer == ("echo:" + text).append(kPipeBufferSize - 5 - text.size(), '\0'));
+    }
+}
+
+TEST_F(Listener, GivesTheProviderWhatTheChannelDoesNotServe) {
+    const std::string terminate_text = "NP_Cmd_Iterminate_Listen_Thread";
+    struct {
+        std::string body;
+        std::string expected;
+    } const cases[] = {
+        {kUserMarker + "user", "echo:user"},
+        {kMarker + terminate_text, "echo:" + terminate_text},
+        {kMarker + "<ZEVMSG><NP_Cmd>Other</NP_Cmd></ZEVMSG>", "echo:<ZEVMSG><NP_Cmd>Other</NP_Cmd></ZEVMSG>"},
+        {kUserMarker + "<ZEVMSG><NP_Cmd>" + terminate_text + "</NP_Cmd></ZEVMSG>",
+         "echo:<ZEVMSG><NP_Cmd>" + terminate_text + "</NP_Cmd></ZEVMSG>"},
+        {kMarker.substr(0, 4), "echo:"},
+        {"", ""},  // and not the answer before
+    };
+    for (const auto& one : cases)
+        EXPECT_STREQ(ask(one.body).c_str(), one.expected.c_str()) << one.body;
+}
+
+TEST_F(Listener, OutlivesBadClients) {
+    EXPECT_STREQ(ask(kMarker + "first").c_str(), "echo:first");
+    const std::string partial[] = {"", "\x05", test::length_field(100), test::frame("x").substr(0, 4)};
+    for (const std::string& bytes : partial) {
+        Peer(base_).open_in(O_WRONLY).request(bytes);
+        Peer(base_).as_client().request(bytes);
+        EXPECT_STREQ(ask(kMarker + "next").c_str(), "echo:next") << bytes.size();
+    }
+    Peer unread(base_);
+    unread.as_client().request(test::frame(kMarker + "never read"));
+    ASSERT_TRUE(test::wait_until([] { return provider_entered.load(); }));
+    Peer(base_).as_client().request(test::length_field(0xFFFFFFFF));
+    unread.close_in();
+    unread.close_out();
+    EXPECT_STREQ(ask(kMarker + "last").c_str(), "echo:last");
+}
+
+TEST_F(Listener, ServesTheNextClientAfterOneThatNeverReads) {
+    Peer unread(base_);
+    unread.as_client().request(test::frame(kMarker + "never read"));
+    std::jthread honest([&] {
+        Peer client(base_);
+        ASSERT_TRUE(test::wait_until([] { return provider_entered.load(); }));
+        client.open_in(O_WRONLY).request(test::frame(kMarker + "honest"));
+        ASSERT_TRUE(test::wait_until([] { return provider_entered.exchange(false); }));
+    });
+    honest.join();
+    EXPECT_TRUE(test::wait_until([] { return provider_entered.load(); }, 10s));
+}
+
+TEST_F(Listener, ServesManySendersEachItsOwnAnswer) {
+    std::vector<std::jthread> senders;
+    for (int sender = 0; sender < 4; ++sender)
+        senders.emplace_back([this, sender] {
+            CNamePipeBase channel(base_, kPipeBufferSize, kPipeBufferSize);
+            for (int i = 0; i < 10; ++i) {
+                const std::string text = std::to_string(sender) + "/" + std::to_string(i);
+                std::string answer;
+                EXPECT_TRUE(channel.NPSendMessage(text, answer, "", kCommandData));
+                EXPECT_EQ(answer, "echo:" + text);
+            }
+        });
+}
+
+TEST_F(Listener, EndsOnAResetOfItsParameters) {
+    EXPECT_EQ(ask(kMarker + "<ZEVMSG><NP_Cmd>NP_Cmd_ResetPipeParams</NP_Cmd><T5>/tmp/next</T5>"
+                            "<T6>4096</T6><T7>0</T7></ZEVMSG>"),
+              "<ZEVMSG><T1>NP_Exe_Result_Success</T1></ZEVMSG>");
+    EXPECT_TRUE(service_.ExitListenService());
+    EXPECT_EQ(CNamePipeBase::m_strPipeName, "/tmp/next");
+    EXPECT_EQ(CNamePipeBase::m_dwNPInputBufferSize, 4096U);
+    EXPECT_EQ(CNamePipeBase::m_dwNPOutputBufferSize, kPipeBufferSize);
+}
+
+TEST_F(Listener, EndsWithoutAnAnswerWhenToldTo) {
+    EXPECT_EQ(ask(kMarker + "<ZEVMSG><NP_Cmd>NP_Cmd_Iterminate_Listen_Thread</NP_Cmd></ZEVMSG>"), "");
+    EXPECT_TRUE(test::wait_until([this] { return service_.ListenForService(); }));
+}
+
+TEST_F(Listener, ExitGivesUpOnAProviderThatWaits) {
+    provider_held = true;
+    Peer client(base_);
+    client.as_client().request(test::frame(kMarker));
+    ASSERT_TRUE(test::wait_until([] { return provider_entered.load(); }));
+    const auto start = test::Clock::now();
+    EXPECT_FALSE(service_.ExitListenService());
+    EXPECT_LT(test::Clock::now() - start, 1500ms);
+    provider_held = false;
+    EXPECT_STREQ(client.take_answer().c_str(), "echo:");
+}
+
+TEST(ListenPipe, CreatesOpenFifosAndTouchesNothingElse) {
+    struct {
+        const char* end;
+        bool link;
+    } const cases[] = {{"_IN", false}, {"_IN", true}, {"_OUT", false}, {"_OUT", true}};
+    for (const auto& one : cases) {
+        const test::Folder folder;
+        const std::string base = folder / "notify";
+        test::put(folder / "target", "kept");
+        ::chmod((folder / "target").c_str(), 0600);
+        if (one.link)
+            ASSERT_EQ(::symlink("target", (base + one.end).c_str()), 0);
+        else
+            ASSERT_EQ(::rename((folder / "target").c_str(), (base + one.end).c_str()), 0);
+        EXPECT_FALSE(ListenPipeClient(base.c_str(), pipe_read_func, pipe_write_func, nullptr));
+        EXPECT_EQ(test::content(base + one.end), "kept");
+        struct stat status {};
+        ASSERT_EQ(::stat((base + one.end).c_str(), &status), 0);
+        EXPECT_EQ(status.st_mode & 0777U, 0600U);
+    }
+    EXPECT_FALSE(ListenPipeClient("/tmp/unused", nullptr, nullptr, nullptr));
+}
+
+std::string one_way_message;
+
+TEST(ListenPipe, OneWayRemovesTheOtherEndAndBeatsTheMask) {
+    const test::Folder folder;
+    const std::string base = folder / "notify";
+    test::put(base + "_OUT", "in the way");
+    const mode_t mask = ::umask(077);
+    std::jthread server([&] {
+        const auto read_one = [](int fd, void*) {
+            unsigned int count = 0;
+            one_way_message = ReadPipeData(fd, &count).get();
+            return false;
+        };
+        EXPECT_TRUE(ListenPipeClient(base.c_str(), read_one, nullptr, nullptr));
+    });
+    CNamePipeBase sender(base, kPipeBufferSize, kPipeBufferSize);
+    EXPECT_TRUE(test::wait_until([&] { return sender.NPPostMessage(std::string("x"), "", kCommandData); }));
+    server.join();
+    ::umask(mask);
+    EXPECT_EQ(one_way_message, "\xC9\xBB\x29\xF9");
+    EXPECT_FALSE(std::filesystem::exists(base + "_OUT"));
+    struct stat status {};
+    ASSERT_EQ(::stat((base + "_IN").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0777U);
+}
+
+}  // namespace

@@ -1,0 +1,97 @@
+#include "name_pipe/log.h"
+
+#include <gmock/gmock.h>
+
+#include <thread>
+#include <vector>
+
+#include "name_pipe/diagnostics.h"
+#include "support.h"
+
+namespace {
+
+using testing::MatchesRegex;
+
+TEST(LogFile, StartsEmptyAndClosesOnce) {
+    for (const bool append : {false, true}) {
+        const test::Folder folder;
+        const std::string path = folder / "log";
+        test::put(path, "an earlier run\n");
+        {
+            Log log(path.c_str(), append);
+            log.Write1("a\0b", 3);
+            log.Print("%s=%d\n", std::string(100000, 'x').c_str(), 5);
+            log.CloseFile();
+            log.CloseFile();
+            log.Print("nowhere");
+        }
+        EXPECT_EQ(test::content(path),
+                  std::string("a\0b", 3) + std::string(100000, 'x') + "=5\n^^^^ Close Handle\n");
+    }
+}
+
+TEST(LogFile, TellsOfItsEndWhenDestroyedOpen) {
+    const test::Folder folder;
+    { const Log log((folder / "log").c_str(), false); }
+    EXPECT_EQ(test::content(folder / "log"), "^^^^ Close Log()\n^^^^ Close Handle\n");
+}
+
+TEST(LogFile, RefusesWhatIsNoRegularFileInSilence) {
+    const test::Folder folder;
+    test::put(folder / "target", "kept");
+    ASSERT_EQ(::symlink((folder / "target").c_str(), (folder / "link").c_str()), 0);
+    ASSERT_EQ(::mkfifo((folder / "fifo").c_str(), 0600), 0);
+    for (const char* name : {"link", "fifo", "missing/log", "."}) {
+        const std::string path = folder / name;
+        Log log(path.c_str(), false);
+        log.Print("text");
+        EXPECT_EQ(write_log(path.c_str(), "text"), 0) << name;
+    }
+    EXPECT_EQ(test::content(folder / "target"), "kept");
+}
+
+TEST(EventLog, RefusesMissingArguments) {
+    EXPECT_EQ(write_log(nullptr, "text"), -1);
+    EXPECT_EQ(write_log("", "text"), -1);
+    const test::Folder folder;
+    EXPECT_EQ(write_log((folder / "log").c_str(), nullptr), -1);
+    EXPECT_FALSE(std::filesystem::exists(folder / "log"));
+}
+
+TEST(EventLog, AppendsWholeStampedLinesFromAllThreads) {
+    const test::Folder folder;
+    const std::string path = folder / "log";
+    {
+        std::vector<std::jthread> writers;
+        for (int i = 0; i < 4; ++i)
+            writers.emplace_back([&] {
+                for (int line = 0; line < 25; ++line)
+                    write_log(path.c_str(), "a %s %n line");
+            });
+    }
+    std::ifstream file(path);
+    int lines = 0;
+    for (std::string line; std::getline(file, line); ++lines)
+        EXPECT_THAT(line, MatchesRegex("[0-2][0-9]:[0-5][0-9]:[0-6][0-9] a %s %n line"));
+    EXPECT_EQ(lines, 100);
+}
+
+TEST(Diagnostics, FollowTheFixedForms) {
+    constexpr relay_hub::CallSite kSite{"../src/util/Zev_file_op.cpp", "copy", 12};
+    testing::internal::CaptureStderr();
+    relay_hub::report(kSite, "message");
+    relay_hub::report(kSite, "message", "%s");
+    relay_hub::report(kSite, "a", "b", "c");
+    relay_hub::report(kSite, "number", -3);
+    relay_hub::report_error(kSite, ENOENT);
+    relay_hub::report_error(kSite, EACCES, "/a/b");
+    relay_hub::report_memory_error(kSite, ENOMEM, 10485761);
+    const std::string place = "[FILENAME:../src/util/Zev_file_op.cpp][FUNC:copy][LINE:12]";
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              place + " >> message\n" + place + " >> message %s\n" + place + " >> abc\n" + place +
+                  " >> number\t-3\n" + place + "[error code:2] >> No such file or directory\n" + place +
+                  "[error code:13] >> Permission denied; /a/b\n" + place +
+                  "[error code:12] >> Cannot allocate memory; mem_size:10485761\n");
+}
+
+}  // namespace

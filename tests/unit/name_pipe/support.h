@@ -1,0 +1,139 @@
+#pragma once
+// What the tests of the channel share: a folder of their own, a wait for a condition, a peer with plain
+// blocking descriptors that plays the other end.
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <thread>
+
+namespace test {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+class Folder {
+  public:
+    Folder() {
+        std::string name = std::filesystem::temp_directory_path() / "relay-hub-XXXXXX";
+        path_ = ::mkdtemp(name.data());
+    }
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+    ~Folder() { std::filesystem::remove_all(path_); }
+    [[nodiscard]] std::string operator/(const std::string& name) const { return path_ + "/" + name; }
+
+  private:
+    std::string path_;
+};
+
+template <typename Condition>
+bool wait_until(const Condition& condition, std::chrono::milliseconds limit = 5s) {
+    for (const auto end = Clock::now() + limit; Clock::now() < end; std::this_thread::sleep_for(1ms))
+        if (condition())
+            return true;
+    return condition();
+}
+
+inline std::string content(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+inline void put(const std::string& path, const std::string& text) {
+    std::ofstream(path) << text;
+}
+
+inline std::string length_field(std::uint32_t length) {
+    return {reinterpret_cast<const char*>(&length), sizeof length};
+}
+
+inline std::string frame(const std::string& body) {
+    return length_field(static_cast<std::uint32_t>(body.size())) + body;
+}
+
+// One end of a channel; opens block as a plain program's do. Closes what is open.
+class Peer {
+  public:
+    explicit Peer(std::string base) : base_(std::move(base)) {}
+    Peer(const Peer&) = delete;
+    Peer& operator=(const Peer&) = delete;
+    ~Peer() {
+        close_in();
+        close_out();
+    }
+
+    Peer& open_in(int mode) {
+        in_ = ::open((base_ + "_IN").c_str(), mode | O_CLOEXEC);
+        return *this;
+    }
+    Peer& open_out(int mode) {
+        out_ = ::open((base_ + "_OUT").c_str(), mode | O_CLOEXEC);
+        return *this;
+    }
+    Peer& as_server() { return open_in(O_RDONLY).open_out(O_WRONLY); }
+    Peer& as_client() { return open_in(O_WRONLY).open_out(O_RDONLY); }
+    void close_in() { close(in_); }
+    void close_out() { close(out_); }
+
+    std::string take_request() { return take_frame(in_); }
+    std::string take_answer() { return take_frame(out_); }
+    void request(const std::string& bytes) const { write(in_, bytes); }
+    void answer(const std::string& bytes) const { write(out_, bytes); }
+    // Until the other side has left the answers' end.
+    void await_reader_gone() const {
+        pollfd watch{out_, 0, 0};
+        (void)::poll(&watch, 1, 5000);
+    }
+
+  private:
+    static void close(int& fd) {
+        if (fd >= 0)
+            ::close(fd);
+        fd = -1;
+    }
+    static void write(int fd, const std::string& bytes) {
+        std::size_t done = 0;
+        while (done < bytes.size()) {
+            const ssize_t count = ::write(fd, bytes.data() + done, bytes.size() - done);
+            if (count <= 0)
+                return;
+            done += static_cast<std::size_t>(count);
+        }
+    }
+    static std::string take(int fd, std::size_t size) {
+        std::string bytes(size, '\0');
+        std::size_t done = 0;
+        while (done < size) {
+            const ssize_t count = ::read(fd, bytes.data() + done, size - done);
+            if (count <= 0)
+                break;
+            done += static_cast<std::size_t>(count);
+        }
+        bytes.resize(done);
+        return bytes;
+    }
+    static std::string take_frame(int fd) {
+        const std::string header = take(fd, 4);
+        std::uint32_t length = 0;
+        if (header.size() < sizeof length)
+            return {};
+        std::memcpy(&length, header.data(), sizeof length);
+        return take(fd, length);
+    }
+
+    std::string base_;
+    int in_ = -1;
+    int out_ = -1;
+};
+
+}  // namespace test
