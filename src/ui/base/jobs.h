@@ -2,6 +2,7 @@
 // Local jobs and the loops that animate a progress dialog.
 #include <gtk/gtk.h>
 
+#include "ui/base/dialogs/file_read_write_dialog.h"
 #include "util/job_state.h"
 
 // Thread bodies: act on the task kind, then set the state to 2 unless it is 3. task is a __task_list, args a
@@ -9,7 +10,9 @@
 void* start_job_routine(void* task);
 void* start_job_routine_for_linkengange(void* args);
 
-extern volatile int atomic_flag;
+extern volatile int atomic_flag;     // 1 once stop_loop was called; window's thread
+extern dialog_info* dialog_ptr;      // what do_something animated last; borrowed
+extern const dialog_job* tasks_ptr;  // its job; borrowed
 
 // The callbacks are installed so that they run with the GDK lock held.
 unsigned int new_idle_loop(GSourceFunc function, gpointer data);

@@ -32,8 +32,14 @@ void swap_side();
 
 namespace relay_hub {
 
+// Takes a reference of every widget that the records name; called once they are filled.
+void hold_widgets();
+// Drops those references and empties the records: the end of the program, and between tests.
+void release_widgets();
+
 // Text of the side's status_label as bytes: its current folder.
 const char* current_folder(const __single* side);
+// Keeps the bytes; the label shows g_filename_display_name of them.
 void set_current_folder(const __single* side, const char* folder);
 // Sets the path entry, cursor at its end. Names that are not UTF-8 show as g_filename_display_name.
 void set_path_entry(const __single* side, const char* path);

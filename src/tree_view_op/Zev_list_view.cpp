@@ -1,0 +1,205 @@
+#include <gtk/gtk.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "name_pipe/diagnostics.h"
+#include "tree_view_op/file_list_view.h"
+#include "tree_view_op/local_row.h"
+#include "tree_view_op/row_store.h"
+#include "util/file_op.h"
+#include "util/glib_owners.h"
+#include "util/path_time_text.h"
+#include "util/translated_text.h"
+
+using relay_hub::list_store_of;
+using relay_hub::row_name;
+
+namespace {
+
+constexpr char kUnit[] = "../src/tree_view_op/Zev_list_view.cpp";
+
+struct ViewColumn {
+    const char* title;
+    bool is_translated;
+    int model_column;
+    int width;
+    bool is_visible;
+};
+constexpr ViewColumn kViewColumns[] = {
+    {"IDS_STR_LISTVIEW_NAME", true, kColumnName, 150, true},
+    {"IDS_STR_LISTVIEW_SIZE", true, kColumnSize, 80, true},
+    {"IDS_STR_LISTVIEW_TYPE", true, kColumnType, 45, true},
+    {"IDS_FH_MODIFY", true, kColumnModified, 150, true},
+    {"Date Accessed", false, kColumnAccessed, 150, false},
+    {"SIZE VALUE", false, kColumnSizeValue, 70, false},
+    {"TYPE V", false, kColumnKind, 40, false},
+    {"MODIFY TIME VALUE", false, kColumnModifiedValue, 150, false},
+    {"ACCESS TIME VALUE", false, kColumnAccessedValue, 150, false},
+    {"CREATE TIME VALUE", false, kColumnCreatedValue, 150, false},
+};
+
+void dress_name_column(GtkTreeViewColumn* column, GtkCellRenderer* text) {
+    GtkCellRenderer* icon = gtk_cell_renderer_pixbuf_new();
+    gtk_tree_view_column_pack_start(column, icon, FALSE);
+    gtk_tree_view_column_add_attribute(column, icon, "stock-id", kColumnIcon);
+    gtk_tree_view_column_set_sort_column_id(column, kColumnIcon);
+    gtk_tree_view_column_set_cell_data_func(column, text, cell_data_func, nullptr, nullptr);
+}
+
+GtkTreeViewColumn* new_column(const ViewColumn& given) {
+    GtkTreeViewColumn* column = gtk_tree_view_column_new();
+    GtkCellRenderer* text = gtk_cell_renderer_text_new();
+    gtk_tree_view_column_set_title(column,
+                                   given.is_translated ? relay_hub::translated(given.title) : given.title);
+    if (given.model_column == kColumnName)
+        dress_name_column(column, text);
+    if (given.model_column == kColumnSize)
+        g_object_set(text, "xalign", 1.0, nullptr);
+    gtk_tree_view_column_pack_start(column, text, TRUE);
+    gtk_tree_view_column_add_attribute(column, text, "text", given.model_column);
+    g_object_set(text, "width", given.width, nullptr);
+    gtk_tree_view_column_set_sizing(column, GTK_TREE_VIEW_COLUMN_FIXED);
+    gtk_tree_view_column_set_fixed_width(column, given.width);
+    gtk_tree_view_column_set_resizable(column, TRUE);
+    gtk_tree_view_column_set_visible(column, given.is_visible);
+    return column;
+}
+
+std::string joined_path(const std::string& folder, const std::string& name) {
+    const bool drive_path = folder.size() > 1 && folder[1] == ':';
+    const relay_hub::GText path(g_build_path(drive_path ? "\\" : "/", folder.c_str(), name.c_str(), nullptr));
+    return path.get();
+}
+
+// Empty, after a diagnostic, when path has no URI.
+std::string file_uri(const std::string& path) {
+    GError* error = nullptr;
+    const relay_hub::GText uri(g_filename_to_uri(path.c_str(), nullptr, &error));
+    if (uri != nullptr)
+        return uri.get();
+    const relay_hub::GErrorPtr owner(error);
+    relay_hub::report({kUnit, "set_glist_to_string", 132}, owner->message);
+    return {};
+}
+
+int collate_column(GtkTreeModel* model, GtkTreeIter* a, GtkTreeIter* b, int column) {
+    return g_utf8_collate(relay_hub::row_text(model, a, column).c_str(),
+                          relay_hub::row_text(model, b, column).c_str());
+}
+
+// The toolkit turns a descending comparison round; the digit turns with it, so folders stay ahead.
+std::string name_with_group(GtkTreeModel* model, GtkTreeIter* iter, GtkSortType order) {
+    const bool is_folder = relay_hub::row_text(model, iter, kColumnKind) != kKindFile;
+    const bool goes_first = is_folder == (order == GTK_SORT_ASCENDING);
+    return (goes_first ? "0_" : "1_") + relay_hub::row_text(model, iter, kColumnName);
+}
+
+}  // namespace
+
+void set_list_treeview(GtkWidget* tree_view) {
+    for (const ViewColumn& given : kViewColumns)
+        gtk_tree_view_append_column(GTK_TREE_VIEW(tree_view), new_column(given));
+    gtk_tree_view_set_fixed_height_mode(GTK_TREE_VIEW(tree_view), TRUE);
+}
+
+void set_tree_treeview(GtkWidget*) {}
+
+void cell_data_func(GtkTreeViewColumn*, GtkCellRenderer*, GtkTreeModel*, GtkTreeIter*, gpointer) {}
+
+int insert_root_row(GtkWidget* tree_view) {
+    if (GtkListStore* store = list_store_of(tree_view))
+        relay_hub::insert_row(store, -1, relay_hub::parent_row().data());
+    return 0;
+}
+
+void fill_list_colmum(const char* name, const char* folder, void* tree_view) {
+    GtkListStore* store = list_store_of(static_cast<GtkWidget*>(tree_view));
+    if (store == nullptr)
+        return;
+    GtkTreeIter iter;
+    gtk_list_store_append(store, &iter);
+    const relay_hub::FolderEntry entry = relay_hub::read_entry(folder, name);
+    if (entry.vanished)
+        return;
+    relay_hub::LocalRow row;
+    const relay_hub::RowTexts& texts = row.texts(entry);
+    for (int column = 0; column < kColumnCount; ++column)
+        if (column != kColumnName)
+            gtk_list_store_set(store, &iter, column, texts[static_cast<std::size_t>(column)], -1);
+    relay_hub::set_row_name(store, &iter, name);
+}
+
+void append_data(GtkWidget* tree_view, const int* column_ids, const char* const* texts) {
+    GtkListStore* store = list_store_of(tree_view);
+    if (store == nullptr)
+        return;
+    relay_hub::RowTexts row{};
+    for (; *column_ids != -1; ++column_ids, ++texts)
+        row[static_cast<std::size_t>(*column_ids)] = *texts;
+    relay_hub::insert_row(store, -1, row.data());
+}
+
+void clean_tree_view(GtkWidget* tree_view) {
+    GtkListStore* store = list_store_of(tree_view);
+    if (store == nullptr)
+        return;
+    // Off the view: taking many rows away one by one before its eyes is slow.
+    const relay_hub::GObjectPtr<GtkListStore> held(GTK_LIST_STORE(g_object_ref(store)));
+    gtk_tree_view_set_model(GTK_TREE_VIEW(tree_view), nullptr);
+    gtk_list_store_clear(store);
+    gtk_tree_view_set_model(GTK_TREE_VIEW(tree_view), GTK_TREE_MODEL(store));
+}
+
+void clean_combo_box(GtkWidget* combo) {
+    if (GtkTreeModel* model = gtk_combo_box_get_model(GTK_COMBO_BOX(combo)))
+        gtk_list_store_clear(GTK_LIST_STORE(model));
+}
+
+std::string set_glist_to_string(const std::vector<std::string>& names, const std::string& folder,
+                                int uri_flag) {
+    std::string text;
+    for (const std::string& name : names) {
+        std::string line = joined_path(folder, name);
+        if (uri_flag == 1)
+            line = file_uri(line);
+        if (line.empty())
+            return {};
+        std::printf("tmp_str[%s]\n", line.c_str());
+        text += line + "\r\n";
+    }
+    return text;
+}
+
+void traverse_list_store(GtkListStore* store) {
+    g_return_if_fail(store != nullptr);
+    GtkTreeIter iter;
+    gboolean more = gtk_tree_model_get_iter_first(GTK_TREE_MODEL(store), &iter);
+    while (more)
+        more = gtk_tree_model_iter_next(GTK_TREE_MODEL(store), &iter);
+}
+
+gint sort_iter_compare_func(GtkTreeModel* model, GtkTreeIter* a, GtkTreeIter* b, gpointer sort_id) {
+    int sort_column = 0;
+    GtkSortType order = GTK_SORT_ASCENDING;
+    gtk_tree_sortable_get_sort_column_id(GTK_TREE_SORTABLE(model), &sort_column, &order);
+    std::puts(order == GTK_SORT_ASCENDING ? "GTK_SORT_ASCENDING" : "GTK_SORT_DESCENDING");
+    switch (GPOINTER_TO_INT(sort_id)) {
+        case kColumnName: {
+            std::puts("The sort column is NAME");
+            const std::string name_a = name_with_group(model, a, order);
+            const std::string name_b = name_with_group(model, b, order);
+            std::printf("name1:%s\tname2:%s\n", name_a.c_str(), name_b.c_str());
+            return g_utf8_collate(name_a.c_str(), name_b.c_str());
+        }
+        case kColumnSize:
+            return collate_column(model, a, b, kColumnSize);
+        case kColumnType:
+            std::puts("The sort column is TYPE");
+            return collate_column(model, a, b, kColumnType);
+        default:
+            return 0;
+    }
+}

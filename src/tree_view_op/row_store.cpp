@@ -1,0 +1,116 @@
+#include "tree_view_op/row_store.h"
+
+#include <memory>
+#include <string>
+#include <unordered_map>
+
+#include "util/glib_owners.h"
+#include "util/shown_text.h"
+
+namespace relay_hub {
+namespace {
+
+constexpr char kNameBytes[] = "relay-hub-name-bytes";
+
+// The names that cannot stand in the text column, by row. A row keeps its identity for its life.
+struct NameBytes {
+    struct Entry {
+        std::string shown;
+        std::string bytes;
+    };
+    std::unordered_map<gpointer, Entry> rows;
+};
+
+NameBytes* name_bytes_of(gpointer store) {
+    return static_cast<NameBytes*>(g_object_get_data(G_OBJECT(store), kNameBytes));
+}
+
+void free_name_bytes(gpointer data) {
+    const std::unique_ptr<NameBytes> owner(static_cast<NameBytes*>(data));
+}
+
+void forget_with_last_row(GtkTreeModel* model, GtkTreePath*, gpointer) {
+    if (gtk_tree_model_iter_n_children(model, nullptr) == 0)
+        name_bytes_of(model)->rows.clear();
+}
+
+NameBytes* name_bytes_for_writing(GtkListStore* store) {
+    NameBytes* kept = name_bytes_of(store);
+    if (kept != nullptr)
+        return kept;
+    auto fresh = std::make_unique<NameBytes>();
+    kept = fresh.get();
+    g_object_set_data_full(G_OBJECT(store), kNameBytes, fresh.release(), free_name_bytes);
+    g_signal_connect(store, "row-deleted", G_CALLBACK(forget_with_last_row), nullptr);
+    return kept;
+}
+
+bool can_be_shown(const char* name) {
+    return name == nullptr || g_utf8_validate(name, -1, nullptr);
+}
+
+void keep_name_bytes(GtkListStore* store, const GtkTreeIter& iter, const char* bytes, std::string shown) {
+    name_bytes_for_writing(store)->rows[iter.user_data] = {std::move(shown), bytes};
+}
+
+}  // namespace
+
+GtkListStore* list_store_of(GtkWidget* tree_view) {
+    GtkTreeModel* model = gtk_tree_view_get_model(GTK_TREE_VIEW(tree_view));
+    return model != nullptr ? GTK_LIST_STORE(model) : nullptr;
+}
+
+void insert_row(GtkListStore* store, int position, const char* const* texts) {
+    std::array<int, kColumnCount> columns{};
+    std::array<GValue, kColumnCount> values{};
+    std::string shown;
+    const bool plain = can_be_shown(texts[kColumnName]);
+    int count = 0;
+    for (int column = 0; column < kColumnCount; ++column) {
+        if (texts[column] == nullptr)
+            continue;
+        const char* text = texts[column];
+        if (column == kColumnName && !plain) {
+            shown = shown_text(text);
+            text = shown.c_str();
+        }
+        columns[static_cast<std::size_t>(count)] = column;
+        GValue* value = g_value_init(&values[static_cast<std::size_t>(count++)], G_TYPE_STRING);
+        g_value_set_static_string(value, text);
+    }
+    GtkTreeIter iter;
+    gtk_list_store_insert_with_valuesv(store, &iter, position, columns.data(), values.data(), count);
+    if (!plain)
+        keep_name_bytes(store, iter, texts[kColumnName], shown);
+}
+
+void set_row_name(GtkListStore* store, GtkTreeIter* iter, const char* name) {
+    std::string shown = shown_text(name);
+    gtk_list_store_set(store, iter, kColumnName, shown.c_str(), -1);
+    if (!can_be_shown(name))
+        keep_name_bytes(store, *iter, name, std::move(shown));
+}
+
+const RowTexts& parent_row() {
+    static constexpr RowTexts kRow = {"gtk-directory", "..", "", nullptr, "", "", "",
+                                      kKindParent,     "",   "", ""};
+    return kRow;
+}
+
+std::string row_text(GtkTreeModel* model, GtkTreeIter* iter, int column) {
+    char* text = nullptr;
+    gtk_tree_model_get(model, iter, column, &text, -1);
+    const GText owner(text);
+    return text != nullptr ? text : "";
+}
+
+std::string row_name(GtkTreeModel* model, GtkTreeIter* iter) {
+    std::string shown = row_text(model, iter, kColumnName);
+    const NameBytes* kept = name_bytes_of(model);
+    if (kept == nullptr)
+        return shown;
+    const auto found = kept->rows.find(iter->user_data);
+    return found != kept->rows.end() && found->second.shown == shown ? found->second.bytes : shown;
+}
+
+}  // namespace relay_hub

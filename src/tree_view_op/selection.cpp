@@ -1,0 +1,99 @@
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+
+#include "tree_view_op/file_list_view.h"
+#include "tree_view_op/row_store.h"
+
+using relay_hub::row_name;
+
+namespace {
+
+struct TreePathFree {
+    void operator()(GtkTreePath* path) const { gtk_tree_path_free(path); }
+};
+using TreePathPtr = std::unique_ptr<GtkTreePath, TreePathFree>;
+
+struct TreePathListFree {
+    void operator()(GList* paths) const {
+        g_list_free_full(paths, [](gpointer path) { gtk_tree_path_free(static_cast<GtkTreePath*>(path)); });
+    }
+};
+
+// The liststore macro names what is missing in the toolkit's own words.
+void select_only(GtkTreeView* view, GtkTreePath* path) {
+    GtkTreeSelection* selection = gtk_tree_view_get_selection(view);
+    gtk_tree_selection_unselect_all(selection);
+    gtk_tree_view_set_cursor(view, path, nullptr, FALSE);
+    gtk_tree_selection_select_path(selection, path);
+    gtk_tree_view_scroll_to_cell(view, path, nullptr, FALSE, 0, 0);
+}
+
+}  // namespace
+
+GList* get_selected_to_treepath_list(GtkWidget* tree_view) {
+    if (tree_view == nullptr)
+        return nullptr;
+    return gtk_tree_selection_get_selected_rows(gtk_tree_view_get_selection(GTK_TREE_VIEW(tree_view)),
+                                                nullptr);
+}
+
+std::vector<std::string> get_selected_to_glist(GtkWidget* tree_view) {
+    std::vector<std::string> names;
+    const std::unique_ptr<GList, TreePathListFree> paths(get_selected_to_treepath_list(tree_view));
+    for (const GList* node = paths.get(); node != nullptr; node = node->next) {
+        GtkTreeModel* model = gtk_tree_view_get_model(GTK_TREE_VIEW(tree_view));
+        GtkTreeIter iter;
+        if (!gtk_tree_model_get_iter(model, &iter, static_cast<GtkTreePath*>(node->data)))
+            continue;
+        std::string name = row_name(model, &iter);
+        if (name != "..")
+            names.push_back(std::move(name));
+    }
+    std::reverse(names.begin(), names.end());
+    return names;
+}
+
+gboolean treeview_selected_callback(GtkTreeSelection*, GtkTreeModel* model, GtkTreePath* path,
+                                    gboolean currently_selected, gpointer) {
+    GtkTreeIter iter;
+    if (gtk_tree_model_get_iter(model, &iter, path))
+        std::printf("%s is going to be %s.\n", row_name(model, &iter).c_str(),
+                    currently_selected ? "unselected" : "selected");
+    return TRUE;
+}
+
+namespace relay_hub {
+
+bool select_row_by_name(GtkWidget* tree_view, const std::string& name) {
+    GtkTreeModel* model = gtk_tree_view_get_model(GTK_TREE_VIEW(tree_view));
+    GtkTreeIter iter;
+    gboolean more = model != nullptr && gtk_tree_model_get_iter_first(model, &iter);
+    while (more && row_name(model, &iter) != name)
+        more = gtk_tree_model_iter_next(model, &iter);
+    if (!more)
+        return false;
+    const TreePathPtr path(gtk_tree_model_get_path(model, &iter));
+    select_only(GTK_TREE_VIEW(tree_view), path.get());
+    return true;
+}
+
+void select_row_near(GtkWidget* tree_view, int position) {
+    GtkTreeModel* model = gtk_tree_view_get_model(GTK_TREE_VIEW(tree_view));
+    if (model == nullptr)
+        return;
+    const int rows = gtk_tree_model_iter_n_children(model, nullptr);
+    GtkTreeIter iter;
+    int row = std::clamp(position, 0, std::max(rows - 1, 0));
+    if (!gtk_tree_model_iter_nth_child(model, &iter, nullptr, row))
+        return;
+    if (row_text(model, &iter, kColumnKind) == kKindParent) {
+        if (!gtk_tree_model_iter_next(model, &iter))
+            return;
+        ++row;
+    }
+    const TreePathPtr path(gtk_tree_path_new_from_indices(row, -1));
+    select_only(GTK_TREE_VIEW(tree_view), path.get());
+}
+
+}  // namespace relay_hub

@@ -1,0 +1,24 @@
+#pragma once
+// What several dialogs share. Window's thread.
+#include <gtk/gtk.h>
+
+namespace relay_hub {
+
+// A modal dialog over parent (null: the main window) that dies with it.
+GtkWidget* new_modal_dialog(GtkWidget* parent, const char* title);
+
+// The name by which assistive tools announce a widget that has no label of its own.
+void set_accessible_name(GtkWidget* widget, const char* name);
+
+// A dialog that asks for one name: "label :", an entry in which Enter clicks OK, and the buttons OK and
+// Cancel. Cancel responds GTK_RESPONSE_CANCEL; what OK does is the caller's.
+struct NamePrompt {
+    GtkWidget* dialog = nullptr;
+    GtkWidget* ok_button = nullptr;
+    GtkWidget* cancel_button = nullptr;
+    GtkWidget* entry = nullptr;
+    GtkWidget* label = nullptr;
+};
+NamePrompt new_name_prompt(const char* title, const char* label);
+
+}  // namespace relay_hub
