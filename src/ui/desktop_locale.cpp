@@ -1,0 +1,59 @@
+#include "ui/desktop_locale.h"
+
+#include <gtk/gtk.h>
+#include <langinfo.h>
+#include <libintl.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "name_pipe/log.h"
+
+namespace relay_hub {
+namespace {
+
+constexpr char kFallback[] = "en_US.UTF-8";
+constexpr const char* kSupported[] = {
+    kFallback,     "fr_FR.UTF-8", "de_DE.UTF-8", "it_IT.UTF-8", "es_AR.UTF-8", "ja_JP.UTF-8",
+    "ko_KR.UTF-8", "zh_TW.UTF-8", "zh_CN.UTF-8", "pt_PT.UTF-8", "pt_BR.UTF-8", "ru_RU.UTF-8",
+};
+
+void enter_locale() { (void)gtk_set_locale(); }
+
+bool names_are_utf8() { return std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0; }
+
+}  // namespace
+
+const char* supported_locale(const char* lang) {
+    for (const char* supported : kSupported) {
+        if (lang != nullptr && std::strcmp(lang, supported) == 0)
+            return supported;
+    }
+    return kFallback;
+}
+
+void settle_locale() {
+    const char* lang = std::getenv("LANG");
+    log_event("locale_ptr:%s", lang != nullptr ? lang : "(null)");
+    const char* chosen = supported_locale(lang);
+    if (lang == nullptr || std::strcmp(lang, chosen) != 0) {
+        (void)::setenv("LANG", chosen, 1);
+        (void)write_log(kEventLogPath, "set locale");
+    }
+    enter_locale();
+    if (names_are_utf8())
+        return;
+    // The locale is not installed: the C library's own one converts names, LANGUAGE picks the texts.
+    (void)::setenv("LC_ALL", "C.UTF-8", 1);
+    (void)::setenv("LANGUAGE", std::string(chosen, std::strcspn(chosen, ".")).c_str(), 1);
+    enter_locale();
+}
+
+void bind_catalogue() {
+    (void)::bindtextdomain(kTextDomain, kCatalogueFolder);
+    (void)::bind_textdomain_codeset(kTextDomain, "UTF-8");
+    (void)::textdomain(kTextDomain);
+}
+
+}  // namespace relay_hub

@@ -1,0 +1,62 @@
+#pragma once
+// The main window's signal handlers. One set serves both sides: each finds out whose widget it was given and
+// calls one action. While a request or job runs they start nothing. Window's thread, GDK lock held.
+#include <gtk/gtk.h>
+
+// Drop targets of both lists: info 0 is a row dragged inside this program, info 1 a list of URIs.
+inline constexpr guint kTreeRowTarget = 0;
+inline constexpr guint kUriListTarget = 1;
+inline constexpr int kDropTargetCount = 2;
+extern const GtkTargetEntry drop_targets[kDropTargetCount];
+
+// The list a drag started from, until it is dropped; null for none.
+extern GtkWidget* instance;
+
+// The click state of the lists.
+inline constexpr int kClickIdle = 7;
+inline constexpr int kDoubleClickPressed = 5;
+inline constexpr int kSelectionPressed = 4;  // on a selected row of several: the selection stays for a drag
+extern int single_clicked;
+
+void on_main_window_show(GtkWidget* window, gpointer data);
+void on_main_window_destroy(GtkWidget* window, gpointer data);
+// Starts the orderly end; always true, the window is destroyed once nothing runs any more.
+gboolean on_main_window_delete(GtkWidget* window, GdkEvent* event, gpointer data);
+
+void on_button_1_clicked(GtkButton* button, gpointer data);
+// The link is up: shows the remote side and loads its drives.
+void on_button_2_clicked(GtkButton* button, gpointer data);
+gboolean on_textbox_1_key_press_event(GtkWidget* entry, GdkEventKey* event, gpointer data);
+void on_combobox_1_changed(GtkComboBox* combo, gpointer data);
+
+void on_treeview_1_row_activated(GtkTreeView* tree_view, GtkTreePath* path, GtkTreeViewColumn* column,
+                                 gpointer data);
+void on_treeview_1_row_changed(GtkTreeModel* model, GtkTreePath* path, GtkTreeIter* iter, gpointer data);
+
+gboolean on_treeview_1_button_press_event(GtkWidget* tree_view, GdkEventButton* event, gpointer data);
+gboolean on_treeview_1_button_release_event(GtkWidget* tree_view, GdkEventButton* event, gpointer data);
+
+gboolean on_treeview_1_key_press_event(GtkWidget* tree_view, GdkEventKey* event, gpointer data);
+gboolean on_treeview_1_popup_menu(GtkWidget* tree_view, gpointer data);
+gboolean on_treeview_1_focus(GtkWidget* tree_view, GtkDirectionType direction, gpointer data);
+void on_treeview_1_changed(GtkTreeSelection* selection, gpointer data);
+
+void on_treeview_1_drag_data_get(GtkWidget* tree_view, GdkDragContext* context, GtkSelectionData* selection,
+                                 guint info, guint time, gpointer data);
+void on_treeview_1_drag_data_received(GtkWidget* tree_view, GdkDragContext* context, gint x, gint y,
+                                      GtkSelectionData* selection, guint info, guint time, gpointer data);
+gboolean on_treeview_1_drag_drop(GtkWidget* tree_view, GdkDragContext* context, gint x, gint y, guint time,
+                                 gpointer data);
+gboolean on_treeview_1_drag_motion(GtkWidget* tree_view, GdkDragContext* context, gint x, gint y, guint time,
+                                   gpointer data);
+void on_treeview_1_drag_leave(GtkWidget* tree_view, GdkDragContext* context, guint time, gpointer data);
+void on_treeview_1_drag_data_delete(GtkWidget* tree_view, GdkDragContext* context, gpointer data);
+
+namespace relay_hub {
+
+// True once the main window was destroyed.
+bool main_window_is_gone();
+// Sets the handlers' globals back to their start values, for tests.
+void reset_event_handlers();
+
+}  // namespace relay_hub

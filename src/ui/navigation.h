@@ -1,0 +1,34 @@
+#pragma once
+// Going places in a pane: rows, typed paths, drives, the parent folder. Each runs its work to the end while
+// the main loop turns. Callers hold a WindowWork. Window's thread, GDK lock held.
+#include <gtk/gtk.h>
+
+#include <string>
+
+#include "ui/base/ui_sets.h"
+
+namespace relay_hub {
+
+bool is_remote(const __single* side);
+// The side whose list, go button, entry or drive box this is; null for any other widget.
+__single* side_of(const gpointer widget);
+__single* other_side(const __single* side);
+
+// Opens the sub-folder of that name, or the parent for "..".
+void open_sub_folder(__single* side, const std::string& name);
+// Opens what stands in the path entry.
+void open_typed_path(__single* side);
+// Opens the drive box's active entry; nothing when none is active.
+void open_chosen_drive(__single* side);
+// Makes the first entry of the drive box active and opens it.
+void open_first_drive(__single* side);
+// Loads the remote drives on a worker and opens the first one. Ends the process with status 0 when the
+// engine offers none in 21 attempts, a second apart. Closing the busy dialog leaves the drive box empty.
+void load_remote_drives();
+// Clears and reloads the remote list; with no drive loaded yet, loads the drives.
+void reload_remote_folder();
+
+// Where a path typed over a remote folder leads, normalised.
+std::string typed_remote_path(const std::string& typed, const std::string& folder);
+
+}  // namespace relay_hub
