@@ -1,6 +1,6 @@
 #pragma once
-// Work that may wait for the engine, on a thread of its own with an AbandonToken bound to it. Window's thread,
-// but for the body.
+// Work that may wait for the engine, on a thread of its own with an AbandonToken bound to it. Window's
+// thread, but for the body.
 #include <atomic>
 #include <chrono>
 #include <functional>
@@ -16,19 +16,16 @@ class BackgroundWork {
     BackgroundWork() = default;
     BackgroundWork(const BackgroundWork&) = delete;
     BackgroundWork& operator=(const BackgroundWork&) = delete;
-    // The body must have ended: call finish or stop first.
-    ~BackgroundWork() = default;
+    ~BackgroundWork();
 
-    // Runs body on a new thread. False, after a diagnostic, when the thread cannot be started; nothing when
-    // one still runs.
+    // Runs body on a new thread. False, after a diagnostic, when the thread cannot be started. Only once the
+    // one before has ended.
     bool start(std::function<void()> body);
     [[nodiscard]] bool running() const;
     // Ends the body's waits on pipes and its pauses.
     void abandon();
-    // Turns the main loop until the body has ended, and joins. A closing program abandons it.
-    void finish();
-    // For when no main loop runs: abandons, waits at most limit for the body, joins. False when it still runs;
-    // the thread is then left to the end of the process.
+    // Abandons, waits at most limit for the body, joins. False when it still runs: its thread is then left to
+    // the end of the process.
     bool stop(std::chrono::milliseconds limit);
 
   private:

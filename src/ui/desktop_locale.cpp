@@ -19,9 +19,13 @@ constexpr const char* kSupported[] = {
     "ko_KR.UTF-8", "zh_TW.UTF-8", "zh_CN.UTF-8", "pt_PT.UTF-8", "pt_BR.UTF-8", "ru_RU.UTF-8",
 };
 
-void enter_locale() { (void)gtk_set_locale(); }
+void enter_locale() {
+    (void)gtk_set_locale();
+}
 
-bool names_are_utf8() { return std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0; }
+bool names_are_utf8() {
+    return std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
+}
 
 }  // namespace
 
@@ -33,21 +37,27 @@ const char* supported_locale(const char* lang) {
     return kFallback;
 }
 
+bool enter_chosen_locale() {
+    const char* lang = std::getenv("LANG");
+    const char* chosen = supported_locale(lang);
+    const bool kept = lang != nullptr && std::strcmp(lang, chosen) == 0;
+    if (!kept)
+        (void)::setenv("LANG", chosen, 1);
+    enter_locale();
+    if (!names_are_utf8()) {
+        // The locale is not installed: the C library's own one converts names, LANGUAGE picks the texts.
+        (void)::setenv("LC_ALL", "C.UTF-8", 1);
+        (void)::setenv("LANGUAGE", std::string(chosen, std::strcspn(chosen, ".")).c_str(), 1);
+        enter_locale();
+    }
+    return kept;
+}
+
 void settle_locale() {
     const char* lang = std::getenv("LANG");
     log_event("locale_ptr:%s", lang != nullptr ? lang : "(null)");
-    const char* chosen = supported_locale(lang);
-    if (lang == nullptr || std::strcmp(lang, chosen) != 0) {
-        (void)::setenv("LANG", chosen, 1);
+    if (!enter_chosen_locale())
         (void)write_log(kEventLogPath, "set locale");
-    }
-    enter_locale();
-    if (names_are_utf8())
-        return;
-    // The locale is not installed: the C library's own one converts names, LANGUAGE picks the texts.
-    (void)::setenv("LC_ALL", "C.UTF-8", 1);
-    (void)::setenv("LANGUAGE", std::string(chosen, std::strcspn(chosen, ".")).c_str(), 1);
-    enter_locale();
 }
 
 void bind_catalogue() {

@@ -11,6 +11,9 @@ namespace relay_hub {
 // American English.
 const char* supported_locale(const char* lang);
 
+// Enters the locale for the present LANG, settling LANG first; tells no log. False when LANG was replaced.
+bool enter_chosen_locale();
+
 // Settles LANG, telling the event log, and enters the locale. Where it is not installed, names still convert
 // as UTF-8 and texts still translate.
 void settle_locale();

@@ -23,7 +23,8 @@ GtkWidget* new_menu_bar(UI* interface);
 int show_opoup_menu(GtkWidget* widget);
 // Builds the menu, shows it and pops it up for the event; a null event stands for the keyboard. The menu
 // destroys itself once the user has chosen or left it.
-GtkWidget* new_popup_menu(GtkWidget* tree_view, GdkEventButton* event, _popup_menu_switch items, gpointer data);
+GtkWidget* new_popup_menu(GtkWidget* tree_view, GdkEventButton* event, _popup_menu_switch items,
+                          gpointer data);
 
 void on_popup_menu_copy(GtkWidget* item, gpointer tree_view);
 void on_popup_menu_paste(GtkWidget* item, gpointer tree_view);

@@ -11,7 +11,7 @@ namespace relay_hub {
 
 bool is_remote(const __single* side);
 // The side whose list, go button, entry or drive box this is; null for any other widget.
-__single* side_of(const gpointer widget);
+__single* side_of(gconstpointer widget);
 __single* other_side(const __single* side);
 
 // Opens the sub-folder of that name, or the parent for "..".
@@ -25,6 +25,8 @@ void open_first_drive(__single* side);
 // Loads the remote drives on a worker and opens the first one. Ends the process with status 0 when the
 // engine offers none in 21 attempts, a second apart. Closing the busy dialog leaves the drive box empty.
 void load_remote_drives();
+// Clicks the first column's header, unless the list is sorted so already.
+void sort_by_name(const __single* side);
 // Clears and reloads the remote list; with no drive loaded yet, loads the drives.
 void reload_remote_folder();
 

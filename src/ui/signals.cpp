@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
@@ -60,7 +61,9 @@ bool is_for(int own, int number) {
     return false;
 }
 
-void tell(std::string_view handler) { (Line() << kProgram << ":" << handler << "\n").write_to(STDERR_FILENO); }
+void tell(std::string_view handler) {
+    (Line() << kProgram << ":" << handler << "\n").write_to(STDERR_FILENO);
+}
 
 std::string_view description_of(int error_number) {
     const char* text = ::strerrordesc_np(error_number);
@@ -132,16 +135,3 @@ int handle_register() {
     }
     return 0;
 }
-
-namespace relay_hub {
-
-WorkerSignalMask::WorkerSignalMask() {
-    sigset_t blocked;
-    (void)::sigfillset(&blocked);
-    (void)::sigdelset(&blocked, SIGSEGV);
-    (void)::pthread_sigmask(SIG_SETMASK, &blocked, &before_);
-}
-
-WorkerSignalMask::~WorkerSignalMask() { (void)::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-
-}  // namespace relay_hub

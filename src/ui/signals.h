@@ -20,19 +20,3 @@ void SIGUSR2_handler(int number);
 
 // Installs the table's handlers, last entry first. 0, or the failing sigaction's result.
 int handle_register();
-
-namespace relay_hub {
-
-// Threads started while it lives take no signal but SIGSEGV: signals belong to the window's thread.
-class WorkerSignalMask {
-  public:
-    WorkerSignalMask();
-    WorkerSignalMask(const WorkerSignalMask&) = delete;
-    WorkerSignalMask& operator=(const WorkerSignalMask&) = delete;
-    ~WorkerSignalMask();
-
-  private:
-    sigset_t before_;
-};
-
-}  // namespace relay_hub

@@ -47,7 +47,8 @@ GObjectPtr<GdkPixbuf> load_window_icon(const char* path) {
         return nullptr;
     const std::vector<guchar> content = read_at_most(file.get(), static_cast<std::size_t>(kLargestIcon));
     const GObjectPtr<GdkPixbufLoader> loader(gdk_pixbuf_loader_new());
-    const bool written = gdk_pixbuf_loader_write(loader.get(), content.data(), content.size(), nullptr) != FALSE;
+    const bool written =
+        gdk_pixbuf_loader_write(loader.get(), content.data(), content.size(), nullptr) != FALSE;
     const bool closed = gdk_pixbuf_loader_close(loader.get(), nullptr) != FALSE;
     GdkPixbuf* picture = gdk_pixbuf_loader_get_pixbuf(loader.get());
     if (!written || !closed || picture == nullptr)

@@ -1,0 +1,138 @@
+#include "ui/event_handlers.h"
+
+#include <gdk/gdkkeysyms.h>
+
+#include <cstdio>
+#include <utility>
+
+#include "name_pipe/log.h"
+#include "side_function/left_side.h"
+#include "tree_view_op/file_list_view.h"
+#include "ui/base/closing.h"
+#include "ui/base/dialogs/search_dialog.h"
+#include "ui/base/ui_sets.h"
+#include "ui/link_status_monitor.h"
+#include "ui/navigation.h"
+#include "util/translated_text.h"
+
+namespace {
+
+using relay_hub::side_of;
+using relay_hub::WindowWork;
+
+bool window_gone = false;
+
+// True for ".." and for folders, told by their type text.
+bool can_be_opened(GtkTreeModel* model, GtkTreeIter* iter, const std::string& name) {
+    return name == ".." ||
+           relay_hub::row_text(model, iter, kColumnType) == relay_hub::translated("IDS_FH_FOLDER");
+}
+
+void load_local_side() {
+    __single* side = get_UI_sets()->left_side;
+    const relay_hub::BusyDialog busy;
+    left_combobox_load_partition(get_UI_sets()->main_window, nullptr);
+    relay_hub::open_first_drive(side);
+    relay_hub::sort_by_name(side);
+    gtk_widget_grab_focus(side->tree_view);
+}
+
+}  // namespace
+
+int single_clicked = kClickIdle;
+
+void on_main_window_show(GtkWidget*, gpointer) {
+    std::puts(__func__);
+    const WindowWork work;
+    const UI* ui = get_UI_sets();
+    std::printf("left:%p\tright:%p\n", static_cast<void*>(ui->left_side->tree_view),
+                static_cast<void*>(ui->right_side->tree_view));
+    relay_hub::show_offline_view();
+    load_local_side();
+    relay_hub::start_waiting();
+    std::puts("close dialog!");
+}
+
+void on_main_window_destroy(GtkWidget*, gpointer) {
+    std::puts(__func__);
+    window_gone = true;
+    // The window may be closed before the main loop has begun.
+    if (gtk_main_level() > 0)
+        gtk_main_quit();
+}
+
+gboolean on_main_window_delete(GtkWidget*, GdkEvent*, gpointer) {
+    relay_hub::close_window();
+    return TRUE;
+}
+
+void on_button_1_clicked(GtkButton* button, gpointer) {
+    std::puts(__func__);
+    (void)write_log(kEventLogPath, __func__);
+    __single* side = side_of(button);
+    if (side == nullptr || relay_hub::window_is_busy())
+        return;
+    const WindowWork work;
+    relay_hub::open_typed_path(side);
+}
+
+void on_button_2_clicked(GtkButton*, gpointer) {
+    std::puts(__func__);
+    if (relay_hub::window_is_busy())
+        return;
+    const WindowWork work;
+    relay_hub::show_online_view();
+    relay_hub::load_remote_drives();
+}
+
+gboolean on_textbox_1_key_press_event(GtkWidget* entry, GdkEventKey* event, gpointer) {
+    std::puts(__func__);
+    const __single* side = side_of(entry);
+    if (side != nullptr && event->keyval == GDK_KEY_Return)
+        gtk_button_clicked(GTK_BUTTON(side->go_button));
+    return FALSE;
+}
+
+void on_combobox_1_changed(GtkComboBox* combo, gpointer) {
+    (void)std::fprintf(stderr, "%s\n", __func__);
+    __single* side = side_of(combo);
+    if (side == nullptr || relay_hub::window_is_busy())
+        return;
+    const WindowWork work;
+    relay_hub::open_chosen_drive(side);
+}
+
+void on_treeview_1_row_activated(GtkTreeView* tree_view, GtkTreePath* path, GtkTreeViewColumn*, gpointer) {
+    std::puts(__func__);
+    (void)write_log(kEventLogPath, __func__);
+    __single* side = side_of(tree_view);
+    GtkTreeModel* model = gtk_tree_view_get_model(tree_view);
+    GtkTreeIter iter;
+    if (side != nullptr && !relay_hub::window_is_busy() &&
+        gtk_tree_model_get_iter(model, &iter, path) != FALSE) {
+        const WindowWork work;
+        const std::string name = relay_hub::row_name(model, &iter);
+        std::printf("The row containing the name \"%s\" has been double-clicked.\n", name.c_str());
+        if (can_be_opened(model, &iter, name))
+            relay_hub::open_sub_folder(side, name);
+    }
+    single_clicked = kClickIdle;
+}
+
+void on_treeview_1_row_changed(GtkTreeModel*, GtkTreePath*, GtkTreeIter*, gpointer) {
+    std::puts(__func__);
+}
+
+namespace relay_hub {
+
+bool main_window_is_gone() {
+    return window_gone;
+}
+
+void reset_event_handlers() {
+    window_gone = false;
+    instance = nullptr;
+    single_clicked = kClickIdle;
+}
+
+}  // namespace relay_hub

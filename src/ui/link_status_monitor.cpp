@@ -1,0 +1,218 @@
+#include "ui/link_status_monitor.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <memory>
+
+#include "link_engine/transfer_state.h"
+#include "name_pipe/abandon.h"
+#include "name_pipe/log.h"
+#include "side_function/right_side.h"
+#include "tree_view_op/file_list_view.h"
+#include "ui/background_work.h"
+#include "ui/base/closing.h"
+#include "ui/base/closing_watchdog.h"
+#include "ui/base/ui_sets.h"
+#include "ui/base/window_thread.h"
+
+wait_status g_waiting_status;
+volatile int g_first_time = 0;
+int g_timer_running = 0;
+
+namespace {
+
+using relay_hub::BackgroundWork;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using std::chrono::steady_clock;
+
+constexpr guint kTick = 1000;
+constexpr milliseconds kBeforeProbe(250);
+constexpr milliseconds kAfterProbe(500);
+constexpr seconds kProbeLimit(20);
+constexpr seconds kBetweenAttempts(2);
+constexpr int kLastFirstTime = 3;
+constexpr int kReachedBefore = 10;
+constexpr int kGiveUpWaiting = 2;
+constexpr milliseconds kStopLimit(500);
+
+// What the monitor's threads share. Every poll has a number, so that a late answer to an old one is dropped.
+struct Monitor {
+    BackgroundWork probe;
+    steady_clock::time_point probe_started;
+    unsigned int poll = 0;
+    relay_hub::AbandonToken listener_waits;  // bound while set_line_status runs
+};
+
+std::unique_ptr<Monitor>& monitor_owner() {
+    static auto* owner = new std::unique_ptr<Monitor>(std::make_unique<Monitor>());
+    return *owner;
+}
+
+Monitor& monitor() {
+    return *monitor_owner();
+}
+
+void remove_timer() {
+    if (g_waiting_status.timer_id != 0)
+        g_source_remove(g_waiting_status.timer_id);
+    g_waiting_status.timer_id = 0;
+}
+
+void bring_remote_side_back() {
+    g_waiting_status.connected = 1;
+    g_waiting_status.poll_now = 0;
+    remove_timer();
+    gtk_button_clicked(GTK_BUTTON(get_UI_sets()->right_side->spare_button));
+    std::puts("click after");
+    // A call-back that came meanwhile has its own poll running, and keeps its mark until it has.
+    if (g_waiting_status.timer_id == 0)
+        set_offline_interrupt(0);
+    g_first_time = kReachedBefore;
+}
+
+// While another action runs the pane stays as it is; a later tick asks again.
+void take_probe_result(unsigned int poll, bool online) {
+    const bool outdated =
+        poll != monitor().poll || g_waiting_status.timer_id == 0 || get_offline_interrupt() == 1;
+    if (outdated || relay_hub::window_is_closing() || relay_hub::window_is_busy())
+        return;
+    if (online || g_waiting_status.stop_request == kGiveUpWaiting)
+        bring_remote_side_back();
+}
+
+void probe(unsigned int poll) {
+    if (!relay_hub::pause_unless_abandoned(kBeforeProbe))
+        return;
+    const bool online = link_engine_remote_online_nothread() != -1;
+    if (online && !relay_hub::pause_unless_abandoned(kAfterProbe))
+        return;
+    relay_hub::post_to_window([poll, online] { take_probe_result(poll, online); });
+}
+
+void start_probe() {
+    Monitor& own = monitor();
+    own.probe_started = steady_clock::now();
+    own.probe.start([poll = own.poll] { probe(poll); });
+}
+
+void tick() {
+    std::puts("waiting_linkengine");
+    (void)write_log(kEventLogPath, "waiting_linkengine");
+    Monitor& own = monitor();
+    if (own.probe.running()) {
+        if (steady_clock::now() - own.probe_started > kProbeLimit)
+            own.probe.abandon();
+        return;
+    }
+    const bool ask = g_waiting_status.poll_now == 1;
+    g_waiting_status.poll_now = ask ? 0 : 1;
+    if (ask)
+        start_probe();
+}
+
+class GdkLock {
+  public:
+    GdkLock() { gdk_threads_enter(); }
+    GdkLock(const GdkLock&) = delete;
+    GdkLock& operator=(const GdkLock&) = delete;
+    ~GdkLock() { gdk_threads_leave(); }
+};
+
+void print_attempt() {
+    std::printf("try %d to get link_engine_connection_status !\n", g_first_time);
+}
+
+// False when the program is closing. Does not return when the engine cannot be reached.
+bool reach_engine() {
+    print_attempt();
+    while (offline_connection_status_nothread() == -1) {
+        if (!relay_hub::pause_unless_abandoned(kBetweenAttempts))
+            return false;
+        if (g_first_time > kLastFirstTime) {
+            std::puts("local device disconnection !\nexit GUI");
+            relay_hub::end_process();
+        }
+        __atomic_add_fetch(&g_first_time, 1, __ATOMIC_SEQ_CST);
+        print_attempt();
+    }
+    g_first_time = kReachedBefore;
+    return true;
+}
+
+}  // namespace
+
+void init_wait_status() {
+    g_waiting_status = {};
+}
+
+wait_status* get_wait_status() {
+    return &g_waiting_status;
+}
+
+gboolean waiting_linkengine(gpointer) {
+    const GdkLock lock;
+    if (get_offline_interrupt() == 1 || relay_hub::window_is_closing()) {
+        g_waiting_status.timer_id = 0;
+        return G_SOURCE_REMOVE;
+    }
+    tick();
+    return G_SOURCE_CONTINUE;
+}
+
+void set_line_status() {
+    const relay_hub::AbandonScope scope(monitor().listener_waits);
+    if (!reach_engine())
+        return;
+    std::puts("remote device disconnection !");
+    relay_hub::call_on_window([] {
+        clean_combo_box(get_UI_sets()->right_side->drive_combo);
+        relay_hub::show_offline_view();
+        set_offline_interrupt(0);
+        relay_hub::start_waiting();
+    });
+}
+
+namespace relay_hub {
+
+void start_waiting() {
+    remove_timer();
+    init_wait_status();
+    g_waiting_status.poll_now = 1;
+    ++monitor().poll;
+    if (get_offline_interrupt() != 1 && !window_is_closing())
+        g_waiting_status.timer_id = g_timeout_add(kTick, waiting_linkengine, &g_waiting_status);
+}
+
+void show_offline_view() {
+    const __single& side = *get_UI_sets()->right_side;
+    gtk_widget_hide(side.content_box);
+    gtk_widget_show(side.offline_box);
+    gtk_widget_show(side.disconnect_label);
+}
+
+void show_online_view() {
+    const __single& side = *get_UI_sets()->right_side;
+    gtk_widget_show(side.content_box);
+    gtk_widget_hide(side.offline_box);
+    gtk_widget_hide(side.disconnect_label);
+}
+
+bool stop_link_monitor() {
+    remove_timer();
+    monitor().listener_waits.abandon();
+    return monitor().probe.stop(kStopLimit);
+}
+
+void reset_link_monitor() {
+    stop_link_monitor();
+    monitor_owner() = std::make_unique<Monitor>();
+    if (g_waiting_status.dialog != nullptr)
+        gtk_widget_destroy(g_waiting_status.dialog);
+    init_wait_status();
+    g_first_time = 0;
+    g_timer_running = 0;
+}
+
+}  // namespace relay_hub

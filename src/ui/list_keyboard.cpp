@@ -1,0 +1,126 @@
+// The keyboard in the file lists: keys do what the menu does, and move between the panes.
+#include <gdk/gdkkeysyms.h>
+
+#include <cstdio>
+
+#include "tree_view_op/file_list_view.h"
+#include "ui/base/closing.h"
+#include "ui/base/ui_sets.h"
+#include "ui/event_handlers.h"
+#include "ui/menus.h"
+#include "ui/navigation.h"
+
+namespace {
+
+// False leaves the key to the toolkit.
+using KeyAction = bool (*)(GtkWidget* tree_view);
+
+template <void (*Item)(GtkWidget*, gpointer), _popup_menu_switch Needed>
+bool menu_item(GtkWidget* tree_view) {
+    if ((relay_hub::offered_items(tree_view) & Needed) != 0)
+        Item(nullptr, tree_view);
+    return true;
+}
+
+bool first_row_is_parent(GtkTreeView* tree_view) {
+    GtkTreeModel* model = gtk_tree_view_get_model(tree_view);
+    GtkTreeIter iter;
+    return gtk_tree_model_get_iter_first(model, &iter) != FALSE && relay_hub::row_name(model, &iter) == "..";
+}
+
+bool select_everything(GtkWidget* tree_view) {
+    GtkTreeSelection* selection = gtk_tree_view_get_selection(GTK_TREE_VIEW(tree_view));
+    gtk_tree_selection_select_all(selection);
+    GtkTreeIter first;
+    if (first_row_is_parent(GTK_TREE_VIEW(tree_view)) &&
+        gtk_tree_model_get_iter_first(gtk_tree_view_get_model(GTK_TREE_VIEW(tree_view)), &first) != FALSE)
+        gtk_tree_selection_unselect_iter(selection, &first);
+    return true;
+}
+
+bool open_parent(GtkWidget* tree_view) {
+    __single* side = relay_hub::side_of(tree_view);
+    if (side == nullptr || relay_hub::window_is_busy() || !first_row_is_parent(GTK_TREE_VIEW(tree_view)))
+        return true;
+    const relay_hub::WindowWork work;
+    relay_hub::open_sub_folder(side, "..");
+    return true;
+}
+
+bool enter_other_pane(GtkWidget* tree_view) {
+    const __single* side = relay_hub::side_of(tree_view);
+    GtkWidget* other = side != nullptr ? relay_hub::other_side(side)->tree_view : nullptr;
+    if (other == nullptr || gtk_widget_get_mapped(other) == FALSE)
+        return false;
+    gtk_widget_grab_focus(other);
+    return true;
+}
+
+struct Key {
+    guint value;
+    guint modifiers;
+    KeyAction action;
+};
+
+constexpr guint kControl = GDK_CONTROL_MASK;
+constexpr guint kControlShift = GDK_CONTROL_MASK | GDK_SHIFT_MASK;
+
+constexpr Key kKeys[] = {
+    {GDK_KEY_c, kControl, menu_item<on_popup_menu_copy, kMenuCopy>},
+    {GDK_KEY_v, kControl, menu_item<on_popup_menu_paste, kMenuPaste>},
+    {GDK_KEY_a, kControl, select_everything},
+    {GDK_KEY_n, kControlShift, menu_item<on_popup_menu_mkdir, kMenuNewFolder>},
+    {GDK_KEY_Delete, 0, menu_item<on_popup_menu_delete, kMenuDelete>},
+    {GDK_KEY_KP_Delete, 0, menu_item<on_popup_menu_delete, kMenuDelete>},
+    {GDK_KEY_F2, 0, menu_item<on_popup_menu_rename, kMenuRename>},
+    {GDK_KEY_F5, 0, menu_item<on_popup_menu_refresh, kMenuRefresh>},
+    {GDK_KEY_BackSpace, 0, open_parent},
+    {GDK_KEY_Tab, 0, enter_other_pane},
+    {GDK_KEY_KP_Tab, 0, enter_other_pane},
+};
+
+const Key* find_key(guint value, guint modifiers) {
+    for (const Key& key : kKeys) {
+        if (key.value == gdk_keyval_to_lower(value) && key.modifiers == modifiers)
+            return &key;
+    }
+    return nullptr;
+}
+
+// The key by its place on the keyboard's first layout: on a Russian one, Ctrl and the key of C still copy.
+guint first_layout_value(const GdkEventKey* event) {
+    guint value = 0;
+    (void)gdk_keymap_translate_keyboard_state(gdk_keymap_get_default(), event->hardware_keycode,
+                                              static_cast<GdkModifierType>(event->state), 0, &value, nullptr,
+                                              nullptr, nullptr);
+    return value;
+}
+
+const Key* find_key(const GdkEventKey* event) {
+    const guint modifiers = event->state & gtk_accelerator_get_default_mod_mask();
+    const Key* key = find_key(event->keyval, modifiers);
+    return key != nullptr ? key : find_key(first_layout_value(event), modifiers);
+}
+
+}  // namespace
+
+gboolean on_treeview_1_key_press_event(GtkWidget* tree_view, GdkEventKey* event, gpointer) {
+    std::puts(__func__);
+    const Key* key = find_key(event);
+    return key != nullptr && key->action(tree_view) ? TRUE : FALSE;
+}
+
+gboolean on_treeview_1_popup_menu(GtkWidget* tree_view, gpointer) {
+    std::puts(__func__);
+    new_popup_menu(tree_view, nullptr, relay_hub::offered_items(tree_view), nullptr);
+    return TRUE;
+}
+
+gboolean on_treeview_1_focus(GtkWidget*, GtkDirectionType, gpointer) {
+    std::puts(__func__);
+    return FALSE;
+}
+
+void on_treeview_1_changed(GtkTreeSelection*, gpointer) {
+    std::puts(__func__);
+}

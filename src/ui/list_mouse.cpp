@@ -1,0 +1,95 @@
+// The mouse in the file lists: a selection of several rows survives the press that starts its drag, a double
+// click ends with its release, the right button opens the menu.
+#include <cstdio>
+#include <memory>
+
+#include "side_function/copy_source.h"
+#include "tree_view_op/file_list_view.h"
+#include "ui/event_handlers.h"
+#include "ui/menus.h"
+#include "util/glib_owners.h"
+
+namespace {
+
+constexpr guint kLeftButton = 1;
+constexpr guint kRightButton = 3;
+
+struct FreePath {
+    void operator()(GtkTreePath* path) const { gtk_tree_path_free(path); }
+};
+using TreePath = std::unique_ptr<GtkTreePath, FreePath>;
+
+// Null where there is no row, and on the header.
+TreePath row_at(GtkTreeView* tree_view, const GdkEventButton* event) {
+    GtkTreePath* path = nullptr;
+    if (event->window != gtk_tree_view_get_bin_window(tree_view))
+        return nullptr;
+    (void)gtk_tree_view_get_path_at_pos(tree_view, static_cast<int>(event->x), static_cast<int>(event->y),
+                                        &path, nullptr, nullptr, nullptr);
+    return TreePath(path);
+}
+
+bool without_modifiers(const GdkEventButton* event) {
+    return (event->state & gtk_accelerator_get_default_mod_mask()) == 0;
+}
+
+bool is_parent_row(GtkTreeView* tree_view, GtkTreePath* path) {
+    GtkTreeModel* model = gtk_tree_view_get_model(tree_view);
+    GtkTreeIter iter;
+    return gtk_tree_model_get_iter(model, &iter, path) != FALSE && relay_hub::row_name(model, &iter) == "..";
+}
+
+bool keep_selection_for_drag(GtkTreeView* tree_view, const GdkEventButton* event) {
+    GtkTreeSelection* selection = gtk_tree_view_get_selection(tree_view);
+    const TreePath path = row_at(tree_view, event);
+    if (path == nullptr || gtk_tree_selection_count_selected_rows(selection) < 2 ||
+        gtk_tree_selection_path_is_selected(selection, path.get()) == FALSE)
+        return false;
+    single_clicked = kSelectionPressed;
+    gtk_widget_grab_focus(GTK_WIDGET(tree_view));
+    return true;
+}
+
+bool open_menu(GtkTreeView* tree_view, GdkEventButton* event) {
+    GtkTreeSelection* selection = gtk_tree_view_get_selection(tree_view);
+    const TreePath path = row_at(tree_view, event);
+    if (path != nullptr && gtk_tree_selection_count_selected_rows(selection) < 2) {
+        if (is_parent_row(tree_view, path.get()))
+            return false;
+        gtk_tree_view_set_cursor(tree_view, path.get(), nullptr, FALSE);
+    }
+    gtk_widget_grab_focus(GTK_WIDGET(tree_view));
+    new_popup_menu(GTK_WIDGET(tree_view), event, relay_hub::offered_items(GTK_WIDGET(tree_view)), nullptr);
+    return true;
+}
+
+}  // namespace
+
+gboolean on_treeview_1_button_press_event(GtkWidget* widget, GdkEventButton* event, gpointer) {
+    std::puts(__func__);
+    GtkTreeView* tree_view = GTK_TREE_VIEW(widget);
+    if (event->type == GDK_2BUTTON_PRESS) {
+        single_clicked = kDoubleClickPressed;
+        // The release opens the row; the toolkit would open it a second time.
+        return event->button == kLeftButton ? TRUE : FALSE;
+    }
+    if (event->type != GDK_BUTTON_PRESS)
+        return FALSE;
+    if (event->button == kLeftButton)
+        return without_modifiers(event) && keep_selection_for_drag(tree_view, event) ? TRUE : FALSE;
+    return event->button == kRightButton && open_menu(tree_view, event) ? TRUE : FALSE;
+}
+
+gboolean on_treeview_1_button_release_event(GtkWidget* widget, GdkEventButton* event, gpointer) {
+    std::puts(__func__);
+    GtkTreeView* tree_view = GTK_TREE_VIEW(widget);
+    const bool completes =
+        single_clicked == kDoubleClickPressed && event->button == kLeftButton && without_modifiers(event);
+    single_clicked = kClickIdle;
+    const TreePath path = completes ? row_at(tree_view, event) : nullptr;
+    if (path != nullptr) {
+        std::puts("emit!");
+        gtk_tree_view_row_activated(tree_view, path.get(), gtk_tree_view_get_column(tree_view, 0));
+    }
+    return FALSE;
+}

@@ -1,0 +1,224 @@
+#include "ui/menus.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "side_function/copy_source.h"
+#include "side_function/left_side.h"
+#include "side_function/right_side.h"
+#include "tree_view_op/file_list_view.h"
+#include "ui/base/closing.h"
+#include "ui/base/dialogs/about_dialog.h"
+#include "ui/navigation.h"
+#include "util/translated_text.h"
+
+namespace {
+
+using relay_hub::fill_translated;
+using relay_hub::translated;
+using relay_hub::WindowWork;
+
+constexpr char kProgram[] = "Relay Hub";
+constexpr about_info kAbout = {"V1.0.780.28", "Relay Hub ", "Relay Hub"};
+constexpr gint kDialogSpacing = 12;
+
+using ItemHandler = void (*)(GtkWidget* item, gpointer tree_view);
+
+struct PopupItem {
+    _popup_menu_switch bit;
+    bool after_separator;
+    const char* label;  // may hold the program name's "%s"
+    ItemHandler handler;
+};
+
+// In menu order.
+constexpr PopupItem kPopupItems[] = {
+    {kMenuCopy, false, "IDS_MN_COPY", on_popup_menu_copy},
+    {kMenuPaste, false, "IDS_MN_PASTE", on_popup_menu_paste},
+    {kMenuDelete, false, "IDS_MN_DELETE", on_popup_menu_delete},
+    {kMenuNewFolder, true, "IDS_TXT_NEWFOLDER", on_popup_menu_mkdir},
+    {kMenuRename, true, "IDS_MN_RENAME", on_popup_menu_rename},
+    {kMenuRefresh, false, "IDS_REFRESH_ALIAS", on_popup_menu_refresh},
+    {kMenuAbout, true, "IDS_MENUITEM_ABOUT", on_popup_menu_about},
+};
+
+GtkWidget* main_window() {
+    return get_UI_sets()->main_window;
+}
+
+// The side whose list the item was opened over, null also while another action runs.
+__single* free_side(gconstpointer tree_view) {
+    __single* side = relay_hub::side_of(tree_view);
+    return side != nullptr && tree_view == side->tree_view && !relay_hub::window_is_busy() ? side : nullptr;
+}
+
+using SideAction = int (*)(GtkWidget* item, gpointer data);
+
+void act_on_side(GtkWidget* item, gpointer tree_view, SideAction local, SideAction remote) {
+    const __single* side = free_side(tree_view);
+    if (side == nullptr)
+        return;
+    const WindowWork work;
+    const SideAction action = relay_hub::is_remote(side) ? remote : local;
+    action(item, tree_view);
+}
+
+void unselect_all(const __single* side) {
+    gtk_tree_selection_unselect_all(gtk_tree_view_get_selection(GTK_TREE_VIEW(side->tree_view)));
+}
+
+GtkWidget* new_confirmation() {
+    GtkWidget* dialog = gtk_dialog_new_with_buttons(
+        translated("IDS_CONFIRMATION"), GTK_WINDOW(main_window()),
+        static_cast<GtkDialogFlags>(GTK_DIALOG_MODAL | GTK_DIALOG_DESTROY_WITH_PARENT), GTK_STOCK_OK,
+        GTK_RESPONSE_ACCEPT, GTK_STOCK_CANCEL, GTK_RESPONSE_REJECT, nullptr);
+    gtk_window_set_deletable(GTK_WINDOW(dialog), FALSE);
+    gtk_window_unmaximize(GTK_WINDOW(dialog));
+    gtk_window_set_resizable(GTK_WINDOW(dialog), FALSE);
+    const std::string question =
+        fill_translated("IDS_MSG_CONFIRM_DEL_SELETCED_ITEM", {translated("IDS_TRASH_ALIAS")});
+    GtkWidget* label = gtk_label_new(question.c_str());
+    gtk_misc_set_padding(GTK_MISC(label), kDialogSpacing, kDialogSpacing);
+    gtk_container_add(GTK_CONTAINER(gtk_dialog_get_content_area(GTK_DIALOG(dialog))), label);
+    gtk_widget_show(label);
+    return dialog;
+}
+
+bool deletion_confirmed() {
+    GtkWidget* dialog = new_confirmation();
+    g_object_add_weak_pointer(G_OBJECT(dialog), reinterpret_cast<gpointer*>(&dialog));
+    const int response = relay_hub::run_dialog(GTK_DIALOG(dialog));
+    if (dialog != nullptr) {
+        g_object_remove_weak_pointer(G_OBJECT(dialog), reinterpret_cast<gpointer*>(&dialog));
+        gtk_widget_destroy(dialog);
+    }
+    if (response == GTK_RESPONSE_ACCEPT) {
+        std::puts("GTK_RESPONSE_ACCEPT");
+        return true;
+    }
+    std::printf("result:%d\n", response);
+    return false;
+}
+
+void append_item(GtkWidget* menu, const PopupItem& row, GtkWidget* tree_view) {
+    if (row.after_separator)
+        gtk_menu_shell_append(GTK_MENU_SHELL(menu), gtk_separator_menu_item_new());
+    const std::string label = fill_translated(row.label, {kProgram});
+    GtkWidget* item = gtk_menu_item_new_with_label(label.c_str());
+    g_signal_connect(item, "activate", G_CALLBACK(row.handler), tree_view);
+    gtk_menu_shell_append(GTK_MENU_SHELL(menu), item);
+}
+
+// From the keyboard the menu opens at the cursor's row, else at the list's corner.
+void place_at_cursor(GtkMenu*, gint* x, gint* y, gboolean* push_in, gpointer data) {
+    GtkTreeView* tree_view = GTK_TREE_VIEW(data);
+    GtkTreePath* path = nullptr;
+    gtk_tree_view_get_cursor(tree_view, &path, nullptr);
+    GdkRectangle cell{};
+    if (path != nullptr)
+        gtk_tree_view_get_cell_area(tree_view, path, gtk_tree_view_get_column(tree_view, 0), &cell);
+    gtk_tree_path_free(path);
+    GdkWindow* window = gtk_tree_view_get_bin_window(tree_view);
+    gdk_window_get_origin(window, x, y);
+    const int height = gdk_window_get_height(gtk_widget_get_window(GTK_WIDGET(tree_view)));
+    *y += CLAMP(cell.y + cell.height, 0, height);
+    *push_in = TRUE;
+}
+
+}  // namespace
+
+GtkWidget* new_menu_bar(UI*) {
+    GtkWidget* bar = gtk_menu_bar_new();
+    gtk_menu_shell_append(GTK_MENU_SHELL(bar), gtk_menu_item_new_with_label("File"));
+    return bar;
+}
+
+int show_opoup_menu(GtkWidget*) {
+    return 0;
+}
+
+GtkWidget* new_popup_menu(GtkWidget* tree_view, GdkEventButton* event, _popup_menu_switch items, gpointer) {
+    GtkWidget* menu = gtk_menu_new();
+    for (const PopupItem& row : kPopupItems) {
+        if ((items & row.bit) != 0)
+            append_item(menu, row, tree_view);
+    }
+    gtk_menu_attach_to_widget(GTK_MENU(menu), tree_view, nullptr);
+    g_signal_connect(menu, "selection-done", G_CALLBACK(gtk_widget_destroy), nullptr);
+    gtk_widget_show_all(menu);
+    gtk_menu_popup(GTK_MENU(menu), nullptr, nullptr, event != nullptr ? nullptr : place_at_cursor, tree_view,
+                   event != nullptr ? event->button : 0,
+                   event != nullptr ? event->time : gtk_get_current_event_time());
+    if (event == nullptr)
+        gtk_menu_shell_select_first(GTK_MENU_SHELL(menu), FALSE);
+    return menu;
+}
+
+void on_popup_menu_copy(GtkWidget* item, gpointer tree_view) {
+    std::puts("copy!");
+    const __single* side = free_side(tree_view);
+    if (side == nullptr)
+        return;
+    set_old_copy_path(relay_hub::current_folder(side));
+    act_on_side(item, tree_view, left_popup_menu_copy, right_popup_menu_copy);
+}
+
+void on_popup_menu_paste(GtkWidget* item, gpointer tree_view) {
+    std::puts("paste!");
+    const __single* side = free_side(tree_view);
+    if (side == nullptr)
+        return;
+    act_on_side(item, tree_view, left_popup_menu_paste, right_popup_menu_paste);
+    (void)std::fputs("clean tree view\n", stderr);
+    unselect_all(relay_hub::other_side(side));
+}
+
+void on_popup_menu_delete(GtkWidget* item, gpointer tree_view) {
+    std::puts("delete!");
+    const __single* side = free_side(tree_view);
+    if (side == nullptr || get_selected_to_glist(side->tree_view).empty())
+        return;
+    {
+        const WindowWork work;
+        if (!deletion_confirmed())
+            return;
+    }
+    act_on_side(item, tree_view, left_popup_menu_delete, right_popup_menu_delete);
+}
+
+void on_popup_menu_mkdir(GtkWidget* item, gpointer tree_view) {
+    std::puts(__func__);
+    act_on_side(item, tree_view, left_popup_menu_mkdir, right_popup_menu_mkdir);
+}
+
+void on_popup_menu_rename(GtkWidget* item, gpointer tree_view) {
+    std::puts(__func__);
+    act_on_side(item, tree_view, left_popup_menu_rename, right_popup_menu_rename);
+}
+
+void on_popup_menu_refresh(GtkWidget* item, gpointer tree_view) {
+    std::puts(__func__);
+    act_on_side(item, tree_view, left_popup_menu_refresh, [](GtkWidget*, gpointer) {
+        relay_hub::reload_remote_folder();
+        return 0;
+    });
+}
+
+void on_popup_menu_about(GtkWidget*, gpointer) {
+    std::puts(__func__);
+    if (relay_hub::window_is_busy())
+        return;
+    const WindowWork work;
+    new_about_dialog(main_window(), &kAbout);
+}
+
+namespace relay_hub {
+
+_popup_menu_switch offered_items(const GtkWidget* tree_view) {
+    const bool pasteable =
+        tree_view != g_p_tree_view && (g_copy_source != kNothingCopied || clipboard_offers_files());
+    const int items = pasteable ? -1 : -1 - kMenuPaste;
+    return static_cast<_popup_menu_switch>(items);
+}
+
+}  // namespace relay_hub

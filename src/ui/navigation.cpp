@@ -1,0 +1,259 @@
+#include "ui/navigation.h"
+
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+#include "link_engine/command_runner.h"
+#include "name_pipe/abandon.h"
+#include "name_pipe/log.h"
+#include "side_function/left_side.h"
+#include "side_function/right_side.h"
+#include "tree_view_op/file_list_view.h"
+#include "ui/background_work.h"
+#include "ui/base/closing.h"
+#include "ui/base/closing_watchdog.h"
+#include "ui/base/dialogs/message_dialog.h"
+#include "ui/base/dialogs/search_dialog.h"
+#include "ui/base/drive_box.h"
+#include "ui/base/window_thread.h"
+#include "ui/event_handlers.h"
+#include "ui/link_status_monitor.h"
+#include "util/file_op.h"
+#include "util/glib_owners.h"
+#include "util/path_time_text.h"
+#include "util/translated_text.h"
+
+namespace relay_hub {
+namespace {
+
+constexpr int kDriveAttempts = 21;
+constexpr std::chrono::seconds kBetweenAttempts(1);
+
+struct Free {
+    void operator()(char* memory) const { std::free(memory); }
+};
+
+GtkWidget* main_window() {
+    return get_UI_sets()->main_window;
+}
+
+void tell_no_access() {
+    show_message_dialog(main_window(), translated("IDS_ERROR_DISPLAY"),
+                        translated("IDS_ERROR_NO_PERMISSION"));
+}
+
+void tell_no_folder(const std::string& path) {
+    const GText shown(g_filename_display_name(path.c_str()));
+    const std::string text = fill_translated("IDS_NO_DATA", {shown.get()});
+    show_message_dialog(main_window(), text.c_str(), translated("IDS_ERROR_PATH"));
+}
+
+// The absolute path of a folder that may be listed; empty, after telling the user, for anything else.
+std::string listable_folder(const std::string& path) {
+    if (g_file_test(path.c_str(), G_FILE_TEST_IS_DIR) == FALSE) {
+        tell_no_folder(path);
+        return {};
+    }
+    if (Gfile_check_path_permission(path) == 0) {
+        tell_no_access();
+        return {};
+    }
+    const std::unique_ptr<char, Free> resolved(::realpath(path.c_str(), nullptr));
+    if (resolved == nullptr) {
+        std::perror("convert path:");
+        return {};
+    }
+    return resolved.get();
+}
+
+bool open_local_folder(__single* side, const std::string& path) {
+    const std::string folder = listable_folder(path);
+    if (folder.empty())
+        return false;
+    set_current_folder(side, folder.c_str());
+    set_path_entry(side, folder.c_str());
+    once_search_and_insert_to_treeview(folder, side->tree_view);
+    return true;
+}
+
+bool is_drive_path(const std::string& path) {
+    return check_path_for_platform(path.c_str()) == 1;
+}
+
+std::string normalised_remote_path(const std::string& path, bool with_drives) {
+    const char* separator = with_drives ? "\\" : "/";
+    std::string result = with_drives ? "" : "/";
+    ConvertToRealPath(path.c_str(), separator, result, separator);
+    return result;
+}
+
+bool open_remote_folder(__single* side, const std::string& path) {
+    std::printf("real path: %s\n", path.c_str());
+    const BusyDialog busy;
+    const int result = right_treeview_load_file(main_window(), path);
+    std::printf("ret= %d\n", result);
+    if (result != 0 || window_is_closing())
+        return false;
+    set_path_entry(side, path.c_str());
+    return true;
+}
+
+// Where the user came from, so that climbing up leaves the folder below selected.
+std::string last_component(const std::string& folder) {
+    const std::size_t end = folder.find_last_not_of("/\\");
+    if (end == std::string::npos)
+        return {};
+    const char* separator = is_drive_path(folder) ? "\\" : "/";
+    const std::size_t before = folder.find_last_of(separator, end);
+    const std::size_t begin = before == std::string::npos ? 0 : before + 1;
+    return folder.substr(begin, end + 1 - begin);
+}
+
+// The path that stands in the entry. A folder whose name is not UTF-8 stands there in its shown form.
+std::string entered_path(const __single* side) {
+    const char* entered = gtk_entry_get_text(GTK_ENTRY(side->path_entry));
+    const GText shown(g_filename_display_name(current_folder(side)));
+    return g_strcmp0(entered, shown.get()) == 0 ? current_folder(side) : entered;
+}
+
+int drive_count(GtkWidget* combo) {
+    return gtk_tree_model_iter_n_children(gtk_combo_box_get_model(GTK_COMBO_BOX(combo)), nullptr);
+}
+
+[[noreturn]] void end_without_drives() {
+    log_event("%s\t%s\texit.", "It can't find any disk.", "Please restart.");
+    end_process();
+}
+
+// A command_start_t: runs on the runner's worker until there are drives or the user has had enough.
+int find_remote_drives(void* data) {
+    auto* args = static_cast<__send_args*>(data);
+    const AbandonToken* token = current_abandon_token();
+    for (int attempt = 1;; ++attempt) {
+        right_combobox_load_partition_nothread();
+        int drives = 0;
+        call_on_window([&drives] { drives = drive_count(get_UI_sets()->right_side->drive_combo); });
+        if (drives > 0 || (token != nullptr && token->abandoned()))
+            break;
+        if (attempt == kDriveAttempts)
+            end_without_drives();
+        if (!pause_unless_abandoned(kBetweenAttempts))
+            break;
+    }
+    return set_atomic(&args->state, kStateFinished);
+}
+
+}  // namespace
+
+bool is_remote(const __single* side) {
+    return side == get_UI_sets()->right_side;
+}
+
+__single* side_of(gconstpointer widget) {
+    const UI* ui = get_UI_sets();
+    for (__single* side : {ui->left_side, ui->right_side}) {
+        if (widget != nullptr && (widget == side->tree_view || widget == side->go_button ||
+                                  widget == side->path_entry || widget == side->drive_combo))
+            return side;
+    }
+    return nullptr;
+}
+
+__single* other_side(const __single* side) {
+    const UI* ui = get_UI_sets();
+    return side == ui->left_side ? ui->right_side : ui->left_side;
+}
+
+std::string typed_remote_path(const std::string& typed, const std::string& folder) {
+    const bool with_drives = is_drive_path(folder) || (folder.empty() && is_drive_path(typed));
+    const bool absolute = with_drives ? is_drive_path(typed) : typed.starts_with('/');
+    return normalised_remote_path(absolute ? typed : join_remote_path(folder, typed), with_drives);
+}
+
+void open_sub_folder(__single* side, const std::string& name) {
+    const std::string from = current_folder(side);
+    const bool opened =
+        is_remote(side) ? open_remote_folder(
+                              side, normalised_remote_path(join_remote_path(from, name), is_drive_path(from)))
+                        : open_local_folder(side, join_local_path(from, name));
+    if (opened && name == "..")
+        select_row_by_name(side->tree_view, last_component(from));
+}
+
+void open_typed_path(__single* side) {
+    const std::string entered = entered_path(side);
+    if (!is_remote(side)) {
+        open_local_folder(side, entered);
+        return;
+    }
+    std::puts("remote");
+    if (!entered.empty())
+        open_remote_folder(side, typed_remote_path(entered, current_folder(side)));
+}
+
+void open_chosen_drive(__single* side) {
+    const std::string path = get_combobox_item(side->drive_combo);
+    if (path.empty())
+        return;
+    std::puts(path.c_str());
+    const BusyDialog busy;
+    if (is_remote(side)) {
+        clean_tree_view(side->tree_view);
+        right_treeview_load_file(main_window(), path);
+    } else {
+        left_treeview_load_file(main_window(), path);
+    }
+    if (window_is_closing())
+        return;
+    set_current_folder(side, path.c_str());
+    set_path_entry(side, path.c_str());
+}
+
+void open_first_drive(__single* side) {
+    g_signal_handlers_block_by_func(side->drive_combo, reinterpret_cast<gpointer>(on_combobox_1_changed),
+                                    nullptr);
+    gtk_combo_box_set_active(GTK_COMBO_BOX(side->drive_combo), 0);
+    g_signal_handlers_unblock_by_func(side->drive_combo, reinterpret_cast<gpointer>(on_combobox_1_changed),
+                                      nullptr);
+    open_chosen_drive(side);
+}
+
+void load_remote_drives() {
+    const __single* side = get_UI_sets()->right_side;
+    const BusyDialog busy;
+    clean_combo_box(side->drive_combo);
+    __send_args args;
+    args.parent_window = main_window();
+    send_command_t(find_remote_drives, nullptr, &args);
+    if (window_is_closing() || drive_count(side->drive_combo) == 0)
+        return;
+    open_first_drive(get_UI_sets()->right_side);
+    sort_by_name(get_UI_sets()->right_side);
+}
+
+void reload_remote_folder() {
+    const __single* side = get_UI_sets()->right_side;
+    const std::string folder = current_folder(side);
+    if (folder.empty() || drive_count(side->drive_combo) == 0) {
+        load_remote_drives();
+        return;
+    }
+    const BusyDialog busy;
+    clean_tree_view(side->tree_view);
+    right_treeview_load_file(main_window(), folder);
+}
+
+void sort_by_name(const __single* side) {
+    GtkTreeView* tree_view = GTK_TREE_VIEW(side->tree_view);
+    int column = 0;
+    GtkSortType order = GTK_SORT_DESCENDING;
+    const bool sorted = gtk_tree_sortable_get_sort_column_id(
+                            GTK_TREE_SORTABLE(gtk_tree_view_get_model(tree_view)), &column, &order) != FALSE;
+    // A click on a list that is sorted so already would turn it round.
+    if (!sorted || column != 0 || order != GTK_SORT_ASCENDING)
+        gtk_tree_view_column_clicked(gtk_tree_view_get_column(tree_view, 0));
+}
+
+}  // namespace relay_hub

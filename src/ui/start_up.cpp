@@ -1,0 +1,116 @@
+#include "ui/start_up.h"
+
+#include <fcntl.h>
+#include <gtk/gtk.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include "link_engine/engine_callbacks.h"
+#include "name_pipe/diagnostics.h"
+#include "name_pipe/name_pipe_base.h"
+#include "tree_view_op/file_list_view.h"
+#include "ui/base/closing.h"
+#include "ui/base/closing_watchdog.h"
+#include "ui/base/dialogs/message_dialog.h"
+#include "ui/base/dialogs/override_request_dialog.h"
+#include "ui/base/dialogs/search_dialog.h"
+#include "ui/base/window_thread.h"
+#include "ui/desktop_locale.h"
+#include "ui/link_status_monitor.h"
+#include "util/translated_text.h"
+#include "util/user_questions.h"
+
+char g_absolute_work_path[kWorkPathSize];
+
+namespace relay_hub {
+namespace {
+
+constexpr char kProgram[] = "Relay Hub";
+constexpr char kLockName[] = "relay-hub.lock";
+constexpr mode_t kLockMode = 0600;
+
+std::string lock_path() {
+    return std::string(g_get_user_runtime_dir()) + "/" + kLockName;
+}
+
+// The busy dialog behind a listing that takes several turns of the main loop. Listings nest.
+class BusyListings : public ListingWatcher {
+  public:
+    void long_listing_begins() override {
+        if (depth_++ > 0)
+            return;
+        work_ = std::make_unique<WindowWork>();
+        busy_ = std::make_unique<BusyDialog>();
+    }
+    void long_listing_ends() override {
+        if (--depth_ > 0)
+            return;
+        busy_.reset();
+        work_.reset();
+    }
+    bool go_on() override { return !window_is_closing(); }
+
+  private:
+    int depth_ = 0;
+    std::unique_ptr<WindowWork> work_;
+    std::unique_ptr<BusyDialog> busy_;
+};
+
+}  // namespace
+
+void remember_work_path() {
+    if (::getcwd(g_absolute_work_path, sizeof g_absolute_work_path) == nullptr) {
+        report_error(RELAY_HUB_HERE, errno);
+        g_absolute_work_path[0] = '\0';
+    }
+}
+
+InstanceLock::InstanceLock() {
+    const std::string path = lock_path();
+    file_.reset(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY, kLockMode));
+    if (!file_) {
+        report_error(RELAY_HUB_HERE, errno, path);
+        return;
+    }
+    int result = 0;
+    do {
+        result = ::flock(file_.get(), LOCK_EX | LOCK_NB);
+    } while (result != 0 && errno == EINTR);
+    if (result == 0)
+        return;
+    held_ = errno != EWOULDBLOCK;
+    if (held_)
+        report_error(RELAY_HUB_HERE, errno, path);
+}
+
+void tell_already_running(int* argc, char*** argv) {
+    (void)std::fprintf(stderr, "%s is already running.\n", kProgram);
+    if (gtk_init_check(argc, argv) == FALSE)
+        return;
+    enter_chosen_locale();
+    bind_catalogue();
+    show_message_dialog(nullptr, fill_translated("IDS_MSG_ALREADY_RUNNING", {kProgram}).c_str(), nullptr);
+}
+
+void install_window_services() {
+    static BusyListings busy_listings;
+    set_user_questions(window_questions());
+    set_callback_handlers({set_line_status, run_override_request});
+    CNamePipeBase::SetServiceProvider(ServiceProvider);
+    set_listing_watcher(&busy_listings);
+}
+
+void shut_down(CNamePipeBase& listener) {
+    end_hand_over();
+    const bool monitor_ended = stop_link_monitor();
+    const bool listener_ended = listener.ExitListenService();
+    if (!monitor_ended || !listener_ended)
+        end_process();
+}
+
+}  // namespace relay_hub
