@@ -12,7 +12,7 @@
 
 #include "name_pipe/file_descriptor.h"
 
-Log theLog(kPipeTracePath, false);
+constinit Log theLog;
 
 namespace {
 

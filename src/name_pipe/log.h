@@ -6,6 +6,8 @@
 
 class Log {
   public:
+    // Opens nothing: everything written is dropped until SetFile.
+    constexpr Log() = default;
     // Opens path write-only, created and truncated (append only makes each write go to the end).
     // Refuses a final symbolic link and anything that is not a regular file.
     Log(const char* path, bool append);
@@ -28,7 +30,8 @@ class Log {
     std::atomic<int> m_nFile = -1;
 };
 
-// The trace of the pipes, kPipeTracePath.
+// The trace of the pipes. Silent until main opens kPipeTracePath: a second start, which ends at once, and the
+// engine, which shares this room, must leave the trace of the running window alone.
 extern Log theLog;
 
 // "HH:MM:SS message\n" appended to path. 0, or -1 when path or message is missing or path is empty.

@@ -16,12 +16,12 @@ constexpr int kByteFormat = 8;
 char tree_row_name[] = "GTK_TREE_MODEL_ROW";
 char uri_list_name[] = "text/uri-list";
 
-bool is_usable(GtkWidget* tree_view, const GtkSelectionData* selection) {
+bool is_usable(GtkWidget* tree_view, GtkSelectionData* selection) {
     return tree_view != instance && gtk_selection_data_get_format(selection) == kByteFormat &&
            gtk_selection_data_get_length(selection) >= 0 && !relay_hub::window_is_busy();
 }
 
-void print_data(const GtkSelectionData* selection) {
+void print_data(GtkSelectionData* selection) {
     const auto* data = reinterpret_cast<const char*>(gtk_selection_data_get_data(selection));
     std::printf("data format:[%d]\t length:[%d]\tdata:[%s]\n", gtk_selection_data_get_format(selection),
                 gtk_selection_data_get_length(selection), data != nullptr ? data : "");

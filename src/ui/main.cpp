@@ -50,6 +50,7 @@ int main(int argc, char** argv) {
         relay_hub::tell_already_running(&argc, &argv);
         return 0;
     }
+    theLog.SetFile(kPipeTracePath, false);
     (void)std::remove(kEventLogPath);
     bring_up_toolkit(&argc, &argv);
     relay_hub::remember_window_thread();

@@ -28,13 +28,6 @@ void flush_if_possible(std::FILE* stream) {
     funlockfile(stream);
 }
 
-[[noreturn]] void end_process() {
-    theLog.Print("^^^^ Close Log()\n");
-    theLog.CloseFile();
-    flush_if_possible(stdout);
-    _exit(0);
-}
-
 class Watchdog {
   public:
     Watchdog() = default;
@@ -87,6 +80,13 @@ void arm_closing_watchdog() {
 
 void disarm_closing_watchdog() {
     watchdog.disarm();
+}
+
+void end_process() {
+    theLog.Print("^^^^ Close Log()\n");
+    theLog.CloseFile();
+    flush_if_possible(stdout);
+    _exit(0);
 }
 
 }  // namespace relay_hub
