@@ -1,5 +1,4 @@
 #include <dirent.h>
-#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -8,30 +7,15 @@
 #include <cstring>
 #include <memory>
 
-#include "name_pipe/file_descriptor.h"
 #include "util/file_op.h"
 #include "util/file_op_unit.h"
+#include "util/folder_handle.h"
 #include "util/glib_owners.h"
 #include "util/path_time_text.h"
 #include "util/translated_text.h"
 
 namespace relay_hub {
 namespace {
-
-struct DirClose {
-    void operator()(DIR* dir) const { closedir(dir); }
-};
-using DirPtr = std::unique_ptr<DIR, DirClose>;
-
-DirPtr open_folder(const std::string& path) {
-    FileDescriptor fd(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!fd)
-        return nullptr;
-    DirPtr dir(fdopendir(fd.get()));
-    if (dir)
-        (void)fd.release();
-    return dir;
-}
 
 FolderEntry look_at(int folder_fd, const char* name) {
     FolderEntry entry;
@@ -87,7 +71,7 @@ bool is_real_folder(const std::string& path) {
 
 std::vector<FolderEntry> read_folder(const std::string& path, int* error_number) {
     *error_number = 0;
-    const DirPtr dir = open_folder(path);
+    const FolderHandle dir = open_folder(path);
     if (!dir) {
         *error_number = errno;
         return {};
@@ -231,12 +215,17 @@ std::vector<std::string> Gfile_split_string_to_list(const std::string& text, con
 }
 
 int Gfile_traversal_file_tree(const std::string& path, void* /*arg*/) {
-    const relay_hub::DirPtr dir = relay_hub::open_folder(path);
+    const relay_hub::FolderHandle dir = relay_hub::open_folder(path);
     if (!dir) {
         relay_hub::report_error(FILE_OP_LINE(728), errno);
         return -1;
     }
     while (readdir(dir.get()) != nullptr) {
     }
+    return 0;
+}
+
+int Gfile_copy_directory(const std::string& src, const std::string& /*dst*/) {
+    (void)Gfile_traversal_file_tree(src, nullptr);
     return 0;
 }

@@ -1,0 +1,229 @@
+// Benchmarks of the local file operations: each against a yardstick measured alternately in the same run, so
+// that the ratios hold on any machine. Usage: bench_local_files FOLDER (on the disk to be measured).
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "name_pipe/file_descriptor.h"
+#include "util/file_op.h"
+#include "util/path_time_text.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using relay_hub::FileDescriptor;
+
+constexpr int kRounds = 5;
+constexpr std::size_t kSmallFiles = 10000;
+constexpr std::size_t kListedFiles = 100000;
+constexpr std::size_t kBigBytes = std::size_t{1} << 30U;
+constexpr std::size_t kPlainBuffer = 32768;
+
+double seconds_of(const std::function<void()>& work) {
+    const auto start = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+double median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+// Measures ours and the yardstick in turn and prints the medians with their ratio.
+void compare(const char* name, double target, const std::function<void()>& ours,
+             const std::function<void()>& yardstick, const std::function<void()>& clean) {
+    std::vector<double> our_times;
+    std::vector<double> yardstick_times;
+    for (int round = 0; round < kRounds; ++round) {
+        for (const bool first : {round % 2 == 0, round % 2 != 0}) {
+            clean();
+            sync();
+            (first ? our_times : yardstick_times).push_back(seconds_of(first ? ours : yardstick));
+        }
+    }
+    const double our_time = median(our_times);
+    const double yardstick_time = median(yardstick_times);
+    std::fprintf(stderr, "%-58s %8.3f s %8.3f s   ratio %.2f (target %.2f)\n", name, our_time, yardstick_time,
+                 our_time / yardstick_time, target);
+}
+
+void must(bool good, const char* what) {
+    if (good)
+        return;
+    std::perror(what);
+    std::exit(1);
+}
+
+void copy_plainly(const std::string& src, const std::string& dst) {
+    const FileDescriptor source(open(src.c_str(), O_RDONLY | O_CLOEXEC));
+    const FileDescriptor target(open(dst.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    must(source && target, "open");
+    char buffer[kPlainBuffer];
+    ssize_t count = 0;
+    while ((count = read(source.get(), buffer, sizeof buffer)) > 0)
+        must(relay_hub::write_all(target.get(), buffer, static_cast<std::size_t>(count)) == 0, "write");
+    must(fsync(target.get()) == 0, "fsync");
+}
+
+void run_program(std::vector<const char*> arguments) {
+    arguments.push_back(nullptr);
+    const pid_t child = fork();
+    if (child == 0) {
+        execvp(arguments[0], const_cast<char* const*>(arguments.data()));
+        _exit(127);
+    }
+    int status = 0;
+    must(waitpid(child, &status, 0) == child && status == 0, arguments[0]);
+}
+
+relay_hub::TaskListPtr make_job(const std::string& source, const std::string& folder) {
+    relay_hub::TaskListPtr job(new_task_list());
+    job->items = {source};
+    job->folder = folder;
+    return job;
+}
+
+void copy_with_job(const std::string& source, const std::string& folder) {
+    const relay_hub::TaskListPtr job = make_job(source, folder);
+    Gfile_local_copy(job.get());
+    must(job->failures.empty(), "copy job");
+}
+
+void fill_file(const fs::path& path, std::size_t size) {
+    std::ofstream file(path, std::ios::binary);
+    const std::string block(std::min<std::size_t>(size, 1U << 20U), 'x');
+    for (std::size_t written = 0; written < size; written += block.size())
+        file.write(block.data(), static_cast<std::streamsize>(block.size()));
+}
+
+class Bench {
+  public:
+    explicit Bench(const fs::path& folder) : root_(folder / "relay-hub-bench"), out_(root_ / "out") {
+        fs::create_directories(root_ / "small");
+        fill_file(root_ / "big", kBigBytes);
+        for (std::size_t index = 0; index < kSmallFiles; ++index)
+            fill_file(root_ / "small" / std::to_string(index), 4096);
+    }
+    ~Bench() { fs::remove_all(root_); }
+    Bench(const Bench&) = delete;
+    Bench& operator=(const Bench&) = delete;
+
+    void big_file() {
+        const std::string big = root_ / "big";
+        const std::string target = out_ / "big";
+        const auto ours = [&] { copy_with_job(big, out_); };
+        const auto clean = [&] { empty_out(); };
+        compare(
+            "1 GiB file / cp -a and sync", 1.1, ours,
+            [&] {
+                run_program({"cp", "-a", big.c_str(), target.c_str()});
+                run_program({"sync", target.c_str()});
+            },
+            clean);
+        compare(
+            "1 GiB file / 32 KiB loop and fsync", 1.15, ours, [&] { copy_plainly(big, target); }, clean);
+    }
+
+    void small_files() {
+        const std::string source = root_ / "small";
+        compare(
+            "10,000 files of 4 KiB / loop with an fsync each", 0.4, [&] { copy_with_job(source, out_); },
+            [&] {
+                fs::create_directory(out_ / "small");
+                for (std::size_t index = 0; index < kSmallFiles; ++index)
+                    copy_plainly(root_ / "small" / std::to_string(index),
+                                 out_ / "small" / std::to_string(index));
+            },
+            [&] { empty_out(); });
+    }
+
+    // The longest time from a cancel to the job's end, in the middle of the big file.
+    void cancel() {
+        double worst = 0;
+        for (int round = 0; round < kRounds; ++round) {
+            empty_out();
+            const relay_hub::TaskListPtr job = make_job(root_ / "big", out_);
+            std::thread worker([&] { Gfile_local_copy(job.get()); });
+            std::this_thread::sleep_for(std::chrono::milliseconds(100 + 150 * round));
+            worst = std::max(worst, seconds_of([&] {
+                                 cancel_atomic(&job->state);
+                                 worker.join();
+                             }));
+        }
+        std::fprintf(stderr, "%-58s %8.3f s   (target 0.300)\n", "cancel in a 1 GiB file, worst", worst);
+    }
+
+    void listing() {
+        const fs::path folder = root_ / "many";
+        fs::create_directory(folder);
+        for (std::size_t index = 0; index < kListedFiles; ++index)
+            fill_file(folder / ("file " + std::to_string(index) + ".txt"), 0);
+        int error = 0;
+        compare(
+            "list 100,000 entries in order / ls -l, unsorted", 2.0,
+            [&] { must(relay_hub::read_folder(folder, &error).size() == kListedFiles, "read_folder"); },
+            [&] {
+                run_program({"sh", "-c", "ls -lnU \"$0\" >/dev/null", folder.c_str()});
+            },
+            [] {});
+    }
+
+  private:
+    void empty_out() {
+        fs::remove_all(out_);
+        fs::create_directory(out_);
+    }
+
+    fs::path root_;
+    fs::path out_;
+};
+
+void unicode_hex() {
+    constexpr std::size_t kMegabytes = 64;
+    for (const auto& [name, piece] : {std::pair{"ASCII", "a name.txt"}, std::pair{"CJK", "文件名"}}) {
+        std::string text;
+        while (text.size() < kMegabytes << 20U)
+            text += piece;
+        std::string hex;
+        const double encode = seconds_of([&] { hex = relay_hub::unicode_hex(text); });
+        const double decode =
+            seconds_of([&] { must(relay_hub::text_from_unicode_hex(hex) == text, "decode"); });
+        std::fprintf(stderr, "unicode hex, %-5s: encode %.0f MB/s (target 100), decode %.0f MB/s of text\n",
+                     name, static_cast<double>(kMegabytes) / encode,
+                     static_cast<double>(kMegabytes) / decode);
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 2) {
+        std::fprintf(stderr, "usage: %s FOLDER\n", argv[0]);
+        return 2;
+    }
+    std::setlocale(LC_ALL, "C.UTF-8");
+    // The jobs tell each file on standard output.
+    must(std::freopen("/dev/null", "w", stdout) != nullptr, "/dev/null");
+    unicode_hex();
+    Bench bench(argv[1]);
+    bench.big_file();
+    bench.small_files();
+    bench.cancel();
+    bench.listing();
+    return 0;
+}

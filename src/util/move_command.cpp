@@ -1,0 +1,182 @@
+#include "util/move_command.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "name_pipe/diagnostics.h"
+#include "name_pipe/file_descriptor.h"
+#include "util/file_op_unit.h"
+#include "util/folder_handle.h"
+
+namespace relay_hub {
+namespace {
+
+constexpr std::size_t kReasonSize = 4096;
+constexpr int kCancelInterval = 50;  // milliseconds
+
+class SpawnSettings {
+  public:
+    explicit SpawnSettings(int error_fd) {
+        posix_spawn_file_actions_init(&actions_);
+        posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+        posix_spawn_file_actions_adddup2(&actions_, error_fd, STDERR_FILENO);
+        posix_spawnattr_init(&attributes_);
+        // This thread's signals are blocked; the child's must not be.
+        sigset_t none;
+        sigemptyset(&none);
+        posix_spawnattr_setsigmask(&attributes_, &none);
+        posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK);
+    }
+    ~SpawnSettings() {
+        posix_spawn_file_actions_destroy(&actions_);
+        posix_spawnattr_destroy(&attributes_);
+    }
+    SpawnSettings(const SpawnSettings&) = delete;
+    SpawnSettings& operator=(const SpawnSettings&) = delete;
+
+    // 0 or errno.
+    int spawn(const char* program, char* const* arguments, pid_t* child) const {
+        return posix_spawnp(child, program, &actions_, &attributes_, arguments, environ);
+    }
+
+  private:
+    posix_spawn_file_actions_t actions_{};
+    posix_spawnattr_t attributes_{};
+};
+
+// A running mv, and the pipe on which it complains.
+struct RunningMove {
+    pid_t child = 0;
+    FileDescriptor complaints;
+};
+
+// What mv says until it ends; what exceeds the limit is read and dropped. Ends mv on a cancel.
+std::string listen(const RunningMove& move, const CancelTest& cancel, bool* cancelled) {
+    std::string text;
+    char buffer[512];
+    while (true) {
+        pollfd waiting{move.complaints.get(), POLLIN, 0};
+        const int ready = poll(&waiting, 1, kCancelInterval);
+        if (!*cancelled && cancel.cancelled()) {
+            *cancelled = true;
+            kill(move.child, SIGTERM);
+        }
+        if (ready <= 0)
+            continue;
+        const ssize_t count = read(move.complaints.get(), buffer, sizeof buffer);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            return text;
+        if (text.size() < kReasonSize)
+            text.append(buffer, static_cast<std::size_t>(count));
+    }
+}
+
+// 0 or errno.
+int start_mv(const std::string& path, const std::string& target, RunningMove* move) {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0)
+        return errno;
+    move->complaints.reset(ends[0]);
+    const FileDescriptor write_end(ends[1]);
+    const char* const arguments[] = {"mv", "--", path.c_str(), target.c_str(), nullptr};
+    return SpawnSettings(write_end.get()).spawn("mv", const_cast<char* const*>(arguments), &move->child);
+}
+
+bool ended_well(pid_t child) {
+    int status = 0;
+    pid_t waited = 0;
+    do {
+        waited = waitpid(child, &status, 0);
+    } while (waited < 0 && errno == EINTR);
+    return waited == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+std::string first_line(const std::string& text) {
+    return text.substr(0, text.find('\n'));
+}
+
+// True when some entry below copy has no counterpart below original any more.
+bool holds_more(const std::string& copy, const std::string& original) {
+    const FolderHandle folder = open_folder(copy);
+    if (!folder)
+        return true;
+    while (const dirent* entry = readdir(folder.get())) {
+        if (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0)
+            continue;
+        const std::string inner_copy = copy + "/" + entry->d_name;
+        const std::string inner_original = original + "/" + entry->d_name;
+        struct stat status {};
+        if (lstat(inner_original.c_str(), &status) != 0)
+            return true;
+        if (S_ISDIR(status.st_mode) && holds_more(inner_copy, inner_original))
+            return true;
+    }
+    return false;
+}
+
+void remove_tree(int parent, const char* name) {
+    if (unlinkat(parent, name, 0) == 0 || (errno != EISDIR && errno != EPERM))
+        return;
+    const FileDescriptor search(openat(parent, name, O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!search)
+        return;
+    // A copied folder may have been made read-only already.
+    (void)fchmodat(parent, name, S_IRWXU, 0);
+    FileDescriptor fd(openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!fd)
+        return;
+    const FolderHandle folder(fdopendir(fd.get()));
+    if (!folder)
+        return;
+    (void)fd.release();
+    while (const dirent* entry = readdir(folder.get())) {
+        if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0)
+            remove_tree(dirfd(folder.get()), entry->d_name);
+    }
+    (void)unlinkat(parent, name, AT_REMOVEDIR);
+}
+
+}  // namespace
+
+MoveEnd run_mv(const std::string& path, const std::string& target, const CancelTest& cancel,
+               std::string* reason) {
+    RunningMove move;
+    const int start_error = start_mv(path, target, &move);
+    if (start_error != 0) {
+        *reason = error_text(start_error);
+        return MoveEnd::failed;
+    }
+    bool cancelled = false;
+    const std::string said = listen(move, cancel, &cancelled);
+    if (!said.empty())
+        (void)write_all(STDERR_FILENO, said.data(), said.size());
+    if (ended_well(move.child))
+        return MoveEnd::moved;
+    *reason = said.empty() ? "mv failed" : first_line(said);
+    return cancelled ? MoveEnd::cancelled : MoveEnd::failed;
+}
+
+bool discard_copy(const std::string& folder, const std::string& path) {
+    if (rmdir(folder.c_str()) == 0)
+        return true;
+    const std::string name = path.substr(path.find_last_of('/') + 1);
+    const std::string copy = folder + "/" + name;
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0 || (S_ISDIR(status.st_mode) && holds_more(copy, path)))
+        return false;
+    remove_tree(AT_FDCWD, folder.c_str());
+    return true;
+}
+
+}  // namespace relay_hub

@@ -1,0 +1,115 @@
+#include "util/sync_batch.h"
+
+#include <fcntl.h>
+#include <linux/magic.h>
+#include <sys/stat.h>
+#include <sys/vfs.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <iterator>
+
+namespace relay_hub {
+namespace {
+
+constexpr unsigned long kWholeSyncFileSystems[] = {EXT4_SUPER_MAGIC,  BTRFS_SUPER_MAGIC,     XFS_SUPER_MAGIC,
+                                                   F2FS_SUPER_MAGIC,  OVERLAYFS_SUPER_MAGIC, TMPFS_MAGIC,
+                                                   MSDOS_SUPER_MAGIC, EXFAT_SUPER_MAGIC};
+
+int sync_folder(const std::string& path) {
+    const FileDescriptor folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    // A folder that may be written but not read cannot be synced on its own.
+    if (!folder)
+        return errno == EACCES || errno == ENOENT ? 0 : errno;
+    // Some file systems know no sync of a folder.
+    return fsync(folder.get()) == 0 || errno == EINVAL || errno == EROFS ? 0 : errno;
+}
+
+int sync_file(const std::string& path) {
+    const FileDescriptor file(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    return file && fsync(file.get()) == 0 ? 0 : errno;
+}
+
+// After a failed sync of everything, each file still knows of its own failed write.
+void blame_files(const std::vector<std::string>& files, const std::string& folder, int error_number,
+                 const SyncBatch::FailureSink& failure) {
+    bool blamed = false;
+    for (const std::string& file : files) {
+        const int error = sync_file(file);
+        if (error == 0 || error == ENOENT)
+            continue;
+        blamed = true;
+        failure(file, error);
+    }
+    if (!blamed)
+        failure(folder, error_number);
+}
+
+}  // namespace
+
+bool syncs_as_a_whole(int fd) {
+    struct statfs status {};
+    return fstatfs(fd, &status) == 0 &&
+           std::find(std::begin(kWholeSyncFileSystems), std::end(kWholeSyncFileSystems),
+                     static_cast<unsigned long>(status.f_type)) != std::end(kWholeSyncFileSystems);
+}
+
+SyncTime SyncBatch::next_file() const {
+    return entries_ < kFewEntries ? SyncTime::now : SyncTime::later;
+}
+
+void SyncBatch::add(const std::string& path, bool left_unsynced, std::uint64_t unsynced_bytes) {
+    ++entries_;
+    const std::size_t slash = path.rfind('/');
+    Volume& volume = volume_of(slash == std::string::npos ? "." : path.substr(0, slash + 1));
+    if (!left_unsynced)
+        return;
+    volume.files.push_back(path);
+    unsynced_bytes_ += unsynced_bytes;
+}
+
+SyncBatch::Volume& SyncBatch::volume_of(const std::string& folder) {
+    if (last_volume_ != nullptr && folder == last_folder_)
+        return *last_volume_;
+    struct stat status {};
+    // What lies in a folder that cannot be looked at any more is synced, or told of, file by file.
+    (void)stat(folder.c_str(), &status);
+    Volume& volume = volumes_[status.st_dev];
+    if (!volume.folder) {
+        volume.folder.reset(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        volume.whole = volume.folder && syncs_as_a_whole(volume.folder.get());
+    }
+    volume.folders.insert(folder);
+    last_folder_ = folder;
+    last_volume_ = &volume;
+    return volume;
+}
+
+void SyncBatch::flush(const FailureSink& failure) {
+    for (auto& [device, volume] : volumes_)
+        flush_volume(volume, failure);
+    volumes_.clear();
+    last_volume_ = nullptr;
+    unsynced_bytes_ = 0;
+}
+
+void SyncBatch::flush_volume(Volume& volume, const FailureSink& failure) {
+    if (volume.whole && (!volume.files.empty() || volume.folders.size() > kFewEntries)) {
+        if (syncfs(volume.folder.get()) != 0)
+            blame_files(volume.files, *volume.folders.begin(), errno, failure);
+        return;
+    }
+    for (const std::string& file : volume.files) {
+        const int error = sync_file(file);
+        if (error != 0)
+            failure(file, error);
+    }
+    for (const std::string& folder : volume.folders) {
+        const int error = sync_folder(folder);
+        if (error != 0)
+            failure(folder, error);
+    }
+}
+
+}  // namespace relay_hub

@@ -1,0 +1,60 @@
+#pragma once
+// What a job has written and must have on the disk before it says that it is finished. A few entries are
+// synced one by one; from then on the new files wait for one sync of the whole file system, which costs about
+// as much as the sync of a single file. Belongs to the job's worker.
+#include <sys/types.h>
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "name_pipe/file_descriptor.h"
+#include "util/byte_copy.h"
+
+namespace relay_hub {
+
+// True when syncfs brings everything on fd's file system to the disk (not so where a server or a program
+// holds the data).
+bool syncs_as_a_whole(int fd);
+
+class SyncBatch {
+  public:
+    // Called with a file, or with a folder when no single file is to blame, and the errno.
+    using FailureSink = std::function<void(const std::string& path, int error_number)>;
+
+    // How the next new file is to be copied.
+    [[nodiscard]] SyncTime next_file() const;
+    // An entry was made or replaced at path. unsynced_bytes is 0 unless it is a file left to this batch.
+    void add(const std::string& path, bool left_unsynced, std::uint64_t unsynced_bytes);
+    // So much waits that it should go to the disk before the job goes on.
+    [[nodiscard]] bool is_full() const { return unsynced_bytes_ >= kFullBytes; }
+    // Syncs everything added so far.
+    void flush(const FailureSink& failure);
+
+  private:
+    // Small enough for a cancel to be served quickly after it.
+    static constexpr std::uint64_t kFullBytes = 16U * 1024U * 1024U;
+    static constexpr std::size_t kFewEntries = 16;
+
+    // One file system that the job wrote to.
+    struct Volume {
+        FileDescriptor folder;           // any folder of it
+        std::set<std::string> folders;   // whose names changed
+        std::vector<std::string> files;  // not yet synced
+        bool whole = false;              // syncs_as_a_whole
+    };
+
+    Volume& volume_of(const std::string& folder);
+    static void flush_volume(Volume& volume, const FailureSink& failure);
+
+    std::map<dev_t, Volume> volumes_;
+    std::string last_folder_;
+    Volume* last_volume_ = nullptr;  // that of last_folder_
+    std::size_t entries_ = 0;
+    std::uint64_t unsynced_bytes_ = 0;
+};
+
+}  // namespace relay_hub
