@@ -12,10 +12,17 @@ inline constexpr int RET_XML_NULL = -2;
 inline constexpr int RET_XML_FMT_ERROR = -3;
 inline constexpr int RET_XML_TAG_MISS = -4;
 
-// What the record callback needs: the widgets to fill and the command whose answer is read.
+namespace relay_hub {
+class RowFiller;
+}
+
+// What the record callback needs: the widgets to fill and the command whose answer is read. rows, when
+// given, takes the file records and may end the walk; separators are what parts the folder's paths.
 struct walk_context {
-    __single* side;
-    const char* command;
+    __single* side = nullptr;
+    const char* command = "";
+    relay_hub::RowFiller* rows = nullptr;
+    const char* separators = "/";
 };
 using record_callback = int (*)(xmlNode* node, void* context);
 

@@ -1,0 +1,151 @@
+#include <cstring>
+#include <mutex>
+#include <string>
+#include <string_view>
+
+#include "link_engine/message_names.h"
+#include "name_pipe/diagnostics.h"
+#include "xml_op/answer_readers.h"
+#include "xml_op/answer_text.h"
+#include "xml_op/record_rows.h"
+#include "xml_op/xml_owners.h"
+
+#define XML_OP_HERE                                        \
+    relay_hub::CallSite {                                  \
+        "../src/xml_op/Zev_xml_op.cpp", __func__, __LINE__ \
+    }
+
+namespace {
+
+using relay_hub::XmlDocPtr;
+
+bool is_named(const xmlNode* node, const char* name) {
+    return node->name != nullptr && std::strcmp(reinterpret_cast<const char*>(node->name), name) == 0;
+}
+
+// A document type is the way to entities that grow without bound or name other files: it ends the parse.
+void refuse_document_type(void* context, const xmlChar*, const xmlChar*, const xmlChar*) {
+    auto* parser = static_cast<xmlParserCtxt*>(context);
+    xmlStopParser(parser);
+    parser->wellFormed = 0;
+}
+
+XmlDocPtr parse(std::string_view text) {
+    static std::once_flag initialised;
+    std::call_once(initialised, xmlInitParser);
+    const relay_hub::XmlParser parser(xmlNewParserCtxt());
+    if (parser == nullptr)
+        return nullptr;
+    parser->sax->internalSubset = refuse_document_type;
+    return XmlDocPtr(xmlCtxtReadMemory(parser.get(), text.data(), static_cast<int>(text.size()), nullptr,
+                                       "UTF-8", XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
+}
+
+// The nodes of a walk over first, its following siblings and what lies below them, in document order. The
+// walk keeps no stack, so no depth of the answer can overflow ours.
+class Walk {
+  public:
+    explicit Walk(xmlNode* first) : node_(first), above_(first == nullptr ? nullptr : first->parent) {}
+
+    xmlNode* node() const { return node_; }
+    void skip_children() { node_ = next_beside(node_); }
+    void descend() {
+        const bool has_elements_below = node_->type == XML_ELEMENT_NODE && node_->children != nullptr;
+        node_ = has_elements_below ? node_->children : next_beside(node_);
+    }
+
+  private:
+    xmlNode* next_beside(xmlNode* node) const {
+        while (node->next == nullptr) {
+            node = node->parent;
+            if (node == nullptr || node == above_)
+                return nullptr;
+        }
+        return node->next;
+    }
+
+    xmlNode* node_;
+    xmlNode* above_;
+};
+
+xmlChar* content_copy(xmlNode* node) {
+    xmlNode* const holder = node->type == XML_ELEMENT_NODE ? node->children : node;
+    xmlChar* const content = holder == nullptr ? nullptr : xmlNodeGetContent(holder);
+    return content != nullptr ? content : xmlStrdup(reinterpret_cast<const xmlChar*>(""));
+}
+
+}  // namespace
+
+xmlDoc* get_xml_structure(const char* text, int length, xmlNode** root) {
+    *root = nullptr;
+    std::string storage;
+    XmlDocPtr document;
+    if (text != nullptr && length > 0)
+        document = parse(
+            relay_hub::readable_answer(std::string_view(text, static_cast<std::size_t>(length)), storage));
+    if (document == nullptr) {
+        relay_hub::report(XML_OP_HERE, "Document not parsed successfully.");
+        return nullptr;
+    }
+    *root = xmlDocGetRootElement(document.get());
+    if (*root == nullptr) {
+        relay_hub::report(XML_OP_HERE, "empty document");
+        return nullptr;
+    }
+    return document.release();
+}
+
+int check_root_element(const char* expected, xmlDoc* document) {
+    const xmlNode* const root = xmlDocGetRootElement(document);
+    return xmlStrcmp(root == nullptr ? nullptr : root->name, reinterpret_cast<const xmlChar*>(expected));
+}
+
+xmlChar* get_xml_content_by_first(xmlNode* node, const char* tag) {
+    for (Walk walk(node); walk.node() != nullptr; walk.descend()) {
+        if (is_named(walk.node(), tag))
+            return content_copy(walk.node());
+    }
+    return nullptr;
+}
+
+xmlChar* get_xml_content_by_last(xmlNode* node, const char* tag) {
+    xmlNode* last = nullptr;
+    Walk walk(node);
+    while (walk.node() != nullptr) {
+        if (is_named(walk.node(), tag)) {
+            last = walk.node();
+            walk.skip_children();
+        } else {
+            walk.descend();
+        }
+    }
+    return last == nullptr ? nullptr : content_copy(last);
+}
+
+int traversal_xml(xmlNode* node, const char* tag, record_callback callback, void* context) {
+    Walk walk(node);
+    while (walk.node() != nullptr) {
+        if (is_named(walk.node(), tag)) {
+            if (callback(walk.node(), context) == -1)
+                return -1;
+            walk.skip_children();
+        } else {
+            walk.descend();
+        }
+    }
+    return 0;
+}
+
+int get_xml_detial(xmlNode* node, void* context) {
+    const auto* walk = static_cast<const walk_context*>(context);
+    const std::string_view command = walk->command;
+    if (command == wire::kGetDriverList)
+        fill_to_widget_NP_VAL_CMD_GET_DRIVER_LIST(node, walk->side);
+    else if (command == wire::kGetFileList && walk->rows != nullptr)
+        return relay_hub::add_file_row(node, *walk->rows, walk->separators) ? 0 : -1;
+    else if (command == wire::kGetFileList)
+        fill_to_widget_NP_VAL_CMD_GET_FILE_LIST(node, walk->side);
+    else if (command == wire::kGetRemoteSpecialPath)
+        fill_to_widget_NP_VAL_CMD_GET_REMOTE_SPECIAL_PATH(node, walk->side);
+    return 0;
+}

@@ -1,0 +1,215 @@
+#include "xml_op/answer_readers.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "link_engine/answer_slot.h"
+#include "link_engine/message_names.h"
+#include "link_engine/transfer_state.h"
+#include "tree_view_op/file_list_view.h"
+#include "ui/base/closing.h"
+#include "ui/base/dialogs/message_dialog.h"
+#include "util/glib_owners.h"
+#include "util/path_time_text.h"
+#include "util/translated_text.h"
+#include "xml_op/answer.h"
+
+namespace {
+
+using relay_hub::Answer;
+using relay_hub::CallSite;
+using relay_hub::report;
+using relay_hub::text_of;
+using relay_hub::XmlText;
+
+// The engine's reason of the last create-folder failure; the remote pane frees it around each request.
+std::string g_return_message;
+
+void tell_no_data(const std::string& path) {
+    if (relay_hub::window_is_closing())
+        return;
+    const relay_hub::GText shown_path(g_filename_display_name(path.c_str()));
+    const std::string message = relay_hub::fill_translated("IDS_NO_DATA", {shown_path.get()});
+    show_message_dialog(get_UI_sets()->main_window, message.c_str(), relay_hub::translated("IDS_ERROR_PATH"));
+}
+
+void show_folder(const Answer& answer, const std::string& path) {
+    __single* const side = get_UI_sets()->right_side;
+    clean_tree_view(side->tree_view);
+    if (check_root_path(path.c_str()) != 0)
+        insert_root_row(side->tree_view);
+    {
+        relay_hub::RowFiller rows(side->tree_view);
+        walk_context context{side, wire::kGetFileList, &rows, "/"};
+        if (check_path_for_platform(path.c_str()) == 1)
+            context.separators = "/\\";
+        traversal_xml(answer.fields(), wire::kRecord, get_xml_detial, &context);
+    }
+    relay_hub::set_current_folder(side, path.c_str());
+}
+
+// A request whose success needs no more than to be known; the engine's reason is only printed.
+int read_plain_result(const CallSite& site) {
+    const Answer answer = Answer::take(site);
+    if (answer.result() == 0)
+        return 0;
+    if (const XmlText reason = answer.reason())
+        std::printf("%s\n", text_of(reason));
+    return -1;
+}
+
+// A request accompanied by a progress dialog: the reason waits there until the request has ended.
+int read_transfer_result(const CallSite& site) {
+    const Answer answer = Answer::take(site);
+    if (answer.result() == 0) {
+        std::printf("xml_string:%s\n", answer.text().c_str());
+        return 0;
+    }
+    if (answer.text().empty())
+        report(site, "xml string result fail!");
+    if (const XmlText reason = answer.reason())
+        SetShowMessageBox(text_of(reason));
+    return -1;
+}
+
+// Anything but an exact "N" counts as on.
+int judge_flag(const Answer& answer, const char* tag) {
+    const XmlText flag = answer.field(tag);
+    return flag == nullptr || std::strcmp(text_of(flag), wire::kNo) == 0 ? -1 : 0;
+}
+
+int judge_heartbeat(const Answer& answer) {
+    return judge_flag(answer, wire::kServerIsLive);
+}
+
+int judge_online(const Answer& answer) {
+    return answer.result() == 0 ? judge_flag(answer, wire::kRemoteIsOnline) : -1;
+}
+
+int judge_connection(const Answer& answer) {
+    return judge_flag(answer, wire::kDeviceOn) == 0 ? judge_flag(answer, wire::kApplicationOn) : -1;
+}
+
+int judge_local_device(const Answer& answer) {
+    return judge_flag(answer, wire::kLocalDeviceOn);
+}
+
+}  // namespace
+
+int get_NP_VAL_CMD_GET_FILE_LIST(__send_args* args) {
+    const Answer answer = Answer::take(RIGHT_SIDE_HERE);
+    const int result = answer.result();
+    if (args == nullptr || relay_hub::window_is_closing())
+        return -1;
+    if (result == 0) {
+        show_folder(answer, args->list_path);
+        return 0;
+    }
+    if (result == -1) {
+        report(RIGHT_SIDE_HERE, text_of(answer.field(wire::kResult)));
+        tell_no_data(args->list_path);
+    } else {
+        report(RIGHT_SIDE_HERE, "no folder list in the answer, folder", args->list_path);
+    }
+    return -1;
+}
+
+int get_NP_VAL_CMD_GET_DRIVER_LIST(__send_args*) {
+    const Answer answer = Answer::take(RIGHT_SIDE_HERE);
+    if (answer.text().empty()) {
+        report(RIGHT_SIDE_HERE, "xml string is NULL!");
+        return -1;
+    }
+    if (answer.result() != 0) {
+        report(RIGHT_SIDE_HERE, "link engine return fail!");
+        return -1;
+    }
+    if (relay_hub::window_is_closing())
+        return -1;
+    walk_context context{get_UI_sets()->right_side, wire::kGetDriverList};
+    traversal_xml(answer.fields(), wire::kRecord, get_xml_detial, &context);
+    return 0;
+}
+
+int get_NP_VAL_CMD_GET_REMOTE_SPECIAL_PATH(__send_args*) {
+    const Answer answer = Answer::take(RIGHT_SIDE_HERE);
+    if (answer.form() != 0 || relay_hub::window_is_closing())
+        return -1;
+    walk_context context{get_UI_sets()->right_side, wire::kGetRemoteSpecialPath};
+    traversal_xml(answer.fields(), wire::kDesktopFolder, get_xml_detial, &context);
+    return 0;
+}
+
+int get_NP_VAL_CMD_CREATE_FOLDER(__send_args*) {
+    const Answer answer = Answer::take(RIGHT_SIDE_HERE);
+    const int result = answer.result();
+    if (result == -1) {
+        const XmlText reason = answer.reason();
+        g_return_message = reason == nullptr ? "" : text_of(reason);
+    }
+    return result;
+}
+
+int get_NP_VAL_CMD_RENAME(__send_args*) {
+    return read_plain_result(RIGHT_SIDE_HERE);
+}
+
+int get_NP_VAL_CMD_DELETE_FILE(__send_args*) {
+    return read_plain_result(RIGHT_SIDE_HERE);
+}
+
+int get_NP_VAL_CMD_DELETE_FOLDER(__send_args*) {
+    return read_plain_result(RIGHT_SIDE_HERE);
+}
+
+int get_NP_VAL_CMD_MOVE_FILE_TO_TRASH(__send_args*) {
+    return read_transfer_result(RIGHT_SIDE_HERE);
+}
+
+int get_NP_VAL_CMD_COPY_REMOTE_TO_LOCAL(__send_args*) {
+    return read_transfer_result(RIGHT_SIDE_HERE);
+}
+
+int get_NP_VAL_CMD_COPY_LOCAL_TO_REMOTE(__send_args*) {
+    return read_transfer_result(RIGHT_SIDE_HERE);
+}
+
+int get_NP_VAL_CMD_CHECK_CONNECTION_STATUS(__send_args*) {
+    return judge_connection(Answer::take(RIGHT_SIDE_HERE));
+}
+
+int get_NP_VAL_CMD_CHECK_CONNECTION_STATUS_offline(__send_args*) {
+    return judge_local_device(Answer::take(RIGHT_SIDE_HERE));
+}
+
+int get_NP_VAL_CMD_CHECK_REMOTE_ONLINE(__send_args*) {
+    return judge_online(Answer::take(RIGHT_SIDE_HERE));
+}
+
+int get_NP_VAL_CMD_CHECK_FOR_HEARTBEAT(__send_args*) {
+    return judge_heartbeat(Answer::take(RIGHT_SIDE_HERE));
+}
+
+namespace relay_hub {
+
+const std::string& return_message() {
+    return g_return_message;
+}
+
+void free_return_message() {
+    g_return_message.clear();
+}
+
+int judge_connection_status(const char* answer) {
+    return judge_connection(Answer(answer, RIGHT_SIDE_HERE));
+}
+
+int judge_connection_status_offline(const char* answer) {
+    return judge_local_device(Answer(answer, RIGHT_SIDE_HERE));
+}
+
+int judge_remote_online(const char* answer) {
+    return judge_online(Answer(answer, RIGHT_SIDE_HERE));
+}
+
+}  // namespace relay_hub

@@ -1,0 +1,204 @@
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "link_engine/message_names.h"
+#include "name_pipe/diagnostics.h"
+#include "name_pipe/log.h"
+#include "ui/base/drive_box.h"
+#include "util/path_time_text.h"
+#include "util/translated_text.h"
+#include "xml_op/answer_readers.h"
+#include "xml_op/record_rows.h"
+#include "xml_op/xml_owners.h"
+
+#define XML_OP_HERE                                        \
+    relay_hub::CallSite {                                  \
+        "../src/xml_op/Zev_xml_op.cpp", __func__, __LINE__ \
+    }
+
+namespace {
+
+// A time field with this number has no date to show.
+constexpr unsigned long long kNoDate = 34;
+
+struct NamedIcon {
+    std::string_view drive_type;
+    const char* icon;
+};
+constexpr NamedIcon kDriveIcons[] = {
+    {"2", "gtk-floppy"}, {"3", "gtk-harddisk"}, {"5", "gtk-cdrom"}, {"6", "gtk-harddisk"}};
+constexpr char kOtherDriveIcon[] = "gtk-info";
+
+std::string_view name_of(const xmlNode* node) {
+    return node->name == nullptr ? std::string_view() : reinterpret_cast<const char*>(node->name);
+}
+
+// The text of a field, borrowed from the tree where it stands there in one piece.
+class FieldText {
+  public:
+    explicit FieldText(const xmlNode* field) {
+        const xmlNode* const child = field->children;
+        if (child == nullptr)
+            return;
+        if (child->type == XML_TEXT_NODE || child->type == XML_CDATA_SECTION_NODE) {
+            if (child->content != nullptr)
+                text_ = reinterpret_cast<const char*>(child->content);
+            return;
+        }
+        copy_.reset(xmlNodeGetContent(child));
+        if (copy_ != nullptr)
+            text_ = reinterpret_cast<const char*>(copy_.get());
+    }
+    const char* get() const { return text_; }
+
+  private:
+    relay_hub::XmlText copy_;
+    const char* text_ = "";
+};
+
+const char* drive_icon(std::string_view drive_type) {
+    for (const NamedIcon& known : kDriveIcons) {
+        if (known.drive_type == drive_type)
+            return known.icon;
+    }
+    return kOtherDriveIcon;
+}
+
+class DateText {
+  public:
+    // Null when the field shows no date.
+    const char* set(const char* time_value) {
+        const unsigned long long value = std::strtoull(time_value, nullptr, 10);
+        if (*time_value == '\0' || value == kNoDate)
+            return nullptr;
+        const std::time_t seconds = convert_to_timet_for_link_engine(value);
+        std::tm parts{};
+        if (localtime_r(&seconds, &parts) == nullptr)
+            return nullptr;
+        return std::strftime(text_, sizeof text_, "%Y-%m-%d %T", &parts) == 0 ? nullptr : text_;
+    }
+
+  private:
+    char text_[64] = "";
+};
+
+// The texts of one row, in column order, as long as the record lives.
+class FileRow {
+  public:
+    explicit FileRow(const xmlNode* record) {
+        for (const xmlNode* field = record->children; field != nullptr; field = field->next) {
+            if (field->type == XML_ELEMENT_NODE)
+                take(name_of(field), field);
+        }
+    }
+    const char* const* texts() const { return texts_; }
+    const char* name() const { return texts_[kColumnName] == nullptr ? "" : texts_[kColumnName]; }
+
+  private:
+    void take(std::string_view tag, const xmlNode* field) {
+        if (tag == wire::kDisplayName)
+            keep(kColumnName, field);
+        else if (tag == wire::kEntrySize)
+            keep(kColumnSizeValue, field);
+        else if (tag == wire::kEntrySizeText)
+            keep(kColumnSize, field);
+        else if (tag == wire::kEntryCreated)
+            keep(kColumnCreatedValue, field);
+        else if (tag == wire::kEntryAccessed)
+            texts_[kColumnAccessed] = accessed_.set(keep(kColumnAccessedValue, field));
+        else if (tag == wire::kEntryModified)
+            texts_[kColumnModified] = modified_.set(keep(kColumnModifiedValue, field));
+        else if (tag == wire::kEntryKind)
+            set_kind(keep(kColumnKind, field));
+    }
+    const char* keep(ListColumn column, const xmlNode* field) {
+        fields_[column].emplace(field);
+        return texts_[column] = fields_[column]->get();
+    }
+    void set_kind(const char* kind) {
+        const bool is_file = std::strcmp(kind, kKindFile) == 0;
+        texts_[kColumnIcon] = is_file ? "gtk-file" : "gtk-directory";
+        texts_[kColumnType] = relay_hub::translated(is_file ? "IDS_FH_FILE" : "IDS_FH_FOLDER");
+    }
+
+    const char* texts_[kColumnCount] = {};
+    std::optional<FieldText> fields_[kColumnCount];
+    DateText accessed_;
+    DateText modified_;
+};
+
+bool leads_elsewhere(std::string_view name, const char* separators) {
+    return name == "." || name == ".." || name.find_first_of(separators) != std::string_view::npos;
+}
+
+void add_special_path(const xmlNode* field, const char* log_word, GtkWidget* drive_combo) {
+    relay_hub::log_event("%s", log_word);
+    const std::string path = relay_hub::text_from_unicode_hex(FieldText(field).get());
+    if (path.empty())
+        return;
+    relay_hub::log_event("real_path --> %s", path.c_str());
+    const std::size_t slash = path.rfind('/');
+    const std::size_t separator = slash != std::string::npos ? slash : path.rfind('\\');
+    if (separator == std::string::npos)
+        return;
+    const std::string label = path.substr(separator + 1);
+    relay_hub::log_event("partation_name --> %s", label.c_str());
+    append_combobox_item(drive_combo, "gtk-directory", label.c_str(), path.c_str());
+}
+
+}  // namespace
+
+int fill_to_widget_NP_VAL_CMD_GET_DRIVER_LIST(xmlNode* node, __single* side) {
+    if (name_of(node) != wire::kRecord)
+        return 0;
+    const char* icon = "";
+    std::string name;
+    std::string path;
+    for (const xmlNode* field = node->children; field != nullptr; field = field->next) {
+        const std::string_view tag = name_of(field);
+        if (tag == wire::kDriveType)
+            icon = drive_icon(FieldText(field).get());
+        else if (tag == wire::kDisplayName)
+            path = name = FieldText(field).get();
+        else if (tag == wire::kNameHex)
+            path = relay_hub::text_from_unicode_hex(FieldText(field).get());
+    }
+    if (!name.empty() && !path.empty())
+        append_combobox_item(side->drive_combo, icon, name.c_str(), path.c_str());
+    return 0;
+}
+
+int fill_to_widget_NP_VAL_CMD_GET_FILE_LIST(xmlNode* node, __single* side) {
+    if (name_of(node) == wire::kRecord) {
+        relay_hub::RowFiller rows(side->tree_view, 1);
+        relay_hub::add_file_row(node, rows, walk_context{}.separators);
+    }
+    return 0;
+}
+
+int fill_to_widget_NP_VAL_CMD_GET_REMOTE_SPECIAL_PATH(xmlNode* node, __single* side) {
+    for (const xmlNode* field = node; field != nullptr; field = field->next) {
+        if (name_of(field) == wire::kDocumentsFolder)
+            add_special_path(field, "NP_TAG_REMOTE_MYDOCUMENT_PATH_UNICODE", side->drive_combo);
+        else if (name_of(field) == wire::kDesktopFolder)
+            add_special_path(field, "NP_TAG_REMOTE_DESKTOP_PATH_UNICODE", side->drive_combo);
+    }
+    return 0;
+}
+
+namespace relay_hub {
+
+bool add_file_row(const xmlNode* record, RowFiller& rows, const char* separators) {
+    const FileRow row(record);
+    if (leads_elsewhere(row.name(), separators)) {
+        report(XML_OP_HERE, "entry left out, its name is a path: ", row.name());
+        return true;
+    }
+    return rows.add(row.texts());
+}
+
+}  // namespace relay_hub
