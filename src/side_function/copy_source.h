@@ -11,10 +11,15 @@ inline constexpr int kCopiedLocally = 0;
 inline constexpr int kCopiedRemotely = 1;
 inline constexpr int kNothingCopied = 2;
 
+// Values of clipboard_action.
+inline constexpr int kNothingOffered = 1;
+inline constexpr int kCopyOffered = 2;
+inline constexpr int kCutOffered = 4;
+
 extern int g_copy_source;
 extern GtkWidget* g_p_tree_view;  // the list whose selection was copied; null for none
-extern int clipboard_action;      // 1 nothing offered, 2 copy, 4 cut
-extern std::vector<std::string> g_pClipboardFileList;
+extern int clipboard_action;
+extern std::vector<std::string> g_pClipboardFileList;        // full local paths, in the order of the list
 extern std::vector<std::string> g_copy_to_remote_file_list;  // full remote paths
 
 void set_copy_to_remote_file_list(std::vector<std::string> paths);
@@ -26,22 +31,30 @@ std::string get_old_copy_path();
 void set_old_copy_path(const std::string& folder);
 void free_old_copy_path();
 
+// Offers g_pClipboardFileList on the desktop clipboard. 0, or -1 when the clipboard could not be taken.
 int save_to_clipboard(gpointer data);
+// The clipboard asks for one target, or tells that the offer is over.
 void clipboard_get_data(GtkClipboard* clipboard, GtkSelectionData* selection, guint info, gpointer data);
 void clipboard_clean_data(GtkClipboard* clipboard, gpointer data);
+// Takes our offer back; the offer of another program stays.
 void release_clipboard(GtkClipboard* clipboard);
-// Prepends the offered local paths to list. 0, or -1 when nothing usable is offered.
+// Prepends the offered local paths to list. 0, or -1 when nothing usable is offered. Turns the main loop
+// until the other program has answered.
 int get_from_clipboard(std::vector<std::string>& list);
 
 namespace relay_hub {
 
-// True when another program (or this one) offers files on the desktop clipboard. Does not wait for the data.
+// True when another program (or this one) offers files on the desktop clipboard. Asks for the kinds of data
+// only, not for the data.
 bool clipboard_offers_files();
+
+inline constexpr int kFileItem = 0;
+inline constexpr int kFolderItem = 1;
 
 // Attributes of one remote row, for a remote-to-local copy.
 struct RemoteItem {
     std::string path;
-    int type = 0;  // 0 file, 1 folder
+    int type = 0;  // kFileItem or kFolderItem
     std::string size;
     std::string created;
     std::string accessed;
@@ -50,5 +63,16 @@ struct RemoteItem {
 // The selected remote rows as they are now; kept at copy or drag time, so that browsing on loses nothing.
 void remember_remote_selection(GtkWidget* tree_view, const std::string& folder);
 const std::vector<RemoteItem>& remembered_remote_selection();
+// The row's attributes; the path stays empty.
+RemoteItem remote_row(GtkTreeModel* model, GtkTreeIter* iter);
+
+// What was remembered last becomes the attributes of the copied items, which later drags do not touch.
+void keep_remote_copy();
+const std::vector<RemoteItem>& kept_remote_copy();
+
+// The end of every paste: nothing is copied any more.
+void nothing_copied();
+// Every global above back to its start value, for tests. Leaves the desktop clipboard alone.
+void reset_copy_source();
 
 }  // namespace relay_hub

@@ -1,0 +1,179 @@
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string_view>
+
+#include "name_pipe/diagnostics.h"
+#include "side_function/copy_source.h"
+#include "side_function/panes.h"
+#include "ui/base/closing.h"
+#include "util/glib_owners.h"
+
+namespace {
+
+constexpr char kGnomeFiles[] = "x-special/gnome-copied-files";
+constexpr char kUriList[] = "text/uri-list";
+constexpr std::size_t kTextRoom = 8192;
+
+struct SelectionFree {
+    void operator()(GtkSelectionData* selection) const { gtk_selection_data_free(selection); }
+};
+using SelectionPtr = std::unique_ptr<GtkSelectionData, SelectionFree>;
+
+struct TargetListFree {
+    void operator()(GtkTargetList* list) const { gtk_target_list_unref(list); }
+};
+using TargetListPtr = std::unique_ptr<GtkTargetList, TargetListFree>;
+
+GdkAtom atom(const char* name) {
+    return gdk_atom_intern(name, FALSE);
+}
+
+GtkClipboard* desktop_clipboard() {
+    return gtk_clipboard_get(GDK_SELECTION_CLIPBOARD);
+}
+
+// Empty for a path that has no URI.
+std::string file_uri(const std::string& path) {
+    GError* failure = nullptr;
+    const relay_hub::GText uri(g_filename_to_uri(path.c_str(), nullptr, &failure));
+    if (uri != nullptr)
+        return uri.get();
+    const relay_hub::GErrorPtr error(failure);
+    relay_hub::report(RELAY_HUB_HERE, path + ":", error == nullptr ? "no URI" : error->message);
+    return {};
+}
+
+std::string offered_text(GdkAtom target) {
+    const bool as_uris = target == atom(kGnomeFiles) || target == atom(kUriList);
+    const char* const line_end = target == atom(kUriList) ? "\r\n" : "\n";
+    std::string text;
+    text.reserve(kTextRoom);
+    if (target == atom(kGnomeFiles))
+        text += clipboard_action == kCutOffered ? "cut\n" : "copy\n";
+    for (const std::string& path : g_pClipboardFileList) {
+        const std::string entry = as_uris ? file_uri(path) : relay_hub::shown_text(path);
+        if (!entry.empty())
+            text.append(entry).append(line_end);
+    }
+    return text;
+}
+
+void forget_offer() {
+    if (!g_pClipboardFileList.empty())
+        std::printf("release memory addr. %p\n", static_cast<void*>(&g_pClipboardFileList));
+    g_pClipboardFileList.clear();
+    clipboard_action = kNothingOffered;
+}
+
+SelectionPtr wait_for(const char* target) {
+    return SelectionPtr(gtk_clipboard_wait_for_contents(desktop_clipboard(), atom(target)));
+}
+
+// Empty for an answer that is none: missing, empty or not made of bytes.
+std::string bytes_of(const GtkSelectionData* selection) {
+    if (selection == nullptr || gtk_selection_data_get_format(selection) != 8)
+        return {};
+    const int length = gtk_selection_data_get_length(selection);
+    if (length <= 0)
+        return {};
+    const auto* bytes = reinterpret_cast<const char*>(gtk_selection_data_get_data(selection));
+    return {bytes, strnlen(bytes, static_cast<std::size_t>(length))};
+}
+
+void print_first_line(std::string_view text) {
+    std::puts(text.substr(0, 3) == "cut" ? "cut!" : "copy!");
+}
+
+std::string offered_uris() {
+    if (const SelectionPtr files = wait_for(kGnomeFiles)) {
+        std::string text = bytes_of(files.get());
+        if (text.empty())
+            return {};
+        print_first_line(text);
+        const std::size_t line_end = text.find('\n');
+        return line_end == std::string::npos ? std::string() : text.substr(line_end + 1);
+    }
+    return bytes_of(wait_for(kUriList).get());
+}
+
+std::vector<std::string> local_paths(const std::string& uris) {
+    std::vector<std::string> paths;
+    const relay_hub::GStrv list(g_uri_list_extract_uris(uris.c_str()));
+    for (char** uri = list.get(); *uri != nullptr; ++uri) {
+        const relay_hub::GText path(g_filename_from_uri(*uri, nullptr, nullptr));
+        if (path != nullptr)
+            paths.emplace_back(path.get());
+    }
+    return paths;
+}
+
+}  // namespace
+
+int save_to_clipboard(gpointer data) {
+    std::puts("save_to_clipboard");
+    const TargetListPtr list(gtk_target_list_new(nullptr, 0));
+    gtk_target_list_add_text_targets(list.get(), 0);
+    gtk_target_list_add(list.get(), atom(kGnomeFiles), 0, 0);
+    gtk_target_list_add(list.get(), atom(kUriList), 0, 0);
+    int count = 0;
+    GtkTargetEntry* const table = gtk_target_table_new_from_list(list.get(), &count);
+    const gboolean taken = gtk_clipboard_set_with_data(desktop_clipboard(), table, static_cast<guint>(count),
+                                                       clipboard_get_data, clipboard_clean_data, data);
+    gtk_target_table_free(table, count);
+    return taken ? 0 : -1;
+}
+
+void clipboard_get_data(GtkClipboard*, GtkSelectionData* selection, guint, gpointer) {
+    std::puts("clipboard_get_data");
+    if (g_pClipboardFileList.empty())
+        return;
+    const GdkAtom target = gtk_selection_data_get_target(selection);
+    const std::string text = offered_text(target);
+    // Receivers are used to the terminating zero being part of the data.
+    gtk_selection_data_set(selection, target, 8, reinterpret_cast<const guchar*>(text.c_str()),
+                           static_cast<int>(text.size() + 1));
+    std::printf("%s()\n", "clipboard_get_data");
+}
+
+void clipboard_clean_data(GtkClipboard*, gpointer) {
+    forget_offer();
+    // Somebody else's files are on the clipboard now: a paste must not take our old copy for them.
+    if (g_copy_source == kCopiedLocally)
+        relay_hub::nothing_copied();
+}
+
+void release_clipboard(GtkClipboard* clipboard) {
+    forget_offer();
+    gtk_clipboard_clear(clipboard != nullptr ? clipboard : desktop_clipboard());
+}
+
+int get_from_clipboard(std::vector<std::string>& list) {
+    std::puts("get_from_clipboard");
+    const relay_hub::WindowWork work;
+    const std::string uris = offered_uris();
+    if (uris.empty())
+        return -1;
+    const std::vector<std::string> paths = local_paths(uris);
+    list.insert(list.begin(), paths.rbegin(), paths.rend());
+    return 0;
+}
+
+namespace relay_hub {
+
+bool clipboard_offers_files() {
+    if (!g_pClipboardFileList.empty())
+        return true;
+    const WindowWork work;
+    GdkAtom* atoms = nullptr;
+    int count = 0;
+    if (!gtk_clipboard_wait_for_targets(desktop_clipboard(), &atoms, &count))
+        return false;
+    const std::unique_ptr<GdkAtom, GFree> owner(atoms);
+    const std::array wanted{atom(kGnomeFiles), atom(kUriList)};
+    return std::find_first_of(atoms, atoms + count, wanted.begin(), wanted.end()) != atoms + count;
+}
+
+}  // namespace relay_hub

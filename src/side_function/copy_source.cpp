@@ -1,0 +1,105 @@
+#include "side_function/copy_source.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "side_function/panes.h"
+#include "tree_view_op/file_list_view.h"
+#include "util/path_time_text.h"
+#include "util/translated_text.h"
+
+int g_copy_source = kNothingCopied;
+GtkWidget* g_p_tree_view = nullptr;
+int clipboard_action = kNothingOffered;
+std::vector<std::string> g_pClipboardFileList;
+std::vector<std::string> g_copy_to_remote_file_list;
+
+namespace {
+
+std::string g_old_copy_path;
+std::vector<relay_hub::RemoteItem> remembered;
+std::vector<relay_hub::RemoteItem> copied;
+
+void remember_row(GtkTreeModel* model, GtkTreePath*, GtkTreeIter* iter, gpointer folder) {
+    const std::string name = relay_hub::row_name(model, iter);
+    if (name.empty() || name == "..")
+        return;
+    relay_hub::RemoteItem item = relay_hub::remote_row(model, iter);
+    item.path = relay_hub::join_remote_path(*static_cast<const std::string*>(folder), name);
+    remembered.push_back(std::move(item));
+}
+
+}  // namespace
+
+void set_copy_to_remote_file_list(std::vector<std::string> paths) {
+    g_copy_to_remote_file_list = std::move(paths);
+}
+
+const std::vector<std::string>& get_copy_to_remote_file_list() {
+    return g_copy_to_remote_file_list;
+}
+
+int release_copy_to_remote_file_list() {
+    g_copy_to_remote_file_list.clear();
+    copied.clear();
+    return 0;
+}
+
+std::string get_old_copy_path() {
+    return g_old_copy_path;
+}
+
+void set_old_copy_path(const std::string& folder) {
+    g_old_copy_path = folder;
+}
+
+void free_old_copy_path() {
+    g_old_copy_path.clear();
+}
+
+namespace relay_hub {
+
+RemoteItem remote_row(GtkTreeModel* model, GtkTreeIter* iter) {
+    RemoteItem item;
+    item.type = row_text(model, iter, kColumnType) == translated("IDS_FH_FOLDER") ? kFolderItem : kFileItem;
+    item.size = row_text(model, iter, kColumnSizeValue);
+    item.created = row_text(model, iter, kColumnCreatedValue);
+    item.accessed = row_text(model, iter, kColumnAccessedValue);
+    item.modified = row_text(model, iter, kColumnModifiedValue);
+    return item;
+}
+
+void remember_remote_selection(GtkWidget* tree_view, const std::string& folder) {
+    remembered.clear();
+    std::string base = folder;
+    gtk_tree_selection_selected_foreach(gtk_tree_view_get_selection(GTK_TREE_VIEW(tree_view)), remember_row,
+                                        &base);
+}
+
+const std::vector<RemoteItem>& remembered_remote_selection() {
+    return remembered;
+}
+
+void keep_remote_copy() {
+    copied = remembered;
+}
+
+const std::vector<RemoteItem>& kept_remote_copy() {
+    return copied;
+}
+
+void nothing_copied() {
+    g_copy_source = kNothingCopied;
+    g_p_tree_view = nullptr;
+}
+
+void reset_copy_source() {
+    nothing_copied();
+    clipboard_action = kNothingOffered;
+    g_pClipboardFileList.clear();
+    release_copy_to_remote_file_list();
+    free_old_copy_path();
+    remembered.clear();
+}
+
+}  // namespace relay_hub
