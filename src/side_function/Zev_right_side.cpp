@@ -86,8 +86,9 @@ bool rename_remote(const std::string& folder, const std::string& old_name, const
         std::printf("rename [%s] to [%s]\n", old_name.c_str(), new_name.c_str());
         return true;
     }
+    // What failed on the other machine left no error number here.
     const std::string text = relay_hub::fill_translated("IDS_MSG_ERR_FAIL_TO_RENAME_FILE",
-                                                        {old_name, relay_hub::error_text(reason)});
+                                                        {old_name, relay_hub::error_text(EREMOTEIO)});
     if (!relay_hub::window_is_closing())
         relay_hub::show_error_box(relay_hub::message_parent(), GTK_BUTTONS_OK, text.c_str(), nullptr);
     return false;

@@ -73,7 +73,7 @@ SelectionPtr wait_for(const char* target) {
 }
 
 // Empty for an answer that is none: missing, empty or not made of bytes.
-std::string bytes_of(const GtkSelectionData* selection) {
+std::string bytes_of(GtkSelectionData* selection) {
     if (selection == nullptr || gtk_selection_data_get_format(selection) != 8)
         return {};
     const int length = gtk_selection_data_get_length(selection);

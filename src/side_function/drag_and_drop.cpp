@@ -41,12 +41,12 @@ bool copy_is_suggested(GdkDragContext* context) {
     return suggested == GDK_ACTION_COPY;
 }
 
-bool holds_bytes(const GtkSelectionData* selection) {
+bool holds_bytes(GtkSelectionData* selection) {
     return selection != nullptr && gtk_selection_data_get_length(selection) >= 0 &&
            gtk_selection_data_get_format(selection) == kBytes;
 }
 
-std::string text_of(const GtkSelectionData* selection) {
+std::string text_of(GtkSelectionData* selection) {
     const auto* bytes = reinterpret_cast<const char*>(gtk_selection_data_get_data(selection));
     if (bytes == nullptr)
         return {};

@@ -1,4 +1,6 @@
+#include <cstdio>
 #include <cstring>
+#include <string>
 
 #include "link_engine/transfer_state.h"
 #include "side_function/right_side.h"
@@ -7,9 +9,6 @@
 #include "util/glib_owners.h"
 #include "util/job_state.h"
 #include "util/translated_text.h"
-
-#include <cstdio>
-#include <string>
 
 namespace {
 
@@ -52,7 +51,8 @@ std::string fitting_text(const std::string& engine_text) {
     const std::string text = valid_text(engine_text);
     if (g_utf8_strlen(text.c_str(), -1) <= kLongestText)
         return text;
-    return std::string(text.c_str(), g_utf8_offset_to_pointer(text.c_str(), kCutText)) + "...";
+    const char* const cut = g_utf8_offset_to_pointer(text.c_str(), kCutText);
+    return text.substr(0, static_cast<std::size_t>(cut - text.c_str())) + "...";
 }
 
 double percent_of(const relay_hub::TransferSnapshot& snapshot) {

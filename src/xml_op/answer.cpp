@@ -32,6 +32,10 @@ Answer::Answer(const char* text, const CallSite& site)
     form_ = 0;
 }
 
+std::size_t Answer::field_count() const {
+    return fields_ == nullptr ? 0 : xmlChildElementCount(fields_->parent);
+}
+
 XmlText Answer::field(const char* tag) const {
     return XmlText(get_xml_content_by_first(fields_, tag));
 }

@@ -39,7 +39,7 @@ void show_folder(const Answer& answer, const std::string& path) {
     if (check_root_path(path.c_str()) != 0)
         insert_root_row(side->tree_view);
     {
-        relay_hub::RowFiller rows(side->tree_view);
+        relay_hub::RowFiller rows(side->tree_view, answer.field_count());
         walk_context context{side, wire::kGetFileList, &rows, "/"};
         if (check_path_for_platform(path.c_str()) == 1)
             context.separators = "/\\";
