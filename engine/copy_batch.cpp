@@ -9,7 +9,7 @@
 #include "engine/wire_text.h"
 #include "name_pipe/diagnostics.h"
 
-namespace relay_hub {
+namespace relay_hub::engine {
 namespace {
 
 using std::chrono::steady_clock;
@@ -363,4 +363,4 @@ void CopyBatch::finish_folders() {
         add_failure(target_.show(touched.front()), reason_text(error));
 }
 
-}  // namespace relay_hub
+}  // namespace relay_hub::engine

@@ -13,7 +13,7 @@
 #include "engine/front_end.h"
 #include "engine/remote_file_system.h"
 
-namespace relay_hub {
+namespace relay_hub::engine {
 
 // One tree, and how its paths are told to the user.
 struct CopySide {
@@ -103,4 +103,4 @@ std::string failure_summary(const std::vector<Failure>& failures, const std::str
 // Plain English for an errno value.
 std::string reason_text(int error);
 
-}  // namespace relay_hub
+}  // namespace relay_hub::engine

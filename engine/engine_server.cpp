@@ -13,12 +13,13 @@
 #include "engine/wire_text.h"
 #include "name_pipe/diagnostics.h"
 
-namespace relay_hub {
+namespace relay_hub::engine {
 namespace {
 
 constexpr Milliseconds kClientLimit{10000};
 constexpr Milliseconds kOpenLimit{2000};
 constexpr std::size_t kLongestRequest = 256UL * 1024 * 1024;
+constexpr int kWakePause = 5;
 constexpr int kPipeCapacity = 1024 * 1024;
 constexpr std::size_t kLongestTracedText = 200;
 
@@ -50,34 +51,41 @@ bool EngineServer::create_pipes(std::string& why) {
         return false;
     }
     drain(keeper_.get());
+    clients_.emplace(out_path_);
     owns_pipes_ = true;
     return true;
 }
 
-void EngineServer::run() {
+bool EngineServer::run() {
     while (!stop_.raised()) {
         FileDescriptor in;
         // Blocks until a client opens its end; stop() opens it too.
-        const int error = open_fifo(in_path_, O_RDONLY, in);
+        int error = open_fifo(in_path_, O_RDONLY, in);
         if (stop_.raised())
             break;
         if (error == EINTR)
             continue;
-        if (error != 0 || fcntl(in.get(), F_SETFL, O_NONBLOCK) != 0) {
-            report_error(RELAY_HUB_HERE, error != 0 ? error : errno, in_path_);
-            break;
+        if (error == 0 && fcntl(in.get(), F_SETFL, O_NONBLOCK) != 0)
+            error = errno;
+        if (error != 0) {
+            report_error(RELAY_HUB_HERE, error, in_path_);
+            ended_ = true;
+            stop_.raise();
+            return false;
         }
         serve_client(in.get());
     }
     ended_ = true;
+    return true;
 }
 
 void EngineServer::stop() {
     stop_.raise();
+    // By descriptor, so that run() is reached even if somebody took the name away.
+    const std::string pipe = "/proc/self/fd/" + std::to_string(keeper_.get());
     while (!ended_) {
-        FileDescriptor wake;
-        (void)open_fifo(in_path_, O_WRONLY | O_NONBLOCK, wake);
-        (void)poll(nullptr, 0, 5);
+        const FileDescriptor wake(open(pipe.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
+        (void)poll(nullptr, 0, kWakePause);
     }
 }
 
@@ -91,30 +99,29 @@ void EngineServer::serve_client(int in) {
         error = read_frame(in, waiter, kClientLimit, kLongestRequest, body);
     }
     if (error == 0 && body.starts_with(kCommandMarker))
-        return answer(in, out.get(), body.substr(kCommandMarker.size()));
+        return answer(out.get(), body.substr(kCommandMarker.size()));
     // A client that left without a word is no fault.
     if (error != 0 && error != EPIPE && error != ECANCELED)
         report_error(RELAY_HUB_HERE, error, in_path_);
     drain(in);
 }
 
-void EngineServer::answer(int in, int out, const std::string& request) {
+void EngineServer::answer(int out, const std::string& request) {
     if (!settings_.quiet)
         std::printf("request %s\n", presentable(request, kLongestTracedText).c_str());
+    // Whoever left until now was an earlier client: this one sent its request after opening its end.
+    clients_->forget();
     PipeWaiter waiter(stop_);
-    waiter.set_peer(out);
-    front_end_.set_client(out);
+    waiter.set_peer(out, clients_->descriptor());
+    front_end_.set_client(out, clients_->descriptor());
     const Reply reply = handlers_.handle(request);
-    front_end_.set_client(-1);
+    front_end_.set_client(-1, -1);
     if (reply.ends_engine)
         stop_.raise();
-    if (reply.text.empty())
-        return;
     if (reply.is_list && settings_.list_delay > Milliseconds(0))
         (void)waiter.wait(-1, 0, settings_.list_delay);
-    // Who asked may have given up, and the next client may be waiting already: it must not get this answer.
-    pollfd next{in, POLLIN, 0};
-    if (waiter.peer_left() || (poll(&next, 1, 0) > 0 && (next.revents & POLLIN) != 0))
+    // The next client, which may be there already, must not get the answer of one that gave up.
+    if (reply.text.empty() || waiter.peer_left())
         return;
     const std::string_view text = std::string_view(reply.text).substr(0, kLongestAnswer);
     const int error = write_frame(out, waiter, kClientLimit, text, settings_.piece);
@@ -131,4 +138,4 @@ void EngineServer::drain(int in) const {
     }
 }
 
-}  // namespace relay_hub
+}  // namespace relay_hub::engine

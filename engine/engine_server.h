@@ -3,13 +3,14 @@
 // the answer. run() belongs to one thread; stop() ends it from any other.
 #include <atomic>
 #include <cstddef>
+#include <optional>
 #include <string>
 
 #include "engine/fifo.h"
 #include "engine/front_end_link.h"
 #include "engine/request_handlers.h"
 
-namespace relay_hub {
+namespace relay_hub::engine {
 
 struct ServerSettings {
     std::string base;            // path of the pipe pair without "_IN" and "_OUT"
@@ -29,15 +30,15 @@ class EngineServer {
 
     // False, with why told, when a pipe cannot be had.
     bool create_pipes(std::string& why);
-    // Returns after stop() or when a client asked the engine to exit.
-    void run();
+    // Returns after stop() or when a client asked the engine to exit: true. False when the pipe was lost.
+    bool run();
     // Wakes run() from whatever it waits for; it returns soon after.
     void stop();
     [[nodiscard]] bool ended() const { return ended_; }
 
   private:
     void serve_client(int in);
-    void answer(int in, int out, const std::string& request);
+    void answer(int out, const std::string& request);
     void drain(int in) const;
 
     const ServerSettings settings_;
@@ -49,7 +50,8 @@ class EngineServer {
     bool owns_pipes_ = false;
     // Held open for reading, so that a client that writes between two rounds never writes to nobody.
     FileDescriptor keeper_;
+    std::optional<ReaderWatch> clients_;  // who reads the answers
     std::atomic<bool> ended_{false};
 };
 
-}  // namespace relay_hub
+}  // namespace relay_hub::engine

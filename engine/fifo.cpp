@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/eventfd.h>
+#include <sys/inotify.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -13,7 +14,7 @@
 
 #include "name_pipe/diagnostics.h"
 
-namespace relay_hub {
+namespace relay_hub::engine {
 namespace {
 
 using std::chrono::steady_clock;
@@ -69,15 +70,27 @@ bool StopEvent::raised() const {
     return poll(&item, 1, 0) > 0;
 }
 
+ReaderWatch::ReaderWatch(const std::string& path) : events_(inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
+    if (!events_ || inotify_add_watch(events_.get(), path.c_str(), IN_CLOSE_NOWRITE) < 0)
+        events_.reset();
+}
+
+void ReaderWatch::forget() {
+    alignas(inotify_event) std::array<char, 4096> events{};
+    while (events_ && (::read(events_.get(), events.data(), events.size()) > 0 || errno == EINTR)) {
+    }
+}
+
 bool PipeWaiter::peer_left() const {
-    pollfd item{peer_, 0, 0};
-    return peer_ >= 0 && poll(&item, 1, 0) > 0;
+    std::array<pollfd, 2> items{{{peer_, 0, 0}, {leave_events_, POLLIN, 0}}};
+    return poll(items.data(), items.size(), 0) > 0;
 }
 
 int PipeWaiter::wait(int fd, short events, Milliseconds limit) const {
     const auto end = steady_clock::now() + limit;
     while (true) {
-        std::array<pollfd, 3> items{{{fd, events, 0}, {stop_.descriptor(), POLLIN, 0}, {peer_, 0, 0}}};
+        std::array<pollfd, 4> items{
+            {{fd, events, 0}, {stop_.descriptor(), POLLIN, 0}, {peer_, 0, 0}, {leave_events_, POLLIN, 0}}};
         const int count = poll(items.data(), items.size(), static_cast<int>(left_until(end).count()));
         if (count < 0 && errno != EINTR)
             return errno;
@@ -85,7 +98,7 @@ int PipeWaiter::wait(int fd, short events, Milliseconds limit) const {
             continue;
         if (items[1].revents != 0)
             return ECANCELED;
-        if (items[2].revents != 0 && peer_ != fd)
+        if (items[2].revents != 0 || items[3].revents != 0)
             return ECONNRESET;
         if (items[0].revents != 0)
             return 0;
@@ -198,4 +211,4 @@ int write_frame(int fd, const PipeWaiter& waiter, Milliseconds limit, std::strin
     return 0;
 }
 
-}  // namespace relay_hub
+}  // namespace relay_hub::engine

@@ -10,7 +10,7 @@
 
 #include "name_pipe/file_descriptor.h"
 
-namespace relay_hub {
+namespace relay_hub::engine {
 
 // Raised once, from any thread or signal handler's thread; everything that waits ends.
 class StopEvent {
@@ -28,12 +28,29 @@ class StopEvent {
 
 using Milliseconds = std::chrono::milliseconds;
 
+// Tells when the reader of a FIFO closed it, even if another reader came at once. Where the system grants no
+// watch nothing is told. One thread at a time.
+class ReaderWatch {
+  public:
+    explicit ReaderWatch(const std::string& path);
+    // From now on only later leavings count.
+    void forget();
+    // Readable once a reader left; -1 without a watch. Borrowed.
+    [[nodiscard]] int descriptor() const { return events_.get(); }
+
+  private:
+    FileDescriptor events_;
+};
+
 // Waits on descriptors of one thread. Also ends when a peer leaves that the wait is for.
 class PipeWaiter {
   public:
     explicit PipeWaiter(const StopEvent& stop) : stop_(stop) {}
-    // The write end whose reader is waited for; -1 for none. Borrowed.
-    void set_peer(int write_end) { peer_ = write_end; }
+    // The write end whose reader is waited for, and the descriptor of its watch; -1 for none. Borrowed.
+    void set_peer(int write_end, int leave_events) {
+        peer_ = write_end;
+        leave_events_ = leave_events;
+    }
     [[nodiscard]] bool peer_left() const;
     // 0 when fd has one of the events (or hung up); ETIMEDOUT; ECANCELED when stopped; ECONNRESET when the
     // peer left. fd -1 just waits.
@@ -42,6 +59,7 @@ class PipeWaiter {
   private:
     const StopEvent& stop_;
     int peer_ = -1;
+    int leave_events_ = -1;
 };
 
 // Makes the FIFO, 0600, or takes the one that is there. False, with why told, when something else is there or
@@ -66,4 +84,4 @@ inline constexpr std::size_t kFrameHeader = 4;
 // What stands before the message in a request.
 inline constexpr std::string_view kCommandMarker{"\xC9\xBB\x29\xF9\x00\x01", 6};
 
-}  // namespace relay_hub
+}  // namespace relay_hub::engine

@@ -10,7 +10,7 @@
 #include "link_engine/message_names.h"
 #include "name_pipe/diagnostics.h"
 
-namespace relay_hub {
+namespace relay_hub::engine {
 namespace {
 
 constexpr char kFile[] = "0";
@@ -56,8 +56,10 @@ void add_entry(WireText& text, const Entry& entry, bool with_hex) {
     text.add(wire::kDisplayName, entry.name);
     if (with_hex)
         text.add(wire::kNameHex, encode_hex(entry.name));
-    text.add(wire::kEntrySize, entry.size);
-    text.add(wire::kEntrySizeText, size_text(entry.size));
+    // A folder's own size says nothing of what it holds.
+    text.add(wire::kEntrySize, entry.opens_as_folder ? 0 : entry.size);
+    if (!entry.opens_as_folder)
+        text.add(wire::kEntrySizeText, size_text(entry.size));
     add_time(text, wire::kEntryCreated, entry.created);
     add_time(text, wire::kEntryAccessed, entry.accessed);
     add_time(text, wire::kEntryModified, entry.modified);
@@ -96,4 +98,4 @@ std::string file_list_text(std::vector<Entry> entries, Style style, std::size_t 
     return text.finish();
 }
 
-}  // namespace relay_hub
+}  // namespace relay_hub::engine

@@ -17,7 +17,7 @@
 #include "engine/names.h"
 #include "name_pipe/diagnostics.h"
 
-namespace relay_hub {
+namespace relay_hub::engine {
 namespace {
 
 // From this many files on, one flush of the file system beats a flush of each.
@@ -150,6 +150,9 @@ int FolderFileSystem::list(const std::string& folder, std::vector<Entry>& entrie
         return error;
     entries.reserve(names.size());
     for (const std::string& name : names) {
+        // A file that is just being written is not there yet.
+        if (is_temporary_name(name))
+            continue;
         Entry entry;
         // What vanished since the names were read is not there to be listed.
         if (read_entry(opened.get(), name.c_str(), 0, entry) != 0)
@@ -166,8 +169,7 @@ int FolderFileSystem::stat(const std::string& path, Entry& entry) {
     if (path.empty()) {
         if (const int error = tree_.open(path, O_PATH | O_DIRECTORY, folder); error != 0)
             return error;
-        const int error = read_entry(folder.get(), "", AT_EMPTY_PATH, entry);
-        return error;
+        return read_entry(folder.get(), "", AT_EMPTY_PATH, entry);
     }
     std::string name;
     if (const int error = tree_.open_parent(path, folder, name); error != 0)
@@ -348,4 +350,4 @@ int FolderFileSystem::move_to_trash(const std::string& path) {
     return trash_item(root.get(), parent.get(), path);
 }
 
-}  // namespace relay_hub
+}  // namespace relay_hub::engine

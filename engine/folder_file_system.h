@@ -4,7 +4,7 @@
 #include "engine/remote_file_system.h"
 #include "engine/tree_root.h"
 
-namespace relay_hub {
+namespace relay_hub::engine {
 
 class FolderFileSystem : public RemoteFileSystem {
   public:
@@ -35,4 +35,4 @@ class FolderFileSystem : public RemoteFileSystem {
     TreeRoot tree_;
 };
 
-}  // namespace relay_hub
+}  // namespace relay_hub::engine

@@ -15,7 +15,7 @@
 
 #include "name_pipe/diagnostics.h"
 
-namespace relay_hub {
+namespace relay_hub::engine {
 namespace {
 
 constexpr std::string_view kPrefix = ".relay-hub-";
@@ -138,4 +138,4 @@ int FolderSink::publish() {
     return file_.close();
 }
 
-}  // namespace relay_hub
+}  // namespace relay_hub::engine

@@ -6,7 +6,7 @@
 #include "engine/remote_file_system.h"
 #include "name_pipe/file_descriptor.h"
 
-namespace relay_hub {
+namespace relay_hub::engine {
 
 class FolderSink : public FileSink {
   public:
@@ -44,4 +44,4 @@ int rename_to_free_name(int from_folder, const std::string& from, int to_folder,
 // Mode and times of entry on an open file or folder.
 int apply_attributes(int fd, const Entry& entry);
 
-}  // namespace relay_hub
+}  // namespace relay_hub::engine

@@ -15,7 +15,7 @@
 #include "engine/wire_text.h"
 #include "name_pipe/file_descriptor.h"
 
-namespace relay_hub {
+namespace relay_hub::engine {
 namespace {
 
 constexpr int kMostNamesTried = 10000;
@@ -106,4 +106,4 @@ int trash_item(int root, int parent, const std::string& path) {
     return error;
 }
 
-}  // namespace relay_hub
+}  // namespace relay_hub::engine

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-namespace relay_hub {
+namespace relay_hub::engine {
 
 enum class Answer { kYes, kNo, kReplaceAll, kCancel };
 
@@ -30,4 +30,4 @@ class FrontEnd {
     virtual void message(const std::string& text) = 0;
 };
 
-}  // namespace relay_hub
+}  // namespace relay_hub::engine

@@ -15,7 +15,7 @@
 #include "name_pipe/diagnostics.h"
 #include "xml_doc/zev_xml.h"
 
-namespace relay_hub {
+namespace relay_hub::engine {
 namespace {
 
 using std::chrono::steady_clock;
@@ -28,6 +28,7 @@ constexpr Milliseconds kUntilTheUserAnswers = std::chrono::hours(24 * 365);
 // The front end looks for a lost engine before it answers.
 constexpr Milliseconds kOfflineLimit{30000};
 constexpr Milliseconds kChannelLimit{2000};
+constexpr int kAttempts = 5;
 constexpr Milliseconds kAbsence{2000};
 // The front end keeps texts of this many bytes whole.
 constexpr std::size_t kLongestText = 1000;
@@ -120,20 +121,29 @@ std::optional<std::string> FrontEndLink::exchange(const PipeWaiter& waiter, cons
     const std::unique_lock lock(channel_, kChannelLimit);
     if (!lock)
         return std::nullopt;
-    FileDescriptor in;
     FileDescriptor out;
-    // IN first: the front end opens it only when it is through with the answer before.
-    int error = open_fifo_writer(base_ + "_IN", waiter, open_limit, in);
-    if (error == 0)
-        error = open_fifo(base_ + "_OUT", O_RDONLY | O_NONBLOCK, out);
-    if (error == 0)
-        error = write_frame(in.get(), waiter, kAnswerLimit, std::string(kCommandMarker) + message, 0);
+    int error = EPIPE;
+    // A listener that closes its end just then has not seen the message: it comes back.
+    for (int attempt = 0; error == EPIPE && attempt < kAttempts; ++attempt)
+        error = send(waiter, message, open_limit, out);
     if (error != 0) {
         if (&waiter == &client_)
             absent_until_ = steady_clock::now() + kAbsence;
         return std::nullopt;
     }
     return read_answer(out.get(), waiter, answer_limit);
+}
+
+// Leaves the write end closed: the listener shall not take it for the next exchange's.
+int FrontEndLink::send(const PipeWaiter& waiter, const std::string& message, Milliseconds open_limit,
+                       FileDescriptor& out) {
+    FileDescriptor in;
+    // IN first: the front end opens it only when it is through with the answer before.
+    if (const int error = open_fifo_writer(base_ + "_IN", waiter, open_limit, in); error != 0)
+        return error;
+    if (const int error = open_fifo(base_ + "_OUT", O_RDONLY | O_NONBLOCK, out); error != 0)
+        return error;
+    return write_frame(in.get(), waiter, kAnswerLimit, std::string(kCommandMarker) + message, 0);
 }
 
 std::optional<std::string> FrontEndLink::read_answer(int fd, const PipeWaiter& waiter,
@@ -167,4 +177,4 @@ std::optional<std::string> FrontEndLink::read_answer(int fd, const PipeWaiter& w
     return text;
 }
 
-}  // namespace relay_hub
+}  // namespace relay_hub::engine

@@ -11,7 +11,7 @@
 #include "engine/front_end.h"
 #include "engine/link_state.h"
 
-namespace relay_hub {
+namespace relay_hub::engine {
 
 class FrontEndLink : public FrontEnd {
   public:
@@ -27,14 +27,16 @@ class FrontEndLink : public FrontEnd {
     bool tell_remote_is_offline();
     bool ask_to_handle_remote_request();
 
-    // The write end of the answer to the request being served, -1 for none: who left there waits for nothing
-    // that the request asks or tells.
-    void set_client(int answer_end) { client_.set_peer(answer_end); }
+    // The write end of the answer to the request being served and the watch on it, -1 for none: for a client
+    // that left there is nothing left to do, to ask or to tell.
+    void set_client(int answer_end, int leave_events) { client_.set_peer(answer_end, leave_events); }
 
   private:
     // The answer's text; nothing when there was none. answer_limit is for its first byte.
     std::optional<std::string> exchange(const PipeWaiter& waiter, const std::string& message,
                                         Milliseconds open_limit, Milliseconds answer_limit);
+    int send(const PipeWaiter& waiter, const std::string& message, Milliseconds open_limit,
+             FileDescriptor& out);
     std::optional<std::string> read_answer(int fd, const PipeWaiter& waiter, Milliseconds limit) const;
 
     const std::string base_;
@@ -45,4 +47,4 @@ class FrontEndLink : public FrontEnd {
     std::chrono::steady_clock::time_point absent_until_;  // serving thread only
 };
 
-}  // namespace relay_hub
+}  // namespace relay_hub::engine

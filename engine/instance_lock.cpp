@@ -10,7 +10,7 @@
 
 #include "name_pipe/diagnostics.h"
 
-namespace relay_hub {
+namespace relay_hub::engine {
 namespace {
 
 constexpr char kLockName[] = "relay-hub-engine.lock";
@@ -52,4 +52,4 @@ bool InstanceLock::take(std::string& why) {
     return false;
 }
 
-}  // namespace relay_hub
+}  // namespace relay_hub::engine

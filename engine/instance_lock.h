@@ -4,7 +4,7 @@
 
 #include "name_pipe/file_descriptor.h"
 
-namespace relay_hub {
+namespace relay_hub::engine {
 
 class InstanceLock {
   public:
@@ -15,4 +15,4 @@ class InstanceLock {
     FileDescriptor file_;
 };
 
-}  // namespace relay_hub
+}  // namespace relay_hub::engine

@@ -23,7 +23,9 @@
 
 namespace {
 
-using namespace relay_hub;  // NOLINT(google-build-using-namespace)
+using namespace relay_hub::engine;  // NOLINT(google-build-using-namespace)
+using relay_hub::error_text;
+using relay_hub::FileDescriptor;
 
 constexpr char kCommandBase[] = "/tmp/ZEV_KorvaleMarrowglint";
 constexpr char kNotifyBase[] = "/tmp/ZEV_KorvaleMarrowglintNotify";
@@ -103,14 +105,15 @@ int serve(const Options& options) {
                         stop);
     if (!server.create_pipes(why))
         return complain(kCannotServe, why);
-    std::thread serving([&server] { server.run(); });
+    bool served = false;
+    std::thread serving([&server, &served] { served = server.run(); });
     {
         OfflineNotifier notifier([&front_end] { return front_end.tell_remote_is_offline(); });
         serve_signals(signals.get(), stop, state, front_end, notifier);
         server.stop();
     }
     serving.join();
-    return 0;
+    return served ? 0 : kCannotServe;
 }
 
 }  // namespace

@@ -8,10 +8,13 @@
 #include <memory>
 #include <vector>
 
-namespace relay_hub {
+namespace relay_hub::engine {
 namespace {
 
 constexpr std::size_t kDigitsPerUnit = 4;
+// What the front end's hex makes of U+1F300 to U+1F6FE.
+constexpr gunichar kFirstLost = 0xF300;
+constexpr gunichar kLastLost = 0xF6FF;
 
 bool is_separator(Style style, char c) {
     return c == '/' || (style == Style::kWindows && c == '\\');
@@ -177,6 +180,19 @@ std::optional<std::string> meant_text(const std::string& plain, const std::strin
     return plain;
 }
 
+std::string with_pictographs(const std::string& text) {
+    std::string result;
+    for (const char* at = text.c_str(); *at != '\0'; at = g_utf8_next_char(at)) {
+        gunichar character = g_utf8_get_char(at);
+        const gunichar low = character & 0xFFU;
+        if (character > kFirstLost && character <= kLastLost && low != 0)
+            character = 0x1F000U + ((character & 0x0F00U) | (low - 1));
+        std::array<char, 6> bytes{};
+        result.append(bytes.data(), static_cast<std::size_t>(g_unichar_to_utf8(character, bytes.data())));
+    }
+    return result;
+}
+
 std::string size_text(unsigned long long bytes) {
     struct Unit {
         unsigned long long size;
@@ -196,4 +212,4 @@ std::string size_text(unsigned long long bytes) {
     return text.data();
 }
 
-}  // namespace relay_hub
+}  // namespace relay_hub::engine

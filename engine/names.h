@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace relay_hub {
+namespace relay_hub::engine {
 
 enum class Style { kWindows, kPosix };
 
@@ -34,7 +34,11 @@ std::string encode_hex_as_front_end(std::string_view text);
 // would have written just that hex for it, since only it still tells characters above U+FFFF.
 std::optional<std::string> meant_text(const std::string& plain, const std::string& hex);
 
+// A text of which only that hex is left, with the pictographs (U+1F300 to U+1F6FF) put back. They had become
+// private characters, which nobody types.
+std::string with_pictographs(const std::string& text);
+
 // Size as the front end displays it: "1023 bytes", "1.0 KB".
 std::string size_text(unsigned long long bytes);
 
-}  // namespace relay_hub
+}  // namespace relay_hub::engine

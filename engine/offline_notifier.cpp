@@ -3,7 +3,7 @@
 #include <chrono>
 #include <utility>
 
-namespace relay_hub {
+namespace relay_hub::engine {
 namespace {
 
 constexpr std::chrono::seconds kRetry{1};
@@ -46,4 +46,4 @@ void OfflineNotifier::run() {
     }
 }
 
-}  // namespace relay_hub
+}  // namespace relay_hub::engine

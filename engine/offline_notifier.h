@@ -6,7 +6,7 @@
 #include <mutex>
 #include <thread>
 
-namespace relay_hub {
+namespace relay_hub::engine {
 
 class OfflineNotifier {
   public:
@@ -31,4 +31,4 @@ class OfflineNotifier {
     std::thread thread_;
 };
 
-}  // namespace relay_hub
+}  // namespace relay_hub::engine

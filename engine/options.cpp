@@ -4,7 +4,7 @@
 #include <charconv>
 #include <cstdint>
 
-namespace relay_hub {
+namespace relay_hub::engine {
 namespace {
 
 constexpr std::uint64_t kLongestDelay = 600000;
@@ -135,4 +135,4 @@ std::string version_text() {
     return "relay-hub-engine " RELAY_HUB_VERSION "\n";
 }
 
-}  // namespace relay_hub
+}  // namespace relay_hub::engine

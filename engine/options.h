@@ -7,7 +7,7 @@
 #include "engine/fifo.h"
 #include "engine/names.h"
 
-namespace relay_hub {
+namespace relay_hub::engine {
 
 struct Options {
     std::string folder;
@@ -24,4 +24,4 @@ std::optional<Options> parse_options(const std::vector<std::string>& arguments, 
 std::string help_text();
 std::string version_text();
 
-}  // namespace relay_hub
+}  // namespace relay_hub::engine

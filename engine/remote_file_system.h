@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-namespace relay_hub {
+namespace relay_hub::engine {
 
 enum class EntryKind { kFile, kFolder, kLink, kSpecial };
 
@@ -100,4 +100,4 @@ class RemoteFileSystem {
     virtual int move_to_trash(const std::string& path) = 0;
 };
 
-}  // namespace relay_hub
+}  // namespace relay_hub::engine

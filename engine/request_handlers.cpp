@@ -11,7 +11,7 @@
 #include "name_pipe/diagnostics.h"
 #include "xml_doc/zev_xml.h"
 
-namespace relay_hub {
+namespace relay_hub::engine {
 namespace {
 
 constexpr char kOfflineReason[] = "The remote computer is offline.";
@@ -152,7 +152,25 @@ std::string RequestHandlers::rename(CZEVXML& request) {
     const auto to = inner_path(style_, to_text);
     if (!from || !to)
         return not_a_path(from ? to_text : from_text);
-    return done_or_reason(remote_.rename(*from, *to), from_text, "renamed to " + quoted(base_name(*to)));
+    const std::string old_path = known_path(*from);
+    const std::string new_path = join_path(known_path(parent_path(*to)), with_pictographs(base_name(*to)));
+    return done_or_reason(remote_.rename(old_path, new_path), wire_path(style_, old_path),
+                          "renamed to " + quoted(base_name(new_path)));
+}
+
+std::string RequestHandlers::known_path(const std::string& path) {
+    Entry entry;
+    if (path.empty() || remote_.stat(path, entry) != ENOENT)
+        return path;
+    const std::string folder = known_path(parent_path(path));
+    const std::string name = base_name(path);
+    std::vector<Entry> entries;
+    (void)remote_.list(folder, entries);
+    for (const Entry& candidate : entries) {
+        if (decode_hex(encode_hex_as_front_end(candidate.name)) == name)
+            return join_path(folder, candidate.name);
+    }
+    return path;
 }
 
 std::string RequestHandlers::remove(CZEVXML& request, EntryKind kind) {
@@ -179,7 +197,7 @@ std::string RequestHandlers::move_to_trash(CZEVXML& request) {
     for (std::size_t i = 0; i < count; ++i) {
         const std::string text = requested_text(request, item_record(i), nullptr, wire::kPathHex);
         const auto path = inner_path(style_, text);
-        const int error = path ? remote_.move_to_trash(*path) : EINVAL;
+        const int error = path ? remote_.move_to_trash(known_path(*path)) : EINVAL;
         if (error != 0)
             failures.push_back({text, reason_text(error)});
     }
@@ -289,4 +307,4 @@ std::string RequestHandlers::exit_engine(CZEVXML& /*request*/) {
     return {};
 }
 
-}  // namespace relay_hub
+}  // namespace relay_hub::engine

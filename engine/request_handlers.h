@@ -11,7 +11,7 @@
 
 class CZEVXML;
 
-namespace relay_hub {
+namespace relay_hub::engine {
 
 struct Reply {
     std::string text;      // empty: no answer is sent
@@ -48,6 +48,8 @@ class RequestHandlers {
 
     std::string remove(CZEVXML& request, EntryKind kind);
     std::string run_copy(CopyBatch& batch, const std::vector<CopyItem>& items);
+    // The item that a path known from hex alone means: one whose hex is the same.
+    std::string known_path(const std::string& path);
     [[nodiscard]] CopySide remote_side() const;
     [[nodiscard]] CopySide local_side() const;
 
@@ -61,4 +63,4 @@ class RequestHandlers {
 // The longest answer that the front end takes.
 inline constexpr std::size_t kLongestAnswer = 10485760;
 
-}  // namespace relay_hub
+}  // namespace relay_hub::engine

@@ -10,7 +10,7 @@
 
 #include "engine/names.h"
 
-namespace relay_hub {
+namespace relay_hub::engine {
 namespace {
 
 // Longer paths are opened in stretches of this length.
@@ -89,4 +89,4 @@ int TreeRoot::open_parent(const std::string& path, FileDescriptor& parent, std::
     return open(parent_path(path), O_PATH | O_DIRECTORY, parent);
 }
 
-}  // namespace relay_hub
+}  // namespace relay_hub::engine

@@ -5,7 +5,7 @@
 
 #include "name_pipe/file_descriptor.h"
 
-namespace relay_hub {
+namespace relay_hub::engine {
 
 // kBeneath keeps every path inside the folder. kWholeMachine is for the folder "/": links lead where they
 // lead, as for any program of this user.
@@ -27,4 +27,4 @@ class TreeRoot {
     Reach reach_;
 };
 
-}  // namespace relay_hub
+}  // namespace relay_hub::engine

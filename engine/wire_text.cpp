@@ -6,7 +6,7 @@
 
 #include "link_engine/message_names.h"
 
-namespace relay_hub {
+namespace relay_hub::engine {
 namespace {
 
 void append_tag(std::string& text, std::string_view open, std::string_view tag) {
@@ -94,4 +94,4 @@ std::string presentable(std::string_view text, std::size_t limit) {
     return result;
 }
 
-}  // namespace relay_hub
+}  // namespace relay_hub::engine

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace relay_hub {
+namespace relay_hub::engine {
 
 class WireText {
   public:
@@ -33,4 +33,4 @@ std::string failure_text(std::string_view reason);
 // at most limit bytes.
 std::string presentable(std::string_view text, std::size_t limit);
 
-}  // namespace relay_hub
+}  // namespace relay_hub::engine

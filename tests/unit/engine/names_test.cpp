@@ -1,0 +1,113 @@
+#include "engine/names.h"
+
+#include <gtest/gtest.h>
+
+namespace relay_hub::engine {
+namespace {
+
+struct PathCase {
+    Style style;
+    const char* wire;
+    const char* inner;  // null: refused
+};
+
+TEST(EngineNames, PathsOnTheWire) {
+    const PathCase cases[] = {
+        {Style::kWindows, "C:\\", ""},
+        {Style::kWindows, "C:", ""},
+        {Style::kWindows, "c:\\a\\b c\\", "a/b c"},
+        {Style::kWindows, "C:\\a/b\\\\c", "a/b/c"},
+        {Style::kWindows, "C:\\a\\.\\b\\..\\c", "a/c"},
+        {Style::kWindows, "C:\\..", nullptr},
+        {Style::kWindows, "C:\\a\\..\\..\\etc", nullptr},
+        {Style::kWindows, "C:/../etc", nullptr},
+        {Style::kWindows, "C:a", nullptr},
+        {Style::kWindows, "D:\\a", nullptr},
+        {Style::kWindows, "/etc/passwd", nullptr},
+        {Style::kWindows, "\\a", nullptr},
+        {Style::kWindows, "a", nullptr},
+        {Style::kWindows, "", nullptr},
+        {Style::kPosix, "/", ""},
+        {Style::kPosix, "//a//b/", "a/b"},
+        {Style::kPosix, "/a\\b", "a\\b"},
+        {Style::kPosix, "/a/../../etc", nullptr},
+        {Style::kPosix, "C:\\a", nullptr},
+        {Style::kPosix, "a", nullptr},
+    };
+    for (const PathCase& item : cases) {
+        const auto inner = inner_path(item.style, item.wire);
+        EXPECT_EQ(inner.value_or("(refused)"), item.inner != nullptr ? item.inner : "(refused)") << item.wire;
+    }
+    EXPECT_FALSE(inner_path(Style::kPosix, std::string("/a\0b", 4)));
+    EXPECT_EQ(wire_path(Style::kWindows, "a/b"), "C:\\a\\b");
+    EXPECT_EQ(wire_path(Style::kPosix, ""), "/");
+}
+
+TEST(EngineNames, HexIsDecodedOrRefused) {
+    const struct {
+        const char* hex;
+        const char* text;
+    } cases[] = {{"43003A005C006100", "C:\\a"},
+                 {"e900", "é"},
+                 {"3DD800DE", "😀"},
+                 {"", nullptr},
+                 {"4100420", nullptr},
+                 {"41004X00", nullptr},
+                 {"0000", nullptr},
+                 {"4100 4200", nullptr},
+                 {"3DD8", nullptr},
+                 {"3DD84100", nullptr},
+                 {"00DE3DD8", nullptr}};
+    for (const auto& item : cases)
+        EXPECT_EQ(decode_hex(item.hex).value_or("(refused)"), item.text != nullptr ? item.text : "(refused)")
+            << item.hex;
+    EXPECT_EQ(encode_hex("C:\\é😀"), "43003A005C00E9003DD800DE");
+    EXPECT_EQ(encode_hex("\xff"), "");
+}
+
+TEST(EngineNames, TheMeantTextSurvivesTheFrontEndsHex) {
+    const struct {
+        const char* plain;
+        const char* hex;
+        const char* meant;
+    } cases[] = {
+        {"/ab", "2F0061006200", "/ab"},  // both say the same
+        {"/😀", "2F0001F6", "/😀"},        // the hex lost what is above U+FFFF
+        {"/\xe9", "2F00E900", "/é"},     // plain in another code page
+        {"/ab", "2F0", "/ab"},           // malformed hex
+        {"/ab", "", "/ab"},
+        {"", "2F0061006200", "/ab"},
+        {"", "zz", "(nothing)"},
+    };
+    for (const auto& item : cases)
+        EXPECT_EQ(meant_text(item.plain, item.hex).value_or("(nothing)"), item.meant) << item.hex;
+}
+
+TEST(EngineNames, LostCharactersAreGuessedBack) {
+    for (const char* name : {"party🎉.txt", "😀", "plain é"}) {
+        const auto lossy = decode_hex(encode_hex_as_front_end(name));
+        ASSERT_TRUE(lossy) << name;
+        EXPECT_EQ(with_pictographs(*lossy), name);
+    }
+}
+
+TEST(EngineNames, WhatCanTravel) {
+    EXPECT_TRUE(can_travel(Style::kWindows, "a b\"é😀"));
+    EXPECT_FALSE(can_travel(Style::kWindows, "a\\b"));
+    EXPECT_TRUE(can_travel(Style::kPosix, "a\\b"));
+    EXPECT_FALSE(can_travel(Style::kPosix, "a\xff"));
+    EXPECT_FALSE(can_travel(Style::kPosix, "a\nb"));
+}
+
+TEST(EngineNames, SizesAsDisplayed) {
+    const struct {
+        unsigned long long bytes;
+        const char* text;
+    } cases[] = {{0, "0 bytes"},         {1023, "1023 bytes"}, {1024, "1.0 KB"},       {1536, "1.5 KB"},
+                 {1048575, "1024.0 KB"}, {1048576, "1.0 MB"},  {1ULL << 32U, "4.0 GB"}};
+    for (const auto& item : cases)
+        EXPECT_EQ(size_text(item.bytes), item.text);
+}
+
+}  // namespace
+}  // namespace relay_hub::engine
