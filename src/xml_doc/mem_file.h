@@ -30,7 +30,7 @@ class CVMemFile {
     int GetGrowthFactor() const { return m_factor; }
     bool IsAutoDelete() const { return m_autoDelete; }
     // The data from the read position on, and how much of it there is; valid until the next write.
-    const unsigned char* GetUnread() const { return m_buffer + m_position; }
+    const unsigned char* GetUnread() const { return GetUnreadSize() > 0 ? m_buffer + m_position : nullptr; }
     unsigned int GetUnreadSize() const;
     // Frees the storage if anything was written to it, and lets go of it.
     void Close();

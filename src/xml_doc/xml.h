@@ -9,6 +9,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "xml_doc/mab_string.h"
@@ -22,12 +23,13 @@ class TokenSource;
 class CAttribute {
   public:
     CAttribute() = default;
-    explicit CAttribute(const char* name, const char* value = "");
+    explicit CAttribute(CMabString name, CMabString value = {});
     CAttribute(const CAttribute&) = delete;
     CAttribute& operator=(const CAttribute&) = delete;
     virtual ~CAttribute() = default;
 
     void SetAttribute(const char* value) { m_value = value; }
+    void SetAttribute(CMabString value) { m_value = std::move(value); }
     // Numbers are written eight bytes wide; the writer trims them.
     void SetAttribute(int value) { m_value = value; }
     void SetAttribute(long value) { m_value = value; }
@@ -196,13 +198,23 @@ class CXML {
     using Attributes = std::set<std::unique_ptr<CAttribute>, ByName>;
     using Children = std::vector<std::unique_ptr<CXML>>;
 
+    struct Match {
+        size_t position;  // npos when the count was not reached
+        int count;        // how many matched up to there
+    };
+
+    void set_tag_name(CMabString name);
     bool insert(size_t position, CXML* child);
     void erase(size_t position);
+    void sort(const std::vector<size_t>& order);
     void forget_index();
-    std::vector<size_t> positions_by_tag(std::string_view name) const;
+    const relay_hub::TagIndex& tag_index() const;
+    // The nth child of that name; -1 for the last one, which counts them all.
+    Match match(std::string_view name, long nth) const;
     CXML* stand_on(size_t position);
-    CAttribute* attribute_at_cursor() const;
-    void set_attribute(std::string_view name, std::string_view value);
+    void set_attribute(CMabString name, CMabString value);
+    void erase_attribute(Attributes::iterator attribute);
+    void append_start_tag(std::string& out) const;
 
     bool read(relay_hub::TokenSource& source);
     bool parse_block(std::string& token, relay_hub::TokenSource& source, int depth);
@@ -215,11 +227,11 @@ class CXML {
     int32_t m_matchCount = -1;
     Children m_children;
     bool m_endOfData = false;
-    Attributes::iterator m_currentAttribute;
     size_t m_currentChild = 0;  // the number of children when it stands past the end
     CMabString m_text;
     CMabString m_fileName;
     Attributes m_attributes;
+    Attributes::iterator m_currentAttribute;
     CXML* m_parent = nullptr;
     // Built when a lookup by tag first meets many children; dropped by every change but appending.
     mutable std::unique_ptr<relay_hub::TagIndex> m_tagIndex;

@@ -1,0 +1,53 @@
+// Cuts a memory file or a descriptor into markup tokens. What was read ahead is given back when it goes: the
+// file then stands behind the last token. It borrows the file, which must stay alive and unchanged meanwhile.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "xml_doc/mem_file.h"
+
+namespace relay_hub {
+
+// The character data of one element, collected piece by piece between its tags.
+class CharacterData {
+  public:
+    explicit CharacterData(std::string_view text = {}) : text_(text) {}
+    // Adds what stood between two tokens; a lone byte below 33 is layout and dropped.
+    void add(std::string_view run);
+    std::string_view text() const { return std::string_view(text_).substr(dropped_); }
+
+  private:
+    std::string text_;
+    size_t dropped_ = 0;  // leading line feeds that no longer count
+};
+
+class TokenSource {
+  public:
+    explicit TokenSource(CVMemFile& file);
+    explicit TokenSource(int descriptor);
+    TokenSource(const TokenSource&) = delete;
+    TokenSource& operator=(const TokenSource&) = delete;
+    ~TokenSource();
+
+    // The next token from "<" to ">", and what stood before it. A token that the input's end cut off comes as
+    // it is. False, with an empty token, when there is no further "<".
+    bool next(std::string& token, CharacterData& text);
+    bool failed() const { return failed_; }
+
+  private:
+    bool take_until(char stop, std::string& taken);
+    bool fill();
+
+    CVMemFile* file_ = nullptr;
+    int descriptor_ = -1;
+    bool seekable_ = false;
+    bool ended_ = false;
+    bool failed_ = false;
+    std::string buffer_;
+    std::string_view window_;
+    size_t at_ = 0;
+    std::string run_;
+};
+
+}  // namespace relay_hub

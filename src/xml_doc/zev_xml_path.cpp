@@ -1,0 +1,154 @@
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+
+#include "xml_doc/zev_xml.h"
+
+namespace {
+
+constexpr const char* kRoot = "ZEVMSG";
+constexpr const char* kRecord = "Line";
+
+// Such a component could never be created, and no element bears an empty name.
+bool is_nameless(const std::string& component) {
+    return component.empty() || (component.front() == '[' && component.find(']') != std::string::npos);
+}
+
+}  // namespace
+
+void CZEVXML::Split(const std::string& path, std::vector<std::string>& parts) {
+    parts.clear();
+    size_t start = 0;
+    for (size_t slash = path.find('/'); slash != std::string::npos; slash = path.find('/', start)) {
+        parts.push_back(path.substr(start, slash - start));
+        start = slash + 1;
+    }
+    parts.push_back(path.substr(start));
+}
+
+bool CZEVXML::ParseTag(const std::string& path, std::vector<std::string>& parts) {
+    parts.clear();
+    if (path.empty()) {
+        CXML::SetFailure("TagName should not be empty string");
+        return false;
+    }
+    if (path.back() == '/') {
+        CXML::SetFailure("TagName format error");
+        return false;
+    }
+    Split(path, parts);
+    if (path.front() != '/') {
+        parts.insert(parts.begin(), kRoot);
+        return true;
+    }
+    if (parts[1] != kRoot) {
+        CXML::SetFailure("The root tag should be \"ZEVMSG\"");
+        return false;
+    }
+    parts.erase(parts.begin());
+    return true;
+}
+
+CXML* CZEVXML::GetParent() {
+    if (m_adding) {
+        if (CXML* const last = m_root.GetChildByTag(kRecord, -1))
+            return last;
+    }
+    if (m_current >= 1) {
+        if (CXML* const record = m_root.GetChildByTag(kRecord, m_current))
+            return record;
+    }
+    return &m_root;
+}
+
+bool CZEVXML::GetXMLByTag(const std::string& path, bool create, CXML** node, CXML** parent) {
+    std::vector<std::string> parts;
+    if (!ParseTag(path, parts))
+        return false;
+    if (create && std::any_of(parts.begin(), parts.end(), is_nameless)) {
+        CXML::SetFailure("No Valid Tag Name");
+        return false;
+    }
+    *parent = GetParent();
+    *node = *parent;
+    for (size_t at = 1; at < parts.size(); ++at) {
+        *parent = *node;
+        CXML* child = (*parent)->GetChildByTag(parts[at], 1);
+        if (child == nullptr && create)
+            child = append_missing(**parent, parts[at]);
+        if (child == nullptr)
+            return false;
+        *node = child;
+    }
+    return true;
+}
+
+// After a lookup that found nothing: appends as many elements as the component's index asks for.
+CXML* CZEVXML::append_missing(CXML& parent, const std::string& component) {
+    const size_t bracket = component.find('[');
+    const bool indexed = bracket != std::string::npos && component.find(']') != std::string::npos;
+    const std::string name = indexed ? component.substr(0, bracket) : component;
+    const long wanted = indexed ? strtol(component.c_str() + bracket + 1, nullptr, 10) + 1 : 1;
+    const long missing = indexed ? wanted - parent.GetMatchCount() : 1;
+    CXML* last = nullptr;
+    for (long added = 0; added < missing; ++added) {
+        auto element = std::make_unique<CXML>(name.c_str());
+        last = element.get();
+        if (!parent.Adopt(std::move(element)))
+            return nullptr;
+    }
+    return last;
+}
+
+CXML* CZEVXML::find(const std::string& path) {
+    CXML* node = nullptr;
+    CXML* parent = nullptr;
+    return GetXMLByTag(path, false, &node, &parent) ? node : nullptr;
+}
+
+int CZEVXML::AddNew() {
+    m_adding = true;
+    return m_root.Adopt(std::make_unique<CXML>(kRecord)) ? 1 : 0;
+}
+
+void CZEVXML::Update() {
+    m_adding = false;
+}
+
+int CZEVXML::GetCount() {
+    return m_root.GetChildCountByTag(kRecord);
+}
+
+int CZEVXML::GetMRSCount(const std::string& path) {
+    const CXML* const element = find(path);
+    return element != nullptr ? element->GetChildCountByTag(kRecord) : 0;
+}
+
+int CZEVXML::MoveFirst() {
+    m_current = GetCount() > 0 ? 1 : 0;
+    return m_current;
+}
+
+void CZEVXML::MoveNext() {
+    if (m_current < std::numeric_limits<int>::max())
+        ++m_current;
+}
+
+bool CZEVXML::MovePrev() {
+    const bool moved = m_current > 0;
+    if (moved)
+        --m_current;
+    return moved;
+}
+
+void CZEVXML::MoveLast() {
+    m_current = GetCount();
+}
+
+bool CZEVXML::IsBOF() {
+    return GetCount() > 0 && m_current == 1;
+}
+
+bool CZEVXML::IsEOF() {
+    return m_current > GetCount() || m_current < 1;
+}
