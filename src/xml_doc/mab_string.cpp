@@ -4,6 +4,7 @@
 #include <cctype>
 #include <climits>
 #include <cstdarg>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <utility>

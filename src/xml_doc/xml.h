@@ -219,7 +219,7 @@ class CXML {
     bool read(relay_hub::TokenSource& source);
     bool parse_block(std::string& token, relay_hub::TokenSource& source, int depth);
     bool parse_attributes(std::string_view rest);
-    bool parse_content(std::string_view name, std::string& token, relay_hub::TokenSource& source, int depth);
+    bool parse_content(std::string& token, relay_hub::TokenSource& source, int depth);
     CMabString next_line(relay_hub::TokenSource& source);
 
     CMabString m_tagName;
