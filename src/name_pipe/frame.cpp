@@ -6,7 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <utility>
+#include <thread>
 
 #include "name_pipe/fifo.h"
 
@@ -14,6 +14,9 @@ namespace relay_hub {
 namespace {
 
 constexpr std::size_t kReadChunk = 65536;
+// A reader that has made room makes more at once; a writer that woke for each page would cost more than its
+// writing.
+constexpr std::chrono::microseconds kDrainTime{150};
 
 // Never changed, so that the pipe may refer to it instead of holding a copy.
 constexpr std::size_t kZeroRegionSize = 65536;
@@ -45,6 +48,7 @@ WriteEnd write_through(int fd, std::size_t size, std::optional<std::chrono::mill
         const WaitEnd end = wait_for(fd, POLLOUT, limit_of(stall));
         if (end != WaitEnd::ready)
             return end == WaitEnd::abandoned ? WriteEnd::abandoned : WriteEnd::quiet;
+        std::this_thread::sleep_for(kDrainTime);
     }
     return WriteEnd::done;
 }

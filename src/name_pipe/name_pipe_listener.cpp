@@ -23,7 +23,8 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds kReaderPause{3000};
 constexpr milliseconds kExitLimit{1000};
-constexpr milliseconds kExitRepeat{200};
+constexpr milliseconds kExitTry{50};
+constexpr milliseconds kExitPause{100};
 constexpr unsigned int kMarkerSize = 6;
 
 struct Listener {
@@ -177,10 +178,10 @@ bool CNamePipeBase::ExitListenService() {
         lock.unlock();
         bThreadContinue = false;
         if (!base.empty())
-            (void)relay_hub::post(base, request, std::min(deadline, relay_hub::Clock::now() + kExitRepeat),
+            (void)relay_hub::post(base, request, std::min(deadline, relay_hub::Clock::now() + kExitTry),
                                   true);
         lock.lock();
-        (void)the_listener.ended.wait_for(lock, kExitRepeat, [] { return !the_listener.running; });
+        (void)the_listener.ended.wait_for(lock, kExitPause, [] { return !the_listener.running; });
     }
     if (the_listener.running)
         return false;

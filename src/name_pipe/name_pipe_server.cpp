@@ -25,6 +25,8 @@ using std::chrono::milliseconds;
 // How long a client may pause before its round ends.
 constexpr milliseconds kClientPause{3000};
 constexpr milliseconds kReopenPause{200};
+// How long a client that has its answer takes to leave.
+constexpr milliseconds kLeaving{1};
 // A body is followed by this many zeros, so that its marker can be looked at whatever its length.
 constexpr std::size_t kBodyEnd = 8;
 
@@ -48,35 +50,61 @@ FileDescriptor open_out(const std::string& path) {
     return out;
 }
 
-// Waits for the next client. A FIFO that was taken away is put back, at rest.
-FileDescriptor await_client(const std::string& in_path) {
-    FileDescriptor in = relay_hub::open_fifo(in_path, O_RDONLY);
-    if (!in) {
-        relay_hub::report_error(RELAY_HUB_HERE, errno, in_path);
-        (void)relay_hub::rest(kReopenPause);
-        (void)relay_hub::make_fifo(in_path);
-    }
-    return in;
+// A FIFO that cannot be opened is put back where it is missing, at rest.
+void mend(const std::string& path) {
+    relay_hub::report_error(RELAY_HUB_HERE, errno, path);
+    (void)relay_hub::rest(kReopenPause);
+    (void)relay_hub::make_fifo(path);
+}
+
+// Whether all clients have left within the time, without having sent anything.
+bool left_silently(int in, milliseconds time) {
+    pollfd watch{in, POLLIN, 0};
+    return relay_hub::wait_on({&watch, 1}, relay_hub::after(time)) == relay_hub::WaitEnd::ready &&
+           (watch.revents & POLLIN) == 0;
+}
+
+struct Ends {
+    FileDescriptor in;
+    FileDescriptor out;
+};
+
+// Waits for the next client that stays, and opens both ends to it. The client before it may still be leaving:
+// for that one no answers' end is opened, whose closing the next client would take for its own; and the
+// requests' end stays open through the change, so that what the next client has written is not lost.
+Ends await_client(const Server& server) {
+    Ends ends;
+    do {
+        ends.out.reset();
+        ends.in = relay_hub::open_fifo(server.in_path, O_RDONLY);
+        if (!ends.in) {
+            mend(server.in_path);
+            return {};
+        }
+        if (server.on_write == nullptr)
+            return ends;
+        if (left_silently(ends.in.get(), kLeaving))
+            continue;
+        ends.out = open_out(server.out_path);
+        if (!ends.out) {
+            mend(server.out_path);
+            return {};
+        }
+        if (!left_silently(ends.in.get(), kClientPause))
+            return ends;
+    } while (bThreadContinue);
+    return {};
 }
 
 // False when a step ends the loop.
 bool serve_client(const Server& server) {
-    FileDescriptor in = await_client(server.in_path);
-    if (!in)
+    Ends ends = await_client(server);
+    if (!ends.in)
         return true;
-    if (server.on_write == nullptr)
-        return server.on_read(in.get(), server.ctx);
-    const FileDescriptor out = open_out(server.out_path);
-    if (!out) {
-        relay_hub::report_error(RELAY_HUB_HERE, errno, server.out_path);
-        (void)relay_hub::rest(kReopenPause);
-        (void)relay_hub::make_fifo(server.out_path);
-        return true;
-    }
-    if (!server.on_read(in.get(), server.ctx))
+    if (!server.on_read(ends.in.get(), server.ctx))
         return false;
-    in.reset();
-    return server.on_write(out.get());
+    ends.in.reset();
+    return server.on_write == nullptr || server.on_write(ends.out.get());
 }
 
 // One client's failure, memory included, is not the end of the service.

@@ -100,7 +100,9 @@ TEST_F(Client, WaitsForAPeerThatClosesItsReadingEndFirstButNotForADeadOne) {
         late.close_in();
         late.open_out(O_WRONLY).answer(test::frame("late"));
         late.close_out();
-        Peer(base_).open_in(O_RDONLY).take_request();
+        // The first client may not have left yet: that round is empty.
+        while (Peer(base_).open_in(O_RDONLY).take_request().empty()) {
+        }
     });
     std::string answer;
     EXPECT_TRUE(send("", answer));
