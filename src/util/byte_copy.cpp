@@ -9,7 +9,6 @@
 #include <memory>
 
 #include "util/file_op_unit.h"
-#include "util/sync_batch.h"
 
 namespace relay_hub {
 namespace {
@@ -135,7 +134,7 @@ CopyOutcome copy_content(int source, int target, const CancelTest& cancel, SyncT
     outcome.error_number = write_back.finish(cancel, &outcome.cancelled);
     if (!outcome.complete())
         return outcome;
-    if (sync_time == SyncTime::now || write_back.used() || !syncs_as_a_whole(target)) {
+    if (sync_time == SyncTime::now || write_back.used()) {
         outcome.error_number = fsync(target) == 0 ? 0 : errno;
         outcome.synced = true;
     }

@@ -31,8 +31,8 @@ struct CopyOutcome {
 // A source opened for reading, links refused. Empty with errno set when it cannot be read from its start.
 FileDescriptor open_source(const std::string& path);
 
-// Copies what source still gives to the end of target. Big files are synced whatever sync_time says, and so
-// is everything on a file system that a SyncBatch cannot sync as a whole; a cancelled copy never is.
+// Copies what source still gives to the end of target. Big files are synced whatever sync_time says; a
+// cancelled copy never is.
 CopyOutcome copy_content(int source, int target, const CancelTest& cancel, SyncTime sync_time);
 
 // Copies the content of src into the new file dst (0600). Cancelling leaves the part written; a failure

@@ -105,21 +105,15 @@ void put_on_disk() {
     });
 }
 
-void remember_copied(const std::string& dst, bool left_unsynced, std::uint64_t unsynced_bytes) {
-    copy_run.batch.add(dst, left_unsynced, unsynced_bytes);
-    if (copy_run.batch.is_full())
-        put_on_disk();
-}
-
 void copy_file_entry(const std::string& src, const std::string& dst) {
     const relay_hub::CancelTest cancel{check_cancel, tasks};
     const bool replace = cp_op == OVERRIDE_YES;
     if (replace)
         std::printf("OVERRIDE_YES: remove %s\n", dst.c_str());
     std::printf("copy [%s] file to [%s]\n", src.c_str(), dst.c_str());
-    const CopyOutcome outcome = replace
-                                    ? relay_hub::replace_file(src, dst, cancel)
-                                    : relay_hub::copy_new_file(src, dst, cancel, copy_run.batch.next_file());
+    const CopyOutcome outcome =
+        replace ? relay_hub::replace_file(src, dst, cancel)
+                : relay_hub::copy_new_file(src, dst, cancel, copy_run.batch.time_for(dst));
     if (outcome.error_number != 0) {
         note_failure(tasks, {relay_hub::kFileOpUnit, "Gfile_copy_file", 710}, dst, outcome.error_number);
         return;
@@ -128,8 +122,12 @@ void copy_file_entry(const std::string& src, const std::string& dst) {
         (void)duplicate_file_mode(src, dst);
         (void)duplicate_file_owner(src, dst);
     }
-    if (outcome.complete())
-        remember_copied(dst, !outcome.synced, outcome.bytes);
+    if (outcome.synced)
+        copy_run.batch.add(dst);
+    else if (!outcome.cancelled)
+        copy_run.batch.add_unsynced(dst, outcome.bytes);
+    if (copy_run.batch.is_full())
+        put_on_disk();
 }
 
 // The link's text, whatever its length. False with errno set when it cannot be read.
@@ -164,7 +162,7 @@ void copy_link_entry(const std::string& src, const std::string& dst, bool to_fol
     if (error != 0)
         note_failure(tasks, FILE_OP_HERE, dst, error);
     else
-        remember_copied(dst, false, 0);
+        copy_run.batch.add(dst);
 }
 
 int make_folder(const std::string& src, const struct stat& status, const std::string& dst) {
@@ -177,7 +175,7 @@ int make_folder(const std::string& src, const struct stat& status, const std::st
     }
     if ((status.st_mode & S_IRWXU) != S_IRWXU)
         copy_run.waiting_folders.push_back({src, dst, status.st_mode & ALLPERMS, false});
-    remember_copied(dst, false, 0);
+    copy_run.batch.add(dst);
     return kGoOn;
 }
 

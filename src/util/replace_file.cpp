@@ -20,6 +20,7 @@ CopyOutcome replace_file(const std::string& src, const std::string& dst, const C
         outcome.error_number = errno;
         return outcome;
     }
+    // Synced once it has its attributes.
     outcome = copy_content(source.get(), part.fd(), cancel, SyncTime::later);
     if (!outcome.complete())
         return outcome;

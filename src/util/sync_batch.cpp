@@ -17,6 +17,13 @@ constexpr unsigned long kWholeSyncFileSystems[] = {EXT4_SUPER_MAGIC,  BTRFS_SUPE
                                                    F2FS_SUPER_MAGIC,  OVERLAYFS_SUPER_MAGIC, TMPFS_MAGIC,
                                                    MSDOS_SUPER_MAGIC, EXFAT_SUPER_MAGIC};
 
+bool syncs_as_a_whole(int fd) {
+    struct statfs status {};
+    return fstatfs(fd, &status) == 0 &&
+           std::find(std::begin(kWholeSyncFileSystems), std::end(kWholeSyncFileSystems),
+                     static_cast<unsigned long>(status.f_type)) != std::end(kWholeSyncFileSystems);
+}
+
 int sync_folder(const std::string& path) {
     const FileDescriptor folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     // A folder that may be written but not read cannot be synced on its own.
@@ -48,28 +55,24 @@ void blame_files(const std::vector<std::string>& files, const std::string& folde
 
 }  // namespace
 
-bool syncs_as_a_whole(int fd) {
-    struct statfs status {};
-    return fstatfs(fd, &status) == 0 &&
-           std::find(std::begin(kWholeSyncFileSystems), std::end(kWholeSyncFileSystems),
-                     static_cast<unsigned long>(status.f_type)) != std::end(kWholeSyncFileSystems);
+SyncTime SyncBatch::time_for(const std::string& path) {
+    return entries_ >= kFewEntries && volume_of(path).whole ? SyncTime::later : SyncTime::now;
 }
 
-SyncTime SyncBatch::next_file() const {
-    return entries_ < kFewEntries ? SyncTime::now : SyncTime::later;
-}
-
-void SyncBatch::add(const std::string& path, bool left_unsynced, std::uint64_t unsynced_bytes) {
+void SyncBatch::add(const std::string& path) {
     ++entries_;
-    const std::size_t slash = path.rfind('/');
-    Volume& volume = volume_of(slash == std::string::npos ? "." : path.substr(0, slash + 1));
-    if (!left_unsynced)
-        return;
-    volume.files.push_back(path);
-    unsynced_bytes_ += unsynced_bytes;
+    (void)volume_of(path);
 }
 
-SyncBatch::Volume& SyncBatch::volume_of(const std::string& folder) {
+void SyncBatch::add_unsynced(const std::string& path, std::uint64_t bytes) {
+    ++entries_;
+    volume_of(path).files.push_back(path);
+    unsynced_bytes_ += bytes;
+}
+
+SyncBatch::Volume& SyncBatch::volume_of(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
     if (last_volume_ != nullptr && folder == last_folder_)
         return *last_volume_;
     struct stat status {};

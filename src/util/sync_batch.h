@@ -16,19 +16,17 @@
 
 namespace relay_hub {
 
-// True when syncfs brings everything on fd's file system to the disk (not so where a server or a program
-// holds the data).
-bool syncs_as_a_whole(int fd);
-
 class SyncBatch {
   public:
     // Called with a file, or with a folder when no single file is to blame, and the errno.
     using FailureSink = std::function<void(const std::string& path, int error_number)>;
 
-    // How the next new file is to be copied.
-    [[nodiscard]] SyncTime next_file() const;
-    // An entry was made or replaced at path. unsynced_bytes is 0 unless it is a file left to this batch.
-    void add(const std::string& path, bool left_unsynced, std::uint64_t unsynced_bytes);
+    // How the new file path is to be copied.
+    [[nodiscard]] SyncTime time_for(const std::string& path);
+    // An entry was made or replaced at path, and synced as far as it can be on its own.
+    void add(const std::string& path);
+    // A new file was made whose content waits for this batch.
+    void add_unsynced(const std::string& path, std::uint64_t bytes);
     // So much waits that it should go to the disk before the job goes on.
     [[nodiscard]] bool is_full() const { return unsynced_bytes_ >= kFullBytes; }
     // Syncs everything added so far.
@@ -44,10 +42,12 @@ class SyncBatch {
         FileDescriptor folder;           // any folder of it
         std::set<std::string> folders;   // whose names changed
         std::vector<std::string> files;  // not yet synced
-        bool whole = false;              // syncs_as_a_whole
+        // syncfs brings everything to the disk; not so where a server or a program holds the data.
+        bool whole = false;
     };
 
-    Volume& volume_of(const std::string& folder);
+    // The volume of path's folder.
+    Volume& volume_of(const std::string& path);
     static void flush_volume(Volume& volume, const FailureSink& failure);
 
     std::map<dev_t, Volume> volumes_;

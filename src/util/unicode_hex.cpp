@@ -43,36 +43,6 @@ std::size_t decode_utf8(const Byte* text, wchar_t* out) {
     return 0;
 }
 
-// The number of characters, or -1 when the text holds what only mbstowcs may judge.
-long decode_plain_utf8(const char* text, std::size_t length, wchar_t* wide) {
-    const auto* next = reinterpret_cast<const Byte*>(text);
-    const Byte* const end = next + length;
-    wchar_t* out = wide;
-    while (next < end) {
-        if (*next < 0x80U) {
-            *out++ = *next++;
-            continue;
-        }
-        const std::size_t used = decode_utf8(next, out++);
-        if (used == 0)
-            return kNotConverted;
-        next += used;
-    }
-    return out - wide;
-}
-
-// The same result as mbstowcs(wide, text, length), which alone is too slow for a megabyte of names.
-long to_wide(const char* text, std::size_t length, wchar_t* wide) {
-    if (std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0) {
-        const long count = decode_plain_utf8(text, length, wide);
-        if (count != kNotConverted)
-            return count;
-        // mbstowcs leaves what follows the invalid bytes as the caller had it.
-        std::wmemset(wide, L'\0', length);
-    }
-    return static_cast<long>(std::mbstowcs(wide, text, length));
-}
-
 void write_hex(std::uint32_t value, char* out) {
     std::uint32_t swapped = ((value << 8U) & 0xFFFFU) + (value >> 8U);
     // A fifth digit pushes the last one out.
@@ -82,6 +52,41 @@ void write_hex(std::uint32_t value, char* out) {
     out[1] = kHexDigits[(swapped >> 8U) & 0xFU];
     out[2] = kHexDigits[(swapped >> 4U) & 0xFU];
     out[3] = kHexDigits[swapped & 0xFU];
+}
+
+bool locale_is_utf8() {
+    return std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
+}
+
+// Hands each character to the sink. False when the text holds what only mbstowcs may judge.
+template <typename Sink>
+bool decode_plain_utf8(const char* text, std::size_t length, Sink sink) {
+    const auto* next = reinterpret_cast<const Byte*>(text);
+    const Byte* const end = next + length;
+    while (next < end) {
+        if (*next < 0x80U) {
+            sink(static_cast<wchar_t>(*next++));
+            continue;
+        }
+        wchar_t character = L'\0';
+        const std::size_t used = decode_utf8(next, &character);
+        if (used == 0)
+            return false;
+        sink(character);
+        next += used;
+    }
+    return true;
+}
+
+// The same result as mbstowcs(wide, text, length), which alone is too slow for megabytes of names.
+long to_wide(const char* text, std::size_t length, wchar_t* wide) {
+    wchar_t* out = wide;
+    if (locale_is_utf8() &&
+        decode_plain_utf8(text, length, [&out](wchar_t character) { *out++ = character; }))
+        return out - wide;
+    // mbstowcs leaves what follows an invalid byte as the caller had it.
+    std::wmemset(wide, L'\0', static_cast<std::size_t>(out - wide));
+    return static_cast<long>(std::mbstowcs(wide, text, length));
 }
 
 // Not terminated: room for four bytes a value.
@@ -199,13 +204,24 @@ namespace relay_hub {
 
 std::string unicode_hex(const std::string& text) {
     const std::size_t length = std::strlen(text.c_str());
-    const auto wide = std::make_unique_for_overwrite<wchar_t[]>(length + 1);
+    std::string hex(kDigits * length, '\0');
+    if (locale_is_utf8()) {
+        char* out = hex.data();
+        const auto write = [&out](wchar_t character) {
+            write_hex(static_cast<std::uint32_t>(character), out);
+            out += kDigits;
+        };
+        if (decode_plain_utf8(text.c_str(), length, write)) {
+            hex.resize(static_cast<std::size_t>(out - hex.data()));
+            return hex;
+        }
+    }
+    const auto wide = std::make_unique<wchar_t[]>(length + 1);
     long count = 0;
     ansi_string_to_unicode_hex(text.c_str(), wide.get(), &count);
-    if (count < 1)
-        return {};
-    std::string hex(kDigits * static_cast<std::size_t>(count), '\0');
-    write_hex_text(wide.get(), static_cast<std::size_t>(count), hex.data());
+    const std::size_t characters = count < 1 ? 0 : static_cast<std::size_t>(count);
+    write_hex_text(wide.get(), characters, hex.data());
+    hex.resize(kDigits * characters);
     return hex;
 }
 
