@@ -1,0 +1,300 @@
+#include "engine/engine_server.h"
+
+#include <poll.h>
+#include <sys/ioctl.h>
+
+#include <array>
+#include <atomic>
+#include <cstring>
+#include <thread>
+
+#include "engine_sandbox.h"
+#include "name_pipe/name_pipe_base.h"
+
+namespace relay_hub::engine {
+namespace {
+
+using std::chrono::steady_clock;
+
+constexpr char kHeartbeat[] = "<ZEVMSG><NP_Cmd>NP_Cmd_Check_For_Heartbeat</NP_Cmd></ZEVMSG>";
+constexpr char kAlive[] = "<ZEVMSG><NP_Server_Is_Live>Y</NP_Server_Is_Live></ZEVMSG>";
+constexpr char kListRoot[] = "<ZEVMSG><NP_Cmd>NP_Cmd_Get_File_List</NP_Cmd><TG>C:\\</TG></ZEVMSG>";
+
+std::string frame(const std::string& text) {
+    const std::string body = std::string(kCommandMarker) + text;
+    const auto length = static_cast<std::uint32_t>(body.size());
+    return std::string(reinterpret_cast<const char*>(&length), sizeof length) + body;
+}
+
+// A client that opens its ends as the protocol describes it: blocking, requests first.
+class PlainClient {
+  public:
+    explicit PlainClient(const std::string& base)
+        : in_(open((base + "_IN").c_str(), O_WRONLY | O_CLOEXEC)),
+          out_(open((base + "_OUT").c_str(), O_RDONLY | O_CLOEXEC)) {}
+    void send(const std::string& bytes) { ASSERT_EQ(write_all(in_.get(), bytes.data(), bytes.size()), 0); }
+    std::string receive() {
+        std::uint32_t length = 0;
+        if (read_all(&length, sizeof length) != sizeof length)
+            return "(nothing)";
+        std::string text(length, '\0');
+        text.resize(read_all(text.data(), length));
+        return text;
+    }
+
+  private:
+    std::size_t read_all(void* data, std::size_t size) {
+        std::size_t done = 0;
+        while (done < size) {
+            const ssize_t count = ::read(out_.get(), static_cast<char*>(data) + done, size - done);
+            if (count <= 0)
+                break;
+            done += static_cast<std::size_t>(count);
+        }
+        return done;
+    }
+    FileDescriptor in_;
+    FileDescriptor out_;
+};
+
+class Serving : public EngineSandbox {
+  protected:
+    ~Serving() override { stop(); }
+
+    void start(Milliseconds delay = Milliseconds(0), std::size_t piece = 0) {
+        handlers_ = std::make_unique<RequestHandlers>(*remote_, *local_, Style::kWindows, front_end_, state_);
+        server_ = std::make_unique<EngineServer>(ServerSettings{base_, delay, piece, true}, *handlers_,
+                                                 front_end_, stop_);
+        std::string why;
+        ASSERT_TRUE(server_->create_pipes(why)) << why;
+        thread_ = std::thread([this] { server_->run(); });
+    }
+    void stop() {
+        if (server_)
+            server_->stop();
+        if (thread_.joinable())
+            thread_.join();
+        server_.reset();
+    }
+
+    std::string base_ = top_ + "/command";
+    std::string notify_ = top_ + "/notify";
+    StopEvent stop_;
+    LinkState state_;
+    FrontEndLink front_end_{notify_, stop_, state_};
+    std::unique_ptr<RequestHandlers> handlers_;
+    std::unique_ptr<EngineServer> server_;
+    std::thread thread_;
+};
+
+TEST_F(Serving, PlainAndFrontEndClients) {
+    for (int i = 0; i < 500; ++i)
+        write(served_ + "/a file with a rather long name " + std::to_string(i), "");
+    start(Milliseconds(0), 5000);
+    PlainClient plain(base_);
+    const std::string request = frame(kHeartbeat);
+    for (const char byte : request)
+        plain.send(std::string(1, byte));
+    EXPECT_EQ(plain.receive(), kAlive);
+    plain.send(frame(kListRoot));
+    EXPECT_EQ(plain.receive(), "(nothing)");  // one request for each opening
+
+    CNamePipeBase client(base_, kPipeBufferSize, kPipeBufferSize);
+    std::string answer;
+    ASSERT_TRUE(client.NPSendMessage(std::string(kListRoot), answer, "", kCommandData));
+    EXPECT_GT(answer.size(), 100000U);
+    EXPECT_TRUE(answer.ends_with("</Line></ZEVMSG>"));
+    EXPECT_TRUE(
+        client.NPPostMessage("<ZEVMSG><NP_Cmd>NP_Cmd_Exit_Link_Engine</NP_Cmd></ZEVMSG>", "", kCommandData));
+    thread_.join();
+    EXPECT_TRUE(stop_.raised());
+}
+
+TEST_F(Serving, ClientsThatMisbehaveCostOneRound) {
+    start();
+    const std::string request = frame(kHeartbeat);
+    const std::string bad[] = {"",
+                               "\x10",
+                               request.substr(0, 20),
+                               std::string(4, '\0'),
+                               std::string("\6\0\0\0", 4) + "abcdef",
+                               std::string("\xff\xff\xff\xff", 4)};
+    for (const std::string& bytes : bad) {
+        {
+            PlainClient client(base_);
+            client.send(bytes);
+        }
+        PlainClient client(base_);
+        client.send(request);
+        EXPECT_EQ(client.receive(), kAlive) << bytes.size();
+    }
+}
+
+TEST_F(Serving, TheNextClientNeverGetsAnAnswerThatWasGivenUp) {
+    start(Milliseconds(60000));
+    {
+        PlainClient client(base_);
+        client.send(frame(kListRoot));
+        // Leaves once the engine has taken the request.
+        int queued = 1;
+        const FileDescriptor in(open((base_ + "_IN").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+        while (ioctl(in.get(), FIONREAD, &queued) == 0 && queued > 0)
+            std::this_thread::yield();
+    }
+    PlainClient client(base_);
+    client.send(frame(kHeartbeat));
+    EXPECT_EQ(client.receive(), kAlive);
+}
+
+TEST_F(Serving, PipesLeftBehindAreReusedAndOthersRefused) {
+    start();
+    stop();
+    EXPECT_FALSE(exists(base_ + "_IN"));
+    ASSERT_EQ(mkfifo((base_ + "_IN").c_str(), 0600), 0);
+    std::string why;
+    {
+        EngineServer server({base_}, *handlers_, front_end_, stop_);
+        EXPECT_TRUE(server.create_pipes(why)) << why;
+    }
+    write(top_ + "/victim", "v");
+    ASSERT_EQ(symlink((top_ + "/victim").c_str(), (base_ + "_IN").c_str()), 0);
+    EngineServer server({base_}, *handlers_, front_end_, stop_);
+    EXPECT_FALSE(server.create_pipes(why));
+    EXPECT_NE(why.find("command_IN"), std::string::npos);
+    EXPECT_EQ(read(top_ + "/victim"), "v");
+}
+
+TEST_F(Serving, StopEndsEveryWait) {
+    start();
+    PlainClient silent(base_);
+    const auto begin = steady_clock::now();
+    stop();
+    EXPECT_LT(steady_clock::now() - begin, std::chrono::seconds(2));
+}
+
+// The real listener of the front end with a preset way to answer.
+class CallingBack : public Serving {
+  protected:
+    static unsigned int provide(char* body, unsigned int length, char* answer, unsigned int /*size*/) {
+        const std::string message(body + kCommandMarker.size(), length - kCommandMarker.size());
+        ++calls;
+        last_message = message;
+        std::strcpy(answer, next_answer.c_str());
+        return 1;
+    }
+    void listen(const std::string& answer) {
+        calls = 0;
+        next_answer = answer;
+        CNamePipeBase::SetupParam(notify_.c_str(), kPipeBufferSize, kPipeBufferSize);
+        CNamePipeBase::SetServiceProvider(provide);
+        ASSERT_TRUE(listener_.ListenForService());
+        const auto limit = steady_clock::now() + std::chrono::seconds(5);
+        while (!exists(notify_ + "_OUT") && steady_clock::now() < limit)
+            std::this_thread::yield();
+    }
+    ~CallingBack() override { listener_.ExitListenService(); }
+
+    CNamePipeBase listener_;
+    static inline std::atomic<int> calls = 0;
+    static inline std::string next_answer;
+    static inline std::string last_message;
+};
+
+TEST_F(CallingBack, AnswersOfAPaddedFrame) {
+    const struct {
+        const char* field;
+        Answer answer;
+    } cases[] = {{"NP_Copy_Confirmation_Yes", Answer::kYes},
+                 {"NP_Copy_Confirmation_No", Answer::kNo},
+                 {"NP_Copy_Confirmation_Replace_All", Answer::kReplaceAll},
+                 {"NP_Copy_Confirmation_Cancel", Answer::kCancel},
+                 {"Other", Answer::kCancel}};
+    listen("");
+    for (const auto& item : cases) {
+        next_answer = std::string("<ZEVMSG><") + item.field + ">Y</" + item.field + "></ZEVMSG>";
+        EXPECT_EQ(front_end_.confirm("<a>"), item.answer) << item.field;
+    }
+    next_answer.clear();
+    EXPECT_EQ(front_end_.confirm("?"), Answer::kCancel);
+    EXPECT_FALSE(front_end_.cancelled());
+    next_answer = "<ZEVMSG><NP_User_Click_Cancel>N</NP_User_Click_Cancel></ZEVMSG>";
+    EXPECT_FALSE(front_end_.cancelled());
+    next_answer = "<ZEVMSG><NP_User_Click_Cancel>Y</NP_User_Click_Cancel></ZEVMSG>";
+    EXPECT_TRUE(front_end_.cancelled());
+
+    // In a row, as fast as can be: none is lost.
+    for (int i = 0; i < 100; ++i)
+        front_end_.progress({"C:\\a & b", std::chrono::seconds(3661), 7, 9});
+    EXPECT_EQ(calls, 109);
+    EXPECT_EQ(last_message,
+              "<ZEVMSG><NP_Cmd>NP_Cmd_Copy_Progress_Status_Notify</NP_Cmd>"
+              "<NP_Copy_Process_Progress_Info>C:\\a &amp; b</NP_Copy_Process_Progress_Info>"
+              "<NP_Copy_Process_Elasp_Time>01:01:01</NP_Copy_Process_Elasp_Time>"
+              "<NP_Copy_Process_Progress_Bar_Total>9</NP_Copy_Process_Progress_Bar_Total>"
+              "<NP_Copy_Process_Progress_Bar_Current>7</NP_Copy_Process_Progress_Bar_Current></ZEVMSG>");
+    EXPECT_TRUE(front_end_.tell_remote_is_offline());
+    EXPECT_EQ(last_message, "<ZEVMSG><NP_Cmd>NP_Cmd_Remote_Is_Offline</NP_Cmd></ZEVMSG>");
+}
+
+TEST_F(CallingBack, WithoutAFrontEndNothingIsReplacedAndNothingHangs) {
+    const auto begin = steady_clock::now();
+    EXPECT_EQ(front_end_.confirm("?"), Answer::kCancel);
+    EXPECT_FALSE(front_end_.cancelled());
+    front_end_.message("nobody hears");
+    // Pipes of a dead one.
+    for (const char* end : {"_IN", "_OUT"})
+        ASSERT_EQ(mkfifo((notify_ + end).c_str(), 0777), 0);
+    EXPECT_EQ(front_end_.confirm("?"), Answer::kCancel);
+    EXPECT_FALSE(front_end_.tell_remote_is_offline());
+    EXPECT_LT(steady_clock::now() - begin, std::chrono::seconds(8));
+}
+
+TEST_F(CallingBack, AQuestionEndsWithItsReason) {
+    for (const char* end : {"_IN", "_OUT"})
+        ASSERT_EQ(mkfifo((notify_ + end).c_str(), 0777), 0);
+    const struct {
+        const char* what;
+        std::function<void()> end;
+    } cases[] = {{"front end killed", [] {}},
+                 {"remote offline", [this] { state_.remote_online = false; }},
+                 {"engine stopped", [this] { stop_.raise(); }}};
+    for (const auto& item : cases) {
+        std::atomic<bool> answered = false;
+        std::thread asking([&] {
+            EXPECT_EQ(front_end_.confirm("?"), Answer::kCancel) << item.what;
+            answered = true;
+        });
+        FileDescriptor in(open((notify_ + "_IN").c_str(), O_RDONLY | O_CLOEXEC));
+        FileDescriptor out(open((notify_ + "_OUT").c_str(), O_WRONLY | O_CLOEXEC));
+        std::array<char, 4> header{};
+        EXPECT_EQ(::read(in.get(), header.data(), header.size()), 4);
+        EXPECT_FALSE(answered);
+        in.reset();
+        item.end();
+        if (state_.remote_online && !stop_.raised())
+            out.reset();
+        asking.join();
+        state_.remote_online = true;
+    }
+}
+
+TEST_F(CallingBack, AKilledFrontEndLeavesTheEngineReady) {
+    write(served_ + "/big", "");
+    ASSERT_EQ(truncate((served_ + "/big").c_str(), 64LL << 30U), 0);
+    start();
+    {
+        PlainClient client(base_);
+        client.send(frame("<ZEVMSG><NP_Cmd>NP_Cmd_Remote_to_Local</NP_Cmd><T8><Line><T9>" + mine_ +
+                          "</T9><TA>C:\\big</TA></Line></T8></ZEVMSG>"));
+        const auto limit = steady_clock::now() + std::chrono::seconds(5);
+        while (names(mine_).empty() && steady_clock::now() < limit)
+            std::this_thread::yield();
+    }
+    PlainClient client(base_);
+    client.send(frame(kHeartbeat));
+    EXPECT_EQ(client.receive(), kAlive);
+    EXPECT_TRUE(names(mine_).empty());
+}
+
+}  // namespace
+}  // namespace relay_hub::engine

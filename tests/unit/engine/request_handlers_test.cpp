@@ -1,0 +1,174 @@
+#include "engine/request_handlers.h"
+
+#include "engine/file_list.h"
+#include "engine/wire_text.h"
+#include "engine_sandbox.h"
+
+namespace relay_hub::engine {
+namespace {
+
+constexpr char kDone[] = "<ZEVMSG><T1>NP_Exe_Result_Success</T1></ZEVMSG>";
+
+std::string message(const std::string& command, const std::string& fields = "") {
+    return "<ZEVMSG><NP_Cmd>" + command + "</NP_Cmd>" + fields + "</ZEVMSG>";
+}
+
+std::string field(const std::string& tag, const std::string& value) {
+    return "<" + tag + ">" + value + "</" + tag + ">";
+}
+
+std::string hex_field(const std::string& tag, const std::string& value) {
+    return field(tag, encode_hex_as_front_end(value));
+}
+
+class Handling : public EngineSandbox {
+  protected:
+    std::string ask(const std::string& text, Style style = Style::kWindows) {
+        RequestHandlers handlers(*remote_, *local_, style, front_end_, state_);
+        return handlers.handle(text).text;
+    }
+    // One record of a copy request.
+    static std::string record(const std::string& local, const std::string& remote) {
+        return field("Line", field("T9", local) + hex_field("TB", local) + field("TA", remote) +
+                                 hex_field("TC", remote));
+    }
+
+    PresetFrontEnd front_end_;
+    LinkState state_;
+};
+
+TEST_F(Handling, StatusPlacesAndDrives) {
+    std::filesystem::create_directory(served_ + "/Documents");
+    const struct {
+        const char* command;
+        bool online;
+        Style style;
+        const char* answer;
+    } cases[] = {
+        {"NP_Cmd_Check_For_Heartbeat", false, Style::kWindows, "<NP_Server_Is_Live>Y</NP_Server_Is_Live>"},
+        {"NP_Cmd_Check_Remote_Online", true, Style::kWindows,
+         "<T1>NP_Exe_Result_Success</T1><NP_Cmd_Remote_Is_Online>Y</NP_Cmd_Remote_Is_Online>"},
+        {"NP_Cmd_Check_Remote_Online", false, Style::kWindows,
+         "<T1>NP_Exe_Result_Success</T1><NP_Cmd_Remote_Is_Online>N</NP_Cmd_Remote_Is_Online>"},
+        {"NP_Cmd_Check_Connection_Status", false, Style::kWindows,
+         "<T1>NP_Exe_Result_Success</T1><NP_Connection_Local_Device_On>Y</NP_Connection_Local_Device_On>"
+         "<NP_Connection_Device_On>Y</NP_Connection_Device_On>"
+         "<NP_Connection_Application_On>N</NP_Connection_Application_On>"},
+        {"NP_Cmd_Get_Driver_List", true, Style::kWindows,
+         "<T1>NP_Exe_Result_Success</T1><Line><TD>3</TD><TA>C:\\</TA><TF>43003A005C00</TF></Line>"},
+        {"NP_Cmd_Get_Remote_Special_Path", true, Style::kPosix,
+         "<T1>NP_Exe_Result_Success</T1><TK2>2F0044006F00630075006D0065006E0074007300</TK2>"},
+        {"NP_Cmd_Get_Driver_List", false, Style::kWindows,
+         "<T1>NP_Exe_Result_Fail</T1><T2>The remote computer is offline.</T2>"},
+        {"NP_Cmd_Unheard_Of", true, Style::kWindows,
+         "<T1>NP_Exe_Result_Fail</T1><T2>There is no command &dq;NP_Cmd_Unheard_Of&dq;.</T2>"},
+    };
+    for (const auto& item : cases) {
+        state_.remote_online = item.online;
+        EXPECT_EQ(ask(message(item.command), item.style),
+                  std::string("<ZEVMSG>") + item.answer + "</ZEVMSG>");
+    }
+    state_.remote_online = true;
+    EXPECT_NE(ask("no document").find("NP_Exe_Result_Fail"), std::string::npos);
+}
+
+TEST_F(Handling, AListInNaturalOrderWithoutWhatCannotBeTold) {
+    for (const char* name : {"file 10", "file 9", "a&b", ".hidden", "bad\xff", "back\\slash", "new\nline"})
+        write(served_ + "/d/" + name, std::string(1536, 'x'));
+    std::filesystem::create_directory(served_ + "/d/folder");
+    const timespec times[2] = {{1'600'000'001, 0}, {1'600'000'002, 0}};
+    ASSERT_EQ(utimensat(AT_FDCWD, (served_ + "/d/a&b").c_str(), times, 0), 0);
+    const std::string answer =
+        ask(message("NP_Cmd_Get_File_List", field("TG", "C:\\d") + hex_field("TF", "C:\\d")));
+    const std::string first =
+        "<ZEVMSG><T1>NP_Exe_Result_Success</T1><Line><TA>a&amp;b</TA>"
+        "<TF>610026006200</TF><TY>1536</TY><TZ2>1.5 KB</TZ2><TO>";
+    EXPECT_EQ(answer.substr(0, first.size()), first);
+    EXPECT_NE(answer.find("<TR>1600000001</TR><TU>1600000002</TU><TH>0</TH>"), std::string::npos);
+    std::vector<std::string> told;
+    for (std::size_t at = answer.find("<TA>"); at != std::string::npos; at = answer.find("<TA>", at + 1))
+        told.push_back(answer.substr(at + 4, answer.find('<', at + 4) - at - 4));
+    EXPECT_EQ(told, (std::vector<std::string>{"a&amp;b", "file 9", "file 10", "folder"}));
+    EXPECT_NE(answer.find("<TH>1</TH>", answer.find("<TA>folder</TA>")), std::string::npos);
+
+    EXPECT_EQ(ask(message("NP_Cmd_Get_File_List", field("TG", "C:\\none"))),
+              failure_text("\"C:\\none\" cannot be read: No such file or directory."));
+    EXPECT_EQ(ask(message("NP_Cmd_Get_File_List", field("TG", "C:\\d\\..\\.."))),
+              failure_text("\"C:\\d\\..\\..\" is not a path of this computer."));
+}
+
+TEST_F(Handling, ChangesInTheTree) {
+    write(served_ + "/taken", "t");
+    write(served_ + "/old 🎉", "o");
+    const struct {
+        std::string fields;
+        const char* command;
+        const char* reason;  // of a failure; null for success
+    } cases[] = {
+        {field("TG", "C:\\new") + hex_field("TF", "C:\\new"), "NP_Cmd_Create_Folder", nullptr},
+        {field("TG", "C:\\new"), "NP_Cmd_Create_Folder",
+         "\"C:\\new\" cannot be created: an item of that name is there already."},
+        {hex_field("TJ", "C:\\old 🎉") + hex_field("TK", "C:\\taken"), "NP_Cmd_Rename",
+         "\"C:\\old 🎉\" cannot be renamed to \"taken\": an item of that name is there already."},
+        {hex_field("TJ", "C:\\old 🎉") + hex_field("TK", "C:\\new\\moved 😀"), "NP_Cmd_Rename", nullptr},
+        {field("TG", "C:\\taken"), "NP_Cmd_Delete_Folder",
+         "\"C:\\taken\" cannot be deleted: Not a directory."},
+        {field("TG", "C:\\taken"), "NP_Cmd_Delete_File", nullptr},
+        {field("TG", "C:\\"), "NP_Cmd_Delete_Folder",
+         "\"C:\\\" cannot be deleted: it is in use or the root of the drive."},
+        {field("T8", field("Line", hex_field("TF", "C:\\gone")) +
+                         field("Line", hex_field("TF", "C:\\new\\moved 😀"))),
+         "NP_Cmd_Move_File_To_Trash",
+         "1 item could not be moved to the trash:\nC:\\gone: No such file or directory"},
+    };
+    for (const auto& item : cases)
+        EXPECT_EQ(ask(message(item.command, item.fields)),
+                  item.reason != nullptr ? failure_text(item.reason) : kDone);
+    EXPECT_EQ(read(served_ + "/.Trash-" + std::to_string(geteuid()) + "/files/moved 😀"), "o");
+    EXPECT_TRUE(names(served_ + "/new").empty());
+}
+
+TEST_F(Handling, CopiesBothWays) {
+    write(served_ + "/a/file", "down");
+    write(mine_ + "/b/日本", "up");
+    EXPECT_EQ(ask(message("NP_Cmd_Remote_to_Local", field("T8", record(mine_, "C:\\a")))), kDone);
+    EXPECT_EQ(read(mine_ + "/a/file"), "down");
+    EXPECT_EQ(ask(message("NP_Cmd_Local_To_Remote", field("T8", record(mine_ + "/b", "C:\\a")))), kDone);
+    EXPECT_EQ(read(served_ + "/a/b/日本"), "up");
+    EXPECT_EQ(front_end_.reports.front().item, "C:\\a");
+
+    // Something worked: the failures come in one box. Nothing did: they are the answer's reason.
+    EXPECT_EQ(ask(message("NP_Cmd_Local_To_Remote",
+                          field("T8", record(mine_ + "/none", "C:\\") + record(mine_ + "/b", "C:\\")))),
+              kDone);
+    const std::string summary = "1 item could not be copied:\n" + mine_ + "/none: No such file or directory";
+    EXPECT_EQ(front_end_.messages, std::vector<std::string>{summary});
+    EXPECT_EQ(ask(message("NP_Cmd_Local_To_Remote", field("T8", record(mine_ + "/none", "C:\\")))),
+              failure_text(summary));
+    EXPECT_EQ(front_end_.messages.size(), 1U);
+
+    front_end_.is_cancelled = [this] { return !(state_.remote_online = false); };
+    EXPECT_EQ(ask(message("NP_Cmd_Remote_to_Local", field("T8", record(mine_ + "/b", "C:\\a")))),
+              failure_text("The remote computer went offline before everything was copied."));
+    EXPECT_EQ(names(mine_ + "/b"), std::vector<std::string>{"日本"});
+}
+
+TEST_F(Handling, AListNeverOutgrowsTheFrontEndsBuffer) {
+    std::vector<Entry> entries(60000);
+    for (std::size_t i = 0; i < entries.size(); ++i)
+        entries[i].name = std::string(30, 'n') + std::to_string(i);
+    const std::string answer = file_list_text(entries, Style::kWindows, kLongestAnswer);
+    EXPECT_LE(answer.size(), kLongestAnswer);
+    EXPECT_GT(answer.size(), kLongestAnswer * 9 / 10);
+    EXPECT_TRUE(answer.ends_with("</Line></ZEVMSG>"));
+    EXPECT_EQ(answer.find("<TF>"), std::string::npos);
+}
+
+TEST(Presentable, IsShortValidText) {
+    EXPECT_EQ(presentable("a\nb\x01\x7f", 100), "a\nb??");
+    EXPECT_EQ(presentable("a\xff", 100), "a\xef\xbf\xbd");
+    EXPECT_EQ(presentable("ééééé", 8), "éé...");
+}
+
+}  // namespace
+}  // namespace relay_hub::engine
