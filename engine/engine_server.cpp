@@ -16,12 +16,24 @@
 namespace relay_hub::engine {
 namespace {
 
-constexpr Milliseconds kClientLimit{10000};
+constexpr Milliseconds kClientLimit{3000};
 constexpr Milliseconds kOpenLimit{2000};
 constexpr std::size_t kLongestRequest = 256UL * 1024 * 1024;
+constexpr Milliseconds kFirstPause{1};
+constexpr Milliseconds kSlowestPause{20};
 constexpr int kWakePause = 5;
 constexpr int kPipeCapacity = 1024 * 1024;
 constexpr std::size_t kLongestTracedText = 200;
+
+// What a client wrote beyond its request would be taken for the next one's.
+void drain(int in) {
+    std::array<char, 4096> rest{};
+    while (true) {
+        const ssize_t count = ::read(in, rest.data(), rest.size());
+        if (count <= 0 && errno != EINTR)
+            return;
+    }
+}
 
 }  // namespace
 
@@ -46,96 +58,111 @@ EngineServer::~EngineServer() {
 bool EngineServer::create_pipes(std::string& why) {
     if (!make_fifo(in_path_, why) || !make_fifo(out_path_, why))
         return false;
-    if (const int error = open_fifo(in_path_, O_RDONLY | O_NONBLOCK, keeper_); error != 0) {
-        why = in_path_ + ": " + error_text(error);
+    pipe_.reset(open(in_path_.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    if (!pipe_) {
+        why = in_path_ + ": " + error_text(errno);
         return false;
     }
-    drain(keeper_.get());
     clients_.emplace(out_path_);
     owns_pipes_ = true;
     return true;
 }
 
 bool EngineServer::run() {
-    while (!stop_.raised()) {
+    bool lost = false;
+    while (!lost && !stop_.raised()) {
         FileDescriptor in;
+        int error = keeper_ ? 0 : open_fifo(in_path_, O_RDONLY | O_NONBLOCK, keeper_);
         // Blocks until a client opens its end; stop() opens it too.
-        int error = open_fifo(in_path_, O_RDONLY, in);
-        if (stop_.raised())
-            break;
-        if (error == EINTR)
-            continue;
+        if (error == 0)
+            error = open_fifo(in_path_, O_RDONLY, in);
         if (error == 0 && fcntl(in.get(), F_SETFL, O_NONBLOCK) != 0)
             error = errno;
-        if (error != 0) {
+        lost = error != 0 && error != EINTR;
+        if (lost)
             report_error(RELAY_HUB_HERE, error, in_path_);
-            ended_ = true;
-            stop_.raise();
-            return false;
-        }
-        serve_client(in.get());
+        if (error != 0 || stop_.raised())
+            continue;
+        std::string body;
+        error = read_request(in.get(), body);
+        if (error == EPIPE)
+            continue;
+        drain(in.get());
+        in.reset();
+        keeper_.reset();
+        if (error == 0 && body.starts_with(kCommandMarker))
+            answer(body.substr(kCommandMarker.size()));
+        else if (error != 0 && error != ECANCELED)
+            report_error(RELAY_HUB_HERE, error, in_path_);
+        out_.reset();
     }
     ended_ = true;
-    return true;
+    stop_.raise();
+    return !lost;
 }
 
 void EngineServer::stop() {
     stop_.raise();
     // By descriptor, so that run() is reached even if somebody took the name away.
-    const std::string pipe = "/proc/self/fd/" + std::to_string(keeper_.get());
+    const std::string pipe = "/proc/self/fd/" + std::to_string(pipe_.get());
     while (!ended_) {
         const FileDescriptor wake(open(pipe.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
         (void)poll(nullptr, 0, kWakePause);
     }
 }
 
-void EngineServer::serve_client(int in) {
+int EngineServer::read_request(int in, std::string& body) {
     const PipeWaiter waiter(stop_);
-    FileDescriptor out;
-    int error = open_fifo_writer(out_path_, waiter, kOpenLimit, out);
-    std::string body;
-    if (error == 0) {
-        (void)fcntl(out.get(), F_SETPIPE_SZ, kPipeCapacity);
-        error = read_frame(in, waiter, kClientLimit, kLongestRequest, body);
-    }
-    if (error == 0 && body.starts_with(kCommandMarker))
-        return answer(out.get(), body.substr(kCommandMarker.size()));
-    // A client that left without a word is no fault.
-    if (error != 0 && error != EPIPE && error != ECANCELED)
-        report_error(RELAY_HUB_HERE, error, in_path_);
-    drain(in);
+    if (const int error = out_ ? 0 : open_answer_end(in, waiter); error != 0)
+        return error;
+    const int error = read_frame(in, waiter, kClientLimit, kLongestRequest, body);
+    return error == EPIPE && !body.empty() ? EPROTO : error;
 }
 
-void EngineServer::answer(int out, const std::string& request) {
+// There is no event for a reader's coming; but most clients write only then, and their bytes are one.
+int EngineServer::open_answer_end(int in, const PipeWaiter& waiter) {
+    const auto end = std::chrono::steady_clock::now() + kOpenLimit;
+    Milliseconds pause = kFirstPause;
+    while (true) {
+        if (const int error = open_fifo(out_path_, O_WRONLY | O_NONBLOCK, out_); error != ENXIO) {
+            (void)fcntl(out_.get(), F_SETPIPE_SZ, kPipeCapacity);
+            return error;
+        }
+        pollfd client{in, POLLIN, 0};
+        (void)poll(&client, 1, 0);
+        const bool has_written = (client.revents & POLLIN) != 0;
+        if (!has_written && (client.revents & POLLHUP) != 0)
+            return EPIPE;
+        if (std::chrono::steady_clock::now() >= end)
+            return ETIMEDOUT;
+        const int waited = waiter.wait(has_written ? -1 : in, POLLIN, pause);
+        if (waited != 0 && waited != ETIMEDOUT)
+            return waited;
+        pause = std::min(pause * 2, kSlowestPause);
+    }
+}
+
+void EngineServer::answer(const std::string& request) {
     if (!settings_.quiet)
         std::printf("request %s\n", presentable(request, kLongestTracedText).c_str());
     // Whoever left until now was an earlier client: this one sent its request after opening its end.
     clients_->forget();
     PipeWaiter waiter(stop_);
-    waiter.set_peer(out, clients_->descriptor());
-    front_end_.set_client(out, clients_->descriptor());
+    waiter.set_peer(out_.get(), clients_->descriptor());
+    front_end_.set_client(out_.get(), clients_->descriptor());
     const Reply reply = handlers_.handle(request);
     front_end_.set_client(-1, -1);
     if (reply.ends_engine)
         stop_.raise();
     if (reply.is_list && settings_.list_delay > Milliseconds(0))
         (void)waiter.wait(-1, 0, settings_.list_delay);
-    // The next client, which may be there already, must not get the answer of one that gave up.
+    // Somebody may have opened the end meanwhile, and must not get the answer of a client that gave up.
     if (reply.text.empty() || waiter.peer_left())
         return;
     const std::string_view text = std::string_view(reply.text).substr(0, kLongestAnswer);
-    const int error = write_frame(out, waiter, kClientLimit, text, settings_.piece);
+    const int error = write_frame(out_.get(), waiter, kClientLimit, text, settings_.piece);
     if (error != 0 && error != EPIPE && error != ECONNRESET && error != ECANCELED)
         report_error(RELAY_HUB_HERE, error, out_path_);
-}
-
-void EngineServer::drain(int in) const {
-    std::array<char, 4096> rest{};
-    while (true) {
-        const ssize_t count = ::read(in, rest.data(), rest.size());
-        if (count <= 0 && errno != EINTR)
-            return;
-    }
 }
 
 }  // namespace relay_hub::engine

@@ -37,9 +37,10 @@ class EngineServer {
     [[nodiscard]] bool ended() const { return ended_; }
 
   private:
-    void serve_client(int in);
-    void answer(int out, const std::string& request);
-    void drain(int in) const;
+    // What both return: 0, EPIPE when the client left without a word, or another errno value.
+    int read_request(int in, std::string& body);
+    int open_answer_end(int in, const PipeWaiter& waiter);
+    void answer(const std::string& request);
 
     const ServerSettings settings_;
     const std::string in_path_;
@@ -48,8 +49,12 @@ class EngineServer {
     FrontEndLink& front_end_;
     StopEvent& stop_;
     bool owns_pipes_ = false;
-    // Held open for reading, so that a client that writes between two rounds never writes to nobody.
-    FileDescriptor keeper_;
+    FileDescriptor pipe_;  // names the pipe of the requests for stop(), whatever happens to its path
+    // Both are open while a client is awaited and until its request has been read, so that one that comes
+    // just then neither writes to nobody nor takes another's end for its own. During a request nobody else
+    // gets in.
+    FileDescriptor keeper_;               // a reader of requests
+    FileDescriptor out_;                  // the answers; opened once there is a reader
     std::optional<ReaderWatch> clients_;  // who reads the answers
     std::atomic<bool> ended_{false};
 };

@@ -154,7 +154,7 @@ TEST_F(Handling, CopiesBothWays) {
 }
 
 TEST_F(Handling, AListNeverOutgrowsTheFrontEndsBuffer) {
-    std::vector<Entry> entries(60000);
+    std::vector<Entry> entries(90000);
     for (std::size_t i = 0; i < entries.size(); ++i)
         entries[i].name = std::string(30, 'n') + std::to_string(i);
     const std::string answer = file_list_text(entries, Style::kWindows, kLongestAnswer);
