@@ -177,9 +177,6 @@ bool pause_before_retry() {
 }
 
 bool may_retry() {
-    const AbandonToken* token = current_abandon_token();
-    if (token && token->abandoned())
-        return false;
     return file_list_retries.fetch_add(1) < kFileListRetries && pause_before_retry();
 }
 

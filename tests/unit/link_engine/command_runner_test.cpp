@@ -1,0 +1,311 @@
+#include "link_engine/command_runner.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <gtk/gtk.h>
+#include <sys/resource.h>
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+
+#include "fake_engine.h"
+#include "link_engine/answer_slot.h"
+#include "link_engine/cancel_grace.h"
+#include "link_engine/engine_callbacks.h"
+#include "link_engine/request_builders.h"
+#include "link_engine/transfer_state.h"
+#include "util/user_questions.h"
+
+namespace relay_hub::test {
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+std::string read_text;  // what the last reader found
+int reads = 0;
+
+int read_slot(__send_args*) {
+    ++reads;
+    const char* text = get_xml_string();
+    read_text = text ? text : "(none)";
+    return 7;
+}
+
+// Runs action on the window's thread, from the main loop, once ready holds.
+class WhenReady {
+  public:
+    WhenReady(std::function<bool()> ready, std::function<void()> action)
+        : ready_(std::move(ready)), action_(std::move(action)), source_(g_timeout_add(5, tick, this)) {}
+    ~WhenReady() {
+        if (source_ != 0)
+            g_source_remove(source_);
+    }
+    WhenReady(const WhenReady&) = delete;
+    WhenReady& operator=(const WhenReady&) = delete;
+
+  private:
+    static gboolean tick(gpointer data) {
+        auto& self = *static_cast<WhenReady*>(data);
+        if (!self.ready_())
+            return G_SOURCE_CONTINUE;
+        self.source_ = 0;
+        self.action_();
+        return G_SOURCE_REMOVE;
+    }
+    std::function<bool()> ready_;
+    std::function<void()> action_;
+    guint source_;
+};
+
+class CommandRunner : public testing::Test {
+  protected:
+    CommandRunner() {
+        CleanUpInformationVar();
+        reads = 0;
+        read_text.clear();
+    }
+    ~CommandRunner() override {
+        accept_requests_again();
+        accept_confirmations_again();
+        set_cancel_grace_for_tests(kCancelGrace);
+        set_callback_handlers({});
+        release_xml_string();
+    }
+    __send_args args_;
+};
+
+int start_answering(void* args) {
+    set_xml_string("outer");
+    set_atomic(&static_cast<__send_args*>(args)->state, kStateFinished);
+    return 0;
+}
+
+// Ends once the test has set the time limit of its block to 0.
+int start_waiting_for_test(void* args) {
+    auto* block = static_cast<__send_args*>(args);
+    wait_for([block] { return get_atomic(&block->command_code) == 100; });
+    return start_answering(args);
+}
+
+TEST_F(CommandRunner, NestedRunsReadTheirOwnAnswersAndTheSlotSurvives) {
+    FakeEngine engine([](const std::string&) { return "inner"; });
+    std::vector<std::string> texts;
+    set_xml_string("before");
+    const WhenReady nested([] { return true; },
+                           [&] {
+                               __send_args block;
+                               EXPECT_EQ(
+                                   send_command_t(set_NP_VAL_CMD_CHECK_FOR_HEARTBEAT, read_slot, &block), 7);
+                               texts.push_back(read_text);
+                               set_atomic(&args_.command_code, 100);
+                           });
+    EXPECT_EQ(send_command_t(start_waiting_for_test, read_slot, &args_), 7);
+    texts.push_back(read_text);
+    EXPECT_THAT(texts, testing::ElementsAre("inner", "outer"));
+    EXPECT_STREQ(get_xml_string(), "before");
+    EXPECT_EQ(send_command_t(start_answering, nullptr, &args_), 0);
+}
+
+TEST_F(CommandRunner, ATimeLimitEndsASilentRequestWithoutSpinning) {
+    FakeEngine engine([](const std::string&) { return std::nullopt; });
+    args_.timeout_seconds = 0;
+    args_.command_code = kCodeHeartbeat;
+    testing::internal::CaptureStdout();
+    rusage before = {};
+    getrusage(RUSAGE_THREAD, &before);
+    EXPECT_EQ(send_command_t(set_NP_VAL_CMD_CHECK_FOR_HEARTBEAT, read_slot, &args_), 7);
+    rusage after = {};
+    getrusage(RUSAGE_THREAD, &after);
+    EXPECT_THAT(testing::internal::GetCapturedStdout(),
+                testing::ContainsRegex("monitor NP_VAL_CMD_CHECK_FOR_HEARTBEAT\tsecond:[12].00\n"
+                                       "(.*\n)*terminated of thread!\n"));
+    EXPECT_EQ(read_text, "");
+    EXPECT_EQ(args_.state, kStateFinished);
+    EXPECT_EQ(after.ru_utime.tv_sec - before.ru_utime.tv_sec, 0);
+    EXPECT_LT(after.ru_utime.tv_usec - before.ru_utime.tv_usec, 300000) << "the second's wait spins";
+}
+
+TEST_F(CommandRunner, AbandoningGivesUpTheInnermostRequest) {
+    FakeEngine engine([](const std::string&) { return std::nullopt; });
+    const WhenReady closing([&] { return engine.frames().size() == 1; }, abandon_current_request);
+    EXPECT_EQ(send_command_t(set_NP_VAL_CMD_RENAME, read_slot, &args_), 7);
+    EXPECT_EQ(read_text, "");
+    EXPECT_EQ(args_.state, kStateFinished);
+}
+
+int start_without_state(void*) {
+    return 0;
+}
+
+TEST_F(CommandRunner, AClosingProgramEndsRunningAndLaterRequests) {
+    const WhenReady closing([] { return true; }, abandon_all_requests);
+    EXPECT_EQ(send_command_t(start_without_state, read_slot, &args_), 7);
+    EXPECT_EQ(read_text, "(none)");
+    FakeEngine engine([](const std::string&) { return "answer"; });
+    EXPECT_EQ(send_command_t(set_NP_VAL_CMD_RENAME, read_slot, &args_), 7);
+    EXPECT_EQ(read_text, "(none)");
+    accept_requests_again();
+    args_.state = TASK_CANCEL;
+    EXPECT_EQ(send_command_t(set_NP_VAL_CMD_RENAME, read_slot, &args_), 7);
+    EXPECT_EQ(read_text, "(none)") << "a request that was cancelled before it began is not sent";
+    EXPECT_TRUE(engine.frames().empty());
+}
+
+TEST_F(CommandRunner, CancelLeavesAHungEngineButWaitsForALivingOne) {
+    const Listener listener;
+    set_cancel_grace_for_tests(100ms);
+    for (const bool living : {false, true}) {
+        FakeEngine engine([&](const std::string&) -> std::optional<std::string> {
+            if (!living || !wait_for([&] { return get_atomic(&args_.state) == TASK_CANCEL; }))
+                return std::nullopt;
+            for (const auto end = Clock::now() + 400ms; Clock::now() < end;)
+                (void)listener.call_back(
+                    "<ZEVMSG><NP_Cmd>NP_Cmd_Check_For_User_Click_Cancel</NP_Cmd></ZEVMSG>");
+            return "cancelled";
+        });
+        args_.state = kStateRunning;
+        const WhenReady cancel([&] { return engine.frames().size() == 1; },
+                               [&] { cancel_atomic(&args_.state); });
+        send_command_t(set_NP_VAL_CMD_RENAME, read_slot, &args_);
+        EXPECT_EQ(read_text, living ? "cancelled" : "");
+    }
+}
+
+int asked = 0;
+int response = 0;
+std::string question;
+GtkWidget* asked_over = nullptr;
+
+int answer_question(GtkWidget* parent, const char* message) {
+    ++asked;
+    asked_over = parent;
+    question = message;
+    return response;
+}
+
+constexpr char kQuestion[] =
+    "<ZEVMSG><NP_Cmd>NP_Cmd_Get_Confirmation_For_Copy</NP_Cmd>"
+    "<NP_Copy_Confirmation_Message>a &dq;b&dq; %s?</NP_Copy_Confirmation_Message></ZEVMSG>";
+
+struct ConfirmationRow {
+    int response;
+    std::string answer;
+    int questions;  // out of two
+    int state;
+};
+
+TEST_F(CommandRunner, QuestionsAreServedForTheCopyWhicheverRunTurnsTheLoop) {
+    const ConfirmationRow rows[] = {
+        {REQUEST_YES, "<NP_Copy_Confirmation_Yes>Y</NP_Copy_Confirmation_Yes>", 2, kStateFinished},
+        {REQUEST_NO, "<NP_Copy_Confirmation_No>Y</NP_Copy_Confirmation_No>", 2, kStateFinished},
+        {REQUEST_ALL, "<NP_Copy_Confirmation_Replace_All>Y</NP_Copy_Confirmation_Replace_All>", 1,
+         kStateFinished},
+        {REQUEST_CANCEL, "<NP_Copy_Confirmation_Cancel>Y</NP_Copy_Confirmation_Cancel>", 2, TASK_CANCEL},
+        {-4, "", 2, kStateFinished}};
+    const Listener listener;
+    set_callback_handlers({.ask_overwrite = answer_question});
+    for (const ConfirmationRow& row : rows) {
+        SCOPED_TRACE(row.response);
+        CleanUpInformationVar();
+        asked = 0;
+        response = row.response;
+        std::atomic<bool> nested = false;
+        std::string answers;
+        FakeEngine engine([&](const std::string& request) {
+            if (request.find("NP_Cmd_Remote_to_Local") == std::string::npos)
+                return "probe";
+            wait_for([&] { return nested.load(); });
+            answers = listener.call_back(kQuestion) + listener.call_back(kQuestion);
+            return "copied";
+        });
+        __send_args copy;
+        copy.parent_window = reinterpret_cast<GtkWidget*>(&copy);
+        const WhenReady probe([&] { return engine.frames().size() == 1; },
+                              [&] {
+                                  __send_args block;
+                                  nested = true;
+                                  send_command_t(set_NP_VAL_CMD_CHECK_REMOTE_ONLINE, read_slot, &block);
+                                  EXPECT_EQ(read_text, "probe");
+                              });
+        send_command_t(set_NP_VAL_CMD_COPY_REMOTE_TO_LOCAL, read_slot, &copy);
+        EXPECT_EQ(read_text, "copied");
+        const std::string answer = "<ZEVMSG>" + row.answer + "</ZEVMSG>";
+        EXPECT_EQ(answers, answer + answer);
+        EXPECT_EQ(asked, row.questions);
+        EXPECT_EQ(question, "a \"b\" %s?");
+        EXPECT_EQ(asked_over, copy.parent_window);
+        EXPECT_EQ(copy.state, row.state);
+    }
+}
+
+std::atomic<bool> engine_answered = false;
+
+int close_program_while_asked(GtkWidget*, const char*) {
+    end_confirmations();
+    EXPECT_TRUE(wait_for([] { return engine_answered.load(); }));
+    return REQUEST_YES;
+}
+
+TEST_F(CommandRunner, AQuestionNeverHoldsTheListenerWhenNobodyCanAnswer) {
+    const Listener listener;
+    const std::string none = "<ZEVMSG></ZEVMSG>";
+    EXPECT_EQ(listener.call_back(kQuestion), none) << "no request runs";
+    set_callback_handlers({.ask_overwrite = close_program_while_asked});
+    std::string answer;
+    FakeEngine engine([&](const std::string&) {
+        answer = listener.call_back(kQuestion);
+        engine_answered = true;
+        return "copied";
+    });
+    send_command_t(set_NP_VAL_CMD_COPY_LOCAL_TO_REMOTE, read_slot, &args_);
+    EXPECT_EQ(answer, none) << "the program closes";
+    EXPECT_EQ(listener.call_back(kQuestion), none);
+}
+
+sigset_t worker_mask;
+
+int start_reading_mask(void* args) {
+    pthread_sigmask(SIG_SETMASK, nullptr, &worker_mask);
+    return start_answering(args);
+}
+
+TEST_F(CommandRunner, WorkersTakeNoSignalButAFault) {
+    send_command_t(start_reading_mask, nullptr, &args_);
+    for (const int signal : {SIGCHLD, SIGINT, SIGTERM, SIGUSR1, SIGUSR2})
+        EXPECT_EQ(sigismember(&worker_mask, signal), 1) << signal;
+    EXPECT_EQ(sigismember(&worker_mask, SIGSEGV), 0);
+    pthread_sigmask(SIG_SETMASK, nullptr, &worker_mask);
+    EXPECT_EQ(sigismember(&worker_mask, SIGTERM), 0) << "the window's thread keeps its own mask";
+}
+
+int answer_from_child(void* data) {
+    *static_cast<int*>(data) = 42;
+    return 4711;
+}
+
+int read_from_child(void* data) {
+    return *static_cast<int*>(data) + get_shared_mem_id();
+}
+
+TEST(ProcessRunner, AChildAnswersThroughSharedMemory) {
+    int id = 0;
+    auto* words = static_cast<int*>(create_shared_memory(IPC_PRIVATE, 2 * sizeof(int), &id));
+    ASSERT_NE(words, nullptr);
+    void* again = attache_shared_memory(id);
+    EXPECT_EQ(shmdt(static_cast<char*>(again) - 1), 0);
+    g_shm_id_ptr = words;
+    EXPECT_EQ(send_command(answer_from_child, read_from_child, words + 1), 4753);
+    g_shm_id_ptr = nullptr;
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "the child was reaped";
+    EXPECT_EQ(destroy_shared_memory(words, id), 0);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(attache_shared_memory(id), nullptr);
+    EXPECT_EQ(create_shared_memory(IPC_PRIVATE, 0, &id), nullptr);
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                testing::ContainsRegex("FUNC:create_shared_memory.*error code:22.*; mem_size:0\n"));
+}
+
+}  // namespace
+}  // namespace relay_hub::test

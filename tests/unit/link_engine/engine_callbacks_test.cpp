@@ -1,0 +1,134 @@
+#include "link_engine/engine_callbacks.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "fake_engine.h"
+#include "link_engine/transfer_state.h"
+
+namespace relay_hub::test {
+namespace {
+
+struct CallbackRow {
+    const char* name;
+    std::string body;
+    std::string answer;
+    void (*prepare)();
+    void (*check)();
+};
+
+int offline_calls = 0;
+
+std::string message(const std::string& command, const std::string& fields = "") {
+    return command_body("<ZEVMSG><NP_Cmd>NP_Cmd_" + command + "</NP_Cmd>" + fields + "</ZEVMSG>");
+}
+
+void nothing() {}
+
+TEST(EngineCallbacks, EveryAnswerHasItsExactBytes) {
+    const CallbackRow rows[] = {
+        {"no cancel", message("Check_For_User_Click_Cancel"),
+         "<ZEVMSG><NP_User_Click_Cancel>N</NP_User_Click_Cancel></ZEVMSG>", nothing,
+         [] { EXPECT_EQ(get_change_flag(), 4); }},
+        {"cancel", message("Check_For_User_Click_Cancel"),
+         "<ZEVMSG><NP_User_Click_Cancel>Y</NP_User_Click_Cancel></ZEVMSG>", [] { SetUserClickCancel('Y'); },
+         nothing},
+        {"progress",
+         message("Copy_Progress_Status_Notify",
+                 "<NP_Copy_Process_Progress_Info>C:\\a &amp; \xC3\xA9</NP_Copy_Process_Progress_Info>"
+                 "<NP_Copy_Process_Elasp_Time>00:01</NP_Copy_Process_Elasp_Time>"
+                 "<NP_Copy_Process_Progress_Bar_Total>1e999</NP_Copy_Process_Progress_Bar_Total>"
+                 "<NP_Copy_Process_Progress_Bar_Current>12.5%</NP_Copy_Process_Progress_Bar_Current>"),
+         "", nothing,
+         [] {
+             const TransferSnapshot now = transfer_snapshot();
+             EXPECT_EQ(now.progress_info, "C:\\a & \xC3\xA9");
+             EXPECT_EQ(now.elapsed_time, "00:01");
+             EXPECT_EQ(now.current, 12.5F);
+             EXPECT_EQ(now.total, 0) << "an infinite total cannot be shown";
+             EXPECT_FALSE(now.being_written);
+         }},
+        {"progress while one is written",
+         message("Copy_Progress_Status_Notify", "<NP_Copy_Process_Elasp_Time>9</NP_Copy_Process_Elasp_Time>"),
+         "", [] { SetEnableInformation(1); }, [] { EXPECT_EQ(GetProcessElapseTime(), ""); }},
+        {"box", message("Show_Message_Box", "<NP_Message_Box_Content>%s &lt;b&gt;</NP_Message_Box_Content>"),
+         "", nothing, [] { EXPECT_EQ(GetShowMessageBox(), "%s <b>"); }},
+        {"remote request", message("Handle_Remote_Request"), "<ZEVMSG><T1>NP_Exe_Result_Fail</T1></ZEVMSG>",
+         nothing, nothing},
+        {"offline", message("Remote_Is_Offline"), "<ZEVMSG><T1>NP_Exe_Result_Success</T1></ZEVMSG>", nothing,
+         [] {
+             EXPECT_EQ(offline_calls, 1);
+             EXPECT_EQ(get_offline_interrupt(), 1);
+         }},
+        {"unknown", message("Else"), "", nothing, nothing},
+        {"not a document", command_body("<<<"), "", nothing, nothing},
+        {"no marker", std::string("\xBA\x33\x78\xA9\x00\x01", 6) + "<ZEVMSG></ZEVMSG>", "", nothing,
+         nothing}};
+    const Listener listener;
+    set_callback_handlers({.remote_offline = [] { ++offline_calls; }});
+    for (const CallbackRow& row : rows) {
+        SCOPED_TRACE(row.name);
+        CleanUpInformationVar();
+        row.prepare();
+        std::string padded = row.answer;
+        padded.resize(Listener::kAnswerSize, '\0');
+        EXPECT_EQ(listener.exchange(frame_of(row.body)), frame_of(padded));
+        row.check();
+    }
+    set_callback_handlers({});
+    set_offline_interrupt(0);
+}
+
+TEST(EngineCallbacks, AnswersThatDoNotFitAndShortBodiesLeaveTheBufferAlone) {
+    std::string body = message("Handle_Remote_Request");
+    const std::size_t needed = std::string("<ZEVMSG><T1>NP_Exe_Result_Fail</T1></ZEVMSG>").size() + 1;
+    for (const std::size_t size : {needed, needed + 1}) {
+        std::string answer(size, '\0');
+        EXPECT_EQ(ServiceProvider(body.data(), static_cast<unsigned int>(body.size()), answer.data(),
+                                  static_cast<unsigned int>(size)),
+                  1U);
+        EXPECT_EQ(answer[0], size == needed ? '\0' : '<');
+    }
+    char marker[] = "\xC9\xBB";
+    EXPECT_EQ(ServiceProvider(marker, 2, nullptr, 0), 1U);
+    EXPECT_EQ(ServiceProvider(marker, 0, nullptr, 0), 0U);
+}
+
+struct TextRow {
+    std::size_t length;
+    std::size_t message_length;
+    std::size_t confirm_length;  // what the field behind then holds
+};
+
+TEST(TransferState, LongTextsRunOnIntoTheFieldBehindAndLongerOnesAreDropped) {
+    for (const TextRow& row : {TextRow{1023, 1023, 0}, {1500, 1500, 476}, {2047, 2047, 1023}, {2048, 0, 0}}) {
+        CleanUpInformationVar();
+        SetShowMessageBox(std::string(row.length, 'm').c_str());
+        EXPECT_EQ(GetDialogMessage().size(), row.message_length);
+        EXPECT_EQ(GetConfirmMessage().size(), row.confirm_length);
+    }
+    CleanUpInformationVar();
+    SetConfirmMessage(std::string(2047, 'Y').c_str());
+    EXPECT_EQ(GetConfirmMessage().size(), 2047U);
+    EXPECT_EQ(IsUserClickCancel(), -1) << "the cancel flag stands behind the text";
+    SetConfirmMessage(nullptr);
+    EXPECT_EQ(GetConfirmMessage(), "");
+    CleanUpInformationVar();
+    EXPECT_EQ(IsUserClickCancel(), 0);
+    EXPECT_EQ(GetConfirmValue(), kConfirmNone);
+}
+
+TEST(TransferState, SettersKeepOnlyKnownValues) {
+    for (int value = -1; value <= 7; ++value) {
+        SetConfirmValue(value);
+        EXPECT_EQ(GetConfirmValue(), value >= 1 && value <= 4 ? value : 0);
+        SetInformationRequest(value);
+        EXPECT_EQ(GetInformationRequest(), value == 1 || value == 2 ? value : 0);
+        SetEnableInformation(value);
+        EXPECT_EQ(IsEnableInformation(), value == 1 ? 1 : 0);
+    }
+    CleanUpInformationVar();
+}
+
+}  // namespace
+}  // namespace relay_hub::test

@@ -1,0 +1,261 @@
+#include "link_engine/request_builders.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <atomic>
+#include <chrono>
+#include <clocale>
+#include <fstream>
+#include <thread>
+
+#include "fake_engine.h"
+#include "link_engine/answer_slot.h"
+#include "link_engine/send_args.h"
+#include "name_pipe/abandon.h"
+#include "name_pipe/name_pipe_base.h"
+#include "util/path_time_text.h"
+
+namespace relay_hub::test {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr char kName[] = "C:\\a&b<c>\"d'\xC3\xA9\xF0\x9F\x98\x80";
+constexpr char kNameOnWire[] = "C:\\a&amp;b&lt;c&gt;&dq;d'\xC3\xA9\xF0\x9F\x98\x80";
+constexpr char kNameHex[] =
+    "43003A005C00610026006200"
+    "3C0063003E00220064002700E90001F6";
+
+__send_args nasty_args() {
+    const std::string hex = kNameHex;
+    __send_args args;
+    args.list_path = args.source_path = kName;
+    args.list_path_hex = args.source_path_hex = hex;
+    args.target_path = "/to & fro";
+    args.target_path_hex = "TARGET";
+    args.item_paths = {kName, "C:\\folder", "C:\\odd", "C:\\untyped"};
+    args.item_paths_hex = {hex, "FOLDER", "ODD", "UNTYPED"};
+    args.item_types = {0, 1, 2};
+    args.item_sizes = {"5000000000", "2147483648"};
+    args.item_creation_times = {"132000000000000001", "1"};
+    args.item_access_times = {"4294967296", "2"};
+    args.item_modification_times = {"4294967295"};
+    return args;
+}
+
+std::string fill(std::string text) {
+    const std::pair<std::string, std::string> words[] = {{"{name}", kNameOnWire}, {"{hex}", kNameHex}};
+    for (const auto& [word, value] : words)
+        for (std::size_t at = 0; (at = text.find(word)) != std::string::npos;)
+            text.replace(at, word.size(), value);
+    return text;
+}
+
+// A text of an embedded document as it stands on the wire, from name and value pairs.
+std::string embedded(std::initializer_list<std::pair<const char*, std::string>> fields) {
+    std::string text = "<TL>&lt;ZEVMSG&gt;";
+    for (const auto& [name, value] : fields)
+        text += std::string("&lt;") + name + "&gt;" + value + "&lt;/" + name + "&gt;";
+    return text + "&lt;/ZEVMSG&gt;</TL>";
+}
+
+std::string remote_to_local_records() {
+    const std::string target = "<T9>/to &amp; fro</T9><TB>TARGET</TB>";
+    return "<T8><Line><TA>{name}</TA><TC>{hex}</TC>" + target +
+           embedded({{"TN", "0"},
+                     {"TZ", "1"},
+                     {"TZ1", "705032704"},
+                     {"TP", "30733"},
+                     {"TQ", "1836941313"},
+                     {"TS", "1"},
+                     {"TT", "0"},
+                     {"TV", "0"},
+                     {"TW", "-1"}}) +
+           "</Line><Line><TA>C:\\folder</TA><TC>FOLDER</TC>" + target +
+           embedded({{"TN", "16"},
+                     {"TZ", "0"},
+                     {"TZ1", "-2147483648"},
+                     {"TP", "0"},
+                     {"TQ", "1"},
+                     {"TS", "0"},
+                     {"TT", "2"},
+                     {"TV", "0"},
+                     {"TW", "0"}}) +
+           "</Line><Line><TA>C:\\odd</TA><TC>ODD</TC>" + target +
+           embedded({{"TN", "16"}, {"TZ", "0"}, {"TZ1", "-2147483648"}}) + "</Line></T8>";
+}
+
+struct RequestRow {
+    int (*build)(void*);
+    const char* command;
+    std::string fields;
+    const char* sent;      // what stands before the request on standard output
+    const char* received;  // the same for the answer; null when none is awaited
+};
+
+std::string bracketed(const char* prefix, const std::string& text) {
+    return *prefix == '\0' ? text + "\n" : std::string("NP_VAL_CMD_") + prefix + ":[ " + text + " ]\n";
+}
+
+TEST(RequestBuilders, EveryRequestHasItsExactBytesAndTraces) {
+    std::setlocale(LC_CTYPE, "C.UTF-8");
+    ASSERT_EQ(unicode_hex(kName), kNameHex);
+    const std::string path = "<TG>{name}</TG><TF>{hex}</TF>";
+    const RequestRow rows[] = {
+        {set_NP_VAL_CMD_GET_FILE_LIST, "NP_Cmd_Get_File_List", path, "GET_FILE_LIST Send",
+         "GET_FILE_LIST Receive"},
+        {set_NP_VAL_CMD_GET_DRIVER_LIST, "NP_Cmd_Get_Driver_List", "", "GET_DRIVER_LIST Send",
+         "GET_DRIVER_LIST Receive"},
+        {set_NP_VAL_CMD_GET_REMOTE_SPECIAL_PATH, "NP_Cmd_Get_Remote_Special_Path", "",
+         "GET_REMOTE_SPECIAL_PATH Send", "GET_REMOTE_SPECIAL_PATH Receive"},
+        {set_NP_VAL_CMD_RENAME, "NP_Cmd_Rename", "<TJ>{hex}</TJ><TK>TARGET</TK>", "RENAME Send",
+         "RENAME Receive"},
+        {set_NP_VAL_CMD_DELETE_FILE, "NP_Cmd_Delete_File", path, "DELETE_FILE Send", "DELETE_FILE Receive"},
+        {set_NP_VAL_CMD_DELETE_FOLDER, "NP_Cmd_Delete_Folder", path, "DELETE_FOLDER Send",
+         "DELETE_FOLDER Receive"},
+        {set_NP_VAL_CMD_MOVE_FILE_TO_TRASH, "NP_Cmd_Move_File_To_Trash",
+         "<T8><Line><TF>{hex}</TF></Line><Line><TF>FOLDER</TF></Line><Line><TF>ODD</TF></Line>"
+         "<Line><TF>UNTYPED</TF></Line></T8>",
+         "MOVE_FILE_TO_TRASH Sender", "MOVE_FILE_TO_TRASH Receive"},
+        {set_NP_VAL_CMD_CREATE_FOLDER, "NP_Cmd_Create_Folder", path, "CREATE_FOLDER Receive",
+         "CREATE_FOLDER Receive"},
+        {set_NP_VAL_CMD_EXIT_LINK_ENGINE, "NP_Cmd_Exit_Link_Engine", "", "", nullptr},
+        {set_NP_VAL_CMD_COPY_REMOTE_TO_LOCAL, "NP_Cmd_Remote_to_Local", remote_to_local_records(),
+         "COPY_REMOTE_TO_LOCAL Send", "COPY_REMOTE_TO_LOCAL Receive"},
+        {set_NP_VAL_CMD_CHECK_CONNECTION_STATUS, "NP_Cmd_Check_Connection_Status", "",
+         "CHECK_CONNECTION_STATUS Send", "CHECK_CONNECTION_STATUS Receive"},
+        {set_NP_VAL_CMD_CHECK_REMOTE_ONLINE, "NP_Cmd_Check_Remote_Online", "", "CHECK_REMOTE_ONLINE Send",
+         "CHECK_REMOTE_ONLINE Receive"},
+        {set_NP_VAL_CMD_CHECK_FOR_HEARTBEAT, "NP_Cmd_Check_For_Heartbeat", "", "",
+         "CHECK_FOR_HEARTBEAT Receive"}};
+    for (const RequestRow& row : rows) {
+        SCOPED_TRACE(row.command);
+        const std::string answer = "<ZEVMSG><T1>answer</T1></ZEVMSG>";
+        FakeEngine engine(
+            [&](const std::string&) { return row.received ? std::optional(answer) : std::nullopt; });
+        __send_args args = nasty_args();
+        release_xml_string();
+        testing::internal::CaptureStdout();
+        EXPECT_EQ(row.build(&args), 0);
+        const std::string printed = testing::internal::GetCapturedStdout();
+        ASSERT_TRUE(wait_for([&] { return engine.frames().size() == 1; }));
+        const std::string text =
+            fill(std::string("<ZEVMSG><NP_Cmd>") + row.command + "</NP_Cmd>" + row.fields + "</ZEVMSG>");
+        EXPECT_EQ(engine.frames()[0], frame_of(command_body(text)));
+        const std::string received = row.received ? bracketed(row.received, answer) : "";
+        EXPECT_EQ(printed, bracketed(row.sent, text) + received);
+        EXPECT_STREQ(get_xml_string(), row.received ? answer.c_str() : nullptr);
+        EXPECT_EQ(args.state, row.received ? kStateFinished : kStateRunning);
+    }
+}
+
+TEST(RequestBuilders, LocalItemsCarryTheirOwnStatusAndVanishedOnesZeros) {
+    const SandboxFolder folder;
+    const std::string file = folder.path("file");
+    std::ofstream(file) << "12345";
+    const timespec times[] = {{-1, 0}, {1700000000, 0}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, file.c_str(), times, 0), 0);
+    struct stat status = {};
+    ASSERT_EQ(::stat(file.c_str(), &status), 0);
+    FakeEngine engine([](const std::string&) { return "<ZEVMSG></ZEVMSG>"; });
+    __send_args args;
+    args.target_path = "C:\\";
+    args.target_path_hex = "HEX";
+    args.item_paths = {file, folder.path("gone"), "no hex form"};
+    args.item_paths_hex = {"F", "G"};
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(set_NP_VAL_CMD_COPY_LOCAL_TO_REMOTE(&args), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "[FILENAME:../src/link_engine/Zev_link_op.cpp][FUNC:get_file_stat][LINE:105][error code:2] >> "
+              "No such file or directory\n");
+    const std::string target = "<TA>C:\\</TA><TC>HEX</TC>";
+    const std::string text = "<ZEVMSG><NP_Cmd>NP_Cmd_Local_To_Remote</NP_Cmd><T8><Line><T9>" + file +
+                             "</T9><TB>F</TB>" + target +
+                             embedded({{"TN", "0"},
+                                       {"TZ", "0"},
+                                       {"TZ1", "5"},
+                                       {"TP", "0"},
+                                       {"TQ", std::to_string(status.st_ctime)},
+                                       {"TS", "-1"},
+                                       {"TT", "-1"},
+                                       {"TV", "0"},
+                                       {"TW", "1700000000"}}) +
+                             "</Line><Line><T9>" + args.item_paths[1] + "</T9><TB>G</TB>" + target +
+                             embedded({{"TN", "0"},
+                                       {"TZ", "0"},
+                                       {"TZ1", "0"},
+                                       {"TP", "0"},
+                                       {"TQ", "0"},
+                                       {"TS", "0"},
+                                       {"TT", "0"},
+                                       {"TV", "0"},
+                                       {"TW", "0"}}) +
+                             "</Line></T8></ZEVMSG>";
+    ASSERT_EQ(engine.frames().size(), 1U);
+    EXPECT_EQ(engine.frames()[0], frame_of(command_body(text)));
+    EXPECT_EQ(set_NP_VAL_CMD_COPY_LOCAL_TO_REMOTE(nullptr), -1);
+    EXPECT_EQ(engine.frames().size(), 1U);
+}
+
+TEST(RequestBuilders, ACancelledRequestIsNotSent) {
+    FakeEngine engine([](const std::string&) { return "<ZEVMSG></ZEVMSG>"; });
+    __send_args args;
+    args.state = TASK_CANCEL;
+    set_NP_VAL_CMD_RENAME(&args);
+    EXPECT_TRUE(engine.frames().empty());
+    EXPECT_STREQ(get_xml_string(), "");
+    EXPECT_EQ(args.state, TASK_CANCEL);
+}
+
+// Five bad answers spend the retries of the whole run; abandoning cuts each pause short.
+TEST(RequestBuilders, FileListRetriesAreSharedByTheRunAndAbandonable) {
+    reset_file_list_retries();
+    std::atomic<int> bad_answers = 1;
+    FakeEngine engine([&](const std::string&) { return bad_answers-- > 0 ? "" : "<ZEVMSG></ZEVMSG>"; });
+    __send_args args;
+    set_NP_VAL_CMD_GET_FILE_LIST(&args);
+    EXPECT_EQ(engine.frames().size(), 2U);
+    EXPECT_STREQ(get_xml_string(), "<ZEVMSG></ZEVMSG>");
+
+    bad_answers = 100;
+    const auto start = Clock::now();
+    for (std::size_t frames = 3; frames <= 6; ++frames) {
+        AbandonToken token;
+        std::thread worker([&] {
+            const AbandonScope scope(token);
+            set_NP_VAL_CMD_GET_FILE_LIST(&args);
+        });
+        EXPECT_TRUE(
+            wait_for([&] { return engine.frames().size() == frames && !channel_busy(command_pipe()); }));
+        token.abandon();
+        worker.join();
+    }
+    set_NP_VAL_CMD_GET_FILE_LIST(&args);
+    EXPECT_EQ(engine.frames().size(), 7U);
+    EXPECT_LT(Clock::now() - start, std::chrono::milliseconds(1500));
+    reset_file_list_retries();
+}
+
+TEST(RequestBuilders, TenTimesTheItemsTakeAboutTenTimesAsLong) {
+    const auto time_for = [](std::size_t items) {
+        __send_args args;
+        args.item_paths.assign(items, "C:\\Users\\someone\\Documents\\a name of the usual length.txt");
+        args.item_paths_hex.assign(items, std::string(220, 'A'));
+        args.item_types.assign(items, 0);
+        const auto start = Clock::now();
+        testing::internal::CaptureStdout();
+        set_NP_VAL_CMD_COPY_REMOTE_TO_LOCAL(&args);
+        testing::internal::GetCapturedStdout();
+        return std::chrono::duration<double>(Clock::now() - start).count();
+    };
+    const SandboxFolder nobody_serves;
+    set_command_pipe_for_tests(nobody_serves.path("none"));
+    time_for(100);
+    EXPECT_LT(time_for(10000), 40 * time_for(1000));
+    set_command_pipe_for_tests({});
+}
+
+}  // namespace
+}  // namespace relay_hub::test
