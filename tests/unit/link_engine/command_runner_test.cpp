@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <gtk/gtk.h>
 #include <sys/resource.h>
+#include <sys/shm.h>
+#include <sys/wait.h>
 
 #include <atomic>
 #include <chrono>
