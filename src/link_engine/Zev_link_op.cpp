@@ -2,9 +2,9 @@
 #include <glib-unix.h>
 #include <gtk/gtk.h>
 #include <sys/ipc.h>
-#include <sys/pidfd.h>
 #include <sys/resource.h>
 #include <sys/shm.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -32,7 +32,7 @@ int shared_memory_id = 0;
 // Wakes the main loop when a child process ends, and tells that it did.
 class ChildWatch {
   public:
-    explicit ChildWatch(pid_t child) : process_(::pidfd_open(child, 0)) {
+    explicit ChildWatch(pid_t child) : process_(static_cast<int>(::syscall(SYS_pidfd_open, child, 0))) {
         if (!process_) {
             relay_hub::report_error(RELAY_HUB_HERE, errno);
             return;
