@@ -35,30 +35,21 @@ int read_slot(__send_args*) {
     return 7;
 }
 
-// Runs action on the window's thread, from the main loop, once ready holds.
-class WhenReady {
-  public:
-    WhenReady(std::function<bool()> ready, std::function<void()> action)
-        : ready_(std::move(ready)), action_(std::move(action)), source_(g_timeout_add(5, tick, this)) {}
-    ~WhenReady() {
-        if (source_ != 0)
-            g_source_remove(source_);
+// Runs an action on the window's thread, from the main loop, once ready holds; must outlive the wait.
+struct WhenReady {
+    WhenReady(std::function<bool()> ready_condition, std::function<void()> ready_action)
+        : ready(std::move(ready_condition)), action(std::move(ready_action)) {
+        g_timeout_add(5, tick, this);
     }
-    WhenReady(const WhenReady&) = delete;
-    WhenReady& operator=(const WhenReady&) = delete;
-
-  private:
     static gboolean tick(gpointer data) {
-        auto& self = *static_cast<WhenReady*>(data);
-        if (!self.ready_())
+        const auto& self = *static_cast<WhenReady*>(data);
+        if (!self.ready())
             return G_SOURCE_CONTINUE;
-        self.source_ = 0;
-        self.action_();
+        self.action();
         return G_SOURCE_REMOVE;
     }
-    std::function<bool()> ready_;
-    std::function<void()> action_;
-    guint source_;
+    std::function<bool()> ready;
+    std::function<void()> action;
 };
 
 class CommandRunner : public testing::Test {
@@ -84,7 +75,7 @@ int start_answering(void* args) {
     return 0;
 }
 
-// Ends once the test has set the time limit of its block to 0.
+// Ends once the test has set the command code of its block to 100.
 int start_waiting_for_test(void* args) {
     auto* block = static_cast<__send_args*>(args);
     wait_for([block] { return get_atomic(&block->command_code) == 100; });

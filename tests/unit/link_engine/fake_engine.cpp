@@ -1,57 +1,52 @@
 #include "fake_engine.h"
 
 #include <fcntl.h>
-#include <poll.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdint>
-#include <cstring>
-#include <memory>
 #include <stdexcept>
 
 #include "link_engine/engine_callbacks.h"
 #include "link_engine/request_builders.h"
-#include "name_pipe/name_pipe_base.h"
+#include "name_pipe/fifo.h"
+#include "name_pipe/frame.h"
 
 namespace relay_hub::test {
 namespace {
 
-constexpr std::size_t kHeaderSize = 4;
+constexpr std::chrono::seconds kPatience{10};
 constexpr std::size_t kMarkerSize = 6;
 
-std::unique_ptr<CNamePipeBase> listener_object;
-
-FileDescriptor make_fifo(const std::string& path) {
-    if (::mkfifo(path.c_str(), 0600) != 0)
+FileDescriptor make_served_fifo(const std::string& path) {
+    if (!make_fifo(path))
         throw std::runtime_error("mkfifo " + path);
-    return FileDescriptor(::open(path.c_str(), O_RDWR | O_CLOEXEC));
+    return open_fifo(path, O_RDWR);
 }
 
-std::uint32_t length_in(const std::string& header) {
-    std::uint32_t length = 0;
-    std::memcpy(&length, header.data(), sizeof length);
-    return length;
+// The body of the next frame; nullopt when the wait was given up or the other side went away.
+std::optional<std::string> read_body(int fd, std::optional<std::chrono::milliseconds> first) {
+    FrameProgress progress;
+    std::string body;
+    const auto collect = [&body](std::string_view piece) {
+        body += piece;
+        return true;
+    };
+    const ReadEnd end = read_frame(fd, progress, {first, kPatience}, collect);
+    return end == ReadEnd::complete ? std::optional(body) : std::nullopt;
 }
 
 }  // namespace
 
 SandboxFolder::SandboxFolder() {
-    std::string name = "/tmp/relay-hub-test-XXXXXX";
-    if (!::mkdtemp(name.data()))
-        throw std::runtime_error("mkdtemp");
-    folder_ = name;
-}
-
-SandboxFolder::~SandboxFolder() {
-    std::filesystem::remove_all(folder_);
+    if (!::mkdtemp(folder_.data()))
+        throw std::runtime_error("mkdtemp " + folder_);
 }
 
 bool wait_for(const std::function<bool()>& done) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    const auto end = Clock::now() + kPatience;
     while (!done()) {
-        if (std::chrono::steady_clock::now() > end)
+        if (Clock::now() > end)
             return false;
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
@@ -59,9 +54,9 @@ bool wait_for(const std::function<bool()>& done) {
 }
 
 std::string frame_of(const std::string& body) {
-    const auto length = static_cast<std::uint32_t>(body.size());
-    std::string frame(kHeaderSize, '\0');
-    std::memcpy(frame.data(), &length, sizeof length);
+    std::string frame;
+    for (const unsigned int shift : {0U, 8U, 16U, 24U})
+        frame += static_cast<char>(body.size() >> shift);
     return frame + body;
 }
 
@@ -71,8 +66,8 @@ std::string command_body(const std::string& text) {
 
 FakeEngine::FakeEngine(Serve serve)
     : serve_(std::move(serve)),
-      in_(make_fifo(folder_.path("command_IN"))),
-      out_(make_fifo(folder_.path("command_OUT"))) {
+      in_(make_served_fifo(folder_.path("command_IN"))),
+      out_(make_served_fifo(folder_.path("command_OUT"))) {
     set_command_pipe_for_tests(folder_.path("command"));
     thread_ = std::thread([this] { run(); });
 }
@@ -88,63 +83,36 @@ std::vector<std::string> FakeEngine::frames() {
     return frames_;
 }
 
-bool FakeEngine::read_exactly(std::string& bytes, std::size_t size) const {
-    while (bytes.size() < size) {
-        pollfd waits[] = {{in_.get(), POLLIN, 0}, {stop_.descriptor(), POLLIN, 0}};
-        ::poll(waits, 2, -1);
-        if (stop_.abandoned())
-            return false;
-        std::string piece(size - bytes.size(), '\0');
-        const ssize_t got = ::read(in_.get(), piece.data(), piece.size());
-        if (got > 0)
-            bytes.append(piece, 0, static_cast<std::size_t>(got));
-    }
-    return true;
-}
-
 void FakeEngine::run() {
-    for (;;) {
-        std::string frame;
-        if (!read_exactly(frame, kHeaderSize) || !read_exactly(frame, kHeaderSize + length_in(frame)))
-            return;
+    const AbandonScope scope(stop_);
+    while (const auto body = read_body(in_.get(), {})) {
         {
             const std::lock_guard lock(mutex_);
-            frames_.push_back(frame);
+            frames_.push_back(frame_of(*body));
         }
-        if (const auto answer = serve_(frame.substr(kHeaderSize + kMarkerSize))) {
-            const std::string bytes = frame_of(*answer);
-            write_all(out_.get(), bytes.data(), bytes.size());
-        }
+        if (const auto answer = serve_(body->substr(kMarkerSize)))
+            write_bytes(out_.get(), frame_of(*answer), kPatience);
     }
 }
 
 Listener::Listener() : base_(folder_.path("notify")) {
     CNamePipeBase::SetupParam(base_.c_str(), kAnswerSize, kAnswerSize);
     CNamePipeBase::SetServiceProvider(ServiceProvider);
-    listener_object = std::make_unique<CNamePipeBase>();
-    listener_object->ListenForService();
+    service_.ListenForService();
     wait_for([this] { return ::access((base_ + "_OUT").c_str(), F_OK) == 0; });
-}
-
-Listener::~Listener() {
-    listener_object->ExitListenService();
-    listener_object.reset();
 }
 
 std::string Listener::exchange(const std::string& frame) const {
     const FileDescriptor in(::open((base_ + "_IN").c_str(), O_WRONLY | O_CLOEXEC));
-    const FileDescriptor out(::open((base_ + "_OUT").c_str(), O_RDONLY | O_CLOEXEC));
+    const FileDescriptor out = open_fifo(base_ + "_OUT", O_RDONLY);
     write_all(in.get(), frame.data(), frame.size());
-    std::string answer;
-    std::string piece(65536, '\0');
-    for (ssize_t got = 0; (got = ::read(out.get(), piece.data(), piece.size())) > 0;)
-        answer.append(piece, 0, static_cast<std::size_t>(got));
-    return answer;
+    const auto body = read_body(out.get(), kPatience);
+    return body ? frame_of(*body) : std::string();
 }
 
 std::string Listener::call_back(const std::string& text) const {
     const std::string answer = exchange(frame_of(command_body(text)));
-    return answer.size() <= kHeaderSize ? std::string() : std::string(answer.c_str() + kHeaderSize);
+    return answer.size() <= kFrameHeaderSize ? std::string() : answer.c_str() + kFrameHeaderSize;
 }
 
 }  // namespace relay_hub::test

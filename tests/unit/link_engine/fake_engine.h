@@ -1,6 +1,6 @@
 #pragma once
-// A link engine for tests: serves one command channel in a folder of its own, keeps the raw frames that it
-// received, and can call back into the front end. Everything it waits for ends when it is destroyed.
+// A link engine for tests: serves one command channel in a folder of its own and keeps the raw frames that
+// it received; and the front end's listener, called as an engine calls it.
 #include <filesystem>
 #include <functional>
 #include <mutex>
@@ -11,6 +11,7 @@
 
 #include "name_pipe/abandon.h"
 #include "name_pipe/file_descriptor.h"
+#include "name_pipe/name_pipe_base.h"
 
 namespace relay_hub::test {
 
@@ -20,11 +21,11 @@ class SandboxFolder {
     SandboxFolder();
     SandboxFolder(const SandboxFolder&) = delete;
     SandboxFolder& operator=(const SandboxFolder&) = delete;
-    ~SandboxFolder();
-    [[nodiscard]] std::string path(const std::string& name) const { return folder_ / name; }
+    ~SandboxFolder() { std::filesystem::remove_all(folder_); }
+    [[nodiscard]] std::string path(const std::string& name) const { return folder_ + "/" + name; }
 
   private:
-    std::filesystem::path folder_;
+    std::string folder_ = "/tmp/relay-hub-test-XXXXXX";
 };
 
 // Waits until done() holds; false after ten seconds.
@@ -46,7 +47,6 @@ class FakeEngine {
 
   private:
     void run();
-    bool read_exactly(std::string& bytes, std::size_t size) const;
 
     SandboxFolder folder_;
     Serve serve_;
@@ -65,8 +65,8 @@ class Listener {
     Listener();
     Listener(const Listener&) = delete;
     Listener& operator=(const Listener&) = delete;
-    ~Listener();
-    // Sends one frame as an engine does, and returns every byte that comes back until the channel closes.
+    ~Listener() { service_.ExitListenService(); }
+    // Sends one frame as an engine does, and returns the frame that comes back.
     [[nodiscard]] std::string exchange(const std::string& frame) const;
     // The text of the answer to a call-back.
     [[nodiscard]] std::string call_back(const std::string& text) const;
@@ -74,6 +74,7 @@ class Listener {
   private:
     SandboxFolder folder_;
     std::string base_;
+    CNamePipeBase service_;
 };
 
 }  // namespace relay_hub::test

@@ -89,52 +89,42 @@ std::string remote_to_local_records() {
 
 struct RequestRow {
     int (*build)(void*);
-    const char* command;
+    std::string command;
+    std::string log_name;
+    const char* sent_word;  // null: the request is printed alone
     std::string fields;
-    const char* sent;      // what stands before the request on standard output
-    const char* received;  // the same for the answer; null when none is awaited
 };
-
-std::string bracketed(const char* prefix, const std::string& text) {
-    return *prefix == '\0' ? text + "\n" : std::string("NP_VAL_CMD_") + prefix + ":[ " + text + " ]\n";
-}
 
 TEST(RequestBuilders, EveryRequestHasItsExactBytesAndTraces) {
     std::setlocale(LC_CTYPE, "C.UTF-8");
     ASSERT_EQ(unicode_hex(kName), kNameHex);
     const std::string path = "<TG>{name}</TG><TF>{hex}</TF>";
+    const std::string paths = "<TJ>{hex}</TJ><TK>TARGET</TK>";
+    const std::string items =
+        "<T8><Line><TF>{hex}</TF></Line><Line><TF>FOLDER</TF></Line>"
+        "<Line><TF>ODD</TF></Line><Line><TF>UNTYPED</TF></Line></T8>";
+    // clang-format off
     const RequestRow rows[] = {
-        {set_NP_VAL_CMD_GET_FILE_LIST, "NP_Cmd_Get_File_List", path, "GET_FILE_LIST Send",
-         "GET_FILE_LIST Receive"},
-        {set_NP_VAL_CMD_GET_DRIVER_LIST, "NP_Cmd_Get_Driver_List", "", "GET_DRIVER_LIST Send",
-         "GET_DRIVER_LIST Receive"},
-        {set_NP_VAL_CMD_GET_REMOTE_SPECIAL_PATH, "NP_Cmd_Get_Remote_Special_Path", "",
-         "GET_REMOTE_SPECIAL_PATH Send", "GET_REMOTE_SPECIAL_PATH Receive"},
-        {set_NP_VAL_CMD_RENAME, "NP_Cmd_Rename", "<TJ>{hex}</TJ><TK>TARGET</TK>", "RENAME Send",
-         "RENAME Receive"},
-        {set_NP_VAL_CMD_DELETE_FILE, "NP_Cmd_Delete_File", path, "DELETE_FILE Send", "DELETE_FILE Receive"},
-        {set_NP_VAL_CMD_DELETE_FOLDER, "NP_Cmd_Delete_Folder", path, "DELETE_FOLDER Send",
-         "DELETE_FOLDER Receive"},
-        {set_NP_VAL_CMD_MOVE_FILE_TO_TRASH, "NP_Cmd_Move_File_To_Trash",
-         "<T8><Line><TF>{hex}</TF></Line><Line><TF>FOLDER</TF></Line><Line><TF>ODD</TF></Line>"
-         "<Line><TF>UNTYPED</TF></Line></T8>",
-         "MOVE_FILE_TO_TRASH Sender", "MOVE_FILE_TO_TRASH Receive"},
-        {set_NP_VAL_CMD_CREATE_FOLDER, "NP_Cmd_Create_Folder", path, "CREATE_FOLDER Receive",
-         "CREATE_FOLDER Receive"},
-        {set_NP_VAL_CMD_EXIT_LINK_ENGINE, "NP_Cmd_Exit_Link_Engine", "", "", nullptr},
-        {set_NP_VAL_CMD_COPY_REMOTE_TO_LOCAL, "NP_Cmd_Remote_to_Local", remote_to_local_records(),
-         "COPY_REMOTE_TO_LOCAL Send", "COPY_REMOTE_TO_LOCAL Receive"},
-        {set_NP_VAL_CMD_CHECK_CONNECTION_STATUS, "NP_Cmd_Check_Connection_Status", "",
-         "CHECK_CONNECTION_STATUS Send", "CHECK_CONNECTION_STATUS Receive"},
-        {set_NP_VAL_CMD_CHECK_REMOTE_ONLINE, "NP_Cmd_Check_Remote_Online", "", "CHECK_REMOTE_ONLINE Send",
-         "CHECK_REMOTE_ONLINE Receive"},
-        {set_NP_VAL_CMD_CHECK_FOR_HEARTBEAT, "NP_Cmd_Check_For_Heartbeat", "", "",
-         "CHECK_FOR_HEARTBEAT Receive"}};
+        {set_NP_VAL_CMD_GET_FILE_LIST, "Get_File_List", "GET_FILE_LIST", "Send", path},
+        {set_NP_VAL_CMD_GET_DRIVER_LIST, "Get_Driver_List", "GET_DRIVER_LIST", "Send", ""},
+        {set_NP_VAL_CMD_GET_REMOTE_SPECIAL_PATH, "Get_Remote_Special_Path", "GET_REMOTE_SPECIAL_PATH", "Send", ""},
+        {set_NP_VAL_CMD_RENAME, "Rename", "RENAME", "Send", paths},
+        {set_NP_VAL_CMD_DELETE_FILE, "Delete_File", "DELETE_FILE", "Send", path},
+        {set_NP_VAL_CMD_DELETE_FOLDER, "Delete_Folder", "DELETE_FOLDER", "Send", path},
+        {set_NP_VAL_CMD_MOVE_FILE_TO_TRASH, "Move_File_To_Trash", "MOVE_FILE_TO_TRASH", "Sender", items},
+        {set_NP_VAL_CMD_CREATE_FOLDER, "Create_Folder", "CREATE_FOLDER", "Receive", path},
+        {set_NP_VAL_CMD_EXIT_LINK_ENGINE, "Exit_Link_Engine", "", nullptr, ""},
+        {set_NP_VAL_CMD_COPY_REMOTE_TO_LOCAL, "Remote_to_Local", "COPY_REMOTE_TO_LOCAL", "Send", remote_to_local_records()},
+        {set_NP_VAL_CMD_CHECK_CONNECTION_STATUS, "Check_Connection_Status", "CHECK_CONNECTION_STATUS", "Send", ""},
+        {set_NP_VAL_CMD_CHECK_REMOTE_ONLINE, "Check_Remote_Online", "CHECK_REMOTE_ONLINE", "Send", ""},
+        {set_NP_VAL_CMD_CHECK_FOR_HEARTBEAT, "Check_For_Heartbeat", "CHECK_FOR_HEARTBEAT", nullptr, ""}};
+    // clang-format on
     for (const RequestRow& row : rows) {
         SCOPED_TRACE(row.command);
+        const bool answered = !row.log_name.empty();
         const std::string answer = "<ZEVMSG><T1>answer</T1></ZEVMSG>";
         FakeEngine engine(
-            [&](const std::string&) { return row.received ? std::optional(answer) : std::nullopt; });
+            [&](const std::string&) { return answered ? std::optional(answer) : std::nullopt; });
         __send_args args = nasty_args();
         release_xml_string();
         testing::internal::CaptureStdout();
@@ -142,12 +132,15 @@ TEST(RequestBuilders, EveryRequestHasItsExactBytesAndTraces) {
         const std::string printed = testing::internal::GetCapturedStdout();
         ASSERT_TRUE(wait_for([&] { return engine.frames().size() == 1; }));
         const std::string text =
-            fill(std::string("<ZEVMSG><NP_Cmd>") + row.command + "</NP_Cmd>" + row.fields + "</ZEVMSG>");
+            fill("<ZEVMSG><NP_Cmd>NP_Cmd_" + row.command + "</NP_Cmd>" + row.fields + "</ZEVMSG>");
         EXPECT_EQ(engine.frames()[0], frame_of(command_body(text)));
-        const std::string received = row.received ? bracketed(row.received, answer) : "";
-        EXPECT_EQ(printed, bracketed(row.sent, text) + received);
-        EXPECT_STREQ(get_xml_string(), row.received ? answer.c_str() : nullptr);
-        EXPECT_EQ(args.state, row.received ? kStateFinished : kStateRunning);
+        const auto trace = [&row](const char* word, const std::string& shown) {
+            return "NP_VAL_CMD_" + row.log_name + " " + word + ":[ " + shown + " ]\n";
+        };
+        const std::string sent = row.sent_word ? trace(row.sent_word, text) : text + "\n";
+        EXPECT_EQ(printed, sent + (answered ? trace("Receive", answer) : ""));
+        EXPECT_STREQ(get_xml_string(), answered ? answer.c_str() : nullptr);
+        EXPECT_EQ(args.state, answered ? kStateFinished : kStateRunning);
     }
 }
 
