@@ -160,6 +160,8 @@ void on_popup_menu_copy(GtkWidget* item, gpointer tree_view) {
     if (side == nullptr)
         return;
     set_old_copy_path(relay_hub::current_folder(side));
+    if (relay_hub::is_remote(side))
+        std::puts("right_popup_menu_copy");
     act_on_side(item, tree_view, left_popup_menu_copy, right_popup_menu_copy);
 }
 

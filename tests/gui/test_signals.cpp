@@ -1,0 +1,64 @@
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <csignal>
+
+#include "link_engine/command_runner.h"
+#include "ui/signals.h"
+
+namespace {
+
+using testing::ExitedWithCode;
+
+constexpr int kStillRunning = 7;
+
+// Raises a signal as the system would; leaves with kStillRunning if the handler lets the process live.
+[[noreturn]] void receive(int number) {
+    dup2(STDERR_FILENO, STDOUT_FILENO);
+    handle_register();
+    errno = ENOENT;
+    raise(number);
+    _exit(kStillRunning);
+}
+
+struct Case {
+    int number;
+    int status;
+    const char* line;
+};
+
+class Signals : public testing::TestWithParam<Case> {};
+
+TEST_P(Signals, TellTheirNameAndEndTheProcessOrNot) {
+    EXPECT_EXIT(receive(GetParam().number), ExitedWithCode(GetParam().status), GetParam().line);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, Signals,
+    testing::Values(Case{SIGCHLD, kStillRunning, "^Relay Hub:signal_count:1\n$"},
+                    Case{SIGINT, 255, "^Relay Hub:SIGINT_handler\n$"},
+                    Case{SIGTERM, kStillRunning, "^Relay Hub:SIGTERM_handler\n$"},
+                    Case{SIGSEGV, 255,
+                         "^Relay Hub:SIGSEGV_handler >> .No such file or directory.\tcode:.2.\n$"},
+                    Case{SIGUSR1, kStillRunning, "^Relay Hub:SIGUSR1_handler\n$"},
+                    Case{SIGUSR2, kStillRunning, "^Relay Hub:SIGUSR2_handler\n$"}));
+
+TEST(SignalHandlers, RefuseASignalThatIsNotTheirs) {
+    for (const signal_entry& entry : signals) {
+        testing::internal::CaptureStderr();
+        entry.handler(SIGHUP);
+        EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                    testing::MatchesRegex("pid:.[0-9]+. >> This signal number:.1. not implement !!\n"))
+            << entry.number;
+    }
+}
+
+TEST(SignalHandlers, LeaveErrnoAlone) {
+    errno = EBADF;
+    testing::internal::CaptureStderr();
+    SIGUSR1_handler(SIGUSR1);
+    EXPECT_EQ(errno, EBADF);
+    testing::internal::GetCapturedStderr();
+}
+
+}  // namespace

@@ -1,0 +1,155 @@
+#include "gui/window_fixture.h"
+
+#include "side_function/copy_source.h"
+#include "tree_view_op/file_list_view.h"
+#include "ui/base/closing.h"
+#include "ui/link_status_monitor.h"
+#include "ui/main_window.h"
+
+namespace gui_test {
+
+MainWindowTest::MainWindowTest() {
+    relay_hub::reset_closing();
+    g_copy_source = kNothingCopied;
+    g_p_tree_view = nullptr;
+    new_zev_window();
+    visible_main_window();
+    visible_local_widget();
+    relay_hub::reset_link_monitor();
+    open_local(sandbox_.path());
+    run_until([] { return gtk_widget_get_mapped(local().tree_view) != FALSE; });
+}
+
+MainWindowTest::~MainWindowTest() {
+    if (GtkWidget* menu = open_menu())
+        gtk_menu_shell_cancel(GTK_MENU_SHELL(menu));
+    relay_hub::reset_link_monitor();
+    relay_hub::reset_main_window();
+    relay_hub::reset_closing();
+    run_pending();
+}
+
+void MainWindowTest::open_local(const std::string& folder) {
+    gtk_entry_set_text(GTK_ENTRY(local().path_entry), folder.c_str());
+    gtk_button_clicked(GTK_BUTTON(local().go_button));
+    run_pending();
+}
+
+void MainWindowTest::fill_remote(const std::string& folder,
+                                 const std::vector<std::vector<const char*>>& rows) {
+    relay_hub::show_online_view();
+    relay_hub::set_current_folder(&remote(), folder.c_str());
+    clean_tree_view(remote().tree_view);
+    for (const auto& row : rows) {
+        const bool is_folder = std::string(row.at(1)) == "1";
+        const std::string type = std::string(row.at(0)) == ".." ? ""
+                                 : is_folder                    ? "IDS_FH_FOLDER"
+                                                                : "IDS_FH_FILE";
+        const int columns[] = {kColumnIcon, kColumnName, kColumnType, kColumnKind, -1};
+        const char* texts[] = {is_folder ? "gtk-directory" : "gtk-file", row.at(0), type.c_str(), row.at(1)};
+        append_data(remote().tree_view, columns, texts);
+    }
+    run_until([] { return gtk_widget_get_mapped(remote().tree_view) != FALSE; });
+    run_pending();
+}
+
+namespace {
+
+template <typename Visit>
+void for_each_row(const __single& side, Visit visit) {
+    GtkTreeModel* model = gtk_tree_view_get_model(GTK_TREE_VIEW(side.tree_view));
+    GtkTreeIter iter;
+    for (gboolean more = gtk_tree_model_get_iter_first(model, &iter); more != FALSE;
+         more = gtk_tree_model_iter_next(model, &iter))
+        visit(model, &iter);
+}
+
+GtkTreeSelection* selection_of(const __single& side) {
+    return gtk_tree_view_get_selection(GTK_TREE_VIEW(side.tree_view));
+}
+
+}  // namespace
+
+std::vector<std::string> row_names(const __single& side) {
+    std::vector<std::string> names;
+    for_each_row(side, [&](GtkTreeModel* model, GtkTreeIter* iter) {
+        names.push_back(relay_hub::row_name(model, iter));
+    });
+    return names;
+}
+
+std::vector<std::string> selected_names(const __single& side) {
+    std::vector<std::string> names;
+    for_each_row(side, [&](GtkTreeModel* model, GtkTreeIter* iter) {
+        if (gtk_tree_selection_iter_is_selected(selection_of(side), iter) != FALSE)
+            names.push_back(relay_hub::row_name(model, iter));
+    });
+    return names;
+}
+
+void select_rows(const __single& side, const std::vector<int>& rows) {
+    gtk_tree_selection_unselect_all(selection_of(side));
+    for (const int row : rows) {
+        GtkTreePath* path = gtk_tree_path_new_from_indices(row, -1);
+        gtk_tree_selection_select_path(selection_of(side), path);
+        gtk_tree_path_free(path);
+    }
+}
+
+std::string printed(const std::function<void()>& action) {
+    testing::internal::CaptureStdout();
+    action();
+    return testing::internal::GetCapturedStdout();
+}
+
+bool mouse(const __single& side, GdkEventType type, guint button, int row, guint state) {
+    GtkTreeView* view = GTK_TREE_VIEW(side.tree_view);
+    run_pending();
+    GdkRectangle cell{0, gtk_tree_view_get_bin_window(view) != nullptr ? 100000 : 0, 10, 10};
+    if (row >= 0) {
+        GtkTreePath* path = gtk_tree_path_new_from_indices(row, -1);
+        gtk_tree_view_get_background_area(view, path, gtk_tree_view_get_column(view, 0), &cell);
+        gtk_tree_path_free(path);
+    }
+    GdkEvent* event = gdk_event_new(type);
+    event->button.window = GDK_WINDOW(g_object_ref(gtk_tree_view_get_bin_window(view)));
+    event->button.button = button;
+    event->button.state = state;
+    event->button.x = cell.x + cell.width / 2.0;
+    event->button.y = cell.y + cell.height / 2.0;
+    event->button.time = GDK_CURRENT_TIME;
+    const char* signal = type == GDK_BUTTON_RELEASE ? "button-release-event" : "button-press-event";
+    gboolean handled = FALSE;
+    g_signal_emit_by_name(view, signal, event, &handled);
+    gdk_event_free(event);
+    return handled != FALSE;
+}
+
+GtkWidget* open_menu() {
+    GList* windows = gtk_window_list_toplevels();
+    GtkWidget* found = nullptr;
+    for (const GList* node = windows; node != nullptr; node = node->next) {
+        GtkWidget* child = gtk_bin_get_child(GTK_BIN(node->data));
+        if (child != nullptr && GTK_IS_MENU(child) && gtk_widget_get_visible(child) != FALSE &&
+            gtk_widget_get_visible(GTK_WIDGET(node->data)) != FALSE &&
+            gtk_menu_get_attach_widget(GTK_MENU(child)) != nullptr &&
+            GTK_IS_TREE_VIEW(gtk_menu_get_attach_widget(GTK_MENU(child))))
+            found = child;
+    }
+    g_list_free(windows);
+    return found;
+}
+
+std::vector<std::string> menu_labels() {
+    std::vector<std::string> labels;
+    GtkWidget* menu = open_menu();
+    GList* items = menu != nullptr ? gtk_container_get_children(GTK_CONTAINER(menu)) : nullptr;
+    for (const GList* node = items; node != nullptr; node = node->next)
+        labels.emplace_back(GTK_IS_SEPARATOR_MENU_ITEM(node->data)
+                                ? "-"
+                                : gtk_menu_item_get_label(GTK_MENU_ITEM(node->data)));
+    g_list_free(items);
+    return labels;
+}
+
+}  // namespace gui_test

@@ -1,0 +1,42 @@
+#pragma once
+// The real main window, built and shown for each test, with the globals it touches set back afterwards. Tests
+// begin with the local pane in a folder of their own and the remote pane off line, its poll at rest.
+#include <gmock/gmock.h>
+
+#include <string>
+#include <vector>
+
+#include "gui/gui_fixture.h"
+#include "ui/base/ui_sets.h"
+
+namespace gui_test {
+
+class MainWindowTest : public testing::Test {
+  protected:
+    MainWindowTest();
+    ~MainWindowTest() override;
+
+    // Fills the remote list as if the engine had answered, and shows it.
+    void fill_remote(const std::string& folder, const std::vector<std::vector<const char*>>& rows);
+    void open_local(const std::string& folder);
+
+    [[nodiscard]] static __single& local() { return *get_UI_sets()->left_side; }
+    [[nodiscard]] static __single& remote() { return *get_UI_sets()->right_side; }
+
+    Sandbox sandbox_;
+};
+
+std::vector<std::string> row_names(const __single& side);
+std::vector<std::string> selected_names(const __single& side);
+void select_rows(const __single& side, const std::vector<int>& rows);
+// What the program printed on standard output while action ran.
+std::string printed(const std::function<void()>& action);
+
+// A mouse button event of the list, in the middle of a row; row -1 is the empty space below the rows.
+bool mouse(const __single& side, GdkEventType type, guint button, int row, guint state = 0);
+
+// The labels of the open context menu, "-" for a separator; empty when none is open.
+std::vector<std::string> menu_labels();
+GtkWidget* open_menu();
+
+}  // namespace gui_test
