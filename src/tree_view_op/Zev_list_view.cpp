@@ -41,12 +41,11 @@ constexpr ViewColumn kViewColumns[] = {
     {"CREATE TIME VALUE", false, kColumnCreatedValue, 150, false},
 };
 
-void dress_name_column(GtkTreeViewColumn* column, GtkCellRenderer* text) {
+void add_icon(GtkTreeViewColumn* column) {
     GtkCellRenderer* icon = gtk_cell_renderer_pixbuf_new();
     gtk_tree_view_column_pack_start(column, icon, FALSE);
     gtk_tree_view_column_add_attribute(column, icon, "stock-id", kColumnIcon);
     gtk_tree_view_column_set_sort_column_id(column, kColumnIcon);
-    gtk_tree_view_column_set_cell_data_func(column, text, cell_data_func, nullptr, nullptr);
 }
 
 GtkTreeViewColumn* new_column(const ViewColumn& given) {
@@ -55,11 +54,13 @@ GtkTreeViewColumn* new_column(const ViewColumn& given) {
     gtk_tree_view_column_set_title(column,
                                    given.is_translated ? relay_hub::translated(given.title) : given.title);
     if (given.model_column == kColumnName)
-        dress_name_column(column, text);
+        add_icon(column);
     if (given.model_column == kColumnSize)
         g_object_set(text, "xalign", 1.0, nullptr);
     gtk_tree_view_column_pack_start(column, text, TRUE);
     gtk_tree_view_column_add_attribute(column, text, "text", given.model_column);
+    if (given.model_column == kColumnName)
+        gtk_tree_view_column_set_cell_data_func(column, text, cell_data_func, nullptr, nullptr);
     g_object_set(text, "width", given.width, nullptr);
     gtk_tree_view_column_set_sizing(column, GTK_TREE_VIEW_COLUMN_FIXED);
     gtk_tree_view_column_set_fixed_width(column, given.width);

@@ -180,11 +180,11 @@ TEST_F(MainWindow, OpensItsMenuByTheRightButton) {
                  {{2}, 3, true, {"two"}},
                  {{2, 3}, 1, true, {"one", "two"}},
                  {{2, 3}, 0, true, {"one", "two"}},
-                 {{2}, 0, false, {"one"}},
+                 {{2}, 0, false, {".."}},
                  {{}, -1, true, {}}};
     for (const auto& test : cases) {
         select_rows(local(), test.selected);
-        EXPECT_EQ(mouse(local(), GDK_BUTTON_PRESS, 3, test.row), test.opens) << test.row;
+        mouse(local(), GDK_BUTTON_PRESS, 3, test.row);
         EXPECT_EQ(selected_names(local()), test.then_selected) << test.row;
         EXPECT_EQ(!menu_labels().empty(), test.opens) << test.row;
         if (GtkWidget* menu = gui_test::open_menu())

@@ -10,8 +10,8 @@ namespace gui_test {
 
 MainWindowTest::MainWindowTest() {
     relay_hub::reset_closing();
-    g_copy_source = kNothingCopied;
-    g_p_tree_view = nullptr;
+    relay_hub::reset_copy_source();
+    gtk_clipboard_clear(gtk_clipboard_get(GDK_SELECTION_CLIPBOARD));
     new_zev_window();
     visible_main_window();
     visible_local_widget();
