@@ -3,10 +3,13 @@
 #include <gtk/gtk.h>
 #include <langinfo.h>
 #include <libintl.h>
+#include <locale.h>
 
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
+#include <type_traits>
 
 #include "name_pipe/log.h"
 
@@ -19,12 +22,15 @@ constexpr const char* kSupported[] = {
     "ko_KR.UTF-8", "zh_TW.UTF-8", "zh_CN.UTF-8", "pt_PT.UTF-8", "pt_BR.UTF-8", "ru_RU.UTF-8",
 };
 
-void enter_locale() {
-    (void)gtk_set_locale();
-}
+struct FreeLocale {
+    void operator()(locale_t locale) const { ::freelocale(locale); }
+};
+using Locale = std::unique_ptr<std::remove_pointer_t<locale_t>, FreeLocale>;
 
-bool names_are_utf8() {
-    return std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
+// False for a locale that is not installed, too. Asked before it is entered: the toolkit complains of it.
+bool names_would_be_utf8() {
+    const Locale locale(::newlocale(LC_ALL_MASK, "", nullptr));
+    return locale != nullptr && std::strcmp(::nl_langinfo_l(CODESET, locale.get()), "UTF-8") == 0;
 }
 
 }  // namespace
@@ -43,13 +49,12 @@ bool enter_chosen_locale() {
     const bool kept = lang != nullptr && std::strcmp(lang, chosen) == 0;
     if (!kept)
         (void)::setenv("LANG", chosen, 1);
-    enter_locale();
-    if (!names_are_utf8()) {
-        // The locale is not installed: the C library's own one converts names, LANGUAGE picks the texts.
+    if (!names_would_be_utf8()) {
+        // The C library's own locale converts names, LANGUAGE picks the texts.
         (void)::setenv("LC_ALL", "C.UTF-8", 1);
         (void)::setenv("LANGUAGE", std::string(chosen, std::strcspn(chosen, ".")).c_str(), 1);
-        enter_locale();
     }
+    (void)gtk_set_locale();
     return kept;
 }
 

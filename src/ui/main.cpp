@@ -17,6 +17,7 @@ namespace {
 
 void bring_up_toolkit(int* argc, char*** argv) {
     gdk_threads_init();
+    gtk_disable_setlocale();  // the locale is not settled yet
     gtk_init(argc, argv);
     relay_hub::settle_locale();
     relay_hub::bind_catalogue();

@@ -90,6 +90,7 @@ InstanceLock::InstanceLock() {
 
 void tell_already_running(int* argc, char*** argv) {
     (void)std::fprintf(stderr, "%s is already running.\n", kProgram);
+    gtk_disable_setlocale();
     if (gtk_init_check(argc, argv) == FALSE)
         return;
     enter_chosen_locale();
