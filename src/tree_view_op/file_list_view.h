@@ -61,7 +61,7 @@ std::string row_name(GtkTreeModel* model, GtkTreeIter* iter);
 std::string row_text(GtkTreeModel* model, GtkTreeIter* iter, int column);
 
 // Told when a listing takes several main-loop turns, so that the window can block itself meanwhile.
-// Supplied by the window's room; without one, listings are filled in one turn.
+// Supplied by a higher room; without one, listings are filled in one turn. Begins and ends nest.
 class ListingWatcher {
   public:
     virtual ~ListingWatcher() = default;
@@ -72,7 +72,8 @@ class ListingWatcher {
 };
 void set_listing_watcher(ListingWatcher* watcher);
 
-// Fills many rows cheaply: takes the store off the view and its sort away while it lives, puts both back.
+// Fills many rows cheaply: takes the store off the view while it lives, and puts each row straight to its
+// place in the store's sort by icon, equals in the order of their coming.
 // add() takes kColumnCount texts in column order (null leaves a column empty) and turns the main loop now
 // and then when a watcher is set; false means stop.
 class RowFiller {

@@ -23,10 +23,8 @@ ListingWatcher* listing_watcher() {
     return the_watcher;
 }
 
-ListingTurns::ListingTurns(std::size_t expected_rows) : slice_began_(g_get_monotonic_time()) {
-    if (expected_rows >= kLongListing)
-        begin();
-}
+ListingTurns::ListingTurns(std::size_t expected_rows)
+    : is_long_(expected_rows >= kLongListing), slice_began_(g_get_monotonic_time()) {}
 
 ListingTurns::~ListingTurns() {
     if (told_ != nullptr)
@@ -41,10 +39,10 @@ void ListingTurns::begin() {
 }
 
 bool ListingTurns::after_rows(std::size_t rows) {
-    if (rows >= kLongListing)
-        begin();
-    if (told_ == nullptr || g_get_monotonic_time() - slice_began_ < kFillingSlice)
+    is_long_ = is_long_ || rows >= kLongListing;
+    if (the_watcher == nullptr || !is_long_ || g_get_monotonic_time() - slice_began_ < kFillingSlice)
         return true;
+    begin();
     return turn();
 }
 

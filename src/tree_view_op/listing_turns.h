@@ -6,21 +6,22 @@
 
 namespace relay_hub {
 
-// A listing shorter than this is filled in one turn.
+// A listing of fewer rows than this is filled in one turn.
 inline constexpr std::size_t kLongListing = 2000;
 
 class ListingWatcher;
 ListingWatcher* listing_watcher();
 
-// Tells the watcher while a listing is long: from the start when many rows are expected, else once they
-// have come.
+// Cuts the filling of a long listing into slices and tells the watcher from the first cut to the end.
 class ListingTurns {
   public:
+    // A listing is long when that many rows are expected, else once they have come.
     explicit ListingTurns(std::size_t expected_rows);
     ListingTurns(const ListingTurns&) = delete;
     ListingTurns& operator=(const ListingTurns&) = delete;
     ~ListingTurns();
 
+    // Tells the watcher now. Nothing without one, or when it is told already.
     void begin();
     // Serves what the main loop has waiting, once the slice is used up. False: stop.
     bool after_rows(std::size_t rows);
@@ -28,6 +29,7 @@ class ListingTurns {
   private:
     bool turn();
 
+    bool is_long_;
     ListingWatcher* told_ = nullptr;
     gint64 slice_began_;
 };

@@ -17,7 +17,7 @@ namespace relay_hub {
 namespace {
 
 // A folder that is read within this time needs no main-loop turns.
-constexpr std::chrono::milliseconds kPatience(40);
+constexpr std::chrono::milliseconds kPatience(20);
 
 // What the reading worker and the window share. The worker owns its part of it, so that a closing window
 // need not wait for a slow disk.

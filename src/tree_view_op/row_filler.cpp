@@ -1,3 +1,4 @@
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -13,10 +14,23 @@ namespace {
 constexpr char kIconOrder[] = "relay-hub-icon-order";
 constexpr std::size_t kRowsBetweenLooks = 64;
 
-// How the store compares icon ids. While rows are known to stand in order, a sort may skip the comparing.
+// How the store compares icon ids. While rows are put straight to their places every pair counts as equal:
+// the store leaves a row between equals where it is.
 struct IconOrder {
     bool rows_in_order = false;
 };
+
+struct SortState {
+    int column = GTK_TREE_SORTABLE_UNSORTED_SORT_COLUMN_ID;
+    GtkSortType order = GTK_SORT_ASCENDING;
+    bool operator==(const SortState&) const = default;
+};
+
+SortState sort_of(GtkListStore* store) {
+    SortState sort;
+    gtk_tree_sortable_get_sort_column_id(GTK_TREE_SORTABLE(store), &sort.column, &sort.order);
+    return sort;
+}
 
 int collate(const char* a, const char* b) {
     return g_utf8_collate(a != nullptr ? a : "", b != nullptr ? b : "");
@@ -39,6 +53,11 @@ void free_icon_order(gpointer data) {
     const std::unique_ptr<IconOrder> owner(static_cast<IconOrder*>(data));
 }
 
+// Installing the comparison sorts a store that is sorted by icon.
+void sort_by_icon_anew(GtkListStore* store, IconOrder* order) {
+    gtk_tree_sortable_set_sort_func(GTK_TREE_SORTABLE(store), kColumnIcon, compare_icons, order, nullptr);
+}
+
 IconOrder* icon_order_of(GtkListStore* store) {
     auto* order = static_cast<IconOrder*>(g_object_get_data(G_OBJECT(store), kIconOrder));
     if (order != nullptr)
@@ -46,7 +65,7 @@ IconOrder* icon_order_of(GtkListStore* store) {
     auto fresh = std::make_unique<IconOrder>();
     order = fresh.get();
     g_object_set_data_full(G_OBJECT(store), kIconOrder, fresh.release(), free_icon_order);
-    gtk_tree_sortable_set_sort_func(GTK_TREE_SORTABLE(store), kColumnIcon, compare_icons, order, nullptr);
+    sort_by_icon_anew(store, order);
     return order;
 }
 
@@ -93,34 +112,34 @@ struct RowFiller::State {
     State(GtkWidget* tree_view, GtkListStore* list_store, std::size_t expected)
         : view(GTK_TREE_VIEW(g_object_ref(tree_view))),
           store(GTK_LIST_STORE(g_object_ref(list_store))),
-          icon_order(icon_order_of(list_store)),
+          sort(sort_of(list_store)),
           turns(expected) {
         gtk_tree_view_set_model(view.get(), nullptr);
-        sorted = gtk_tree_sortable_get_sort_column_id(GTK_TREE_SORTABLE(store.get()), &column, &order);
-        gtk_tree_sortable_set_sort_column_id(GTK_TREE_SORTABLE(store.get()),
-                                             GTK_TREE_SORTABLE_UNSORTED_SORT_COLUMN_ID, GTK_SORT_ASCENDING);
-        if (sorted && column == kColumnIcon)
-            groups = std::make_unique<IconGroups>(store.get(), order);
+        if (sort.column != kColumnIcon)
+            return;
+        icon_order = icon_order_of(store.get());
+        groups = std::make_unique<IconGroups>(store.get(), sort.order);
+        icon_order->rows_in_order = true;
     }
     State(const State&) = delete;
     State& operator=(const State&) = delete;
 
     ~State() {
-        icon_order->rows_in_order = groups != nullptr;
-        if (sorted)
-            gtk_tree_sortable_set_sort_column_id(GTK_TREE_SORTABLE(store.get()), column, order);
-        icon_order->rows_in_order = false;
+        if (icon_order != nullptr) {
+            icon_order->rows_in_order = false;
+            if (sort_of(store.get()) != sort)
+                sort_by_icon_anew(store.get(), icon_order);
+        }
         gtk_tree_view_set_model(view.get(), GTK_TREE_MODEL(store.get()));
     }
 
     GObjectPtr<GtkTreeView> view;
     GObjectPtr<GtkListStore> store;
-    IconOrder* icon_order;
+    SortState sort;
     ListingTurns turns;
-    gboolean sorted = FALSE;
-    int column = 0;
-    GtkSortType order = GTK_SORT_ASCENDING;
-    std::unique_ptr<IconGroups> groups;  // only for a store sorted by icon
+    // Both only for a store that is sorted by icon.
+    IconOrder* icon_order = nullptr;
+    std::unique_ptr<IconGroups> groups;
     std::size_t rows = 0;
     bool go_on = true;
 };
