@@ -1,0 +1,314 @@
+#include <gdk/gdkkeysyms.h>
+#include <gmock/gmock.h>
+
+#include "gui/gui_fixture.h"
+#include "link_engine/transfer_state.h"
+#include "tree_view_op/file_list_view.h"
+#include "ui/base/dialogs/about_dialog.h"
+#include "ui/base/dialogs/file_read_write_dialog.h"
+#include "ui/base/dialogs/message_dialog.h"
+#include "ui/base/dialogs/mkdir_dialog.h"
+#include "ui/base/dialogs/override_request_dialog.h"
+#include "ui/base/dialogs/rename_dialog.h"
+#include "ui/base/dialogs/search_dialog.h"
+#include "ui/base/jobs.h"
+
+namespace {
+
+using gui_test::find_button;
+using gui_test::find_window;
+using gui_test::PaneList;
+using gui_test::run_until;
+using gui_test::Sandbox;
+using gui_test::When;
+
+// What a window manager's close button does.
+void close_as_the_window_manager(GtkWidget* window) {
+    GdkEvent* event = gdk_event_new(GDK_DELETE);
+    event->any.window = GDK_WINDOW(g_object_ref(gtk_widget_get_window(window)));
+    gtk_main_do_event(event);
+    gdk_event_free(event);
+}
+
+bool a_box_is_over(GtkWidget* dialog) {
+    GtkWidget* top = gtk_grab_get_current();
+    return top != nullptr && top != dialog && GTK_IS_MESSAGE_DIALOG(top);
+}
+
+// Answers the box that is on top, and gives its texts.
+void answer_box(std::string* texts) {
+    GtkWidget* box = gtk_grab_get_current();
+    *texts = gui_test::label_texts(box);
+    gtk_dialog_response(GTK_DIALOG(box), GTK_RESPONSE_OK);
+}
+
+TEST(MessageDialog, ShowsTextsAsTheyAre) {
+    struct Case {
+        const char* primary;
+        const char* secondary;
+        const char* shown;
+    };
+    const Case cases[] = {{"100%% of %s <b>", nullptr, "100% of %s <b>\n"},
+                          {"a\xff", "%d & <i>", "a\xEF\xBF\xBD\n%d & <i>\n"},
+                          {"", nullptr, "\n"}};
+    for (const Case& each : cases) {
+        std::string shown;
+        std::string title;
+        const When answered([] { return a_box_is_over(nullptr); },
+                            [&] {
+                                title = gtk_window_get_title(GTK_WINDOW(gtk_grab_get_current()));
+                                answer_box(&shown);
+                            });
+        show_message_dialog(nullptr, each.primary, each.secondary);
+        EXPECT_THAT(shown, testing::StartsWith(each.shown));
+        EXPECT_EQ(title, "Relay Hub");
+    }
+}
+
+TEST(AboutDialog, ShowsNameAndVersionOfFullFields) {
+    about_info info{};
+    std::fill(std::begin(info.version), std::end(info.version), '1');
+    std::copy_n("Relay Hub", 10, info.program_name);
+    std::string version;
+    std::string name;
+    const When shown([] { return GTK_IS_ABOUT_DIALOG(gtk_grab_get_current()); },
+                     [&] {
+                         auto* dialog = GTK_ABOUT_DIALOG(gtk_grab_get_current());
+                         version = gtk_about_dialog_get_version(dialog);
+                         name = gtk_about_dialog_get_program_name(dialog);
+                         gtk_dialog_response(GTK_DIALOG(dialog), GTK_RESPONSE_CANCEL);
+                     });
+    new_about_dialog(nullptr, &info);
+    EXPECT_EQ(version, std::string(20, '1'));
+    EXPECT_EQ(name, "Relay Hub");
+}
+
+TEST(MkdirDialog, GivesTheNameOnlyForOk) {
+    enum class End { enter, cancel, close };
+    struct Case {
+        End end;
+        const char* expected;
+    };
+    for (const Case& each : {Case{End::enter, "new\u00e9"}, Case{End::cancel, ""}, Case{End::close, ""}}) {
+        _mkdir_dialog* record = create_mkdir_dialog();
+        init_mkdir_dialog(record);
+        const When answered([&] { return gtk_grab_get_current() == record->dialog; },
+                            [&] {
+                                gtk_entry_set_text(GTK_ENTRY(record->entry), "new\u00e9");
+                                if (each.end == End::enter)
+                                    EXPECT_TRUE(gui_test::press_key(record->entry, GDK_KEY_Return));
+                                else if (each.end == End::cancel)
+                                    gtk_button_clicked(GTK_BUTTON(record->cancel_button));
+                                else
+                                    close_as_the_window_manager(record->dialog);
+                            });
+        show_mkdir_dialog(record);
+        destroy_mkdir_dialog(record);
+        EXPECT_STREQ(get_folder_name(), each.expected);
+    }
+}
+
+TEST(MkdirDialog, AnEmptyNameIsRefusedAndTheDialogStays) {
+    _mkdir_dialog* record = create_mkdir_dialog();
+    init_mkdir_dialog(record);
+    std::string refusal;
+    const When pressed([&] { return gtk_grab_get_current() == record->dialog; },
+                       [&] { gtk_button_clicked(GTK_BUTTON(record->ok_button)); });
+    const When refused([&] { return a_box_is_over(record->dialog); }, [&] { answer_box(&refusal); });
+    const When named([&] { return !refusal.empty() && gtk_grab_get_current() == record->dialog; },
+                     [&] {
+                         gtk_entry_set_text(GTK_ENTRY(record->entry), "x");
+                         gtk_button_clicked(GTK_BUTTON(record->ok_button));
+                     });
+    show_mkdir_dialog(record);
+    destroy_mkdir_dialog(record);
+    EXPECT_THAT(refusal, testing::StartsWith("IDS_ERROR_PATH.\n"));
+    EXPECT_STREQ(get_folder_name(), "x");
+}
+
+class RenameDialog : public testing::Test {
+  protected:
+    // Enters text over the old name and presses OK; when that is refused, cancels. Gives the refusal.
+    std::string rename(const char* old_name, const std::string& base, int is_remote, const char* text) {
+        _rename_dialog* record = create_rename_dialog();
+        set_rename_dialog_oldname(old_name, "", base.c_str(), is_remote, list_.view());
+        init_rename_dialog(record);
+        std::string refusal;
+        const When entered([&] { return gtk_grab_get_current() == record->dialog; },
+                           [&] {
+                               if (text != nullptr)
+                                   gtk_entry_set_text(GTK_ENTRY(record->entry), text);
+                               gtk_button_clicked(GTK_BUTTON(record->ok_button));
+                           });
+        const When refused([&] { return a_box_is_over(record->dialog); }, [&] { answer_box(&refusal); });
+        const When given_up([&] { return !refusal.empty() && gtk_grab_get_current() == record->dialog; },
+                            [&] { gtk_button_clicked(GTK_BUTTON(record->cancel_button)); });
+        show_rename_dialog(record);
+        get_rename_dialog_new_name(new_name_);
+        destroy_rename_dialog(record);
+        return refusal.substr(0, refusal.find('\n'));
+    }
+
+    Sandbox sandbox_;
+    PaneList list_;
+    std::string new_name_;
+};
+
+constexpr char kRefusedSlash[] = "IDS_MSG_ERR_FAIL_TO_RENAME_FILE";
+constexpr char kRefusedDuplicate[] = "IDS_MSG_ERR_FAIL_ADD_SAME_FILE";
+
+TEST_F(RenameDialog, ChecksALocalNameAgainstTheFolder) {
+    for (const char* name : {"old", "other", "raw\xff"})
+        sandbox_.make_file(name);
+    struct Case {
+        const char* old_name;
+        const char* text;
+        const char* refusal;
+        const char* new_name;
+    };
+    const Case cases[] = {{"old", "fresh", "", "fresh"},
+                          {"old", "a/b", kRefusedSlash, ""},
+                          {"old", "other", kRefusedDuplicate, ""},
+                          {"old", "OTHER", "", "OTHER"},
+                          {"old", nullptr, "", "old"},
+                          {"raw\xff", nullptr, "", "raw\xff"},
+                          {"raw\xff", "fine", "", "fine"}};
+    for (const Case& each : cases) {
+        EXPECT_EQ(rename(each.old_name, sandbox_.path(), 0, each.text), each.refusal);
+        EXPECT_EQ(new_name_, each.new_name);
+    }
+}
+
+TEST_F(RenameDialog, ChecksARemoteNameAgainstTheRowsThatAreNotSelected) {
+    const int columns[] = {kColumnName, -1};
+    for (const char* name : {"..", "old", "other"})
+        append_data(list_.view(), columns, &name);
+    list_.select({1});
+    struct Case {
+        const char* base;
+        const char* text;
+        const char* refusal;
+        const char* new_name;
+    };
+    const Case cases[] = {{"/home", "fresh", "", "fresh"},
+                          {"/home", "a/b", kRefusedSlash, ""},
+                          {"C:\\Data", "a/b", "", "a/b"},
+                          {"/home", "other", kRefusedDuplicate, ""},
+                          {"C:\\Data", "other", kRefusedDuplicate, ""},
+                          {"/home", "Other", "", "Other"},
+                          {"/home", "..", "", ".."},
+                          {"/home", nullptr, "", "old"}};
+    for (const Case& each : cases) {
+        EXPECT_EQ(rename("old", each.base, 1, each.text), each.refusal) << each.base;
+        EXPECT_EQ(new_name_, each.new_name);
+    }
+}
+
+TEST(OverrideRequest, EachButtonGivesItsAnswer) {
+    struct Case {
+        const char* label;
+        int answer;
+    };
+    const Case cases[] = {{"IDS_YES", REQUEST_YES},
+                          {"IDS_NO", REQUEST_NO},
+                          {"IDS_STR_REPLACE_ALL", REQUEST_ALL},
+                          {"IDS_CANCEL", REQUEST_CANCEL},
+                          {nullptr, GTK_RESPONSE_DELETE_EVENT}};
+    for (const Case& each : cases) {
+        const When asked([] { return find_window("IDS_CONFIRMATION") != nullptr; },
+                         [&] {
+                             GtkWidget* dialog = find_window("IDS_CONFIRMATION");
+                             EXPECT_THAT(gui_test::label_texts(dialog),
+                                         testing::HasSubstr("100%s \xEF\xBF\xBD ?"));
+                             if (each.label != nullptr)
+                                 gtk_button_clicked(GTK_BUTTON(find_button(dialog, each.label)));
+                             else
+                                 close_as_the_window_manager(dialog);
+                         });
+        EXPECT_EQ(relay_hub::run_override_request(nullptr, "100%s \xff ?"), each.answer);
+    }
+}
+
+class ProgressDialog : public testing::Test {
+  protected:
+    void show(int kind) {
+        kind_ = kind;
+        show_file_read_write_dialog(nullptr, &dialog_, {&state_, &kind_}, kind);
+        info_ = get_file_read_write_dialog_info();
+    }
+    ~ProgressDialog() override {
+        close_file_read_write_dialog(dialog_);
+        EXPECT_EQ(get_file_read_write_dialog_info()->dialog, nullptr);
+        relese_update_fun();
+    }
+    static gboolean count(gpointer info) {
+        EXPECT_EQ(info, get_file_read_write_dialog_info());
+        ++updates;
+        return G_SOURCE_CONTINUE;
+    }
+    static inline int updates = 0;
+
+    int state_ = kStateRunning;
+    int kind_ = TASK_COPY;
+    GtkWidget* dialog_ = nullptr;
+    dialog_info* info_ = nullptr;
+};
+
+TEST_F(ProgressDialog, CancelsOnceAndStaysWhenClosed) {
+    show(TASK_COPY);
+    testing::internal::CaptureStdout();
+    close_as_the_window_manager(dialog_);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "on_dialog_destroy\n");
+    EXPECT_EQ(info_->dialog, dialog_);
+    EXPECT_TRUE(gtk_widget_get_visible(dialog_));
+    EXPECT_EQ(get_atomic(&state_), TASK_CANCEL);
+    EXPECT_EQ(IsUserClickCancel(), -1);
+    EXPECT_FALSE(gtk_widget_is_sensitive(info_->cancel_button));
+    set_atomic(&state_, kStateRunning);
+    close_as_the_window_manager(dialog_);
+    EXPECT_EQ(get_atomic(&state_), kStateRunning);
+    EXPECT_EQ(atomic_flag, 1);
+    CleanUpInformationVar();
+}
+
+TEST_F(ProgressDialog, AFinishedJobIsNotCancelled) {
+    show(TASK_COPY);
+    set_atomic(&state_, kStateFinished);
+    gtk_button_clicked(GTK_BUTTON(info_->cancel_button));
+    EXPECT_EQ(get_atomic(&state_), kStateFinished);
+    CleanUpInformationVar();
+}
+
+TEST_F(ProgressDialog, RunsTheUpdaterOrThePulse) {
+    show(TASK_DEL);
+    EXPECT_FALSE(gtk_widget_get_visible(info_->cancel_button));
+    gtk_label_set_text(GTK_LABEL(info_->message_label), "");
+    EXPECT_TRUE(run_until([this] {
+        return std::string(gtk_label_get_text(GTK_LABEL(info_->message_label))) == "IDS_MSG_PROCESSING";
+    }));
+    close_file_read_write_dialog(dialog_);
+    updates = 0;
+    set_update_fun(count);
+    show(TASK_COPY);
+    EXPECT_TRUE(gtk_widget_get_visible(info_->cancel_button));
+    EXPECT_TRUE(run_until([] { return updates > 1; }));
+}
+
+TEST(BusyDialog, NestsAndPulsesUntilItGoes) {
+    testing::internal::CaptureStdout();
+    {
+        const relay_hub::BusyDialog outer;
+        GtkWidget* shown = find_window("IDS_MSG_PROCESSING");
+        ASSERT_NE(shown, nullptr);
+        {
+            const relay_hub::BusyDialog inner;
+            EXPECT_EQ(find_window("IDS_MSG_PROCESSING"), shown);
+        }
+        close_as_the_window_manager(shown);
+        EXPECT_EQ(find_window("IDS_MSG_PROCESSING"), shown);
+    }
+    EXPECT_EQ(find_window("IDS_MSG_PROCESSING"), nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "on_show_search_dialog_destroy\n");
+}
+
+}  // namespace

@@ -1,0 +1,302 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <random>
+
+#include "gui/gui_fixture.h"
+#include "tree_view_op/file_list_view.h"
+
+namespace {
+
+using gui_test::PaneList;
+using gui_test::Sandbox;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using Texts = std::vector<std::string>;
+
+struct CountingWatcher : relay_hub::ListingWatcher {
+    void long_listing_begins() override {
+        ++depth;
+        ++begun;
+    }
+    void long_listing_ends() override { --depth; }
+    bool go_on() override { return turns++ < allowed_turns; }
+    int depth = 0;
+    int begun = 0;
+    int turns = 0;
+    int allowed_turns = 1000000;
+};
+
+class WatchedListing : public testing::Test {
+  protected:
+    WatchedListing() { relay_hub::set_listing_watcher(&watcher_); }
+    ~WatchedListing() override { relay_hub::set_listing_watcher(nullptr); }
+    CountingWatcher watcher_;
+    Sandbox sandbox_;
+    PaneList list_;
+};
+
+TEST(ListColumns, StandAsThePanesShowThem) {
+    const PaneList list;
+    struct Expected {
+        const char* title;
+        int width;
+        bool visible;
+    };
+    constexpr Expected kExpected[] = {{"IDS_STR_LISTVIEW_NAME", 150, true},
+                                      {"IDS_STR_LISTVIEW_SIZE", 80, true},
+                                      {"IDS_STR_LISTVIEW_TYPE", 45, true},
+                                      {"IDS_FH_MODIFY", 150, true},
+                                      {"Date Accessed", 150, false},
+                                      {"SIZE VALUE", 70, false},
+                                      {"TYPE V", 40, false},
+                                      {"MODIFY TIME VALUE", 150, false},
+                                      {"ACCESS TIME VALUE", 150, false},
+                                      {"CREATE TIME VALUE", 150, false}};
+    int index = 0;
+    for (const Expected& expected : kExpected) {
+        SCOPED_TRACE(expected.title);
+        GtkTreeViewColumn* column = gtk_tree_view_get_column(GTK_TREE_VIEW(list.view()), index);
+        ASSERT_NE(column, nullptr);
+        EXPECT_STREQ(gtk_tree_view_column_get_title(column), expected.title);
+        EXPECT_EQ(gtk_tree_view_column_get_fixed_width(column), expected.width);
+        EXPECT_EQ(gtk_tree_view_column_get_visible(column) != FALSE, expected.visible);
+        EXPECT_TRUE(gtk_tree_view_column_get_resizable(column));
+        EXPECT_EQ(gtk_tree_view_column_get_sort_column_id(column), index == 0 ? kColumnIcon : -1);
+        ++index;
+    }
+    EXPECT_EQ(gtk_tree_view_get_column(GTK_TREE_VIEW(list.view()), index), nullptr);
+}
+
+class LocalListing : public WatchedListing {
+  protected:
+    LocalListing() {
+        sandbox_.make_file("file10", std::string(2048, 'x'));
+        sandbox_.make_file("file9");
+        sandbox_.make_file(".hidden");
+        sandbox_.make_folder("sub");
+        EXPECT_EQ(symlink("sub", sandbox_.path("link").c_str()), 0);
+        EXPECT_EQ(symlink("nowhere", sandbox_.path("dangling").c_str()), 0);
+    }
+    void open() { once_search_and_insert_to_treeview(sandbox_.path(), list_.view()); }
+    void click_header() {
+        gtk_tree_view_column_clicked(gtk_tree_view_get_column(GTK_TREE_VIEW(list_.view()), 0));
+    }
+};
+
+TEST_F(LocalListing, KeepsNaturalOrderWithinEachGroupOfTheSort) {
+    open();
+    EXPECT_THAT(list_.texts(kColumnName), ElementsAre("..", "dangling", "file9", "file10", "link", "sub"));
+    click_header();
+    const auto folders_first = ElementsAre("..", "link", "sub", "dangling", "file9", "file10");
+    EXPECT_THAT(list_.texts(kColumnName), folders_first);
+    open();
+    EXPECT_THAT(list_.texts(kColumnName), folders_first);
+    click_header();
+    const auto files_first = ElementsAre("dangling", "file9", "file10", "..", "link", "sub");
+    EXPECT_THAT(list_.texts(kColumnName), files_first);
+    open();
+    EXPECT_THAT(list_.texts(kColumnName), files_first);
+    EXPECT_EQ(watcher_.begun, 0);
+}
+
+TEST_F(LocalListing, FillsEveryColumnOfARow) {
+    const timespec times[] = {{86400 * 365, 0}, {86400 * 730, 0}};
+    ASSERT_EQ(utimensat(AT_FDCWD, sandbox_.path("file10").c_str(), times, 0), 0);
+    open();
+    const Texts names = list_.texts(kColumnName);
+    const auto row = [&](const char* name) {
+        const auto at = static_cast<std::size_t>(std::find(names.begin(), names.end(), name) - names.begin());
+        Texts texts;
+        for (int column = 0; column < kColumnCount; ++column)
+            texts.push_back(list_.texts(column).at(at));
+        return texts;
+    };
+    EXPECT_THAT(row("file10"),
+                ElementsAre("gtk-file", "file10", "2.0 KB", "IDS_FH_FILE", HasSubstr("1972-01-01"),
+                            HasSubstr("1971-01-01"), "", kKindFile, "", "", ""));
+    const Texts link = row("link");
+    EXPECT_EQ(link[kColumnIcon] + link[kColumnType] + link[kColumnKind], "gtk-directoryIDS_FH_FOLDER1");
+    EXPECT_EQ(row(".."), (Texts{"gtk-directory", "..", "", "", "", "", "", kKindParent, "", "", ""}));
+}
+
+TEST_F(LocalListing, AnEntryThatIsGoneLeavesAnEmptyRow) {
+    fill_list_colmum("gone", sandbox_.path().c_str(), list_.view());
+    fill_list_colmum("file9", sandbox_.path().c_str(), list_.view());
+    EXPECT_THAT(list_.texts(kColumnName), ElementsAre("", "file9"));
+    EXPECT_THAT(list_.texts(kColumnKind), ElementsAre("", kKindFile));
+}
+
+TEST_F(LocalListing, TheRootHasNoParentRow) {
+    once_search_and_insert_to_treeview("/", list_.view());
+    EXPECT_THAT(list_.texts(kColumnName), testing::Not(testing::Contains("..")));
+    EXPECT_THAT(list_.texts(kColumnName), testing::Contains("usr"));
+}
+
+TEST_F(WatchedListing, NamesThatAreNotUtf8KeepTheirBytes) {
+    const Texts names = {"a\xff", "a\xfe"};
+    for (const std::string& name : names)
+        sandbox_.make_file(name);
+    once_search_and_insert_to_treeview(sandbox_.path(), list_.view());
+    const Texts shown = list_.texts(kColumnName);
+    ASSERT_EQ(shown.size(), 3U);
+    EXPECT_TRUE(g_utf8_validate(shown[1].c_str(), -1, nullptr));
+    EXPECT_EQ(shown[1], shown[2]);
+    list_.select({1, 2});
+    EXPECT_THAT(get_selected_to_glist(list_.view()), testing::UnorderedElementsAreArray(names));
+    EXPECT_TRUE(relay_hub::select_row_by_name(list_.view(), names[0]));
+    EXPECT_THAT(get_selected_to_glist(list_.view()), ElementsAre(names[0]));
+
+    clean_tree_view(list_.view());
+    sandbox_.make_file(shown[1]);
+    fill_list_colmum(shown[1].c_str(), sandbox_.path().c_str(), list_.view());
+    list_.select({0});
+    EXPECT_THAT(get_selected_to_glist(list_.view()), ElementsAre(shown[1]));
+}
+
+TEST_F(WatchedListing, ALongListingTurnsTheMainLoopAndStopsWhenTold) {
+    constexpr int kFiles = 30000;
+    for (int i = 0; i < kFiles; ++i)
+        ASSERT_EQ(mknod(sandbox_.path(std::to_string(i)).c_str(), S_IFREG | 0600, 0), 0);
+    gtk_tree_sortable_set_sort_column_id(GTK_TREE_SORTABLE(list_.store()), kColumnIcon, GTK_SORT_ASCENDING);
+    once_search_and_insert_to_treeview(sandbox_.path(), list_.view());
+    EXPECT_EQ(list_.texts(kColumnName).size(), kFiles + 1U);
+    EXPECT_GT(watcher_.begun, 0);
+    EXPECT_EQ(watcher_.depth, 0);
+    EXPECT_EQ(gtk_tree_view_get_model(GTK_TREE_VIEW(list_.view())), GTK_TREE_MODEL(list_.store()));
+    int column = -1;
+    GtkSortType order = GTK_SORT_DESCENDING;
+    gtk_tree_sortable_get_sort_column_id(GTK_TREE_SORTABLE(list_.store()), &column, &order);
+    EXPECT_EQ(column, kColumnIcon);
+    EXPECT_EQ(order, GTK_SORT_ASCENDING);
+
+    watcher_.allowed_turns = 0;
+    watcher_.turns = 0;
+    once_search_and_insert_to_treeview(sandbox_.path(), list_.view());
+    EXPECT_LT(list_.texts(kColumnName).size(), kFiles + 1U);
+    EXPECT_EQ(watcher_.depth, 0);
+}
+
+// What the filler puts to its place must stand where the toolkit's own sort would have put it.
+TEST(RowFilling, StandsAsTheToolkitsOwnSortWouldPutIt) {
+    constexpr const char* kIcons[] = {"gtk-file", "gtk-directory", "gtk-harddisk", ""};
+    for (const int sort : {-2, static_cast<int>(GTK_SORT_ASCENDING), static_cast<int>(GTK_SORT_DESCENDING)}) {
+        SCOPED_TRACE(sort);
+        const PaneList filled;
+        const PaneList plain;
+        for (const PaneList* list : {&filled, &plain}) {
+            insert_root_row(list->view());
+            if (sort >= 0)
+                gtk_tree_sortable_set_sort_column_id(GTK_TREE_SORTABLE(list->store()), kColumnIcon,
+                                                     static_cast<GtkSortType>(sort));
+        }
+        std::mt19937 random(7);
+        relay_hub::RowFiller filler(filled.view());
+        for (int i = 0; i < 200; ++i) {
+            const std::string name = std::to_string(i);
+            std::array<const char*, kColumnCount> texts{kIcons[random() % 4], name.c_str()};
+            ASSERT_TRUE(filler.add(texts.data()));
+            const int columns[] = {kColumnIcon, kColumnName, -1};
+            append_data(plain.view(), columns, texts.data());
+        }
+        EXPECT_EQ(filled.texts(kColumnName), plain.texts(kColumnName));
+    }
+}
+
+TEST(RowFilling, AHeaderClickedMeanwhileStillSorts) {
+    const PaneList list;
+    gtk_tree_sortable_set_sort_column_id(GTK_TREE_SORTABLE(list.store()), kColumnIcon, GTK_SORT_ASCENDING);
+    {
+        relay_hub::RowFiller filler(list.view());
+        for (const char* icon : {"gtk-file", "gtk-directory"}) {
+            std::array<const char*, kColumnCount> texts{icon, icon};
+            filler.add(texts.data());
+        }
+        gtk_tree_sortable_set_sort_column_id(GTK_TREE_SORTABLE(list.store()), kColumnIcon,
+                                             GTK_SORT_DESCENDING);
+    }
+    EXPECT_THAT(list.texts(kColumnName), ElementsAre("gtk-file", "gtk-directory"));
+}
+
+TEST_F(LocalListing, SelectionGivesNamesInReverseWithoutTheParentRow) {
+    open();
+    EXPECT_THAT(get_selected_to_glist(list_.view()), testing::IsEmpty());
+    list_.select({0});
+    EXPECT_THAT(get_selected_to_glist(list_.view()), testing::IsEmpty());
+    list_.select({0, 2, 3});
+    EXPECT_THAT(get_selected_to_glist(list_.view()), ElementsAre("file10", "file9"));
+    EXPECT_FALSE(relay_hub::select_row_by_name(list_.view(), "none"));
+    struct Near {
+        int position;
+        const char* name;
+    };
+    for (const Near near : {Near{0, "dangling"}, Near{2, "file9"}, Near{99, "sub"}, Near{-1, "dangling"}}) {
+        relay_hub::select_row_near(list_.view(), near.position);
+        EXPECT_THAT(get_selected_to_glist(list_.view()), ElementsAre(near.name));
+    }
+}
+
+TEST(SelectionTexts, JoinNamesAndFolder) {
+    struct Case {
+        Texts names;
+        const char* folder;
+        int uri_flag;
+        const char* expected;
+    };
+    const Case cases[] = {
+        {{"a", "b c"}, "/tmp", 0, "/tmp/a\r\n/tmp/b c\r\n"},
+        {{"a"}, "/", 0, "/a\r\n"},
+        {{"a", "b"}, "C:\\Data", 0, "C:\\Data\\a\r\nC:\\Data\\b\r\n"},
+        {{"a"}, "C:\\", 0, "C:\\a\r\n"},
+        {{"a b", "\xff"}, "/tmp", 1, "file:///tmp/a%20b\r\nfile:///tmp/%FF\r\n"},
+        {{"a"}, "not/absolute", 1, ""},
+        {{}, "/tmp", 0, ""},
+    };
+    for (const Case& each : cases)
+        EXPECT_EQ(set_glist_to_string(each.names, each.folder, each.uri_flag), each.expected) << each.folder;
+}
+
+TEST(SelectionTexts, SelectionFunctionPrintsAndAllows) {
+    const PaneList list;
+    insert_root_row(list.view());
+    GtkTreeSelection* selection = gtk_tree_view_get_selection(GTK_TREE_VIEW(list.view()));
+    testing::internal::CaptureStdout();
+    for (const int row : {0, 5}) {
+        GtkTreePath* path = gtk_tree_path_new_from_indices(row, -1);
+        EXPECT_TRUE(
+            treeview_selected_callback(selection, GTK_TREE_MODEL(list.store()), path, FALSE, nullptr));
+        EXPECT_TRUE(treeview_selected_callback(selection, GTK_TREE_MODEL(list.store()), path, TRUE, nullptr));
+        gtk_tree_path_free(path);
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              ".. is going to be selected.\n.. is going to be unselected.\n");
+}
+
+TEST(SortComparison, KeepsFoldersAheadInBothDirections) {
+    const PaneList list;
+    const int columns[] = {kColumnName, kColumnSize, kColumnKind, -1};
+    const char* folder[] = {"z", "1 KB", kKindFolder};
+    const char* file[] = {"a", nullptr, kKindFile};
+    append_data(list.view(), columns, folder);
+    append_data(list.view(), columns, file);
+    GtkTreeModel* model = GTK_TREE_MODEL(list.store());
+    GtkTreeIter first;
+    GtkTreeIter second;
+    gtk_tree_model_iter_nth_child(model, &first, nullptr, 0);
+    gtk_tree_model_iter_nth_child(model, &second, nullptr, 1);
+    const auto compare = [&](int id) {
+        return sort_iter_compare_func(model, &first, &second, GINT_TO_POINTER(id));
+    };
+    gtk_tree_sortable_set_sort_column_id(GTK_TREE_SORTABLE(model), kColumnIcon, GTK_SORT_ASCENDING);
+    EXPECT_LT(compare(1), 0);
+    EXPECT_GT(compare(2), 0);
+    EXPECT_EQ(compare(9), 0);
+    gtk_tree_sortable_set_sort_column_id(GTK_TREE_SORTABLE(model), kColumnIcon, GTK_SORT_DESCENDING);
+    EXPECT_GT(compare(1), 0);
+}
+
+}  // namespace

@@ -1,0 +1,267 @@
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <memory>
+#include <thread>
+
+#include "gui/gui_fixture.h"
+#include "ui/base/closing.h"
+#include "ui/base/closing_watchdog.h"
+#include "ui/base/dialogs/file_read_write_dialog.h"
+#include "ui/base/dialogs/message_dialog.h"
+#include "ui/base/dialogs/mkdir_dialog.h"
+#include "ui/base/dialogs/override_request_dialog.h"
+#include "ui/base/drive_box.h"
+#include "ui/base/jobs.h"
+#include "ui/base/ui_sets.h"
+#include "ui/base/window_thread.h"
+#include "util/user_questions.h"
+
+namespace {
+
+using gui_test::find_button;
+using gui_test::find_window;
+using gui_test::run_until;
+using gui_test::Sandbox;
+using gui_test::When;
+
+// A bare main window under the records, and everything about closing back at its start.
+class WindowBase : public testing::Test {
+  protected:
+    WindowBase() {
+        UI* ui = get_UI_sets();
+        ui->main_window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+        sub[0].status_label = gtk_label_new("");
+        sub[0].path_entry = gtk_entry_new();
+        relay_hub::hold_widgets();
+        g_signal_connect(ui->main_window, "destroy", G_CALLBACK(note_destruction), &destroyed_);
+        gtk_widget_show(ui->main_window);
+    }
+    ~WindowBase() override {
+        gtk_widget_destroy(get_UI_sets()->main_window);
+        relay_hub::release_widgets();
+        relay_hub::reset_closing();
+        relay_hub::remember_window_thread();
+    }
+    static void note_destruction(GtkWidget*, gpointer destroyed) { *static_cast<bool*>(destroyed) = true; }
+
+    bool destroyed_ = false;
+};
+
+TEST_F(WindowBase, WorkersCallTheWindowAndWait) {
+    std::atomic<bool> ran_on_window = false;
+    std::atomic<int> called = -1;
+    std::thread worker([&] {
+        called = relay_hub::call_on_window([&] { ran_on_window = relay_hub::on_window_thread(); }) ? 1 : 0;
+    });
+    EXPECT_TRUE(run_until([&] { return called != -1; }));
+    worker.join();
+    EXPECT_EQ(called, 1);
+    EXPECT_TRUE(ran_on_window);
+
+    bool at_once = false;
+    EXPECT_TRUE(relay_hub::call_on_window([&] { at_once = true; }));
+    EXPECT_TRUE(at_once);
+}
+
+TEST_F(WindowBase, TheEndOfTheMainLoopReleasesWhoeverWaits) {
+    std::atomic<int> called = -1;
+    std::atomic<bool> ran = false;
+    auto owned = std::make_shared<int>(1);
+    relay_hub::post_to_window([owned, &ran] { ran = true; });
+    std::thread worker([&] { called = relay_hub::call_on_window([&] { ran = true; }) ? 1 : 0; });
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    relay_hub::end_hand_over();
+    worker.join();
+    EXPECT_EQ(called, 0);
+    EXPECT_EQ(owned.use_count(), 1);
+    gui_test::run_pending();
+    EXPECT_FALSE(ran);
+}
+
+TEST_F(WindowBase, TheWindowGoesOnlyWhenEveryHandlerHasUnwound) {
+    {
+        const relay_hub::WindowWork outer;
+        {
+            const relay_hub::WindowWork inner;
+            EXPECT_TRUE(relay_hub::window_is_busy());
+            relay_hub::close_window();
+        }
+        gui_test::run_pending();
+        EXPECT_FALSE(destroyed_);
+        EXPECT_TRUE(relay_hub::window_is_closing());
+    }
+    EXPECT_FALSE(relay_hub::window_is_busy());
+    EXPECT_TRUE(run_until([&] { return destroyed_; }));
+    EXPECT_EQ(relay_hub::run_dialog(GTK_DIALOG(gtk_about_dialog_new())), GTK_RESPONSE_DELETE_EVENT);
+}
+
+TEST_F(WindowBase, ClosingEndsNestedDialogsFromTheInside) {
+    _mkdir_dialog* record = create_mkdir_dialog();
+    init_mkdir_dialog(record);
+    GtkWidget* entry = record->entry;
+    const When refused([&] { return find_window("IDS_MN_ADDNEWFOLDER") != nullptr; },
+                       [&] { gtk_button_clicked(GTK_BUTTON(record->ok_button)); });
+    const When closed(
+        [&] {
+            return gtk_grab_get_current() != nullptr && !gtk_widget_has_grab(entry) &&
+                   gtk_grab_get_current() != record->dialog;
+        },
+        [] { relay_hub::close_window(); });
+    show_mkdir_dialog(record);
+    EXPECT_STREQ(get_folder_name(), "");
+    destroy_mkdir_dialog(record);
+    EXPECT_TRUE(closed.done());
+    EXPECT_TRUE(run_until([&] { return destroyed_; }));
+}
+
+using ClosingDeathTest = testing::Test;
+
+TEST(ClosingDeathTest, AStuckMainLoopStillEndsWithStatusZero) {
+    testing::GTEST_FLAG(death_test_style) = "threadsafe";
+    EXPECT_EXIT(
+        {
+            relay_hub::close_window();
+            for (;;)
+                pause();
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+struct PresetQuestions : relay_hub::UserQuestions {
+    int ask_overwrite(const std::string&) override {
+        std::unique_lock lock(mutex);
+        asked = true;
+        released.wait(lock, [this] { return may_answer; });
+        return REQUEST_NO;
+    }
+    void show_error(const std::string&, const std::string&) override {}
+    void show_job_error(const std::string&) override {}
+    void answer() {
+        {
+            const std::lock_guard lock(mutex);
+            may_answer = true;
+        }
+        released.notify_all();
+    }
+    std::mutex mutex;
+    std::condition_variable released;
+    std::atomic<bool> asked = false;
+    bool may_answer = false;  // guarded by mutex
+};
+
+class LocalJob : public WindowBase {
+  protected:
+    LocalJob() {
+        source_ = sandbox_.make_file("a", "new");
+        const std::string folder = sandbox_.make_folder("dest");
+        sandbox_.make_file("dest/a", "old");
+        job_->task_kind = TASK_COPY;
+        job_->items = {source_};
+        job_->folder = folder;
+    }
+    ~LocalJob() override { relay_hub::set_user_questions(nullptr); }
+
+    Sandbox sandbox_;
+    std::string source_;
+    relay_hub::TaskListPtr job_{new_task_list()};
+};
+
+TEST_F(LocalJob, MoveDoesNothingAndFinishes) {
+    job_->task_kind = TASK_MOVE;
+    EXPECT_EQ(relay_hub::run_local_job(job_.get()), 0);
+    EXPECT_EQ(get_atomic(&job_->state), kStateFinished);
+}
+
+TEST_F(LocalJob, AsksOverTheProgressDialogAndClosingWaitsForIt) {
+    relay_hub::set_user_questions(relay_hub::window_questions());
+    GtkWidget* progress = nullptr;
+    show_file_read_write_dialog(get_UI_sets()->main_window, &progress, {&job_->state, &job_->task_kind},
+                                TASK_COPY);
+    GtkWindow* parent = nullptr;
+    const When asked([] { return find_window("IDS_CONFIRMATION") != nullptr; },
+                     [&] {
+                         GtkWidget* question = find_window("IDS_CONFIRMATION");
+                         parent = gtk_window_get_transient_for(GTK_WINDOW(question));
+                         relay_hub::close_window();
+                     });
+    EXPECT_EQ(relay_hub::run_local_job(job_.get()), 0);
+    EXPECT_TRUE(asked.done());
+    EXPECT_EQ(GTK_WIDGET(parent), progress);
+    EXPECT_EQ(get_atomic(&job_->state), TASK_CANCEL);
+    EXPECT_FALSE(destroyed_);
+    close_file_read_write_dialog(progress);
+    EXPECT_TRUE(run_until([&] { return destroyed_; }));
+}
+
+TEST_F(LocalJob, CancelledWhileItAsksIsWaitedForAndStaysCancelled) {
+    PresetQuestions questions;
+    relay_hub::set_user_questions(&questions);
+    const When cancelled([&] { return questions.asked.load(); },
+                         [&] {
+                             cancel_atomic(&job_->state);
+                             questions.answer();
+                         });
+    EXPECT_EQ(relay_hub::run_local_job(job_.get()), 0);
+    EXPECT_EQ(get_atomic(&job_->state), TASK_CANCEL);
+    EXPECT_EQ(get_atomic(&job_->worker_done), 1);
+}
+
+TEST_F(LocalJob, FailuresEndInOneBox) {
+    job_->items = {sandbox_.path("missing\xff")};
+    std::string told;
+    const When shown([] { return gtk_grab_get_current() != nullptr; },
+                     [&] {
+                         GtkWidget* box = gtk_grab_get_current();
+                         told = gui_test::label_texts(box);
+                         gtk_dialog_response(GTK_DIALOG(box), GTK_RESPONSE_OK);
+                     });
+    EXPECT_EQ(relay_hub::run_local_job(job_.get()), 0);
+    ASSERT_EQ(job_->failures.size(), 1U);
+    EXPECT_TRUE(shown.done());
+    EXPECT_THAT(told, testing::HasSubstr("IDS_MSG_ITEMS_FAILED"));
+}
+
+TEST_F(WindowBase, LoopsStopAndStartAgain) {
+    testing::internal::CaptureStdout();
+    dialog_info nobody;
+    new_timeout_loop(1, nullptr, &nobody);
+    stop_loop();
+    gui_test::run_until([] { return false; }, std::chrono::milliseconds(30));
+    const unsigned int second = new_idle_loop(nullptr, nullptr);
+    gui_test::run_pending();
+    g_source_remove(second);
+    EXPECT_THAT(testing::internal::GetCapturedStdout(),
+                testing::MatchesRegex("STOP_LOOP\n(CONTINUE_LOOP\n)+"));
+    EXPECT_EQ(dialog_ptr, &nobody);
+    dialog_ptr = nullptr;
+}
+
+TEST_F(WindowBase, TheCurrentFolderIsBytes) {
+    for (const char* folder : {"/plain", "/raw\xff", ""}) {
+        relay_hub::set_current_folder(&sub[0], folder);
+        EXPECT_STREQ(relay_hub::current_folder(&sub[0]), folder);
+        EXPECT_TRUE(g_utf8_validate(gtk_label_get_text(GTK_LABEL(sub[0].status_label)), -1, nullptr));
+        relay_hub::set_path_entry(&sub[0], folder);
+        EXPECT_TRUE(g_utf8_validate(gtk_entry_get_text(GTK_ENTRY(sub[0].path_entry)), -1, nullptr));
+    }
+    relay_hub::set_current_folder(&sub[0], "/raw\xff");
+    gtk_label_set_text(GTK_LABEL(sub[0].status_label), "/other");
+    EXPECT_STREQ(relay_hub::current_folder(&sub[0]), "/other");
+}
+
+TEST(DriveBox, GivesThePathOfTheActiveEntry) {
+    GtkListStore* store = gtk_list_store_new(3, G_TYPE_STRING, G_TYPE_STRING, G_TYPE_STRING);
+    GtkWidget* combo = gtk_combo_box_new_with_model(GTK_TREE_MODEL(store));
+    g_object_ref_sink(combo);
+    append_combobox_item(combo, "gtk-home", "user", "/home/user\xff");
+    append_combobox_item(combo, "gtk-directory", "/", "/");
+    EXPECT_EQ(get_combobox_item(combo), "");
+    gtk_combo_box_set_active(GTK_COMBO_BOX(combo), 0);
+    EXPECT_EQ(get_combobox_item(combo), "/home/user\xff");
+    g_object_unref(combo);
+    g_object_unref(store);
+}
+
+}  // namespace
