@@ -116,8 +116,6 @@ TEST_F(WindowBase, ClosingEndsNestedDialogsFromTheInside) {
     EXPECT_TRUE(run_until([&] { return destroyed_; }));
 }
 
-using ClosingDeathTest = testing::Test;
-
 TEST(ClosingDeathTest, AStuckMainLoopStillEndsWithStatusZero) {
     testing::GTEST_FLAG(death_test_style) = "threadsafe";
     EXPECT_EXIT(
@@ -226,14 +224,13 @@ TEST_F(LocalJob, FailuresEndInOneBox) {
 TEST_F(WindowBase, LoopsStopAndStartAgain) {
     testing::internal::CaptureStdout();
     dialog_info nobody;
-    new_timeout_loop(1, nullptr, &nobody);
+    const unsigned int first = new_timeout_loop(1, nullptr, &nobody);
     stop_loop();
-    gui_test::run_until([] { return false; }, std::chrono::milliseconds(30));
+    EXPECT_TRUE(run_until([first] { return g_main_context_find_source_by_id(nullptr, first) == nullptr; }));
     const unsigned int second = new_idle_loop(nullptr, nullptr);
-    gui_test::run_pending();
-    g_source_remove(second);
-    EXPECT_THAT(testing::internal::GetCapturedStdout(),
-                testing::MatchesRegex("STOP_LOOP\n(CONTINUE_LOOP\n)+"));
+    gtk_main_iteration();
+    EXPECT_TRUE(g_source_remove(second));
+    EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::StartsWith("STOP_LOOP\nCONTINUE_LOOP\n"));
     EXPECT_EQ(dialog_ptr, &nobody);
     dialog_ptr = nullptr;
 }

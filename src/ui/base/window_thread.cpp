@@ -112,7 +112,6 @@ bool call_on_window(const std::function<void()>& function) {
 }
 
 void end_hand_over() {
-    // Destroyed after the lock is gone: a dropped function may own anything.
     std::unordered_set<HandedOverPtr> dropped;
     {
         const std::lock_guard lock(hand_over_mutex);
@@ -122,6 +121,9 @@ void end_hand_over() {
             task->state = HandedOver::State::dropped;
     }
     state_changed.notify_all();
+    // Without the lock: what a function owns may do anything when it goes.
+    for (const HandedOverPtr& task : dropped)
+        task->function = nullptr;
 }
 
 }  // namespace relay_hub
