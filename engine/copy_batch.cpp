@@ -17,6 +17,7 @@ using std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kBeat{100};
 constexpr std::size_t kBufferSize = 256UL * 1024;
 constexpr std::size_t kKernelSlice = 1024UL * 1024;
+constexpr std::uint64_t kFlushStep = 32ULL * 1024 * 1024;
 constexpr std::size_t kMostWaitingFiles = 128;
 constexpr std::uint64_t kMostWaitingBytes = 64ULL * 1024 * 1024;
 constexpr mode_t kPrivateFolder = 0700;
@@ -297,7 +298,7 @@ int CopyBatch::copy_content(FileSource& source, FileSink& sink) {
             return 0;
         if (const int error = sink.write(buffer_.data(), got); error != 0)
             return error;
-        done_bytes_ += got;
+        count_written(sink, got);
     }
 }
 
@@ -316,8 +317,17 @@ int CopyBatch::copy_in_kernel(FileSource& source, FileSink& sink, bool& copied_a
         if (count == 0)
             return 0;
         copied_any = true;
-        done_bytes_ += static_cast<std::uint64_t>(count);
+        count_written(sink, static_cast<std::uint64_t>(count));
     }
+}
+
+void CopyBatch::count_written(FileSink& sink, std::uint64_t bytes) {
+    done_bytes_ += bytes;
+    unflushed_bytes_ += bytes;
+    if (unflushed_bytes_ < kFlushStep)
+        return;
+    sink.start_flush();
+    unflushed_bytes_ = 0;
 }
 
 void CopyBatch::copy_link(const std::string& source, const Entry& entry, const std::string& target) {

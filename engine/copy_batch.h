@@ -65,6 +65,7 @@ class CopyBatch {
     // 0, an errno value, or ECANCELED when the work is to stop.
     int copy_content(FileSource& source, FileSink& sink);
     int copy_in_kernel(FileSource& source, FileSink& sink, bool& copied_any);
+    void count_written(FileSink& sink, std::uint64_t bytes);
     void publish_waiting();
     void finish_folders();
     void fail(const std::string& source, int error);
@@ -86,6 +87,7 @@ class CopyBatch {
     std::uint64_t total_bytes_ = 0;
     std::uint64_t total_entries_ = 0;
     std::uint64_t done_bytes_ = 0;
+    std::uint64_t unflushed_bytes_ = 0;
     std::uint64_t done_entries_ = 0;
     // Written, but still under temporary names: they are flushed together.
     std::vector<std::unique_ptr<FileSink>> sinks_;

@@ -331,9 +331,11 @@ int FolderFileSystem::remove(const std::string& path, EntryKind kind, std::strin
     Entry entry;
     if (const int error = read_entry(parent.get(), name.c_str(), 0, entry); error != 0)
         return error;
-    const bool is_folder = entry.kind == EntryKind::kFolder;
-    if (is_folder != (kind == EntryKind::kFolder))
-        return is_folder ? EISDIR : ENOTDIR;
+    if (entry.kind == EntryKind::kFolder && kind != EntryKind::kFolder)
+        return EISDIR;
+    // A link to a folder is listed as one, but it is the link that goes.
+    if (kind == EntryKind::kFolder && entry.kind != EntryKind::kFolder && entry.kind != EntryKind::kLink)
+        return ENOTDIR;
     const int error = remove_at(parent.get(), name, failed);
     failed = join_path(parent_path(path), failed);
     return error;

@@ -17,6 +17,7 @@ class FolderSink : public FileSink {
     int create();
     int write(const char* data, std::size_t size) override;
     [[nodiscard]] int descriptor() const override { return file_.get(); }
+    void start_flush() override;
     int set_attributes(const Entry& entry) override;
 
     // Content to the disk.

@@ -22,14 +22,15 @@ using std::chrono::steady_clock;
 
 constexpr Milliseconds kOpenBriefly{250};
 constexpr Milliseconds kOpenPatiently{2000};
-constexpr Milliseconds kAnswerLimit{2000};
+constexpr Milliseconds kAnswerLimit{1000};
 constexpr Milliseconds kUserSlice{500};
 constexpr Milliseconds kUntilTheUserAnswers = std::chrono::hours(24 * 365);
 // The front end looks for a lost engine before it answers.
 constexpr Milliseconds kOfflineLimit{30000};
 constexpr Milliseconds kChannelLimit{2000};
 constexpr int kAttempts = 5;
-constexpr Milliseconds kAbsence{2000};
+// How long a front end that is absent or hangs is left alone.
+constexpr Milliseconds kAbsence{3000};
 // The front end keeps texts of this many bytes whole.
 constexpr std::size_t kLongestText = 1000;
 constexpr std::size_t kAnswerStep = 4096;
@@ -126,12 +127,10 @@ std::optional<std::string> FrontEndLink::exchange(const PipeWaiter& waiter, cons
     // A listener that closes its end just then has not seen the message: it comes back.
     for (int attempt = 0; error == EPIPE && attempt < kAttempts; ++attempt)
         error = send(waiter, message, open_limit, out);
-    if (error != 0) {
-        if (&waiter == &client_)
-            absent_until_ = steady_clock::now() + kAbsence;
-        return std::nullopt;
-    }
-    return read_answer(out.get(), waiter, answer_limit);
+    auto answer = error == 0 ? read_answer(out.get(), waiter, answer_limit) : std::nullopt;
+    if (!answer && &waiter == &client_)
+        absent_until_ = steady_clock::now() + kAbsence;
+    return answer;
 }
 
 // Leaves the write end closed: the listener shall not take it for the next exchange's.

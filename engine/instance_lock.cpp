@@ -15,17 +15,25 @@ namespace {
 
 constexpr char kLockName[] = "relay-hub-engine.lock";
 
-// The user's runtime directory, or a folder under /tmp that is this user's alone.
-int open_runtime_folder(std::string& path, FileDescriptor& folder) {
-    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
-    path = runtime != nullptr && *runtime == '/' ? runtime : "/tmp/relay-hub-" + std::to_string(geteuid());
-    if (runtime == nullptr && mkdir(path.c_str(), S_IRWXU) != 0 && errno != EEXIST)
-        return errno;
+// Only a folder of this user where nobody else can put a file will do.
+int open_own_folder(const std::string& path, FileDescriptor& folder) {
     folder.reset(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     struct stat status {};
     if (!folder || fstat(folder.get(), &status) != 0)
         return errno;
     return status.st_uid == geteuid() && (status.st_mode & (S_IWGRP | S_IWOTH)) == 0 ? 0 : EPERM;
+}
+
+// The user's runtime directory. Where there is none, or another user's as after sudo, a folder under /tmp.
+int open_runtime_folder(std::string& path, FileDescriptor& folder) {
+    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+    path = runtime != nullptr ? runtime : "";
+    if (path.starts_with('/') && open_own_folder(path, folder) == 0)
+        return 0;
+    path = "/tmp/relay-hub-" + std::to_string(geteuid());
+    if (mkdir(path.c_str(), S_IRWXU) != 0 && errno != EEXIST)
+        return errno;
+    return open_own_folder(path, folder);
 }
 
 }  // namespace

@@ -57,6 +57,8 @@ class FileSink {
     virtual ~FileSink() = default;
     virtual int write(const char* data, std::size_t size) = 0;
     [[nodiscard]] virtual int descriptor() const = 0;
+    // Starts what is written on its way to the disk, so that the commit of a big file does not take long.
+    virtual void start_flush() = 0;
     // Mode and times as in entry, once all is written.
     virtual int set_attributes(const Entry& entry) = 0;
 };
