@@ -49,10 +49,8 @@ unsigned int CVMemFile::Write(const void* source, unsigned int n) {
 bool CVMemFile::grow(unsigned int n) {
     constexpr uint64_t limit = std::numeric_limits<uint32_t>::max();
     const uint64_t needed = uint64_t{m_length} + n;
-    uint64_t capacity = m_capacity + uint64_t{m_step} * static_cast<uint64_t>(m_factor);
-    if (n > m_step)
-        capacity += n;
-    capacity = std::min(capacity, limit);
+    const uint64_t growth = uint64_t{m_step} * static_cast<uint64_t>(m_factor);
+    const uint64_t capacity = std::min(m_capacity + growth + (n > growth ? n : 0), limit);
     if (needed > capacity)
         return false;
     auto* grown = static_cast<unsigned char*>(malloc(std::max<size_t>(capacity, 1)));
