@@ -7,7 +7,7 @@
 namespace relay_hub {
 namespace {
 
-constexpr size_t kReadAhead = 64 * 1024;
+constexpr size_t kReadAhead = size_t{64} * 1024;
 
 }  // namespace
 

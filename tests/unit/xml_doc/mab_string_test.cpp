@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cfloat>
 #include <climits>
 #include <cmath>
 #include <functional>
-#include <limits>
 #include <string>
 
 #include "xml_doc/xml.h"
