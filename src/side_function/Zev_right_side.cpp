@@ -94,14 +94,14 @@ bool rename_remote(const std::string& folder, const std::string& old_name, const
     return false;
 }
 
-// The hex texts of the entries, each put before the one that came first.
+// The hex texts of the entries, in the order of names: the reverse of the selection.
 std::vector<std::string> trash_list(const std::vector<std::string>& names, const std::string& folder) {
     std::vector<std::string> list;
-    for (auto name = names.rbegin(); name != names.rend(); ++name) {
-        std::printf("delete [%s]\n", name->c_str());
-        std::string hex = relay_hub::traced_unicode_hex(relay_hub::join_remote_path(folder, *name));
+    for (const std::string& name : names) {
+        std::printf("delete [%s]\n", name.c_str());
+        std::string hex = relay_hub::traced_unicode_hex(relay_hub::join_remote_path(folder, name));
         if (hex.empty())
-            relay_hub::report(REMOTE_PANE_HERE, "the name cannot be sent, entry left alone:", *name);
+            relay_hub::report(REMOTE_PANE_HERE, "the name cannot be sent, entry left alone:", name);
         else
             list.push_back(std::move(hex));
     }

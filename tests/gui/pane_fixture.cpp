@@ -1,0 +1,151 @@
+#include "gui/pane_fixture.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+
+#include "link_engine/request_builders.h"
+#include "link_engine/transfer_state.h"
+#include "side_function/copy_source.h"
+#include "tree_view_op/file_list_view.h"
+#include "unit/name_pipe/support.h"
+
+namespace gui_test {
+namespace {
+
+constexpr std::size_t kMarkerSize = 6;
+
+// The toolkit asks for the home directory once; what the tests move into the trash must not reach the user's.
+class TestHome {
+  public:
+    TestHome() { ::setenv("HOME", folder_.path().c_str(), 1); }
+
+  private:
+    Sandbox folder_;
+};
+const TestHome home;
+
+void fill_side(__single& side, GtkWidget* tree_view) {
+    side.tree_view = tree_view;
+    side.status_label = gtk_label_new("");
+    side.path_entry = gtk_entry_new();
+    GtkListStore* store = gtk_list_store_new(3, G_TYPE_STRING, G_TYPE_STRING, G_TYPE_STRING);
+    side.drive_combo = gtk_combo_box_new_with_model(GTK_TREE_MODEL(store));
+    g_object_unref(store);
+}
+
+std::string joined(const std::vector<std::string>& texts) {
+    std::string all;
+    for (const std::string& text : texts)
+        all += all.empty() ? text : " " + text;
+    return all;
+}
+
+}  // namespace
+
+const std::string kSuccess = "<T1>NP_Exe_Result_Success</T1>";
+
+std::string message(const std::string& fields) {
+    return "<ZEVMSG>" + fields + "</ZEVMSG>";
+}
+
+std::string line(const std::string& name, const std::string& kind, const std::string& size) {
+    return "<Line><TA>" + name + "</TA><TY>" + size + "</TY><TZ2>" + size +
+           " B</TZ2><TO>100</TO><TR>200</TR><TU>300" + "</TU><TH>" + kind + "</TH></Line>";
+}
+
+GtkWidget* find_window_with(const std::string& text) {
+    GtkWidget* found = nullptr;
+    GList* windows = gtk_window_list_toplevels();
+    for (const GList* node = windows; node != nullptr; node = node->next) {
+        GtkWidget* window = GTK_WIDGET(node->data);
+        if (gtk_widget_get_visible(window) && label_texts(window).find(text) != std::string::npos)
+            found = window;
+    }
+    g_list_free(windows);
+    return found;
+}
+
+FakeEngine::FakeEngine(Script script) : script_(std::move(script)) {
+    std::signal(SIGPIPE, SIG_IGN);
+    ::mkfifo((base_ + "_IN").c_str(), 0600);
+    ::mkfifo((base_ + "_OUT").c_str(), 0600);
+    relay_hub::set_command_pipe_for_tests(base_);
+    thread_ = std::thread([this] { serve(); });
+}
+
+FakeEngine::~FakeEngine() {
+    stopping_ = true;
+    // An empty frame, so that the waiting thread looks up.
+    const int in = ::open((base_ + "_IN").c_str(), O_RDWR | O_CLOEXEC);
+    EXPECT_EQ(::write(in, "\0\0\0\0", 4), 4);
+    thread_.join();
+    ::close(in);
+    relay_hub::set_command_pipe_for_tests("");
+}
+
+std::vector<std::string> FakeEngine::requests(const std::string& command) const {
+    const std::lock_guard lock(mutex_);
+    std::vector<std::string> found;
+    std::copy_if(requests_.begin(), requests_.end(), std::back_inserter(found),
+                 [&](const std::string& request) { return request.find(command) != std::string::npos; });
+    return found;
+}
+
+void FakeEngine::serve() {
+    while (!stopping_) {
+        test::Peer peer(base_);
+        const std::string body = peer.open_in(O_RDONLY).take_request();
+        if (body.size() < kMarkerSize)
+            continue;
+        const std::string request = body.substr(kMarkerSize);
+        {
+            const std::lock_guard lock(mutex_);
+            requests_.push_back(request);
+        }
+        peer.open_out(O_WRONLY).answer(test::frame(script_(request)));
+        peer.await_reader_gone();
+    }
+}
+
+Panes::Panes() {
+    UI* ui = get_UI_sets();
+    ui->main_window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+    fill_side(sub[0], local_.view());
+    fill_side(sub[1], remote_.view());
+    relay_hub::hold_widgets();
+    relay_hub::reset_copy_source();
+    relay_hub::reset_file_list_retries();
+    CleanUpInformationVar();
+}
+
+Panes::~Panes() {
+    gtk_widget_destroy(get_UI_sets()->main_window);
+    relay_hub::release_widgets();
+    relay_hub::reset_copy_source();
+}
+
+std::string Panes::names(const PaneList& list) {
+    return joined(list.texts(kColumnName));
+}
+
+std::string Panes::selected(const PaneList& list) {
+    return joined(get_selected_to_glist(list.view()));
+}
+
+std::vector<std::string> Panes::drives() {
+    std::vector<std::string> entries;
+    GtkTreeModel* model = gtk_combo_box_get_model(GTK_COMBO_BOX(get_UI_sets()->right_side->drive_combo));
+    GtkTreeIter iter;
+    for (gboolean more = gtk_tree_model_get_iter_first(model, &iter); more;
+         more = gtk_tree_model_iter_next(model, &iter))
+        entries.push_back(relay_hub::row_text(model, &iter, 0) + "|" + relay_hub::row_text(model, &iter, 1) +
+                          "|" + relay_hub::row_text(model, &iter, 2));
+    return entries;
+}
+
+}  // namespace gui_test

@@ -1,0 +1,62 @@
+#pragma once
+// Two panes without the window's handlers, and an engine that answers by a script.
+#include <gmock/gmock.h>
+#include <gtk/gtk.h>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "gui/gui_fixture.h"
+#include "ui/base/ui_sets.h"
+
+namespace gui_test {
+
+// The visible toplevel one of whose labels holds text, or null.
+GtkWidget* find_window_with(const std::string& text);
+
+// Answers every request on a channel of its own until the end of its life.
+class FakeEngine {
+  public:
+    using Script = std::function<std::string(const std::string& request)>;
+    explicit FakeEngine(Script script);
+    FakeEngine(const FakeEngine&) = delete;
+    FakeEngine& operator=(const FakeEngine&) = delete;
+    ~FakeEngine();
+    // The requests so far that hold the command.
+    [[nodiscard]] std::vector<std::string> requests(const std::string& command) const;
+
+  private:
+    void serve();
+    Sandbox folder_;
+    std::string base_ = folder_.path("channel");
+    Script script_;
+    mutable std::mutex mutex_;
+    std::vector<std::string> requests_;  // guarded by mutex_
+    std::atomic<bool> stopping_ = false;
+    std::thread thread_;
+};
+
+std::string message(const std::string& fields);
+extern const std::string kSuccess;
+// A "Line" of a file list; kind "0" is a file.
+std::string line(const std::string& name, const std::string& kind, const std::string& size = "5");
+
+class Panes : public testing::Test {
+  protected:
+    Panes();
+    ~Panes() override;
+    // The side's list as it stands, names joined by blanks; the selected ones likewise.
+    static std::string names(const PaneList& list);
+    static std::string selected(const PaneList& list);
+    static std::vector<std::string> drives();
+
+    PaneList local_;
+    PaneList remote_;
+};
+
+}  // namespace gui_test

@@ -1,0 +1,256 @@
+#include <cstdlib>
+#include <ctime>
+
+#include "gui/pane_fixture.h"
+#include "link_engine/answer_slot.h"
+#include "link_engine/transfer_state.h"
+#include "tree_view_op/file_list_view.h"
+#include "util/path_time_text.h"
+#include "xml_op/answer_readers.h"
+#include "xml_op/answer_text.h"
+#include "xml_op/xml_owners.h"
+
+namespace {
+
+using gui_test::kSuccess;
+using gui_test::line;
+using gui_test::message;
+using testing::ElementsAre;
+
+const std::string kFailure = "<T1>NP_Exe_Result_Fail</T1>";
+
+class AnswerReaders : public gui_test::Panes {
+  protected:
+    AnswerReaders() {
+        ::setenv("TZ", "UTC", 1);
+        ::tzset();
+        folder_.list_path = "/home";
+    }
+
+    template <typename Reader>
+    int read(Reader reader, const std::string& answer) {
+        set_xml_string(answer.c_str());
+        const int result = reader(&folder_);
+        EXPECT_EQ(get_xml_string(), nullptr) << "the slot was not emptied";
+        return result;
+    }
+
+    __send_args folder_;
+};
+
+struct ListCase {
+    const char* what;
+    std::string answer;
+    int result;
+    std::string names;
+};
+
+TEST_F(AnswerReaders, FileListAnswersFillThePaneOrLeaveItAsItWas) {
+    const ListCase cases[] = {
+        {"good", message(kSuccess + line("a", "1") + line("b", "0")), 0, ".. a b"},
+        {"no records", message(kSuccess), 0, ".."},
+        {"wrong root", "<OTHER>" + kSuccess + line("a", "0") + "</OTHER>", -1, "old"},
+        {"no T1", message(line("a", "0")), -1, "old"},
+        {"empty", "", -1, "old"},
+        {"cut off", message(kSuccess + line("a", "0")).substr(0, 60), -1, "old"},
+        {"document type", "<!DOCTYPE a [<!ENTITY b \"c\">]>" + message(kSuccess + line("a", "0")), -1, "old"},
+        {"unknown entity", message(kSuccess + line("&b;", "0")), -1, "old"},
+        {"bad bytes", message(kSuccess + line("a\xFF\x01z", "0")), 0, ".. a\uFFFD\uFFFDz"},
+        {"escapes", message(kSuccess + line("&dq;&lt;&amp;dq;", "0")), 0, ".. \"<&dq;"},
+        {"record in a record",
+         message(kSuccess + "<X>" + line("a", "0") + "</X><Line><TA>b</TA>" + line("c", "0") + "</Line>"), 0,
+         ".. a b"},
+        {"paths as names",
+         message(kSuccess + line("..", "1") + line(".", "1") + line("../x", "0") + line("a\\b", "0")), 0,
+         ".. a\\b"},
+        {"first T1 counts", message(kSuccess + kFailure + line("a", "0")), 0, ".. a"},
+    };
+    for (const ListCase& c : cases) {
+        clean_tree_view(remote_.view());
+        const char* const old_row[kColumnCount] = {"gtk-file", "old"};
+        relay_hub::RowFiller(remote_.view()).add(old_row);
+        EXPECT_EQ(read(get_NP_VAL_CMD_GET_FILE_LIST, c.answer), c.result) << c.what;
+        EXPECT_EQ(names(remote_), c.names) << c.what;
+    }
+    EXPECT_STREQ(relay_hub::current_folder(get_UI_sets()->right_side), "/home");
+}
+
+TEST_F(AnswerReaders, AFolderThatFailedIsToldInABoxAndStays) {
+    for (const char* told : {"NP_Exe_Result_Fail", "NP_Exe_Result_Success "}) {
+        const gui_test::When box([] { return gui_test::find_window_with("IDS_NO_DATA") != nullptr; },
+                                 [] {
+                                     GtkWidget* shown = gui_test::find_window_with("IDS_ERROR_PATH");
+                                     ASSERT_NE(shown, nullptr);
+                                     gtk_dialog_response(GTK_DIALOG(shown), GTK_RESPONSE_OK);
+                                 });
+        EXPECT_EQ(read(get_NP_VAL_CMD_GET_FILE_LIST, message(std::string("<T1>") + told + "</T1>")), -1);
+        EXPECT_TRUE(box.done());
+    }
+    EXPECT_STREQ(relay_hub::current_folder(get_UI_sets()->right_side), "");
+}
+
+TEST_F(AnswerReaders, EveryFieldOfARecordHasItsColumn) {
+    const std::string record =
+        "<Line><TF>00</TF><TA>n</TA><TY>7</TY><TZ2>7 "
+        "B</TZ2><TO>9</TO><TR>34</TR><TU>1700000000</TU><TX>x</TX>"
+        "<TH>d</TH></Line>";
+    folder_.list_path = "C:\\";
+    ASSERT_EQ(read(get_NP_VAL_CMD_GET_FILE_LIST, message(kSuccess + record + line("e\\f", "0"))), 0);
+    std::vector<std::string> row;
+    for (int column = 0; column < kColumnCount; ++column) {
+        ASSERT_EQ(remote_.texts(column).size(), 1U) << "no parent row in a root, no path as a name";
+        row.push_back(remote_.texts(column).front());
+    }
+    EXPECT_THAT(row, ElementsAre("gtk-directory", "n", "7 B", "IDS_FH_FOLDER", "2023-11-14 22:13:20", "", "7",
+                                 "d", "1700000000", "34", "9"));
+}
+
+TEST_F(AnswerReaders, ALargeFolderIsListedWhole) {
+    std::string records = kSuccess;
+    for (int i = 0; i < 5000; ++i)
+        records += line("entry " + std::to_string(i), "0");
+    ASSERT_EQ(read(get_NP_VAL_CMD_GET_FILE_LIST, message(records)), 0);
+    const std::vector<std::string> all = remote_.texts(kColumnName);
+    ASSERT_EQ(all.size(), 5001U);
+    EXPECT_EQ(all.back(), "entry 4999");
+}
+
+TEST_F(AnswerReaders, DrivesAndSpecialPathsBecomeEntries) {
+    const auto hex = [](const char* path) { return relay_hub::unicode_hex(path); };
+    EXPECT_EQ(read(get_NP_VAL_CMD_GET_DRIVER_LIST,
+                   message(kSuccess + "<Line><TD>6</TD><TA>Ram</TA></Line><Line><TF>" + hex("lost") +
+                           "</TF><TD>4</TD></Line><Line><TD>4</TD><TA>Disk</TA><TF>" + hex("D:\\") +
+                           "</TF></Line>")),
+              0);
+    EXPECT_EQ(read(get_NP_VAL_CMD_GET_DRIVER_LIST, message(kFailure + "<Line><TD>2</TD><TA>A</TA></Line>")),
+              -1);
+    const std::string documents = "<TK2>" + hex("/home/x/Papers") + "</TK2>";
+    const std::string desktop = "<TK1>" + hex("C:\\Users\\x\\Desktop") + "</TK1>";
+    EXPECT_EQ(read(get_NP_VAL_CMD_GET_REMOTE_SPECIAL_PATH, message(documents + desktop)), 0);
+    EXPECT_EQ(read(get_NP_VAL_CMD_GET_REMOTE_SPECIAL_PATH,
+                   message(desktop + documents + "<TK2>" + hex("bare") + "</TK2>")),
+              0);
+    EXPECT_THAT(drives(), ElementsAre("gtk-harddisk|Ram|Ram", "gtk-info|Disk|D:\\",
+                                      "gtk-directory|Desktop|C:\\Users\\x\\Desktop",
+                                      "gtk-directory|Desktop|C:\\Users\\x\\Desktop",
+                                      "gtk-directory|Papers|/home/x/Papers"));
+}
+
+struct CodeCase {
+    std::string answer;
+    int create_folder;
+    std::string reason;
+    int others;
+};
+
+TEST_F(AnswerReaders, OnlyTheCreateFolderReaderTellsAllCodes) {
+    const CodeCase cases[] = {
+        {message(kSuccess), 0, "", 0},
+        {message(kFailure + "<T2>disk &amp; full</T2>"), -1, "disk & full", -1},
+        {message(kFailure), -1, "", -1},
+        {"", RET_XML_NULL, "", -1},
+        {"no xml", RET_XML_NULL, "", -1},
+        {"<A/>", RET_XML_FMT_ERROR, "", -1},
+        {"<ZEVMSG/>", RET_XML_TAG_MISS, "", -1},
+    };
+    for (const CodeCase& c : cases) {
+        relay_hub::free_return_message();
+        EXPECT_EQ(read(get_NP_VAL_CMD_CREATE_FOLDER, c.answer), c.create_folder) << c.answer;
+        EXPECT_EQ(relay_hub::return_message(), c.reason);
+        for (const auto reader : {get_NP_VAL_CMD_RENAME, get_NP_VAL_CMD_DELETE_FILE})
+            EXPECT_EQ(read(reader, c.answer), c.others) << c.answer;
+        for (const auto reader : {get_NP_VAL_CMD_MOVE_FILE_TO_TRASH, get_NP_VAL_CMD_COPY_LOCAL_TO_REMOTE,
+                                  get_NP_VAL_CMD_COPY_REMOTE_TO_LOCAL}) {
+            SetShowMessageBox("");
+            EXPECT_EQ(read(reader, c.answer), c.others) << c.answer;
+            EXPECT_EQ(GetShowMessageBox(), c.reason);
+        }
+    }
+}
+
+TEST_F(AnswerReaders, FlagsAreOffForNothingButN) {
+    const auto flag = [](const std::string& tag, const std::string& value) {
+        return "<" + tag + ">" + value + "</" + tag + ">";
+    };
+    const auto device = [&](const char* value) { return flag("NP_Connection_Device_On", value); };
+    const auto application = [&](const char* value) { return flag("NP_Connection_Application_On", value); };
+    const auto online = [&](const char* value) { return flag("NP_Cmd_Remote_Is_Online", value); };
+    using Reader = int (*)(__send_args*);
+    const struct {
+        Reader reader;
+        std::string answer;
+        int result;
+    } cases[] = {
+        {get_NP_VAL_CMD_CHECK_FOR_HEARTBEAT, message(flag("NP_Server_Is_Live", "n")), 0},
+        {get_NP_VAL_CMD_CHECK_FOR_HEARTBEAT, message(flag("NP_Server_Is_Live", "N")), -1},
+        {get_NP_VAL_CMD_CHECK_FOR_HEARTBEAT, message(""), -1},
+        {get_NP_VAL_CMD_CHECK_CONNECTION_STATUS, message(device("0") + application("Y")), 0},
+        {get_NP_VAL_CMD_CHECK_CONNECTION_STATUS, message(device("Y") + application("N")), -1},
+        {get_NP_VAL_CMD_CHECK_CONNECTION_STATUS, message(device("N") + application("Y")), -1},
+        {get_NP_VAL_CMD_CHECK_CONNECTION_STATUS, message(device("Y")), -1},
+        {get_NP_VAL_CMD_CHECK_CONNECTION_STATUS_offline, message(flag("NP_Connection_Local_Device_On", "Y")),
+         0},
+        {get_NP_VAL_CMD_CHECK_CONNECTION_STATUS_offline, message(device("Y") + application("Y")), -1},
+        {get_NP_VAL_CMD_CHECK_REMOTE_ONLINE, message(kSuccess + online("Y")), 0},
+        {get_NP_VAL_CMD_CHECK_REMOTE_ONLINE, message(kFailure + online("Y")), -1},
+        {get_NP_VAL_CMD_CHECK_REMOTE_ONLINE, message(kSuccess), -1},
+        {get_NP_VAL_CMD_CHECK_REMOTE_ONLINE, "", -1},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(read(c.reader, c.answer), c.result) << c.answer;
+}
+
+TEST(AnswerText, OnlyWhatTheParserCannotTakeIsReplaced) {
+    const struct {
+        std::string text;
+        std::string readable;
+    } cases[] = {
+        {"caf\u00E9 \u65E5 \U0001F600\t\n", "caf\u00E9 \u65E5 \U0001F600\t\n"},
+        {"&dq;a&dq;", "&quot;a&quot;"},
+        {"&d;&amp;dq;", "&d;&amp;dq;"},
+        {"\xC3", "\uFFFD"},
+        {"\xE2\x82x", "\uFFFD\uFFFDx"},
+        {"\xC0\xAF\xED\xA0\x80", "\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"},
+        {"a\x1B\x7F", "a\uFFFD\x7F"},
+        {"\xEF\xBF\xBE\xF4\x90\x80\x80", "\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"},
+    };
+    for (const auto& c : cases) {
+        std::string storage;
+        EXPECT_EQ(relay_hub::readable_answer(c.text, storage), c.readable);
+    }
+}
+
+TEST(XmlWalk, FindsFieldsAtAnyDepthAndStopsWhenTold) {
+    std::string text = "<ZEVMSG><a><T1>first</T1></a><T1>second</T1><T1/><T1>last<b/></T1><c>";
+    constexpr int kDepth = 200;
+    for (int i = 0; i < kDepth; ++i)
+        text += "<d>";
+    text += "<e>deep</e>";
+    for (int i = 0; i < kDepth; ++i)
+        text += "</d>";
+    text += "</c></ZEVMSG>";
+    xmlNode* root = nullptr;
+    const relay_hub::XmlDocPtr document(
+        get_xml_structure(text.c_str(), static_cast<int>(text.size()), &root));
+    ASSERT_NE(document, nullptr);
+    const auto content = [](xmlChar* found) {
+        const relay_hub::XmlText owner(found);
+        return found == nullptr ? "none" : std::string(reinterpret_cast<const char*>(found));
+    };
+    EXPECT_EQ(content(get_xml_content_by_first(root->children, "T1")), "first");
+    EXPECT_EQ(content(get_xml_content_by_last(root->children, "T1")), "last");
+    EXPECT_EQ(content(get_xml_content_by_first(root->children->next->next, "T1")), "");
+    EXPECT_EQ(content(get_xml_content_by_first(root->children, "e")), "deep");
+    EXPECT_EQ(content(get_xml_content_by_first(root->children, "T9")), "none");
+    int visits = 0;
+    const record_callback second_ends = [](xmlNode*, void* count) {
+        return ++*static_cast<int*>(count) == 2 ? -1 : 5;
+    };
+    EXPECT_EQ(traversal_xml(root->children, "T1", second_ends, &visits), -1);
+    EXPECT_EQ(visits, 2);
+    EXPECT_EQ(traversal_xml(
+                  root->children, "e", [](xmlNode*, void*) { return 1; }, nullptr),
+              0);
+}
+
+}  // namespace
