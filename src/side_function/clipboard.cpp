@@ -146,8 +146,11 @@ void clipboard_clean_data(GtkClipboard*, gpointer) {
 }
 
 void release_clipboard(GtkClipboard* clipboard) {
+    const bool is_ours = clipboard_action != kNothingOffered;
     forget_offer();
-    gtk_clipboard_clear(clipboard != nullptr ? clipboard : desktop_clipboard());
+    // The toolkit would also clear what another program has offered in the same millisecond.
+    if (is_ours)
+        gtk_clipboard_clear(clipboard != nullptr ? clipboard : desktop_clipboard());
 }
 
 int get_from_clipboard(std::vector<std::string>& list) {

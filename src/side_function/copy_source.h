@@ -31,7 +31,8 @@ std::string get_old_copy_path();
 void set_old_copy_path(const std::string& folder);
 void free_old_copy_path();
 
-// Offers g_pClipboardFileList on the desktop clipboard. 0, or -1 when the clipboard could not be taken.
+// Offers g_pClipboardFileList on the desktop clipboard; the caller then says so in clipboard_action. 0, or -1
+// when the clipboard could not be taken.
 int save_to_clipboard(gpointer data);
 // The clipboard asks for one target, or tells that the offer is over.
 void clipboard_get_data(GtkClipboard* clipboard, GtkSelectionData* selection, guint info, gpointer data);

@@ -157,7 +157,8 @@ int left_popup_menu_copy(GtkWidget*, gpointer tree_view) {
     auto* const list = static_cast<GtkWidget*>(tree_view);
     const std::vector<std::string> names = relay_hub::selected_names(list);
     const std::string folder = relay_hub::folder_of(local_side());
-    save_to_clipboard(nullptr);
+    if (save_to_clipboard(nullptr) != 0)
+        relay_hub::report(RELAY_HUB_HERE, "the desktop clipboard cannot be taken");
     clipboard_action = kCopyOffered;
     g_copy_source = kCopiedLocally;
     g_p_tree_view = list;

@@ -70,6 +70,35 @@ GtkWidget* find_window_with(const std::string& text) {
     return found;
 }
 
+NameGiven::NameGiven(const std::string& title, const std::string& name)
+    : When([title] { return find_window(title) != nullptr; },
+           [title, name] {
+               GtkWidget* dialog = find_window(title);
+               gtk_entry_set_text(GTK_ENTRY(find_entry(dialog)), name.c_str());
+               gtk_button_clicked(GTK_BUTTON(find_button(dialog, GTK_STOCK_OK)));
+           }) {}
+
+BoxClosed::BoxClosed(const std::string& text)
+    : When([text] { return find_window_with(text) != nullptr; },
+           [text] { gtk_dialog_response(GTK_DIALOG(find_window_with(text)), GTK_RESPONSE_OK); }) {}
+
+Drop::Drop(const std::string& text, GdkDragAction action)
+    : context_(GDK_DRAG_CONTEXT(g_object_new(GDK_TYPE_DRAG_CONTEXT, nullptr))) {
+    context_->suggested_action = action;
+    selection_.target = gdk_atom_intern("text/uri-list", FALSE);
+    gtk_selection_data_set(&selection_, selection_.target, 8, reinterpret_cast<const guchar*>(text.c_str()),
+                           static_cast<int>(text.size()));
+}
+
+Drop::~Drop() {
+    g_object_unref(context_);
+    g_free(selection_.data);
+}
+
+std::string Drop::text() {
+    return {reinterpret_cast<const char*>(selection_.data), static_cast<std::size_t>(selection_.length)};
+}
+
 FakeEngine::FakeEngine(Script script) : script_(std::move(script)) {
     std::signal(SIGPIPE, SIG_IGN);
     ::mkfifo((base_ + "_IN").c_str(), 0600);
@@ -108,7 +137,6 @@ void FakeEngine::serve() {
             requests_.push_back(request);
         }
         peer.open_out(O_WRONLY).answer(test::frame(script_(request)));
-        peer.await_reader_gone();
     }
 }
 

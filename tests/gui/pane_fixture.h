@@ -19,6 +19,32 @@ namespace gui_test {
 // The visible toplevel one of whose labels holds text, or null.
 GtkWidget* find_window_with(const std::string& text);
 
+// Gives the name dialog of that title a text and says OK, and closes boxes, while an action waits for them.
+class NameGiven : public When {
+  public:
+    NameGiven(const std::string& title, const std::string& name);
+};
+class BoxClosed : public When {
+  public:
+    explicit BoxClosed(const std::string& text);
+};
+
+// What a drop handler is given.
+class Drop {
+  public:
+    explicit Drop(const std::string& text, GdkDragAction action = GDK_ACTION_COPY);
+    Drop(const Drop&) = delete;
+    Drop& operator=(const Drop&) = delete;
+    ~Drop();
+    [[nodiscard]] GdkDragContext* context() const { return context_; }
+    GtkSelectionData* selection() { return &selection_; }
+    [[nodiscard]] std::string text();
+
+  private:
+    GdkDragContext* context_;
+    GtkSelectionData selection_{};
+};
+
 // Answers every request on a channel of its own until the end of its life.
 class FakeEngine {
   public:
