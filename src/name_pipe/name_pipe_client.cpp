@@ -1,6 +1,7 @@
 #include "name_pipe/name_pipe_client.h"
 
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -98,22 +99,48 @@ Writer find_writer(int out, FrameProgress& progress) {
     return Writer::sent;
 }
 
+struct Ends {
+    FileDescriptor in;
+    FileDescriptor out;
+    std::string out_path;
+};
+
+bool request_unread(int in) {
+    int unread = 0;
+    return ::ioctl(in, FIONREAD, &unread) == 0 && unread > 0;
+}
+
+// After a hang-up on the answers' end. A peer that has not read the request only ended a round before it: the
+// end is opened afresh, because a hang-up stays to be seen. False when the peer has had the request.
+bool joins_next_round(Ends& ends) {
+    if (!request_unread(ends.in.get()))
+        return false;
+    ends.out = open_fifo(ends.out_path, O_RDONLY | O_NONBLOCK);
+    return static_cast<bool>(ends.out);
+}
+
 // Waits without limit for the first byte of the answer, but not for a peer that has died. That shows by a
 // writer's hang-up or, where the peer died before it opened its end, by requests without a reader and
 // answers without a writer at once. A living peer may be in that state too, between its reading and its
 // answering, but only for moments.
-ReadEnd await_answer(int in, int out, FrameProgress& progress) {
-    bool in_open = true;
+ReadEnd await_answer(Ends& ends, FrameProgress& progress) {
+    bool in_watched = true;
     Deadline peer_gone;
     for (;;) {
-        std::array<pollfd, 2> watches{pollfd{out, POLLIN, 0}, pollfd{in_open ? in : -1, 0, 0}};
+        std::array<pollfd, 2> watches{pollfd{ends.out.get(), POLLIN, 0},
+                                      pollfd{in_watched ? ends.in.get() : -1, 0, 0}};
         const WaitEnd end = wait_on(watches, peer_gone);
         if (end == WaitEnd::abandoned)
             return ReadEnd::abandoned;
-        if (end == WaitEnd::ready && watches[0].revents != 0)
-            return (watches[0].revents & POLLIN) != 0 ? ReadEnd::complete : ReadEnd::closed;
-        in_open = false;
-        const Writer writer = find_writer(out, progress);
+        if (end == WaitEnd::ready && watches[0].revents != 0) {
+            if ((watches[0].revents & POLLIN) != 0)
+                return ReadEnd::complete;
+            if (!joins_next_round(ends))
+                return ReadEnd::closed;
+            continue;
+        }
+        in_watched = false;
+        const Writer writer = find_writer(ends.out.get(), progress);
         if (writer == Writer::sent)
             return ReadEnd::complete;
         if (writer == Writer::absent && end == WaitEnd::timed_out)
@@ -128,9 +155,9 @@ bool ends_at_zero(AnswerKind kind, const FrameProgress& progress) {
 
 // Collects the answer's body. Returns complete also where the text ended before the frame did and the rest
 // of it has been read off.
-ReadEnd read_answer(int in, int out, FrameProgress& progress, std::string& answer, std::size_t limit,
+ReadEnd read_answer(Ends& ends, FrameProgress& progress, std::string& answer, std::size_t limit,
                     AnswerKind kind) {
-    const ReadEnd awaited = await_answer(in, out, progress);
+    const ReadEnd awaited = await_answer(ends, progress);
     if (awaited != ReadEnd::complete)
         return awaited;
     const auto collect = [&](std::string_view piece) {
@@ -138,6 +165,7 @@ ReadEnd read_answer(int in, int out, FrameProgress& progress, std::string& answe
         answer.append(piece.substr(0, std::min(zero, limit - answer.size())));
         return zero == std::string_view::npos && answer.size() < limit;
     };
+    const int out = ends.out.get();
     const ReadEnd end = read_frame(out, progress, {kQuiet, kQuiet}, collect);
     if (end != ReadEnd::stopped)
         return end;
@@ -191,23 +219,23 @@ bool exchange_on(Channel& channel, const std::string& base, std::string_view bod
     FileDescriptor late_answers = settle(out_path, channel, settled);
     if (!settled)
         return fail_in_open();
-    const FileDescriptor in = open_in(base + "_IN", late_answers);
-    if (!in)
+    Ends ends{open_in(base + "_IN", late_answers), {}, out_path};
+    if (!ends.in)
         return fail_in_open();
-    const FileDescriptor out = open_fifo(out_path, O_RDONLY | O_NONBLOCK);
-    if (!out) {
+    ends.out = open_fifo(out_path, O_RDONLY | O_NONBLOCK);
+    if (!ends.out) {
         trace("Failed to Open Name Pipe (OUT) with block method - return FALSE!!!\n");
         return false;
     }
     late_answers.reset();
-    raise_capacity(out.get());
-    discard_pending(out.get());
+    raise_capacity(ends.out.get());
+    discard_pending(ends.out.get());
 
     channel.answer_owed = true;
-    if (!write_request(in.get(), body, std::nullopt))
+    if (!write_request(ends.in.get(), body, std::nullopt))
         return false;
     trace("Prepare to reading...!!!\n");
-    const ReadEnd end = read_answer(in.get(), out.get(), channel.owed, answer, limit, kind);
+    const ReadEnd end = read_answer(ends, channel.owed, answer, limit, kind);
     if (end == ReadEnd::abandoned || end == ReadEnd::failed)
         return false;
     trace_answer(channel.owed, limit, answer.size());

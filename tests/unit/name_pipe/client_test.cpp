@@ -111,6 +111,20 @@ TEST_F(Client, WaitsForAPeerThatClosesItsReadingEndFirstButNotForADeadOne) {
     EXPECT_EQ(answer, "");
 }
 
+TEST_F(Client, StaysForThePeersNextRound) {
+    Peer peer(base_);
+    peer.open_in(O_RDWR);
+    std::string answer;
+    std::jthread sender([&] { EXPECT_TRUE(send("x", answer)); });
+    peer.open_out(O_WRONLY);
+    peer.await_request();
+    peer.close_out();
+    peer.open_out(O_WRONLY).take_request();
+    peer.answer(test::frame("second round"));
+    sender.join();
+    EXPECT_EQ(answer, "second round");
+}
+
 TEST_F(Client, FillsTheCallersBufferAndNoMore) {
     struct {
         unsigned int room;

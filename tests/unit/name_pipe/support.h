@@ -89,6 +89,10 @@ class Peer {
     std::string take_answer() { return take_frame(out_); }
     void request(const std::string& bytes) const { write(in_, bytes); }
     void answer(const std::string& bytes) const { write(out_, bytes); }
+    void await_request() const {
+        pollfd watch{in_, POLLIN, 0};
+        (void)::poll(&watch, 1, 5000);
+    }
     // Until the other side has left the answers' end.
     void await_reader_gone() const {
         pollfd watch{out_, 0, 0};
