@@ -83,7 +83,9 @@ void Log::ReallyPrint(const char* format, va_list args) {
         return;
     va_list measured;
     va_copy(measured, args);
-    const int size = std::vsnprintf(nullptr, 0, format, measured);
+    // The checker sees neither va_start nor va_copy.
+    const int size =
+        std::vsnprintf(nullptr, 0, format, measured);  // NOLINT(clang-analyzer-valist.Uninitialized)
     va_end(measured);
     if (size <= 0)
         return;
@@ -114,7 +116,8 @@ void log_event(const char* format, ...) {
     const std::lock_guard lock(g_log_message_mutex);
     va_list args;
     va_start(args, format);
-    const int size = std::vsnprintf(g_log_message, sizeof g_log_message, format, args);
+    const int size = std::vsnprintf(g_log_message, sizeof g_log_message, format,
+                                    args);  // NOLINT(clang-analyzer-valist.Uninitialized)
     va_end(args);
     if (size >= 0)
         (void)write_log(kEventLogPath, g_log_message);

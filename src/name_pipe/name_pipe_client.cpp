@@ -25,9 +25,10 @@ constexpr milliseconds kQuiet{2000};
 // What follows a text that is complete: its padding, which is read off so that the peer can finish its write.
 constexpr milliseconds kPaddingPause{20};
 constexpr milliseconds kPaddingLimit{200};
-constexpr milliseconds kFirstRetry{10};
+constexpr milliseconds kFirstRetry{1};
 constexpr milliseconds kLongestRetry{50};
 constexpr milliseconds kPostLimit{1000};
+constexpr milliseconds kLongestHold{10};
 constexpr int kImmediateTries = 20;
 
 void trace(std::string_view text) {
@@ -269,7 +270,7 @@ void hold_until_opened(int in, int out, Clock::time_point deadline) {
         const Deadline next = std::min(deadline, Clock::now() + pause);
         if (wait_on({&watch, 1}, next) != WaitEnd::timed_out)
             return;
-        pause = std::min(pause * 2, kFirstRetry);
+        pause = std::min(pause * 2, kLongestHold);
     }
 }
 

@@ -78,7 +78,7 @@ const std::vector<AnswerCase>& answer_cases() {
 TEST_F(Client, EndsUpWithWhatThePeerGave) {
     for (const AnswerCase& one : answer_cases()) {
         std::string request;
-        std::jthread server([&] {
+        test::Background server([&] {
             Peer peer(base_);
             request = peer.as_server().take_request();
             one.serve(peer);
@@ -94,7 +94,7 @@ TEST_F(Client, EndsUpWithWhatThePeerGave) {
 }
 
 TEST_F(Client, WaitsForAPeerThatClosesItsReadingEndFirstButNotForADeadOne) {
-    std::jthread server([&] {
+    test::Background server([&] {
         Peer late(base_);
         late.open_in(O_RDONLY).take_request();
         late.close_in();
@@ -115,7 +115,7 @@ TEST_F(Client, StaysForThePeersNextRound) {
     Peer peer(base_);
     peer.open_in(O_RDWR);
     std::string answer;
-    std::jthread sender([&] { EXPECT_TRUE(send("x", answer)); });
+    test::Background sender([&] { EXPECT_TRUE(send("x", answer)); });
     peer.open_out(O_WRONLY);
     peer.await_request();
     peer.close_out();
@@ -131,7 +131,7 @@ TEST_F(Client, FillsTheCallersBufferAndNoMore) {
         std::string expected;
     } const cases[] = {{4, "abcd####"}, {7, std::string("abcd\0fg#", 8)}, {8, std::string("abcd\0fg\0", 8)}};
     for (const auto& one : cases) {
-        std::jthread server([&] {
+        test::Background server([&] {
             Peer peer(base_);
             peer.as_server().take_request();
             peer.answer(test::frame(std::string("abcd\0fg", 7)));
@@ -146,7 +146,7 @@ TEST_F(Client, FillsTheCallersBufferAndNoMore) {
 TEST_F(Client, TracesEachStepWithTotals) {
     const std::string trace = folder_ / "trace";
     theLog.SetFile(trace.c_str(), false);
-    std::jthread server([&] {
+    test::Background server([&] {
         Peer peer(base_);
         peer.as_server().take_request();
         peer.answer(test::frame(std::string(100000, 'x')));
@@ -194,7 +194,7 @@ TEST_F(Client, RefusesPathsThatAreNoFifos) {
 TEST_F(Client, PostsOnlyWhereSomebodyReads) {
     EXPECT_FALSE(channel_.NPPostMessage(std::string("nobody"), "", kUserData));
     std::string request;
-    std::jthread server([&] {
+    test::Background server([&] {
         Peer peer(base_);
         request = peer.as_server().take_request();
     });
@@ -232,7 +232,7 @@ class PendingSend {
     std::atomic<bool> done_ = false;
     bool result_ = true;
     std::string answer_ = "untouched";
-    std::jthread thread_;
+    test::Background thread_;
 };
 
 TEST_F(Client, LeavesEachWaitWhenAbandoned) {
@@ -262,7 +262,7 @@ TEST_F(Client, TakesNoAnswerOfAnAbandonedRequestForItsOwn) {
     EXPECT_EQ(peer.as_server().take_request(), kMarker + "first");
     EXPECT_TRUE(first.ends_when_abandoned());
     std::string answer;
-    std::jthread second([&] { EXPECT_TRUE(send("second", answer)); });
+    test::Background second([&] { EXPECT_TRUE(send("second", answer)); });
     ASSERT_TRUE(test::wait_until([this] { return relay_hub::channel_busy(base_); }));
     // Still in the round of the first, as a peer that was slow is.
     peer.answer(test::frame("of the first"));
@@ -278,7 +278,7 @@ TEST_F(Client, DropsWhatIsLeftInThePipe) {
     Peer peer(base_);
     peer.open_in(O_RDWR).open_out(O_RDWR).answer("left over");
     std::string answer;
-    std::jthread sender([&] { EXPECT_TRUE(send("x", answer)); });
+    test::Background sender([&] { EXPECT_TRUE(send("x", answer)); });
     EXPECT_EQ(peer.take_request(), kMarker + "x");
     peer.answer(test::frame("fresh"));
     sender.join();

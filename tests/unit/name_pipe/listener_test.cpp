@@ -1,9 +1,9 @@
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <atomic>
-#include <cstring>
+#include <deque>
 #include <mutex>
-#include <vector>
 
 #include "name_pipe/name_pipe_base.h"
 #include "name_pipe/name_pipe_io.h"
@@ -28,7 +28,7 @@ unsigned int echo_provider(char* body, unsigned int length, char* answer, unsign
         return 0;
     const std::string text = "echo:" + std::string(body, length).substr(std::min(length, 6U));
     if (text.size() < size)
-        std::memcpy(answer, text.data(), text.size());
+        std::copy(text.begin(), text.end(), answer);
     return 1;
 }
 
@@ -112,7 +112,7 @@ TEST_F(Listener, OutlivesClientsThatNeverSendOrNeverRead) {
 }
 
 TEST_F(Listener, ServesManySendersEachItsOwnAnswer) {
-    std::vector<std::jthread> senders;
+    std::deque<test::Background> senders;
     for (int sender = 0; sender < 4; ++sender)
         senders.emplace_back([this, sender] {
             CNamePipeBase channel(base_, kPipeBufferSize, kPipeBufferSize);
@@ -182,7 +182,7 @@ TEST(ListenPipe, OneWayRemovesTheOtherEndAndBeatsTheMask) {
     const std::string base = folder / "notify";
     test::put(base + "_OUT", "in the way");
     const mode_t mask = ::umask(077);
-    std::jthread server([&] {
+    test::Background server([&] {
         const auto read_one = [](int fd, void*) {
             unsigned int count = 0;
             one_way_message = ReadPipeData(fd, &count).get();

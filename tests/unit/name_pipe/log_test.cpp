@@ -2,8 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include <thread>
-#include <vector>
+#include <deque>
 
 #include "name_pipe/diagnostics.h"
 #include "support.h"
@@ -62,7 +61,7 @@ TEST(EventLog, AppendsWholeStampedLinesFromAllThreads) {
     const test::Folder folder;
     const std::string path = folder / "log";
     {
-        std::vector<std::jthread> writers;
+        std::deque<test::Background> writers;
         for (int i = 0; i < 4; ++i)
             writers.emplace_back([&] {
                 for (int line = 0; line < 25; ++line)

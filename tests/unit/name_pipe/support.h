@@ -12,9 +12,11 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <string>
 #include <thread>
+#include <utility>
 
 namespace test {
 
@@ -43,6 +45,22 @@ bool wait_until(const Condition& condition, std::chrono::milliseconds limit = 5s
             return true;
     return condition();
 }
+
+// A thread that is waited for.
+class Background {
+  public:
+    explicit Background(std::function<void()> work) : thread_(std::move(work)) {}
+    Background(const Background&) = delete;
+    Background& operator=(const Background&) = delete;
+    ~Background() { join(); }
+    void join() {
+        if (thread_.joinable())
+            thread_.join();
+    }
+
+  private:
+    std::thread thread_;
+};
 
 inline std::string content(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
