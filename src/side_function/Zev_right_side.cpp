@@ -132,6 +132,8 @@ int right_treeview_load_file(GtkWidget*, const std::string& path) {
     if (relay_hub::window_is_closing())
         return -1;
     const WindowWork work;
+    // Also for the reloads that end other actions: an engine that stays silent then must not hold the window.
+    const relay_hub::BusyDialog busy;
     __send_args args;
     args.list_path = path;
     args.list_path_hex = relay_hub::traced_unicode_hex(path);

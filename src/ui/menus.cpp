@@ -9,6 +9,7 @@
 #include "tree_view_op/file_list_view.h"
 #include "ui/base/closing.h"
 #include "ui/base/dialogs/about_dialog.h"
+#include "ui/base/dialogs/dialog_parts.h"
 #include "ui/navigation.h"
 #include "util/translated_text.h"
 
@@ -68,10 +69,9 @@ void unselect_all(const __single* side) {
 }
 
 GtkWidget* new_confirmation() {
-    GtkWidget* dialog = gtk_dialog_new_with_buttons(
-        translated("IDS_CONFIRMATION"), GTK_WINDOW(main_window()),
-        static_cast<GtkDialogFlags>(GTK_DIALOG_MODAL | GTK_DIALOG_DESTROY_WITH_PARENT), GTK_STOCK_OK,
-        GTK_RESPONSE_ACCEPT, GTK_STOCK_CANCEL, GTK_RESPONSE_REJECT, nullptr);
+    GtkWidget* dialog = relay_hub::new_modal_dialog(main_window(), translated("IDS_CONFIRMATION"));
+    gtk_dialog_add_buttons(GTK_DIALOG(dialog), GTK_STOCK_OK, GTK_RESPONSE_ACCEPT, GTK_STOCK_CANCEL,
+                           GTK_RESPONSE_REJECT, nullptr);
     gtk_window_set_deletable(GTK_WINDOW(dialog), FALSE);
     gtk_window_unmaximize(GTK_WINDOW(dialog));
     gtk_window_set_resizable(GTK_WINDOW(dialog), FALSE);
@@ -86,12 +86,8 @@ GtkWidget* new_confirmation() {
 
 bool deletion_confirmed() {
     GtkWidget* dialog = new_confirmation();
-    g_object_add_weak_pointer(G_OBJECT(dialog), reinterpret_cast<gpointer*>(&dialog));
     const int response = relay_hub::run_dialog(GTK_DIALOG(dialog));
-    if (dialog != nullptr) {
-        g_object_remove_weak_pointer(G_OBJECT(dialog), reinterpret_cast<gpointer*>(&dialog));
-        gtk_widget_destroy(dialog);
-    }
+    gtk_widget_destroy(dialog);
     if (response == GTK_RESPONSE_ACCEPT) {
         std::puts("GTK_RESPONSE_ACCEPT");
         return true;

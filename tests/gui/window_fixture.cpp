@@ -11,7 +11,6 @@ namespace gui_test {
 MainWindowTest::MainWindowTest() {
     relay_hub::reset_closing();
     relay_hub::reset_copy_source();
-    gtk_clipboard_clear(gtk_clipboard_get(GDK_SELECTION_CLIPBOARD));
     new_zev_window();
     visible_main_window();
     visible_local_widget();
@@ -23,6 +22,7 @@ MainWindowTest::MainWindowTest() {
 MainWindowTest::~MainWindowTest() {
     if (GtkWidget* menu = open_menu())
         gtk_menu_shell_cancel(GTK_MENU_SHELL(menu));
+    gtk_clipboard_clear(gtk_clipboard_get(GDK_SELECTION_CLIPBOARD));
     relay_hub::reset_link_monitor();
     relay_hub::reset_main_window();
     relay_hub::reset_closing();

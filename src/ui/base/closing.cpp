@@ -65,6 +65,8 @@ void close_window() {
 
 void reset_closing() {
     disarm_closing_watchdog();
+    accept_requests_again();
+    accept_confirmations_again();
     closing = false;
 }
 

@@ -30,6 +30,7 @@ GtkWidget* new_modal_dialog(GtkWidget* parent, const char* title) {
     gtk_window_set_title(GTK_WINDOW(dialog), title);
     if (over != nullptr)
         gtk_window_set_transient_for(GTK_WINDOW(dialog), GTK_WINDOW(over));
+    gtk_window_set_position(GTK_WINDOW(dialog), GTK_WIN_POS_CENTER_ON_PARENT);
     gtk_window_set_modal(GTK_WINDOW(dialog), TRUE);
     gtk_window_set_destroy_with_parent(GTK_WINDOW(dialog), TRUE);
     return dialog;

@@ -16,6 +16,7 @@ void run_error_box(GtkWidget* parent, GtkButtonsType buttons, const char* title,
     GtkWindow* over = parent != nullptr ? GTK_WINDOW(parent) : nullptr;
     GtkWidget* dialog =
         gtk_message_dialog_new(over, kFlags, GTK_MESSAGE_ERROR, buttons, "%s", shown_text(primary).c_str());
+    gtk_window_set_position(GTK_WINDOW(dialog), GTK_WIN_POS_CENTER_ON_PARENT);
     if (title != nullptr)
         gtk_window_set_title(GTK_WINDOW(dialog), title);
     if (secondary != nullptr)
