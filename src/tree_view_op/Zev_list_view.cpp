@@ -15,7 +15,6 @@
 #include "util/translated_text.h"
 
 using relay_hub::list_store_of;
-using relay_hub::row_name;
 
 namespace {
 

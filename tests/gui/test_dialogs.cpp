@@ -1,10 +1,15 @@
 #include <gdk/gdkkeysyms.h>
 #include <gmock/gmock.h>
+#include <poll.h>
+
+#include <cstring>
 
 #include "gui/gui_fixture.h"
+#include "link_engine/answer_slot.h"
+#include "link_engine/command_runner.h"
 #include "link_engine/transfer_state.h"
+#include "name_pipe/abandon.h"
 #include "tree_view_op/file_list_view.h"
-#include "ui/base/dialogs/about_dialog.h"
 #include "ui/base/dialogs/file_read_write_dialog.h"
 #include "ui/base/dialogs/message_dialog.h"
 #include "ui/base/dialogs/mkdir_dialog.h"
@@ -63,24 +68,6 @@ TEST(MessageDialog, ShowsTextsAsTheyAre) {
         EXPECT_THAT(shown, testing::StartsWith(each.shown));
         EXPECT_EQ(title, "Relay Hub");
     }
-}
-
-TEST(AboutDialog, ShowsNameAndVersionOfFullFields) {
-    about_info info{};
-    std::fill(std::begin(info.version), std::end(info.version), '1');
-    std::copy_n("Relay Hub", 10, info.program_name);
-    std::string version;
-    std::string name;
-    const When shown([] { return GTK_IS_ABOUT_DIALOG(gtk_grab_get_current()); },
-                     [&] {
-                         auto* dialog = GTK_ABOUT_DIALOG(gtk_grab_get_current());
-                         version = gtk_about_dialog_get_version(dialog);
-                         name = gtk_about_dialog_get_program_name(dialog);
-                         gtk_dialog_response(GTK_DIALOG(dialog), GTK_RESPONSE_CANCEL);
-                     });
-    new_about_dialog(nullptr, &info);
-    EXPECT_EQ(version, std::string(20, '1'));
-    EXPECT_EQ(name, "Relay Hub");
 }
 
 TEST(MkdirDialog, GivesTheNameOnlyForOk) {
@@ -309,6 +296,29 @@ TEST(BusyDialog, NestsAndPulsesUntilItGoes) {
     }
     EXPECT_EQ(find_window("IDS_MSG_PROCESSING"), nullptr);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "on_show_search_dialog_destroy\n");
+}
+
+int wait_until_abandoned(void* args) {
+    pollfd abandoned{relay_hub::current_abandon_token()->descriptor(), POLLIN, 0};
+    const int result = poll(&abandoned, 1, static_cast<int>(gui_test::kLimit.count()));
+    set_atomic(&static_cast<__send_args*>(args)->state, kStateFinished);
+    return result;
+}
+
+int answer_length(__send_args*) {
+    const char* answer = get_xml_string();
+    return answer != nullptr ? static_cast<int>(std::strlen(answer)) : 0;
+}
+
+TEST(BusyDialog, ClosingItAbandonsTheRequest) {
+    const relay_hub::BusyDialog busy;
+    const auto began = std::chrono::steady_clock::now();
+    const When closed([] { return true; },
+                      [] { close_as_the_window_manager(find_window("IDS_MSG_PROCESSING")); });
+    __send_args args;
+    EXPECT_EQ(send_command_t(wait_until_abandoned, answer_length, &args), 0);
+    EXPECT_TRUE(closed.done());
+    EXPECT_LT(std::chrono::steady_clock::now() - began, gui_test::kLimit / 2);
 }
 
 }  // namespace

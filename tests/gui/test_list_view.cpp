@@ -44,38 +44,6 @@ class WatchedListing : public testing::Test {
     PaneList list_;
 };
 
-TEST(ListColumns, StandAsThePanesShowThem) {
-    const PaneList list;
-    struct Expected {
-        const char* title;
-        int width;
-        bool visible;
-    };
-    constexpr Expected kExpected[] = {{"IDS_STR_LISTVIEW_NAME", 150, true},
-                                      {"IDS_STR_LISTVIEW_SIZE", 80, true},
-                                      {"IDS_STR_LISTVIEW_TYPE", 45, true},
-                                      {"IDS_FH_MODIFY", 150, true},
-                                      {"Date Accessed", 150, false},
-                                      {"SIZE VALUE", 70, false},
-                                      {"TYPE V", 40, false},
-                                      {"MODIFY TIME VALUE", 150, false},
-                                      {"ACCESS TIME VALUE", 150, false},
-                                      {"CREATE TIME VALUE", 150, false}};
-    int index = 0;
-    for (const Expected& expected : kExpected) {
-        SCOPED_TRACE(expected.title);
-        GtkTreeViewColumn* column = gtk_tree_view_get_column(GTK_TREE_VIEW(list.view()), index);
-        ASSERT_NE(column, nullptr);
-        EXPECT_STREQ(gtk_tree_view_column_get_title(column), expected.title);
-        EXPECT_EQ(gtk_tree_view_column_get_fixed_width(column), expected.width);
-        EXPECT_EQ(gtk_tree_view_column_get_visible(column) != FALSE, expected.visible);
-        EXPECT_TRUE(gtk_tree_view_column_get_resizable(column));
-        EXPECT_EQ(gtk_tree_view_column_get_sort_column_id(column), index == 0 ? kColumnIcon : -1);
-        ++index;
-    }
-    EXPECT_EQ(gtk_tree_view_get_column(GTK_TREE_VIEW(list.view()), index), nullptr);
-}
-
 class LocalListing : public WatchedListing {
   protected:
     LocalListing() {
@@ -268,22 +236,6 @@ TEST(SelectionTexts, JoinNamesAndFolder) {
     };
     for (const Case& each : cases)
         EXPECT_EQ(set_glist_to_string(each.names, each.folder, each.uri_flag), each.expected) << each.folder;
-}
-
-TEST(SelectionTexts, SelectionFunctionPrintsAndAllows) {
-    const PaneList list;
-    insert_root_row(list.view());
-    GtkTreeSelection* selection = gtk_tree_view_get_selection(GTK_TREE_VIEW(list.view()));
-    testing::internal::CaptureStdout();
-    for (const int row : {0, 5}) {
-        GtkTreePath* path = gtk_tree_path_new_from_indices(row, -1);
-        EXPECT_TRUE(
-            treeview_selected_callback(selection, GTK_TREE_MODEL(list.store()), path, FALSE, nullptr));
-        EXPECT_TRUE(treeview_selected_callback(selection, GTK_TREE_MODEL(list.store()), path, TRUE, nullptr));
-        gtk_tree_path_free(path);
-    }
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              ".. is going to be selected.\n.. is going to be unselected.\n");
 }
 
 TEST(SortComparison, KeepsFoldersAheadInBothDirections) {

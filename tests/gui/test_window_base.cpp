@@ -127,28 +127,6 @@ TEST(ClosingDeathTest, AStuckMainLoopStillEndsWithStatusZero) {
         testing::ExitedWithCode(0), "");
 }
 
-struct PresetQuestions : relay_hub::UserQuestions {
-    int ask_overwrite(const std::string&) override {
-        std::unique_lock lock(mutex);
-        asked = true;
-        released.wait(lock, [this] { return may_answer; });
-        return REQUEST_NO;
-    }
-    void show_error(const std::string&, const std::string&) override {}
-    void show_job_error(const std::string&) override {}
-    void answer() {
-        {
-            const std::lock_guard lock(mutex);
-            may_answer = true;
-        }
-        released.notify_all();
-    }
-    std::mutex mutex;
-    std::condition_variable released;
-    std::atomic<bool> asked = false;
-    bool may_answer = false;  // guarded by mutex
-};
-
 class LocalJob : public WindowBase {
   protected:
     LocalJob() {
@@ -191,19 +169,6 @@ TEST_F(LocalJob, AsksOverTheProgressDialogAndClosingWaitsForIt) {
     EXPECT_FALSE(destroyed_);
     close_file_read_write_dialog(progress);
     EXPECT_TRUE(run_until([&] { return destroyed_; }));
-}
-
-TEST_F(LocalJob, CancelledWhileItAsksIsWaitedForAndStaysCancelled) {
-    PresetQuestions questions;
-    relay_hub::set_user_questions(&questions);
-    const When cancelled([&] { return questions.asked.load(); },
-                         [&] {
-                             cancel_atomic(&job_->state);
-                             questions.answer();
-                         });
-    EXPECT_EQ(relay_hub::run_local_job(job_.get()), 0);
-    EXPECT_EQ(get_atomic(&job_->state), TASK_CANCEL);
-    EXPECT_EQ(get_atomic(&job_->worker_done), 1);
 }
 
 TEST_F(LocalJob, FailuresEndInOneBox) {
