@@ -1,0 +1,130 @@
+#include "unit/util/fault_injection.h"
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+
+namespace {
+
+const char* failing_function = nullptr;
+int failing_error = 0;
+std::atomic<int> calls_to_skip{0};
+std::atomic<int> failures_made{0};
+std::atomic<std::size_t> transfer_limit{0};
+std::atomic<unsigned> transfers{0};
+
+bool fails(const char* function) {
+    if (failing_function == nullptr || std::strcmp(failing_function, function) != 0 || calls_to_skip-- > 0)
+        return false;
+    ++failures_made;
+    errno = failing_error;
+    return true;
+}
+
+bool interrupted() {
+    if (transfer_limit == 0 || ++transfers % 2 == 0)
+        return false;
+    errno = EINTR;
+    return true;
+}
+
+std::size_t cut(std::size_t size) {
+    return transfer_limit == 0 ? size : std::min<std::size_t>(size, transfer_limit);
+}
+
+template <typename Function>
+Function real(Function, const char* name) {
+    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+}
+
+bool is_touched(int fd) {
+    return fd > STDERR_FILENO;
+}
+
+}  // namespace
+
+#define REAL(name) real(&::name, #name)
+
+extern "C" {
+
+ssize_t read(int fd, void* buffer, size_t size) {
+    static const auto next = REAL(read);
+    if (is_touched(fd) && (fails("read") || interrupted()))
+        return -1;
+    return next(fd, buffer, is_touched(fd) ? cut(size) : size);
+}
+
+ssize_t write(int fd, const void* buffer, size_t size) {
+    static const auto next = REAL(write);
+    if (is_touched(fd) && (fails("write") || interrupted()))
+        return -1;
+    return next(fd, buffer, is_touched(fd) ? cut(size) : size);
+}
+
+int close(int fd) {
+    static const auto next = REAL(close);
+    // The descriptor is gone in any case, as it is on a real failure; only what was written may be lost.
+    const bool written = (fcntl(fd, F_GETFL) & O_ACCMODE) != O_RDONLY;
+    const int result = next(fd);
+    return written && is_touched(fd) && fails("close") ? -1 : result;
+}
+
+int fsync(int fd) {
+    static const auto next = REAL(fsync);
+    return fails("fsync") ? -1 : next(fd);
+}
+
+int syncfs(int fd) noexcept {
+    static const auto next = REAL(syncfs);
+    return fails("syncfs") ? -1 : next(fd);
+}
+
+int rename(const char* from, const char* to) noexcept {
+    static const auto next = REAL(rename);
+    return fails("rename") ? -1 : next(from, to);
+}
+
+int symlink(const char* text, const char* path) noexcept {
+    static const auto next = REAL(symlink);
+    return fails("symlink") ? -1 : next(text, path);
+}
+
+int mkdir(const char* path, mode_t mode) noexcept {
+    static const auto next = REAL(mkdir);
+    return fails("mkdir") ? -1 : next(path, mode);
+}
+
+}  // extern "C"
+
+namespace util_test {
+
+Fault::Fault(const char* function, int error_number, int skip) {
+    failing_error = error_number;
+    calls_to_skip = skip;
+    failures_made = 0;
+    failing_function = function;
+}
+
+Fault::~Fault() {
+    failing_function = nullptr;
+}
+
+int Fault::hits() const {
+    return failures_made;
+}
+
+ShortTransfers::ShortTransfers(std::size_t limit) {
+    transfer_limit = limit;
+}
+
+ShortTransfers::~ShortTransfers() {
+    transfer_limit = 0;
+}
+
+}  // namespace util_test

@@ -1,0 +1,107 @@
+// What a failing system call may cost: either the copy is whole, or the old state stands and it is told.
+#include <sys/mount.h>
+#include <sys/statfs.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <fstream>
+
+#include "unit/util/fault_injection.h"
+#include "unit/util/util_sandbox.h"
+
+namespace {
+
+using util_test::exists;
+using util_test::Fault;
+using util_test::link_text;
+using util_test::names_in;
+using util_test::read_text;
+using util_test::ShortTransfers;
+using util_test::write_text;
+
+class Faults : public util_test::Sandbox {
+  protected:
+    Faults() {
+        make_folder("src");
+        make_folder("dst");
+        write_text(at("src/file"), content_);
+        EXPECT_EQ(symlink("text", at("src/link").c_str()), 0);
+        answers.answers = {REQUEST_YES};
+    }
+
+    const std::string content_ = std::string(400000, 'a') + "end";
+};
+
+TEST_F(Faults, short_and_interrupted_transfers_change_nothing) {
+    for (const std::size_t limit : {std::size_t{4096}, std::size_t{65537}}) {
+        const ShortTransfers shorts(limit);
+        EXPECT_TRUE(copy({at("src/file")}, at("dst")).empty());
+        EXPECT_EQ(read_text(at("dst/file")), content_);
+    }
+}
+
+TEST_F(Faults, each_failing_call_leaves_the_old_state_and_is_told) {
+    struct Case {
+        const char* function;
+        const char* source;
+        bool replace;
+        int skip;
+    };
+    const Case cases[] = {
+        {"read", "file", false, 0},    {"read", "file", true, 0},    {"read", "file", true, 2},
+        {"write", "file", false, 0},   {"write", "file", true, 0},   {"write", "file", true, 2},
+        {"write", "file", false, 2},   {"close", "file", false, 0},  {"close", "file", true, 0},
+        {"fsync", "file", false, 0},   {"fsync", "file", true, 0},   {"rename", "file", true, 0},
+        {"symlink", "link", false, 0}, {"symlink", "link", true, 0}, {"rename", "link", true, 0},
+        {"mkdir", "", false, 0},
+    };
+    for (const Case& each : cases) {
+        SCOPED_TRACE(std::string(each.function) + " " + each.source + (each.replace ? " replaced" : " new"));
+        const std::string dst = make_folder("dst");
+        if (each.replace)
+            write_text(dst + "/" + each.source, "old", 0640);
+        const std::vector<std::string> before = names_in(dst);
+        {
+            const Fault fault(each.function, EIO, each.skip);
+            const std::string source = *each.source == '\0' ? at("src") : at("src/") + each.source;
+            const std::vector<__task_failure> failures = copy({source}, dst);
+            EXPECT_GE(fault.hits(), 1);
+            ASSERT_EQ(failures.size(), 1U);
+            EXPECT_EQ(failures.front().reason, "Input/output error");
+        }
+        EXPECT_EQ(names_in(dst), before);
+        if (each.replace) {
+            EXPECT_EQ(read_text(dst + "/" + each.source), "old");
+        }
+        unlink((dst + "/" + each.source).c_str());
+    }
+}
+
+TEST_F(Faults, a_failed_sync_of_everything_blames_the_files_that_were_lost) {
+    make_folder("src/many");
+    for (int index = 0; index < 30; ++index)
+        write_text(at("src/many/" + std::to_string(index)), "x");
+    const Fault fault("syncfs", EIO);
+    EXPECT_EQ(copy({at("src/many")}, at("dst")).size(), 1U);
+    EXPECT_EQ(fault.hits(), 1);
+}
+
+TEST_F(Faults, a_full_disk_keeps_what_was_there) {
+    const std::string small = make_folder("small");
+    if (mount("tmpfs", small.c_str(), "tmpfs", 0, "size=1m") != 0)
+        GTEST_SKIP() << "mounting is refused";
+    write_text(small + "/big", "old");
+    write_text(at("src/big"), std::string(2 << 20, 'x'));
+    std::vector<__task_failure> failures = copy({at("src/big"), at("src/file"), at("src/link")}, small);
+    EXPECT_EQ(failures.size(), 1U);
+    EXPECT_EQ(read_text(small + "/big"), "old");
+    EXPECT_EQ(read_text(small + "/file"), content_);
+    unlink((small + "/big").c_str());
+    failures = copy({at("src/big")}, small);
+    ASSERT_EQ(failures.size(), 1U);
+    EXPECT_EQ(failures.front().reason, "No space left on device");
+    EXPECT_EQ(names_in(small), (std::vector<std::string>{"file", "link"}));
+    EXPECT_EQ(umount(small.c_str()), 0);
+}
+
+}  // namespace
