@@ -13,10 +13,10 @@
 namespace relay_hub {
 namespace {
 
-constexpr std::size_t kBufferSize = 128U * 1024U;
+constexpr std::size_t kBufferSize = std::size_t{128} * 1024;
 // Write-back of a big file starts after each step and may lag this many steps behind, so that the sync at
 // the file's end has little left to wait for.
-constexpr off_t kWriteBackStep = 4 * 1024 * 1024;
+constexpr off_t kWriteBackStep = off_t{4} * 1024 * 1024;
 constexpr off_t kWriteBackLag = 8 * kWriteBackStep;
 
 ssize_t read_some(int fd, char* buffer, std::size_t size) {

@@ -100,8 +100,9 @@ int act_on_answer(int answer) {
 }
 
 void put_on_disk() {
-    copy_run.batch.flush([](const std::string& path, int error_number) {
-        note_failure(tasks, FILE_OP_HERE, path, error_number);
+    const relay_hub::CallSite site = FILE_OP_HERE;
+    copy_run.batch.flush([&site](const std::string& path, int error_number) {
+        note_failure(tasks, site, path, error_number);
     });
 }
 
@@ -130,19 +131,23 @@ void copy_file_entry(const std::string& src, const std::string& dst) {
         put_on_disk();
 }
 
-// The link's text, whatever its length. False with errno set when it cannot be read.
-bool read_link_text(const std::string& path, std::string* text) {
+// The link's text, whatever its length. 0 or errno.
+int read_link_text(const std::string& path, std::string* text) {
     text->resize(256);
     while (true) {
         const ssize_t length = readlink(path.c_str(), text->data(), text->size());
         if (length < 0)
-            return false;
+            return errno;
         if (static_cast<std::size_t>(length) < text->size()) {
             text->resize(static_cast<std::size_t>(length));
-            return true;
+            return 0;
         }
         text->resize(text->size() * 2);
     }
+}
+
+int make_link(const std::string& text, const std::string& dst) {
+    return symlink(text.c_str(), dst.c_str()) == 0 ? 0 : errno;
 }
 
 void copy_link_entry(const std::string& src, const std::string& dst, bool to_folder) {
@@ -152,13 +157,9 @@ void copy_link_entry(const std::string& src, const std::string& dst, bool to_fol
     std::printf("copy [%s] symbolic link %sto [%s]\n", src.c_str(), to_folder ? "directory " : "",
                 dst.c_str());
     std::string text;
-    int error = 0;
-    if (!read_link_text(src, &text))
-        error = errno;
-    else if (replace)
-        error = relay_hub::replace_link(text, dst);
-    else if (symlink(text.c_str(), dst.c_str()) != 0)
-        error = errno;
+    int error = read_link_text(src, &text);
+    if (error == 0)
+        error = replace ? relay_hub::replace_link(text, dst) : make_link(text, dst);
     if (error != 0)
         note_failure(tasks, FILE_OP_HERE, dst, error);
     else

@@ -34,7 +34,7 @@ class SyncBatch {
 
   private:
     // Small enough for a cancel to be served quickly after it.
-    static constexpr std::uint64_t kFullBytes = 16U * 1024U * 1024U;
+    static constexpr std::uint64_t kFullBytes = std::uint64_t{16} * 1024 * 1024;
     static constexpr std::size_t kFewEntries = 16;
 
     // One file system that the job wrote to.

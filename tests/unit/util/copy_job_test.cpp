@@ -300,7 +300,7 @@ TEST_F(CopyJob, a_cancel_leaves_the_part_of_a_new_file_and_the_whole_old_one) {
             [](void* path) {
                 const std::string& dst = *static_cast<std::string*>(path);
                 for (const std::string& name : names_in(dst)) {
-                    if (record(dst + "/" + name).st_size > 1000000)
+                    if (record(std::string(dst).append("/").append(name)).st_size > 1000000)
                         return true;
                 }
                 return false;

@@ -11,9 +11,7 @@
 
 namespace {
 
-using util_test::exists;
 using util_test::Fault;
-using util_test::link_text;
 using util_test::names_in;
 using util_test::read_text;
 using util_test::ShortTransfers;

@@ -16,7 +16,6 @@ namespace {
 using util_test::exists;
 using util_test::names_in;
 using util_test::read_text;
-using util_test::record;
 using util_test::write_text;
 
 class Trash : public util_test::Sandbox {
@@ -29,7 +28,7 @@ class Trash : public util_test::Sandbox {
 TEST_F(Trash, keeps_any_name_beside_a_byte_exact_info_file) {
     const std::string folder = make_folder("f");
     for (const std::string name : {"it's", "two words", "-rf", "a\nb", "\xff\xfe", "$(touch x)", "\"q\""}) {
-        const std::string path = folder + "/" + name;
+        const std::string path = at("f/" + name);
         write_text(path, "12345", 0640);
         const timespec times[] = {{1, 0}, {0x5f000001, 0}};
         ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
