@@ -9,7 +9,7 @@
 
 #include "util/job_state.h"
 
-typedef struct _GtkWidget GtkWidget;
+using GtkWidget = struct _GtkWidget;
 
 // Command codes that the timing trace knows.
 inline constexpr int kCodeDriverList = 1;

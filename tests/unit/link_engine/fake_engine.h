@@ -1,7 +1,7 @@
 #pragma once
 // A link engine for tests: serves one command channel in a folder of its own and keeps the raw frames that
 // it received; and the front end's listener, called as an engine calls it.
-#include <filesystem>
+#include <ctime>
 #include <functional>
 #include <mutex>
 #include <optional>
@@ -9,50 +9,75 @@
 #include <thread>
 #include <vector>
 
+#include "link_engine/engine_callbacks.h"
+#include "link_engine/request_builders.h"
 #include "name_pipe/abandon.h"
-#include "name_pipe/file_descriptor.h"
+#include "name_pipe/fifo.h"
+#include "name_pipe/frame.h"
 #include "name_pipe/name_pipe_base.h"
+#include "unit/name_pipe/support.h"
 
-namespace relay_hub::test {
+namespace test {
 
-// A new folder under /tmp, removed with everything in it.
-class SandboxFolder {
-  public:
-    SandboxFolder();
-    SandboxFolder(const SandboxFolder&) = delete;
-    SandboxFolder& operator=(const SandboxFolder&) = delete;
-    ~SandboxFolder() { std::filesystem::remove_all(folder_); }
-    [[nodiscard]] std::string path(const std::string& name) const { return folder_ + "/" + name; }
+inline std::string command_body(const std::string& text) {
+    return std::string("\xC9\xBB\x29\xF9\x00\x01", 6) + text;
+}
 
-  private:
-    std::string folder_ = "/tmp/relay-hub-test-XXXXXX";
-};
-
-// Waits until done() holds; false after ten seconds.
-bool wait_for(const std::function<bool()>& done);
-
-std::string frame_of(const std::string& body);
-std::string command_body(const std::string& text);
+inline double thread_seconds() {
+    timespec used = {};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+    return static_cast<double>(used.tv_sec) + static_cast<double>(used.tv_nsec) / 1e9;
+}
 
 class FakeEngine {
   public:
     // Gives the answer to a request's text; nullopt stays silent. Runs on the engine's thread.
     using Serve = std::function<std::optional<std::string>(const std::string& request)>;
     // The front end's command channel leads to this engine for the engine's life.
-    explicit FakeEngine(Serve serve);
+    explicit FakeEngine(Serve serve)
+        : serve_(std::move(serve)), in_(served(folder_ / "c_IN")), out_(served(folder_ / "c_OUT")) {
+        relay_hub::set_command_pipe_for_tests(folder_ / "c");
+        thread_ = std::thread([this] { run(); });
+    }
     FakeEngine(const FakeEngine&) = delete;
     FakeEngine& operator=(const FakeEngine&) = delete;
-    ~FakeEngine();
-    std::vector<std::string> frames();
+    ~FakeEngine() {
+        stop_.abandon();
+        thread_.join();
+        relay_hub::set_command_pipe_for_tests({});
+    }
+    std::vector<std::string> frames() {
+        const std::lock_guard lock(mutex_);
+        return frames_;
+    }
 
   private:
-    void run();
+    static relay_hub::FileDescriptor served(const std::string& path) {
+        relay_hub::make_fifo(path);
+        return relay_hub::open_fifo(path, O_RDWR);
+    }
+    bool read_body(std::string& body) const {
+        relay_hub::FrameProgress progress;
+        const auto collect = [&body](std::string_view piece) { return body += piece, true; };
+        return read_frame(in_.get(), progress, {{}, 10s}, collect) == relay_hub::ReadEnd::complete;
+    }
+    void run() {
+        const relay_hub::AbandonScope scope(stop_);
+        for (std::string body; read_body(body); body.clear()) {
+            {
+                const std::lock_guard lock(mutex_);
+                frames_.push_back(frame(body));
+            }
+            if (const auto answer = serve_(body.substr(6)))
+                relay_hub::write_bytes(out_.get(), frame(*answer), 10s);
+        }
+    }
 
-    SandboxFolder folder_;
+    Folder folder_;
     Serve serve_;
-    FileDescriptor in_;
-    FileDescriptor out_;
-    AbandonToken stop_;
+    relay_hub::FileDescriptor in_;
+    relay_hub::FileDescriptor out_;
+    relay_hub::AbandonToken stop_;
     std::mutex mutex_;
     std::vector<std::string> frames_;  // guarded by mutex_
     std::thread thread_;
@@ -62,19 +87,31 @@ class FakeEngine {
 class Listener {
   public:
     static constexpr unsigned int kAnswerSize = 4096;
-    Listener();
+    Listener() {
+        CNamePipeBase::SetupParam(base_.c_str(), kAnswerSize, kAnswerSize);
+        CNamePipeBase::SetServiceProvider(ServiceProvider);
+        service_.ListenForService();
+        wait_until([this] { return std::filesystem::exists(base_ + "_OUT"); });
+    }
     Listener(const Listener&) = delete;
     Listener& operator=(const Listener&) = delete;
     ~Listener() { service_.ExitListenService(); }
-    // Sends one frame as an engine does, and returns the frame that comes back.
-    [[nodiscard]] std::string exchange(const std::string& frame) const;
+    // Sends a body as an engine does, and returns the body that comes back.
+    [[nodiscard]] std::string exchange(const std::string& body) const {
+        Peer engine(base_);
+        engine.as_client().request(frame(body));
+        return engine.take_answer();
+    }
     // The text of the answer to a call-back.
-    [[nodiscard]] std::string call_back(const std::string& text) const;
+    [[nodiscard]] std::string call_back(const std::string& text) const {
+        const std::string answer = exchange(command_body(text));
+        return answer.substr(0, answer.find('\0'));
+    }
 
   private:
-    SandboxFolder folder_;
-    std::string base_;
+    Folder folder_;
+    std::string base_ = folder_ / "notify";
     CNamePipeBase service_;
 };
 
-}  // namespace relay_hub::test
+}  // namespace test
