@@ -2,7 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/ioctl.h>
-#include <unistd.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <array>
@@ -35,8 +35,9 @@ void trace(std::string_view text) {
     theLog.Write1(text.data(), static_cast<unsigned int>(text.size()));
 }
 
-bool exists(const std::string& path) {
-    return ::access(path.c_str(), F_OK) == 0;
+bool is_fifo(const std::string& path) {
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) == 0 && S_ISFIFO(status.st_mode);
 }
 
 void discard_pending(int out) {
@@ -278,7 +279,7 @@ void hold_until_opened(int in, int out, Clock::time_point deadline) {
 
 bool exchange(const std::string& base, std::string_view body, std::string& answer, std::size_t limit,
               AnswerKind kind) {
-    if (!exists(base + "_IN") || !exists(base + "_OUT"))
+    if (!is_fifo(base + "_IN") || !is_fifo(base + "_OUT"))
         return false;
     ignore_broken_pipes();
     const ChannelLock lock(base, std::nullopt);
@@ -292,7 +293,7 @@ bool exchange(const std::string& base, std::string_view body, std::string& answe
 }
 
 bool post(const std::string& base, std::string_view body, Clock::time_point deadline, bool patient) {
-    if (!exists(base + "_IN"))
+    if (!is_fifo(base + "_IN"))
         return false;
     ignore_broken_pipes();
     const ChannelLock lock(base, deadline);

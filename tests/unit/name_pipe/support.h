@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>
@@ -17,6 +18,8 @@
 #include <string>
 #include <thread>
 #include <utility>
+
+#include "name_pipe/file_descriptor.h"
 
 namespace test {
 
@@ -79,83 +82,59 @@ inline std::string frame(const std::string& body) {
     return length_field(static_cast<std::uint32_t>(body.size())) + body;
 }
 
-// One end of a channel; opens block as a plain program's do. Closes what is open.
+// One end of a channel; opens and reads block as a plain program's do.
 class Peer {
   public:
     explicit Peer(std::string base) : base_(std::move(base)) {}
-    Peer(const Peer&) = delete;
-    Peer& operator=(const Peer&) = delete;
-    ~Peer() {
-        close_in();
-        close_out();
-    }
 
     Peer& open_in(int mode) {
-        in_ = ::open((base_ + "_IN").c_str(), mode | O_CLOEXEC);
+        in_.reset(::open((base_ + "_IN").c_str(), mode | O_CLOEXEC));
         return *this;
     }
     Peer& open_out(int mode) {
-        out_ = ::open((base_ + "_OUT").c_str(), mode | O_CLOEXEC);
+        out_.reset(::open((base_ + "_OUT").c_str(), mode | O_CLOEXEC));
         return *this;
     }
     Peer& as_server() { return open_in(O_RDONLY).open_out(O_WRONLY); }
     Peer& as_client() { return open_in(O_WRONLY).open_out(O_RDONLY); }
-    void close_in() { close(in_); }
-    void close_out() { close(out_); }
+    void close_in() { in_.reset(); }
+    void close_out() { out_.reset(); }
 
-    std::string take_request() { return take_frame(in_); }
-    std::string take_answer() { return take_frame(out_); }
-    void request(const std::string& bytes) const { write(in_, bytes); }
-    void answer(const std::string& bytes) const { write(out_, bytes); }
-    void await_request() const {
-        pollfd watch{in_, POLLIN, 0};
-        (void)::poll(&watch, 1, 5000);
+    [[nodiscard]] std::string take_request() const { return take_frame(in_.get()); }
+    [[nodiscard]] std::string take_answer() const { return take_frame(out_.get()); }
+    void request(const std::string& bytes) const {
+        (void)relay_hub::write_all(in_.get(), bytes.data(), bytes.size());
     }
-    // Until the other side has left the answers' end.
-    void await_reader_gone() const {
-        pollfd watch{out_, 0, 0};
-        (void)::poll(&watch, 1, 5000);
+    void answer(const std::string& bytes) const {
+        (void)relay_hub::write_all(out_.get(), bytes.data(), bytes.size());
     }
+    void await_request() const { await(in_.get(), POLLIN); }
+    void await_reader_gone() const { await(out_.get(), 0); }
 
   private:
-    static void close(int& fd) {
-        if (fd >= 0)
-            ::close(fd);
-        fd = -1;
-    }
-    static void write(int fd, const std::string& bytes) {
-        std::size_t done = 0;
-        while (done < bytes.size()) {
-            const ssize_t count = ::write(fd, bytes.data() + done, bytes.size() - done);
-            if (count <= 0)
-                return;
-            done += static_cast<std::size_t>(count);
-        }
+    static void await(int fd, short events) {
+        pollfd watch{fd, events, 0};
+        (void)::poll(&watch, 1, 5000);
     }
     static std::string take(int fd, std::size_t size) {
         std::string bytes(size, '\0');
         std::size_t done = 0;
-        while (done < size) {
-            const ssize_t count = ::read(fd, bytes.data() + done, size - done);
-            if (count <= 0)
-                break;
-            done += static_cast<std::size_t>(count);
-        }
+        ssize_t count = 1;
+        for (; done < size && count > 0; done += static_cast<std::size_t>(std::max<ssize_t>(count, 0)))
+            count = ::read(fd, bytes.data() + done, size - done);
         bytes.resize(done);
         return bytes;
     }
     static std::string take_frame(int fd) {
         const std::string header = take(fd, 4);
         std::uint32_t length = 0;
-        if (header.size() < sizeof length)
-            return {};
-        std::memcpy(&length, header.data(), sizeof length);
-        return take(fd, length);
+        std::memcpy(&length, header.data(), header.size());
+        return header.size() < sizeof length ? "" : take(fd, length);
     }
 
     std::string base_;
-    int in_ = -1;
-    int out_ = -1;
+    relay_hub::FileDescriptor in_;
+    relay_hub::FileDescriptor out_;
 };
 
 }  // namespace test
