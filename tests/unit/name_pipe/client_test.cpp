@@ -115,10 +115,12 @@ TEST_F(Client, StaysForThePeersNextRound) {
     Peer peer(base_);
     peer.open_in(O_RDWR);
     std::string answer;
-    test::Background sender([&] { EXPECT_TRUE(send("x", answer)); });
+    std::atomic<bool> ended = false;
+    test::Background sender([&] { EXPECT_TRUE(send("x", answer)), ended = true; });
     peer.open_out(O_WRONLY);
     peer.await_request();
     peer.close_out();
+    ASSERT_FALSE(test::wait_until([&] { return ended.load(); }, 100ms));
     (void)peer.open_out(O_WRONLY).take_request();
     peer.answer(test::frame("second round"));
     sender.join();
