@@ -50,6 +50,18 @@ bool keep_selection_for_drag(GtkTreeView* tree_view, const GdkEventButton* event
     return true;
 }
 
+struct EventFree {
+    void operator()(GdkEvent* event) const { gdk_event_free(event); }
+};
+
+// The list itself opens a row at the second press of a double click, before it is told of the double click,
+// which stands next in the queue by then. The row is to be opened once, by the release.
+bool double_click_follows(const GdkEventButton* event) {
+    const std::unique_ptr<GdkEvent, EventFree> next(gdk_event_peek());
+    return next != nullptr && (next->type == GDK_2BUTTON_PRESS || next->type == GDK_3BUTTON_PRESS) &&
+           next->button.window == event->window && next->button.time == event->time;
+}
+
 bool open_menu(GtkTreeView* tree_view, GdkEventButton* event) {
     GtkTreeSelection* selection = gtk_tree_view_get_selection(tree_view);
     const TreePath path = row_at(tree_view, event);
@@ -76,7 +88,10 @@ gboolean on_treeview_1_button_press_event(GtkWidget* widget, GdkEventButton* eve
     if (event->type != GDK_BUTTON_PRESS)
         return FALSE;
     if (event->button == kLeftButton)
-        return without_modifiers(event) && keep_selection_for_drag(tree_view, event) ? TRUE : FALSE;
+        return double_click_follows(event) ||
+                       (without_modifiers(event) && keep_selection_for_drag(tree_view, event))
+                   ? TRUE
+                   : FALSE;
     return event->button == kRightButton && open_menu(tree_view, event) ? TRUE : FALSE;
 }
 

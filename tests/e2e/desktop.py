@@ -13,8 +13,11 @@ import tempfile
 import time
 import unittest
 
+import warnings
+
 import gi
 
+warnings.simplefilter("ignore", DeprecationWarning)  # the interface getters: their replacement needs no getter at all
 gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi, GLib  # noqa: E402
 
@@ -32,7 +35,7 @@ def wait_for(predicate, limit=15, what="condition"):
     while True:
         try:
             result = predicate()
-        except GLib.Error:  # a widget that went away while it was read
+        except (GLib.Error, AttributeError):  # a widget that went away while it was read
             result = None
         if result:
             return result
@@ -96,9 +99,9 @@ class Desktop:
     # -- programs
 
     def spawn(self, command, **options):
-        log = open(os.path.join(self.top, os.path.basename(command[0]) + ".log"), "ab")
-        process = subprocess.Popen(command, env=self.env, stdout=log, stderr=log, stdin=subprocess.DEVNULL,
-                                   **options)
+        with open(os.path.join(self.top, os.path.basename(command[0]) + ".log"), "ab") as log:
+            process = subprocess.Popen(command, env=self.env, stdout=log, stderr=log, stdin=subprocess.DEVNULL,
+                                       **options)
         self.processes.append(process)
         return process
 
@@ -246,7 +249,8 @@ class Desktop:
             names = self.rows(side)
             return cells.get_accessible_at(names.index(name), 0) if name in names else None
         cell = wait_for(look, what=f"row {name} in {side}")
-        cell.get_component_iface().grab_focus()
+        if not cell.get_state_set().contains(Atspi.StateType.SHOWING):
+            cell.get_component_iface().grab_focus()  # scrolls to it, and selects it
         return cell
 
     def open(self, side, name):
@@ -283,6 +287,18 @@ class Desktop:
                 if found:
                     return found
         return None
+
+    def choose_drive(self, side, index, count):
+        """Opens the drive box, which holds count entries, and chooses one."""
+        self.click(find(self.side(side), "combo box"))
+
+        def entries():
+            for node in children(self.app):
+                menu = find(node, "menu") if node.get_role_name() == "window" else None
+                if menu and menu.get_child_count() == count:
+                    return list(children(menu))
+            return None
+        self.click(wait_for(entries, what=f"{count} entries of the drive box")[index])
 
     def press(self, dialog, button):
         node = wait_for(lambda: find(dialog, "push button", button), what=f"button {button}")

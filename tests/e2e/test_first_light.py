@@ -45,10 +45,7 @@ class Browsing(DesktopTest):
         d.wait_remote(limit=8)
         self.assertLess(time.monotonic() - started, 8)
 
-        combo = find(d.side(REMOTE), "combo box")
-        d.click(combo)
-        entries = [wait_for(lambda: d.menu_item(name), what=name) for name in ("Desktop", "Documents", "C:\\")]
-        d.click(entries[1])
+        d.choose_drive(REMOTE, 1, 3)
         wait_for(lambda: d.rows(REMOTE) == ["..", "Letters"], what="the documents folder")
         d.open(REMOTE, "Letters")
         wait_for(lambda: d.rows(REMOTE) == ["..", "note.txt"])
@@ -191,8 +188,13 @@ class Copying(DesktopTest):
                         wait_for(lambda: d.dialog("Confirmation"), what="the second question")
                         d.press(d.wait_dialog("Confirmation"), other)
                     d.wait_quiet()
-                    got = sorted(open(os.path.join(beside, name), "rb").read() for name in ("1.txt", "2.txt"))
+                    got = sorted(self.content(os.path.join(beside, name)) for name in ("1.txt", "2.txt"))
                     self.assertEqual(got, sorted([first, second]))
+
+    @staticmethod
+    def content(path):
+        with open(path, "rb") as file:
+            return file.read()
 
     def refresh(self):
         for side in (LOCAL, REMOTE):
@@ -219,7 +221,7 @@ class Copying(DesktopTest):
 class EngineCommandLine(unittest.TestCase):
     def test_bad_input_has_a_clear_end(self):
         cases = [(["--serve", "/nonexistent"], "/nonexistent"), (["--fly"], "--fly"), ([], "--serve"),
-                 (["--serve", "/", "--style", "amiga"], "amiga"), (["--serve", "/", "--chunk", "x"], "x")]
+                 (["--serve", "/", "--style", "amiga"], "--style"), (["--serve", "/", "--chunk", "x"], "--chunk")]
         for options, word in cases:
             with self.subTest(options=options):
                 result = subprocess.run([ENGINE, *options], capture_output=True, text=True, timeout=10)
