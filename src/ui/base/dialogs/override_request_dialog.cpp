@@ -1,5 +1,7 @@
 #include "ui/base/dialogs/override_request_dialog.h"
 
+#include <algorithm>
+
 #include "ui/base/closing.h"
 #include "ui/base/dialogs/dialog_parts.h"
 #include "ui/base/dialogs/message_dialog.h"
@@ -50,7 +52,10 @@ GtkWidget* answer_row() {
     GtkWidget* row = gtk_hbox_new(FALSE, kPadding);
     for (const Answer& answer : kAnswers) {
         GtkWidget* button = gtk_button_new_with_label(relay_hub::translated(answer.label));
-        gtk_widget_set_size_request(button, answer.width, kAnswerHeight);
+        // A longer translation is not cut.
+        GtkRequisition natural;
+        gtk_widget_size_request(button, &natural);
+        gtk_widget_set_size_request(button, std::max(answer.width, natural.width), kAnswerHeight);
         g_signal_connect(button, "clicked", G_CALLBACK(respond), const_cast<Answer*>(&answer));
         gtk_box_pack_start(GTK_BOX(row), button, FALSE, FALSE, kPadding);
     }
