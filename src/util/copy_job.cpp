@@ -265,6 +265,12 @@ bool copies_into_itself(const std::string& source) {
            (lstat(target.c_str(), &there) == 0 && relay_hub::is_same_entry(there, status));
 }
 
+std::string without_trailing_slashes(std::string path) {
+    while (path.size() > 1 && path.back() == '/')
+        path.pop_back();
+    return path;
+}
+
 // False when the whole job ends.
 bool copy_source(const std::string& source) {
     const relay_hub::GText parent(g_path_get_dirname(source.c_str()));
@@ -287,7 +293,7 @@ void copy_all_sources() {
     for (std::size_t index = 0; index < tasks->items.size(); ++index) {
         if (poll_job() != kGoOn)
             return;
-        if (copy_source(tasks->items[index]))
+        if (copy_source(without_trailing_slashes(tasks->items[index])))
             continue;
         if (!copy_run.stopped_by_user)
             note_untried_items(tasks, FILE_OP_HERE, index + 1);

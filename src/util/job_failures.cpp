@@ -4,7 +4,7 @@
 #include <cerrno>
 
 #include "util/file_op.h"
-#include "util/glib_owners.h"
+#include "util/shown_text.h"
 #include "util/translated_text.h"
 
 namespace relay_hub {
@@ -32,9 +32,10 @@ void note_untried_items(__task_list* job, const CallSite& site, std::size_t firs
 std::string failure_summary(const std::vector<__task_failure>& failures) {
     std::string lines;
     for (std::size_t index = 0; index < std::min(failures.size(), kNamesInSummary); ++index) {
-        const GText shown(g_filename_display_name(failures[index].path.c_str()));
         lines += index == 0 ? "" : "\n";
-        lines.append(shown.get()).append(": ").append(failures[index].reason);
+        lines.append(shown_text(failures[index].path))
+            .append(": ")
+            .append(shown_text(failures[index].reason));
     }
     if (failures.size() > kNamesInSummary)
         lines += "\n…";

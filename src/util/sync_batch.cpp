@@ -33,9 +33,16 @@ int sync_folder(const std::string& path) {
     return fsync(folder.get()) == 0 || errno == EINVAL || errno == EROFS ? 0 : errno;
 }
 
+// 0 or errno. Content that did not reach the disk does not stay.
 int sync_file(const std::string& path) {
     const FileDescriptor file(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-    return file && fsync(file.get()) == 0 ? 0 : errno;
+    if (!file)
+        return errno;
+    if (fsync(file.get()) == 0)
+        return 0;
+    const int sync_error = errno;
+    unlink(path.c_str());
+    return sync_error;
 }
 
 // After a failed sync of everything, each file still knows of its own failed write.

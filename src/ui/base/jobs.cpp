@@ -2,7 +2,6 @@
 
 #include <pthread.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <string>
@@ -15,7 +14,6 @@
 #include "ui/base/message_parent.h"
 #include "util/file_op.h"
 #include "util/quiet_thread.h"
-#include "util/shown_text.h"
 #include "util/translated_text.h"
 
 volatile int atomic_flag = 0;
@@ -23,8 +21,6 @@ dialog_info* dialog_ptr = nullptr;
 const dialog_job* tasks_ptr = nullptr;
 
 namespace {
-
-constexpr std::size_t kFailuresShown = 5;
 
 using JobAction = int (*)(void* record);
 
@@ -48,21 +44,10 @@ void finish_state(volatile int* state) {
         set_atomic(state, kStateFinished);
 }
 
-std::string failure_line(const __task_failure& failure) {
-    return relay_hub::shown_text(failure.path) + ": " + failure.reason + "\n";
-}
-
 void show_failures(const __task_list& job) {
     if (job.failures.empty() || relay_hub::window_is_closing())
         return;
-    std::string lines;
-    const std::size_t shown = std::min(job.failures.size(), kFailuresShown);
-    for (std::size_t i = 0; i < shown; ++i)
-        lines += failure_line(job.failures[i]);
-    if (job.failures.size() > shown)
-        lines += "\u2026";
-    const std::string text =
-        relay_hub::fill_translated("IDS_MSG_ITEMS_FAILED", {std::to_string(job.failures.size()), lines});
+    const std::string text = relay_hub::failure_summary(job.failures);
     relay_hub::show_error_box(relay_hub::message_parent(), GTK_BUTTONS_OK, text.c_str(), nullptr);
 }
 

@@ -77,12 +77,12 @@ int close(int fd) {
 
 int fsync(int fd) {
     static const auto next = REAL(fsync);
-    return fails("fsync") ? -1 : next(fd);
+    return fails("fsync") || fails("sync") ? -1 : next(fd);
 }
 
 int syncfs(int fd) noexcept {
     static const auto next = REAL(syncfs);
-    return fails("syncfs") ? -1 : next(fd);
+    return fails("syncfs") || fails("sync") ? -1 : next(fd);
 }
 
 int rename(const char* from, const char* to) noexcept {

@@ -6,7 +6,7 @@
 namespace util_test {
 
 // While it lives, calls of the named function fail with the error, after the first `skip` of them. Only
-// descriptors above standard error are touched.
+// descriptors above standard error are touched. "sync" stands for fsync and syncfs together.
 class Fault {
   public:
     Fault(const char* function, int error_number, int skip = 0);
