@@ -116,7 +116,10 @@ TEST_F(Client, StaysForThePeersNextRound) {
     peer.open_in(O_RDWR);
     std::string answer;
     std::atomic<bool> ended = false;
-    test::Background sender([&] { EXPECT_TRUE(send("x", answer)), ended = true; });
+    test::Background sender([&] {
+        EXPECT_TRUE(send("x", answer));
+        ended = true;
+    });
     peer.open_out(O_WRONLY);
     peer.await_request();
     peer.close_out();
