@@ -130,7 +130,7 @@ void clipboard_get_data(GtkClipboard*, GtkSelectionData* selection, guint, gpoin
     std::puts("clipboard_get_data");
     if (g_pClipboardFileList.empty())
         return;
-    const GdkAtom target = gtk_selection_data_get_target(selection);
+    GdkAtom target = gtk_selection_data_get_target(selection);
     const std::string text = offered_text(target);
     // Receivers are used to the terminating zero being part of the data.
     gtk_selection_data_set(selection, target, 8, reinterpret_cast<const guchar*>(text.c_str()),

@@ -48,7 +48,7 @@ std::string valid_text(const std::string& text) {
 }
 
 std::string fitting_text(const std::string& engine_text) {
-    const std::string text = valid_text(engine_text);
+    std::string text = valid_text(engine_text);
     if (g_utf8_strlen(text.c_str(), -1) <= kLongestText)
         return text;
     const char* const cut = g_utf8_offset_to_pointer(text.c_str(), kCutText);

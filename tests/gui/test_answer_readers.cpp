@@ -133,20 +133,20 @@ TEST_F(AnswerReaders, DrivesAndSpecialPathsBecomeEntries) {
 
 struct CodeCase {
     std::string answer;
-    int create_folder;
     std::string reason;
+    int create_folder;
     int others;
 };
 
 TEST_F(AnswerReaders, OnlyTheCreateFolderReaderTellsAllCodes) {
     const CodeCase cases[] = {
-        {message(kSuccess), 0, "", 0},
-        {message(kFailure + "<T2>disk &amp; full</T2>"), -1, "disk & full", -1},
-        {message(kFailure), -1, "", -1},
-        {"", RET_XML_NULL, "", -1},
-        {"no xml", RET_XML_NULL, "", -1},
-        {"<A/>", RET_XML_FMT_ERROR, "", -1},
-        {"<ZEVMSG/>", RET_XML_TAG_MISS, "", -1},
+        {message(kSuccess), "", 0, 0},
+        {message(kFailure + "<T2>disk &amp; full</T2>"), "disk & full", -1, -1},
+        {message(kFailure), "", -1, -1},
+        {"", "", RET_XML_NULL, -1},
+        {"no xml", "", RET_XML_NULL, -1},
+        {"<A/>", "", RET_XML_FMT_ERROR, -1},
+        {"<ZEVMSG/>", "", RET_XML_TAG_MISS, -1},
     };
     for (const CodeCase& c : cases) {
         relay_hub::free_return_message();

@@ -15,7 +15,6 @@ namespace {
 
 using gui_test::BoxClosed;
 using gui_test::NameGiven;
-using testing::IsEmpty;
 
 class LocalPane : public gui_test::Panes {
   protected:
