@@ -77,7 +77,7 @@ TEST_F(LocalListing, KeepsNaturalOrderWithinEachGroupOfTheSort) {
 }
 
 TEST_F(LocalListing, FillsEveryColumnOfARow) {
-    const timespec times[] = {{86400 * 365, 0}, {86400 * 730, 0}};
+    const timespec times[] = {{86400L * 365, 0}, {86400L * 730, 0}};
     ASSERT_EQ(utimensat(AT_FDCWD, sandbox_.path("file10").c_str(), times, 0), 0);
     open();
     const Texts names = list_.texts(kColumnName);

@@ -20,7 +20,6 @@
 
 namespace {
 
-using gui_test::find_button;
 using gui_test::find_window;
 using gui_test::run_until;
 using gui_test::Sandbox;
