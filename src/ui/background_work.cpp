@@ -10,12 +10,6 @@
 #include "util/quiet_thread.h"
 
 namespace relay_hub {
-namespace {
-
-constexpr std::chrono::milliseconds kStep(5);
-
-}  // namespace
-
 BackgroundWork::~BackgroundWork() {
     if (thread_.joinable())
         thread_.detach();
@@ -34,7 +28,9 @@ bool BackgroundWork::start(std::function<void()> body) {
             } catch (const std::exception& error) {
                 report(RELAY_HUB_HERE, "work in the background ended early:", error.what());
             }
+            const std::lock_guard lock(run->mutex);
             run->ended = true;
+            run->changed.notify_all();
         });
     } catch (const std::system_error& error) {
         report_error(RELAY_HUB_HERE, error.code().value());
@@ -45,7 +41,10 @@ bool BackgroundWork::start(std::function<void()> body) {
 }
 
 bool BackgroundWork::running() const {
-    return run_ != nullptr && !run_->ended;
+    if (run_ == nullptr)
+        return false;
+    const std::lock_guard lock(run_->mutex);
+    return !run_->ended;
 }
 
 void BackgroundWork::abandon() {
@@ -53,11 +52,16 @@ void BackgroundWork::abandon() {
         run_->token.abandon();
 }
 
+bool BackgroundWork::wait(std::chrono::milliseconds limit) {
+    if (run_ == nullptr)
+        return true;
+    std::unique_lock lock(run_->mutex);
+    return run_->changed.wait_for(lock, limit, [this] { return run_->ended; });
+}
+
 bool BackgroundWork::stop(std::chrono::milliseconds limit) {
     abandon();
-    for (std::chrono::milliseconds waited(0); running() && waited < limit; waited += kStep)
-        std::this_thread::sleep_for(kStep);
-    if (running())
+    if (!wait(limit))
         return false;
     if (thread_.joinable())
         thread_.join();

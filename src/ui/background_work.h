@@ -1,10 +1,11 @@
 #pragma once
 // Work that may wait for the engine, on a thread of its own with an AbandonToken bound to it. Window's
 // thread, but for the body.
-#include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <thread>
 
 #include "name_pipe/abandon.h"
@@ -24,6 +25,8 @@ class BackgroundWork {
     [[nodiscard]] bool running() const;
     // Ends the body's waits on pipes and its pauses.
     void abandon();
+    // Waits at most limit. True once the body has ended.
+    bool wait(std::chrono::milliseconds limit);
     // Abandons, waits at most limit for the body, joins. False when it still runs: its thread is then left to
     // the end of the process.
     bool stop(std::chrono::milliseconds limit);
@@ -31,7 +34,9 @@ class BackgroundWork {
   private:
     struct Run {
         AbandonToken token;
-        std::atomic<bool> ended = false;
+        std::mutex mutex;
+        std::condition_variable changed;
+        bool ended = false;  // guarded by mutex
     };
     std::shared_ptr<Run> run_;
     std::thread thread_;

@@ -17,12 +17,13 @@
 #include "ui/base/window_thread.h"
 
 wait_status g_waiting_status;
-volatile int g_first_time = 0;
+std::atomic<int> g_first_time = 0;
 int g_timer_running = 0;
 
 namespace {
 
 using relay_hub::BackgroundWork;
+using relay_hub::current_abandon_token;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 using std::chrono::steady_clock;
@@ -31,6 +32,7 @@ constexpr guint kTick = 1000;
 constexpr milliseconds kBeforeProbe(250);
 constexpr milliseconds kAfterProbe(500);
 constexpr seconds kProbeLimit(20);
+constexpr milliseconds kProbeSlice(100);
 constexpr seconds kBetweenAttempts(2);
 constexpr int kLastFirstTime = 3;
 constexpr int kReachedBefore = 10;
@@ -121,20 +123,34 @@ class GdkLock {
 };
 
 void print_attempt() {
-    std::printf("try %d to get link_engine_connection_status !\n", g_first_time);
+    std::printf("try %d to get link_engine_connection_status !\n", g_first_time.load());
+}
+
+// The off-line probe with a limit: an engine that died after it called back leaves a pipe that nobody reads.
+// Returns early when the calling thread's waits are abandoned.
+bool engine_answers() {
+    const auto answered = std::make_shared<std::atomic<bool>>(false);
+    BackgroundWork asking;
+    if (!asking.start([answered] { *answered = offline_connection_status_nothread() != -1; }))
+        return false;
+    const auto end = steady_clock::now() + kProbeLimit;
+    while (!asking.wait(kProbeSlice) && steady_clock::now() < end && !current_abandon_token()->abandoned()) {
+    }
+    asking.stop(kStopLimit);
+    return *answered;
 }
 
 // False when the program is closing. Does not return when the engine cannot be reached.
 bool reach_engine() {
     print_attempt();
-    while (offline_connection_status_nothread() == -1) {
+    while (!engine_answers()) {
         if (!relay_hub::pause_unless_abandoned(kBetweenAttempts))
             return false;
         if (g_first_time > kLastFirstTime) {
             std::puts("local device disconnection !\nexit GUI");
             relay_hub::end_process();
         }
-        __atomic_add_fetch(&g_first_time, 1, __ATOMIC_SEQ_CST);
+        ++g_first_time;
         print_attempt();
     }
     g_first_time = kReachedBefore;

@@ -4,6 +4,8 @@
 // poll; the engine is asked on a worker, at most one at a time.
 #include <gtk/gtk.h>
 
+#include <atomic>
+
 struct wait_status {
     guint timer_id = 0;    // the poll's source; 0 for none
     int connected = 0;     // 1 once the remote side was found online or the status dialog was closed
@@ -15,7 +17,7 @@ struct wait_status {
 };
 
 extern wait_status g_waiting_status;
-extern volatile int g_first_time;  // failed attempts to reach the engine; 10 after a success
+extern std::atomic<int> g_first_time;  // failed attempts to reach the engine; 10 after a success
 extern int g_timer_running;
 
 // Zeroes the record. Window's thread.

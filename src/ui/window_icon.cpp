@@ -12,7 +12,7 @@
 namespace relay_hub {
 namespace {
 
-constexpr off_t kLargestIcon = 4 * 1024 * 1024;
+constexpr off_t kLargestIcon = off_t{4} * 1024 * 1024;
 
 // Nothing but a regular file, and nobody else's: a link, a FIFO or a device could mislead or hang us.
 FileDescriptor open_trusted(const char* path) {

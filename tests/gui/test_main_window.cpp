@@ -70,6 +70,7 @@ std::vector<std::string> target_names(GtkTargetList* list) {
     int count = 0;
     GtkTargetEntry* table = gtk_target_table_new_from_list(list, &count);
     std::vector<std::string> names;
+    names.reserve(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i)
         names.push_back(std::string(table[i].target) + " " + std::to_string(table[i].flags) + " " +
                         std::to_string(table[i].info));
