@@ -181,6 +181,8 @@ std::optional<std::string> meant_text(const std::string& plain, const std::strin
 }
 
 std::string with_pictographs(const std::string& text) {
+    if (g_utf8_validate(text.c_str(), -1, nullptr) == FALSE)
+        return text;
     std::string result;
     for (const char* at = text.c_str(); *at != '\0'; at = g_utf8_next_char(at)) {
         gunichar character = g_utf8_get_char(at);

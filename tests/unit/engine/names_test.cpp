@@ -89,6 +89,8 @@ TEST(EngineNames, LostCharactersAreGuessedBack) {
         ASSERT_TRUE(lossy) << name;
         EXPECT_EQ(with_pictographs(*lossy), name);
     }
+    const std::string no_text("a character's first byte alone, at the very end: \xF4");
+    EXPECT_EQ(with_pictographs(no_text), no_text);
 }
 
 TEST(EngineNames, WhatCanTravel) {

@@ -1,0 +1,98 @@
+// The engine's answers, read by every reader; lists fill a pane of their own. Needs a display.
+#include <array>
+
+#include "fuzz_input.h"
+#include "link_engine/answer_slot.h"
+#include "tree_view_op/file_list_view.h"
+#include "ui/base/window_thread.h"
+#include "xml_op/answer.h"
+#include "xml_op/answer_readers.h"
+#include "xml_op/answer_text.h"
+
+namespace {
+
+using Reader = int (*)(__send_args*);
+constexpr std::array<Reader, 13> kReaders{get_NP_VAL_CMD_GET_DRIVER_LIST,
+                                          get_NP_VAL_CMD_GET_REMOTE_SPECIAL_PATH,
+                                          get_NP_VAL_CMD_CREATE_FOLDER,
+                                          get_NP_VAL_CMD_RENAME,
+                                          get_NP_VAL_CMD_DELETE_FILE,
+                                          get_NP_VAL_CMD_DELETE_FOLDER,
+                                          get_NP_VAL_CMD_MOVE_FILE_TO_TRASH,
+                                          get_NP_VAL_CMD_COPY_REMOTE_TO_LOCAL,
+                                          get_NP_VAL_CMD_COPY_LOCAL_TO_REMOTE,
+                                          get_NP_VAL_CMD_CHECK_CONNECTION_STATUS,
+                                          get_NP_VAL_CMD_CHECK_CONNECTION_STATUS_offline,
+                                          get_NP_VAL_CMD_CHECK_REMOTE_ONLINE,
+                                          get_NP_VAL_CMD_CHECK_FOR_HEARTBEAT};
+
+GtkListStore* drive_store = nullptr;
+
+void build_pane() {
+    static_assert(kColumnCount == 11);
+    std::array<GType, kColumnCount> types;
+    types.fill(G_TYPE_STRING);
+    GtkListStore* rows = gtk_list_store_newv(kColumnCount, types.data());
+    drive_store = gtk_list_store_newv(3, types.data());
+    sub[1].tree_view = gtk_tree_view_new_with_model(GTK_TREE_MODEL(rows));
+    sub[1].drive_combo = gtk_combo_box_new_with_model(GTK_TREE_MODEL(drive_store));
+    sub[1].status_label = gtk_label_new("");
+    sub[1].path_entry = gtk_entry_new();
+    get_UI_sets()->right_side = &sub[1];
+    set_list_treeview(sub[1].tree_view);
+    relay_hub::hold_widgets();
+}
+
+void check_texts(GtkTreeModel* model, int columns) {
+    GtkTreeIter iter;
+    for (gboolean more = gtk_tree_model_get_iter_first(model, &iter); more;
+         more = gtk_tree_model_iter_next(model, &iter))
+        for (int column = 0; column < columns; ++column)
+            fuzz::check(
+                g_utf8_validate(relay_hub::row_text(model, &iter, column).c_str(), -1, nullptr) != FALSE,
+                "every text of a row can be shown");
+}
+
+// A failed listing would open a box and wait for the user.
+bool opens_a_box(const std::string& answer) {
+    return relay_hub::Answer(answer.c_str(), RELAY_HUB_HERE).result() == -1;
+}
+
+void read_list(const std::string& answer, const char* folder) {
+    __send_args request;
+    request.list_path = folder;
+    set_xml_string(answer.c_str());
+    (void)get_NP_VAL_CMD_GET_FILE_LIST(&request);
+    check_texts(gtk_tree_view_get_model(GTK_TREE_VIEW(sub[1].tree_view)), kColumnCount);
+    (void)get_selected_to_glist(sub[1].tree_view);
+}
+
+}  // namespace
+
+int LLVMFuzzerInitialize(int* argc, char*** argv) {
+    fuzz::check(gtk_init_check(argc, argv) != FALSE, "there is a display");
+    relay_hub::remember_window_thread();
+    build_pane();
+    return 0;
+}
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string answer(fuzz::text_of(data, size));
+    std::string storage;
+    const std::string_view readable = relay_hub::readable_answer(answer, storage);
+    fuzz::check(g_utf8_validate(readable.data(), static_cast<gssize>(readable.size()), nullptr) != FALSE,
+                "a readable answer is valid UTF-8");
+    if (!opens_a_box(answer)) {
+        read_list(answer, "C:\\");
+        read_list(answer, "/home");
+    }
+    for (const Reader read : kReaders) {
+        set_xml_string(answer.c_str());
+        (void)read(nullptr);
+        fuzz::check(get_xml_string() == nullptr, "a reader empties the slot");
+    }
+    check_texts(GTK_TREE_MODEL(drive_store), 3);
+    gtk_list_store_clear(drive_store);
+    relay_hub::free_return_message();
+    return 0;
+}

@@ -1,0 +1,78 @@
+// Frames on a pipe, read as the listener reads them and served as the window serves them.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "fuzz_input.h"
+#include "link_engine/engine_callbacks.h"
+#include "link_engine/transfer_state.h"
+#include "name_pipe/frame.h"
+#include "name_pipe/name_pipe_base.h"
+#include "name_pipe/name_pipe_io.h"
+#include "name_pipe/name_pipe_listener.h"
+
+namespace {
+
+constexpr unsigned int kAnswerSize = 4096;
+constexpr std::string_view kMarker{"\xC9\xBB\x29\xF9\x00\x01", 6};
+
+// The read end of a pipe that holds the bytes and whose writer has gone.
+int pipe_with(std::string_view bytes) {
+    std::array<int, 2> ends{};
+    fuzz::check(::pipe2(ends.data(), O_NONBLOCK | O_CLOEXEC) == 0, "a pipe");
+    const std::size_t size = std::min<std::size_t>(bytes.size(), 60'000);
+    fuzz::check(::write(ends[1], bytes.data(), size) == static_cast<ssize_t>(size), "room in the pipe");
+    ::close(ends[1]);
+    return ends[0];
+}
+
+void read_raw_frame(std::string_view bytes) {
+    const int fd = pipe_with(bytes);
+    unsigned int count = 0;
+    const auto body = ReadPipeData(fd, &count);
+    if (bytes.size() < relay_hub::kFrameHeaderSize) {
+        fuzz::check(body == nullptr && count == 0, "no header, no body");
+    } else {
+        std::int32_t announced = 0;
+        std::memcpy(&announced, bytes.data(), sizeof announced);
+        const std::string_view rest = bytes.substr(sizeof announced);
+        const std::size_t expected = std::min(rest.size(), static_cast<std::size_t>(std::max(announced, 0)));
+        fuzz::check(body != nullptr && std::string_view(body.get(), count) == rest.substr(0, expected),
+                    "the body is what came, up to the announced length");
+    }
+    ::close(fd);
+}
+
+void serve(std::string_view request) {
+    const relay_hub::FrameHeader header = relay_hub::frame_header(static_cast<std::uint32_t>(request.size()));
+    const int fd = pipe_with(std::string(header.data(), header.size()).append(request));
+    (void)pipe_read_func(fd, nullptr);
+    ::close(fd);
+    std::array<int, 2> ends{};
+    fuzz::check(::pipe2(ends.data(), O_NONBLOCK | O_CLOEXEC) == 0, "a pipe");
+    (void)pipe_write_func(ends[1]);
+    ::close(ends[0]);
+    ::close(ends[1]);
+    CNamePipeBase::ResetStatus();
+    CNamePipeBase::SetupParam("/nonexistent", kAnswerSize, kAnswerSize);
+    CleanUpInformationVar();
+}
+
+}  // namespace
+
+int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
+    CNamePipeBase::SetupParam("/nonexistent", kAnswerSize, kAnswerSize);
+    CNamePipeBase::SetServiceProvider(ServiceProvider);
+    return 0;
+}
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string_view bytes = fuzz::text_of(data, size);
+    read_raw_frame(bytes);
+    serve(bytes);
+    serve(std::string(kMarker).append(bytes));
+    return 0;
+}
