@@ -1,5 +1,7 @@
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <iterator>
 #include <utility>
 
 #include "link_engine/command_runner.h"
@@ -45,26 +47,27 @@ void show_operation_failure() {
                               (reason + ".").c_str());
 }
 
+// What is told of an answer that could not be judged.
+struct ResultLine {
+    int result;
+    const char* line;
+};
+constexpr ResultLine kUnjudged[] = {{RET_XML_TAG_MISS, "capture RET_XML_TAG_MISS!\n"},
+                                    {RET_XML_FMT_ERROR, "capture RET_XML_FMT_ERROR!\n"},
+                                    {RET_XML_NULL, "capture RET_XML_NULL!\n"}};
+
 void tell_folder_result(int result, const std::string& path) {
-    switch (result) {
-        case 0:
-            std::printf("create folder [%s]\n", path.c_str());
-            break;
-        case -1:
-            show_operation_failure();
-            break;
-        case RET_XML_NULL:
-            relay_hub::report(REMOTE_PANE_HERE, "capture RET_XML_NULL!");
-            break;
-        case RET_XML_FMT_ERROR:
-            relay_hub::report(REMOTE_PANE_HERE, "capture RET_XML_FMT_ERROR!");
-            break;
-        case RET_XML_TAG_MISS:
-            relay_hub::report(REMOTE_PANE_HERE, "capture RET_XML_TAG_MISS!");
-            break;
-        default:
-            std::puts("no capture!");
+    if (result == 0) {
+        std::printf("create folder [%s]\n", path.c_str());
+        return;
     }
+    if (result == -1) {
+        show_operation_failure();
+        return;
+    }
+    const auto* const known = std::find_if(std::begin(kUnjudged), std::end(kUnjudged),
+                                           [=](const ResultLine& row) { return row.result == result; });
+    (void)std::fputs(known == std::end(kUnjudged) ? "no capture!\n" : known->line, stderr);
 }
 
 int request_rename(const std::string& old_path, const std::string& new_path) {

@@ -139,13 +139,8 @@ int left_popup_menu_refresh(GtkWidget*, gpointer) {
     if (relay_hub::window_is_closing())
         return -1;
     const WindowWork work;
-    const __single* const side = local_side();
-    const std::vector<std::string> names = relay_hub::selected_names(side->tree_view);
     const relay_hub::BusyDialog busy;
-    const int result = relay_hub::reload_local();
-    if (names.size() == 1)
-        relay_hub::select_after_reload(side, names.front());
-    return result;
+    return relay_hub::reload_local();
 }
 
 int left_popup_menu_copy(GtkWidget*, gpointer tree_view) {

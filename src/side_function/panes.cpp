@@ -15,6 +15,17 @@
 #include "util/path_time_text.h"
 
 namespace relay_hub {
+namespace {
+
+int reload(const __single* side, int (*load)(GtkWidget* window, const std::string& folder)) {
+    const std::vector<std::string> selected = selected_names(side->tree_view);
+    const int result = load(get_UI_sets()->main_window, folder_of(side));
+    if (result == 0 && selected.size() == 1)
+        select_row_by_name(side->tree_view, selected.front());
+    return result;
+}
+
+}  // namespace
 
 __single* local_side() {
     return get_UI_sets()->left_side;
@@ -74,11 +85,11 @@ void show_waiting_message() {
 }
 
 int reload_local() {
-    return left_treeview_load_file(get_UI_sets()->main_window, folder_of(local_side()));
+    return reload(local_side(), left_treeview_load_file);
 }
 
 int reload_remote() {
-    return right_treeview_load_file(get_UI_sets()->main_window, folder_of(remote_side()));
+    return reload(remote_side(), right_treeview_load_file);
 }
 
 void select_after_reload(const __single* side, const std::string& name) {

@@ -37,7 +37,7 @@ std::string traced_unicode_hex(const std::string& text);
 // Shows the text that the engine or a reader left for the user, if there is one, and clears it.
 void show_waiting_message();
 
-// Reads the pane's folder again. 0 success.
+// Reads the pane's folder again; the one selected row stays the selected one. 0 success.
 int reload_local();
 int reload_remote();
 // The row of that name, else the row near position, becomes the selected one; the keyboard focus goes to the

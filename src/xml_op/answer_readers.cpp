@@ -9,6 +9,7 @@
 #include "tree_view_op/file_list_view.h"
 #include "ui/base/closing.h"
 #include "ui/base/dialogs/message_dialog.h"
+#include "ui/base/message_parent.h"
 #include "util/glib_owners.h"
 #include "util/path_time_text.h"
 #include "util/translated_text.h"
@@ -30,7 +31,8 @@ void tell_no_data(const std::string& path) {
         return;
     const relay_hub::GText shown_path(g_filename_display_name(path.c_str()));
     const std::string message = relay_hub::fill_translated("IDS_NO_DATA", {shown_path.get()});
-    show_message_dialog(get_UI_sets()->main_window, message.c_str(), relay_hub::translated("IDS_ERROR_PATH"));
+    show_message_dialog(relay_hub::message_parent(), message.c_str(),
+                        relay_hub::translated("IDS_ERROR_PATH"));
 }
 
 void show_folder(const Answer& answer, const std::string& path) {

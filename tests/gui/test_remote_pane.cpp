@@ -275,6 +275,24 @@ TEST_F(RemotePane, AClosingProgramStartsNothing) {
     EXPECT_THAT(engine_.requests("NP_Cmd"), IsEmpty());
 }
 
+TEST_F(RemotePane, ClosingInTheMiddleOfATransferEndsItAtOnce) {
+    std::atomic<bool> asked = false;
+    std::atomic<bool> free = false;
+    FakeEngine silent([&](const std::string&) {
+        asked = true;
+        free.wait(false);
+        return message(kRefused);
+    });
+    const gui_test::When closing([&] { return asked.load(); }, relay_hub::close_window);
+    EXPECT_EQ(relay_hub::paste_into_remote_folder([] { return std::vector<std::string>{"/etc/hostname"}; }),
+              -1);
+    EXPECT_TRUE(closing.done());
+    EXPECT_EQ(gui_test::find_window_with("disk full"), nullptr);
+    relay_hub::reset_closing();
+    free = true;
+    free.notify_all();
+}
+
 class Progress : public testing::Test {
   protected:
     Progress() {
