@@ -146,6 +146,9 @@ void clean_tree_view(GtkWidget* tree_view) {
     GtkListStore* store = list_store_of(tree_view);
     if (store == nullptr)
         return;
+    // A view that loses its model while it is scrolled draws from the top but keeps its scroll bar where it was.
+    if (GtkAdjustment* scrolled = gtk_tree_view_get_vadjustment(GTK_TREE_VIEW(tree_view)))
+        gtk_adjustment_set_value(scrolled, gtk_adjustment_get_lower(scrolled));
     // Off the view: taking many rows away one by one before its eyes is slow.
     const relay_hub::GObjectPtr<GtkListStore> held(GTK_LIST_STORE(g_object_ref(store)));
     gtk_tree_view_set_model(GTK_TREE_VIEW(tree_view), nullptr);

@@ -105,20 +105,22 @@ void append_item(GtkWidget* menu, const PopupItem& row, GtkWidget* tree_view) {
     gtk_menu_shell_append(GTK_MENU_SHELL(menu), item);
 }
 
-// From the keyboard the menu opens at the cursor's row, else at the list's corner.
+// From the keyboard the menu opens below the cursor's row while that shows, else at the list's corner.
 void place_at_cursor(GtkMenu*, gint* x, gint* y, gboolean* push_in, gpointer data) {
     GtkTreeView* tree_view = GTK_TREE_VIEW(data);
+    GdkWindow* rows = gtk_tree_view_get_bin_window(tree_view);
+    gdk_window_get_origin(rows, x, y);
+    *push_in = TRUE;
     GtkTreePath* path = nullptr;
     gtk_tree_view_get_cursor(tree_view, &path, nullptr);
+    if (path == nullptr)
+        return;
     GdkRectangle cell{};
-    if (path != nullptr)
-        gtk_tree_view_get_cell_area(tree_view, path, gtk_tree_view_get_column(tree_view, 0), &cell);
+    gtk_tree_view_get_cell_area(tree_view, path, gtk_tree_view_get_column(tree_view, 0), &cell);
     gtk_tree_path_free(path);
-    GdkWindow* window = gtk_tree_view_get_bin_window(tree_view);
-    gdk_window_get_origin(window, x, y);
-    const int height = gdk_window_get_height(gtk_widget_get_window(GTK_WIDGET(tree_view)));
-    *y += CLAMP(cell.y + cell.height, 0, height);
-    *push_in = TRUE;
+    const int below = cell.y + cell.height;
+    if (below > 0 && below < gdk_window_get_height(rows))
+        *y += below;
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "gui/window_fixture.h"
 #include "side_function/copy_source.h"
 #include "tree_view_op/file_list_view.h"
@@ -221,6 +223,31 @@ TEST_F(MainWindow, PastesByKeyOnlyWhatTheMenuWouldOffer) {
     g_p_tree_view = local().tree_view;
     EXPECT_THAT(printed([] { gui_test::press_key(local().tree_view, GDK_KEY_v, GDK_CONTROL_MASK); }),
                 Not(HasSubstr("paste!")));
+}
+
+TEST_F(MainWindow, ScrollsToTheSelectedRowAfterARefresh) {
+    for (int number = 100; number < 160; ++number)
+        sandbox_.make_file("file" + std::to_string(number));
+    open_local(sandbox_.path());
+    GtkTreeView* list = GTK_TREE_VIEW(local().tree_view);
+    const auto row_150_shows = [list] {
+        GtkTreePath* first = nullptr;
+        GtkTreePath* last = nullptr;
+        if (gtk_tree_view_get_visible_range(list, &first, &last) == FALSE)
+            return false;
+        const int from = gtk_tree_path_get_indices(first)[0];
+        const int to = gtk_tree_path_get_indices(last)[0];
+        gtk_tree_path_free(first);
+        gtk_tree_path_free(last);
+        const std::vector<std::string> names = row_names(local());
+        const auto row = std::find(names.begin(), names.end(), "file150") - names.begin();
+        return from <= row && row <= to;
+    };
+    for (int time = 0; time < 2; ++time) {
+        relay_hub::select_row_by_name(local().tree_view, "file150");
+        EXPECT_TRUE(gui_test::run_until(row_150_shows, std::chrono::seconds(2))) << time;
+        gui_test::press_key(local().tree_view, GDK_KEY_F5);
+    }
 }
 
 TEST_F(MainWindow, OpensTheMenuByKey) {
