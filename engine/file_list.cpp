@@ -83,7 +83,7 @@ std::size_t add_entries(WireText& text, const std::vector<KeyedEntry>& entries, 
 
 }  // namespace
 
-std::string file_list_text(std::vector<Entry> entries, Style style, std::size_t longest) {
+std::string file_list_text(const std::vector<Entry>& entries, Style style, std::size_t longest) {
     const std::vector<KeyedEntry> ordered = in_natural_order(entries, style);
     WireText text;
     text.add(wire::kResult, wire::kSuccess);

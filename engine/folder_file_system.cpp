@@ -237,6 +237,8 @@ int FolderFileSystem::open_sink(const std::string& path, bool replace, std::uniq
 std::vector<int> FolderFileSystem::commit(std::vector<std::unique_ptr<FileSink>>& sinks) {
     std::vector<int> results;
     std::vector<FolderSink*> own;
+    own.reserve(sinks.size());
+    results.reserve(sinks.size());
     for (const auto& sink : sinks)
         own.push_back(static_cast<FolderSink*>(sink.get()));
     // A flush of all that fails does not say whose data it lost: then each file is asked.

@@ -117,7 +117,7 @@ std::string RequestHandlers::list_files(CZEVXML& request) {
     std::vector<Entry> entries;
     if (const int error = remote_.list(*folder, entries); error != 0)
         return done_or_reason(error, path, "read");
-    return file_list_text(std::move(entries), style_, kLongestAnswer);
+    return file_list_text(entries, style_, kLongestAnswer);
 }
 
 std::string RequestHandlers::list_drives(CZEVXML& /*request*/) {

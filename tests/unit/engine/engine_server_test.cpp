@@ -295,6 +295,12 @@ TEST_F(CallingBack, AKilledFrontEndLeavesTheEngineReady) {
         while (names(mine_).empty() && steady_clock::now() < limit)
             std::this_thread::yield();
     }
+    // Who listens at once hears that the engine is through, and no answer.
+    FileDescriptor early(open((base_ + "_OUT").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    pollfd heard{early.get(), POLLIN, 0};
+    EXPECT_EQ(poll(&heard, 1, 5000), 1);
+    EXPECT_EQ(heard.revents, POLLHUP);
+    early.reset();
     PlainClient client(base_);
     client.send(frame(kHeartbeat));
     EXPECT_EQ(client.receive(), kAlive);
