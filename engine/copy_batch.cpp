@@ -46,7 +46,7 @@ std::string failure_summary(const std::vector<Failure>& failures, const std::str
     std::size_t told = 0;
     for (const Failure& failure : failures) {
         const std::string line =
-            "\n" + presentable(failure.item, 200) + ": " + presentable(failure.reason, 120);
+            "\n" + in_one_line(failure.item, 200) + ": " + in_one_line(failure.reason, 120);
         if (told == kNamesTold || text.size() + line.size() > kLongestSummary)
             break;
         text += line;
@@ -155,8 +155,7 @@ void CopyBatch::copy_entry(const std::string& source, const Entry& entry, const 
     tell_progress();
     const std::string name = base_name(source);
     if (!may_travel_(name)) {
-        report(RELAY_HUB_HERE,
-               "name cannot be told to the other computer:", presentable(current_, current_.size() + 3));
+        report(RELAY_HUB_HERE, "name cannot be told to the other computer:", in_one_line(current_));
         return fail(source, "its name cannot be told to the other computer");
     }
     const std::string target = join_path(target_folder, name);
@@ -233,7 +232,7 @@ bool CopyBatch::may_replace(const std::string& target) {
         return true;
     // What is written already should not wait for the user.
     publish_waiting();
-    const std::string question = presentable(target_.show(target), 800) + "\nexists already. Replace it?";
+    const std::string question = in_one_line(target_.show(target), 800) + "\nexists already. Replace it?";
     switch (front_end_.confirm(question)) {
         case Answer::kYes:
             return true;

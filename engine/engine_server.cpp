@@ -18,6 +18,7 @@ namespace {
 
 constexpr Milliseconds kClientLimit{3000};
 constexpr Milliseconds kOpenLimit{2000};
+constexpr Milliseconds kPartingLimit{1000};
 constexpr std::size_t kLongestRequest = 256UL * 1024 * 1024;
 constexpr Milliseconds kFirstPause{1};
 constexpr Milliseconds kSlowestPause{20};
@@ -94,7 +95,7 @@ bool EngineServer::run() {
             answer(body.substr(kCommandMarker.size()));
         else if (error != 0 && error != ECANCELED)
             report_error(RELAY_HUB_HERE, error, in_path_);
-        out_.reset();
+        part_from_client();
     }
     ended_ = true;
     stop_.raise();
@@ -142,9 +143,18 @@ int EngineServer::open_answer_end(int in, const PipeWaiter& waiter) {
     }
 }
 
+// A client that waits for an answer hears the end of it by our closing; it must have heard before the end is
+// open again.
+void EngineServer::part_from_client() {
+    out_.reset();
+    const PipeWaiter waiter(stop_);
+    (void)waiter.wait(clients_->descriptor(), POLLIN,
+                      clients_->descriptor() >= 0 ? kPartingLimit : kSlowestPause);
+}
+
 void EngineServer::answer(const std::string& request) {
     if (!settings_.quiet)
-        std::printf("request %s\n", presentable(request, kLongestTracedText).c_str());
+        std::printf("request %s\n", in_one_line(request, kLongestTracedText).c_str());
     // Whoever left until now was an earlier client: this one sent its request after opening its end.
     clients_->forget();
     PipeWaiter waiter(stop_);

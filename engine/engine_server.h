@@ -41,6 +41,7 @@ class EngineServer {
     int read_request(int in, std::string& body);
     int open_answer_end(int in, const PipeWaiter& waiter);
     void answer(const std::string& request);
+    void part_from_client();
 
     const ServerSettings settings_;
     const std::string in_path_;

@@ -23,8 +23,8 @@ bool is_shown(const Entry& entry, Style style) {
         return false;
     if (can_travel(style, entry.name))
         return true;
-    report(RELAY_HUB_HERE, "left out of the list, its name cannot be told to the front end:",
-           presentable(entry.name, entry.name.size() * 3 + 3));
+    report(RELAY_HUB_HERE,
+           "left out of the list, its name cannot be told to the front end:", in_one_line(entry.name));
     return false;
 }
 

@@ -89,7 +89,7 @@ void FrontEndLink::progress(const Progress& report) {
         return;
     WireText message;
     message.add(wire::kCommand, wire::kCopyProgressStatusNotify);
-    message.add(wire::kProgressInfo, presentable(report.item, kLongestText));
+    message.add(wire::kProgressInfo, in_one_line(report.item, kLongestText));
     message.add(wire::kProgressElapsedTime, clock_text(report.elapsed));
     message.add(wire::kProgressTotal, report.total);
     message.add(wire::kProgressCurrent, report.done);
@@ -101,8 +101,7 @@ void FrontEndLink::message(const std::string& text) {
     message.add(wire::kCommand, wire::kShowMessageBox);
     message.add(wire::kMessageBoxContent, presentable(text, kLongestText));
     if (!exchange(client_, message.finish(), kOpenPatiently, kAnswerLimit))
-        relay_hub::report(RELAY_HUB_HERE,
-                          "the front end did not take the message:", presentable(text, kLongestText));
+        relay_hub::report(RELAY_HUB_HERE, "the front end did not take the message:", in_one_line(text));
 }
 
 bool FrontEndLink::tell_remote_is_offline() {

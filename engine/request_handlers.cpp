@@ -27,7 +27,7 @@ std::string requested_text(CZEVXML& request, const std::string& before, const ch
 }
 
 std::string quoted(const std::string& text) {
-    return "\"" + presentable(text, 600) + "\"";
+    return "\"" + in_one_line(text, 600) + "\"";
 }
 
 std::string not_a_path(const std::string& text) {
@@ -272,8 +272,7 @@ std::string RequestHandlers::run_copy(CopyBatch& batch, const std::vector<CopyIt
     if (batch.failures().empty())
         return success_text();
     for (const Failure& failure : batch.failures())
-        report(RELAY_HUB_HERE,
-               "not copied:", presentable(failure.item + ": " + failure.reason, kLongestAnswer));
+        report(RELAY_HUB_HERE, "not copied:", in_one_line(failure.item + ": " + failure.reason));
     const std::string summary = failure_summary(batch.failures(), "copied");
     if (!batch.anything_done())
         return failure_text(summary);

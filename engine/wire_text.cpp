@@ -2,6 +2,7 @@
 
 #include <glib.h>
 
+#include <algorithm>
 #include <memory>
 
 #include "link_engine/message_names.h"
@@ -92,6 +93,12 @@ std::string presentable(std::string_view text, std::size_t limit) {
         result += "...";
     }
     return result;
+}
+
+std::string in_one_line(std::string_view text, std::size_t limit) {
+    std::string line = presentable(text, limit);
+    std::replace(line.begin(), line.end(), '\n', '?');
+    return line;
 }
 
 }  // namespace relay_hub::engine
