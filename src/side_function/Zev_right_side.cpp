@@ -118,6 +118,9 @@ int request_trash(const std::vector<std::string>& names, const std::string& fold
         return -1;
     const int result =
         send_command_t(set_NP_VAL_CMD_MOVE_FILE_TO_TRASH, get_NP_VAL_CMD_MOVE_FILE_TO_TRASH, &args);
+    // An engine that is gone or gives no reason must not look like one that did it.
+    if (result == -1 && GetShowMessageBox().empty())
+        SetShowMessageBox("Operation Fail.");
     relay_hub::show_waiting_message();
     return result;
 }
@@ -224,13 +227,15 @@ int right_popup_menu_copy(GtkWidget*, gpointer tree_view) {
     if (relay_hub::window_is_closing())
         return -1;
     auto* const list = static_cast<GtkWidget*>(tree_view);
+    const std::vector<std::string> names = relay_hub::selected_names(list);
+    if (names.empty())
+        return -1;
     const std::string folder = relay_hub::folder_of(remote_side());
     release_copy_to_remote_file_list();
     relay_hub::remember_remote_selection(list, folder);
     relay_hub::keep_remote_copy();
     g_copy_source = kCopiedRemotely;
     g_p_tree_view = list;
-    const std::vector<std::string> names = relay_hub::selected_names(list);
     std::vector<std::string> paths;
     for (const std::string& name : names) {
         paths.push_back(relay_hub::join_remote_path(folder, name));

@@ -147,10 +147,12 @@ int left_popup_menu_copy(GtkWidget*, gpointer tree_view) {
     if (relay_hub::window_is_closing())
         return -1;
     std::puts("left_popup_menu_copy");
-    release_clipboard(nullptr);
-    release_copy_to_remote_file_list();
     auto* const list = static_cast<GtkWidget*>(tree_view);
     const std::vector<std::string> names = relay_hub::selected_names(list);
+    if (names.empty())
+        return -1;
+    release_clipboard(nullptr);
+    release_copy_to_remote_file_list();
     const std::string folder = relay_hub::folder_of(local_side());
     if (save_to_clipboard(nullptr) != 0)
         relay_hub::report(RELAY_HUB_HERE, "the desktop clipboard cannot be taken");

@@ -114,6 +114,15 @@ TEST_F(RemotePane, DeletingSendsTheSelectionInReverseAndSelectsTheNextRow) {
     EXPECT_EQ(g_pUpdateFun, nullptr);
 }
 
+TEST_F(RemotePane, ADeletionThatFailsWithoutAReasonIsToldToo) {
+    show("/home", line("a", "0"));
+    remote_.select({1});
+    answer_ = message("");
+    const BoxClosed box("Operation Fail.");
+    right_popup_menu_delete(nullptr, nullptr);
+    EXPECT_TRUE(box.done());
+}
+
 TEST_F(RemotePane, NeitherTheParentRowNorANamelessOneIsEverDeleted) {
     show("/home", line("", "1"));
     remote_.select({0, 1});
