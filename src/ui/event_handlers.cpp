@@ -28,16 +28,6 @@ bool can_be_opened(GtkTreeModel* model, GtkTreeIter* iter, const std::string& na
            relay_hub::row_text(model, iter, kColumnType) == relay_hub::translated("IDS_FH_FOLDER");
 }
 
-// The toolkit activates a row by itself on the second press of a double click; here its release does that.
-bool pressed_just_now() {
-    GdkEvent* event = gtk_get_current_event();
-    if (event == nullptr)
-        return false;
-    const bool pressed = event->type == GDK_BUTTON_PRESS || event->type == GDK_2BUTTON_PRESS;
-    gdk_event_free(event);
-    return pressed;
-}
-
 void load_local_side() {
     __single* side = get_UI_sets()->left_side;
     const relay_hub::BusyDialog busy;
@@ -115,8 +105,6 @@ void on_combobox_1_changed(GtkComboBox* combo, gpointer) {
 void on_treeview_1_row_activated(GtkTreeView* tree_view, GtkTreePath* path, GtkTreeViewColumn*, gpointer) {
     std::puts(__func__);
     (void)write_log(kEventLogPath, __func__);
-    if (pressed_just_now())
-        return;
     __single* side = side_of(tree_view);
     GtkTreeModel* model = gtk_tree_view_get_model(tree_view);
     GtkTreeIter iter;
