@@ -14,10 +14,10 @@ namespace relay_hub {
 namespace {
 
 constexpr std::size_t kBufferSize = std::size_t{128} * 1024;
-// Write-back of a big file starts after each step and may lag this many steps behind, so that the sync at
-// the file's end has little left to wait for.
-constexpr off_t kWriteBackStep = off_t{4} * 1024 * 1024;
-constexpr off_t kWriteBackLag = 8 * kWriteBackStep;
+// Write-back of a big file starts after each step, so that the sync at its end has little left to wait for.
+constexpr off_t kWriteBackStep = off_t{8} * 1024 * 1024;
+// What is left is waited for in pieces, with a look at the cancel test between them.
+constexpr off_t kWaitStep = off_t{1} * 1024 * 1024;
 
 ssize_t read_some(int fd, char* buffer, std::size_t size) {
     ssize_t count = 0;
@@ -34,44 +34,31 @@ class WriteBack {
 
     // Called with the file's size so far. 0, or the errno of a write that the device refused.
     int advance(off_t size) {
-        while (size - started_ >= kWriteBackStep) {
-            const int error = range(started_, SYNC_FILE_RANGE_WRITE);
-            if (error != 0)
-                return error;
-            started_ += kWriteBackStep;
-        }
-        while (started_ - waited_ > kWriteBackLag) {
-            const int error = wait_step();
-            if (error != 0)
-                return error;
-        }
-        return 0;
+        int error = 0;
+        for (; error == 0 && size - started_ >= kWriteBackStep; started_ += kWriteBackStep)
+            error = range(started_, kWriteBackStep, SYNC_FILE_RANGE_WRITE);
+        return error;
     }
 
-    // Waits for what was started, step by step, so that a cancel is seen in between.
+    // Waits for what was started.
     int finish(const CancelTest& cancel, bool* cancelled) {
-        while (waited_ < started_) {
+        constexpr unsigned kWait =
+            SYNC_FILE_RANGE_WAIT_BEFORE | SYNC_FILE_RANGE_WRITE | SYNC_FILE_RANGE_WAIT_AFTER;
+        int error = 0;
+        for (off_t at = 0; error == 0 && at < started_; at += kWaitStep) {
             *cancelled = cancel.cancelled();
             if (*cancelled)
                 return 0;
-            const int error = wait_step();
-            if (error != 0)
-                return error;
+            error = range(at, kWaitStep, kWait);
         }
-        return 0;
+        return error;
     }
 
     [[nodiscard]] bool used() const { return started_ > 0; }
 
   private:
-    int wait_step() {
-        const off_t at = waited_;
-        waited_ += kWriteBackStep;
-        return range(at, SYNC_FILE_RANGE_WAIT_BEFORE | SYNC_FILE_RANGE_WRITE | SYNC_FILE_RANGE_WAIT_AFTER);
-    }
-
-    [[nodiscard]] int range(off_t at, unsigned flags) const {
-        if (sync_file_range(fd_, at, kWriteBackStep, flags) == 0)
+    [[nodiscard]] int range(off_t at, off_t size, unsigned flags) const {
+        if (sync_file_range(fd_, at, size, flags) == 0)
             return 0;
         // What is no plain file, or a file system without it, still has the sync at the end.
         const bool unsupported = errno == ESPIPE || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP;
@@ -80,7 +67,6 @@ class WriteBack {
 
     int fd_;
     off_t started_ = 0;
-    off_t waited_ = 0;
 };
 
 CopyOutcome failed(int error_number) {

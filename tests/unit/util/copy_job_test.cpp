@@ -268,52 +268,31 @@ TEST_F(CopyJob, copies_more_files_than_wait_for_one_sync) {
     EXPECT_EQ(names_in(at("dst/many")).size(), 40U);
 }
 
-// A job on a thread of its own, copying a file without end to speak of.
-class RunningCopy {
-  public:
-    RunningCopy(const std::string& source, const std::string& folder) : job_(new_task_list()) {
-        job_->items = {source};
-        job_->folder = folder;
-        worker_ = std::thread([this] { Gfile_local_copy(job_.get()); });
-    }
-    __task_list* job() { return job_.get(); }
-    std::vector<__task_failure> join() {
-        worker_.join();
-        return job_->failures;
-    }
-
-  private:
-    relay_hub::TaskListPtr job_;
-    std::thread worker_;
-};
-
 TEST_F(CopyJob, a_cancel_leaves_the_part_of_a_new_file_and_the_whole_old_one) {
-    const relay_hub::FileDescriptor source(open(at("src/big").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
-    ASSERT_EQ(ftruncate(source.get(), off_t{4} << 30U), 0);
+    constexpr off_t kSize = off_t{4} << 30U;
+    write_text(at("src/big"), "");
+    ASSERT_EQ(truncate(at("src/big").c_str(), kSize), 0);
+    answers.answers = {REQUEST_YES};
     for (const bool replace : {false, true}) {
         if (replace)
             write_text(at("dst/big"), "old");
-        answers.answers = {REQUEST_YES};
-        std::string folder = at("dst");
-        RunningCopy copy(at("src/big"), folder);
-        EXPECT_TRUE(util_test::wait_for(
-            [](void* path) {
-                const std::string& dst = *static_cast<std::string*>(path);
-                for (const std::string& name : names_in(dst)) {
-                    if (record(std::string(dst).append("/").append(name)).st_size > 1000000)
-                        return true;
-                }
-                return false;
-            },
-            &folder));
-        EXPECT_TRUE(cancel_atomic(&copy.job()->state));
-        EXPECT_TRUE(copy.join().empty());
-        EXPECT_EQ(names_in(folder), std::vector<std::string>{"big"});
-        if (replace) {
-            EXPECT_EQ(read_text(at("dst/big")), "old");
-        } else {
-            EXPECT_LT(record(at("dst/big")).st_size, off_t{4} << 30U);
-        }
+        const relay_hub::TaskListPtr job(new_task_list());
+        job->items = {at("src/big")};
+        job->folder = at("dst");
+        std::thread worker([&] { Gfile_local_copy(job.get()); });
+        EXPECT_TRUE(util_test::wait_for([&] {
+            for (const std::string& name : names_in(job->folder)) {
+                if (record(at("dst/" + name)).st_size > 1000000)
+                    return true;
+            }
+            return false;
+        }));
+        EXPECT_TRUE(cancel_atomic(&job->state));
+        worker.join();
+        EXPECT_TRUE(job->failures.empty());
+        EXPECT_EQ(names_in(at("dst")), std::vector<std::string>{"big"});
+        EXPECT_LT(record(at("dst/big")).st_size, kSize);
+        EXPECT_EQ(replace, read_text(at("dst/big")) == "old");
     }
 }
 

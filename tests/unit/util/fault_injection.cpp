@@ -75,30 +75,17 @@ int close(int fd) {
     return written && is_touched(fd) && fails("close") ? -1 : result;
 }
 
-int fsync(int fd) {
-    static const auto next = REAL(fsync);
-    return fails("fsync") || fails("sync") ? -1 : next(fd);
-}
+#define FAILING_CALL(name, parameters, arguments, exception_spec, also_as) \
+    int name parameters exception_spec {                                   \
+        static const auto next = REAL(name);                               \
+        return fails(#name) || fails(also_as) ? -1 : next arguments;       \
+    }
 
-int syncfs(int fd) noexcept {
-    static const auto next = REAL(syncfs);
-    return fails("syncfs") || fails("sync") ? -1 : next(fd);
-}
-
-int rename(const char* from, const char* to) noexcept {
-    static const auto next = REAL(rename);
-    return fails("rename") ? -1 : next(from, to);
-}
-
-int symlink(const char* text, const char* path) noexcept {
-    static const auto next = REAL(symlink);
-    return fails("symlink") ? -1 : next(text, path);
-}
-
-int mkdir(const char* path, mode_t mode) noexcept {
-    static const auto next = REAL(mkdir);
-    return fails("mkdir") ? -1 : next(path, mode);
-}
+FAILING_CALL(fsync, (int fd), (fd), , "sync")
+FAILING_CALL(syncfs, (int fd), (fd), noexcept, "sync")
+FAILING_CALL(rename, (const char* from, const char* to), (from, to), noexcept, "")
+FAILING_CALL(symlink, (const char* text, const char* path), (text, path), noexcept, "")
+FAILING_CALL(mkdir, (const char* path, mode_t mode), (path, mode), noexcept, "")
 
 }  // extern "C"
 

@@ -124,9 +124,4 @@ TEST_F(Listing, splits_texts_into_lists) {
     EXPECT_EQ(Gfile_split_string_to_list("\n\n", "\n", 0), List{});
 }
 
-TEST_F(Listing, sums_failures_up) {
-    std::vector<__task_failure> failures(7, {"/a/b", "why"});
-    EXPECT_EQ(relay_hub::failure_summary(failures), "IDS_MSG_ITEMS_FAILED");
-}
-
 }  // namespace

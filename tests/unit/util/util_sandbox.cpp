@@ -20,25 +20,23 @@ std::string new_folder() {
     return mkdtemp(pattern.data()) == nullptr ? std::string() : pattern;
 }
 
-class PrivateHome : public testing::Environment {
-  public:
-    PrivateHome() : path_(new_folder()) {
-        setenv("HOME", path_.c_str(), 1);
+// Stands before GLib's first look at HOME.
+struct PrivateHome {
+    PrivateHome() {
+        setenv("HOME", path.c_str(), 1);
         std::setlocale(LC_ALL, "C.UTF-8");
     }
-    ~PrivateHome() override {
+    ~PrivateHome() {
         std::error_code ignored;
-        fs::remove_all(path_, ignored);
+        fs::remove_all(path, ignored);
     }
-    [[nodiscard]] const std::string& path() const { return path_; }
+    PrivateHome(const PrivateHome&) = delete;
+    PrivateHome& operator=(const PrivateHome&) = delete;
 
-  private:
-    std::string path_;
+    const std::string path = new_folder();
 };
 
-// GoogleTest owns it.
-auto* const private_home =
-    static_cast<PrivateHome*>(testing::AddGlobalTestEnvironment(std::make_unique<PrivateHome>().release()));
+const PrivateHome private_home;
 
 std::vector<__task_failure> run(int (*job_routine)(void*), const std::vector<std::string>& items,
                                 const std::string& folder) {
@@ -53,7 +51,7 @@ std::vector<__task_failure> run(int (*job_routine)(void*), const std::vector<std
 }  // namespace
 
 const std::string& home() {
-    return private_home->path();
+    return private_home.path;
 }
 
 void write_text(const std::string& path, const std::string& text, mode_t mode) {
@@ -98,15 +96,6 @@ std::vector<std::string> names_in(const std::string& folder) {
     return names;
 }
 
-bool wait_for(bool (*predicate)(void*), void* data) {
-    for (int attempt = 0; attempt < 10000; ++attempt) {
-        if (predicate(data))
-            return true;
-        usleep(1000);
-    }
-    return false;
-}
-
 // The saved id leads back; access(2) goes by the real one.
 OrdinaryUser::OrdinaryUser() {
     EXPECT_EQ(setresuid(kId, kId, 0), 0);
@@ -121,14 +110,6 @@ int PresetAnswers::ask_overwrite(const std::string& question) {
     if (answers.empty())
         return -4;
     return answers[std::min(questions.size(), answers.size()) - 1];
-}
-
-void PresetAnswers::show_error(const std::string& primary, const std::string& secondary) {
-    errors.push_back(primary + "|" + secondary);
-}
-
-void PresetAnswers::show_job_error(const std::string& text) {
-    job_errors.push_back(text);
 }
 
 Sandbox::Sandbox() : folder_(new_folder()) {

@@ -2,6 +2,7 @@
 // A folder of its own for each test, a private home folder for the whole run, and short words for files.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <string>
 #include <vector>
@@ -22,7 +23,12 @@ std::string link_text(const std::string& path);
 bool exists(const std::string& path);
 std::vector<std::string> names_in(const std::string& folder);  // sorted, hidden ones too
 // Waits until the predicate holds, 10 seconds at most.
-bool wait_for(bool (*predicate)(void*), void* data);
+template <typename Predicate>
+bool wait_for(Predicate predicate) {
+    for (int attempt = 0; attempt < 10000 && !predicate(); ++attempt)
+        usleep(1000);
+    return predicate();
+}
 
 // While it lives, a test run by root has the rights of an ordinary user.
 class OrdinaryUser {
@@ -38,8 +44,10 @@ class OrdinaryUser {
 class PresetAnswers : public relay_hub::UserQuestions {
   public:
     int ask_overwrite(const std::string& question) override;
-    void show_error(const std::string& primary, const std::string& secondary) override;
-    void show_job_error(const std::string& text) override;
+    void show_error(const std::string& primary, const std::string& secondary) override {
+        errors.push_back(primary + "|" + secondary);
+    }
+    void show_job_error(const std::string& text) override { job_errors.push_back(text); }
 
     std::vector<int> answers;
     std::vector<std::string> questions;
