@@ -33,7 +33,7 @@ class PlainClient {
     explicit PlainClient(const std::string& base)
         : in_(open((base + "_IN").c_str(), O_WRONLY | O_CLOEXEC)),
           out_(open((base + "_OUT").c_str(), O_RDONLY | O_CLOEXEC)) {}
-    void send(const std::string& bytes) { ASSERT_EQ(write_all(in_.get(), bytes.data(), bytes.size()), 0); }
+    bool send(const std::string& bytes) { return write_all(in_.get(), bytes.data(), bytes.size()) == 0; }
     std::string receive() {
         std::uint32_t length = 0;
         if (read_all(&length, sizeof length) != sizeof length)
@@ -57,6 +57,17 @@ class PlainClient {
     FileDescriptor in_;
     FileDescriptor out_;
 };
+
+// Whether it came true within five seconds.
+bool wait_for(const std::function<bool()>& condition) {
+    const auto limit = steady_clock::now() + std::chrono::seconds(5);
+    bool holds = condition();
+    while (!holds && steady_clock::now() < limit) {
+        std::this_thread::yield();
+        holds = condition();
+    }
+    return holds;
+}
 
 class Serving : public EngineSandbox {
   protected:
@@ -93,20 +104,24 @@ TEST_F(Serving, PlainAndFrontEndClients) {
     for (int i = 0; i < 500; ++i)
         write(served_ + "/a file with a rather long name " + std::to_string(i), "");
     start(Milliseconds(0), 5000);
-    PlainClient plain(base_);
-    const std::string request = frame(kHeartbeat);
-    for (const char byte : request)
-        plain.send(std::string(1, byte));
-    EXPECT_EQ(plain.receive(), kAlive);
+    {
+        PlainClient plain(base_);
+        for (const char byte : frame(kHeartbeat))
+            ASSERT_TRUE(plain.send(std::string(1, byte)));
+        EXPECT_EQ(plain.receive(), kAlive);
+    }
 
     CNamePipeBase client(base_, kPipeBufferSize, kPipeBufferSize);
     std::string answer;
     ASSERT_TRUE(client.NPSendMessage(std::string(kListRoot), answer, "", kCommandData));
     EXPECT_GT(answer.size(), 100000U);
     EXPECT_TRUE(answer.ends_with("</Line></ZEVMSG>"));
-    EXPECT_TRUE(
-        client.NPPostMessage("<ZEVMSG><NP_Cmd>NP_Cmd_Exit_Link_Engine</NP_Cmd></ZEVMSG>", "", kCommandData));
-    thread_.join();
+    // A post does not wait for the engine to be through with the round before.
+    EXPECT_TRUE(wait_for([&] {
+        return client.NPPostMessage("<ZEVMSG><NP_Cmd>NP_Cmd_Exit_Link_Engine</NP_Cmd></ZEVMSG>", "",
+                                    kCommandData);
+    }));
+    EXPECT_TRUE(wait_for([&] { return server_->ended(); }));
     EXPECT_TRUE(stop_.raised());
 }
 
@@ -122,14 +137,13 @@ TEST_F(Serving, ClientsThatMisbehaveCostOneRound) {
     for (const std::string& bytes : bad) {
         {
             PlainClient client(base_);
-            client.send(bytes);
+            ASSERT_TRUE(client.send(bytes));
         }
         // What follows at once may still be taken for the rest of a broken frame, but nothing after that.
         std::string answer;
         for (int attempt = 0; attempt < 2 && answer != kAlive; ++attempt) {
             PlainClient client(base_);
-            client.send(request);
-            answer = client.receive();
+            answer = client.send(request) ? client.receive() : "(refused)";
         }
         EXPECT_EQ(answer, kAlive) << bytes.size();
     }
@@ -139,15 +153,16 @@ TEST_F(Serving, TheNextClientNeverGetsAnAnswerThatWasGivenUp) {
     start(Milliseconds(60000));
     {
         PlainClient client(base_);
-        client.send(frame(kListRoot));
+        ASSERT_TRUE(client.send(frame(kListRoot)));
         // Leaves once the engine has taken the request.
-        int queued = 1;
         const FileDescriptor in(open((base_ + "_IN").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-        while (ioctl(in.get(), FIONREAD, &queued) == 0 && queued > 0)
-            std::this_thread::yield();
+        EXPECT_TRUE(wait_for([&] {
+            int queued = 1;
+            return ioctl(in.get(), FIONREAD, &queued) == 0 && queued == 0;
+        }));
     }
     PlainClient client(base_);
-    client.send(frame(kHeartbeat));
+    ASSERT_TRUE(client.send(frame(kHeartbeat)));
     EXPECT_EQ(client.receive(), kAlive);
 }
 
@@ -193,9 +208,7 @@ class CallingBack : public Serving {
         CNamePipeBase::SetupParam(notify_.c_str(), kPipeBufferSize, kPipeBufferSize);
         CNamePipeBase::SetServiceProvider(provide);
         ASSERT_TRUE(listener_.ListenForService());
-        const auto limit = steady_clock::now() + std::chrono::seconds(5);
-        while (!exists(notify_ + "_OUT") && steady_clock::now() < limit)
-            std::this_thread::yield();
+        ASSERT_TRUE(wait_for([this] { return exists(notify_ + "_OUT"); }));
     }
     ~CallingBack() override { listener_.ExitListenService(); }
 
@@ -289,11 +302,9 @@ TEST_F(CallingBack, AKilledFrontEndLeavesTheEngineReady) {
     start();
     {
         PlainClient client(base_);
-        client.send(frame("<ZEVMSG><NP_Cmd>NP_Cmd_Remote_to_Local</NP_Cmd><T8><Line><T9>" + mine_ +
-                          "</T9><TA>C:\\big</TA></Line></T8></ZEVMSG>"));
-        const auto limit = steady_clock::now() + std::chrono::seconds(5);
-        while (names(mine_).empty() && steady_clock::now() < limit)
-            std::this_thread::yield();
+        (void)client.send(frame("<ZEVMSG><NP_Cmd>NP_Cmd_Remote_to_Local</NP_Cmd><T8><Line><T9>" + mine_ +
+                                "</T9><TA>C:\\big</TA></Line></T8></ZEVMSG>"));
+        EXPECT_TRUE(wait_for([this] { return !names(mine_).empty(); }));
     }
     // Who listens at once hears that the engine is through, and no answer.
     FileDescriptor early(open((base_ + "_OUT").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
@@ -302,7 +313,7 @@ TEST_F(CallingBack, AKilledFrontEndLeavesTheEngineReady) {
     EXPECT_EQ(heard.revents, POLLHUP);
     early.reset();
     PlainClient client(base_);
-    client.send(frame(kHeartbeat));
+    ASSERT_TRUE(client.send(frame(kHeartbeat)));
     EXPECT_EQ(client.receive(), kAlive);
     EXPECT_TRUE(names(mine_).empty());
 }
