@@ -215,8 +215,7 @@ void unicode_hex() {
                 seconds_of([&] { must(relay_hub::text_from_unicode_hex(hex) == text, "decode"); }));
         }
         std::fprintf(stderr, "unicode hex, %-5s: encode %.0f MB/s (target 100), decode %.0f MB/s of text\n",
-                     name, static_cast<double>(kMegabytes) / encode,
-                     static_cast<double>(kMegabytes) / decode);
+                     name, kMegabytes / best(encode), kMegabytes / best(decode));
     }
 }
 
