@@ -308,6 +308,7 @@ class Desktop:
         self.click(self.entry(side))
         self.xdo("key", "ctrl+a")
         self.xdo("type", "--delay", "5", text)
+        wait_for(lambda: self.folder(side) == text, what=f"{text} in the path entry")
         self.xdo("key", "Return")
 
     def copy(self, source, names, target, answer=None):

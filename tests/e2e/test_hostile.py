@@ -111,20 +111,20 @@ class Hostile(DesktopTest):
     def go_honest(self):
         self.hostile.be_honest()
         self.ask()
-        wait_for(lambda: self.desktop.rows(REMOTE) == HONEST_ROWS and not self.desktop.dialog(), 20,
-                 what="the honest listing")
+        self.settle()
+        wait_for(lambda: self.desktop.rows(REMOTE) == HONEST_ROWS, what="the honest listing")
 
-    def settle(self):
-        """Closes what the case left open, as the user would."""
+    def settle(self, give_up=False):
+        """Waits for the request's end, closing what the user would: error boxes, and to give up the busy dialog."""
         def settled():
             self.answers_soon()
             dialog = self.desktop.dialog()
             if dialog is None:
                 return True
-            subprocess.run(["wmctrl", "-c", dialog.get_name() or "Relay Hub"], check=False)
-            self.desktop.xdo("key", "Escape")
+            if dialog.get_role_name() == "alert" or give_up:
+                subprocess.run(["wmctrl", "-c", dialog.get_name() or "Relay Hub"], check=False)
             return False
-        wait_for(settled, 20, what="the dialogs to close")
+        wait_for(settled, 40, what="the end of the request")
 
     def check_alive(self):
         self.assertIsNone(self.desktop.window.poll())
@@ -138,19 +138,13 @@ class Hostile(DesktopTest):
                 self.hostile.lie(answer)
                 self.ask()
                 wait_for(lambda: self.hostile.served > 0, 20, what="the request")
-                if not answer.hold:
-                    wait_for(lambda: not self.busy(), 40, what="the end of the request")
-                self.settle()
+                self.settle(give_up=answer.hold)
                 rows = self.desktop.rows(REMOTE)
                 allowed = [HONEST_ROWS] if valid is None else [valid, HONEST_ROWS]
                 self.assertTrue(rows in allowed or (valid is not None and rows and set(rows) <= set(valid)), rows[:5])
                 self.check_alive()
                 self.go_honest()
         self.assertEqual(self.desktop.close(), 0)
-
-    def busy(self):
-        dialog = self.desktop.dialog()
-        return dialog is not None and dialog.get_name().startswith("Processing")
 
     def test_call_backs(self):
         text = "x" * (2 << 20)
@@ -176,9 +170,9 @@ class Hostile(DesktopTest):
         with self.subTest("clients that never read"):
             for _ in range(3):
                 call_back(message("<NP_Cmd>NP_Cmd_Check_For_User_Click_Cancel</NP_Cmd>"), read=False)
-        answer = wait_for(lambda: call_back(message("<NP_Cmd>NP_Cmd_Handle_Remote_Request</NP_Cmd>")), 30,
-                          what="the listener after bad clients")
-        self.assertIn(b"NP_Exe_Result_Fail", answer)
+        # The first answers may be those that nobody read.
+        wait_for(lambda: b"NP_Exe_Result_Fail" in (call_back(message("<NP_Cmd>NP_Cmd_Handle_Remote_Request</NP_Cmd>"))
+                                                   or b""), 30, what="the listener after bad clients")
         self.settle()
         self.go_honest()
         self.assertEqual(self.desktop.close(), 0)
@@ -201,7 +195,6 @@ class Hostile(DesktopTest):
                 with self.subTest(f"{end} {name}"):
                     replace(end, make)
                     self.ask()
-                    wait_for(lambda: not self.busy(), 30, what="the end of the request")
                     self.settle()
                     self.assertEqual(self.desktop.rows(REMOTE), HONEST_ROWS)
                     self.check_alive()
