@@ -23,7 +23,7 @@ def with_times(text):
 # name -> (answer, the valid rows it may show; none: the pane stays as it was)
 ANSWERS = {
     "no answer": (Answer(hold=True), None),
-    "answer pipe never opened": (Answer(open_out=False), None),
+    "answer pipe never opened": (Answer(open_out=False, hold=True), None),
     "closed before the header": (Answer(), None),
     "half a header, closed": (Answer(b"\x10\0"), None),
     "half a header, held": (Answer(b"\x10\0", hold=True), None),
