@@ -139,7 +139,7 @@ class Desktop:
 
     def close(self):
         """Closes the window as the user does; its exit status."""
-        subprocess.run(["wmctrl", "-c", "Relay Hub"], check=False)
+        subprocess.run(["wmctrl", "-F", "-c", "Relay Hub"], check=False)
         try:
             return self.window.wait(10 * SLOW)
         except subprocess.TimeoutExpired:
@@ -202,8 +202,8 @@ class Desktop:
         return next((child.get_name() for child in children(cell) if child.get_name()), "")
 
     def dialog(self, title=None):
-        """A dialog or alert that is showing; of that title, if given."""
-        for node in children(self.app):
+        """The innermost dialog or alert that is showing; of that title, if given."""
+        for node in reversed(list(children(self.app))):
             if node.get_role_name() in ("dialog", "alert") and title in (None, node.get_name()):
                 if node.get_state_set().contains(Atspi.StateType.SHOWING):
                     return node

@@ -3,7 +3,7 @@ import os
 import subprocess
 import time
 
-from desktop import LOCAL, REMOTE, DesktopTest, main, wait_for
+from desktop import LOCAL, REMOTE, DesktopTest, find, main, wait_for
 from hostile_engine import (BASE, HONEST_ROWS, OK, Answer, HostileEngine, call_back, frame, listing, message, row,
                             whole)
 
@@ -121,8 +121,11 @@ class Hostile(DesktopTest):
             dialog = self.desktop.dialog()
             if dialog is None:
                 return True
-            if dialog.get_role_name() == "alert" or give_up:
-                subprocess.run(["wmctrl", "-c", dialog.get_name() or "Relay Hub"], check=False)
+            ok = find(dialog, "push button", "OK")
+            if ok:
+                self.desktop.click(ok)
+            elif give_up:
+                subprocess.run(["wmctrl", "-F", "-c", dialog.get_name()], check=False)
             return False
         wait_for(settled, 40, what="the end of the request")
 
