@@ -51,6 +51,32 @@ std::string clock_text(std::chrono::seconds elapsed) {
 
 }  // namespace
 
+// The right to the channel, waited for with a limit.
+class FrontEndLink::Turn {
+  public:
+    explicit Turn(FrontEndLink& link) : link_(link) {
+        std::unique_lock lock(link_.mutex_);
+        granted_ = link_.idle_.wait_for(lock, kChannelLimit, [&] { return !link_.busy_; });
+        link_.busy_ = link_.busy_ || granted_;
+    }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+    ~Turn() {
+        if (!granted_)
+            return;
+        {
+            const std::lock_guard lock(link_.mutex_);
+            link_.busy_ = false;
+        }
+        link_.idle_.notify_one();
+    }
+    [[nodiscard]] bool granted() const { return granted_; }
+
+  private:
+    FrontEndLink& link_;
+    bool granted_ = false;
+};
+
 FrontEndLink::FrontEndLink(std::string base, const StopEvent& stop, const LinkState& state)
     : base_(std::move(base)), state_(state), client_(stop), no_client_(stop) {}
 
@@ -118,8 +144,8 @@ bool FrontEndLink::ask_to_handle_remote_request() {
 
 std::optional<std::string> FrontEndLink::exchange(const PipeWaiter& waiter, const std::string& message,
                                                   Milliseconds open_limit, Milliseconds answer_limit) {
-    const std::unique_lock lock(channel_, kChannelLimit);
-    if (!lock)
+    const Turn turn(*this);
+    if (!turn.granted())
         return std::nullopt;
     FileDescriptor out;
     int error = EPIPE;

@@ -3,6 +3,7 @@
 // hangs or dies costs a bounded wait. One exchange at a time, whichever thread asks; the copy's questions
 // come from the thread that serves requests.
 #include <chrono>
+#include <condition_variable>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -32,6 +33,7 @@ class FrontEndLink : public FrontEnd {
     void set_client(int answer_end, int leave_events) { client_.set_peer(answer_end, leave_events); }
 
   private:
+    class Turn;
     // The answer's text; nothing when there was none. answer_limit is for its first byte.
     std::optional<std::string> exchange(const PipeWaiter& waiter, const std::string& message,
                                         Milliseconds open_limit, Milliseconds answer_limit);
@@ -43,7 +45,9 @@ class FrontEndLink : public FrontEnd {
     const LinkState& state_;
     PipeWaiter client_;  // serving thread only
     PipeWaiter no_client_;
-    std::timed_mutex channel_;                            // held during an exchange
+    std::mutex mutex_;
+    std::condition_variable idle_;
+    bool busy_ = false;                                   // guarded by mutex_: an exchange is under way
     std::chrono::steady_clock::time_point absent_until_;  // serving thread only
 };
 
