@@ -17,6 +17,7 @@
 #include "name_pipe/abandon.h"
 #include "name_pipe/log.h"
 #include "name_pipe/name_pipe_base.h"
+#include "xml_doc/well_formed.h"
 #include "xml_doc/zev_xml.h"
 
 namespace relay_hub {
@@ -153,11 +154,6 @@ void send(const Request& request, CNamePipeBase& channel, const std::string& mes
         channel.NPPostMessage(message, command_pipe(), kCommandData);
 }
 
-bool is_bad_answer(const std::string& answer) {
-    CZEVXML document;
-    return answer.empty() || !document.LoadXML(answer);
-}
-
 // False when the request was abandoned meanwhile.
 bool pause_before_retry() {
     const AbandonToken* token = current_abandon_token();
@@ -186,7 +182,7 @@ std::string exchange(const Request& request, CNamePipeBase& channel, const std::
         send(request, channel, message, answer);
         if (request.awaits_answer)
             trace(request, "Receive", answer);
-        if (!request.retries || !is_bad_answer(answer) || !may_retry())
+        if (!request.retries || is_well_formed(answer) || !may_retry())
             return answer;
     }
 }

@@ -26,6 +26,8 @@ TokenSource::TokenSource(CVMemFile& file)
       ended_(true),
       window_(reinterpret_cast<const char*>(file.GetUnread()), file.GetUnreadSize()) {}
 
+TokenSource::TokenSource(std::string_view text) : ended_(true), window_(text) {}
+
 // Bytes read ahead from a pipe could not be given back, so a pipe is read byte by byte.
 TokenSource::TokenSource(int descriptor)
     : descriptor_(descriptor),
@@ -39,41 +41,35 @@ TokenSource::~TokenSource() {
         lseek(descriptor_, -static_cast<off_t>(window_.size() - at_), SEEK_CUR);
 }
 
-bool TokenSource::next(std::string& token, CharacterData& text) {
-    token.clear();
-    run_.clear();
-    const bool tag = take_until('<', run_);
-    text.add(run_);
-    if (!tag)
-        return false;
-    token = '<';
-    if (take_until('>', token))
-        token += '>';
+bool TokenSource::next(std::string_view& token, CharacterData* text) {
+    const std::string_view run = take('<', Stop::before);
+    if (text != nullptr)
+        text->add(run);
+    token = take('>', Stop::behind);
     // A token ends at a NUL like every text of the library; the parser then finds it incomplete.
-    token.resize(std::string_view(token).substr(0, token.find('\0')).size());
-    return true;
+    token = token.substr(0, token.find('\0'));
+    return !token.empty();
 }
 
-// Takes the bytes up to `stop`, which is passed over; a quoted one does not count. False at the end of the
-// input.
-bool TokenSource::take_until(char stop, std::string& taken) {
+// The bytes up to a mark that is not quoted, or to the end of the input. A view of the window where they lie
+// in one.
+std::string_view TokenSource::take(char mark, Stop stop) {
+    joined_.clear();
     bool quoted = false;
     while (at_ < window_.size() || fill()) {
         const size_t begin = at_;
-        for (; at_ < window_.size(); ++at_) {
-            const char c = window_[at_];
-            if (c == '"')
-                quoted = !quoted;
-            else if (c == stop && !quoted)
-                break;
-        }
-        taken.append(window_.substr(begin, at_ - begin));
-        if (at_ < window_.size()) {
-            ++at_;
-            return true;
-        }
+        while (at_ < window_.size() && (quoted || window_[at_] != mark))
+            quoted ^= window_[at_++] == '"';
+        const bool found = at_ < window_.size();
+        at_ += found && stop == Stop::behind ? 1 : 0;
+        const std::string_view piece = window_.substr(begin, at_ - begin);
+        if (joined_.empty() && (found || ended_))
+            return piece;
+        joined_ += piece;
+        if (found)
+            break;
     }
-    return false;
+    return joined_;
 }
 
 bool TokenSource::fill() {

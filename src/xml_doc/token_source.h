@@ -1,5 +1,6 @@
-// Cuts a memory file or a descriptor into markup tokens. What was read ahead is given back when it goes: the
-// file then stands behind the last token. It borrows the file, which must stay alive and unchanged meanwhile.
+// Cuts a text, a memory file or a descriptor into markup tokens. What was read ahead is given back when it
+// goes: the file then stands behind the last token. It borrows what it reads, which must stay alive and
+// unchanged meanwhile.
 #pragma once
 
 #include <string>
@@ -25,18 +26,21 @@ class CharacterData {
 class TokenSource {
   public:
     explicit TokenSource(CVMemFile& file);
+    explicit TokenSource(std::string_view text);
     explicit TokenSource(int descriptor);
     TokenSource(const TokenSource&) = delete;
     TokenSource& operator=(const TokenSource&) = delete;
     ~TokenSource();
 
-    // The next token from "<" to ">", and what stood before it. A token that the input's end cut off comes as
-    // it is. False, with an empty token, when there is no further "<".
-    bool next(std::string& token, CharacterData& text);
+    // The next token from "<" to ">", valid until the next call, and what stood before it, which goes to
+    // `text` unless that is null. A token that the input's end cut off comes as it is. False, with an empty
+    // token, when there is no further "<".
+    bool next(std::string_view& token, CharacterData* text);
     bool failed() const { return failed_; }
 
   private:
-    bool take_until(char stop, std::string& taken);
+    enum class Stop { before, behind };
+    std::string_view take(char mark, Stop stop);
     bool fill();
 
     CVMemFile* file_ = nullptr;
@@ -47,7 +51,7 @@ class TokenSource {
     std::string buffer_;
     std::string_view window_;
     size_t at_ = 0;
-    std::string run_;
+    std::string joined_;  // what is taken out of more than one window
 };
 
 }  // namespace relay_hub

@@ -7,6 +7,7 @@
 #include <iterator>
 #include <numeric>
 
+#include "xml_doc/element_syntax.h"
 #include "xml_doc/tag_index.h"
 #include "xml_doc/tree_walk.h"
 
@@ -35,11 +36,9 @@ std::vector<size_t> in_order(size_t count) {
 
 }  // namespace
 
-CXML::CXML() : m_currentAttribute(m_attributes.end()) {}
+CXML::CXML() = default;
 
-CXML::CXML(const char* tag) : CXML() {
-    m_tagName = tag;
-}
+CXML::CXML(const char* tag) : m_tagName(tag) {}
 
 // One level at a time: a recursion would overflow the stack on a deep tree.
 CXML::~CXML() {
@@ -83,7 +82,7 @@ bool CXML::insert(size_t position, CXML* child) {
     if (child == nullptr)
         return false;
     if (child->m_tagName.IsEmpty()) {
-        SetFailure("No Valid Tag Name");
+        SetFailure(relay_hub::kNoTagName);
         return false;
     }
     const bool appended = position == m_children.size();
@@ -320,8 +319,7 @@ void CXML::ResetContents() {
     m_children.clear();
     m_currentChild = 0;
     forget_index();
-    m_attributes.clear();
-    m_currentAttribute = m_attributes.end();
+    m_attributes.reset();
     m_text = "";
 }
 
@@ -333,9 +331,11 @@ std::unique_ptr<CXML> CXML::Copy() const {
         CXML* const made = copy.get();
         made->m_tagName = from.m_tagName;
         made->m_text = from.m_text;
-        made->m_fileName = from.m_fileName;
-        for (const auto& attribute : from.m_attributes)
-            made->m_attributes.insert(made->m_attributes.end(), attribute->Copy());
+        if (from.m_fileName)
+            made->m_fileName = std::make_unique<CMabString>(*from.m_fileName);
+        if (from.m_attributes)
+            for (const auto& attribute : from.m_attributes->set)
+                made->attributes().set.insert(made->attributes().set.end(), attribute->Copy());
         if (path.empty())
             result = std::move(copy);
         else

@@ -125,7 +125,7 @@ class CXML {
     void RemoveCurrentAttr();
 
     // Attributes: at most one of a name, in ascending byte order of the names.
-    int GetAttrCount() const { return static_cast<int>(m_attributes.size()); }
+    int GetAttrCount() const { return m_attributes ? static_cast<int>(m_attributes->set.size()) : 0; }
     void SetAttr(const char* name, const char* value);
     void SetAttr(const char* name, int value);
     void SetAttr(const char* name, long value);
@@ -195,7 +195,11 @@ class CXML {
         bool operator()(const Owned& a, std::string_view b) const;
         bool operator()(std::string_view a, const Owned& b) const;
     };
-    using Attributes = std::set<std::unique_ptr<CAttribute>, ByName>;
+    using AttributeSet = std::set<std::unique_ptr<CAttribute>, ByName>;
+    struct Attributes {
+        AttributeSet set;
+        AttributeSet::iterator current = set.end();
+    };
     using Children = std::vector<std::unique_ptr<CXML>>;
 
     struct Match {
@@ -213,13 +217,14 @@ class CXML {
     Match match(std::string_view name, long nth) const;
     CXML* stand_on(size_t position);
     void set_attribute(CMabString name, CMabString value);
-    void erase_attribute(Attributes::iterator attribute);
+    Attributes& attributes();
+    void erase_attribute(AttributeSet::iterator attribute);
     void append_start_tag(std::string& out) const;
 
     bool read(relay_hub::TokenSource& source);
-    bool parse_block(std::string& token, relay_hub::TokenSource& source, int depth);
+    bool parse_block(std::string_view token, relay_hub::TokenSource& source, int depth);
     bool parse_attributes(std::string_view rest);
-    bool parse_content(std::string& token, relay_hub::TokenSource& source, int depth);
+    bool parse_content(relay_hub::TokenSource& source, int depth);
     CMabString next_line(relay_hub::TokenSource& source);
 
     CMabString m_tagName;
@@ -229,9 +234,9 @@ class CXML {
     bool m_endOfData = false;
     size_t m_currentChild = 0;  // the number of children when it stands past the end
     CMabString m_text;
-    CMabString m_fileName;
-    Attributes m_attributes;
-    Attributes::iterator m_currentAttribute;
+    // Messages have very many elements, and most have neither of these: they are made when first needed.
+    std::unique_ptr<CMabString> m_fileName;
+    std::unique_ptr<Attributes> m_attributes;
     CXML* m_parent = nullptr;
     // Built when a lookup by tag first meets many children; dropped by every change but appending.
     mutable std::unique_ptr<relay_hub::TagIndex> m_tagIndex;

@@ -41,28 +41,38 @@ void CXML::SetAttrUS(const char* name, double value) {
     set_attribute(name, relay_hub::print_number("%.2f", value + 0.001));
 }
 
+CXML::Attributes& CXML::attributes() {
+    if (!m_attributes)
+        m_attributes = std::make_unique<Attributes>();
+    return *m_attributes;
+}
+
 void CXML::set_attribute(CMabString name, CMabString value) {
-    const auto place = m_attributes.lower_bound(name.view());
-    if (place != m_attributes.end() && (*place)->GetAttributeName().view() == name.view())
+    AttributeSet& set = attributes().set;
+    const auto place = set.lower_bound(name.view());
+    if (place != set.end() && (*place)->GetAttributeName().view() == name.view())
         (*place)->SetAttribute(std::move(value));
     else
-        m_attributes.insert(place, std::make_unique<CAttribute>(std::move(name), std::move(value)));
+        set.insert(place, std::make_unique<CAttribute>(std::move(name), std::move(value)));
 }
 
 void CXML::AddAttr(CAttribute* attribute) {
     std::unique_ptr<CAttribute> owned(attribute);
     if (!owned)
         return;
-    const auto place = m_attributes.find(owned->GetAttributeName().view());
-    if (place == m_attributes.end())
-        m_attributes.insert(std::move(owned));
+    AttributeSet& set = attributes().set;
+    const auto place = set.find(owned->GetAttributeName().view());
+    if (place == set.end())
+        set.insert(std::move(owned));
     else
         (*place)->SetAttribute(owned->GetAttributeText());
 }
 
 CAttribute* CXML::GetAttributePointer(const char* name) const {
-    const auto place = m_attributes.find(std::string_view(name));
-    return place == m_attributes.end() ? nullptr : place->get();
+    if (!m_attributes)
+        return nullptr;
+    const auto place = m_attributes->set.find(std::string_view(name));
+    return place == m_attributes->set.end() ? nullptr : place->get();
 }
 
 std::string CXML::GetAttr(const char* name) const {
@@ -80,55 +90,61 @@ CMabString CXML::GetAttrTextUS(const char* name) const {
 }
 
 void CXML::RemoveAttr(const char* name) {
-    erase_attribute(m_attributes.find(std::string_view(name)));
+    if (m_attributes)
+        erase_attribute(m_attributes->set.find(std::string_view(name)));
 }
 
 void CXML::RemoveCurrentAttr() {
-    erase_attribute(m_currentAttribute);
+    if (m_attributes)
+        erase_attribute(m_attributes->current);
 }
 
-void CXML::erase_attribute(Attributes::iterator attribute) {
-    if (attribute == m_attributes.end())
+void CXML::erase_attribute(AttributeSet::iterator attribute) {
+    auto& [set, current] = *m_attributes;
+    if (attribute == set.end())
         return;
-    const auto next = std::next(attribute);
-    if (m_currentAttribute == attribute)
-        m_currentAttribute = next;
-    m_attributes.erase(attribute);
+    if (current == attribute)
+        ++current;
+    set.erase(attribute);
 }
 
 CAttribute* CXML::GetFirstAttribute() {
-    m_currentAttribute = m_attributes.begin();
+    if (m_attributes)
+        m_attributes->current = m_attributes->set.begin();
     return GetCurrentAttribute();
 }
 
 CAttribute* CXML::GetLastAttribute() {
-    m_currentAttribute = m_attributes.empty() ? m_attributes.end() : std::prev(m_attributes.end());
+    if (m_attributes)
+        m_attributes->current =
+            m_attributes->set.empty() ? m_attributes->set.end() : std::prev(m_attributes->set.end());
     return GetCurrentAttribute();
 }
 
 CAttribute* CXML::GetNextAttribute() {
-    if (m_currentAttribute != m_attributes.end())
-        ++m_currentAttribute;
+    if (m_attributes && m_attributes->current != m_attributes->set.end())
+        ++m_attributes->current;
     return GetCurrentAttribute();
 }
 
 CAttribute* CXML::GetPrevAttribute() {
-    if (m_currentAttribute == m_attributes.begin())
+    if (!m_attributes || m_attributes->current == m_attributes->set.begin())
         return nullptr;
-    --m_currentAttribute;
+    --m_attributes->current;
     return GetCurrentAttribute();
 }
 
 CAttribute* CXML::GetCurrentAttribute() const {
-    return m_currentAttribute == m_attributes.end() ? nullptr : m_currentAttribute->get();
+    return !m_attributes || m_attributes->current == m_attributes->set.end() ? nullptr
+                                                                             : m_attributes->current->get();
 }
 
 CAttribute* CXML::SetCurrentAttr(CAttribute* attribute) {
-    if (attribute == nullptr)
+    if (attribute == nullptr || !m_attributes)
         return nullptr;
-    const auto place = m_attributes.find(attribute->GetAttributeName().view());
-    if (place == m_attributes.end() || place->get() != attribute)
+    const auto place = m_attributes->set.find(attribute->GetAttributeName().view());
+    if (place == m_attributes->set.end() || place->get() != attribute)
         return nullptr;
-    m_currentAttribute = place;
+    m_attributes->current = place;
     return attribute;
 }

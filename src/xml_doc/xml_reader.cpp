@@ -4,18 +4,17 @@
 #include <algorithm>
 #include <limits>
 
+#include "xml_doc/element_syntax.h"
 #include "xml_doc/token_source.h"
 #include "xml_doc/xml.h"
 
+using relay_hub::AttributeText;
 using relay_hub::CharacterData;
+using relay_hub::StartTag;
 using relay_hub::TokenSource;
 
 namespace {
 
-constexpr const char* kNoTagName = "No Valid Tag Name";
-constexpr const char* kIncomplete = "Warning Tag Block is Incomplete";
-constexpr const char* kStrayEnd = "Warning Element Terminator exists without matching initial Block ";
-constexpr const char* kTooDeep = "Elements are nested too deeply";
 constexpr const char* kNoFile = "Fail to open input XML file";
 
 class Descriptor {
@@ -32,21 +31,6 @@ class Descriptor {
   private:
     int number_;
 };
-
-std::string_view trimmed(std::string_view text) {
-    constexpr std::string_view blanks = " \t\n\v\f\r";
-    const size_t first = std::min(text.find_first_not_of(blanks), text.size());
-    return text.substr(first, text.find_last_not_of(blanks) + 1 - first);
-}
-
-bool second_is(std::string_view token, std::string_view marks) {
-    return token.size() > 1 && marks.find(token[1]) != std::string_view::npos;
-}
-
-bool is_end_tag(std::string_view token, std::string_view name) {
-    return token.size() == name.size() + 3 && token.starts_with("</") && token.ends_with('>') &&
-           token.substr(2, name.size()) == name;
-}
 
 }  // namespace
 
@@ -71,14 +55,12 @@ bool CXML::XMLRead(int descriptor) {
 
 bool CXML::ParseBlock(const CMabString& token, CVMemFile& file) {
     TokenSource source(file);
-    std::string current(token.view());
-    return parse_block(current, source, 1);
+    return parse_block(token.view(), source, 1);
 }
 
 bool CXML::ParseBlock(const CMabString& token, int descriptor) {
     TokenSource source(descriptor);
-    std::string current(token.view());
-    return parse_block(current, source, 1);
+    return parse_block(token.view(), source, 1);
 }
 
 CMabString CXML::GetNextLine(CVMemFile& file) {
@@ -93,10 +75,10 @@ CMabString CXML::GetNextLine(int descriptor) {
 
 CMabString CXML::next_line(TokenSource& source) {
     CharacterData text(m_text.view());
-    std::string token;
-    m_endOfData = !source.next(token, text);
+    std::string_view token;
+    m_endOfData = !source.next(token, &text);
     m_text = CMabString(text.text());
-    return token;
+    return CMabString(token);
 }
 
 bool CXML::OpenFile(const std::string& name) {
@@ -109,13 +91,13 @@ bool CXML::OpenFile(const std::string& name) {
         m_strOperErrDesc = kNoFile;
         return false;
     }
-    m_fileName = name;
+    m_fileName = std::make_unique<CMabString>(name);
     XMLRead(file.get());
     return m_bOperStatus;
 }
 
 bool CXML::SaveFile(const std::string& name) {
-    const std::string target = name.empty() ? m_fileName.c_str() : name;
+    const std::string target = name.empty() && m_fileName ? m_fileName->c_str() : name;
     const Descriptor file(open(target.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666));
     return file.get() >= 0 && XMLWrite(file.get());
 }
@@ -124,75 +106,65 @@ bool CXML::read(TokenSource& source) {
     ResetContents();
     SetTagName("");
     m_endOfData = false;
-    std::string token;
-    CharacterData ignored;
+    std::string_view token;
     do {
-        m_endOfData = !source.next(token, ignored);
-    } while (second_is(token, "?"));
+        m_endOfData = !source.next(token, nullptr);
+    } while (relay_hub::is_declaration(token));
     const bool found = !m_endOfData;
     if (found)
         parse_block(token, source, 1);
     if (source.failed())
         SetFailure(kNoFile);
     else if (m_tagName.IsEmpty())
-        SetFailure(kNoTagName);
+        SetFailure(relay_hub::kNoTagName);
     return found;
 }
 
-bool CXML::parse_block(std::string& token, TokenSource& source, int depth) {
+bool CXML::parse_block(std::string_view token, TokenSource& source, int depth) {
     ResetContents();
     if (depth > kMaxDepth) {
-        SetFailure(kTooDeep);
+        SetFailure(relay_hub::kTooDeep);
         return false;
     }
-    if (token.size() == 2 || !token.starts_with('<'))
+    if (relay_hub::is_blank_token(token))
         return true;
-    const bool complete = token.size() > 1 && token.ends_with('>');
-    std::string_view body = std::string_view(token).substr(1, token.size() - (complete ? 2 : 1));
-    std::string_view name = body.substr(0, body.find(' '));
-    if (name.empty()) {
-        SetFailure(kNoTagName);
+    const std::string_view bare = relay_hub::bare_name(token);
+    if (bare.empty()) {
+        SetFailure(relay_hub::kNoTagName);
         return false;
     }
-    if (name.starts_with('/'))
-        SetFailure(kStrayEnd + std::string(name));
-    if (!complete)
-        SetFailure(kIncomplete);
-    const bool self_closed = complete && body.ends_with('/');
-    if (self_closed) {
-        body.remove_suffix(1);
-        name = body.substr(0, body.find(' '));
-    }
-    set_tag_name(CMabString(name));
-    if (!parse_attributes(trimmed(body.substr(name.size())))) {
-        SetFailure(kIncomplete);
+    if (bare.starts_with('/'))
+        SetFailure(relay_hub::kStrayEndTag + std::string(bare));
+    const StartTag tag = relay_hub::split_start_tag(token);
+    if (!tag.complete)
+        SetFailure(relay_hub::kIncompleteTag);
+    set_tag_name(CMabString(tag.name));
+    if (!parse_attributes(tag.attributes)) {
+        SetFailure(relay_hub::kIncompleteTag);
         return false;
     }
-    return self_closed || parse_content(token, source, depth);
+    return tag.self_closed || parse_content(source, depth);
 }
 
 bool CXML::parse_attributes(std::string_view rest) {
+    AttributeText attribute;
     while (!rest.empty()) {
-        const size_t equals = rest.find('=');
-        const size_t open = rest.find('"', std::min(equals, rest.size()));
-        const size_t close = open == std::string_view::npos ? open : rest.find('"', open + 1);
-        if (close == std::string_view::npos)
+        if (!relay_hub::next_attribute(rest, attribute))
             return false;
-        set_attribute(CMabString(trimmed(rest.substr(0, equals))),
-                      CMabString(rest.substr(open + 1, close - open - 1)));
-        rest = trimmed(rest.substr(close + 1));
+        set_attribute(CMabString(attribute.name), CMabString(attribute.value));
     }
     return true;
 }
 
-bool CXML::parse_content(std::string& token, TokenSource& source, int depth) {
+bool CXML::parse_content(TokenSource& source, int depth) {
     CharacterData data;
+    std::string_view token;
     bool parsed = true;
     while (parsed) {
-        m_endOfData = !source.next(token, data);
-        if (m_endOfData || is_end_tag(token, m_tagName.view()))
+        m_endOfData = !source.next(token, &data);
+        if (m_endOfData || relay_hub::is_end_tag(token, m_tagName.view()))
             break;
-        if (second_is(token, "!?"))
+        if (relay_hub::is_declaration_or_comment(token))
             continue;
         auto child = std::make_unique<CXML>();
         parsed = child->parse_block(token, source, depth + 1);

@@ -16,10 +16,12 @@ void append_end_tag(std::string& out, const CXML& element) {
 
 void CXML::append_start_tag(std::string& out) const {
     out.append("<").append(m_tagName.view());
-    for (const auto& attribute : m_attributes) {
-        attribute->TrimValue();
-        out.append(" ").append(attribute->GetAttributeName().view());
-        out.append("=\"").append(attribute->GetAttributeText().view()).append("\"");
+    if (m_attributes) {
+        for (const auto& attribute : m_attributes->set) {
+            attribute->TrimValue();
+            out.append(" ").append(attribute->GetAttributeName().view());
+            out.append("=\"").append(attribute->GetAttributeText().view()).append("\"");
+        }
     }
     out.append(">");
 }

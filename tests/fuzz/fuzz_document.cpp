@@ -4,6 +4,7 @@
 #include <cctype>
 
 #include "fuzz_input.h"
+#include "xml_doc/well_formed.h"
 #include "xml_doc/zev_xml.h"
 
 namespace {
@@ -101,7 +102,9 @@ void check_round_trip(const std::string& value) {
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     std::string_view rest = fuzz::text_of(data, size);
     CZEVXML document;
-    document.LoadXML(fuzz::take_part(rest, '\n'));
+    const std::string text = fuzz::take_part(rest, '\n');
+    const bool loaded = document.LoadXML(text);
+    fuzz::check(loaded == relay_hub::is_well_formed(text), "the check without a tree judges alike");
     for (int count = 0; count < 32 && !rest.empty(); ++count) {
         const std::string line = fuzz::take_part(rest, '\n');
         std::string_view arguments = std::string_view(line).substr(line.empty() ? 0 : 1);

@@ -6,9 +6,15 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
+#include <random>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <thread>
+
+#include "xml_doc/well_formed.h"
+#include "xml_doc/zev_xml.h"
 
 namespace {
 
@@ -32,6 +38,7 @@ TEST_P(WellFormed, is_read_and_written_back) {
     EXPECT_TRUE(root.LoadXML(GetParam().text));
     EXPECT_EQ(root.GetXML(), GetParam().written);
     EXPECT_TRUE(CXML::m_bOperStatus) << CXML::m_strOperErrDesc;
+    EXPECT_TRUE(relay_hub::is_well_formed(GetParam().text));
 }
 
 const ReadCase kWellFormed[] = {
@@ -73,6 +80,7 @@ TEST_P(Malformed, is_told_and_keeps_what_could_be_read) {
     EXPECT_FALSE(CXML::m_bOperStatus);
     EXPECT_EQ(CXML::m_strOperErrDesc, GetParam().failure);
     EXPECT_EQ(root.GetXML(), GetParam().written);
+    EXPECT_FALSE(relay_hub::is_well_formed(GetParam().text));
 }
 
 constexpr const char* kIncomplete = "Warning Tag Block is Incomplete";
@@ -121,6 +129,25 @@ TEST_F(Xml, refuses_to_read_deeper_than_the_limit) {
     EXPECT_EQ(root.GetXML(), nested(CXML::kMaxDepth));
     root.LoadXML(nested(CXML::kMaxDepth + 1));
     EXPECT_FALSE(CXML::m_bOperStatus);
+    EXPECT_TRUE(relay_hub::is_well_formed(nested(CXML::kMaxDepth)));
+    EXPECT_FALSE(relay_hub::is_well_formed(nested(CXML::kMaxDepth + 1)));
+}
+
+TEST_F(Xml, judges_without_a_tree_as_it_does_with_one) {
+    constexpr std::string_view pieces[] = {"<A>", "</A>", "<B/>", "<b a=\"1\">", "</b>", "<",
+                                           ">",   "/",    "\"",   "<!-->",       "<?x>", " ",
+                                           "=",   "x",    "\n",   {"\0", 1}};
+    std::minstd_rand random(1);
+    int well_formed = 0;
+    for (int round = 0; round < 20000; ++round) {
+        std::string text = round % 2 == 0 ? "<A>" : "";
+        for (auto length = random() % 12; length > 0; --length)
+            text += pieces[random() % std::size(pieces)];
+        const bool judged = relay_hub::is_well_formed(text);
+        ASSERT_EQ(judged, CZEVXML().LoadXML(text)) << text;
+        well_formed += judged ? 1 : 0;
+    }
+    EXPECT_GT(well_formed, 1000);
 }
 
 TEST_F(Xml, builds_copies_searches_writes_and_destroys_any_depth) {
