@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -21,6 +22,8 @@ namespace {
 constexpr std::string_view kPrefix = ".relay-hub-";
 constexpr std::string_view kSuffix = ".part";
 constexpr std::size_t kRandomDigits = 16;
+// The window leaves such files where both serve one machine.
+constexpr std::size_t kFrontEndRandomLength = 8;
 constexpr mode_t kModeBits = 07777;
 
 // Some file systems hold neither modes nor exact times; a copy there is whole all the same.
@@ -38,18 +41,32 @@ std::string temporary_name() {
 }
 
 bool is_temporary_name(const std::string& name) {
-    const std::string_view text = name;
-    if (text.size() != kPrefix.size() + kRandomDigits + kSuffix.size() || !text.starts_with(kPrefix) ||
-        !text.ends_with(kSuffix))
+    std::string_view text = name;
+    if (!text.starts_with(kPrefix) || !text.ends_with(kSuffix) ||
+        text.size() < kPrefix.size() + kSuffix.size())
         return false;
-    return text.find_first_not_of("0123456789abcdef", kPrefix.size()) == kPrefix.size() + kRandomDigits;
+    text = text.substr(kPrefix.size(), text.size() - kPrefix.size() - kSuffix.size());
+    return (text.size() == kRandomDigits || text.size() == kFrontEndRandomLength) &&
+           std::all_of(text.begin(), text.end(), [](char c) { return g_ascii_isalnum(c) != 0; });
 }
+
+namespace {
+
+// Whichever way it can be opened: it may have the mode of its final name already.
+FileDescriptor open_part(int folder, const std::string& name) {
+    constexpr int kFlags = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+    FileDescriptor file(openat(folder, name.c_str(), O_RDONLY | kFlags));
+    return file || errno != EACCES ? std::move(file)
+                                   : FileDescriptor(openat(folder, name.c_str(), O_WRONLY | kFlags));
+}
+
+}  // namespace
 
 void sweep_temporary_files(int folder, const std::vector<std::string>& names) {
     for (const std::string& name : names) {
         if (!is_temporary_name(name))
             continue;
-        const FileDescriptor file(openat(folder, name.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+        const FileDescriptor file = open_part(folder, name);
         struct stat status {};
         if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
             continue;
@@ -103,9 +120,12 @@ int FolderSink::create() {
         if (fd < 0)
             return errno;
         file_.reset(fd);
+        // A sweep may have seen the file before it was locked, and taken it for a left-over one. Where locks
+        // are not to be had, nothing is swept.
+        struct stat status {};
+        if (flock(fd, LOCK_EX) == 0 && fstat(fd, &status) == 0 && status.st_nlink == 0)
+            continue;
         temporary_ = std::move(name);
-        // Where locks are not to be had, nothing is swept either: the sweep needs the same lock.
-        (void)flock(fd, LOCK_EX | LOCK_NB);
         return 0;
     }
 }

@@ -27,7 +27,8 @@ relay_hub::FileDescriptor open_log(const char* path, int flags) {
     relay_hub::FileDescriptor file(
         ::open(path, O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | flags, kLogMode));
     struct stat status {};
-    if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
+    // A second name is a link to somebody's file as well.
+    if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_nlink > 1)
         return {};
     return file;
 }

@@ -23,6 +23,8 @@ constexpr std::string_view kPrefix = ".relay-hub-";
 constexpr std::string_view kSuffix = ".part";
 constexpr std::string_view kAlphabet = "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
 constexpr std::size_t kRandomLength = 8;
+// Our engine leaves such files in folders of this machine, too.
+constexpr std::size_t kEngineRandomLength = 16;
 constexpr int kAttempts = 100;
 
 bool still_has_a_name(int fd) {
@@ -30,8 +32,16 @@ bool still_has_a_name(int fd) {
     return fstat(fd, &status) == 0 && status.st_nlink > 0;
 }
 
+// Whichever way it can be opened: it may have the mode of its final name already.
+FileDescriptor open_part(int folder_fd, const char* name) {
+    constexpr int kFlags = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+    FileDescriptor file(openat(folder_fd, name, O_RDONLY | kFlags));
+    return file || errno != EACCES ? std::move(file)
+                                   : FileDescriptor(openat(folder_fd, name, O_WRONLY | kFlags));
+}
+
 void sweep_one(int folder_fd, const std::string& folder, const char* name) {
-    const FileDescriptor file(openat(folder_fd, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    const FileDescriptor file = open_part(folder_fd, name);
     struct stat status {};
     if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
         return;
@@ -95,10 +105,13 @@ std::string temporary_path_beside(const std::string& path) {
 }
 
 bool is_temporary_name(const std::string& name) {
-    const std::string_view text(name);
-    return text.size() == kPrefix.size() + kRandomLength + kSuffix.size() && text.starts_with(kPrefix) &&
-           text.ends_with(kSuffix) &&
-           text.substr(kPrefix.size(), kRandomLength).find_first_not_of(kAlphabet) == std::string_view::npos;
+    std::string_view text(name);
+    if (!text.starts_with(kPrefix) || !text.ends_with(kSuffix) ||
+        text.size() < kPrefix.size() + kSuffix.size())
+        return false;
+    text = text.substr(kPrefix.size(), text.size() - kPrefix.size() - kSuffix.size());
+    return (text.size() == kRandomLength || text.size() == kEngineRandomLength) &&
+           text.find_first_not_of(kAlphabet) == std::string_view::npos;
 }
 
 void sweep_temporary_files(const std::string& folder) {

@@ -98,7 +98,9 @@ TEST_F(FolderFiles, TrashKeepsEveryItemWithItsOrigin) {
 TEST_F(FolderFiles, SweepTakesOnlyLeftOversOfDeadRuns) {
     const std::string dead = ".relay-hub-0123456789abcdef.part";
     const std::string live = ".relay-hub-fedcba9876543210.part";
-    for (const std::string& name : {dead, live, std::string(".relay-hub-012345.part"), std::string("part")})
+    const std::string dead_windows = ".relay-hub-abcdEFGH.part";
+    for (const std::string& name :
+         {dead, dead_windows, live, std::string(".relay-hub-012345.part"), std::string("part")})
         write(served_ + "/" + name, "x");
     const FileDescriptor writer(open((served_ + "/" + live).c_str(), O_RDWR | O_CLOEXEC));
     ASSERT_EQ(flock(writer.get(), LOCK_EX), 0);

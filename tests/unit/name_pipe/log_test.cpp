@@ -39,14 +39,17 @@ TEST(LogFile, RefusesWhatIsNoRegularFileInSilence) {
     const test::Folder folder;
     test::put(folder / "target", "kept");
     ASSERT_EQ(::symlink((folder / "target").c_str(), (folder / "link").c_str()), 0);
+    test::put(folder / "named twice", "kept");
+    ASSERT_EQ(::link((folder / "named twice").c_str(), (folder / "second name").c_str()), 0);
     ASSERT_EQ(::mkfifo((folder / "fifo").c_str(), 0600), 0);
-    for (const char* name : {"link", "fifo", "missing/log", "."}) {
+    for (const char* name : {"link", "second name", "fifo", "missing/log", "."}) {
         const std::string path = folder / name;
         Log log(path.c_str(), false);
         log.Print("text");
         EXPECT_EQ(write_log(path.c_str(), "text"), 0) << name;
     }
     EXPECT_EQ(test::content(folder / "target"), "kept");
+    EXPECT_EQ(test::content(folder / "named twice"), "kept");
 }
 
 TEST(EventLog, RefusesMissingArguments) {

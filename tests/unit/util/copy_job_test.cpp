@@ -247,15 +247,16 @@ TEST_F(CopyJob, joins_a_source_directly_under_the_root_without_a_slash) {
 
 TEST_F(CopyJob, sweeps_left_over_parts_but_none_in_use) {
     const std::string dead = at("dst/.relay-hub-abcdEFGH.part");
+    const std::string dead_engines = at("dst/.relay-hub-0123456789abcdef.part");
     const std::string living = at("dst/.relay-hub-abcdEFG1.part");
     const std::string user = at("dst/.relay-hub-notes.part");
-    for (const std::string& path : {dead, living, user})
+    for (const std::string& path : {dead, dead_engines, living, user})
         write_text(path, "x", 0600);
     const relay_hub::FileDescriptor lock(open(living.c_str(), O_RDONLY | O_CLOEXEC));
     ASSERT_EQ(flock(lock.get(), LOCK_EX), 0);
     write_text(at("src/file"), "x");
     EXPECT_TRUE(copy_src("file").empty());
-    EXPECT_FALSE(exists(dead));
+    EXPECT_FALSE(exists(dead) || exists(dead_engines));
     EXPECT_TRUE(exists(living));
     EXPECT_TRUE(exists(user));
 }
