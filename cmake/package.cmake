@@ -35,6 +35,7 @@ install_compressed(${PROJECT_SOURCE_DIR}/docs/relay-hub-engine.1 relay-hub-engin
 install_compressed(${PROJECT_SOURCE_DIR}/packaging/changelog changelog.Debian ${CMAKE_INSTALL_DOCDIR})
 install_compressed(${PROJECT_SOURCE_DIR}/CHANGELOG.md changelog ${CMAKE_INSTALL_DOCDIR})
 install(FILES packaging/copyright DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES packaging/lintian-overrides DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides RENAME relay-hub)
 add_custom_target(pages ALL DEPENDS ${compressed})
 
 set(CPACK_GENERATOR DEB)

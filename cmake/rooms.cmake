@@ -8,6 +8,7 @@ target_compile_options(relay_hub_flags INTERFACE
   -fmacro-prefix-map=${PROJECT_SOURCE_DIR}=..)
 target_compile_definitions(relay_hub_flags INTERFACE _FILE_OFFSET_BITS=64)
 target_link_libraries(relay_hub_flags INTERFACE Threads::Threads)
+target_link_options(relay_hub_flags INTERFACE $<$<CONFIG:RelWithDebInfo>:LINKER:-z,relro,-z,now>)
 if(RELAY_HUB_SANITIZE)
   target_compile_options(relay_hub_flags INTERFACE
     -fsanitize=${RELAY_HUB_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
