@@ -44,14 +44,7 @@ TEST_F(Menus, HoldTheItemsOfTheirFlagsInOrder) {
     for (const auto& test : cases) {
         GtkWidget* menu =
             new_popup_menu(local().tree_view, nullptr, static_cast<_popup_menu_switch>(test.flags), nullptr);
-        Labels labels;
-        GList* items = gtk_container_get_children(GTK_CONTAINER(menu));
-        for (const GList* node = items; node != nullptr; node = node->next)
-            labels.emplace_back(GTK_IS_SEPARATOR_MENU_ITEM(node->data)
-                                    ? "-"
-                                    : gtk_menu_item_get_label(GTK_MENU_ITEM(node->data)));
-        g_list_free(items);
-        EXPECT_EQ(labels, test.labels) << test.flags;
+        EXPECT_EQ(gui_test::labels_of(menu), test.labels) << test.flags;
         gtk_widget_destroy(menu);
     }
 }
@@ -111,14 +104,6 @@ TEST_F(Menus, CopyRemembersWhereItWasMade) {
     EXPECT_THAT(g_pClipboardFileList, ElementsAre(sandbox_.path("one")));
 }
 
-TEST_F(Menus, IgnoreAListThatIsNeitherSide) {
-    const gui_test::PaneList stranger;
-    on_popup_menu_copy(nullptr, stranger.view());
-    on_popup_menu_refresh(nullptr, stranger.view());
-    EXPECT_EQ(g_copy_source, kNothingCopied);
-    EXPECT_EQ(g_p_tree_view, nullptr);
-}
-
 TEST_F(Menus, StartNothingWhileAnotherActionRuns) {
     ASSERT_TRUE(relay_hub::select_row_by_name(local().tree_view, "one"));
     const relay_hub::WindowWork running;
@@ -139,18 +124,6 @@ TEST_F(Menus, GoAwayOnceAnItemWasChosen) {
     gui_test::run_pending();
     EXPECT_EQ(g_copy_source, kCopiedLocally);
     EXPECT_THAT(menu_labels(), IsEmpty());
-}
-
-TEST(MenuBar, HoldsOneItemWithoutASubmenu) {
-    GtkWidget* bar = new_menu_bar(get_UI_sets());
-    g_object_ref_sink(bar);
-    GList* items = gtk_container_get_children(GTK_CONTAINER(bar));
-    ASSERT_EQ(g_list_length(items), 1U);
-    EXPECT_STREQ(gtk_menu_item_get_label(GTK_MENU_ITEM(items->data)), "File");
-    EXPECT_EQ(gtk_menu_item_get_submenu(GTK_MENU_ITEM(items->data)), nullptr);
-    g_list_free(items);
-    gtk_widget_destroy(bar);
-    g_object_unref(bar);
 }
 
 }  // namespace

@@ -53,12 +53,4 @@ TEST(SignalHandlers, RefuseASignalThatIsNotTheirs) {
     }
 }
 
-TEST(SignalHandlers, LeaveErrnoAlone) {
-    errno = EBADF;
-    testing::internal::CaptureStderr();
-    SIGUSR1_handler(SIGUSR1);
-    EXPECT_EQ(errno, EBADF);
-    testing::internal::GetCapturedStderr();
-}
-
 }  // namespace

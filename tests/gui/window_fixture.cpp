@@ -53,45 +53,27 @@ void MainWindowTest::fill_remote(const std::string& folder,
     run_pending();
 }
 
-namespace {
-
-template <typename Visit>
-void for_each_row(const __single& side, Visit visit) {
+std::vector<std::string> row_names(const __single& side) {
+    std::vector<std::string> names;
     GtkTreeModel* model = gtk_tree_view_get_model(GTK_TREE_VIEW(side.tree_view));
     GtkTreeIter iter;
     for (gboolean more = gtk_tree_model_get_iter_first(model, &iter); more != FALSE;
          more = gtk_tree_model_iter_next(model, &iter))
-        visit(model, &iter);
-}
-
-GtkTreeSelection* selection_of(const __single& side) {
-    return gtk_tree_view_get_selection(GTK_TREE_VIEW(side.tree_view));
-}
-
-}  // namespace
-
-std::vector<std::string> row_names(const __single& side) {
-    std::vector<std::string> names;
-    for_each_row(side, [&](GtkTreeModel* model, GtkTreeIter* iter) {
-        names.push_back(relay_hub::row_name(model, iter));
-    });
+        names.push_back(relay_hub::row_name(model, &iter));
     return names;
 }
 
 std::vector<std::string> selected_names(const __single& side) {
-    std::vector<std::string> names;
-    for_each_row(side, [&](GtkTreeModel* model, GtkTreeIter* iter) {
-        if (gtk_tree_selection_iter_is_selected(selection_of(side), iter) != FALSE)
-            names.push_back(relay_hub::row_name(model, iter));
-    });
-    return names;
+    const std::vector<std::string> names = get_selected_to_glist(side.tree_view);
+    return {names.rbegin(), names.rend()};
 }
 
 void select_rows(const __single& side, const std::vector<int>& rows) {
-    gtk_tree_selection_unselect_all(selection_of(side));
+    GtkTreeSelection* selection = gtk_tree_view_get_selection(GTK_TREE_VIEW(side.tree_view));
+    gtk_tree_selection_unselect_all(selection);
     for (const int row : rows) {
         GtkTreePath* path = gtk_tree_path_new_from_indices(row, -1);
-        gtk_tree_selection_select_path(selection_of(side), path);
+        gtk_tree_selection_select_path(selection, path);
         gtk_tree_path_free(path);
     }
 }
@@ -102,10 +84,10 @@ std::string printed(const std::function<void()>& action) {
     return testing::internal::GetCapturedStdout();
 }
 
-bool mouse(const __single& side, GdkEventType type, guint button, int row, guint state) {
+void mouse(const __single& side, GdkEventType type, guint button, int row, guint state) {
     GtkTreeView* view = GTK_TREE_VIEW(side.tree_view);
     run_pending();
-    GdkRectangle cell{0, gtk_tree_view_get_bin_window(view) != nullptr ? 100000 : 0, 10, 10};
+    GdkRectangle cell{0, 100000, 10, 10};
     if (row >= 0) {
         GtkTreePath* path = gtk_tree_path_new_from_indices(row, -1);
         gtk_tree_view_get_background_area(view, path, gtk_tree_view_get_column(view, 0), &cell);
@@ -122,34 +104,31 @@ bool mouse(const __single& side, GdkEventType type, guint button, int row, guint
     gboolean handled = FALSE;
     g_signal_emit_by_name(view, signal, event, &handled);
     gdk_event_free(event);
-    return handled != FALSE;
 }
 
 GtkWidget* open_menu() {
-    GList* windows = gtk_window_list_toplevels();
-    GtkWidget* found = nullptr;
-    for (const GList* node = windows; node != nullptr; node = node->next) {
-        GtkWidget* child = gtk_bin_get_child(GTK_BIN(node->data));
-        if (child != nullptr && GTK_IS_MENU(child) && gtk_widget_get_visible(child) != FALSE &&
-            gtk_widget_get_visible(GTK_WIDGET(node->data)) != FALSE &&
-            gtk_menu_get_attach_widget(GTK_MENU(child)) != nullptr &&
-            GTK_IS_TREE_VIEW(gtk_menu_get_attach_widget(GTK_MENU(child))))
-            found = child;
+    for (const __single& side : sub) {
+        const GList* menus = gtk_menu_get_for_attach_widget(side.tree_view);
+        if (menus != nullptr)
+            return GTK_WIDGET(menus->data);
     }
-    g_list_free(windows);
-    return found;
+    return nullptr;
 }
 
-std::vector<std::string> menu_labels() {
+std::vector<std::string> labels_of(GtkWidget* menu) {
     std::vector<std::string> labels;
-    GtkWidget* menu = open_menu();
-    GList* items = menu != nullptr ? gtk_container_get_children(GTK_CONTAINER(menu)) : nullptr;
+    GList* items = gtk_container_get_children(GTK_CONTAINER(menu));
     for (const GList* node = items; node != nullptr; node = node->next)
         labels.emplace_back(GTK_IS_SEPARATOR_MENU_ITEM(node->data)
                                 ? "-"
                                 : gtk_menu_item_get_label(GTK_MENU_ITEM(node->data)));
     g_list_free(items);
     return labels;
+}
+
+std::vector<std::string> menu_labels() {
+    GtkWidget* menu = open_menu();
+    return menu != nullptr ? labels_of(menu) : std::vector<std::string>();
 }
 
 }  // namespace gui_test

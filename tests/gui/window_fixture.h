@@ -27,15 +27,17 @@ class MainWindowTest : public testing::Test {
 };
 
 std::vector<std::string> row_names(const __single& side);
+// Without "..".
 std::vector<std::string> selected_names(const __single& side);
 void select_rows(const __single& side, const std::vector<int>& rows);
 // What the program printed on standard output while action ran.
 std::string printed(const std::function<void()>& action);
 
 // A mouse button event of the list, in the middle of a row; row -1 is the empty space below the rows.
-bool mouse(const __single& side, GdkEventType type, guint button, int row, guint state = 0);
+void mouse(const __single& side, GdkEventType type, guint button, int row, guint state = 0);
 
-// The labels of the open context menu, "-" for a separator; empty when none is open.
+// A menu's labels, "-" for a separator; those of the open context menu, empty when none is open.
+std::vector<std::string> labels_of(GtkWidget* menu);
 std::vector<std::string> menu_labels();
 GtkWidget* open_menu();
 
