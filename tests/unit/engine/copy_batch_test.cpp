@@ -9,6 +9,8 @@
 namespace relay_hub::engine {
 namespace {
 
+constexpr char kBadName[] = "bad\xff";
+
 class Copying : public EngineSandbox {
   protected:
     // From the served folder into mine.
@@ -18,6 +20,7 @@ class Copying : public EngineSandbox {
             CopySide{*remote_, show}, CopySide{*local_, show},
             [](const std::string& name) { return can_travel(Style::kWindows, name); }, front_end_);
         std::vector<CopyItem> items;
+        items.reserve(sources.size());
         for (const std::string& source : sources)
             items.push_back({source, mine(target_folder)});
         batch_->run(items);
@@ -140,20 +143,11 @@ TEST_F(Copying, FailuresAreCollectedAndTheRestGoesOn) {
     write(mine_ + "/file/inner", "i");
     write(served_ + "/folder/x", "x");
     write(mine_ + "/folder", "i am a file");
-    write(served_ +
-              "/bad\xff"
-              "name",
-          "b");
+    write(served_ + "/" + kBadName, "b");
     write(served_ + "/good", "g");
     ASSERT_EQ(mkfifo((served_ + "/pipe").c_str(), 0600), 0);
-    EXPECT_TRUE(run({"file", "folder",
-                     "bad\xff"
-                     "name",
-                     "pipe", "missing", "good"})
-                    .anything_done());
-    EXPECT_EQ(failed_items(), (std::vector<std::string>{"/file", "/folder",
-                                                        "/bad\xff"
-                                                        "name",
+    EXPECT_TRUE(run({"file", "folder", kBadName, "pipe", "missing", "good"}).anything_done());
+    EXPECT_EQ(failed_items(), (std::vector<std::string>{"/file", "/folder", std::string("/") + kBadName,
                                                         "/pipe", "/missing"}));
     EXPECT_EQ(read(mine_ + "/good"), "g");
     EXPECT_EQ(read(mine_ + "/folder"), "i am a file");

@@ -6,7 +6,6 @@
 #include <array>
 #include <atomic>
 #include <csignal>
-#include <cstring>
 #include <thread>
 
 #include "engine_sandbox.h"
@@ -199,7 +198,7 @@ class CallingBack : public Serving {
         const std::string message(body + kCommandMarker.size(), length - kCommandMarker.size());
         ++calls;
         last_message = message;
-        std::strcpy(answer, next_answer.c_str());
+        next_answer.copy(answer, next_answer.size());
         return 1;
     }
     void listen(const std::string& answer) {

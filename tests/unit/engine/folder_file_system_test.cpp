@@ -45,7 +45,7 @@ TEST_F(FolderFiles, NoPathLeavesTheTree) {
 TEST_F(FolderFiles, ATreeDeeperThanOnePathCanTell) {
     std::string path;
     for (int level = 0; level < 40; ++level) {
-        path = path.empty() ? std::string(200, 'd') : path + "/" + std::string(200, 'd');
+        path.append(path.empty() ? "" : "/").append(200, 'd');
         ASSERT_EQ(remote_->make_folder(path, 0755), 0) << level;
     }
     Entry entry;
