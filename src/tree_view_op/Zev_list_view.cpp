@@ -1,9 +1,11 @@
 #include <gtk/gtk.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <vector>
 
 #include "name_pipe/diagnostics.h"
 #include "tree_view_op/file_list_view.h"
@@ -68,6 +70,38 @@ GtkTreeViewColumn* new_column(const ViewColumn& given) {
     return column;
 }
 
+int text_width(GtkWidget* tree_view, const char* text) {
+    const relay_hub::GObjectPtr<PangoLayout> layout(gtk_widget_create_pango_layout(tree_view, text));
+    int width = 0;
+    pango_layout_get_pixel_size(layout.get(), &width, nullptr);
+    return width;
+}
+
+// What a column is to hold besides names, which may be of any length.
+std::vector<const char*> usual_texts(int model_column) {
+    switch (model_column) {
+        case kColumnSize:
+            return {"1023.9 KB"};
+        case kColumnType:
+            return {relay_hub::translated("IDS_FH_FOLDER"), relay_hub::translated("IDS_FH_FILE")};
+        case kColumnModified:
+            return {"2028-10-28 20:58:58"};
+        default:
+            return {};
+    }
+}
+
+// Not below the given width, and wide enough for the title and the usual texts in this language and font.
+void widen_for_texts(GtkWidget* tree_view, GtkTreeViewColumn* column, const ViewColumn& given) {
+    constexpr int kCellPadding = 8;
+    GtkRequisition title;
+    gtk_widget_size_request(column->button, &title);
+    int width = std::max(given.width, title.width);
+    for (const char* text : usual_texts(given.model_column))
+        width = std::max(width, text_width(tree_view, text) + kCellPadding);
+    gtk_tree_view_column_set_fixed_width(column, width);
+}
+
 std::string joined_path(const std::string& folder, const std::string& name) {
     const bool drive_path = folder.size() > 1 && folder[1] == ':';
     const relay_hub::GText path(g_build_path(drive_path ? "\\" : "/", folder.c_str(), name.c_str(), nullptr));
@@ -100,8 +134,12 @@ std::string name_with_group(GtkTreeModel* model, GtkTreeIter* iter, GtkSortType 
 }  // namespace
 
 void set_list_treeview(GtkWidget* tree_view) {
-    for (const ViewColumn& given : kViewColumns)
-        gtk_tree_view_append_column(GTK_TREE_VIEW(tree_view), new_column(given));
+    for (const ViewColumn& given : kViewColumns) {
+        GtkTreeViewColumn* column = new_column(given);
+        gtk_tree_view_append_column(GTK_TREE_VIEW(tree_view), column);
+        if (given.is_visible)
+            widen_for_texts(tree_view, column, given);
+    }
     gtk_tree_view_set_fixed_height_mode(GTK_TREE_VIEW(tree_view), TRUE);
 }
 
@@ -146,7 +184,8 @@ void clean_tree_view(GtkWidget* tree_view) {
     GtkListStore* store = list_store_of(tree_view);
     if (store == nullptr)
         return;
-    // A view that loses its model while it is scrolled draws from the top but keeps its scroll bar where it was.
+    // A view that loses its model while it is scrolled draws from the top but keeps its scroll bar where it
+    // was.
     if (GtkAdjustment* scrolled = gtk_tree_view_get_vadjustment(GTK_TREE_VIEW(tree_view)))
         gtk_adjustment_set_value(scrolled, gtk_adjustment_get_lower(scrolled));
     // Off the view: taking many rows away one by one before its eyes is slow.

@@ -7,6 +7,15 @@ namespace {
 
 enum DriveColumn { kDriveIcon = 0, kDriveName, kDrivePath };
 
+// The toolkit's accessibility module names an entry by its first text, which is the icon's name here.
+void name_last_entry(GtkWidget* combo, int index, const std::string& name) {
+    AtkObject* const entries = gtk_combo_box_get_popup_accessible(GTK_COMBO_BOX(combo));
+    AtkObject* const raw = entries != nullptr ? atk_object_ref_accessible_child(entries, index) : nullptr;
+    const relay_hub::GObjectPtr<AtkObject> entry(raw);
+    if (entry != nullptr)
+        atk_object_set_name(entry.get(), name.c_str());
+}
+
 }  // namespace
 
 int append_combobox_item(GtkWidget* combo, const char* icon, const char* name, const char* path) {
@@ -14,6 +23,7 @@ int append_combobox_item(GtkWidget* combo, const char* icon, const char* name, c
     const std::string shown = relay_hub::shown_text(name != nullptr ? name : "");
     gtk_list_store_insert_with_values(GTK_LIST_STORE(model), nullptr, -1, kDriveIcon, icon, kDriveName,
                                       shown.c_str(), kDrivePath, path, -1);
+    name_last_entry(combo, gtk_tree_model_iter_n_children(model, nullptr) - 1, shown);
     return 0;
 }
 

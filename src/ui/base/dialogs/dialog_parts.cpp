@@ -2,6 +2,7 @@
 
 #include <gdk/gdkkeysyms.h>
 
+#include <algorithm>
 #include <string>
 
 #include "ui/base/ui_sets.h"
@@ -36,6 +37,12 @@ GtkWidget* new_modal_dialog(GtkWidget* parent, const char* title) {
     return dialog;
 }
 
+void set_least_size(GtkWidget* dialog, int width, int height) {
+    GtkRequisition natural;
+    gtk_widget_size_request(dialog, &natural);
+    gtk_widget_set_size_request(dialog, std::max(width, natural.width), std::max(height, natural.height));
+}
+
 void set_accessible_name(GtkWidget* widget, const char* name) {
     atk_object_set_name(gtk_widget_get_accessible(widget), name);
 }
@@ -43,7 +50,6 @@ void set_accessible_name(GtkWidget* widget, const char* name) {
 NamePrompt new_name_prompt(const char* title, const char* label) {
     NamePrompt prompt;
     prompt.dialog = new_modal_dialog(nullptr, title);
-    gtk_widget_set_size_request(prompt.dialog, 400, 115);
     prompt.label = gtk_label_new((std::string(label) + " :").c_str());
     prompt.entry = gtk_entry_new();
     prompt.ok_button = gtk_button_new_from_stock(GTK_STOCK_OK);
@@ -59,6 +65,7 @@ NamePrompt new_name_prompt(const char* title, const char* label) {
     gtk_container_add(GTK_CONTAINER(buttons), prompt.ok_button);
     gtk_container_add(GTK_CONTAINER(buttons), prompt.cancel_button);
     gtk_widget_show_all(gtk_dialog_get_content_area(GTK_DIALOG(prompt.dialog)));
+    set_least_size(prompt.dialog, 400, 115);
 
     g_signal_connect(prompt.entry, "key-press-event", G_CALLBACK(click_on_return), prompt.ok_button);
     g_signal_connect(prompt.cancel_button, "clicked", G_CALLBACK(respond_cancel), prompt.dialog);

@@ -101,9 +101,10 @@ int show_file_read_write_dialog(GtkWidget* parent, GtkWidget** dialog_out, dialo
     g_signal_connect(the_dialog.dialog, "destroy", G_CALLBACK(forget_dialog), nullptr);
     g_signal_connect(the_dialog.cancel_button, "clicked", G_CALLBACK(on_cancel_clicked), nullptr);
     const bool can_cancel = task_type != TASK_DEL && task_type != kKindWithoutCancel;
-    gtk_widget_set_size_request(the_dialog.dialog, 500, can_cancel ? 150 : 100);
-    gtk_widget_set_no_show_all(the_dialog.cancel_button, !can_cancel);
-    gtk_widget_show_all(the_dialog.dialog);
+    gtk_widget_set_no_show_all(gtk_widget_get_parent(the_dialog.cancel_button), !can_cancel);
+    gtk_widget_show_all(gtk_dialog_get_content_area(GTK_DIALOG(the_dialog.dialog)));
+    relay_hub::set_least_size(the_dialog.dialog, 500, can_cancel ? 150 : 100);
+    gtk_widget_show(the_dialog.dialog);
     return 0;
 }
 

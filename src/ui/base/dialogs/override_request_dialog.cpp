@@ -55,7 +55,8 @@ GtkWidget* answer_row() {
         // A longer translation is not cut.
         GtkRequisition natural;
         gtk_widget_size_request(button, &natural);
-        gtk_widget_set_size_request(button, std::max(answer.width, natural.width), kAnswerHeight);
+        gtk_widget_set_size_request(button, std::max(answer.width, natural.width),
+                                    std::max(kAnswerHeight, natural.height));
         g_signal_connect(button, "clicked", G_CALLBACK(respond), const_cast<Answer*>(&answer));
         gtk_box_pack_start(GTK_BOX(row), button, FALSE, FALSE, kPadding);
     }

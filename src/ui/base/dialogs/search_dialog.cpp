@@ -40,7 +40,6 @@ gboolean abandon_and_stay(GtkWidget*, GdkEvent*, gpointer) {
 int show_search_dialog(GtkWidget* parent, GtkWidget** dialog_out, gpointer) {
     const char* text = relay_hub::translated("IDS_MSG_PROCESSING");
     GtkWidget* dialog = relay_hub::new_modal_dialog(parent, text);
-    gtk_widget_set_size_request(dialog, 400, 80);
     GtkWidget* bar = gtk_progress_bar_new();
     gtk_progress_bar_set_pulse_step(GTK_PROGRESS_BAR(bar), 0.1);
     relay_hub::set_accessible_name(bar, text);
@@ -51,7 +50,9 @@ int show_search_dialog(GtkWidget* parent, GtkWidget** dialog_out, gpointer) {
     g_signal_connect(dialog, "destroy", G_CALLBACK(on_show_search_dialog_destroy), nullptr);
     g_signal_connect(dialog, "delete-event", G_CALLBACK(abandon_and_stay), nullptr);
     *dialog_out = dialog;
-    gtk_widget_show_all(dialog);
+    gtk_widget_show_all(GTK_WIDGET(content));
+    relay_hub::set_least_size(dialog, 400, 80);
+    gtk_widget_show(dialog);
     return 0;
 }
 
