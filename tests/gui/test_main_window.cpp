@@ -69,7 +69,7 @@ TEST_F(MainWindow, OffersUrisFromTheLocalListAndRowsFromTheRemoteOne) {
                  {gtk_drag_dest_get_target_list(local().tree_view), "text/uri-list", true}};
     for (const auto& test : cases) {
         guint info = 0;
-        const GdkAtom target = gdk_atom_intern(test.target, FALSE);
+        GdkAtom target = gdk_atom_intern(test.target, FALSE);
         EXPECT_EQ(gtk_target_list_find(test.list, target, &info) != FALSE, test.found) << &test - cases;
     }
 }
