@@ -19,24 +19,16 @@ class Document : public testing::Test {
 TEST_F(Document, generates_each_kind_of_value_at_its_path) {
     document_.Generate("Cmd", "NP_Cmd_X");
     document_.Generate("Param/Count", 5);
+    document_.Generate("Unset", "");
+    document_.Generate("Empty", "", true);
     document_.Generate("/ZEVMSG/Param/Big", LLONG_MIN);
-    document_.Generate("Param/Share", 0.5);
     document_.Generate("param/COUNT", 6L);
     EXPECT_EQ(document_.GetXML(),
-              "<ZEVMSG><Cmd>NP_Cmd_X</Cmd><Param><Count>6</Count><Big>-9223372036854775808</Big>"
-              "<Share>0.500000</Share></Param></ZEVMSG>");
+              "<ZEVMSG><Cmd>NP_Cmd_X</Cmd><Param><Count>6</Count><Big>-9223372036854775808</Big></"
+              "Param><Empty></Empty></ZEVMSG>");
     EXPECT_EQ(document_.QueryInt("Param/count"), 6);
     EXPECT_EQ(document_.QueryLng("Param/Big"), LONG_MIN);
-    EXPECT_DOUBLE_EQ(document_.QueryDbl("Param/Share"), 0.5);
     EXPECT_EQ(document_.QueryInt("Cmd"), 0);
-    EXPECT_EQ(document_.QueryInt("None"), 0);
-}
-
-TEST_F(Document, creates_an_empty_value_only_by_force) {
-    document_.Generate("A", "");
-    EXPECT_EQ(document_.GetXML(), "<ZEVMSG></ZEVMSG>");
-    document_.Generate("A", "", true);
-    EXPECT_EQ(document_.GetXML(), "<ZEVMSG><A></A></ZEVMSG>");
 }
 
 TEST_F(Document, escapes_values_and_gives_them_back) {
@@ -48,9 +40,6 @@ TEST_F(Document, escapes_values_and_gives_them_back) {
         {"&lt;&amp;lt;&dq;", "&amp;lt;&amp;amp;lt;&amp;dq;"},
         {"it's & &", "it's &amp; &amp;"},
         {"caf\xC3\xA9\xFF.txt", "caf\xC3\xA9\xFF.txt"},
-        {"&", "&amp;"},
-        {"<<>>", "&lt;&lt;&gt;&gt;"},
-        {"line\nend", "line\nend"},
     };
     for (const auto& one : cases) {
         document_.ResetContent();
@@ -74,9 +63,7 @@ TEST_F(Document, tells_what_is_wrong_with_a_path) {
         {"/", "TagName format error"},
         {"/Other/A", "The root tag should be \"ZEVMSG\""},
         {"/zevmsg/A", "The root tag should be \"ZEVMSG\""},
-        {"//ZEVMSG", "The root tag should be \"ZEVMSG\""},
         {"A//B", "No Valid Tag Name"},
-        {"A/[2]", "No Valid Tag Name"},
     };
     for (const auto& one : cases) {
         document_.ResetStatus();
@@ -86,11 +73,6 @@ TEST_F(Document, tells_what_is_wrong_with_a_path) {
         EXPECT_EQ(document_.GetXML(), "<ZEVMSG></ZEVMSG>") << one.path;
         EXPECT_EQ(document_.Query(one.path), "");
     }
-}
-
-TEST_F(Document, reads_a_relative_root_name_as_an_element) {
-    document_.Generate("ZEVMSG/A", "1");
-    EXPECT_EQ(document_.GetXML(), "<ZEVMSG><ZEVMSG><A>1</A></ZEVMSG></ZEVMSG>");
 }
 
 TEST_F(Document, fills_up_to_an_index) {
@@ -111,17 +93,9 @@ TEST_F(Document, walks_its_records) {
     document_.MoveNext();
     EXPECT_TRUE(document_.IsEOF());
     EXPECT_EQ(document_.Query("N"), "root");
-    EXPECT_TRUE(document_.MovePrev());
-    EXPECT_TRUE(document_.MovePrev());
-    EXPECT_TRUE(document_.MovePrev());
-    EXPECT_FALSE(document_.MovePrev());
+    for (const bool moved : {true, true, true, false})
+        EXPECT_EQ(document_.MovePrev(), moved);
     EXPECT_TRUE(document_.IsEOF()) << "before the first counts as well";
-    document_.MoveLast();
-    EXPECT_EQ(document_.Query("N"), "2");
-    EXPECT_EQ(document_.MoveFirst(), 1);
-    document_.ResetContent();
-    EXPECT_FALSE(document_.IsBOF());
-    EXPECT_EQ(document_.MoveFirst(), 0);
 }
 
 TEST_F(Document, adds_records_until_update) {
@@ -148,15 +122,11 @@ TEST_F(Document, merges_records_below_one_element) {
     EXPECT_EQ(document_.GetXML(),
               "<ZEVMSG><T8><Line><TF>a&amp;b</TF></Line><Line><TF>c</TF></Line></T8></ZEVMSG>");
     EXPECT_EQ(document_.GetMRSCount("T8"), 2);
-    EXPECT_EQ(document_.GetMRSCount("None"), 0);
     CZEVXML out;
     EXPECT_TRUE(document_.ExtractMRS("T8", out));
     EXPECT_EQ(out.Query("TF"), "a&b");
-    EXPECT_EQ(out.GetXML().substr(0, 4), "<T8>");
     out.ReFormat();
     EXPECT_EQ(out.Query("T8/Line[1]/TF"), "c");
-    EXPECT_TRUE(out.LoadXML("<Foreign></Foreign>"));
-    EXPECT_EQ(out.GetXML(), "<ZEVMSG><Foreign></Foreign></ZEVMSG>");
     EXPECT_FALSE(document_.ExtractMRS("None", out));
     EXPECT_TRUE(out.IsEmpty());
 }
@@ -193,38 +163,27 @@ TEST_F(Document, grafts_beside_and_below) {
     EXPECT_EQ(document_.GetOperErrDesc(), "Tag not found");
 }
 
-struct MoveCase {
-    const char* name;
-    void (*change)(CZEVXML&);
-    const char* after;
-};
-
-class Moves : public testing::TestWithParam<MoveCase> {};
-
-TEST_P(Moves, leave_the_tree) {
-    CZEVXML document;
-    document.LoadXML("<ZEVMSG><A x=\"1\">t<B>1</B><B>2</B><B>3</B></A><C></C></ZEVMSG>");
-    GetParam().change(document);
-    EXPECT_EQ(document.GetXML(), "<ZEVMSG>" + std::string(GetParam().after) + "</ZEVMSG>");
+TEST_F(Document, moves_renames_and_deletes) {
+    const struct {
+        void (*change)(CZEVXML&);
+        const char* after;
+    } cases[] = {
+        {[](auto& d) { d.Delete("A/B"); }, "<A x=\"1\">t</A><C></C>"},
+        {[](auto& d) { d.Delete("A/B[1]"); }, "<A x=\"1\">t<B>1</B><B>3</B></A><C></C>"},
+        {[](auto& d) { EXPECT_TRUE(d.ChangePath("A", "C/D")); },
+         "<C><D><A x=\"1\">t<B>1</B><B>2</B><B>3</B></A></D></C>"},
+        {[](auto& d) { EXPECT_TRUE(d.RevisePath("A", "C")); }, "<C x=\"1\">t<B>1</B><B>2</B><B>3</B></C>"},
+        {[](auto& d) { EXPECT_FALSE(d.RevisePath("None", "D")); },
+         "<A x=\"1\">t<B>1</B><B>2</B><B>3</B></A><C></C>"},
+        {[](auto& d) { EXPECT_TRUE(d.ChangePath("A", "A/B")); }, "<C></C>"},
+        {[](auto& d) { EXPECT_TRUE(d.RevisePath("A", "A/B")); }, "<C></C>"},
+    };
+    for (const auto& one : cases) {
+        load("<ZEVMSG><A x=\"1\">t<B>1</B><B>2</B><B>3</B></A><C></C></ZEVMSG>");
+        one.change(document_);
+        EXPECT_EQ(document_.GetXML(), "<ZEVMSG>" + std::string(one.after) + "</ZEVMSG>");
+    }
 }
-
-const MoveCase kMoves[] = {
-    {"delete_all_of_a_name", [](auto& d) { d.Delete("A/B"); }, "<A x=\"1\">t</A><C></C>"},
-    {"delete_one_by_index", [](auto& d) { d.Delete("A/B[1]"); }, "<A x=\"1\">t<B>1</B><B>3</B></A><C></C>"},
-    {"delete_missing", [](auto& d) { d.Delete("A/None"); },
-     "<A x=\"1\">t<B>1</B><B>2</B><B>3</B></A><C></C>"},
-    {"delete_root", [](auto& d) { d.Delete("/ZEVMSG"); }, ""},
-    {"change", [](auto& d) { EXPECT_TRUE(d.ChangePath("A", "C/D")); },
-     "<C><D><A x=\"1\">t<B>1</B><B>2</B><B>3</B></A></D></C>"},
-    {"revise", [](auto& d) { EXPECT_TRUE(d.RevisePath("A", "C")); },
-     "<C x=\"1\">t<B>1</B><B>2</B><B>3</B></C>"},
-    {"revise_missing", [](auto& d) { EXPECT_FALSE(d.RevisePath("None", "D")); },
-     "<A x=\"1\">t<B>1</B><B>2</B><B>3</B></A><C></C>"},
-    {"change_into_itself", [](auto& d) { EXPECT_TRUE(d.ChangePath("A", "A/B")); }, "<C></C>"},
-    {"revise_into_itself", [](auto& d) { EXPECT_TRUE(d.RevisePath("A", "A/B")); }, "<C></C>"},
-};
-INSTANTIATE_TEST_SUITE_P(Document, Moves, testing::ValuesIn(kMoves),
-                         [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(Document, sets_and_finds_attributes) {
     document_.GenerateAttribute("L/I", "id", "1");
@@ -234,17 +193,10 @@ TEST_F(Document, sets_and_finds_attributes) {
     EXPECT_EQ(document_.GetXML(),
               "<ZEVMSG a=\"&lt;\" b=\"2\"><L><I id=\"1\"></I><I id=\"2\"></I></L></ZEVMSG>");
     EXPECT_EQ(document_.QueryAttribute("L/I[1]", "id"), "2");
-    EXPECT_EQ(document_.QueryAttribute("None", "id"), "");
     EXPECT_EQ(document_.FindTagByAttr("L", "id", "2"), "I");
-    EXPECT_EQ(document_.FindTagByAttr("L", "id", "3"), "");
-    EXPECT_EQ(document_.GetTagCount("L"), 2);
-    EXPECT_EQ(document_.GetTagCount(""), 1);
     std::vector<std::string> tags = {"stale"};
     EXPECT_TRUE(document_.GetTagArray("L", tags));
     EXPECT_EQ(tags, (std::vector<std::string>{"I", "I"}));
-    EXPECT_FALSE(document_.GetTagArray("None", tags));
-    EXPECT_EQ(document_.QueryAttribute("L", ""), "");
-    EXPECT_EQ(document_.GetOperErrDesc(), "Attribute should not be empty string");
 }
 
 TEST_F(Document, drops_the_old_content_when_a_load_fails) {
