@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <vector>
 
 #include "name_pipe/diagnostics.h"
@@ -91,15 +92,22 @@ std::vector<const char*> usual_texts(int model_column) {
     }
 }
 
-// Not below the given width, and wide enough for the title and the usual texts in this language and font.
-void widen_for_texts(GtkWidget* tree_view, GtkTreeViewColumn* column, const ViewColumn& given) {
+// Never below the given width, and wide enough for the title and the usual texts in this language and font.
+// Only a list that is realized knows its fonts.
+void widen_for_texts(GtkWidget* tree_view, gpointer) {
     constexpr int kCellPadding = 8;
-    GtkRequisition title;
-    gtk_widget_size_request(column->button, &title);
-    int width = std::max(given.width, title.width);
-    for (const char* text : usual_texts(given.model_column))
-        width = std::max(width, text_width(tree_view, text) + kCellPadding);
-    gtk_tree_view_column_set_fixed_width(column, width);
+    for (int index = 0; index < static_cast<int>(std::size(kViewColumns)); ++index) {
+        const ViewColumn& given = kViewColumns[index];
+        if (!given.is_visible)
+            continue;
+        GtkTreeViewColumn* column = gtk_tree_view_get_column(GTK_TREE_VIEW(tree_view), index);
+        GtkRequisition title;
+        gtk_widget_size_request(column->button, &title);
+        int width = std::max(given.width, title.width);
+        for (const char* text : usual_texts(given.model_column))
+            width = std::max(width, text_width(tree_view, text) + kCellPadding);
+        gtk_tree_view_column_set_fixed_width(column, width);
+    }
 }
 
 std::string joined_path(const std::string& folder, const std::string& name) {
@@ -134,13 +142,10 @@ std::string name_with_group(GtkTreeModel* model, GtkTreeIter* iter, GtkSortType 
 }  // namespace
 
 void set_list_treeview(GtkWidget* tree_view) {
-    for (const ViewColumn& given : kViewColumns) {
-        GtkTreeViewColumn* column = new_column(given);
-        gtk_tree_view_append_column(GTK_TREE_VIEW(tree_view), column);
-        if (given.is_visible)
-            widen_for_texts(tree_view, column, given);
-    }
+    for (const ViewColumn& given : kViewColumns)
+        gtk_tree_view_append_column(GTK_TREE_VIEW(tree_view), new_column(given));
     gtk_tree_view_set_fixed_height_mode(GTK_TREE_VIEW(tree_view), TRUE);
+    g_signal_connect_after(tree_view, "realize", G_CALLBACK(widen_for_texts), nullptr);
 }
 
 void set_tree_treeview(GtkWidget*) {}
