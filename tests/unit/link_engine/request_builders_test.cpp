@@ -2,12 +2,10 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <atomic>
-#include <chrono>
 #include <clocale>
-#include <fstream>
+#include <cstring>
 #include <sstream>
 #include <thread>
 
@@ -25,19 +23,16 @@ using namespace relay_hub;
 
 constexpr char kName[] = "C:\\a&b<c>\"d'\xC3\xA9\xF0\x9F\x98\x80";
 constexpr char kNameOnWire[] = "C:\\a&amp;b&lt;c&gt;&dq;d'\xC3\xA9\xF0\x9F\x98\x80";
-constexpr char kNameHex[] =
-    "43003A005C00610026006200"
-    "3C0063003E00220064002700E90001F6";
+constexpr char kNameHex[] = "43003A005C006100260062003C0063003E00220064002700E90001F6";
 
 __send_args nasty_args() {
-    const std::string hex = kNameHex;
     __send_args args;
     args.list_path = args.source_path = kName;
-    args.list_path_hex = args.source_path_hex = hex;
+    args.list_path_hex = args.source_path_hex = kNameHex;
     args.target_path = "/to & fro";
     args.target_path_hex = "TARGET";
     args.item_paths = {kName, "C:\\folder", "C:\\odd", "C:\\untyped"};
-    args.item_paths_hex = {hex, "FOLDER", "ODD", "UNTYPED"};
+    args.item_paths_hex = {kNameHex, "FOLDER", "ODD", "UNTYPED"};
     args.item_types = {0, 1, 2};
     args.item_sizes = {"5000000000", "2147483648"};
     args.item_creation_times = {"132000000000000001", "1"};
@@ -47,10 +42,9 @@ __send_args nasty_args() {
 }
 
 std::string fill(std::string text) {
-    const std::pair<std::string, std::string> words[] = {{"{name}", kNameOnWire}, {"{hex}", kNameHex}};
-    for (const auto& [word, value] : words)
+    for (const auto& [word, value] : {std::pair("{name}", kNameOnWire), {"{hex}", kNameHex}})
         for (std::size_t at = 0; (at = text.find(word)) != std::string::npos;)
-            text.replace(at, word.size(), value);
+            text.replace(at, std::strlen(word), value);
     return text;
 }
 
@@ -131,18 +125,15 @@ TEST(RequestBuilders, EveryRequestHasItsExactBytesAndTraces) {
 }
 
 TEST(RequestBuilders, LocalItemsCarryTheirOwnStatusAndVanishedOnesZeros) {
-    const Folder folder;
-    const std::string file = folder / "file";
-    std::ofstream(file) << "12345";
+    const Sandbox folder;
+    const std::string file = folder.make_file("file", "12345");
     const timespec times[] = {{-1, 0}, {1700000000, 0}};
     ASSERT_EQ(::utimensat(AT_FDCWD, file.c_str(), times, 0), 0);
-    struct stat status = {};
-    ASSERT_EQ(::stat(file.c_str(), &status), 0);
     FakeEngine engine([](const std::string&) { return "<ZEVMSG></ZEVMSG>"; });
     __send_args args;
     args.target_path = "C:\\";
     args.target_path_hex = "HEX";
-    args.item_paths = {file, folder / "gone", "no hex form"};
+    args.item_paths = {file, folder.at("gone"), "no hex form"};
     args.item_paths_hex = {"F", "G"};
     testing::internal::CaptureStderr();
     EXPECT_EQ(set_NP_VAL_CMD_COPY_LOCAL_TO_REMOTE(&args), 0);
@@ -152,7 +143,7 @@ TEST(RequestBuilders, LocalItemsCarryTheirOwnStatusAndVanishedOnesZeros) {
     const std::string target = "<TA>C:\\</TA><TC>HEX</TC>";
     const std::string text =
         "<ZEVMSG><NP_Cmd>NP_Cmd_Local_To_Remote</NP_Cmd><T8><Line><T9>" + file + "</T9><TB>F</TB>" + target +
-        embedded("TN 0 TZ 0 TZ1 5 TP 0 TQ " + std::to_string(status.st_ctime) +
+        embedded("TN 0 TZ 0 TZ1 5 TP 0 TQ " + std::to_string(record(file).st_ctime) +
                  " TS -1 TT -1 TV 0 TW 1700000000") +
         "</Line><Line><T9>" + args.item_paths[1] + "</T9><TB>G</TB>" + target +
         embedded("TN 0 TZ 0 TZ1 0 TP 0 TQ 0 TS 0 TT 0 TV 0 TW 0") + "</Line></T8></ZEVMSG>";
@@ -160,16 +151,6 @@ TEST(RequestBuilders, LocalItemsCarryTheirOwnStatusAndVanishedOnesZeros) {
     EXPECT_EQ(engine.frames()[0], frame(command_body(text)));
     EXPECT_EQ(set_NP_VAL_CMD_COPY_LOCAL_TO_REMOTE(nullptr), -1);
     EXPECT_EQ(engine.frames().size(), 1U);
-}
-
-TEST(RequestBuilders, ACancelledRequestIsNotSent) {
-    FakeEngine engine([](const std::string&) { return "<ZEVMSG></ZEVMSG>"; });
-    __send_args args;
-    args.state = TASK_CANCEL;
-    set_NP_VAL_CMD_RENAME(&args);
-    EXPECT_TRUE(engine.frames().empty());
-    EXPECT_STREQ(get_xml_string(), "");
-    EXPECT_EQ(args.state, TASK_CANCEL);
 }
 
 // Five bad answers spend the retries of the whole run; abandoning cuts each pause short.
@@ -197,28 +178,8 @@ TEST(RequestBuilders, FileListRetriesAreSharedByTheRunAndAbandonable) {
     }
     set_NP_VAL_CMD_GET_FILE_LIST(&args);
     EXPECT_EQ(engine.frames().size(), 7U);
-    EXPECT_LT(Clock::now() - start, std::chrono::milliseconds(1500));
+    EXPECT_LT(Clock::now() - start, 1500ms);
     reset_file_list_retries();
-}
-
-TEST(RequestBuilders, TenTimesTheItemsTakeAboutTenTimesAsLong) {
-    const auto time_for = [](std::size_t items) {
-        __send_args args;
-        args.item_paths.assign(items, "C:\\Users\\someone\\Documents\\a name of the usual length.txt");
-        args.item_paths_hex.assign(items, std::string(220, 'A'));
-        args.item_types.assign(items, 0);
-        testing::internal::CaptureStdout();
-        const double before = thread_seconds();
-        set_NP_VAL_CMD_COPY_REMOTE_TO_LOCAL(&args);
-        const double used = thread_seconds() - before;
-        testing::internal::GetCapturedStdout();
-        return used;
-    };
-    const Folder nobody_serves;
-    set_command_pipe_for_tests(nobody_serves / "none");
-    time_for(100);
-    EXPECT_LT(time_for(3000), 30 * time_for(300));
-    set_command_pipe_for_tests({});
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "name_pipe/abandon.h"
-#include "name_pipe/log.h"
 #include "name_pipe/name_pipe_base.h"
 #include "name_pipe/name_pipe_io.h"
 #include "support.h"
@@ -15,9 +14,8 @@ namespace {
 
 using namespace std::chrono_literals;
 using test::Clock;
+using test::kMarker;
 using test::Peer;
-
-const std::string kMarker("\xC9\xBB\x29\xF9\x00\x01", 6);
 
 class Client : public testing::Test {
   protected:
@@ -31,8 +29,8 @@ class Client : public testing::Test {
         return channel_.NPSendMessage(text, answer, base_, kCommandData);
     }
 
-    test::Folder folder_;
-    std::string base_ = folder_ / "channel";
+    test::Sandbox folder_;
+    std::string base_ = folder_.at("channel");
     CNamePipeBase channel_{base_, kPipeBufferSize, kPipeBufferSize};
 };
 
@@ -50,12 +48,10 @@ std::string padded(std::string text) {
 
 // What a peer may do once its client has connected, and the answer that its client ends up with.
 const std::vector<AnswerCase>& answer_cases() {
-    static const std::string medium(200000, 'm');
     static const std::string large(5 << 20, 'l');
     static const std::vector<AnswerCase> cases = {
         {"short", "hello", 1s, [](Peer& p) { p.answer(test::frame("hello")), p.await_reader_gone(); }},
         {"empty", "", 1s, [](Peer& p) { p.answer(test::frame("")), p.await_reader_gone(); }},
-        {"medium", medium, 2s, [](Peer& p) { p.answer(test::frame(medium)); }},
         {"large", large, 4s, [](Peer& p) { p.answer(test::frame(large)); }},
         {"byte by byte", "slowly", 1s,
          [](Peer& p) {
@@ -148,52 +144,27 @@ TEST_F(Client, FillsTheCallersBufferAndNoMore) {
     }
 }
 
-TEST_F(Client, TracesEachStepWithTotals) {
-    const std::string trace = folder_ / "trace";
-    theLog.SetFile(trace.c_str(), false);
-    test::Background server([&] {
-        Peer peer(base_);
-        (void)peer.as_server().take_request();
-        peer.answer(test::frame(std::string(100000, 'x')));
-    });
-    std::string answer;
-    EXPECT_TRUE(send("abc", answer));
-    theLog.CloseFile();
-    EXPECT_EQ(test::content(trace),
-              "Enter into CNamePipeBase::NPSendMessage - strInputData=\nabc\n"
-              "Open Name Pipe (IN) with block method!!!\nWrite to name-pipe (IN) - 4!!!\n"
-              "001 cWrite to name-pipe (IN) - 9!!!\nWrite to name-pipe (IN) done!!!\n"
-              "Prepare to reading...!!!\nReading - nDataLen=100000\nReading - nDataLen=100000\n"
-              "001 Read to name-pipe (IN) - read = 100000!!!\nNumber of readed=100000\n"
-              "^^^^ Close Handle\n");
-}
-
 TEST_F(Client, RefusesPathsThatAreNoFifos) {
-    struct {
-        const char* name;
-        std::function<void(const std::string&)> place;
-    } const kinds[] = {
-        {"missing", [](const std::string&) {}},
-        {"file", [](const std::string& path) { test::put(path, "kept"); }},
-        {"link", [](const std::string& path) { ASSERT_EQ(::symlink("other", path.c_str()), 0); }},
+    const std::function<void(const std::string&)> places[] = {
+        [](const std::string&) {},
+        [](const std::string& path) { test::put(path, "a file"); },
+        [](const std::string& path) { ASSERT_EQ(::symlink("other", path.c_str()), 0); },
     };
-    for (const char* end : {"_IN", "_OUT"})
-        for (const auto& kind : kinds) {
-            const test::Folder folder;
-            const std::string base = folder / "channel";
-            ASSERT_EQ(::mkfifo((folder / "other").c_str(), 0600), 0);
-            const int both = ::open((folder / "other").c_str(), O_RDWR | O_CLOEXEC);
-            ASSERT_EQ(::mkfifo((base + "_IN").c_str(), 0600), 0);
-            ASSERT_EQ(::mkfifo((base + "_OUT").c_str(), 0600), 0);
-            const int reader = ::open((base + "_IN").c_str(), O_RDWR | O_CLOEXEC);
-            ::unlink((base + end).c_str());
-            kind.place(base + end);
+    ASSERT_EQ(::mkfifo(folder_.at("other").c_str(), 0600), 0);
+    Peer peer(base_);
+    peer.open_in(O_RDWR).open_out(O_RDWR);
+    for (const std::string& path : {base_ + "_IN", base_ + "_OUT"}) {
+        for (const auto& place : places) {
+            ::unlink(path.c_str());
+            place(path);
             std::string answer = "untouched";
-            EXPECT_FALSE(channel_.NPSendMessage("x", answer, base, kCommandData)) << end << kind.name;
+            EXPECT_FALSE(send("x", answer)) << path << &place - places;
             EXPECT_EQ(answer, "untouched");
-            ::close(reader);
-            ::close(both);
         }
+        ::unlink(path.c_str());
+        ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+        peer.open_in(O_RDWR);
+    }
 }
 
 TEST_F(Client, PostsOnlyWhereSomebodyReads) {
@@ -205,13 +176,13 @@ TEST_F(Client, PostsOnlyWhereSomebodyReads) {
     });
     EXPECT_TRUE(test::wait_until([&] { return channel_.NPPostMessage(std::string("hi"), "", kUserData); }));
     server.join();
-    EXPECT_EQ(request, std::string("\xBA\x33\x78\xA9\x00\x01hi", 8));
+    EXPECT_EQ(request, test::kUserMarker + "hi");
     // A reader that never opens its other end holds a post up for a moment only.
-    const int reader = ::open((base_ + "_IN").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    Peer reader(base_);
+    reader.open_in(O_RDONLY | O_NONBLOCK);
     const auto start = Clock::now();
     EXPECT_TRUE(channel_.NPPostMessage(std::string("hi"), "", kUserData));
     EXPECT_LT(Clock::now() - start, 2s);
-    ::close(reader);
 }
 
 // A send on a thread of its own that can be abandoned.

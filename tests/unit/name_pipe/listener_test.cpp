@@ -12,10 +12,9 @@
 namespace {
 
 using namespace std::chrono_literals;
+using test::kMarker;
+using test::kUserMarker;
 using test::Peer;
-
-const std::string kMarker("\xC9\xBB\x29\xF9\x00\x01", 6);
-const std::string kUserMarker("\xBA\x33\x78\xA9\x00\x01", 6);
 
 std::atomic<bool> provider_held = false;
 std::atomic<int> provider_calls = 0;
@@ -53,8 +52,8 @@ class Listener : public testing::Test {
         return client.take_answer();
     }
 
-    test::Folder folder_;
-    std::string base_ = folder_ / "notify";
+    test::Sandbox folder_;
+    std::string base_ = folder_.at("notify");
     CNamePipeBase service_;
 };
 
@@ -153,24 +152,16 @@ TEST_F(Listener, ExitGivesUpOnAProviderThatWaits) {
 }
 
 TEST(ListenPipe, CreatesOpenFifosAndTouchesNothingElse) {
-    struct {
-        const char* end;
-        bool link;
-    } const cases[] = {{"_IN", false}, {"_IN", true}, {"_OUT", false}, {"_OUT", true}};
-    for (const auto& one : cases) {
-        const test::Folder folder;
-        const std::string base = folder / "notify";
-        test::put(folder / "target", "kept");
-        ::chmod((folder / "target").c_str(), 0600);
-        if (one.link)
-            ASSERT_EQ(::symlink("target", (base + one.end).c_str()), 0);
-        else
-            ASSERT_EQ(::rename((folder / "target").c_str(), (base + one.end).c_str()), 0);
+    for (const auto& [end, link] :
+         {std::pair("_IN", false), {"_IN", true}, {"_OUT", false}, {"_OUT", true}}) {
+        const test::Sandbox folder;
+        const std::string base = folder.at("notify");
+        folder.make_file(link ? "target" : std::string("notify") + end, "kept", 0600);
+        if (link)
+            folder.make_link(std::string("notify") + end, "target");
         EXPECT_FALSE(ListenPipeClient(base.c_str(), pipe_read_func, pipe_write_func, nullptr));
-        EXPECT_EQ(test::content(base + one.end), "kept");
-        struct stat status {};
-        ASSERT_EQ(::stat((base + one.end).c_str(), &status), 0);
-        EXPECT_EQ(status.st_mode & 0777U, 0600U);
+        EXPECT_EQ(test::content(base + end), "kept");
+        EXPECT_EQ(test::mode_of(std::filesystem::canonical(base + end)), 0600U);
     }
     EXPECT_FALSE(ListenPipeClient("/tmp/unused", nullptr, nullptr, nullptr));
 }
@@ -178,8 +169,8 @@ TEST(ListenPipe, CreatesOpenFifosAndTouchesNothingElse) {
 std::string one_way_message;
 
 TEST(ListenPipe, OneWayRemovesTheOtherEndAndBeatsTheMask) {
-    const test::Folder folder;
-    const std::string base = folder / "notify";
+    const test::Sandbox folder;
+    const std::string base = folder.at("notify");
     test::put(base + "_OUT", "in the way");
     const mode_t mask = ::umask(077);
     test::Background server([&] {
@@ -195,10 +186,8 @@ TEST(ListenPipe, OneWayRemovesTheOtherEndAndBeatsTheMask) {
     server.join();
     ::umask(mask);
     EXPECT_EQ(one_way_message, "\xC9\xBB\x29\xF9");
-    EXPECT_FALSE(std::filesystem::exists(base + "_OUT"));
-    struct stat status {};
-    ASSERT_EQ(::stat((base + "_IN").c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 0777U, 0777U);
+    EXPECT_FALSE(test::exists(base + "_OUT"));
+    EXPECT_EQ(test::mode_of(base + "_IN"), 0777U);
 }
 
 }  // namespace

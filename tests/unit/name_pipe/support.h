@@ -1,53 +1,21 @@
 #pragma once
-// What the tests of the channel share: a folder of their own, a wait for a condition, a peer with plain
-// blocking descriptors that plays the other end.
+// What the tests of the channel share: a peer with plain blocking descriptors that plays the other end.
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <string>
 #include <thread>
 #include <utility>
 
 #include "name_pipe/file_descriptor.h"
+#include "sandbox.h"
 
 namespace test {
-
-using namespace std::chrono_literals;
-using Clock = std::chrono::steady_clock;
-
-class Folder {
-  public:
-    Folder() {
-        std::string name = std::filesystem::temp_directory_path() / "relay-hub-XXXXXX";
-        path_ = ::mkdtemp(name.data());
-    }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-    ~Folder() { std::filesystem::remove_all(path_); }
-    [[nodiscard]] std::string operator/(const std::string& name) const { return path_ + "/" + name; }
-
-  private:
-    std::string path_;
-};
-
-template <typename Condition>
-bool wait_until(const Condition& condition, std::chrono::milliseconds limit = 5s) {
-    for (const auto end = Clock::now() + limit; Clock::now() < end; std::this_thread::sleep_for(1ms))
-        if (condition())
-            return true;
-    return condition();
-}
 
 // A thread that is waited for.
 class Background {
@@ -65,14 +33,8 @@ class Background {
     std::thread thread_;
 };
 
-inline std::string content(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-inline void put(const std::string& path, const std::string& text) {
-    std::ofstream(path) << text;
-}
+inline const std::string kMarker("\xC9\xBB\x29\xF9\x00\x01", 6);
+inline const std::string kUserMarker("\xBA\x33\x78\xA9\x00\x01", 6);
 
 inline std::string length_field(std::uint32_t length) {
     return {reinterpret_cast<const char*>(&length), sizeof length};
@@ -87,14 +49,8 @@ class Peer {
   public:
     explicit Peer(std::string base) : base_(std::move(base)) {}
 
-    Peer& open_in(int mode) {
-        in_.reset(::open((base_ + "_IN").c_str(), mode | O_CLOEXEC));
-        return *this;
-    }
-    Peer& open_out(int mode) {
-        out_.reset(::open((base_ + "_OUT").c_str(), mode | O_CLOEXEC));
-        return *this;
-    }
+    Peer& open_in(int mode) { return open(in_, "_IN", mode); }
+    Peer& open_out(int mode) { return open(out_, "_OUT", mode); }
     Peer& as_server() { return open_in(O_RDONLY).open_out(O_WRONLY); }
     Peer& as_client() { return open_in(O_WRONLY).open_out(O_RDONLY); }
     void close_in() { in_.reset(); }
@@ -102,16 +58,19 @@ class Peer {
 
     [[nodiscard]] std::string take_request() const { return take_frame(in_.get()); }
     [[nodiscard]] std::string take_answer() const { return take_frame(out_.get()); }
-    void request(const std::string& bytes) const {
-        (void)relay_hub::write_all(in_.get(), bytes.data(), bytes.size());
-    }
-    void answer(const std::string& bytes) const {
-        (void)relay_hub::write_all(out_.get(), bytes.data(), bytes.size());
-    }
+    void request(const std::string& bytes) const { send(in_.get(), bytes); }
+    void answer(const std::string& bytes) const { send(out_.get(), bytes); }
     void await_request() const { await(in_.get(), POLLIN); }
     void await_reader_gone() const { await(out_.get(), 0); }
 
   private:
+    Peer& open(relay_hub::FileDescriptor& end, const char* name, int mode) {
+        end.reset(::open((base_ + name).c_str(), mode | O_CLOEXEC));
+        return *this;
+    }
+    static void send(int fd, const std::string& bytes) {
+        (void)relay_hub::write_all(fd, bytes.data(), bytes.size());
+    }
     static void await(int fd, short events) {
         pollfd watch{fd, events, 0};
         (void)::poll(&watch, 1, 5000);

@@ -20,7 +20,7 @@
 namespace test {
 
 inline std::string command_body(const std::string& text) {
-    return std::string("\xC9\xBB\x29\xF9\x00\x01", 6) + text;
+    return kMarker + text;
 }
 
 inline double thread_seconds() {
@@ -35,8 +35,8 @@ class FakeEngine {
     using Serve = std::function<std::optional<std::string>(const std::string& request)>;
     // The front end's command channel leads to this engine for the engine's life.
     explicit FakeEngine(Serve serve)
-        : serve_(std::move(serve)), in_(served(folder_ / "c_IN")), out_(served(folder_ / "c_OUT")) {
-        relay_hub::set_command_pipe_for_tests(folder_ / "c");
+        : serve_(std::move(serve)), in_(served(folder_.at("c_IN"))), out_(served(folder_.at("c_OUT"))) {
+        relay_hub::set_command_pipe_for_tests(folder_.at("c"));
         thread_ = std::thread([this] { run(); });
     }
     FakeEngine(const FakeEngine&) = delete;
@@ -46,9 +46,17 @@ class FakeEngine {
         thread_.join();
         relay_hub::set_command_pipe_for_tests({});
     }
-    std::vector<std::string> frames() {
+    std::vector<std::string> frames() const {
         const std::lock_guard lock(mutex_);
         return frames_;
+    }
+    // The requests so far that hold the command, without their headers.
+    std::vector<std::string> requests(const std::string& command) const {
+        std::vector<std::string> found;
+        for (const std::string& one : frames())
+            if (one.find(command) != std::string::npos)
+                found.push_back(one.substr(10));
+        return found;
     }
 
   private:
@@ -73,12 +81,12 @@ class FakeEngine {
         }
     }
 
-    Folder folder_;
+    Sandbox folder_;
     Serve serve_;
     relay_hub::FileDescriptor in_;
     relay_hub::FileDescriptor out_;
     relay_hub::AbandonToken stop_;
-    std::mutex mutex_;
+    mutable std::mutex mutex_;
     std::vector<std::string> frames_;  // guarded by mutex_
     std::thread thread_;
 };
@@ -91,7 +99,7 @@ class Listener {
         CNamePipeBase::SetupParam(base_.c_str(), kAnswerSize, kAnswerSize);
         CNamePipeBase::SetServiceProvider(ServiceProvider);
         service_.ListenForService();
-        wait_until([this] { return std::filesystem::exists(base_ + "_OUT"); });
+        wait_until([this] { return exists(base_ + "_OUT"); });
     }
     Listener(const Listener&) = delete;
     Listener& operator=(const Listener&) = delete;
@@ -109,8 +117,8 @@ class Listener {
     }
 
   private:
-    Folder folder_;
-    std::string base_ = folder_ / "notify";
+    Sandbox folder_;
+    std::string base_ = folder_.at("notify");
     CNamePipeBase service_;
 };
 
