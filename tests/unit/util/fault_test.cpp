@@ -11,19 +11,19 @@
 
 namespace {
 
+using namespace test;
+using Failures = std::vector<__task_failure>;
+
 using util_test::Fault;
-using util_test::names_in;
-using util_test::read_text;
 using util_test::ShortTransfers;
-using util_test::write_text;
 
 class Faults : public util_test::Sandbox {
   protected:
     Faults() {
         make_folder("src");
         make_folder("dst");
-        write_text(at("src/file"), content_);
-        EXPECT_EQ(symlink("text", at("src/link").c_str()), 0);
+        make_file("src/file", content_);
+        make_link("src/link", "text");
         answers.answers = {REQUEST_YES};
     }
 
@@ -34,18 +34,17 @@ TEST_F(Faults, short_and_interrupted_transfers_change_nothing) {
     for (const std::size_t limit : {std::size_t{4096}, std::size_t{65537}}) {
         const ShortTransfers shorts(limit);
         EXPECT_TRUE(copy({at("src/file")}, at("dst")).empty());
-        EXPECT_EQ(read_text(at("dst/file")), content_);
+        EXPECT_EQ(content(at("dst/file")), content_);
     }
 }
 
 TEST_F(Faults, each_failing_call_leaves_the_old_state_and_is_told) {
-    struct Case {
+    const struct {
         const char* function;
         const char* source;
         bool replace;
         int skip;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"read", "file", false, 0},    {"read", "file", true, 0},    {"read", "file", true, 2},
         {"write", "file", false, 0},   {"write", "file", true, 0},   {"write", "file", true, 2},
         {"write", "file", false, 2},   {"close", "file", false, 0},  {"close", "file", true, 0},
@@ -53,24 +52,22 @@ TEST_F(Faults, each_failing_call_leaves_the_old_state_and_is_told) {
         {"symlink", "link", false, 0}, {"symlink", "link", true, 0}, {"rename", "link", true, 0},
         {"mkdir", "", false, 0},
     };
-    for (const Case& each : cases) {
+    for (const auto& each : cases) {
         SCOPED_TRACE(std::string(each.function) + " " + each.source + (each.replace ? " replaced" : " new"));
         const std::string dst = make_folder("dst");
         if (each.replace)
-            write_text(dst + "/" + each.source, "old", 0640);
+            put(dst + "/" + each.source, "old", 0640);
         const std::vector<std::string> before = names_in(dst);
         {
             const Fault fault(each.function, EIO, each.skip);
             const std::string source = *each.source == '\0' ? at("src") : at("src/") + each.source;
-            const std::vector<__task_failure> failures = copy({source}, dst);
+            const Failures failures = copy({source}, dst);
             EXPECT_GE(fault.hits(), 1);
             ASSERT_EQ(failures.size(), 1U);
             EXPECT_EQ(failures.front().reason, "Input/output error");
         }
         EXPECT_EQ(names_in(dst), before);
-        if (each.replace) {
-            EXPECT_EQ(read_text(dst + "/" + each.source), "old");
-        }
+        EXPECT_TRUE(!each.replace || content(dst + "/" + each.source) == "old");
         unlink((dst + "/" + each.source).c_str());
     }
 }
@@ -78,7 +75,7 @@ TEST_F(Faults, each_failing_call_leaves_the_old_state_and_is_told) {
 TEST_F(Faults, a_failed_sync_of_everything_blames_the_files_that_were_lost) {
     make_folder("src/many");
     for (int index = 0; index < 30; ++index)
-        write_text(at("src/many/" + std::to_string(index)), "x");
+        make_file("src/many/" + std::to_string(index), "x");
     {
         const Fault fault("syncfs", EIO);
         EXPECT_EQ(copy({at("src/many")}, at("dst")).front().path, at("dst/"));
@@ -95,17 +92,17 @@ TEST_F(Faults, a_full_disk_keeps_what_was_there) {
     const std::string small = make_folder("small");
     if (mount("tmpfs", small.c_str(), "tmpfs", 0, "size=1m") != 0)
         GTEST_SKIP() << "mounting is refused";
-    write_text(small + "/big", "old");
-    write_text(at("src/big"), std::string(2 << 20, 'x'));
-    std::vector<__task_failure> failures = copy({at("src/big"), at("src/file"), at("src/link")}, small);
+    put(small + "/big", "old");
+    make_file("src/big", std::string(2 << 20, 'x'));
+    Failures failures = copy({at("src/big"), at("src/file"), at("src/link")}, small);
     EXPECT_EQ(failures.size(), 1U);
-    EXPECT_EQ(read_text(small + "/big"), "old");
-    EXPECT_EQ(read_text(small + "/file"), content_);
+    EXPECT_EQ(content(small + "/big"), "old");
+    EXPECT_EQ(content(small + "/file"), content_);
     unlink((small + "/big").c_str());
     failures = copy({at("src/big")}, small);
     ASSERT_EQ(failures.size(), 1U);
     EXPECT_EQ(failures.front().reason, "No space left on device");
-    EXPECT_EQ(names_in(small), (std::vector<std::string>{"file", "link"}));
+    EXPECT_EQ(names_in(small), (Names{"file", "link"}));
     EXPECT_EQ(umount(small.c_str()), 0);
 }
 

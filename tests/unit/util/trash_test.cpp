@@ -13,10 +13,8 @@
 
 namespace {
 
-using util_test::exists;
-using util_test::names_in;
-using util_test::read_text;
-using util_test::write_text;
+using namespace test;
+using Failures = std::vector<__task_failure>;
 
 class Trash : public util_test::Sandbox {
   protected:
@@ -29,7 +27,7 @@ TEST_F(Trash, keeps_any_name_beside_a_byte_exact_info_file) {
     const std::string folder = make_folder("f");
     for (const std::string name : {"it's", "two words", "-rf", "a\nb", "\xff\xfe", "$(touch x)", "\"q\""}) {
         const std::string path = at("f/" + name);
-        write_text(path, "12345", 0640);
+        put(path, "12345", 0640);
         const timespec times[] = {{1, 0}, {0x5f000001, 0}};
         ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
         const std::time_t before = std::time(nullptr);
@@ -40,24 +38,24 @@ TEST_F(Trash, keeps_any_name_beside_a_byte_exact_info_file) {
         ASSERT_EQ(made.size(), 2U) << name;
         EXPECT_EQ(made[0].size(), 9U);
         EXPECT_EQ(made[1], made[0] + ".info");
-        EXPECT_EQ(read_text(trash() + "/" + made[0] + "/" + name), "12345");
+        EXPECT_EQ(content(trash() + "/" + made[0] + "/" + name), "12345");
         bool exact = false;
         for (std::time_t now = before; now <= std::time(nullptr); ++now) {
             char lines[64];
             std::snprintf(lines, sizeof lines, "\n%x\n5\n81a0\n5f000001\n", static_cast<unsigned>(now));
-            exact = exact || read_text(trash() + "/" + made[1]) == path + lines;
+            exact = exact || content(trash() + "/" + made[1]) == path + lines;
         }
-        EXPECT_TRUE(exact) << read_text(trash() + "/" + made[1]);
+        EXPECT_TRUE(exact) << content(trash() + "/" + made[1]);
         std::filesystem::remove_all(trash());
     }
 }
 
 TEST_F(Trash, is_private_and_takes_folders_and_links_whole) {
     make_folder("f/folder/in");
-    write_text(at("f/folder/in/x"), "x");
-    ASSERT_EQ(symlink("folder", at("f/link").c_str()), 0);
+    make_file("f/folder/in/x", "x");
+    make_link("f/link", "folder");
     EXPECT_TRUE(remove(at("f"), {"link", "folder"}).empty());
-    EXPECT_EQ(util_test::mode_of(trash()), 0700U);
+    EXPECT_EQ(mode_of(trash()), 0700U);
     EXPECT_TRUE(names_in(at("f")).empty());
     EXPECT_EQ(names_in(trash()).size(), 4U);
 }
@@ -75,9 +73,9 @@ TEST_F(Trash, a_name_clash_is_tried_again) {
 
 TEST_F(Trash, an_entry_that_does_not_move_stays_and_the_rest_goes) {
     const std::string folder = make_folder("f");
-    write_text(folder + "/x", "x");
+    put(folder + "/x", "x");
     // A folder that holds the trash cannot be moved into it.
-    const std::vector<__task_failure> failures =
+    const Failures failures =
         remove("/", {util_test::home().substr(1), at("f").substr(1) + "/none", at("f").substr(1) + "/x"});
     EXPECT_EQ(failures.size(), 2U);
     EXPECT_TRUE(exists(util_test::home()));
@@ -91,7 +89,7 @@ TEST_F(Trash, a_move_that_half_succeeded_keeps_the_only_copy) {
     if (mount("tmpfs", other.c_str(), "tmpfs", 0, "size=1m") != 0)
         GTEST_SKIP() << "mounting is refused";
     make_folder("other/f/busy");
-    write_text(other + "/f/a", "a");
+    put(other + "/f/a", "a");
     // Copied like everything else, but a mount point cannot be removed from where it was.
     ASSERT_EQ(mount("tmpfs", (other + "/f/busy").c_str(), "tmpfs", 0, "size=1m"), 0);
     EXPECT_EQ(remove(other, {"f"}).size(), 1U);
@@ -104,8 +102,8 @@ TEST_F(Trash, a_move_that_half_succeeded_keeps_the_only_copy) {
     ASSERT_EQ(mkdir(trash().c_str(), 0700), 0);
     ASSERT_EQ(mount("tmpfs", trash().c_str(), "tmpfs", 0, "size=64k"), 0);
     make_folder("big");
-    write_text(at("big/1"), "1");
-    write_text(at("big/2"), std::string(200000, '2'));
+    make_file("big/1", "1");
+    make_file("big/2", std::string(200000, '2'));
     EXPECT_EQ(remove(at(""), {"big"}).size(), 1U);
     EXPECT_EQ(names_in(at("big")).size(), 2U);
     EXPECT_TRUE(names_in(trash()).empty());
@@ -115,12 +113,12 @@ TEST_F(Trash, a_move_that_half_succeeded_keeps_the_only_copy) {
 
 TEST_F(Trash, a_missing_info_file_ends_the_job_with_its_reason) {
     const std::string folder = make_folder("f");
-    write_text(folder + "/x", "x");
-    write_text(folder + "/y", "y");
+    put(folder + "/x", "x");
+    put(folder + "/y", "y");
     const util_test::Fault fault("write", ENOSPC);
     EXPECT_EQ(remove(folder, {"x", "y"}).size(), 2U);
     EXPECT_EQ(g_s_nMsgCode, ENOSPC);
-    EXPECT_EQ(answers.job_errors, std::vector<std::string>{"No space left on device"});
+    EXPECT_EQ(answers.job_errors, Names{"No space left on device"});
     EXPECT_TRUE(exists(folder + "/y"));
 }
 
@@ -129,21 +127,21 @@ TEST_F(Trash, a_folder_without_search_permission_ends_the_job_with_the_last_text
         GTEST_SKIP() << "needs another user's folder";
     const std::string folder = make_folder("f");
     make_folder("f/closed", 0700);
-    write_text(folder + "/y", "y");
+    put(folder + "/y", "y");
     ASSERT_EQ(chmod(at("").c_str(), 0755), 0);
     g_s_cMessage = "earlier";
-    std::vector<__task_failure> failures;
+    Failures failures;
     {
         const util_test::OrdinaryUser user;
         failures = remove(folder, {"closed", "y"});
     }
     EXPECT_EQ(failures.size(), 2U);
-    EXPECT_EQ(answers.job_errors, std::vector<std::string>{"earlier"});
+    EXPECT_EQ(answers.job_errors, Names{"earlier"});
     EXPECT_TRUE(exists(folder + "/closed"));
 }
 
 TEST_F(Trash, a_cancelled_job_moves_nothing_more) {
-    write_text(at("x"), "x");
+    make_file("x", "x");
     volatile int state = TASK_CANCEL;
     EXPECT_TRUE(DeleteDirectory({at("x")}, nullptr, &state));
     EXPECT_TRUE(exists(at("x")));

@@ -1,34 +1,19 @@
 #pragma once
-// A folder of its own for each test, a private home folder for the whole run, and short words for files.
+// A sandbox for jobs: preset answers, and a private home folder for the whole run.
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <string>
 #include <vector>
 
+#include "sandbox.h"
 #include "util/file_op.h"
 #include "util/user_questions.h"
 
 namespace util_test {
 
 // The private home folder, set before GLib first looks at HOME.
-const std::string& home();
-
-void write_text(const std::string& path, const std::string& text, mode_t mode = 0644);
-std::string read_text(const std::string& path);  // "(none)" when it cannot be read
-struct stat record(const std::string& path);
-mode_t mode_of(const std::string& path);
-std::string link_text(const std::string& path);
-bool exists(const std::string& path);
-std::vector<std::string> names_in(const std::string& folder);  // sorted, hidden ones too
-// Waits until the predicate holds, 10 seconds at most.
-template <typename Predicate>
-bool wait_for(Predicate predicate) {
-    for (int attempt = 0; attempt < 10000 && !predicate(); ++attempt)
-        usleep(1000);
-    return predicate();
-}
+std::string home();
 
 // While it lives, a test run by root has the rights of an ordinary user.
 class OrdinaryUser {
@@ -55,23 +40,16 @@ class PresetAnswers : public relay_hub::UserQuestions {
     std::vector<std::string> job_errors;
 };
 
-class Sandbox : public testing::Test {
+class Sandbox : public testing::Test, public test::Sandbox {
   protected:
     Sandbox();
     ~Sandbox() override;
-
-    // A path below this test's folder.
-    [[nodiscard]] std::string at(const std::string& name) const { return folder_ + "/" + name; }
-    std::string make_folder(const std::string& name, mode_t mode = 0755) const;
 
     // Runs the copy job; returns its failures.
     std::vector<__task_failure> copy(const std::vector<std::string>& sources, const std::string& folder);
     std::vector<__task_failure> remove(const std::string& folder, const std::vector<std::string>& names);
 
     PresetAnswers answers;
-
-  private:
-    std::string folder_;
 };
 
 }  // namespace util_test
