@@ -39,34 +39,28 @@ class Copying : public EngineSandbox {
 
 TEST_F(Copying, ATreeWithModesTimesAndLinks) {
     const std::string big(3 * 1024 * 1024 + 17, 'b');
-    write(served_ + "/tree/big", big, 0600);
-    write(served_ + "/tree/sub/.hidden", "h", 0755);
-    write(served_ + "/tree/sub/empty", "");
-    write(served_ + "/outside", "o");
-    ASSERT_EQ(symlink("../outside", (served_ + "/tree/link").c_str()), 0);
-    ASSERT_EQ(symlink("/nowhere", (served_ + "/tree/dangling").c_str()), 0);
+    make_file("served/tree/big", big, 0600);
+    make_file("served/tree/sub/.hidden", "h", 0755);
+    make_file("served/tree/sub/empty", "");
+    make_file("served/outside", "o");
+    make_link("served/tree/link", "../outside");
+    make_link("served/tree/dangling", "/nowhere");
     const timespec times[2] = {{1'600'000'001, 5}, {1'600'000'002, 123'456'789}};
     for (const char* path : {"/tree/big", "/tree/sub"})
         ASSERT_EQ(utimensat(AT_FDCWD, (served_ + path).c_str(), times, 0), 0);
     ASSERT_EQ(chmod((served_ + "/tree/sub").c_str(), 0550), 0);
 
     EXPECT_TRUE(run({"tree"}).failures().empty());
-    EXPECT_EQ(read(mine_ + "/tree/big"), big);
-    EXPECT_EQ(names(mine_ + "/tree/sub"), (std::vector<std::string>{".hidden", "empty"}));
+    EXPECT_EQ(content(mine_ + "/tree/big"), big);
+    EXPECT_EQ(names_in(mine_ + "/tree/sub"), (Names{".hidden", "empty"}));
     EXPECT_EQ(std::filesystem::read_symlink(mine_ + "/tree/link"), "../outside");
     EXPECT_EQ(std::filesystem::read_symlink(mine_ + "/tree/dangling"), "/nowhere");
-    const struct {
-        const char* path;
-        mode_t mode;
-    } modes[] = {{"/tree/big", 0600}, {"/tree/sub", 0550}, {"/tree/sub/.hidden", 0755}};
-    for (const auto& item : modes) {
-        struct stat status {};
-        ASSERT_EQ(stat((mine_ + item.path).c_str(), &status), 0);
-        EXPECT_EQ(status.st_mode & 07777U, item.mode) << item.path;
-        if (std::string(item.path) != "/tree/sub/.hidden") {
-            EXPECT_EQ(status.st_mtim.tv_sec, 1'600'000'002) << item.path;
-            EXPECT_EQ(status.st_mtim.tv_nsec, 123'456'789) << item.path;
-        }
+    EXPECT_EQ(mode_of(mine_ + "/tree/sub/.hidden"), 0755U);
+    for (const auto& [path, mode] : {std::pair("/tree/big", 0600U), {"/tree/sub", 0550U}}) {
+        const struct stat status = record(mine_ + path);
+        EXPECT_EQ(status.st_mode & 07777U, mode) << path;
+        EXPECT_EQ(status.st_mtim.tv_sec, 1'600'000'002) << path;
+        EXPECT_EQ(status.st_mtim.tv_nsec, 123'456'789) << path;
     }
     ASSERT_FALSE(front_end_.reports.empty());
     EXPECT_EQ(front_end_.reports.front().total, big.size() + 1);
@@ -74,126 +68,104 @@ TEST_F(Copying, ATreeWithModesTimesAndLinks) {
     EXPECT_EQ(chmod((served_ + "/tree/sub").c_str(), 0755), 0);
 }
 
-TEST_F(Copying, MoreFilesThanOneFlush) {
-    std::vector<std::string> expected;
-    for (int i = 0; i < 300; ++i) {
-        expected.push_back("file " + std::to_string(i));
-        write(served_ + "/many/" + expected.back(), expected.back());
-    }
-    EXPECT_TRUE(run({"many"}).failures().empty());
-    for (const std::string& name : expected)
-        ASSERT_EQ(read(mine_ + "/many/" + name), name);
-    EXPECT_EQ(names(mine_ + "/many").size(), expected.size());
-}
-
-struct ClashCase {
-    std::vector<Answer> answers;
-    std::size_t questions;
-    const char* contents;  // of a, b and c afterwards
-};
-
 TEST_F(Copying, EachAnswerToAClash) {
-    const ClashCase cases[] = {
+    const struct {
+        std::vector<Answer> answers;
+        std::size_t questions;
+        const char* contents;  // of a, b and c afterwards
+    } cases[] = {
         {{Answer::kYes, Answer::kYes, Answer::kYes}, 3, "NNN"},
         {{Answer::kNo, Answer::kYes, Answer::kNo}, 3, "oNo"},
         {{Answer::kNo, Answer::kReplaceAll}, 2, "oNN"},
         {{Answer::kYes, Answer::kCancel}, 2, "Noo"},
         {{}, 1, "ooo"},  // nobody answers
     };
-    for (const ClashCase& item : cases) {
+    for (const auto& item : cases) {
         for (const char* name : {"a", "b", "c"}) {
-            write(served_ + "/" + name, "N");
-            write(mine_ + "/" + name, "o");
+            put(served_ + "/" + name, "N");
+            put(mine_ + "/" + name, "o");
         }
         front_end_.questions.clear();
         front_end_.answers = item.answers;
         EXPECT_TRUE(run({"a", "b", "c"}).failures().empty());
         EXPECT_EQ(front_end_.questions.size(), item.questions);
-        EXPECT_EQ(read(mine_ + "/a") + read(mine_ + "/b") + read(mine_ + "/c"), item.contents);
-        EXPECT_EQ(names(mine_).size(), 3U);
+        EXPECT_EQ(content(mine_ + "/a") + content(mine_ + "/b") + content(mine_ + "/c"), item.contents);
+        EXPECT_EQ(names_in(mine_).size(), 3U);
     }
     EXPECT_NE(front_end_.questions.front().find(mine_ + "/a"), std::string::npos);
 }
 
 TEST_F(Copying, FoldersMergeAndReplacedLinksAreNotFollowed) {
-    write(served_ + "/tree/new", "n");
-    write(served_ + "/tree/victim", "v");
-    write(mine_ + "/tree/old", "o");
-    write(top_ + "/precious", "p");
-    ASSERT_EQ(symlink((top_ + "/precious").c_str(), (mine_ + "/tree/victim").c_str()), 0);
+    make_file("served/tree/new", "n");
+    make_file("served/tree/victim", "v");
+    make_file("mine/tree/old", "o");
+    make_file("precious", "p");
+    make_link("mine/tree/victim", at("precious"));
     front_end_.answers = {Answer::kYes};
     EXPECT_TRUE(run({"tree"}).failures().empty());
     EXPECT_EQ(front_end_.questions.size(), 1U);
-    EXPECT_EQ(names(mine_ + "/tree"), (std::vector<std::string>{"new", "old", "victim"}));
-    EXPECT_EQ(read(mine_ + "/tree/victim"), "v");
-    EXPECT_EQ(read(top_ + "/precious"), "p");
+    EXPECT_EQ(names_in(mine_ + "/tree"), (Names{"new", "old", "victim"}));
+    EXPECT_EQ(content(mine_ + "/tree/victim"), "v");
+    EXPECT_EQ(content(at("precious")), "p");
 }
 
 TEST_F(Copying, TwoSourcesOfOneNameAreAClash) {
-    write(served_ + "/1/a", "1");
-    write(served_ + "/2/a", "2");
+    make_file("served/1/a", "1");
+    make_file("served/2/a", "2");
     front_end_.answers = {Answer::kNo};
     run({"1/a", "2/a"});
     EXPECT_EQ(front_end_.questions.size(), 1U);
-    EXPECT_EQ(read(mine_ + "/a"), "1");
+    EXPECT_EQ(content(mine_ + "/a"), "1");
 }
 
 TEST_F(Copying, FailuresAreCollectedAndTheRestGoesOn) {
-    write(served_ + "/file", "f");
-    write(mine_ + "/file/inner", "i");
-    write(served_ + "/folder/x", "x");
-    write(mine_ + "/folder", "i am a file");
-    write(served_ + "/" + kBadName, "b");
-    write(served_ + "/good", "g");
+    make_file("served/file", "f");
+    make_file("mine/file/inner", "i");
+    make_file("served/folder/x", "x");
+    make_file("mine/folder", "i am a file");
+    put(served_ + "/" + kBadName, "b");
+    make_file("served/good", "g");
     ASSERT_EQ(mkfifo((served_ + "/pipe").c_str(), 0600), 0);
     EXPECT_TRUE(run({"file", "folder", kBadName, "pipe", "missing", "good"}).anything_done());
-    EXPECT_EQ(failed_items(), (std::vector<std::string>{"/file", "/folder", std::string("/") + kBadName,
-                                                        "/pipe", "/missing"}));
-    EXPECT_EQ(read(mine_ + "/good"), "g");
-    EXPECT_EQ(read(mine_ + "/folder"), "i am a file");
+    EXPECT_EQ(failed_items(), (Names{"/file", "/folder", std::string("/") + kBadName, "/pipe", "/missing"}));
+    EXPECT_EQ(content(mine_ + "/good"), "g");
+    EXPECT_EQ(content(mine_ + "/folder"), "i am a file");
     EXPECT_TRUE(front_end_.questions.empty());
 }
 
 TEST_F(Copying, NothingOntoOrIntoItself) {
-    write(served_ + "/tree/sub/file", "f");
+    make_file("served/tree/sub/file", "f");
     mine_ = served_;
     run({"tree"}, "tree/sub");
     run({"tree"});
-    EXPECT_EQ(failed_items(), std::vector<std::string>{"/tree"});
+    EXPECT_EQ(failed_items(), Names{"/tree"});
     run({"tree/sub/file"}, "tree/sub");
-    EXPECT_EQ(failed_items(), std::vector<std::string>{"/tree/sub/file"});
-    ASSERT_EQ(link((served_ + "/tree/sub/file").c_str(), (top_ + "/mine/file").c_str()), 0);
-    mine_ = top_ + "/mine";
+    EXPECT_EQ(failed_items(), Names{"/tree/sub/file"});
+    ASSERT_EQ(link((served_ + "/tree/sub/file").c_str(), (at("mine/file")).c_str()), 0);
+    mine_ = at("mine");
     run({"tree/sub/file"});
-    EXPECT_EQ(failed_items(), std::vector<std::string>{"/tree/sub/file"});
-    EXPECT_EQ(names(served_ + "/tree/sub"), std::vector<std::string>{"file"});
-    EXPECT_EQ(read(served_ + "/tree/sub/file"), "f");
+    EXPECT_EQ(failed_items(), Names{"/tree/sub/file"});
+    EXPECT_EQ(names_in(served_ + "/tree/sub"), Names{"file"});
+    EXPECT_EQ(content(served_ + "/tree/sub/file"), "f");
     EXPECT_TRUE(front_end_.questions.empty());
 }
 
 TEST_F(Copying, CancelInsideABigFileLeavesNoHalfFile) {
-    write(served_ + "/1 small", "s");
+    make_file("served/1 small", "s");
     // Sparse, so that it would take long to copy and none to make.
-    write(served_ + "/2 big", "");
+    make_file("served/2 big", "");
     ASSERT_EQ(truncate((served_ + "/2 big").c_str(), 64LL << 30U), 0);
-    write(mine_ + "/2 big", "old");
+    make_file("mine/2 big", "old");
     front_end_.answers = {Answer::kYes};
     front_end_.is_cancelled = [this] { return front_end_.polls > 3; };
     const auto start = std::chrono::steady_clock::now();
     EXPECT_TRUE(run({"1 small", "2 big"}).failures().empty());
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
-    EXPECT_EQ(names(mine_), (std::vector<std::string>{"1 small", "2 big"}));
-    EXPECT_EQ(read(mine_ + "/2 big"), "old");
+    EXPECT_EQ(names_in(mine_), (Names{"1 small", "2 big"}));
+    EXPECT_EQ(content(mine_ + "/2 big"), "old");
     EXPECT_EQ(front_end_.polls, 4);
     EXPECT_GE(front_end_.reports.size(), 2U);
     EXPECT_LE(front_end_.reports.size(), 6U);
-}
-
-TEST_F(Copying, LeftOversOfTheTargetFolderGo) {
-    write(served_ + "/a", "a");
-    write(mine_ + "/.relay-hub-0123456789abcdef.part", "half");
-    run({"a"});
-    EXPECT_EQ(names(mine_), std::vector<std::string>{"a"});
 }
 
 TEST(FailureSummary, NamesTheFirstAndCountsTheRest) {

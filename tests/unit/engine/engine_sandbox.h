@@ -1,71 +1,33 @@
 #pragma once
-// A folder of its own for each test, and a front end with preset answers.
+// A served folder and one of this machine for each test, and a front end with preset answers.
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <string>
 #include <vector>
 
 #include "engine/folder_file_system.h"
 #include "engine/front_end.h"
+#include "sandbox.h"
 
 namespace relay_hub::engine {
 
-class EngineSandbox : public testing::Test {
+using namespace test;
+
+class EngineSandbox : public testing::Test, protected test::Sandbox {
   protected:
     EngineSandbox() {
-        std::string name = std::filesystem::temp_directory_path() / "engine-test-XXXXXX";
-        top_ = mkdtemp(name.data());
-        served_ = top_ + "/served";
-        mine_ = top_ + "/mine";
-        std::filesystem::create_directories(served_);
-        std::filesystem::create_directories(mine_);
         remote_ = FolderFileSystem::open(served_, Reach::kBeneath);
         local_ = FolderFileSystem::open("/", Reach::kWholeMachine);
-    }
-    ~EngineSandbox() override {
-        std::error_code ignored;
-        std::filesystem::remove_all(top_, ignored);
-    }
-
-    static void write(const std::string& path, const std::string& content, mode_t mode = 0644) {
-        std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-        std::ofstream(path, std::ios::binary) << content;
-        ASSERT_EQ(chmod(path.c_str(), mode), 0);
-    }
-    static std::string read(const std::string& path) {
-        std::ifstream file(path, std::ios::binary);
-        if (!file)
-            return "(missing)";
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-    static bool exists(const std::string& path) {
-        struct stat status {};
-        return lstat(path.c_str(), &status) == 0;
-    }
-    // Names in folder, hidden ones too, sorted.
-    static std::vector<std::string> names(const std::string& folder) {
-        std::vector<std::string> found;
-        for (const auto& item : std::filesystem::directory_iterator(folder))
-            found.push_back(item.path().filename());
-        std::sort(found.begin(), found.end());
-        return found;
     }
     // The path inside the local tree.
     [[nodiscard]] std::string mine(const std::string& name = "") const {
         return (mine_ + (name.empty() ? "" : "/" + name)).substr(1);
     }
 
-    std::string top_;
-    std::string served_;
-    std::string mine_;
+    std::string served_ = make_folder("served");
+    std::string mine_ = make_folder("mine");
     std::unique_ptr<FolderFileSystem> remote_;
     std::unique_ptr<FolderFileSystem> local_;
 };

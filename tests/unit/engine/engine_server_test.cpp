@@ -3,69 +3,23 @@
 #include <poll.h>
 #include <sys/ioctl.h>
 
-#include <array>
 #include <atomic>
 #include <csignal>
 #include <thread>
 
 #include "engine_sandbox.h"
 #include "name_pipe/name_pipe_base.h"
+#include "unit/name_pipe/support.h"
 
 namespace relay_hub::engine {
 namespace {
-
-using std::chrono::steady_clock;
 
 constexpr char kHeartbeat[] = "<ZEVMSG><NP_Cmd>NP_Cmd_Check_For_Heartbeat</NP_Cmd></ZEVMSG>";
 constexpr char kAlive[] = "<ZEVMSG><NP_Server_Is_Live>Y</NP_Server_Is_Live></ZEVMSG>";
 constexpr char kListRoot[] = "<ZEVMSG><NP_Cmd>NP_Cmd_Get_File_List</NP_Cmd><TG>C:\\</TG></ZEVMSG>";
 
-std::string frame(const std::string& text) {
-    const std::string body = std::string(kCommandMarker) + text;
-    const auto length = static_cast<std::uint32_t>(body.size());
-    return std::string(reinterpret_cast<const char*>(&length), sizeof length) + body;
-}
-
-// A client that opens its ends as the protocol describes it: blocking, requests first.
-class PlainClient {
-  public:
-    explicit PlainClient(const std::string& base)
-        : in_(open((base + "_IN").c_str(), O_WRONLY | O_CLOEXEC)),
-          out_(open((base + "_OUT").c_str(), O_RDONLY | O_CLOEXEC)) {}
-    bool send(const std::string& bytes) { return write_all(in_.get(), bytes.data(), bytes.size()) == 0; }
-    std::string receive() {
-        std::uint32_t length = 0;
-        if (read_all(&length, sizeof length) != sizeof length)
-            return "(nothing)";
-        std::string text(length, '\0');
-        text.resize(read_all(text.data(), length));
-        return text;
-    }
-
-  private:
-    std::size_t read_all(void* data, std::size_t size) {
-        std::size_t done = 0;
-        while (done < size) {
-            const ssize_t count = ::read(out_.get(), static_cast<char*>(data) + done, size - done);
-            if (count <= 0)
-                break;
-            done += static_cast<std::size_t>(count);
-        }
-        return done;
-    }
-    FileDescriptor in_;
-    FileDescriptor out_;
-};
-
-// Whether it came true within five seconds.
-bool wait_for(const std::function<bool()>& condition) {
-    const auto limit = steady_clock::now() + std::chrono::seconds(5);
-    bool holds = condition();
-    while (!holds && steady_clock::now() < limit) {
-        std::this_thread::yield();
-        holds = condition();
-    }
-    return holds;
+std::string command(const std::string& text) {
+    return frame(kMarker + text);
 }
 
 class Serving : public EngineSandbox {
@@ -89,8 +43,14 @@ class Serving : public EngineSandbox {
         server_.reset();
     }
 
-    std::string base_ = top_ + "/command";
-    std::string notify_ = top_ + "/notify";
+    std::string ask(const std::string& bytes) {
+        Peer client(base_);
+        client.as_client().request(bytes);
+        return client.take_answer();
+    }
+
+    std::string base_ = at("command");
+    std::string notify_ = at("notify");
     StopEvent stop_;
     LinkState state_;
     FrontEndLink front_end_{notify_, stop_, state_};
@@ -101,13 +61,14 @@ class Serving : public EngineSandbox {
 
 TEST_F(Serving, PlainAndFrontEndClients) {
     for (int i = 0; i < 500; ++i)
-        write(served_ + "/a file with a rather long name " + std::to_string(i), "");
+        put(served_ + "/a file with a rather long name " + std::to_string(i), "");
     start(Milliseconds(0), 5000);
     {
-        PlainClient plain(base_);
-        for (const char byte : frame(kHeartbeat))
-            ASSERT_TRUE(plain.send(std::string(1, byte)));
-        EXPECT_EQ(plain.receive(), kAlive);
+        Peer plain(base_);
+        plain.as_client();
+        for (const char byte : command(kHeartbeat))
+            plain.request({byte});
+        EXPECT_EQ(plain.take_answer(), kAlive);
     }
 
     CNamePipeBase client(base_, kPipeBufferSize, kPipeBufferSize);
@@ -116,17 +77,17 @@ TEST_F(Serving, PlainAndFrontEndClients) {
     EXPECT_GT(answer.size(), 100000U);
     EXPECT_TRUE(answer.ends_with("</Line></ZEVMSG>"));
     // A post does not wait for the engine to be through with the round before.
-    EXPECT_TRUE(wait_for([&] {
+    EXPECT_TRUE(wait_until([&] {
         return client.NPPostMessage("<ZEVMSG><NP_Cmd>NP_Cmd_Exit_Link_Engine</NP_Cmd></ZEVMSG>", "",
                                     kCommandData);
     }));
-    EXPECT_TRUE(wait_for([&] { return server_->ended(); }));
+    EXPECT_TRUE(wait_until([&] { return server_->ended(); }));
     EXPECT_TRUE(stop_.raised());
 }
 
 TEST_F(Serving, ClientsThatMisbehaveCostOneRound) {
     start();
-    const std::string request = frame(kHeartbeat);
+    const std::string request = command(kHeartbeat);
     const std::string bad[] = {"",
                                "\x10",
                                request.substr(0, 20),
@@ -134,16 +95,11 @@ TEST_F(Serving, ClientsThatMisbehaveCostOneRound) {
                                std::string("\6\0\0\0", 4) + "abcdef",
                                std::string("\xff\xff\xff\xff", 4)};
     for (const std::string& bytes : bad) {
-        {
-            PlainClient client(base_);
-            ASSERT_TRUE(client.send(bytes));
-        }
+        Peer(base_).as_client().request(bytes);
         // What follows at once may still be taken for the rest of a broken frame, but nothing after that.
         std::string answer;
-        for (int attempt = 0; attempt < 2 && answer != kAlive; ++attempt) {
-            PlainClient client(base_);
-            answer = client.send(request) ? client.receive() : "(refused)";
-        }
+        for (int attempt = 0; attempt < 2 && answer != kAlive; ++attempt)
+            answer = ask(request);
         EXPECT_EQ(answer, kAlive) << bytes.size();
     }
 }
@@ -151,18 +107,16 @@ TEST_F(Serving, ClientsThatMisbehaveCostOneRound) {
 TEST_F(Serving, TheNextClientNeverGetsAnAnswerThatWasGivenUp) {
     start(Milliseconds(60000));
     {
-        PlainClient client(base_);
-        ASSERT_TRUE(client.send(frame(kListRoot)));
+        Peer client(base_);
+        client.as_client().request(command(kListRoot));
         // Leaves once the engine has taken the request.
         const FileDescriptor in(open((base_ + "_IN").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-        EXPECT_TRUE(wait_for([&] {
+        EXPECT_TRUE(wait_until([&] {
             int queued = 1;
             return ioctl(in.get(), FIONREAD, &queued) == 0 && queued == 0;
         }));
     }
-    PlainClient client(base_);
-    ASSERT_TRUE(client.send(frame(kHeartbeat)));
-    EXPECT_EQ(client.receive(), kAlive);
+    EXPECT_EQ(ask(command(kHeartbeat)), kAlive);
 }
 
 TEST_F(Serving, PipesLeftBehindAreReusedAndOthersRefused) {
@@ -175,20 +129,21 @@ TEST_F(Serving, PipesLeftBehindAreReusedAndOthersRefused) {
         EngineServer server({base_}, *handlers_, front_end_, stop_);
         EXPECT_TRUE(server.create_pipes(why)) << why;
     }
-    write(top_ + "/victim", "v");
-    ASSERT_EQ(symlink((top_ + "/victim").c_str(), (base_ + "_IN").c_str()), 0);
+    make_file("victim", "v");
+    make_link("command_IN", at("victim"));
     EngineServer server({base_}, *handlers_, front_end_, stop_);
     EXPECT_FALSE(server.create_pipes(why));
     EXPECT_NE(why.find("command_IN"), std::string::npos);
-    EXPECT_EQ(read(top_ + "/victim"), "v");
+    EXPECT_EQ(content(at("victim")), "v");
 }
 
 TEST_F(Serving, StopEndsEveryWait) {
     start();
-    PlainClient silent(base_);
-    const auto begin = steady_clock::now();
+    Peer silent(base_);
+    silent.as_client();
+    const auto begin = Clock::now();
     stop();
-    EXPECT_LT(steady_clock::now() - begin, std::chrono::seconds(2));
+    EXPECT_LT(Clock::now() - begin, 2s);
 }
 
 // The real listener of the front end with a preset way to answer.
@@ -207,7 +162,7 @@ class CallingBack : public Serving {
         CNamePipeBase::SetupParam(notify_.c_str(), kPipeBufferSize, kPipeBufferSize);
         CNamePipeBase::SetServiceProvider(provide);
         ASSERT_TRUE(listener_.ListenForService());
-        ASSERT_TRUE(wait_for([this] { return exists(notify_ + "_OUT"); }));
+        ASSERT_TRUE(wait_until([this] { return exists(notify_ + "_OUT"); }));
     }
     ~CallingBack() override { listener_.ExitListenService(); }
 
@@ -241,7 +196,7 @@ TEST_F(CallingBack, AnswersOfAPaddedFrame) {
 
     // In a row, as fast as can be: none is lost.
     for (int i = 0; i < 100; ++i)
-        front_end_.progress({"C:\\a & b", std::chrono::seconds(3661), 7, 9});
+        front_end_.progress({"C:\\a & b", 3661s, 7, 9});
     EXPECT_EQ(calls, 109);
     EXPECT_EQ(last_message,
               "<ZEVMSG><NP_Cmd>NP_Cmd_Copy_Progress_Status_Notify</NP_Cmd>"
@@ -254,7 +209,7 @@ TEST_F(CallingBack, AnswersOfAPaddedFrame) {
 }
 
 TEST_F(CallingBack, WithoutAFrontEndNothingIsReplacedAndNothingHangs) {
-    const auto begin = steady_clock::now();
+    const auto begin = Clock::now();
     EXPECT_EQ(front_end_.confirm("?"), Answer::kCancel);
     EXPECT_FALSE(front_end_.cancelled());
     front_end_.message("nobody hears");
@@ -263,7 +218,7 @@ TEST_F(CallingBack, WithoutAFrontEndNothingIsReplacedAndNothingHangs) {
         ASSERT_EQ(mkfifo((notify_ + end).c_str(), 0777), 0);
     EXPECT_EQ(front_end_.confirm("?"), Answer::kCancel);
     EXPECT_FALSE(front_end_.tell_remote_is_offline());
-    EXPECT_LT(steady_clock::now() - begin, std::chrono::seconds(8));
+    EXPECT_LT(Clock::now() - begin, 8s);
 }
 
 TEST_F(CallingBack, AQuestionEndsWithItsReason) {
@@ -281,29 +236,27 @@ TEST_F(CallingBack, AQuestionEndsWithItsReason) {
             EXPECT_EQ(front_end_.confirm("?"), Answer::kCancel) << item.what;
             answered = true;
         });
-        FileDescriptor in(open((notify_ + "_IN").c_str(), O_RDONLY | O_CLOEXEC));
-        FileDescriptor out(open((notify_ + "_OUT").c_str(), O_WRONLY | O_CLOEXEC));
-        std::array<char, 4> header{};
-        EXPECT_EQ(::read(in.get(), header.data(), header.size()), 4);
+        Peer listener(notify_);
+        listener.as_server().await_request();
         EXPECT_FALSE(answered);
-        in.reset();
+        listener.close_in();
         item.end();
         if (state_.remote_online && !stop_.raised())
-            out.reset();
+            listener.close_out();
         asking.join();
         state_.remote_online = true;
     }
 }
 
 TEST_F(CallingBack, AKilledFrontEndLeavesTheEngineReady) {
-    write(served_ + "/big", "");
+    make_file("served/big", "");
     ASSERT_EQ(truncate((served_ + "/big").c_str(), 64LL << 30U), 0);
     start();
     {
-        PlainClient client(base_);
-        (void)client.send(frame("<ZEVMSG><NP_Cmd>NP_Cmd_Remote_to_Local</NP_Cmd><T8><Line><T9>" + mine_ +
-                                "</T9><TA>C:\\big</TA></Line></T8></ZEVMSG>"));
-        EXPECT_TRUE(wait_for([this] { return !names(mine_).empty(); }));
+        Peer client(base_);
+        client.as_client().request(command("<ZEVMSG><NP_Cmd>NP_Cmd_Remote_to_Local</NP_Cmd><T8><Line><T9>" +
+                                           mine_ + "</T9><TA>C:\\big</TA></Line></T8></ZEVMSG>"));
+        EXPECT_TRUE(wait_until([this] { return !names_in(mine_).empty(); }));
     }
     // Who listens at once hears that the engine is through, and no answer.
     FileDescriptor early(open((base_ + "_OUT").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
@@ -311,10 +264,8 @@ TEST_F(CallingBack, AKilledFrontEndLeavesTheEngineReady) {
     EXPECT_EQ(poll(&heard, 1, 5000), 1);
     EXPECT_EQ(heard.revents, POLLHUP);
     early.reset();
-    PlainClient client(base_);
-    ASSERT_TRUE(client.send(frame(kHeartbeat)));
-    EXPECT_EQ(client.receive(), kAlive);
-    EXPECT_TRUE(names(mine_).empty());
+    EXPECT_EQ(ask(command(kHeartbeat)), kAlive);
+    EXPECT_TRUE(names_in(mine_).empty());
 }
 
 }  // namespace

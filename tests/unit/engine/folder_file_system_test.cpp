@@ -12,13 +12,13 @@ namespace {
 class FolderFiles : public EngineSandbox {};
 
 TEST_F(FolderFiles, NoPathLeavesTheTree) {
-    write(mine_ + "/secret", "x");
-    write(served_ + "/inside/file", "y");
-    ASSERT_EQ(symlink("/", (served_ + "/root").c_str()), 0);
-    ASSERT_EQ(symlink("../mine", (served_ + "/up").c_str()), 0);
-    ASSERT_EQ(symlink((mine_ + "/secret").c_str(), (served_ + "/secret").c_str()), 0);
-    ASSERT_EQ(symlink("inside", (served_ + "/door").c_str()), 0);
-    ASSERT_EQ(symlink("door/../..", (served_ + "/sneaky").c_str()), 0);
+    make_file("mine/secret", "x");
+    make_file("served/inside/file", "y");
+    make_link("served/root", "/");
+    make_link("served/up", "../mine");
+    make_link("served/secret", mine_ + "/secret");
+    make_link("served/door", "inside");
+    make_link("served/sneaky", "door/../..");
     for (const char* path : {"root", "up", "..", "inside/../..", "sneaky", "root/etc", "up/secret"}) {
         std::vector<Entry> entries;
         std::unique_ptr<FileSource> source;
@@ -32,7 +32,7 @@ TEST_F(FolderFiles, NoPathLeavesTheTree) {
     }
     std::unique_ptr<FileSource> source;
     EXPECT_NE(remote_->open_source("secret", source), 0);
-    EXPECT_EQ(names(mine_), std::vector<std::string>{"secret"});
+    EXPECT_EQ(names_in(mine_), Names{"secret"});
 
     std::vector<Entry> entries;
     EXPECT_EQ(remote_->list("door", entries), 0);
@@ -52,47 +52,47 @@ TEST_F(FolderFiles, ATreeDeeperThanOnePathCanTell) {
     EXPECT_EQ(remote_->stat(path, entry), 0);
     std::string failed;
     EXPECT_EQ(remote_->remove(std::string(200, 'd'), EntryKind::kFolder, failed), 0);
-    EXPECT_TRUE(names(served_).empty());
+    EXPECT_TRUE(names_in(served_).empty());
 }
 
 TEST_F(FolderFiles, RenameNeverOverwrites) {
-    write(served_ + "/a", "a");
-    write(served_ + "/b", "b");
+    make_file("served/a", "a");
+    make_file("served/b", "b");
     EXPECT_EQ(remote_->rename("a", "b"), EEXIST);
-    EXPECT_EQ(read(served_ + "/b"), "b");
+    EXPECT_EQ(content(served_ + "/b"), "b");
     EXPECT_EQ(remote_->rename("a", "c"), 0);
-    EXPECT_EQ(names(served_), (std::vector<std::string>{"b", "c"}));
+    EXPECT_EQ(names_in(served_), (Names{"b", "c"}));
     EXPECT_EQ(remote_->rename("", "d"), EBUSY);
 }
 
 TEST_F(FolderFiles, RemoveSparesWhatLinksLeadTo) {
-    write(mine_ + "/kept", "x");
-    write(served_ + "/folder/sub/file", "y");
-    ASSERT_EQ(symlink(mine_.c_str(), (served_ + "/folder/link").c_str()), 0);
+    make_file("mine/kept", "x");
+    make_file("served/folder/sub/file", "y");
+    make_link("served/folder/link", mine_);
     std::string failed;
     EXPECT_EQ(remote_->remove("folder", EntryKind::kFile, failed), EISDIR);
     EXPECT_EQ(remote_->remove("folder/sub/file", EntryKind::kFolder, failed), ENOTDIR);
     EXPECT_EQ(remote_->remove("folder", EntryKind::kFolder, failed), 0);
-    EXPECT_TRUE(names(served_).empty());
+    EXPECT_TRUE(names_in(served_).empty());
     EXPECT_TRUE(exists(mine_ + "/kept"));
 }
 
 TEST_F(FolderFiles, TrashKeepsEveryItemWithItsOrigin) {
     const std::string trash = served_ + "/.Trash-" + std::to_string(geteuid());
-    write(trash + "/files/a b.2", "already there, without a note");
+    put(trash + "/files/a b.2", "already there, without a note");
     for (const char* content : {"1", "2", "3"}) {
-        write(served_ + "/sub/a b", content);
+        make_file("served/sub/a b", content);
         ASSERT_EQ(remote_->move_to_trash("sub/a b"), 0);
     }
-    EXPECT_EQ(read(trash + "/files/a b"), "1");
-    EXPECT_EQ(read(trash + "/files/a b.3"), "2");
-    EXPECT_EQ(read(trash + "/files/a b.4"), "3");
+    EXPECT_EQ(content(trash + "/files/a b"), "1");
+    EXPECT_EQ(content(trash + "/files/a b.3"), "2");
+    EXPECT_EQ(content(trash + "/files/a b.4"), "3");
     EXPECT_TRUE(
-        read(trash + "/info/a b.trashinfo").starts_with("[Trash Info]\nPath=sub/a%20b\nDeletionDate=2"));
+        content(trash + "/info/a b.trashinfo").starts_with("[Trash Info]\nPath=sub/a%20b\nDeletionDate=2"));
     EXPECT_FALSE(exists(trash + "/info/a b.2.trashinfo"));
     EXPECT_EQ(remote_->move_to_trash("sub/missing"), ENOENT);
     EXPECT_EQ(remote_->move_to_trash(".Trash-" + std::to_string(geteuid()) + "/files/a b"), EINVAL);
-    EXPECT_EQ(names(trash + "/info").size(), 3U);
+    EXPECT_EQ(names_in(trash + "/info").size(), 3U);
 }
 
 TEST_F(FolderFiles, SweepTakesOnlyLeftOversOfDeadRuns) {
@@ -101,29 +101,29 @@ TEST_F(FolderFiles, SweepTakesOnlyLeftOversOfDeadRuns) {
     const std::string dead_windows = ".relay-hub-abcdEFGH.part";
     for (const std::string& name :
          {dead, dead_windows, live, std::string(".relay-hub-012345.part"), std::string("part")})
-        write(served_ + "/" + name, "x");
+        put(served_ + "/" + name, "x");
     const FileDescriptor writer(open((served_ + "/" + live).c_str(), O_RDWR | O_CLOEXEC));
     ASSERT_EQ(flock(writer.get(), LOCK_EX), 0);
     remote_->sweep("");
-    EXPECT_EQ(names(served_), (std::vector<std::string>{".relay-hub-012345.part", live, "part"}));
+    EXPECT_EQ(names_in(served_), (Names{".relay-hub-012345.part", live, "part"}));
 }
 
 TEST_F(FolderFiles, AnUncommittedFileLeavesNothing) {
     std::unique_ptr<FileSink> sink;
     ASSERT_EQ(remote_->open_sink("a", false, sink), 0);
     ASSERT_EQ(sink->write("x", 1), 0);
-    EXPECT_EQ(names(served_).size(), 1U);
+    EXPECT_EQ(names_in(served_).size(), 1U);
     sink.reset();
-    EXPECT_TRUE(names(served_).empty());
+    EXPECT_TRUE(names_in(served_).empty());
 
     // One that appeared meanwhile is not overwritten.
     ASSERT_EQ(remote_->open_sink("a", false, sink), 0);
-    write(served_ + "/a", "other");
+    make_file("served/a", "other");
     std::vector<std::unique_ptr<FileSink>> sinks;
     sinks.push_back(std::move(sink));
     EXPECT_EQ(remote_->commit(sinks), std::vector<int>{EEXIST});
-    EXPECT_EQ(read(served_ + "/a"), "other");
-    EXPECT_EQ(names(served_).size(), 1U);
+    EXPECT_EQ(content(served_ + "/a"), "other");
+    EXPECT_EQ(names_in(served_).size(), 1U);
 }
 
 }  // namespace

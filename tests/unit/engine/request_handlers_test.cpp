@@ -74,7 +74,7 @@ TEST_F(Handling, StatusPlacesAndDrives) {
 
 TEST_F(Handling, AListInNaturalOrderWithoutWhatCannotBeTold) {
     for (const char* name : {"file 10", "file 9", "a&b", ".hidden", "bad\xff", "back\\slash", "new\nline"})
-        write(served_ + "/d/" + name, std::string(1536, 'x'));
+        put(served_ + "/d/" + name, std::string(1536, 'x'));
     std::filesystem::create_directory(served_ + "/d/folder");
     const timespec times[2] = {{1'600'000'001, 0}, {1'600'000'002, 0}};
     ASSERT_EQ(utimensat(AT_FDCWD, (served_ + "/d/a&b").c_str(), times, 0), 0);
@@ -88,7 +88,7 @@ TEST_F(Handling, AListInNaturalOrderWithoutWhatCannotBeTold) {
     std::vector<std::string> told;
     for (std::size_t at = answer.find("<TA>"); at != std::string::npos; at = answer.find("<TA>", at + 1))
         told.push_back(answer.substr(at + 4, answer.find('<', at + 4) - at - 4));
-    EXPECT_EQ(told, (std::vector<std::string>{"a&amp;b", "file 9", "file 10", "folder"}));
+    EXPECT_EQ(told, (Names{"a&amp;b", "file 9", "file 10", "folder"}));
     EXPECT_NE(answer.find("<TH>1</TH>", answer.find("<TA>folder</TA>")), std::string::npos);
 
     EXPECT_EQ(ask(message("NP_Cmd_Get_File_List", field("TG", "C:\\none"))),
@@ -98,8 +98,8 @@ TEST_F(Handling, AListInNaturalOrderWithoutWhatCannotBeTold) {
 }
 
 TEST_F(Handling, ChangesInTheTree) {
-    write(served_ + "/taken", "t");
-    write(served_ + "/old 🎉", "o");
+    make_file("served/taken", "t");
+    make_file("served/old 🎉", "o");
     const struct {
         std::string fields;
         const char* command;
@@ -124,17 +124,17 @@ TEST_F(Handling, ChangesInTheTree) {
     for (const auto& item : cases)
         EXPECT_EQ(ask(message(item.command, item.fields)),
                   item.reason != nullptr ? failure_text(item.reason) : kDone);
-    EXPECT_EQ(read(served_ + "/.Trash-" + std::to_string(geteuid()) + "/files/moved 😀"), "o");
-    EXPECT_TRUE(names(served_ + "/new").empty());
+    EXPECT_EQ(content(served_ + "/.Trash-" + std::to_string(geteuid()) + "/files/moved 😀"), "o");
+    EXPECT_TRUE(names_in(served_ + "/new").empty());
 }
 
 TEST_F(Handling, CopiesBothWays) {
-    write(served_ + "/a/file", "down");
-    write(mine_ + "/b/日本", "up");
+    make_file("served/a/file", "down");
+    make_file("mine/b/日本", "up");
     EXPECT_EQ(ask(message("NP_Cmd_Remote_to_Local", field("T8", record(mine_, "C:\\a")))), kDone);
-    EXPECT_EQ(read(mine_ + "/a/file"), "down");
+    EXPECT_EQ(content(mine_ + "/a/file"), "down");
     EXPECT_EQ(ask(message("NP_Cmd_Local_To_Remote", field("T8", record(mine_ + "/b", "C:\\a")))), kDone);
-    EXPECT_EQ(read(served_ + "/a/b/日本"), "up");
+    EXPECT_EQ(content(served_ + "/a/b/日本"), "up");
     EXPECT_EQ(front_end_.reports.front().item, "C:\\a");
 
     // Something worked: the failures come in one box. Nothing did: they are the answer's reason.
@@ -142,7 +142,7 @@ TEST_F(Handling, CopiesBothWays) {
                           field("T8", record(mine_ + "/none", "C:\\") + record(mine_ + "/b", "C:\\")))),
               kDone);
     const std::string summary = "1 item could not be copied:\n" + mine_ + "/none: No such file or directory";
-    EXPECT_EQ(front_end_.messages, std::vector<std::string>{summary});
+    EXPECT_EQ(front_end_.messages, Names{summary});
     EXPECT_EQ(ask(message("NP_Cmd_Local_To_Remote", field("T8", record(mine_ + "/none", "C:\\")))),
               failure_text(summary));
     EXPECT_EQ(front_end_.messages.size(), 1U);
@@ -150,7 +150,7 @@ TEST_F(Handling, CopiesBothWays) {
     front_end_.is_cancelled = [this] { return !(state_.remote_online = false); };
     EXPECT_EQ(ask(message("NP_Cmd_Remote_to_Local", field("T8", record(mine_ + "/b", "C:\\a")))),
               failure_text("The remote computer went offline before everything was copied."));
-    EXPECT_EQ(names(mine_ + "/b"), std::vector<std::string>{"日本"});
+    EXPECT_EQ(names_in(mine_ + "/b"), Names{"日本"});
 }
 
 TEST_F(Handling, AListNeverOutgrowsTheFrontEndsBuffer) {
