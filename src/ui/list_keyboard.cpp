@@ -102,10 +102,22 @@ const Key* find_key(const GdkEventKey* event) {
     return key != nullptr ? key : find_key(first_layout_value(event), modifiers);
 }
 
+// A new listing takes the cursor away, and without one the toolkit ignores the arrow keys. Taking the focus
+// anew puts it on the first row.
+void ensure_cursor(GtkWidget* tree_view) {
+    GtkTreePath* path = nullptr;
+    gtk_tree_view_get_cursor(GTK_TREE_VIEW(tree_view), &path, nullptr);
+    if (path == nullptr)
+        gtk_widget_grab_focus(tree_view);
+    else
+        gtk_tree_path_free(path);
+}
+
 }  // namespace
 
 gboolean on_treeview_1_key_press_event(GtkWidget* tree_view, GdkEventKey* event, gpointer) {
     std::puts(__func__);
+    ensure_cursor(tree_view);
     const Key* key = find_key(event);
     return key != nullptr && key->action(tree_view) ? TRUE : FALSE;
 }

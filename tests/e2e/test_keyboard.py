@@ -1,0 +1,120 @@
+"""Everything without a mouse, and a spoken name for whatever can have the focus."""
+import os
+import unittest
+
+from desktop import LOCAL, REMOTE, Atspi, DesktopTest, children, find, main, wait_for
+
+STATES = Atspi.StateType
+
+
+def focusable(node):
+    """Showing widgets that can have the focus; the cells of tables are left out, they hold the user's names."""
+    states = node.get_state_set()
+    if states.contains(STATES.FOCUSABLE) and states.contains(STATES.SHOWING):
+        yield node
+    if node.get_role_name() != "table":
+        for child in children(node):
+            yield from focusable(child)
+
+
+class Keyboard(DesktopTest):
+    def keys(self, *names):
+        for name in names:
+            self.desktop.xdo("key", name)
+
+    def focused(self, side):
+        return self.desktop.table(side).get_state_set().contains(STATES.FOCUSED)
+
+    def answer(self, title, text=None):
+        """Types into the dialog, if there is anything to type, and confirms it with Return."""
+        box = self.desktop.wait_dialog(title)
+        wait_for(lambda: box.get_state_set().contains(STATES.ACTIVE), what=f"the dialog {title} to be active")
+        if text:
+            self.keys("ctrl+a")
+            self.desktop.xdo("type", "--delay", "5", text)
+        self.keys("Return")
+        wait_for(lambda: not self.desktop.dialog(title), what=f"the end of the dialog {title}")
+        self.desktop.wait_quiet()
+
+    def rows_are(self, side, *names):
+        wait_for(lambda: set(self.desktop.rows(side)) - {".."} == set(names), what=f"the rows {names}")
+
+    def selected(self, side):
+        names = self.desktop.rows(side)
+        return [names[row] for row in self.desktop.table(side).get_table_iface().get_selected_rows()]
+
+    def go_to(self, side, name):
+        """Down the list, row by row, until the row is reached."""
+        wait_for(lambda: self.desktop.frame().get_state_set().contains(STATES.ACTIVE), what="the keyboard in the window")
+        if not self.selected(side):
+            self.keys("ctrl+space")  # the row of the cursor
+            wait_for(lambda: self.selected(side), what="a selected row")
+        first = self.desktop.rows(side)[:1]
+        if self.selected(side) != first:
+            self.keys("Home")
+            wait_for(lambda: self.selected(side) == first, what="the first row")
+        while self.selected(side) != [name]:
+            before = self.selected(side)
+            self.keys("Down")
+            wait_for(lambda: self.selected(side) != before, 3, what=f"the way from {before} to {name}")
+
+    def enter_list(self, side):
+        for _ in range(10):
+            if not self.focused(side):
+                self.keys("Tab")
+        wait_for(lambda: self.focused(side), what=f"the focus in the list of {side}")
+
+    def test_a_day_without_a_mouse(self):
+        d = self.desktop
+        os.mkdir(os.path.join(d.home, "mine"))
+        os.mkdir(os.path.join(d.remote, "theirs"))
+        with open(os.path.join(d.home, "mine", "note.txt"), "w") as file:
+            file.write("from here")
+        d.start()  # the remote pane shows its desktop, the folder itself here
+
+        self.enter_list(LOCAL)
+        for side in (REMOTE, LOCAL):
+            self.keys("Tab")
+            wait_for(lambda: self.focused(side), what=f"the focus in the list of {side}")
+        self.go_to(LOCAL, "mine")
+        self.keys("Return")
+        wait_for(lambda: d.folder(LOCAL) == os.path.join(d.home, "mine"), what="the folder mine")
+        self.keys("BackSpace")
+        wait_for(lambda: d.folder(LOCAL) == d.home, what="the parent folder")
+
+        self.keys("ctrl+shift+n")
+        self.answer("Create New Folder", "fresh")
+        self.rows_are(LOCAL, "fresh", "mine")
+        self.go_to(LOCAL, "fresh")
+        self.keys("F2")
+        self.answer("Rename", "renamed")
+        self.rows_are(LOCAL, "mine", "renamed")
+
+        self.go_to(LOCAL, "mine")
+        self.keys("ctrl+c", "Tab", "ctrl+v")
+        self.rows_are(REMOTE, "mine", "theirs")
+        d.wait_quiet()
+        self.go_to(REMOTE, "theirs")
+        self.keys("ctrl+c", "Tab", "ctrl+v")
+        self.rows_are(LOCAL, "mine", "renamed", "theirs")
+        d.wait_quiet()
+
+        self.go_to(LOCAL, "theirs")
+        self.keys("Delete")
+        self.answer("Confirmation")
+        self.rows_are(LOCAL, "mine", "renamed", "Trash")
+        self.keys("ctrl+a", "shift+F10")
+        wait_for(lambda: d.menu_item("Delete"), what="the menu")
+        self.keys("Escape")
+        wait_for(lambda: not d.menu_item("Delete"), what="the end of the menu")
+        self.enter_list(REMOTE)
+        self.go_to(REMOTE, "mine")
+        self.keys("Delete")
+        self.answer("Confirmation")
+        self.rows_are(REMOTE, "theirs")
+        self.assertTrue(os.path.exists(os.path.join(d.home, "mine", "note.txt")))
+        self.assertEqual(d.close(), 0)
+
+
+if __name__ == "__main__":
+    main()
