@@ -134,6 +134,7 @@ void name_side_for_assistance(const __single* side, const char* pane) {
     name_for_assistance(side->path_entry, translated("IDS_A11Y_PATH"), pane);
     name_for_assistance(side->go_button, translated("IDS_OK"), pane);
     name_for_assistance(side->drive_combo, translated("IDS_A11Y_DRIVES"), pane);
+    name_for_assistance(side->scroller, translated("IDS_A11Y_FILES"), pane);
     name_for_assistance(side->tree_view, translated("IDS_A11Y_FILES"), pane);
 }
 
@@ -209,6 +210,7 @@ UI* new_window() {
     ui->main_window = new_top_level();
     ui->paned = gtk_hpaned_new();
     gtk_paned_set_position(GTK_PANED(ui->paned), kDivider);
+    name_for_assistance(ui->paned, translated("IDS_A11Y_DIVIDER"), kTitle);
     new_sub(&sub[0], 1);
     ui->left_side = &sub[0];
     new_sub(&sub[1], 0);

@@ -115,6 +115,40 @@ class Keyboard(DesktopTest):
         self.assertTrue(os.path.exists(os.path.join(d.home, "mine", "note.txt")))
         self.assertEqual(d.close(), 0)
 
+    def check_names(self, place, top):
+        unnamed = [node.get_role_name() for node in focusable(top) if not node.get_name().strip()]
+        self.assertEqual(unnamed, [], place)
+
+    def test_spoken_names(self):
+        d = self.desktop
+        for name in ("Desktop", "Documents"):
+            os.mkdir(os.path.join(d.remote, name))
+        for folder in (d.home, os.path.join(d.remote, "Desktop")):
+            with open(os.path.join(folder, "note.txt"), "w") as file:
+                file.write("x" * len(folder))
+        d.start()
+        self.check_names("window", d.frame())
+        for side, count in ((LOCAL, 2), (REMOTE, 3)):
+            entries = list(children(find(find(d.side(side), "combo box"), "menu", showing=False)))
+            self.assertEqual(len(entries), count)
+            for entry in entries:
+                self.assertNotRegex(entry.get_name(), "^(gtk-.*)?$")
+        openings = [lambda: d.menu(LOCAL, "New Folder"), lambda: d.menu(LOCAL, "Rename", "note.txt"),
+                    lambda: d.menu(LOCAL, "Delete", "note.txt"), lambda: d.menu(LOCAL, "About Relay Hub"),
+                    lambda: d.type_path(LOCAL, "/nowhere"), lambda: d.copy(LOCAL, ["note.txt"], REMOTE)]
+        for number, open_it in enumerate(openings):
+            open_it()
+            d.wait_dialog()
+            for box in children(d.app):  # the overwrite question stands before the progress
+                self.check_names(f"opening {number}: {box.get_name()}", box)
+            d.click(wait_for(self.way_out, what="a button that closes the dialog"))
+            d.wait_quiet()
+
+    def way_out(self):
+        buttons = (find(self.desktop.dialog("Confirmation") or self.desktop.dialog(), "push button", name)
+                   for name in ("Cancel", "Close", "OK"))
+        return next(filter(None, buttons), None)
+
 
 if __name__ == "__main__":
     main()
