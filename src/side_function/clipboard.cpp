@@ -68,7 +68,10 @@ void forget_offer() {
     clipboard_action = kNothingOffered;
 }
 
+// Null for a target that is not offered: some programs answer any target with what they have.
 SelectionPtr wait_for(const char* target) {
+    if (!gtk_clipboard_wait_is_target_available(desktop_clipboard(), atom(target)))
+        return nullptr;
     return SelectionPtr(gtk_clipboard_wait_for_contents(desktop_clipboard(), atom(target)));
 }
 

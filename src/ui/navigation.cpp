@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <vector>
 
 #include "link_engine/command_runner.h"
 #include "name_pipe/abandon.h"
@@ -241,8 +242,10 @@ void reload_remote_folder() {
         return;
     }
     const BusyDialog busy;
+    const std::vector<std::string> selected = get_selected_to_glist(side->tree_view);
     clean_tree_view(side->tree_view);
-    right_treeview_load_file(main_window(), folder);
+    if (right_treeview_load_file(main_window(), folder) == 0 && selected.size() == 1)
+        select_row_by_name(side->tree_view, selected.front());
 }
 
 void sort_by_name(const __single* side) {

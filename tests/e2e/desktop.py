@@ -197,6 +197,13 @@ class Desktop:
         return [cells.get_accessible_at(row, 0).get_name() or self.cell_text(cells.get_accessible_at(row, 0))
                 for row in range(cells.get_n_rows())]
 
+    def selected(self, side):
+        names = self.rows(side)
+        return [names[row] for row in self.table(side).get_table_iface().get_selected_rows()]
+
+    def has_focus(self, side):
+        return self.table(side).get_state_set().contains(Atspi.StateType.FOCUSED)
+
     @staticmethod
     def cell_text(cell):
         return next((child.get_name() for child in children(cell) if child.get_name()), "")
@@ -208,6 +215,10 @@ class Desktop:
                 if node.get_state_set().contains(Atspi.StateType.SHOWING):
                     return node
         return None
+
+    def error_box(self):
+        return next((node for node in children(self.app) if node.get_role_name() == "alert" and
+                     node.get_state_set().contains(Atspi.StateType.SHOWING)), None)
 
     def dialog_texts(self, dialog):
         texts = []
@@ -311,6 +322,20 @@ class Desktop:
         wait_for(lambda: self.folder(side) == text, what=f"{text} in the path entry")
         self.xdo("key", "Return")
 
+    def drag(self, start, end, seen):
+        """Drags from one point to another; lets go once seen() has counted two answers of the target more."""
+        before = seen()
+        self.xdo("mousemove", *start, "mousedown", 1, "mousemove", start[0] + 20, start[1] + 4)
+        step = iter(range(10000))
+
+        def answered():
+            self.xdo("mousemove", end[0] + next(step) % 2, end[1])
+            return seen() >= before + 2
+        try:
+            wait_for(answered, what="the drop's target")
+        finally:
+            self.xdo("mouseup", 1)
+
     def copy(self, source, names, target, answer=None):
         """Copies rows of one pane into the other; answers the overwrite question once with a button."""
         self.select(source, *names)
@@ -318,11 +343,6 @@ class Desktop:
         self.menu(target, "Paste")
         if answer:
             self.press(self.wait_dialog("Confirmation"), answer)
-
-    def paste_done(self, limit=60):
-        """Waits until the paste that was just asked for has run to its end."""
-        wait_for(lambda: self.output().count("close dialog!") > self.pastes_seen, limit, what="the end of the copy")
-        self.wait_quiet()
 
 
 class DesktopTest(unittest.TestCase):
