@@ -49,11 +49,13 @@ bool enter_chosen_locale() {
     const bool kept = lang != nullptr && std::strcmp(lang, chosen) == 0;
     if (!kept)
         (void)::setenv("LANG", chosen, 1);
-    if (!names_would_be_utf8()) {
-        // The C library's own locale converts names, LANGUAGE picks the texts.
+    // LANG alone picks the texts: a list of languages or a category that names one without a catalogue would
+    // leave bare ids.
+    (void)::setenv("LANGUAGE", std::string(chosen, std::strcspn(chosen, ".")).c_str(), 1);
+    (void)::unsetenv("LC_MESSAGES");
+    // The C library's own locale converts names where the chosen one is not installed.
+    if (!names_would_be_utf8())
         (void)::setenv("LC_ALL", "C.UTF-8", 1);
-        (void)::setenv("LANGUAGE", std::string(chosen, std::strcspn(chosen, ".")).c_str(), 1);
-    }
     (void)gtk_set_locale();
     return kept;
 }
