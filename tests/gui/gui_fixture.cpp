@@ -1,10 +1,8 @@
 #include "gui/gui_fixture.h"
 
-#include <fstream>
 #include <utility>
 
 #include "tree_view_op/file_list_view.h"
-#include "util/glib_owners.h"
 
 namespace gui_test {
 namespace {
@@ -26,6 +24,16 @@ void search_below(GtkWidget* widget, gpointer data) {
 
 gboolean keep_turning(gpointer) {
     return G_SOURCE_CONTINUE;
+}
+
+GtkWidget* find_toplevel(const std::function<bool(GtkWindow*)>& matches) {
+    GtkWidget* found = nullptr;
+    GList* windows = gtk_window_list_toplevels();
+    for (const GList* node = windows; node != nullptr && found == nullptr; node = node->next)
+        if (gtk_widget_get_visible(GTK_WIDGET(node->data)) && matches(GTK_WINDOW(node->data)))
+            found = GTK_WIDGET(node->data);
+    g_list_free(windows);
+    return found;
 }
 
 std::string button_label(GtkWidget* button) {
@@ -53,15 +61,22 @@ void run_pending() {
 }
 
 GtkWidget* find_window(const std::string& title) {
-    GtkWidget* found = nullptr;
-    GList* windows = gtk_window_list_toplevels();
-    for (const GList* node = windows; node != nullptr && found == nullptr; node = node->next) {
-        const char* its_title = gtk_window_get_title(GTK_WINDOW(node->data));
-        if (gtk_widget_get_visible(GTK_WIDGET(node->data)) && its_title != nullptr && title == its_title)
-            found = GTK_WIDGET(node->data);
-    }
-    g_list_free(windows);
-    return found;
+    return find_toplevel([&](GtkWindow* window) {
+        const char* its_title = gtk_window_get_title(window);
+        return its_title != nullptr && title == its_title;
+    });
+}
+
+GtkWidget* find_window_with(const std::string& text) {
+    return find_toplevel(
+        [&](GtkWindow* window) { return label_texts(GTK_WIDGET(window)).find(text) != std::string::npos; });
+}
+
+void close_as_the_window_manager(GtkWidget* window) {
+    GdkEvent* event = gdk_event_new(GDK_DELETE);
+    event->any.window = GDK_WINDOW(g_object_ref(gtk_widget_get_window(window)));
+    gtk_main_do_event(event);
+    gdk_event_free(event);
 }
 
 GtkWidget* find_widget(GtkWidget* root, const std::function<bool(GtkWidget*)>& matches) {
@@ -139,9 +154,8 @@ PaneList::~PaneList() {
     g_object_unref(store_);
 }
 
-std::vector<std::string> PaneList::texts(int column) const {
-    std::vector<std::string> found;
-    GtkTreeModel* model = GTK_TREE_MODEL(store_);
+Names column_texts(GtkTreeModel* model, int column) {
+    Names found;
     GtkTreeIter iter;
     for (gboolean more = gtk_tree_model_get_iter_first(model, &iter); more;
          more = gtk_tree_model_iter_next(model, &iter))
@@ -149,38 +163,14 @@ std::vector<std::string> PaneList::texts(int column) const {
     return found;
 }
 
-void PaneList::select(const std::vector<int>& rows) {
-    GtkTreeSelection* selection = gtk_tree_view_get_selection(GTK_TREE_VIEW(view_));
+void select_rows(GtkWidget* view, const std::vector<int>& rows) {
+    GtkTreeSelection* selection = gtk_tree_view_get_selection(GTK_TREE_VIEW(view));
     gtk_tree_selection_unselect_all(selection);
     for (const int row : rows) {
         GtkTreePath* path = gtk_tree_path_new_from_indices(row, -1);
         gtk_tree_selection_select_path(selection, path);
         gtk_tree_path_free(path);
     }
-}
-
-Sandbox::Sandbox() {
-    const relay_hub::GText made(g_dir_make_tmp("relay-hub-gui-XXXXXX", nullptr));
-    root_ = made.get();
-}
-
-Sandbox::~Sandbox() {
-    std::error_code ignored;
-    std::filesystem::remove_all(root_, ignored);
-}
-
-std::string Sandbox::path(const std::string& name) const {
-    return name.empty() ? root_.string() : (root_ / name).string();
-}
-
-std::string Sandbox::make_file(const std::string& name, const std::string& content) const {
-    std::ofstream(path(name)) << content;
-    return path(name);
-}
-
-std::string Sandbox::make_folder(const std::string& name) const {
-    std::filesystem::create_directory(path(name));
-    return path(name);
 }
 
 }  // namespace gui_test

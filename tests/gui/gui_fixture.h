@@ -4,12 +4,16 @@
 #include <gtk/gtk.h>
 
 #include <chrono>
-#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
 
+#include "sandbox.h"
+
 namespace gui_test {
+
+using test::Names;
+using test::Sandbox;
 
 inline constexpr std::chrono::milliseconds kLimit{10000};
 
@@ -18,8 +22,9 @@ bool run_until(const std::function<bool()>& done, std::chrono::milliseconds limi
 // Serves what is waiting now.
 void run_pending();
 
-// The visible toplevel with that title, or null.
+// The visible toplevel with that title, or with that text in one of its labels; null when there is none.
 GtkWidget* find_window(const std::string& title);
+GtkWidget* find_window_with(const std::string& text);
 // The first visible widget below root for which matches() holds, or null.
 GtkWidget* find_widget(GtkWidget* root, const std::function<bool(GtkWidget*)>& matches);
 GtkWidget* find_button(GtkWidget* root, const std::string& label);
@@ -28,6 +33,12 @@ GtkWidget* find_entry(GtkWidget* root);
 std::string label_texts(GtkWidget* root);
 // A key press and release as the window would deliver it.
 bool press_key(GtkWidget* widget, guint key, guint modifiers = 0);
+
+// What a window manager's close button does.
+void close_as_the_window_manager(GtkWidget* window);
+// A list's texts of one column from top to bottom.
+Names column_texts(GtkTreeModel* model, int column);
+void select_rows(GtkWidget* view, const std::vector<int>& rows);
 
 // Does step as soon as ready() holds while somebody else turns the main loop: how a test answers a modal
 // dialog. The destructor calls it off; check done().
@@ -56,29 +67,13 @@ class PaneList {
     ~PaneList();
     [[nodiscard]] GtkWidget* view() const { return view_; }
     [[nodiscard]] GtkListStore* store() const { return store_; }
-    // Column texts from top to bottom.
-    [[nodiscard]] std::vector<std::string> texts(int column) const;
-    void select(const std::vector<int>& rows);
+    [[nodiscard]] Names texts(int column) const { return column_texts(GTK_TREE_MODEL(store_), column); }
+    void select(const std::vector<int>& rows) const { select_rows(view_, rows); }
 
   private:
     GtkWidget* window_;
     GtkWidget* view_;
     GtkListStore* store_;
-};
-
-// A folder of its own for each test, removed at the end.
-class Sandbox {
-  public:
-    Sandbox();
-    Sandbox(const Sandbox&) = delete;
-    Sandbox& operator=(const Sandbox&) = delete;
-    ~Sandbox();
-    [[nodiscard]] std::string path(const std::string& name = "") const;
-    std::string make_file(const std::string& name, const std::string& content = "") const;
-    std::string make_folder(const std::string& name) const;
-
-  private:
-    std::filesystem::path root_;
 };
 
 }  // namespace gui_test

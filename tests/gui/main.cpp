@@ -1,12 +1,14 @@
 #include <gmock/gmock.h>
 #include <gtk/gtk.h>
 
+#include <csignal>
 #include <cstdio>
 
 #include "ui/base/window_thread.h"
 
 int main(int argc, char** argv) {
     testing::InitGoogleMock(&argc, argv);
+    (void)std::signal(SIGPIPE, SIG_IGN);
     gdk_threads_init();
     const bool has_display = gtk_init_check(&argc, &argv) != FALSE;
     if (!has_display && !testing::GTEST_FLAG(list_tests)) {

@@ -1,31 +1,19 @@
 #include "gui/pane_fixture.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <csignal>
 #include <cstdlib>
 
 #include "link_engine/request_builders.h"
 #include "link_engine/transfer_state.h"
 #include "side_function/copy_source.h"
 #include "tree_view_op/file_list_view.h"
-#include "unit/name_pipe/support.h"
 
 namespace gui_test {
 namespace {
 
-constexpr std::size_t kMarkerSize = 6;
-
 // The toolkit asks for the home directory once; what the tests move into the trash must not reach the user's.
-class TestHome {
-  public:
-    TestHome() { ::setenv("HOME", folder_.path().c_str(), 1); }
-
-  private:
-    Sandbox folder_;
+struct TestHome {
+    TestHome() { ::setenv("HOME", folder.at().c_str(), 1); }
+    const Sandbox folder;
 };
 const TestHome home;
 
@@ -38,10 +26,10 @@ void fill_side(__single& side, GtkWidget* tree_view) {
     g_object_unref(store);
 }
 
-std::string joined(const std::vector<std::string>& texts) {
+std::string joined(const Names& texts) {
     std::string all;
     for (const std::string& text : texts)
-        all += all.empty() ? text : " " + text;
+        all += (all.empty() ? "" : " ") + text;
     return all;
 }
 
@@ -56,18 +44,6 @@ std::string message(const std::string& fields) {
 std::string line(const std::string& name, const std::string& kind, const std::string& size) {
     return "<Line><TA>" + name + "</TA><TY>" + size + "</TY><TZ2>" + size +
            " B</TZ2><TO>100</TO><TR>200</TR><TU>300" + "</TU><TH>" + kind + "</TH></Line>";
-}
-
-GtkWidget* find_window_with(const std::string& text) {
-    GtkWidget* found = nullptr;
-    GList* windows = gtk_window_list_toplevels();
-    for (const GList* node = windows; node != nullptr; node = node->next) {
-        GtkWidget* window = GTK_WIDGET(node->data);
-        if (gtk_widget_get_visible(window) && label_texts(window).find(text) != std::string::npos)
-            found = window;
-    }
-    g_list_free(windows);
-    return found;
 }
 
 NameGiven::NameGiven(const std::string& title, const std::string& name)
@@ -99,47 +75,6 @@ std::string Drop::text() {
     return {reinterpret_cast<const char*>(selection_.data), static_cast<std::size_t>(selection_.length)};
 }
 
-FakeEngine::FakeEngine(Script script) : script_(std::move(script)) {
-    std::signal(SIGPIPE, SIG_IGN);
-    ::mkfifo((base_ + "_IN").c_str(), 0600);
-    ::mkfifo((base_ + "_OUT").c_str(), 0600);
-    relay_hub::set_command_pipe_for_tests(base_);
-    thread_ = std::thread([this] { serve(); });
-}
-
-FakeEngine::~FakeEngine() {
-    stopping_ = true;
-    // An empty frame, so that the waiting thread looks up.
-    const int in = ::open((base_ + "_IN").c_str(), O_RDWR | O_CLOEXEC);
-    EXPECT_EQ(::write(in, "\0\0\0\0", 4), 4);
-    thread_.join();
-    ::close(in);
-    relay_hub::set_command_pipe_for_tests("");
-}
-
-std::vector<std::string> FakeEngine::requests(const std::string& command) const {
-    const std::lock_guard lock(mutex_);
-    std::vector<std::string> found;
-    std::copy_if(requests_.begin(), requests_.end(), std::back_inserter(found),
-                 [&](const std::string& request) { return request.find(command) != std::string::npos; });
-    return found;
-}
-
-void FakeEngine::serve() {
-    while (!stopping_) {
-        test::Peer peer(base_);
-        const std::string body = peer.open_in(O_RDONLY).take_request();
-        if (body.size() < kMarkerSize)
-            continue;
-        const std::string request = body.substr(kMarkerSize);
-        {
-            const std::lock_guard lock(mutex_);
-            requests_.push_back(request);
-        }
-        peer.open_out(O_WRONLY).answer(test::frame(script_(request)));
-    }
-}
-
 Panes::Panes() {
     UI* ui = get_UI_sets();
     ui->main_window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
@@ -165,14 +100,16 @@ std::string Panes::selected(const PaneList& list) {
     return joined(get_selected_to_glist(list.view()));
 }
 
-std::vector<std::string> Panes::drives() {
-    std::vector<std::string> entries;
+Names Panes::drives() {
+    Names entries;
     GtkTreeModel* model = gtk_combo_box_get_model(GTK_COMBO_BOX(get_UI_sets()->right_side->drive_combo));
     GtkTreeIter iter;
     for (gboolean more = gtk_tree_model_get_iter_first(model, &iter); more;
-         more = gtk_tree_model_iter_next(model, &iter))
-        entries.push_back(relay_hub::row_text(model, &iter, 0) + "|" + relay_hub::row_text(model, &iter, 1) +
-                          "|" + relay_hub::row_text(model, &iter, 2));
+         more = gtk_tree_model_iter_next(model, &iter)) {
+        entries.emplace_back();
+        for (int column = 0; column < 3; ++column)
+            entries.back() += (column > 0 ? "|" : "") + relay_hub::row_text(model, &iter, column);
+    }
     return entries;
 }
 

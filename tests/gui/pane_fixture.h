@@ -3,21 +3,15 @@
 #include <gmock/gmock.h>
 #include <gtk/gtk.h>
 
-#include <atomic>
-#include <functional>
-#include <memory>
-#include <mutex>
 #include <string>
-#include <thread>
-#include <vector>
 
+#include "fake_engine.h"
 #include "gui/gui_fixture.h"
 #include "ui/base/ui_sets.h"
 
 namespace gui_test {
 
-// The visible toplevel one of whose labels holds text, or null.
-GtkWidget* find_window_with(const std::string& text);
+using test::FakeEngine;
 
 // Gives the name dialog of that title a text and says OK, and closes boxes, while an action waits for them.
 class NameGiven : public When {
@@ -45,28 +39,6 @@ class Drop {
     GtkSelectionData selection_{};
 };
 
-// Answers every request on a channel of its own until the end of its life.
-class FakeEngine {
-  public:
-    using Script = std::function<std::string(const std::string& request)>;
-    explicit FakeEngine(Script script);
-    FakeEngine(const FakeEngine&) = delete;
-    FakeEngine& operator=(const FakeEngine&) = delete;
-    ~FakeEngine();
-    // The requests so far that hold the command.
-    [[nodiscard]] std::vector<std::string> requests(const std::string& command) const;
-
-  private:
-    void serve();
-    Sandbox folder_;
-    std::string base_ = folder_.path("channel");
-    Script script_;
-    mutable std::mutex mutex_;
-    std::vector<std::string> requests_;  // guarded by mutex_
-    std::atomic<bool> stopping_ = false;
-    std::thread thread_;
-};
-
 std::string message(const std::string& fields);
 extern const std::string kSuccess;
 // A "Line" of a file list; kind "0" is a file.
@@ -79,7 +51,7 @@ class Panes : public testing::Test {
     // The side's list as it stands, names joined by blanks; the selected ones likewise.
     static std::string names(const PaneList& list);
     static std::string selected(const PaneList& list);
-    static std::vector<std::string> drives();
+    static Names drives();
 
     PaneList local_;
     PaneList remote_;

@@ -4,7 +4,6 @@
 #include "side_function/copy_source.h"
 #include "side_function/left_side.h"
 #include "tree_view_op/file_list_view.h"
-#include "unit/name_pipe/support.h"
 #include "util/glib_owners.h"
 
 namespace {
@@ -14,9 +13,9 @@ using testing::IsEmpty;
 
 // Another program at the same clipboard. Its output goes to a file; the main loop turns until it has ended.
 std::string run_xclip(const std::string& arguments) {
-    const gui_test::Sandbox folder;
+    const test::Sandbox folder;
     const std::string command =
-        "sh -c 'xclip -selection clipboard " + arguments + " > " + folder.path("out") + "'";
+        "sh -c 'xclip -selection clipboard " + arguments + " > " + folder.at("out") + "'";
     int count = 0;
     char** words = nullptr;
     g_shell_parse_argv(command.c_str(), &count, &words, nullptr);
@@ -27,7 +26,7 @@ std::string run_xclip(const std::string& arguments) {
     if (!g_spawn_async(nullptr, words, nullptr, flags, nullptr, nullptr, &process, nullptr))
         return "xclip is missing";
     EXPECT_TRUE(gui_test::run_until([process] { return ::waitpid(process, nullptr, WNOHANG) == process; }));
-    return test::content(folder.path("out"));
+    return test::content(folder.at("out"));
 }
 
 // Another program that offers one kind of data: a second connection to the X server.
@@ -57,15 +56,15 @@ class OtherProgram {
 
 class Clipboard : public gui_test::Panes {
   protected:
-    Clipboard() { relay_hub::set_current_folder(get_UI_sets()->left_side, folder_.path().c_str()); }
+    Clipboard() { relay_hub::set_current_folder(get_UI_sets()->left_side, folder_.at().c_str()); }
     ~Clipboard() override { release_clipboard(nullptr); }
 
     void copy_all() {
-        left_treeview_load_file(nullptr, folder_.path());
+        left_treeview_load_file(nullptr, folder_.at());
         gtk_tree_selection_select_all(gtk_tree_view_get_selection(GTK_TREE_VIEW(local_.view())));
         ASSERT_EQ(left_popup_menu_copy(nullptr, local_.view()), 0);
     }
-    gui_test::Sandbox folder_;
+    test::Sandbox folder_;
 };
 
 TEST_F(Clipboard, OtherProgramsReadOurCopyInEveryForm) {
@@ -73,12 +72,12 @@ TEST_F(Clipboard, OtherProgramsReadOurCopyInEveryForm) {
     const std::string odd = folder_.make_file("c\xFF");
     copy_all();
     EXPECT_EQ(g_copy_source, kCopiedLocally);
-    const std::string uri_1 = "file://" + folder_.path() + "/a%20b";
-    const std::string uri_2 = "file://" + folder_.path() + "/c%FF";
+    const std::string uri_1 = "file://" + folder_.at() + "/a%20b";
+    const std::string uri_2 = "file://" + folder_.at() + "/c%FF";
     const std::string zero(1, '\0');
     EXPECT_EQ(run_xclip("-o -t x-special/gnome-copied-files"), "copy\n" + uri_1 + "\n" + uri_2 + "\n" + zero);
     EXPECT_EQ(run_xclip("-o -t text/uri-list"), uri_1 + "\r\n" + uri_2 + "\r\n" + zero);
-    EXPECT_EQ(run_xclip("-o -t UTF8_STRING"), plain + "\n" + folder_.path("c\uFFFD") + "\n" + zero);
+    EXPECT_EQ(run_xclip("-o -t UTF8_STRING"), plain + "\n" + folder_.at("c\uFFFD") + "\n" + zero);
     std::vector<std::string> read{"first"};
     EXPECT_EQ(get_from_clipboard(read), 0);
     EXPECT_THAT(read, ElementsAre(odd, plain, "first"));
@@ -119,11 +118,11 @@ TEST_F(Clipboard, OurOwnLocalCopyIsNotPastedOverItself) {
 TEST_F(Clipboard, FilesThatAnotherProgramCopiesLaterReplaceOurCopy) {
     folder_.make_file("ours");
     copy_all();
-    const gui_test::Sandbox source;
+    const test::Sandbox source;
     const OtherProgram program("text/uri-list", "file://" + source.make_file("theirs", "content") + "\r\n");
     EXPECT_TRUE(gui_test::run_until([] { return g_copy_source == kNothingCopied; }));
     EXPECT_EQ(left_popup_menu_paste(nullptr, nullptr), 0);
-    EXPECT_EQ(test::content(folder_.path("theirs")), "content");
+    EXPECT_EQ(test::content(folder_.at("theirs")), "content");
     EXPECT_EQ(names(local_), ".. ours theirs");
     EXPECT_TRUE(relay_hub::clipboard_offers_files()) << "the other program's offer is not ours to end";
 }

@@ -20,20 +20,13 @@
 
 namespace {
 
+using gui_test::close_as_the_window_manager;
 using gui_test::find_button;
 using gui_test::find_window;
 using gui_test::PaneList;
 using gui_test::run_until;
-using gui_test::Sandbox;
 using gui_test::When;
-
-// What a window manager's close button does.
-void close_as_the_window_manager(GtkWidget* window) {
-    GdkEvent* event = gdk_event_new(GDK_DELETE);
-    event->any.window = GDK_WINDOW(g_object_ref(gtk_widget_get_window(window)));
-    gtk_main_do_event(event);
-    gdk_event_free(event);
-}
+using test::Sandbox;
 
 bool a_box_is_over(GtkWidget* dialog) {
     GtkWidget* top = gtk_grab_get_current();
@@ -48,50 +41,32 @@ void answer_box(std::string* texts) {
 }
 
 TEST(MessageDialog, ShowsTextsAsTheyAre) {
-    struct Case {
-        const char* primary;
-        const char* secondary;
-        const char* shown;
-    };
-    const Case cases[] = {{"100%% of %s <b>", nullptr, "100% of %s <b>\n"},
-                          {"a\xff", "%d & <i>", "a\xEF\xBF\xBD\n%d & <i>\n"},
-                          {"", nullptr, "\n"}};
-    for (const Case& each : cases) {
+    const char* const cases[][3] = {{"100%% of %s <b>", nullptr, "100% of %s <b>\n"},
+                                    {"a\xff", "%d & <i>", "a\xEF\xBF\xBD\n%d & <i>\n"}};
+    for (const auto& [primary, secondary, expected] : cases) {
         std::string shown;
-        std::string title;
-        const When answered([] { return a_box_is_over(nullptr); },
-                            [&] {
-                                title = gtk_window_get_title(GTK_WINDOW(gtk_grab_get_current()));
-                                answer_box(&shown);
-                            });
-        show_message_dialog(nullptr, each.primary, each.secondary);
-        EXPECT_THAT(shown, testing::StartsWith(each.shown));
-        EXPECT_EQ(title, "Relay Hub");
+        const When answered([] { return a_box_is_over(nullptr); }, [&] { answer_box(&shown); });
+        show_message_dialog(nullptr, primary, secondary);
+        EXPECT_THAT(shown, testing::StartsWith(expected));
     }
 }
 
 TEST(MkdirDialog, GivesTheNameOnlyForOk) {
-    enum class End { enter, cancel, close };
-    struct Case {
-        End end;
-        const char* expected;
-    };
-    for (const Case& each : {Case{End::enter, "new\u00e9"}, Case{End::cancel, ""}, Case{End::close, ""}}) {
+    const std::pair<void (*)(_mkdir_dialog*), const char*> cases[] = {
+        {[](auto* record) { gui_test::press_key(record->entry, GDK_KEY_Return); }, "new\u00e9"},
+        {[](auto* record) { gtk_button_clicked(GTK_BUTTON(record->cancel_button)); }, ""},
+        {[](auto* record) { close_as_the_window_manager(record->dialog); }, ""}};
+    for (const auto& [end, expected] : cases) {
         _mkdir_dialog* record = create_mkdir_dialog();
         init_mkdir_dialog(record);
         const When answered([&] { return gtk_grab_get_current() == record->dialog; },
                             [&] {
                                 gtk_entry_set_text(GTK_ENTRY(record->entry), "new\u00e9");
-                                if (each.end == End::enter)
-                                    EXPECT_TRUE(gui_test::press_key(record->entry, GDK_KEY_Return));
-                                else if (each.end == End::cancel)
-                                    gtk_button_clicked(GTK_BUTTON(record->cancel_button));
-                                else
-                                    close_as_the_window_manager(record->dialog);
+                                end(record);
                             });
         show_mkdir_dialog(record);
         destroy_mkdir_dialog(record);
-        EXPECT_STREQ(get_folder_name(), each.expected);
+        EXPECT_STREQ(get_folder_name(), expected);
     }
 }
 
@@ -147,21 +122,20 @@ constexpr char kRefusedDuplicate[] = "IDS_MSG_ERR_FAIL_ADD_SAME_FILE";
 TEST_F(RenameDialog, ChecksALocalNameAgainstTheFolder) {
     for (const char* name : {"old", "other", "raw\xff"})
         sandbox_.make_file(name);
-    struct Case {
+    const struct {
         const char* old_name;
         const char* text;
         const char* refusal;
         const char* new_name;
-    };
-    const Case cases[] = {{"old", "fresh", "", "fresh"},
-                          {"old", "a/b", kRefusedSlash, ""},
-                          {"old", "other", kRefusedDuplicate, ""},
-                          {"old", "OTHER", "", "OTHER"},
-                          {"old", nullptr, "", "old"},
-                          {"raw\xff", nullptr, "", "raw\xff"},
-                          {"raw\xff", "fine", "", "fine"}};
-    for (const Case& each : cases) {
-        EXPECT_EQ(rename(each.old_name, sandbox_.path(), 0, each.text), each.refusal);
+    } cases[] = {{"old", "fresh", "", "fresh"},
+                 {"old", "a/b", kRefusedSlash, ""},
+                 {"old", "other", kRefusedDuplicate, ""},
+                 {"old", "OTHER", "", "OTHER"},
+                 {"old", nullptr, "", "old"},
+                 {"raw\xff", nullptr, "", "raw\xff"},
+                 {"raw\xff", "fine", "", "fine"}};
+    for (const auto& each : cases) {
+        EXPECT_EQ(rename(each.old_name, sandbox_.at(), 0, each.text), each.refusal);
         EXPECT_EQ(new_name_, each.new_name);
     }
 }
@@ -171,37 +145,35 @@ TEST_F(RenameDialog, ChecksARemoteNameAgainstTheRowsThatAreNotSelected) {
     for (const char* name : {"..", "old", "other"})
         append_data(list_.view(), columns, &name);
     list_.select({1});
-    struct Case {
+    const struct {
         const char* base;
         const char* text;
         const char* refusal;
         const char* new_name;
-    };
-    const Case cases[] = {{"/home", "fresh", "", "fresh"},
-                          {"/home", "a/b", kRefusedSlash, ""},
-                          {"C:\\Data", "a/b", "", "a/b"},
-                          {"/home", "other", kRefusedDuplicate, ""},
-                          {"C:\\Data", "other", kRefusedDuplicate, ""},
-                          {"/home", "Other", "", "Other"},
-                          {"/home", "..", "", ".."},
-                          {"/home", nullptr, "", "old"}};
-    for (const Case& each : cases) {
+    } cases[] = {{"/home", "fresh", "", "fresh"},
+                 {"/home", "a/b", kRefusedSlash, ""},
+                 {"C:\\Data", "a/b", "", "a/b"},
+                 {"/home", "other", kRefusedDuplicate, ""},
+                 {"C:\\Data", "other", kRefusedDuplicate, ""},
+                 {"/home", "Other", "", "Other"},
+                 {"/home", "..", "", ".."},
+                 {"/home", nullptr, "", "old"}};
+    for (const auto& each : cases) {
         EXPECT_EQ(rename("old", each.base, 1, each.text), each.refusal) << each.base;
         EXPECT_EQ(new_name_, each.new_name);
     }
 }
 
 TEST(OverrideRequest, EachButtonGivesItsAnswer) {
-    struct Case {
+    const struct {
         const char* label;
         int answer;
-    };
-    const Case cases[] = {{"IDS_YES", REQUEST_YES},
-                          {"IDS_NO", REQUEST_NO},
-                          {"IDS_STR_REPLACE_ALL", REQUEST_ALL},
-                          {"IDS_CANCEL", REQUEST_CANCEL},
-                          {nullptr, GTK_RESPONSE_DELETE_EVENT}};
-    for (const Case& each : cases) {
+    } cases[] = {{"IDS_YES", REQUEST_YES},
+                 {"IDS_NO", REQUEST_NO},
+                 {"IDS_STR_REPLACE_ALL", REQUEST_ALL},
+                 {"IDS_CANCEL", REQUEST_CANCEL},
+                 {nullptr, GTK_RESPONSE_DELETE_EVENT}};
+    for (const auto& each : cases) {
         const When asked([] { return find_window("IDS_CONFIRMATION") != nullptr; },
                          [&] {
                              GtkWidget* dialog = find_window("IDS_CONFIRMATION");

@@ -22,7 +22,6 @@ using gui_test::row_names;
 using gui_test::run_until;
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
-using testing::ElementsAre;
 using testing::HasSubstr;
 
 constexpr char kDriveC[] = "43003A005C00";
@@ -51,7 +50,7 @@ class LinkMonitor : public gui_test::MainWindowTest {
         remote_online = true;
         has_drives = true;
         set_offline_interrupt(0);
-        relay_hub::set_command_pipe_for_tests(sandbox_.path("nobody"));
+        relay_hub::set_command_pipe_for_tests(sandbox_.at("nobody"));
     }
     ~LinkMonitor() override {
         relay_hub::set_command_pipe_for_tests({});
@@ -94,8 +93,8 @@ TEST_F(LinkMonitor, LoadsThePaneOnceTheRemoteSideAnswers) {
 }
 
 TEST_F(LinkMonitor, NeverHoldsUpTheWindowForAPipeThatNobodyReads) {
-    ASSERT_EQ(mkfifo(sandbox_.path("nobody_IN").c_str(), 0600), 0);
-    ASSERT_EQ(mkfifo(sandbox_.path("nobody_OUT").c_str(), 0600), 0);
+    ASSERT_EQ(mkfifo(sandbox_.at("nobody_IN").c_str(), 0600), 0);
+    ASSERT_EQ(mkfifo(sandbox_.at("nobody_OUT").c_str(), 0600), 0);
     relay_hub::start_waiting();
     for (int ticks = 0; ticks < 4; ++ticks) {
         const auto start = steady_clock::now();
@@ -112,19 +111,6 @@ TEST_F(LinkMonitor, StartsNoPollWhileAnOfflineCallBackIsHandled) {
     relay_hub::start_waiting();
     EXPECT_EQ(g_waiting_status.timer_id, 0U);
     EXPECT_FALSE(tick());
-}
-
-TEST_F(LinkMonitor, AsksOnEverySecondTick) {
-    relay_hub::start_waiting();
-    std::vector<int> poll_now{g_waiting_status.poll_now};
-    for (int ticks = 0; ticks < 3; ++ticks) {
-        tick();
-        poll_now.push_back(g_waiting_status.poll_now);
-        const auto end =
-            steady_clock::now() + milliseconds(400);  // the probe of a missing engine is over then
-        run_until([&] { return steady_clock::now() > end; });
-    }
-    EXPECT_THAT(poll_now, ElementsAre(1, 0, 1, 0));
 }
 
 TEST_F(LinkMonitor, WaitsUntilTheRunningActionIsOver) {
@@ -192,12 +178,9 @@ TEST_F(LinkMonitor, EndsTheProcessWhenAnEngineThatWasThereIsGone) {
 TEST_F(LinkMonitor, ClosingTheBusyDialogEndsTheSearchForDrives) {
     has_drives = false;
     const gui_test::FakeEngine engine(serve);
-    const gui_test::When closed([&] { return engine.requests(wire::kGetDriverList).size() == 2; },
-                                [] {
-                                    gboolean handled = FALSE;
-                                    g_signal_emit_by_name(gui_test::find_window("IDS_MSG_PROCESSING"),
-                                                          "delete-event", nullptr, &handled);
-                                });
+    const gui_test::When closed(
+        [&] { return engine.requests(wire::kGetDriverList).size() == 2; },
+        [] { gui_test::close_as_the_window_manager(gui_test::find_window("IDS_MSG_PROCESSING")); });
     gtk_button_clicked(GTK_BUTTON(remote().spare_button));
     EXPECT_TRUE(closed.done());
     EXPECT_FALSE(relay_hub::window_is_busy());
@@ -212,9 +195,7 @@ TEST_F(LinkMonitor, TheStatusDialogEndsTheWaiting) {
         testing::AllOf(HasSubstr("Current status: Disconnected"), HasSubstr("Try to connection ...")));
     EXPECT_STREQ(gtk_window_get_title(GTK_WINDOW(status->dialog)), "Transfer Line Status");
     EXPECT_NE(status->timer_id, 0U);
-    gboolean handled = FALSE;
-    g_signal_emit_by_name(status->dialog, "delete-event", nullptr, &handled);
-    EXPECT_TRUE(handled);
+    gui_test::close_as_the_window_manager(status->dialog);
     EXPECT_EQ(status->dialog, nullptr);
     EXPECT_EQ(status->stop_request, 2);
     EXPECT_EQ(status->connected, 1);

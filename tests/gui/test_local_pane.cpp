@@ -9,7 +9,6 @@
 #include "side_function/left_side.h"
 #include "side_function/rename_entry.h"
 #include "tree_view_op/file_list_view.h"
-#include "unit/name_pipe/support.h"
 
 namespace {
 
@@ -18,12 +17,12 @@ using gui_test::NameGiven;
 
 class LocalPane : public gui_test::Panes {
   protected:
-    LocalPane() { relay_hub::set_current_folder(get_UI_sets()->left_side, folder_.path().c_str()); }
+    LocalPane() { relay_hub::set_current_folder(get_UI_sets()->left_side, folder_.at().c_str()); }
 
-    void show() { ASSERT_EQ(left_treeview_load_file(nullptr, folder_.path()), 0); }
+    void show() { ASSERT_EQ(left_treeview_load_file(nullptr, folder_.at()), 0); }
     void select(const std::string& name) { ASSERT_TRUE(relay_hub::select_row_by_name(local_.view(), name)); }
 
-    gui_test::Sandbox folder_;
+    test::Sandbox folder_;
 };
 
 TEST_F(LocalPane, ANewFolderIsMadeAndSelected) {
@@ -31,7 +30,7 @@ TEST_F(LocalPane, ANewFolderIsMadeAndSelected) {
     const NameGiven dialog("IDS_MN_ADDNEWFOLDER", "new");
     left_popup_menu_mkdir(nullptr, nullptr);
     struct stat made {};
-    ASSERT_EQ(::stat(folder_.path("new").c_str(), &made), 0);
+    ASSERT_EQ(::stat(folder_.at("new").c_str(), &made), 0);
     EXPECT_EQ(made.st_mode & 0007, 0U);
     EXPECT_EQ(selected(local_), "new");
 }
@@ -42,7 +41,7 @@ TEST_F(LocalPane, AFolderThatCannotBeMadeIsTold) {
     const BoxClosed box("IDS_MSG_ERR_FAIL_TO_CREATE_FOLDER");
     left_popup_menu_mkdir(nullptr, nullptr);
     EXPECT_TRUE(box.done());
-    EXPECT_EQ(test::content(folder_.path("taken")), "content");
+    EXPECT_EQ(test::content(folder_.at("taken")), "content");
 }
 
 TEST_F(LocalPane, ARenamedEntryStaysSelected) {
@@ -55,23 +54,23 @@ TEST_F(LocalPane, ARenamedEntryStaysSelected) {
         left_popup_menu_rename(nullptr, nullptr);
         EXPECT_EQ(selected(local_), new_name);
     }
-    EXPECT_EQ(test::content(folder_.path("c")), "content");
-    EXPECT_EQ(test::content(folder_.path("d")), "bytes");
+    EXPECT_EQ(test::content(folder_.at("c")), "content");
+    EXPECT_EQ(test::content(folder_.at("d")), "bytes");
 }
 
 TEST(RenameEntry, NeverReplacesAnotherEntry) {
-    const gui_test::Sandbox folder;
+    const test::Sandbox folder;
     const std::string a = folder.make_file("a", "a");
     const std::string b = folder.make_file("b", "b");
     EXPECT_EQ(relay_hub::rename_without_replacing(a, b), -1);
     EXPECT_EQ(errno, EEXIST);
     EXPECT_EQ(test::content(a) + test::content(b), "ab");
-    const std::string link = folder.path("link");
+    const std::string link = folder.at("link");
     ASSERT_EQ(::link(a.c_str(), link.c_str()), 0);
     EXPECT_EQ(relay_hub::rename_without_replacing(a, link), -1);
     EXPECT_EQ(relay_hub::rename_without_replacing(a, a), 0);
-    EXPECT_EQ(relay_hub::rename_without_replacing(a, folder.path("c")), 0);
-    EXPECT_EQ(relay_hub::rename_without_replacing(a, folder.path("d")), -1);
+    EXPECT_EQ(relay_hub::rename_without_replacing(a, folder.at("c")), 0);
+    EXPECT_EQ(relay_hub::rename_without_replacing(a, folder.at("d")), -1);
     EXPECT_EQ(errno, ENOENT);
 }
 
@@ -89,28 +88,28 @@ TEST_F(LocalPane, DeletedEntriesGoAndTheNextRowIsSelected) {
 }
 
 TEST_F(LocalPane, DroppedFilesAreCopied) {
-    const gui_test::Sandbox source;
+    const test::Sandbox source;
     source.make_file("a b", "content");
-    gui_test::Drop drop("file://" + source.path() + "/a%20b\r\nhttp://elsewhere/x\r\n");
+    gui_test::Drop drop("file://" + source.at() + "/a%20b\r\nhttp://elsewhere/x\r\n");
     EXPECT_EQ(left_drag_data_received(local_.view(), drop.context(), 0, 0, drop.selection(), 1, 0, nullptr),
               0);
-    EXPECT_EQ(test::content(folder_.path("a b")), "content");
-    EXPECT_EQ(test::content(source.path("a b")), "content");
+    EXPECT_EQ(test::content(folder_.at("a b")), "content");
+    EXPECT_EQ(test::content(source.at("a b")), "content");
     EXPECT_EQ(names(local_), ".. a b");
 }
 
 TEST_F(LocalPane, DropsThatCannotBeTakenDoNothing) {
-    const gui_test::Sandbox source;
+    const test::Sandbox source;
     const std::string uri = "file://" + source.make_file("x") + "\r\n";
     gui_test::Drop move(uri, GDK_ACTION_MOVE);
     EXPECT_EQ(left_drag_data_received(local_.view(), move.context(), 0, 0, move.selection(), 1, 0, nullptr),
               -1);
-    relay_hub::set_current_folder(get_UI_sets()->left_side, folder_.path("gone").c_str());
+    relay_hub::set_current_folder(get_UI_sets()->left_side, folder_.at("gone").c_str());
     gui_test::Drop nowhere(uri);
     EXPECT_EQ(
         left_drag_data_received(local_.view(), nowhere.context(), 0, 0, nowhere.selection(), 1, 0, nullptr),
         -1);
-    EXPECT_TRUE(std::filesystem::is_empty(folder_.path()));
+    EXPECT_TRUE(std::filesystem::is_empty(folder_.at()));
 }
 
 TEST_F(LocalPane, ADragOffersTheSelectionAsUris) {
@@ -119,7 +118,7 @@ TEST_F(LocalPane, ADragOffersTheSelectionAsUris) {
     local_.select({0, 1});
     gui_test::Drop drag("");
     left_drag_data_get(local_.view(), nullptr, drag.selection(), 1, 0, nullptr);
-    EXPECT_EQ(drag.text(), "file://" + folder_.path() + "/a%20b\r\n");
+    EXPECT_EQ(drag.text(), "file://" + folder_.at() + "/a%20b\r\n");
     left_drag_data_get(local_.view(), nullptr, drag.selection(), 0, 0, nullptr);
     EXPECT_EQ(drag.text(), "ABC");
 }

@@ -1,6 +1,5 @@
 #include <gdk/gdkkeysyms.h>
 #include <gmock/gmock.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -15,7 +14,6 @@
 #include "ui/event_handlers.h"
 #include "ui/main_window.h"
 #include "ui/navigation.h"
-#include "ui/window_icon.h"
 
 namespace {
 
@@ -38,7 +36,7 @@ class MainWindow : public gui_test::MainWindowTest {
         sandbox_.make_file("folder/inside");
         sandbox_.make_file("one");
         sandbox_.make_file("two");
-        open_local(sandbox_.path());
+        open_local(sandbox_.at());
     }
     // ".." 0, "folder" 1, "one" 2, "two" 3
     static std::string entry_text() { return gtk_entry_get_text(GTK_ENTRY(local().path_entry)); }
@@ -54,24 +52,6 @@ TEST_F(MainWindow, ShowsTheLocalSideAndTheOfflineMessage) {
                  {remote().disconnect_label, true}};
     for (const auto& test : cases)
         EXPECT_EQ(gtk_widget_get_visible(test.widget) != FALSE, test.visible) << &test - cases;
-}
-
-TEST_F(MainWindow, OffersUrisFromTheLocalListAndRowsFromTheRemoteOne) {
-    const struct {
-        GtkTargetList* list;
-        const char* target;
-        bool found;
-    } cases[] = {{gtk_drag_source_get_target_list(local().tree_view), "GTK_TREE_MODEL_ROW", false},
-                 {gtk_drag_source_get_target_list(local().tree_view), "text/uri-list", true},
-                 {gtk_drag_source_get_target_list(remote().tree_view), "GTK_TREE_MODEL_ROW", true},
-                 {gtk_drag_source_get_target_list(remote().tree_view), "text/uri-list", false},
-                 {gtk_drag_dest_get_target_list(remote().tree_view), "GTK_TREE_MODEL_ROW", true},
-                 {gtk_drag_dest_get_target_list(local().tree_view), "text/uri-list", true}};
-    for (const auto& test : cases) {
-        guint info = 0;
-        GdkAtom target = gdk_atom_intern(test.target, FALSE);
-        EXPECT_EQ(gtk_target_list_find(test.list, target, &info) != FALSE, test.found) << &test - cases;
-    }
 }
 
 TEST_F(MainWindow, NamesWhatTheKeyboardReaches) {
@@ -97,16 +77,16 @@ TEST_F(MainWindow, OpensFoldersByDoubleClickAndNothingElse) {
         EXPECT_EQ(single_clicked, kDoubleClickPressed);
         mouse(local(), GDK_BUTTON_RELEASE, test.button, test.row, test.modifiers);
         EXPECT_EQ(single_clicked, kClickIdle);
-        EXPECT_EQ(relay_hub::current_folder(&local()), sandbox_.path(test.leads_to)) << test.row;
+        EXPECT_EQ(relay_hub::current_folder(&local()), sandbox_.at(test.leads_to)) << test.row;
     }
-    EXPECT_EQ(entry_text(), sandbox_.path("folder"));
+    EXPECT_EQ(entry_text(), sandbox_.at("folder"));
     EXPECT_THAT(row_names(local()), ElementsAre("..", "inside"));
 }
 
 TEST_F(MainWindow, SelectsTheFolderThatWasLeft) {
-    open_local(sandbox_.path("folder"));
+    open_local(sandbox_.at("folder"));
     gui_test::press_key(local().tree_view, GDK_KEY_BackSpace);
-    EXPECT_EQ(relay_hub::current_folder(&local()), sandbox_.path());
+    EXPECT_EQ(relay_hub::current_folder(&local()), sandbox_.at());
     EXPECT_THAT(selected_names(local()), ElementsAre("folder"));
 }
 
@@ -121,7 +101,7 @@ TEST_F(MainWindow, KeepsASelectionOfSeveralForADrag) {
                  {{2}, 2, 0, false},
                  {{2, 3}, 2, GDK_CONTROL_MASK, false}};
     for (const auto& test : cases) {
-        select_rows(local(), test.selected);
+        select_rows(local().tree_view, test.selected);
         mouse(local(), GDK_BUTTON_PRESS, 1, test.row, test.modifiers);
         EXPECT_EQ(single_clicked, test.kept ? kSelectionPressed : kClickIdle) << test.row;
         EXPECT_TRUE(!test.kept || selected_names(local()).size() == 2);
@@ -143,7 +123,7 @@ TEST_F(MainWindow, OpensItsMenuByTheRightButton) {
                  {{2}, 0, false, {}},
                  {{}, -1, true, {}}};
     for (const auto& test : cases) {
-        select_rows(local(), test.selected);
+        select_rows(local().tree_view, test.selected);
         mouse(local(), GDK_BUTTON_PRESS, 3, test.row);
         EXPECT_EQ(selected_names(local()), test.then_selected) << test.row;
         EXPECT_EQ(!menu_labels().empty(), test.opens) << test.row;
@@ -164,7 +144,7 @@ TEST_F(MainWindow, DoesByKeyWhatTheMenuDoes) {
                  {GDK_KEY_F5, 0, "on_popup_menu_refresh"},
                  {GDK_KEY_Delete, 0, "delete!"}};
     for (const auto& test : cases) {
-        select_rows(local(), {});
+        select_rows(local().tree_view, {});
         const std::string lines =
             printed([&] { EXPECT_TRUE(gui_test::press_key(local().tree_view, test.key, test.modifiers)); });
         EXPECT_THAT(lines, HasSubstr("on_treeview_1_key_press_event\n"));
@@ -185,7 +165,7 @@ TEST_F(MainWindow, PastesByKeyOnlyWhatTheMenuWouldOffer) {
 TEST_F(MainWindow, ScrollsToTheSelectedRowAfterARefresh) {
     for (int number = 100; number < 160; ++number)
         sandbox_.make_file("file" + std::to_string(number));
-    open_local(sandbox_.path());
+    open_local(sandbox_.at());
     GtkTreeView* list = GTK_TREE_VIEW(local().tree_view);
     const auto names = row_names(local());
     const auto row_150 = std::find(names.begin(), names.end(), "file150") - names.begin();
@@ -222,12 +202,12 @@ TEST_F(MainWindow, MovesBetweenThePanesByTab) {
 }
 
 TEST_F(MainWindow, ReturnInAnEntryClicksGoAndIsPassedOn) {
-    gtk_entry_set_text(GTK_ENTRY(local().path_entry), sandbox_.path("folder/../folder").c_str());
+    gtk_entry_set_text(GTK_ENTRY(local().path_entry), sandbox_.at("folder/../folder").c_str());
     GdkEventKey key{};
     for (const auto& [value, folder] : {std::pair(GDK_KEY_a, ""), std::pair(GDK_KEY_Return, "folder")}) {
         key.keyval = static_cast<guint>(value);
         EXPECT_FALSE(on_textbox_1_key_press_event(local().path_entry, &key, nullptr));
-        EXPECT_EQ(relay_hub::current_folder(&local()), sandbox_.path(folder));
+        EXPECT_EQ(relay_hub::current_folder(&local()), sandbox_.at(folder));
     }
 }
 
@@ -236,18 +216,18 @@ TEST_F(MainWindow, TellsOfAFolderThatIsNotThereAndStays) {
     const gui_test::BoxClosed box("IDS_ERROR_PATH");
     gtk_button_clicked(GTK_BUTTON(local().go_button));
     EXPECT_TRUE(box.done());
-    EXPECT_EQ(relay_hub::current_folder(&local()), sandbox_.path());
+    EXPECT_EQ(relay_hub::current_folder(&local()), sandbox_.at());
     EXPECT_THAT(row_names(local()), Contains("one"));
 }
 
 TEST_F(MainWindow, StartsNothingWhileAnotherActionRuns) {
     const relay_hub::WindowWork running;
-    gtk_entry_set_text(GTK_ENTRY(local().path_entry), sandbox_.path("folder").c_str());
+    gtk_entry_set_text(GTK_ENTRY(local().path_entry), sandbox_.at("folder").c_str());
     gtk_button_clicked(GTK_BUTTON(local().go_button));
     gui_test::press_key(local().tree_view, GDK_KEY_BackSpace);
     mouse(local(), GDK_2BUTTON_PRESS, 1, 1);
     mouse(local(), GDK_BUTTON_RELEASE, 1, 1);
-    EXPECT_EQ(relay_hub::current_folder(&local()), sandbox_.path());
+    EXPECT_EQ(relay_hub::current_folder(&local()), sandbox_.at());
 }
 
 TEST_F(MainWindow, OpensTheChosenDrive) {
@@ -277,8 +257,8 @@ TEST_F(MainWindow, SortsByNameOnceAndIsNotTurnedRoundByASecondClick) {
 
 TEST_F(MainWindow, ADropUnselectsTheOtherList) {
     fill_remote("C:\\", {{"Docs", "1"}});
-    select_rows(remote(), {0});
-    select_rows(local(), {2});
+    select_rows(remote().tree_view, {0});
+    select_rows(local().tree_view, {2});
     EXPECT_TRUE(on_treeview_1_drag_drop(local().tree_view, nullptr, 0, 0, 0, nullptr));
     EXPECT_THAT(selected_names(remote()), IsEmpty());
     EXPECT_THAT(selected_names(local()), ElementsAre("one"));
@@ -327,21 +307,6 @@ TEST(Locale, OnlyTheTwelveSpellingsAreKept) {
     for (const char* other : {"es_ES.UTF-8", "en_US.utf8", "C", "", "de_DE", "EN_US.UTF-8"})
         EXPECT_STREQ(relay_hub::supported_locale(other), "en_US.UTF-8") << other;
     EXPECT_STREQ(relay_hub::supported_locale(nullptr), "en_US.UTF-8");
-}
-
-TEST(WindowIcon, IsTakenFromARegularFileOnly) {
-    const gui_test::Sandbox sandbox;
-    const relay_hub::GObjectPtr<GdkPixbuf> picture(gdk_pixbuf_new(GDK_COLORSPACE_RGB, FALSE, 8, 16, 16));
-    gdk_pixbuf_fill(picture.get(), 0x336699ff);
-    const std::string good = sandbox.path("good.ico");
-    ASSERT_TRUE(gdk_pixbuf_save(picture.get(), good.c_str(), "ico", nullptr, nullptr));
-    ASSERT_EQ(mkfifo(sandbox.path("fifo").c_str(), 0600), 0);
-    ASSERT_EQ(symlink(good.c_str(), sandbox.path("link").c_str()), 0);
-    sandbox.make_file("text", "not a picture");
-    sandbox.make_file("empty");
-    EXPECT_NE(relay_hub::load_window_icon(good.c_str()), nullptr);
-    for (const char* bad : {"fifo", "link", "text", "empty", "missing", "."})
-        EXPECT_EQ(relay_hub::load_window_icon(sandbox.path(bad).c_str()), nullptr) << bad;
 }
 
 }  // namespace

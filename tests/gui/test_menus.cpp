@@ -23,7 +23,7 @@ class Menus : public gui_test::MainWindowTest {
         sandbox_.make_file("one");
         sandbox_.make_file("two");
         sandbox_.make_folder("folder");
-        open_local(sandbox_.path());
+        open_local(sandbox_.at());
     }
 };
 
@@ -70,9 +70,9 @@ TEST_F(Menus, OfferPasteWhereSomethingCanBePasted) {
 }
 
 TEST_F(Menus, DeleteAsksFirst) {
-    gui_test::select_rows(local(), {});
+    gui_test::select_rows(local().tree_view, {});
     on_popup_menu_delete(nullptr, local().tree_view);
-    gui_test::select_rows(local(), {0});
+    gui_test::select_rows(local().tree_view, {0});
     on_popup_menu_delete(nullptr, local().tree_view);  // only ".." is selected: nothing to ask
 
     ASSERT_TRUE(relay_hub::select_row_by_name(local().tree_view, "one"));
@@ -86,12 +86,12 @@ TEST_F(Menus, DeleteAsksFirst) {
     EXPECT_THAT(gui_test::printed([&] { on_popup_menu_delete(nullptr, local().tree_view); }),
                 testing::HasSubstr("result:" + std::to_string(GTK_RESPONSE_REJECT)));
     EXPECT_TRUE(refused.done());
-    EXPECT_TRUE(std::filesystem::exists(sandbox_.path("one")));
+    EXPECT_TRUE(std::filesystem::exists(sandbox_.at("one")));
 }
 
 TEST_F(Menus, CopyRemembersWhereItWasMade) {
     fill_remote("C:\\Data", {{"..", "R"}, {"a", "0"}, {"b", "1"}});
-    gui_test::select_rows(remote(), {0, 1, 2});
+    gui_test::select_rows(remote().tree_view, {0, 1, 2});
     on_popup_menu_copy(nullptr, remote().tree_view);
     EXPECT_EQ(get_old_copy_path(), "C:\\Data");
     EXPECT_EQ(g_copy_source, kCopiedRemotely);
@@ -100,8 +100,8 @@ TEST_F(Menus, CopyRemembersWhereItWasMade) {
 
     ASSERT_TRUE(relay_hub::select_row_by_name(local().tree_view, "one"));
     on_popup_menu_copy(nullptr, local().tree_view);
-    EXPECT_EQ(get_old_copy_path(), sandbox_.path());
-    EXPECT_THAT(g_pClipboardFileList, ElementsAre(sandbox_.path("one")));
+    EXPECT_EQ(get_old_copy_path(), sandbox_.at());
+    EXPECT_THAT(g_pClipboardFileList, ElementsAre(sandbox_.at("one")));
 }
 
 TEST_F(Menus, StartNothingWhileAnotherActionRuns) {

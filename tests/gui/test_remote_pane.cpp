@@ -131,7 +131,7 @@ TEST_F(RemotePane, NeitherTheParentRowNorANamelessOneIsEverDeleted) {
 }
 
 TEST_F(RemotePane, LocalFilesArePastedAndDroppedTheSameWay) {
-    gui_test::Sandbox files;
+    test::Sandbox files;
     const std::string path = files.make_file("a b", "12345");
     show("C:\\Data", "");
     const std::string record =
@@ -144,7 +144,7 @@ TEST_F(RemotePane, LocalFilesArePastedAndDroppedTheSameWay) {
     EXPECT_EQ(names(remote_), ".. pasted");
     EXPECT_EQ(g_copy_source, kNothingCopied);
 
-    gui_test::Drop drop("file://" + files.path() + "/a%20b\r\n");
+    gui_test::Drop drop("file://" + files.at() + "/a%20b\r\n");
     records_ = line("dropped", "0");
     answer_ = message(kRefused);
     const BoxClosed box("disk full");
@@ -185,8 +185,8 @@ std::string attributes(const std::string& word, const std::string& size) {
 }
 
 TEST_F(RemotePane, RemoteItemsTravelWithTheAttributesOfTheirRows) {
-    gui_test::Sandbox target;
-    relay_hub::set_current_folder(get_UI_sets()->left_side, target.path().c_str());
+    test::Sandbox target;
+    relay_hub::set_current_folder(get_UI_sets()->left_side, target.at().c_str());
     for (const bool browsed_on : {false, true}) {
         show("/home", line("dir", "1", "4096") + line("f", "0", "7"));
         remote_.select({1, 2});
@@ -200,7 +200,7 @@ TEST_F(RemotePane, RemoteItemsTravelWithTheAttributesOfTheirRows) {
         EXPECT_EQ(g_copy_source, kNothingCopied);
         const std::string request = engine_.requests("NP_Cmd_Remote_to_Local").back();
         EXPECT_THAT(request, HasSubstr(field("TA", "/home/dir") + hex_field("TC", "/home/dir") +
-                                       field("T9", target.path())));
+                                       field("T9", target.at())));
         EXPECT_THAT(request, HasSubstr(attributes("16", "4096")));
         EXPECT_THAT(request, HasSubstr(attributes("0", "7")));
         EXPECT_THAT(request, Not(HasSubstr("999")));
@@ -208,8 +208,8 @@ TEST_F(RemotePane, RemoteItemsTravelWithTheAttributesOfTheirRows) {
 }
 
 TEST_F(RemotePane, DraggedRowsArriveEvenWhenTheDropHasUnselectedThem) {
-    gui_test::Sandbox target;
-    relay_hub::set_current_folder(get_UI_sets()->left_side, target.path().c_str());
+    test::Sandbox target;
+    relay_hub::set_current_folder(get_UI_sets()->left_side, target.at().c_str());
     show("/home", line("a", "0", "7") + line("b", "0", "8"));
     remote_.select({1, 2});
     for (int round = 0; round < 2; ++round) {

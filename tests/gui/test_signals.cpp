@@ -21,29 +21,21 @@ constexpr int kStillRunning = 7;
     _exit(kStillRunning);
 }
 
-struct Case {
-    int number;
-    int status;
-    const char* line;
-};
-
-class Signals : public testing::TestWithParam<Case> {};
-
-TEST_P(Signals, TellTheirNameAndEndTheProcessOrNot) {
-    EXPECT_EXIT(receive(GetParam().number), ExitedWithCode(GetParam().status), GetParam().line);
+TEST(Signals, TellTheirNameAndEndTheProcessOrNot) {
+    const struct {
+        int number, status;
+        const char* line;
+    } cases[] = {{SIGCHLD, kStillRunning, "^Relay Hub:signal_count:1\n$"},
+                 {SIGINT, 255, "^Relay Hub:SIGINT_handler\n$"},
+                 {SIGTERM, kStillRunning, "^Relay Hub:SIGTERM_handler\n$"},
+                 {SIGSEGV, 255, "^Relay Hub:SIGSEGV_handler >> .No such file or directory.\tcode:.2.\n$"},
+                 {SIGUSR1, kStillRunning, "^Relay Hub:SIGUSR1_handler\n$"},
+                 {SIGUSR2, kStillRunning, "^Relay Hub:SIGUSR2_handler\n$"}};
+    for (const auto& each : cases)
+        EXPECT_EXIT(receive(each.number), ExitedWithCode(each.status), each.line);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    All, Signals,
-    testing::Values(Case{SIGCHLD, kStillRunning, "^Relay Hub:signal_count:1\n$"},
-                    Case{SIGINT, 255, "^Relay Hub:SIGINT_handler\n$"},
-                    Case{SIGTERM, kStillRunning, "^Relay Hub:SIGTERM_handler\n$"},
-                    Case{SIGSEGV, 255,
-                         "^Relay Hub:SIGSEGV_handler >> .No such file or directory.\tcode:.2.\n$"},
-                    Case{SIGUSR1, kStillRunning, "^Relay Hub:SIGUSR1_handler\n$"},
-                    Case{SIGUSR2, kStillRunning, "^Relay Hub:SIGUSR2_handler\n$"}));
-
-TEST(SignalHandlers, RefuseASignalThatIsNotTheirs) {
+TEST(Signals, RefuseASignalThatIsNotTheirs) {
     for (const signal_entry& entry : signals) {
         testing::internal::CaptureStderr();
         entry.handler(SIGHUP);

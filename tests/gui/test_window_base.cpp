@@ -22,8 +22,8 @@ namespace {
 
 using gui_test::find_window;
 using gui_test::run_until;
-using gui_test::Sandbox;
 using gui_test::When;
+using test::Sandbox;
 
 // A bare main window under the records, and everything about closing back at its start.
 class WindowBase : public testing::Test {
@@ -171,7 +171,7 @@ TEST_F(LocalJob, AsksOverTheProgressDialogAndClosingWaitsForIt) {
 }
 
 TEST_F(LocalJob, FailuresEndInOneBox) {
-    job_->items = {sandbox_.path("missing\xff")};
+    job_->items = {sandbox_.at("missing\xff")};
     std::string told;
     const When shown([] { return gtk_grab_get_current() != nullptr; },
                      [&] {
@@ -183,20 +183,6 @@ TEST_F(LocalJob, FailuresEndInOneBox) {
     ASSERT_EQ(job_->failures.size(), 1U);
     EXPECT_TRUE(shown.done());
     EXPECT_THAT(told, testing::HasSubstr("IDS_MSG_ITEMS_FAILED"));
-}
-
-TEST_F(WindowBase, LoopsStopAndStartAgain) {
-    testing::internal::CaptureStdout();
-    dialog_info nobody;
-    const unsigned int first = new_timeout_loop(1, nullptr, &nobody);
-    stop_loop();
-    EXPECT_TRUE(run_until([first] { return g_main_context_find_source_by_id(nullptr, first) == nullptr; }));
-    const unsigned int second = new_idle_loop(nullptr, nullptr);
-    gtk_main_iteration();
-    EXPECT_TRUE(g_source_remove(second));
-    EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::StartsWith("STOP_LOOP\nCONTINUE_LOOP\n"));
-    EXPECT_EQ(dialog_ptr, &nobody);
-    dialog_ptr = nullptr;
 }
 
 TEST_F(WindowBase, TheCurrentFolderIsBytes) {

@@ -15,7 +15,7 @@ MainWindowTest::MainWindowTest() {
     visible_main_window();
     visible_local_widget();
     relay_hub::reset_link_monitor();
-    open_local(sandbox_.path());
+    open_local(sandbox_.at());
     run_until([] { return gtk_widget_get_mapped(local().tree_view) != FALSE; });
 }
 
@@ -53,29 +53,13 @@ void MainWindowTest::fill_remote(const std::string& folder,
     run_pending();
 }
 
-std::vector<std::string> row_names(const __single& side) {
-    std::vector<std::string> names;
-    GtkTreeModel* model = gtk_tree_view_get_model(GTK_TREE_VIEW(side.tree_view));
-    GtkTreeIter iter;
-    for (gboolean more = gtk_tree_model_get_iter_first(model, &iter); more != FALSE;
-         more = gtk_tree_model_iter_next(model, &iter))
-        names.push_back(relay_hub::row_name(model, &iter));
-    return names;
+Names row_names(const __single& side) {
+    return column_texts(gtk_tree_view_get_model(GTK_TREE_VIEW(side.tree_view)), kColumnName);
 }
 
 std::vector<std::string> selected_names(const __single& side) {
     const std::vector<std::string> names = get_selected_to_glist(side.tree_view);
     return {names.rbegin(), names.rend()};
-}
-
-void select_rows(const __single& side, const std::vector<int>& rows) {
-    GtkTreeSelection* selection = gtk_tree_view_get_selection(GTK_TREE_VIEW(side.tree_view));
-    gtk_tree_selection_unselect_all(selection);
-    for (const int row : rows) {
-        GtkTreePath* path = gtk_tree_path_new_from_indices(row, -1);
-        gtk_tree_selection_select_path(selection, path);
-        gtk_tree_path_free(path);
-    }
 }
 
 std::string printed(const std::function<void()>& action) {

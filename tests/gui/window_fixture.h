@@ -26,10 +26,9 @@ class MainWindowTest : public testing::Test {
     Sandbox sandbox_;
 };
 
-std::vector<std::string> row_names(const __single& side);
+Names row_names(const __single& side);
 // Without "..".
 std::vector<std::string> selected_names(const __single& side);
-void select_rows(const __single& side, const std::vector<int>& rows);
 // What the program printed on standard output while action ran.
 std::string printed(const std::function<void()>& action);
 

@@ -115,7 +115,7 @@ class Language : public gui_test::MainWindowTest {
     Language() {
         sandbox_.make_file("note.txt", "x");
         sandbox_.make_folder("letters");
-        open_local(sandbox_.path());
+        open_local(sandbox_.at());
         relay_hub::set_user_questions(relay_hub::window_questions());
     }
     ~Language() override { relay_hub::set_user_questions(nullptr); }
@@ -181,7 +181,7 @@ TEST_F(Language, QuestionsAndMessages) {
         "/home/somebody/Documents/Letters/The letter with a name that is rather long.txt";
     const std::function<void()> actions[] = {
         [] {
-            gui_test::select_rows(local(), {1, 2});
+            gui_test::select_rows(local().tree_view, {1, 2});
             on_popup_menu_delete(nullptr, local().tree_view);
         },
         [] { on_popup_menu_about(nullptr, local().tree_view); },
