@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <mutex>
+#include <utility>
 
 namespace {
 
@@ -61,6 +62,15 @@ void ReleaseArgument() {
 void release_notify_name_pipe() {}
 
 namespace relay_hub {
+
+void set_answer(std::string text) {
+    with_answer([&text](AnswerCell& answer) { answer = std::move(text); });
+}
+
+std::string take_answer() {
+    return with_answer(
+        [](AnswerCell& answer) { return std::exchange(answer, std::nullopt).value_or(std::string()); });
+}
 
 AnswerScope::AnswerScope(AnswerCell& cell) : outer_(bound_cell) {
     bound_cell = &cell;

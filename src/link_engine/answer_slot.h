@@ -28,6 +28,11 @@ namespace relay_hub {
 
 using AnswerCell = std::optional<std::string>;
 
+// As set_xml_string, without copying the text.
+void set_answer(std::string text);
+// Takes the text out, as get_xml_string and release_xml_string together; empty when there is none.
+std::string take_answer();
+
 // Puts a cell in the slot's place for the calling thread and the scope's life; the cell must outlive the
 // scope. Scopes nest. For whoever calls a builder and its reader directly on a thread of its own, too.
 class AnswerScope {

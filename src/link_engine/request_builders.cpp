@@ -200,10 +200,10 @@ int run(const Request& request, void* block) {
     const std::string message = compose(request, args ? *args : nothing);
     trace_sent(request, message);
     const bool cancelled = args && get_atomic(&args->state) == TASK_CANCEL;
-    const std::string answer = cancelled ? std::string() : exchange_on_channel(request, message);
+    std::string answer = cancelled ? std::string() : exchange_on_channel(request, message);
     if (!request.awaits_answer)
         return 0;
-    set_xml_string(answer.c_str());
+    set_answer(std::move(answer));
     if (args && get_atomic(&args->state) != TASK_CANCEL)
         set_atomic(&args->state, kStateFinished);
     return 0;

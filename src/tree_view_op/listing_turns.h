@@ -3,6 +3,7 @@
 #include <glib.h>
 
 #include <cstddef>
+#include <functional>
 
 namespace relay_hub {
 
@@ -33,5 +34,10 @@ class ListingTurns {
     ListingWatcher* told_ = nullptr;
     gint64 slice_began_;
 };
+
+// Runs work, which must not touch the window, on a thread of its own. Meanwhile the main loop turns, and the
+// watcher is told when it takes long. Without a watcher, or when there is no thread to be had, work runs at
+// once. False when the listing was called off: work then goes on alone, so it must own what it uses.
+bool run_beside_window(const std::function<void()>& work, ListingTurns& turns);
 
 }  // namespace relay_hub

@@ -1,71 +1,20 @@
-#include <chrono>
-#include <condition_variable>
 #include <cstdio>
 #include <memory>
-#include <mutex>
-#include <system_error>
-#include <thread>
+#include <string>
 #include <vector>
 
 #include "tree_view_op/file_list_view.h"
 #include "tree_view_op/listing_turns.h"
 #include "tree_view_op/local_row.h"
 #include "util/file_op.h"
-#include "util/quiet_thread.h"
 
 namespace relay_hub {
 namespace {
 
-// A folder that is read within this time needs no main-loop turns.
-constexpr std::chrono::milliseconds kPatience(20);
-
-// What the reading worker and the window share. The worker owns its part of it, so that a closing window
-// need not wait for a slow disk.
 struct FolderReading {
-    std::mutex mutex;
-    std::condition_variable changed;
-    bool done = false;                 // guarded by mutex
-    std::vector<FolderEntry> entries;  // the worker's until done
-    int error_number = 0;              // the worker's until done
+    std::vector<FolderEntry> entries;
+    int error_number = 0;
 };
-
-void read_into(FolderReading& reading, const std::string& folder) {
-    reading.entries = read_folder(folder, &reading.error_number);
-    {
-        const std::lock_guard lock(reading.mutex);
-        reading.done = true;
-    }
-    reading.changed.notify_all();
-    g_main_context_wakeup(nullptr);
-}
-
-bool is_done(FolderReading& reading, std::chrono::milliseconds patience) {
-    std::unique_lock lock(reading.mutex);
-    return reading.changed.wait_for(lock, patience, [&reading] { return reading.done; });
-}
-
-// False when the listing was called off meanwhile.
-bool wait_for_reading(FolderReading& reading, ListingTurns& turns) {
-    if (is_done(reading, kPatience))
-        return true;
-    turns.begin();
-    while (!is_done(reading, std::chrono::milliseconds(0))) {
-        gtk_main_iteration();
-        if (!listing_watcher()->go_on())
-            return false;
-    }
-    return true;
-}
-
-bool read_on_worker(const std::shared_ptr<FolderReading>& reading, const std::string& folder) {
-    const SignalsBlocked blocked;
-    try {
-        std::thread([reading, folder] { read_into(*reading, folder); }).detach();
-    } catch (const std::system_error&) {
-        return false;
-    }
-    return true;
-}
 
 void fill_rows(GtkWidget* tree_view, const std::string& folder, const std::vector<FolderEntry>& entries) {
     RowFiller filler(tree_view, entries.size());
@@ -82,9 +31,8 @@ void fill_rows(GtkWidget* tree_view, const std::string& folder, const std::vecto
 void list_folder(const std::string& folder, GtkWidget* tree_view) {
     const auto reading = std::make_shared<FolderReading>();
     ListingTurns turns(0);
-    if (listing_watcher() == nullptr || !read_on_worker(reading, folder))
-        read_into(*reading, folder);
-    if (!wait_for_reading(*reading, turns))
+    const auto read = [reading, folder] { reading->entries = read_folder(folder, &reading->error_number); };
+    if (!run_beside_window(read, turns))
         return;
     if (reading->error_number != 0)
         // Fails again, and tells why in its own words.

@@ -1,3 +1,4 @@
+#include <climits>
 #include <cstring>
 #include <mutex>
 #include <string>
@@ -5,6 +6,7 @@
 
 #include "link_engine/message_names.h"
 #include "name_pipe/diagnostics.h"
+#include "xml_op/answer_parser.h"
 #include "xml_op/answer_readers.h"
 #include "xml_op/answer_text.h"
 #include "xml_op/record_rows.h"
@@ -30,13 +32,50 @@ void refuse_document_type(void* context, const xmlChar*, const xmlChar*, const x
     parser->wellFormed = 0;
 }
 
-XmlDocPtr parse(std::string_view text) {
+// Who takes the records of the answer that is being parsed.
+struct Records {
+    record_callback callback;
+    void* context;
+};
+
+bool is_outermost_record(const xmlNode* node) {
+    if (!is_named(node, wire::kRecord))
+        return false;
+    for (const xmlNode* above = node->parent; above != nullptr; above = above->parent)
+        if (is_named(above, wire::kRecord))
+            return false;
+    return true;
+}
+
+void hand_over(xmlNode* record, const Records& records) {
+    records.callback(record, records.context);
+    const relay_hub::XmlText result(get_xml_content_by_first(record->children, wire::kResult));
+    if (result != nullptr)
+        return;
+    // The element itself stays: the parser knows it as the last one of its parent.
+    xmlFreeNodeList(record->children);
+    record->children = record->last = nullptr;
+}
+
+void end_element(void* context, const xmlChar* name, const xmlChar* prefix, const xmlChar* uri) {
+    const auto* parser = static_cast<xmlParserCtxt*>(context);
+    xmlNode* const element = parser->node;
+    xmlSAX2EndElementNs(context, name, prefix, uri);
+    if (element != nullptr && is_outermost_record(element))
+        hand_over(element, *static_cast<const Records*>(parser->_private));
+}
+
+XmlDocPtr parse(std::string_view text, Records records) {
     static std::once_flag initialised;
     std::call_once(initialised, xmlInitParser);
     const relay_hub::XmlParser parser(xmlNewParserCtxt());
     if (parser == nullptr)
         return nullptr;
     parser->sax->internalSubset = refuse_document_type;
+    if (records.callback != nullptr) {
+        parser->_private = &records;
+        parser->sax->endElementNs = end_element;
+    }
     return XmlDocPtr(xmlCtxtReadMemory(parser.get(), text.data(), static_cast<int>(text.size()), nullptr,
                                        "UTF-8", XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
 }
@@ -76,22 +115,35 @@ xmlChar* content_copy(xmlNode* node) {
 
 }  // namespace
 
-xmlDoc* get_xml_structure(const char* text, int length, xmlNode** root) {
-    *root = nullptr;
+namespace relay_hub {
+
+XmlDocPtr parse_answer(std::string_view text, record_callback callback, void* context) {
+    if (text.empty())
+        return nullptr;
     std::string storage;
     XmlDocPtr document;
-    if (text != nullptr && length > 0)
-        document = parse(
-            relay_hub::readable_answer(std::string_view(text, static_cast<std::size_t>(length)), storage));
+    if (text.size() <= INT_MAX)
+        document = parse(readable_answer(text, storage), {callback, context});
     if (document == nullptr) {
+        report(XML_OP_HERE, "Document not parsed successfully.");
+        return nullptr;
+    }
+    if (xmlDocGetRootElement(document.get()) == nullptr) {
+        report(XML_OP_HERE, "empty document");
+        return nullptr;
+    }
+    return document;
+}
+
+}  // namespace relay_hub
+
+xmlDoc* get_xml_structure(const char* text, int length, xmlNode** root) {
+    const bool given = text != nullptr && length > 0;
+    XmlDocPtr document = relay_hub::parse_answer(
+        given ? std::string_view(text, static_cast<std::size_t>(length)) : "", nullptr, nullptr);
+    if (!given)
         relay_hub::report(XML_OP_HERE, "Document not parsed successfully.");
-        return nullptr;
-    }
-    *root = xmlDocGetRootElement(document.get());
-    if (*root == nullptr) {
-        relay_hub::report(XML_OP_HERE, "empty document");
-        return nullptr;
-    }
+    *root = document == nullptr ? nullptr : xmlDocGetRootElement(document.get());
     return document.release();
 }
 
@@ -142,7 +194,7 @@ int get_xml_detial(xmlNode* node, void* context) {
     if (command == wire::kGetDriverList)
         fill_to_widget_NP_VAL_CMD_GET_DRIVER_LIST(node, walk->side);
     else if (command == wire::kGetFileList && walk->rows != nullptr)
-        return relay_hub::add_file_row(node, *walk->rows, walk->separators) ? 0 : -1;
+        relay_hub::keep_file_row(node, *walk->rows);
     else if (command == wire::kGetFileList)
         fill_to_widget_NP_VAL_CMD_GET_FILE_LIST(node, walk->side);
     else if (command == wire::kGetRemoteSpecialPath)

@@ -1,35 +1,32 @@
 #include "xml_op/answer.h"
 
-#include <climits>
 #include <cstring>
+#include <utility>
 
 #include "link_engine/answer_slot.h"
 #include "link_engine/message_names.h"
-#include "xml_op/answer_readers.h"
+#include "xml_op/answer_parser.h"
 
 namespace relay_hub {
 
 Answer Answer::take(const CallSite& site) {
-    Answer answer(get_xml_string(), site);
-    release_xml_string();
-    return answer;
+    return {take_answer(), site};
 }
 
-Answer::Answer(const char* text, const CallSite& site)
-    : text_(text == nullptr ? "" : text), form_(RET_XML_NULL) {
-    if (text_.empty() || text_.size() > INT_MAX)
-        return;
-    xmlNode* root = nullptr;
-    document_.reset(get_xml_structure(text_.c_str(), static_cast<int>(text_.size()), &root));
+Answer::Answer(std::string text, const CallSite& site) : Answer(std::move(text), site, nullptr, nullptr) {}
+
+Answer::Answer(std::string text, const CallSite& site, record_callback callback, void* context)
+    : text_(std::move(text)), document_(parse_answer(text_, callback, context)), form_(judge_form(site)) {}
+
+int Answer::judge_form(const CallSite& site) {
     if (document_ == nullptr)
-        return;
+        return RET_XML_NULL;
     if (check_root_element(wire::kRoot, document_.get()) != 0) {
         report(site, "document of the wrong type, root node !=", wire::kRoot);
-        form_ = RET_XML_FMT_ERROR;
-        return;
+        return RET_XML_FMT_ERROR;
     }
-    fields_ = root->children;
-    form_ = 0;
+    fields_ = xmlDocGetRootElement(document_.get())->children;
+    return 0;
 }
 
 std::size_t Answer::field_count() const {

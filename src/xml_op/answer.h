@@ -4,6 +4,7 @@
 #include <string>
 
 #include "name_pipe/diagnostics.h"
+#include "xml_op/answer_readers.h"
 #include "xml_op/xml_owners.h"
 
 namespace relay_hub {
@@ -15,7 +16,10 @@ class Answer {
   public:
     // Empties the slot; a request nested in what the reader does next finds it free.
     static Answer take(const CallSite& site);
-    Answer(const char* text, const CallSite& site);
+    Answer(std::string text, const CallSite& site);
+    // Hands each record of the answer to `callback` as soon as it is read, and drops its content then, so
+    // that a long list never stands in memory as a tree. What it handed over counts only if form() is 0.
+    Answer(std::string text, const CallSite& site, record_callback callback, void* context);
 
     // 0, RET_XML_NULL or RET_XML_FMT_ERROR.
     int form() const { return form_; }
@@ -32,6 +36,8 @@ class Answer {
     XmlText reason() const;
 
   private:
+    [[nodiscard]] int judge_form(const CallSite& site);
+
     std::string text_;
     XmlDocPtr document_;
     xmlNode* fields_ = nullptr;

@@ -2,11 +2,15 @@
 
 #include <cstdio>
 #include <cstring>
+#include <memory>
+#include <optional>
+#include <utility>
 
 #include "link_engine/answer_slot.h"
 #include "link_engine/message_names.h"
 #include "link_engine/transfer_state.h"
 #include "tree_view_op/file_list_view.h"
+#include "tree_view_op/listing_turns.h"
 #include "ui/base/closing.h"
 #include "ui/base/dialogs/message_dialog.h"
 #include "ui/base/message_parent.h"
@@ -14,6 +18,7 @@
 #include "util/path_time_text.h"
 #include "util/translated_text.h"
 #include "xml_op/answer.h"
+#include "xml_op/record_rows.h"
 
 namespace {
 
@@ -35,17 +40,43 @@ void tell_no_data(const std::string& path) {
                         relay_hub::translated("IDS_ERROR_PATH"));
 }
 
-void show_folder(const Answer& answer, const std::string& path) {
+// An answer of less than this is read in a moment.
+constexpr std::size_t kLongAnswer = std::size_t{256} * 1024;
+
+// A file list's answer, with its records as rows. Owned by whoever reads it, and by the window.
+struct FileList {
+    explicit FileList(std::string answer_text) : text(std::move(answer_text)) {}
+    void read() {
+        walk_context context{nullptr, wire::kGetFileList, &rows};
+        answer.emplace(std::move(text), RIGHT_SIDE_HERE, get_xml_detial, &context);
+    }
+
+    std::string text;
+    relay_hub::RecordRows rows;
+    std::optional<Answer> answer;
+};
+
+// Null when the window closed meanwhile.
+std::shared_ptr<FileList> read_file_list(std::string text, relay_hub::ListingTurns& turns) {
+    const bool is_long = text.size() >= kLongAnswer;
+    auto list = std::make_shared<FileList>(std::move(text));
+    if (!is_long)
+        list->read();
+    else if (!relay_hub::run_beside_window([list] { list->read(); }, turns))
+        return nullptr;
+    return list;
+}
+
+void show_folder(FileList& list, const std::string& path) {
     __single* const side = get_UI_sets()->right_side;
+    // Nobody reads the text any more, and the rows take its place in memory.
+    list.answer.reset();
     clean_tree_view(side->tree_view);
     if (check_root_path(path.c_str()) != 0)
         insert_root_row(side->tree_view);
     {
-        relay_hub::RowFiller rows(side->tree_view, answer.field_count());
-        walk_context context{side, wire::kGetFileList, &rows, "/"};
-        if (check_path_for_platform(path.c_str()) == 1)
-            context.separators = "/\\";
-        traversal_xml(answer.fields(), wire::kRecord, get_xml_detial, &context);
+        relay_hub::RowFiller filler(side->tree_view, list.rows.size());
+        list.rows.move_to(filler, check_path_for_platform(path.c_str()) == 1 ? "/\\" : "/");
     }
     relay_hub::set_current_folder(side, path.c_str());
 }
@@ -96,19 +127,24 @@ int judge_local_device(const Answer& answer) {
     return judge_flag(answer, wire::kLocalDeviceOn);
 }
 
+Answer given_answer(const char* text) {
+    return {text == nullptr ? "" : text, RIGHT_SIDE_HERE};
+}
+
 }  // namespace
 
 int get_NP_VAL_CMD_GET_FILE_LIST(__send_args* args) {
-    const Answer answer = Answer::take(RIGHT_SIDE_HERE);
-    const int result = answer.result();
-    if (args == nullptr || relay_hub::window_is_closing())
+    relay_hub::ListingTurns turns(0);
+    const std::shared_ptr<FileList> list = read_file_list(relay_hub::take_answer(), turns);
+    if (args == nullptr || relay_hub::window_is_closing() || list == nullptr || !list->answer)
         return -1;
+    const int result = list->answer->result();
     if (result == 0) {
-        show_folder(answer, args->list_path);
+        show_folder(*list, args->list_path);
         return 0;
     }
     if (result == -1) {
-        report(RIGHT_SIDE_HERE, text_of(answer.field(wire::kResult)));
+        report(RIGHT_SIDE_HERE, text_of(list->answer->field(wire::kResult)));
         tell_no_data(args->list_path);
     } else {
         report(RIGHT_SIDE_HERE, "no folder list in the answer, folder", args->list_path);
@@ -203,15 +239,15 @@ void free_return_message() {
 }
 
 int judge_connection_status(const char* answer) {
-    return judge_connection(Answer(answer, RIGHT_SIDE_HERE));
+    return judge_connection(given_answer(answer));
 }
 
 int judge_connection_status_offline(const char* answer) {
-    return judge_local_device(Answer(answer, RIGHT_SIDE_HERE));
+    return judge_local_device(given_answer(answer));
 }
 
 int judge_remote_online(const char* answer) {
-    return judge_online(Answer(answer, RIGHT_SIDE_HERE));
+    return judge_online(given_answer(answer));
 }
 
 }  // namespace relay_hub

@@ -1,6 +1,7 @@
 #pragma once
-// Reading the engine's answers into the panes. All of it runs on the window's thread; parsing refuses a
-// DOCTYPE, loads nothing and never expands entities of its own.
+// Reading the engine's answers into the panes. All of it runs on the window's thread, but for what touches no
+// widget: that, a long file list's parsing, may run beside it. Parsing refuses a DOCTYPE, loads nothing and
+// never expands entities of its own.
 #include <libxml/tree.h>
 
 #include <string>
@@ -13,16 +14,15 @@ inline constexpr int RET_XML_FMT_ERROR = -3;
 inline constexpr int RET_XML_TAG_MISS = -4;
 
 namespace relay_hub {
-class RowFiller;
+class RecordRows;
 }
 
 // What the record callback needs: the widgets to fill and the command whose answer is read. rows, when
-// given, takes the file records and may end the walk; separators are what parts the folder's paths.
+// given, takes the file records in the list's place; no widget is touched then.
 struct walk_context {
     __single* side = nullptr;
     const char* command = "";
-    relay_hub::RowFiller* rows = nullptr;
-    const char* separators = "/";
+    relay_hub::RecordRows* rows = nullptr;
 };
 using record_callback = int (*)(xmlNode* node, void* context);
 

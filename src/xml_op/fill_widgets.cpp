@@ -96,7 +96,6 @@ class FileRow {
         }
     }
     const char* const* texts() const { return texts_; }
-    const char* name() const { return texts_[kColumnName] == nullptr ? "" : texts_[kColumnName]; }
 
   private:
     void take(std::string_view tag, const xmlNode* field) {
@@ -130,10 +129,6 @@ class FileRow {
     DateText accessed_;
     DateText modified_;
 };
-
-bool leads_elsewhere(std::string_view name, const char* separators) {
-    return name == "." || name == ".." || name.find_first_of(separators) != std::string_view::npos;
-}
 
 void add_special_path(const xmlNode* field, const char* log_word, GtkWidget* drive_combo) {
     relay_hub::log_event("%s", log_word);
@@ -174,8 +169,10 @@ int fill_to_widget_NP_VAL_CMD_GET_DRIVER_LIST(xmlNode* node, __single* side) {
 
 int fill_to_widget_NP_VAL_CMD_GET_FILE_LIST(xmlNode* node, __single* side) {
     if (name_of(node) == wire::kRecord) {
-        relay_hub::RowFiller rows(side->tree_view, 1);
-        relay_hub::add_file_row(node, rows, walk_context{}.separators);
+        relay_hub::RecordRows rows;
+        relay_hub::keep_file_row(node, rows);
+        relay_hub::RowFiller filler(side->tree_view, rows.size());
+        rows.move_to(filler, "/");
     }
     return 0;
 }
@@ -192,13 +189,8 @@ int fill_to_widget_NP_VAL_CMD_GET_REMOTE_SPECIAL_PATH(xmlNode* node, __single* s
 
 namespace relay_hub {
 
-bool add_file_row(const xmlNode* record, RowFiller& rows, const char* separators) {
-    const FileRow row(record);
-    if (leads_elsewhere(row.name(), separators)) {
-        report(XML_OP_HERE, "entry left out, its name is a path: ", row.name());
-        return true;
-    }
-    return rows.add(row.texts());
+void keep_file_row(const xmlNode* record, RecordRows& rows) {
+    rows.append(FileRow(record).texts());
 }
 
 }  // namespace relay_hub

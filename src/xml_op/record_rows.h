@@ -1,13 +1,32 @@
 #pragma once
-// One record of a file list becomes one row of the remote list. Window's thread.
+// The records of a file list as rows: first kept aside as plain texts, which may happen on any thread, then
+// added to the remote list on the window's thread.
 #include <libxml/tree.h>
+
+#include <cstddef>
+#include <deque>
+#include <string>
 
 #include "tree_view_op/file_list_view.h"
 
 namespace relay_hub {
 
-// Adds the row of a "Line" record. A record whose name would lead out of its folder (a dot name, or one that
-// holds one of the separators) is told on standard error and adds nothing. False when the filling is to stop.
-bool add_file_row(const xmlNode* record, RowFiller& rows, const char* separators);
+// Row after row, each text one after the other. One thread at a time.
+class RecordRows {
+  public:
+    // kColumnCount texts in column order, copied; null leaves a column empty.
+    void append(const char* const* texts);
+    [[nodiscard]] std::size_t size() const { return size_; }
+    // Adds all rows to the list, and lets go of them on the way. A row whose name would lead out of its
+    // folder (a dot name, or one that holds one of the separators) is told on standard error and left out.
+    void move_to(RowFiller& filler, const char* separators);
+
+  private:
+    std::deque<std::string> blocks_;  // a row never lies in two
+    std::size_t size_ = 0;
+};
+
+// Keeps the row of a "Line" record.
+void keep_file_row(const xmlNode* record, RecordRows& rows);
 
 }  // namespace relay_hub

@@ -60,6 +60,10 @@ TEST_F(AnswerReaders, FileListAnswersFillThePaneOrLeaveItAsItWas) {
         {"paths as names",
          message(kSuccess + line("..", "1") + line(".", "1") + line("../x", "0") + line("a\\b", "0")), 0,
          ".. a\\b"},
+        {"T1 in a record", message(line("a", "0") + "<Line><TA>b</TA><X>" + kSuccess + "</X></Line>"), 0,
+         ".. a b"},
+        {"text between records",
+         message(kSuccess + "one" + line("a", "0") + "two" + line("b", "0") + "three"), 0, ".. a b"},
     };
     for (const auto& c : cases) {
         clean_tree_view(remote_.view());
@@ -94,6 +98,30 @@ TEST_F(AnswerReaders, EveryFieldOfARecordHasItsColumn) {
     }
     EXPECT_THAT(row, ElementsAre("gtk-directory", "n", "7 B", "IDS_FH_FOLDER", "2023-11-14 22:13:20", "", "7",
                                  "d", "1700000000", "34", "9"));
+}
+
+// A long answer is parsed on a thread of its own once there is a watcher.
+struct Watcher : relay_hub::ListingWatcher {
+    Watcher() { relay_hub::set_listing_watcher(this); }
+    ~Watcher() override { relay_hub::set_listing_watcher(nullptr); }
+    void long_listing_begins() override { ++depth; }
+    void long_listing_ends() override { --depth; }
+    bool go_on() override { return true; }
+    int depth = 0;
+};
+
+TEST_F(AnswerReaders, ALargeFolderIsListedWholeOrNotAtAll) {
+    const Watcher watcher;
+    std::string records = kSuccess;
+    for (int i = 0; i < 5000; ++i)
+        records += line("entry " + std::to_string(i), "0");
+    for (const std::string& answer : {message(records), "<ZEVMSG>" + records}) {
+        EXPECT_EQ(read(get_NP_VAL_CMD_GET_FILE_LIST, answer), answer.ends_with("</ZEVMSG>") ? 0 : -1);
+        const std::vector<std::string> all = remote_.texts(kColumnName);
+        ASSERT_EQ(all.size(), 5001U);
+        EXPECT_EQ(all.back(), "entry 4999");
+        EXPECT_EQ(watcher.depth, 0);
+    }
 }
 
 TEST_F(AnswerReaders, DrivesAndSpecialPathsBecomeEntries) {

@@ -1,0 +1,371 @@
+// How long the panes take to show large folders, how smoothly the window goes on meanwhile, and what memory a
+// long answer takes. Usage: bench_panes FOLDER (for the files; needs a display).
+#include <fcntl.h>
+#include <gtk/gtk.h>
+#include <malloc.h>
+#include <sys/prctl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "bench/measure.h"
+#include "engine/file_list.h"
+#include "engine/names.h"
+#include "engine/remote_file_system.h"
+#include "link_engine/request_builders.h"
+#include "name_pipe/file_descriptor.h"
+#include "name_pipe/log.h"
+#include "name_pipe/name_pipe_base.h"
+#include "tree_view_op/file_list_view.h"
+#include "ui/base/ui_sets.h"
+#include "ui/base/window_thread.h"
+#include "ui/link_status_monitor.h"
+#include "ui/main_window.h"
+#include "ui/navigation.h"
+#include "ui/start_up.h"
+#include "xml_op/xml_owners.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using bench::must;
+using relay_hub::FileDescriptor;
+
+constexpr int kRounds = 5;
+constexpr std::size_t kLocalFiles = 100000;
+constexpr std::size_t kRemoteEntries = 40000;
+constexpr double kLongestGap = 100;  // ms
+using Row = std::array<std::string, kColumnCount>;
+
+// ---- The peer: serves one answer over and over, as a plain program would.
+
+std::string take(int fd, std::size_t size) {
+    std::string bytes(size, '\0');
+    std::size_t done = 0;
+    ssize_t count = 1;
+    for (; done < size && count > 0; done += static_cast<std::size_t>(std::max<ssize_t>(count, 0)))
+        count = ::read(fd, bytes.data() + done, size - done);
+    bytes.resize(done);
+    return bytes;
+}
+
+std::string take_frame(int fd) {
+    const std::string header = take(fd, sizeof(std::uint32_t));
+    std::uint32_t length = 0;
+    header.copy(reinterpret_cast<char*>(&length), sizeof length);
+    return take(fd, length);
+}
+
+void put_frame(int fd, const std::string& body) {
+    const auto length = static_cast<std::uint32_t>(body.size());
+    (void)relay_hub::write_all(fd, reinterpret_cast<const char*>(&length), sizeof length);
+    (void)relay_hub::write_all(fd, body.data(), body.size());
+}
+
+class Peer {
+  public:
+    Peer(const std::string& base, const std::string& answer) : base_(base) {
+        must(::mkfifo((base + "_IN").c_str(), 0600) == 0, "mkfifo");
+        must(::mkfifo((base + "_OUT").c_str(), 0600) == 0, "mkfifo");
+        child_ = ::fork();
+        if (child_ == 0)
+            serve(answer);
+    }
+    Peer(const Peer&) = delete;
+    Peer& operator=(const Peer&) = delete;
+    ~Peer() {
+        ::kill(child_, SIGKILL);
+        ::waitpid(child_, nullptr, 0);
+    }
+
+    // One exchange without anything of ours.
+    [[nodiscard]] std::string ask() const {
+        const FileDescriptor in(::open((base_ + "_IN").c_str(), O_WRONLY | O_CLOEXEC));
+        put_frame(in.get(), "request");
+        const FileDescriptor out(::open((base_ + "_OUT").c_str(), O_RDONLY | O_CLOEXEC));
+        return take_frame(out.get());
+    }
+
+  private:
+    [[noreturn]] void serve(const std::string& answer) const {
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        (void)std::signal(SIGPIPE, SIG_IGN);
+        for (;;) {
+            const FileDescriptor in(::open((base_ + "_IN").c_str(), O_RDONLY | O_CLOEXEC));
+            if (take_frame(in.get()).empty())
+                continue;
+            const FileDescriptor out(::open((base_ + "_OUT").c_str(), O_WRONLY | O_CLOEXEC));
+            put_frame(out.get(), answer);
+        }
+    }
+
+    std::string base_;
+    pid_t child_ = -1;
+};
+
+std::string long_answer() {
+    std::vector<relay_hub::engine::Entry> entries(kRemoteEntries);
+    for (std::size_t index = 0; index < entries.size(); ++index) {
+        relay_hub::engine::Entry& entry = entries[index];
+        entry.name = "holiday photo " + std::to_string(100000 + index) + ".jpeg";
+        entry.size = 1000 + index;
+        entry.created.tv_sec = entry.accessed.tv_sec = entry.modified.tv_sec =
+            1700000000 + static_cast<std::time_t>(index);
+    }
+    return relay_hub::engine::file_list_text(entries, relay_hub::engine::Style::kWindows, kPipeBufferSize);
+}
+
+// ---- The main loop and its gaps.
+
+void settle() {
+    gdk_display_sync(gdk_display_get_default());
+    while (gtk_events_pending())
+        gtk_main_iteration();
+}
+
+// The longest time between two turns of the main loop while it lives.
+class GapWatch {
+  public:
+    GapWatch() : last_(g_get_monotonic_time()) {
+        source_ = g_timeout_add_full(G_PRIORITY_HIGH, 2, look, this, nullptr);
+    }
+    GapWatch(const GapWatch&) = delete;
+    GapWatch& operator=(const GapWatch&) = delete;
+    ~GapWatch() { g_source_remove(source_); }
+    double longest_ms() {
+        look(this);
+        return static_cast<double>(longest_) / 1000;
+    }
+
+  private:
+    static gboolean look(gpointer data) {
+        auto* self = static_cast<GapWatch*>(data);
+        const gint64 now = g_get_monotonic_time();
+        self->longest_ = std::max(self->longest_, now - self->last_);
+        self->last_ = now;
+        return G_SOURCE_CONTINUE;
+    }
+    gint64 last_;
+    gint64 longest_ = 0;
+    guint source_;
+};
+
+void open_folder(__single* side, const std::string& path) {
+    gtk_entry_set_text(GTK_ENTRY(side->path_entry), path.c_str());
+    relay_hub::open_typed_path(side);
+    settle();
+}
+
+int row_count(const __single* side) {
+    return gtk_tree_model_iter_n_children(gtk_tree_view_get_model(GTK_TREE_VIEW(side->tree_view)), nullptr);
+}
+
+// ---- The yardstick: a list of the panes' kind, filled with the same texts and nothing else.
+
+std::vector<Row> rows_of(const __single* side) {
+    GtkTreeModel* model = gtk_tree_view_get_model(GTK_TREE_VIEW(side->tree_view));
+    std::vector<Row> rows;
+    GtkTreeIter iter;
+    for (gboolean more = gtk_tree_model_get_iter_first(model, &iter); more;
+         more = gtk_tree_model_iter_next(model, &iter)) {
+        Row& row = rows.emplace_back();
+        for (int column = 0; column < kColumnCount; ++column) {
+            char* text = nullptr;
+            gtk_tree_model_get(model, &iter, column, &text, -1);
+            row[static_cast<std::size_t>(column)] = text != nullptr ? text : "";
+            g_free(text);
+        }
+    }
+    return rows;
+}
+
+class BareList {
+  public:
+    BareList() {
+        GType types[kColumnCount];
+        std::fill(std::begin(types), std::end(types), G_TYPE_STRING);
+        store_ = gtk_list_store_newv(kColumnCount, types);
+        view_ = gtk_tree_view_new_with_model(GTK_TREE_MODEL(store_));
+        set_list_treeview(view_);
+        GtkWidget* scroller = gtk_scrolled_window_new(nullptr, nullptr);
+        gtk_container_add(GTK_CONTAINER(scroller), view_);
+        window_ = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+        gtk_window_set_default_size(GTK_WINDOW(window_), 350, 400);
+        gtk_container_add(GTK_CONTAINER(window_), scroller);
+        gtk_widget_show_all(window_);
+        settle();
+    }
+    BareList(const BareList&) = delete;
+    BareList& operator=(const BareList&) = delete;
+    ~BareList() {
+        clear();
+        gtk_widget_destroy(window_);
+        g_object_unref(store_);
+    }
+    void clear() {
+        gtk_tree_view_set_model(GTK_TREE_VIEW(view_), nullptr);
+        gtk_list_store_clear(store_);
+        gtk_tree_view_set_model(GTK_TREE_VIEW(view_), GTK_TREE_MODEL(store_));
+        settle();
+    }
+    void fill(const std::vector<Row>& rows) {
+        const bool detached = std::getenv("BENCH_DETACHED") != nullptr;
+        if (detached)
+            gtk_tree_view_set_model(GTK_TREE_VIEW(view_), nullptr);
+        for (const Row& row : rows) {
+            GtkTreeIter iter;
+            gtk_list_store_insert_with_values(store_, &iter, -1, 0, row[0].c_str(), 1, row[1].c_str(), 2,
+                                              row[2].c_str(), 3, row[3].c_str(), 4, row[4].c_str(), 5,
+                                              row[5].c_str(), 6, row[6].c_str(), 7, row[7].c_str(), 8,
+                                              row[8].c_str(), 9, row[9].c_str(), 10, row[10].c_str(), -1);
+        }
+        if (detached)
+            gtk_tree_view_set_model(GTK_TREE_VIEW(view_), GTK_TREE_MODEL(store_));
+        settle();
+    }
+
+  private:
+    GtkListStore* store_;
+    GtkWidget* view_;
+    GtkWidget* window_;
+};
+
+// ---- Memory of this process, in bytes.
+
+double status_bytes(const std::string& field) {
+    std::ifstream status("/proc/self/status");
+    std::string word;
+    double kilobytes = 0;
+    while (status >> word)
+        if (word == field + ":" && status >> kilobytes)
+            break;
+    return kilobytes * 1024;
+}
+
+void forget_peak() {
+    std::ofstream("/proc/self/clear_refs") << "5";
+}
+
+// ---- The figures.
+
+void local_folder(const fs::path& folder, const fs::path& empty) {
+    fs::create_directories(folder);
+    for (std::size_t index = 0; index < kLocalFiles; ++index)
+        std::ofstream(folder / ("file " + std::to_string(index) + ".txt"));
+    __single* side = get_UI_sets()->left_side;
+    open_folder(side, folder);
+    must(row_count(side) == static_cast<int>(kLocalFiles) + 1, "rows");
+    const std::vector<Row> rows = rows_of(side);
+    double longest_gap = 0;
+    const auto ours = [&] {
+        GapWatch gap;
+        open_folder(side, folder);
+        longest_gap = std::max(longest_gap, gap.longest_ms());
+    };
+    bench::Pair times;
+    {
+        BareList bare;
+        times = bench::alternate(
+            kRounds, ours, [&] { bare.fill(rows); },
+            [&] {
+                open_folder(side, empty);
+                bare.clear();
+            });
+    }
+    bench::print_ratio("local folder of 100,000 files / bare list of the same rows", bench::best(times.ours),
+                       bench::best(times.yardstick), 1.3);
+    bench::print_limit("  longest main-loop gap", longest_gap, "ms", kLongestGap);
+    open_folder(side, empty);
+    fs::remove_all(folder);
+}
+
+void remote_folder(const std::string& answer, const Peer& peer) {
+    __single* side = get_UI_sets()->right_side;
+    clean_tree_view(side->tree_view);
+    settle();
+    (void)malloc_trim(0);
+    forget_peak();
+    const double before = status_bytes("VmHWM");
+    open_folder(side, "C:\\photos");
+    const double grown = status_bytes("VmHWM") - before;
+    must(row_count(side) == static_cast<int>(kRemoteEntries) + 1, "rows");
+    const std::vector<Row> rows = rows_of(side);
+    double longest_gap = 0;
+    const auto ours = [&] {
+        GapWatch gap;
+        open_folder(side, "C:\\photos");
+        longest_gap = std::max(longest_gap, gap.longest_ms());
+    };
+    BareList bare;
+    relay_hub::XmlDocPtr parsed;
+    const auto bare_parts = [&] {
+        const std::string text = peer.ask();
+        xmlDoc* document = xmlParseMemory(text.data(), static_cast<int>(text.size()));
+        must(document != nullptr, "xmlParseMemory");
+        bare.fill(rows);
+        parsed.reset(document);
+    };
+    const bench::Pair times = bench::alternate(kRounds, ours, bare_parts, [&] {
+        clean_tree_view(side->tree_view);
+        bare.clear();
+        parsed.reset();
+    });
+    bench::print_ratio("remote folder of 40,000 entries / pipe + xmlParseMemory + bare list",
+                       bench::best(times.ours), bench::best(times.yardstick), 1.5);
+    bench::print_limit("  longest main-loop gap", longest_gap, "ms", kLongestGap);
+    bench::print_limit("  peak memory, in answers", grown / static_cast<double>(answer.size()), "answers", 6);
+}
+
+void bench_window(const fs::path& folder, const std::string& answer, const Peer& peer) {
+    new_zev_window();
+    visible_main_window();
+    visible_local_widget();
+    settle();
+    relay_hub::reset_link_monitor();
+    relay_hub::show_online_view();
+    settle();
+    if (std::getenv("ONLY_LOCAL") == nullptr)
+        remote_folder(answer, peer);
+    if (std::getenv("ONLY_REMOTE") == nullptr)
+        local_folder(folder / "many", folder / "home");
+    relay_hub::reset_main_window();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 2) {
+        std::fprintf(stderr, "usage: %s FOLDER\n", argv[0]);
+        return 2;
+    }
+    const fs::path folder = fs::path(argv[1]) / "relay-hub-bench-panes";
+    fs::remove_all(folder);
+    fs::create_directories(folder / "home");
+    ::setenv("HOME", (folder / "home").c_str(), 1);
+    must(std::freopen("/dev/null", "w", stdout) != nullptr, "/dev/null");
+    (void)std::setvbuf(stdout, nullptr, _IOLBF, 0);
+    const std::string answer = long_answer();
+    std::fprintf(stderr, "answer: %zu bytes\n", answer.size());
+    {
+        const Peer peer(folder / "pipe", answer);
+        relay_hub::set_command_pipe_for_tests(folder / "pipe");
+        CNamePipeBase::SetupParam((folder / "notify").c_str(), kPipeBufferSize, kPipeBufferSize);
+        theLog.SetFile((folder / "trace.log").c_str(), false);
+        gdk_threads_init();
+        gtk_init(&argc, &argv);
+        relay_hub::remember_window_thread();
+        relay_hub::install_window_services();
+        gdk_threads_enter();
+        bench_window(folder, answer, peer);
+        gdk_threads_leave();
+    }
+    fs::remove_all(folder);
+    return 0;
+}
