@@ -71,10 +71,6 @@ Drop::~Drop() {
     g_free(selection_.data);
 }
 
-std::string Drop::text() {
-    return {reinterpret_cast<const char*>(selection_.data), static_cast<std::size_t>(selection_.length)};
-}
-
 Panes::Panes() {
     UI* ui = get_UI_sets();
     ui->main_window = gtk_window_new(GTK_WINDOW_TOPLEVEL);

@@ -32,7 +32,6 @@ class Drop {
     ~Drop();
     [[nodiscard]] GdkDragContext* context() const { return context_; }
     GtkSelectionData* selection() { return &selection_; }
-    [[nodiscard]] std::string text();
 
   private:
     GdkDragContext* context_;

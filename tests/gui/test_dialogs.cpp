@@ -70,24 +70,6 @@ TEST(MkdirDialog, GivesTheNameOnlyForOk) {
     }
 }
 
-TEST(MkdirDialog, AnEmptyNameIsRefusedAndTheDialogStays) {
-    _mkdir_dialog* record = create_mkdir_dialog();
-    init_mkdir_dialog(record);
-    std::string refusal;
-    const When pressed([&] { return gtk_grab_get_current() == record->dialog; },
-                       [&] { gtk_button_clicked(GTK_BUTTON(record->ok_button)); });
-    const When refused([&] { return a_box_is_over(record->dialog); }, [&] { answer_box(&refusal); });
-    const When named([&] { return !refusal.empty() && gtk_grab_get_current() == record->dialog; },
-                     [&] {
-                         gtk_entry_set_text(GTK_ENTRY(record->entry), "x");
-                         gtk_button_clicked(GTK_BUTTON(record->ok_button));
-                     });
-    show_mkdir_dialog(record);
-    destroy_mkdir_dialog(record);
-    EXPECT_THAT(refusal, testing::StartsWith("IDS_ERROR_PATH.\n"));
-    EXPECT_STREQ(get_folder_name(), "x");
-}
-
 class RenameDialog : public testing::Test {
   protected:
     // Enters text over the old name and presses OK; when that is refused, cancels. Gives the refusal.

@@ -1,4 +1,3 @@
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -12,7 +11,6 @@
 
 namespace {
 
-using gui_test::BoxClosed;
 using gui_test::NameGiven;
 
 class LocalPane : public gui_test::Panes {
@@ -24,25 +22,6 @@ class LocalPane : public gui_test::Panes {
 
     test::Sandbox folder_;
 };
-
-TEST_F(LocalPane, ANewFolderIsMadeAndSelected) {
-    folder_.make_file("z");
-    const NameGiven dialog("IDS_MN_ADDNEWFOLDER", "new");
-    left_popup_menu_mkdir(nullptr, nullptr);
-    struct stat made {};
-    ASSERT_EQ(::stat(folder_.at("new").c_str(), &made), 0);
-    EXPECT_EQ(made.st_mode & 0007, 0U);
-    EXPECT_EQ(selected(local_), "new");
-}
-
-TEST_F(LocalPane, AFolderThatCannotBeMadeIsTold) {
-    folder_.make_file("taken", "content");
-    const NameGiven dialog("IDS_MN_ADDNEWFOLDER", "taken");
-    const BoxClosed box("IDS_MSG_ERR_FAIL_TO_CREATE_FOLDER");
-    left_popup_menu_mkdir(nullptr, nullptr);
-    EXPECT_TRUE(box.done());
-    EXPECT_EQ(test::content(folder_.at("taken")), "content");
-}
 
 TEST_F(LocalPane, ARenamedEntryStaysSelected) {
     folder_.make_file("a", "content");
@@ -87,17 +66,6 @@ TEST_F(LocalPane, DeletedEntriesGoAndTheNextRowIsSelected) {
     EXPECT_EQ(names(local_), ".. a c");
 }
 
-TEST_F(LocalPane, DroppedFilesAreCopied) {
-    const test::Sandbox source;
-    source.make_file("a b", "content");
-    gui_test::Drop drop("file://" + source.at() + "/a%20b\r\nhttp://elsewhere/x\r\n");
-    EXPECT_EQ(left_drag_data_received(local_.view(), drop.context(), 0, 0, drop.selection(), 1, 0, nullptr),
-              0);
-    EXPECT_EQ(test::content(folder_.at("a b")), "content");
-    EXPECT_EQ(test::content(source.at("a b")), "content");
-    EXPECT_EQ(names(local_), ".. a b");
-}
-
 TEST_F(LocalPane, DropsThatCannotBeTakenDoNothing) {
     const test::Sandbox source;
     const std::string uri = "file://" + source.make_file("x") + "\r\n";
@@ -110,17 +78,6 @@ TEST_F(LocalPane, DropsThatCannotBeTakenDoNothing) {
         left_drag_data_received(local_.view(), nowhere.context(), 0, 0, nowhere.selection(), 1, 0, nullptr),
         -1);
     EXPECT_TRUE(std::filesystem::is_empty(folder_.at()));
-}
-
-TEST_F(LocalPane, ADragOffersTheSelectionAsUris) {
-    folder_.make_file("a b");
-    show();
-    local_.select({0, 1});
-    gui_test::Drop drag("");
-    left_drag_data_get(local_.view(), nullptr, drag.selection(), 1, 0, nullptr);
-    EXPECT_EQ(drag.text(), "file://" + folder_.at() + "/a%20b\r\n");
-    left_drag_data_get(local_.view(), nullptr, drag.selection(), 0, 0, nullptr);
-    EXPECT_EQ(drag.text(), "ABC");
 }
 
 TEST_F(LocalPane, RefreshingKeepsTheSelectedRow) {

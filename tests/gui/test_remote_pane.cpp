@@ -22,7 +22,6 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
-using testing::SizeIs;
 
 const std::string kRefused = "<T1>NP_Exe_Result_Fail</T1><T2>disk full</T2>";
 
@@ -69,36 +68,6 @@ TEST_F(RemotePane, ANewFolderIsMadeWhereThePaneStandsAndBecomesSelected) {
     }
 }
 
-TEST_F(RemotePane, ARefusedFolderIsToldWithTheEnginesReason) {
-    show("/home", line("a", "1"));
-    answer_ = message(kRefused);
-    const NameGiven dialog("IDS_MN_ADDNEWFOLDER", "new");
-    const BoxClosed box("disk full.");
-    EXPECT_EQ(right_popup_menu_mkdir(nullptr, nullptr), -1);
-    EXPECT_TRUE(box.done());
-    EXPECT_EQ(names(remote_), ".. a");
-}
-
-TEST_F(RemotePane, RenamingSendsBothPathsAndSelectsWhatTheEntryIsCalledNow) {
-    show("/home", line("old", "0") + line("x", "0"));
-    remote_.select({1});
-    records_ = line("renamed", "0") + line("x", "0");
-    {
-        const NameGiven dialog("IDS_MN_RENAME", "renamed");
-        EXPECT_EQ(right_popup_menu_rename(nullptr, nullptr), 0);
-    }
-    EXPECT_THAT(engine_.requests("NP_Cmd_Rename"),
-                ElementsAre(HasSubstr(hex_field("TJ", "/home/old") + hex_field("TK", "/home/renamed"))));
-    EXPECT_EQ(selected(remote_), "renamed");
-
-    answer_ = message(kRefused);
-    const NameGiven dialog("IDS_MN_RENAME", "again");
-    const BoxClosed box("IDS_MSG_ERR_FAIL_TO_RENAME_FILE");
-    EXPECT_EQ(right_popup_menu_rename(nullptr, nullptr), 0);
-    EXPECT_TRUE(box.done());
-    EXPECT_EQ(selected(remote_), "renamed");
-}
-
 TEST_F(RemotePane, DeletingSendsTheSelectionInReverseAndSelectsTheNextRow) {
     show("C:\\", line("a", "0") + line("b", "1") + line("c", "0") + line("d", "0"));
     remote_.select({0, 1, 2});
@@ -128,39 +97,6 @@ TEST_F(RemotePane, NeitherTheParentRowNorANamelessOneIsEverDeleted) {
     remote_.select({0, 1});
     right_popup_menu_delete(nullptr, nullptr);
     EXPECT_THAT(engine_.requests("Trash"), IsEmpty());
-}
-
-TEST_F(RemotePane, LocalFilesArePastedAndDroppedTheSameWay) {
-    test::Sandbox files;
-    const std::string path = files.make_file("a b", "12345");
-    show("C:\\Data", "");
-    const std::string record =
-        field("T9", path) + hex_field("TB", path) + field("TA", "C:\\Data") + hex_field("TC", "C:\\Data");
-    g_pClipboardFileList = {path};
-    g_copy_source = kCopiedLocally;
-    save_to_clipboard(nullptr);
-    records_ = line("pasted", "0");
-    EXPECT_EQ(right_popup_menu_paste(nullptr, nullptr), 0);
-    EXPECT_EQ(names(remote_), ".. pasted");
-    EXPECT_EQ(g_copy_source, kNothingCopied);
-
-    gui_test::Drop drop("file://" + files.at() + "/a%20b\r\n");
-    records_ = line("dropped", "0");
-    answer_ = message(kRefused);
-    const BoxClosed box("disk full");
-    EXPECT_EQ(right_drag_data_received(remote_.view(), drop.context(), 0, 0, drop.selection(), 1, 0, nullptr),
-              -1);
-    EXPECT_TRUE(box.done());
-    EXPECT_EQ(names(remote_), ".. dropped");
-    EXPECT_THAT(engine_.requests("NP_Cmd_Local_To_Remote"),
-                ElementsAre(HasSubstr(record), HasSubstr(record)));
-
-    gui_test::Drop move("file:///x\r\n", GDK_ACTION_MOVE);
-    EXPECT_EQ(right_drag_data_received(remote_.view(), move.context(), 0, 0, move.selection(), 1, 0, nullptr),
-              -1);
-    gui_test::Drop rows("C:\\Data\\x\r\n");
-    right_drag_data_received(remote_.view(), rows.context(), 0, 0, rows.selection(), 0, 0, nullptr);
-    EXPECT_THAT(engine_.requests("NP_Cmd_Local_To_Remote"), SizeIs(2));
 }
 
 TEST_F(RemotePane, RemoteCopiesStayRemote) {
@@ -207,23 +143,6 @@ TEST_F(RemotePane, RemoteItemsTravelWithTheAttributesOfTheirRows) {
     }
 }
 
-TEST_F(RemotePane, DraggedRowsArriveEvenWhenTheDropHasUnselectedThem) {
-    test::Sandbox target;
-    relay_hub::set_current_folder(get_UI_sets()->left_side, target.at().c_str());
-    show("/home", line("a", "0", "7") + line("b", "0", "8"));
-    remote_.select({1, 2});
-    for (int round = 0; round < 2; ++round) {
-        gui_test::Drop drag("");
-        right_drag_data_get(remote_.view(), nullptr, drag.selection(), 0, 0, nullptr);
-        EXPECT_EQ(drag.text(), "/home/b\r\n/home/a\r\n");
-        remote_.select({});
-        gui_test::Drop drop(drag.text());
-        EXPECT_EQ(
-            left_drag_data_received(local_.view(), drop.context(), 0, 0, drop.selection(), 0, 0, nullptr), 0);
-    }
-    EXPECT_THAT(engine_.requests(attributes("0", "8")), SizeIs(2));
-}
-
 TEST_F(RemotePane, CancelledWhileBeingPreparedNothingIsSent) {
     show("/home", "");
     const int result = relay_hub::paste_into_remote_folder([] {
@@ -250,27 +169,6 @@ TEST_F(RemotePane, EitherDrivesOrSpecialPathsAreEnough) {
     EXPECT_EQ(answers(true, false), 0);
     EXPECT_EQ(answers(false, true), 0);
     EXPECT_EQ(answers(false, false), -1);
-}
-
-TEST_F(RemotePane, TheMonitorsProbesAskOnTheirOwnThread) {
-    answer_ = message(kSuccess +
-                      "<NP_Cmd_Remote_Is_Online>Y</NP_Cmd_Remote_Is_Online>"
-                      "<NP_Connection_Local_Device_On>N</NP_Connection_Local_Device_On>"
-                      "<Line><TA>C:</TA></Line>");
-    std::atomic<bool> done = false;
-    int online = 5;
-    int device = 5;
-    std::thread worker([&] {
-        online = link_engine_remote_online_nothread();
-        device = offline_connection_status_nothread();
-        right_combobox_load_partition_nothread();
-        done = true;
-    });
-    EXPECT_TRUE(gui_test::run_until([&] { return done.load(); }));
-    worker.join();
-    EXPECT_EQ(online, 0);
-    EXPECT_EQ(device, -1);
-    EXPECT_THAT(drives(), ElementsAre("|C:|C:"));
 }
 
 TEST_F(RemotePane, AClosingProgramStartsNothing) {
@@ -323,9 +221,6 @@ class Progress : public testing::Test {
     double percent() const {
         return gtk_progress_bar_get_fraction(GTK_PROGRESS_BAR(info_.progress_bar)) * 100;
     }
-    void set_percent(double value) const {
-        gtk_progress_bar_set_fraction(GTK_PROGRESS_BAR(info_.progress_bar), value / 100);
-    }
     std::string text() const { return gtk_label_get_text(GTK_LABEL(info_.message_label)); }
 
     dialog_info info_;
@@ -366,25 +261,6 @@ TEST_F(Progress, ACopyShowsItsTextAndNeverGoesBackWithinOneFile) {
     SetProgressInfo("half written");
     EXPECT_TRUE(update_dialog_info(&info_));
     EXPECT_EQ(text(), "\uFFFDz");
-}
-
-TEST_F(Progress, TheBarCreepsWhileATransferIsPrepared) {
-    set_change_flag(3);
-    const struct { double before, after; } cases[] = {{0, 0.3}, {54.9, 55.2}, {56, 56.1}, {100, 0.3}};
-    for (const auto& c : cases) {
-        set_percent(c.before);
-        EXPECT_TRUE(update_dialog_info(&info_));
-        EXPECT_NEAR(percent(), c.after, 0.01);
-        EXPECT_EQ(text(), "IDS_MSG_PROCESSING");
-    }
-    set_change_flag(4);
-    for (const auto& [kind, shown] : {std::pair(TASK_MOVE, "..."), std::pair(TASK_DEL, "IDS_MN_DELETE")}) {
-        kind_ = kind;
-        EXPECT_TRUE(update_dialog_info(&info_));
-        EXPECT_EQ(text(), shown);
-    }
-    atomic_flag = 1;
-    EXPECT_FALSE(update_dialog_info(&info_));
 }
 
 }  // namespace

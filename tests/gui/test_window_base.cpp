@@ -12,7 +12,6 @@
 #include "ui/base/dialogs/message_dialog.h"
 #include "ui/base/dialogs/mkdir_dialog.h"
 #include "ui/base/dialogs/override_request_dialog.h"
-#include "ui/base/drive_box.h"
 #include "ui/base/jobs.h"
 #include "ui/base/ui_sets.h"
 #include "ui/base/window_thread.h"
@@ -143,12 +142,6 @@ class LocalJob : public WindowBase {
     relay_hub::TaskListPtr job_{new_task_list()};
 };
 
-TEST_F(LocalJob, MoveDoesNothingAndFinishes) {
-    job_->task_kind = TASK_MOVE;
-    EXPECT_EQ(relay_hub::run_local_job(job_.get()), 0);
-    EXPECT_EQ(get_atomic(&job_->state), kStateFinished);
-}
-
 TEST_F(LocalJob, AsksOverTheProgressDialogAndClosingWaitsForIt) {
     relay_hub::set_user_questions(relay_hub::window_questions());
     GtkWidget* progress = nullptr;
@@ -196,19 +189,6 @@ TEST_F(WindowBase, TheCurrentFolderIsBytes) {
     relay_hub::set_current_folder(&sub[0], "/raw\xff");
     gtk_label_set_text(GTK_LABEL(sub[0].status_label), "/other");
     EXPECT_STREQ(relay_hub::current_folder(&sub[0]), "/other");
-}
-
-TEST(DriveBox, GivesThePathOfTheActiveEntry) {
-    GtkListStore* store = gtk_list_store_new(3, G_TYPE_STRING, G_TYPE_STRING, G_TYPE_STRING);
-    GtkWidget* combo = gtk_combo_box_new_with_model(GTK_TREE_MODEL(store));
-    g_object_ref_sink(combo);
-    append_combobox_item(combo, "gtk-home", "user", "/home/user\xff");
-    append_combobox_item(combo, "gtk-directory", "/", "/");
-    EXPECT_EQ(get_combobox_item(combo), "");
-    gtk_combo_box_set_active(GTK_COMBO_BOX(combo), 0);
-    EXPECT_EQ(get_combobox_item(combo), "/home/user\xff");
-    g_object_unref(combo);
-    g_object_unref(store);
 }
 
 }  // namespace

@@ -7,6 +7,16 @@
 #include "ui/main_window.h"
 
 namespace gui_test {
+namespace {
+
+GtkWidget* open_menu() {
+    for (const __single& side : sub)
+        if (const GList* menus = gtk_menu_get_for_attach_widget(side.tree_view))
+            return GTK_WIDGET(menus->data);
+    return nullptr;
+}
+
+}  // namespace
 
 MainWindowTest::MainWindowTest() {
     relay_hub::reset_closing();
@@ -88,31 +98,6 @@ void mouse(const __single& side, GdkEventType type, guint button, int row, guint
     gboolean handled = FALSE;
     g_signal_emit_by_name(view, signal, event, &handled);
     gdk_event_free(event);
-}
-
-GtkWidget* open_menu() {
-    for (const __single& side : sub) {
-        const GList* menus = gtk_menu_get_for_attach_widget(side.tree_view);
-        if (menus != nullptr)
-            return GTK_WIDGET(menus->data);
-    }
-    return nullptr;
-}
-
-std::vector<std::string> labels_of(GtkWidget* menu) {
-    std::vector<std::string> labels;
-    GList* items = gtk_container_get_children(GTK_CONTAINER(menu));
-    for (const GList* node = items; node != nullptr; node = node->next)
-        labels.emplace_back(GTK_IS_SEPARATOR_MENU_ITEM(node->data)
-                                ? "-"
-                                : gtk_menu_item_get_label(GTK_MENU_ITEM(node->data)));
-    g_list_free(items);
-    return labels;
-}
-
-std::vector<std::string> menu_labels() {
-    GtkWidget* menu = open_menu();
-    return menu != nullptr ? labels_of(menu) : std::vector<std::string>();
 }
 
 }  // namespace gui_test

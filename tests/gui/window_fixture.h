@@ -35,9 +35,4 @@ std::string printed(const std::function<void()>& action);
 // A mouse button event of the list, in the middle of a row; row -1 is the empty space below the rows.
 void mouse(const __single& side, GdkEventType type, guint button, int row, guint state = 0);
 
-// A menu's labels, "-" for a separator; those of the open context menu, empty when none is open.
-std::vector<std::string> labels_of(GtkWidget* menu);
-std::vector<std::string> menu_labels();
-GtkWidget* open_menu();
-
 }  // namespace gui_test
