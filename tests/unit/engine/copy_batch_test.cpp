@@ -1,7 +1,6 @@
 #include "engine/copy_batch.h"
 
 #include <algorithm>
-#include <ctime>
 
 #include "engine/names.h"
 #include "engine_sandbox.h"
@@ -36,37 +35,6 @@ class Copying : public EngineSandbox {
     PresetFrontEnd front_end_;
     std::unique_ptr<CopyBatch> batch_;
 };
-
-TEST_F(Copying, ATreeWithModesTimesAndLinks) {
-    const std::string big(3 * 1024 * 1024 + 17, 'b');
-    make_file("served/tree/big", big, 0600);
-    make_file("served/tree/sub/.hidden", "h", 0755);
-    make_file("served/tree/sub/empty", "");
-    make_file("served/outside", "o");
-    make_link("served/tree/link", "../outside");
-    make_link("served/tree/dangling", "/nowhere");
-    const timespec times[2] = {{1'600'000'001, 5}, {1'600'000'002, 123'456'789}};
-    for (const char* path : {"/tree/big", "/tree/sub"})
-        ASSERT_EQ(utimensat(AT_FDCWD, (served_ + path).c_str(), times, 0), 0);
-    ASSERT_EQ(chmod((served_ + "/tree/sub").c_str(), 0550), 0);
-
-    EXPECT_TRUE(run({"tree"}).failures().empty());
-    EXPECT_EQ(content(mine_ + "/tree/big"), big);
-    EXPECT_EQ(names_in(mine_ + "/tree/sub"), (Names{".hidden", "empty"}));
-    EXPECT_EQ(std::filesystem::read_symlink(mine_ + "/tree/link"), "../outside");
-    EXPECT_EQ(std::filesystem::read_symlink(mine_ + "/tree/dangling"), "/nowhere");
-    EXPECT_EQ(mode_of(mine_ + "/tree/sub/.hidden"), 0755U);
-    for (const auto& [path, mode] : {std::pair("/tree/big", 0600U), {"/tree/sub", 0550U}}) {
-        const struct stat status = record(mine_ + path);
-        EXPECT_EQ(status.st_mode & 07777U, mode) << path;
-        EXPECT_EQ(status.st_mtim.tv_sec, 1'600'000'002) << path;
-        EXPECT_EQ(status.st_mtim.tv_nsec, 123'456'789) << path;
-    }
-    ASSERT_FALSE(front_end_.reports.empty());
-    EXPECT_EQ(front_end_.reports.front().total, big.size() + 1);
-    EXPECT_EQ(chmod((mine_ + "/tree/sub").c_str(), 0755), 0);
-    EXPECT_EQ(chmod((served_ + "/tree/sub").c_str(), 0755), 0);
-}
 
 TEST_F(Copying, EachAnswerToAClash) {
     const struct {

@@ -27,11 +27,6 @@ class Handling : public EngineSandbox {
         RequestHandlers handlers(*remote_, *local_, style, front_end_, state_);
         return handlers.handle(text).text;
     }
-    // One record of a copy request.
-    static std::string record(const std::string& local, const std::string& remote) {
-        return field("Line", field("T9", local) + hex_field("TB", local) + field("TA", remote) +
-                                 hex_field("TC", remote));
-    }
 
     PresetFrontEnd front_end_;
     LinkState state_;
@@ -126,31 +121,6 @@ TEST_F(Handling, ChangesInTheTree) {
                   item.reason != nullptr ? failure_text(item.reason) : kDone);
     EXPECT_EQ(content(served_ + "/.Trash-" + std::to_string(geteuid()) + "/files/moved 😀"), "o");
     EXPECT_TRUE(names_in(served_ + "/new").empty());
-}
-
-TEST_F(Handling, CopiesBothWays) {
-    make_file("served/a/file", "down");
-    make_file("mine/b/日本", "up");
-    EXPECT_EQ(ask(message("NP_Cmd_Remote_to_Local", field("T8", record(mine_, "C:\\a")))), kDone);
-    EXPECT_EQ(content(mine_ + "/a/file"), "down");
-    EXPECT_EQ(ask(message("NP_Cmd_Local_To_Remote", field("T8", record(mine_ + "/b", "C:\\a")))), kDone);
-    EXPECT_EQ(content(served_ + "/a/b/日本"), "up");
-    EXPECT_EQ(front_end_.reports.front().item, "C:\\a");
-
-    // Something worked: the failures come in one box. Nothing did: they are the answer's reason.
-    EXPECT_EQ(ask(message("NP_Cmd_Local_To_Remote",
-                          field("T8", record(mine_ + "/none", "C:\\") + record(mine_ + "/b", "C:\\")))),
-              kDone);
-    const std::string summary = "1 item could not be copied:\n" + mine_ + "/none: No such file or directory";
-    EXPECT_EQ(front_end_.messages, Names{summary});
-    EXPECT_EQ(ask(message("NP_Cmd_Local_To_Remote", field("T8", record(mine_ + "/none", "C:\\")))),
-              failure_text(summary));
-    EXPECT_EQ(front_end_.messages.size(), 1U);
-
-    front_end_.is_cancelled = [this] { return !(state_.remote_online = false); };
-    EXPECT_EQ(ask(message("NP_Cmd_Remote_to_Local", field("T8", record(mine_ + "/b", "C:\\a")))),
-              failure_text("The remote computer went offline before everything was copied."));
-    EXPECT_EQ(names_in(mine_ + "/b"), Names{"日本"});
 }
 
 TEST_F(Handling, AListNeverOutgrowsTheFrontEndsBuffer) {

@@ -89,13 +89,4 @@ TEST_F(Listing, calls_back_and_adds_sizes) {
     relay_hub::reset_file_op_globals();
 }
 
-TEST_F(Listing, splits_texts_into_lists) {
-    using List = std::vector<std::string>;
-    EXPECT_EQ(Gfile_split_string_to_list("file:///a\r\nfile:///b\r\n", "\n", 1), (List{"/b", "/a"}));
-    EXPECT_EQ(Gfile_split_string_to_list("file:///a%20b%FF\nhttp://x/y\nfile:///c", "\n", 1),
-              (List{"/c", "/a b\xff"}));
-    EXPECT_EQ(Gfile_split_string_to_list("a;b\rc,,d", ";,", 0), (List{"d", "b", "a"}));
-    EXPECT_EQ(Gfile_split_string_to_list("\n\n", "\n", 0), List{});
-}
-
 }  // namespace

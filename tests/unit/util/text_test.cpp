@@ -2,8 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <cstring>
-#include <cwchar>
 
 #include "util/job_state.h"
 #include "util/path_time_text.h"
@@ -34,20 +32,6 @@ TEST(Text, resolves_paths_onto_the_prefix) {
         EXPECT_EQ(ConvertToRealPath(each.path, "/", resolved, "/"), 0);
         EXPECT_EQ(resolved, each.resolved) << each.path;
     }
-}
-
-TEST(Text, path_stack_drops_the_129th_component_and_parses_on) {
-    std::string path;
-    for (int index = 0; index < 129; ++index)
-        path += "/" + std::to_string(index);
-    InitPathStack();
-    EXPECT_EQ(ParserPathToStack(path.c_str(), "/"), -1);
-    EXPECT_EQ(gTopOfStack, 127);
-    EXPECT_EQ(ParserPathToStack("..", "/"), 127);
-    EXPECT_EQ(ParserPathToStack("x", "/"), 127);
-    EXPECT_EQ(gPathStack[127], "x");
-    InitPathStack();
-    EXPECT_EQ(PopOfStack(), -1);
 }
 
 TEST(Text, tells_roots_and_drive_paths) {
@@ -119,45 +103,6 @@ TEST(UnicodeHex, writes_the_low_byte_first) {
         EXPECT_EQ(relay_hub::unicode_hex(text), hex) << text;
     for (const char* text : {"ab", "é", "a/文\\", ""})
         EXPECT_EQ(relay_hub::text_from_unicode_hex(relay_hub::unicode_hex(text)), text);
-}
-
-TEST(UnicodeHex, agrees_with_the_library_on_every_three_bytes) {
-    // Every lead with the tails where ranges begin and end, valid or not.
-    const unsigned char tails[] = {0x00, 0x41, 0x7F, 0x80, 0x8F, 0x90, 0x9F, 0xA0, 0xBF, 0xC0, 0xFF};
-    for (unsigned lead = 1; lead < 256; ++lead) {
-        for (const unsigned char second : tails) {
-            for (const unsigned char third : tails) {
-                const char text[] = {static_cast<char>(lead), static_cast<char>(second),
-                                     static_cast<char>(third), static_cast<char>(0x80), '\0'};
-                wchar_t ours[8] = {};
-                wchar_t theirs[8] = {};
-                long count = 0;
-                ASSERT_EQ(ansi_string_to_unicode_hex(text, ours, &count), 0);
-                ASSERT_EQ(count, static_cast<long>(std::mbstowcs(theirs, text, std::strlen(text))));
-                if (count < 0)
-                    continue;
-                ASSERT_EQ(std::wmemcmp(ours, theirs, 8), 0) << lead << " " << second << " " << third;
-            }
-        }
-    }
-}
-
-TEST(UnicodeHex, decodes_digits_as_far_as_they_go) {
-    const struct {
-        const char* hex;
-        int size;
-        int left;
-        const char* bytes;
-    } cases[] = {{"4142", 3, 0, "AB"}, {"4142", 9, 6, "AB"}, {"414243", 3, 0, "AB"}, {"414", 9, 6, "A\x04"},
-                 {"", 5, 4, ""},       {"41", 1, 0, ""},     {"414243", 0, 3, ""},   {"4x42", 9, 6, "\4B"}};
-    for (const auto& each : cases) {
-        unsigned char out[16] = {};
-        EXPECT_EQ(HexStr2Binary(each.hex, out, each.size), each.left) << each.hex;
-        EXPECT_STREQ(reinterpret_cast<const char*>(out), each.bytes) << each.hex;
-    }
-    EXPECT_EQ(relay_hub::text_from_unicode_hex("4100D83D4200"), "A㷘B");
-    EXPECT_EQ(relay_hub::text_from_unicode_hex("41003DD84200"), "AB");  // half a pair is no character
-    EXPECT_EQ(relay_hub::text_from_unicode_hex("410042"), "AB");
 }
 
 TEST(JobState, a_cancel_never_undoes_an_end) {

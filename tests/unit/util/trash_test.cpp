@@ -122,24 +122,6 @@ TEST_F(Trash, a_missing_info_file_ends_the_job_with_its_reason) {
     EXPECT_TRUE(exists(folder + "/y"));
 }
 
-TEST_F(Trash, a_folder_without_search_permission_ends_the_job_with_the_last_text) {
-    if (geteuid() != 0)
-        GTEST_SKIP() << "needs another user's folder";
-    const std::string folder = make_folder("f");
-    make_folder("f/closed", 0700);
-    put(folder + "/y", "y");
-    ASSERT_EQ(chmod(at("").c_str(), 0755), 0);
-    g_s_cMessage = "earlier";
-    Failures failures;
-    {
-        const util_test::OrdinaryUser user;
-        failures = remove(folder, {"closed", "y"});
-    }
-    EXPECT_EQ(failures.size(), 2U);
-    EXPECT_EQ(answers.job_errors, Names{"earlier"});
-    EXPECT_TRUE(exists(folder + "/closed"));
-}
-
 TEST_F(Trash, a_cancelled_job_moves_nothing_more) {
     make_file("x", "x");
     volatile int state = TASK_CANCEL;

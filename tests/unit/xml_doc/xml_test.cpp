@@ -200,22 +200,6 @@ TEST_F(Xml, finds_the_same_children_with_many_as_with_few) {
     }
 }
 
-TEST_F(Xml, moves_the_child_cursor_with_its_child) {
-    CXML root("R");
-    CXML* const first = add(root, "A");
-    CXML* const second = add(root, "B");
-    EXPECT_EQ(root.GetFirstChild(), first);
-    EXPECT_EQ(root.GetNextChild(), second);
-    root.InsertChildBefore(0, std::make_unique<CXML>("Z").release());
-    EXPECT_EQ(root.GetCurrentChild(), second);
-    root.RemoveAt(0);
-    EXPECT_EQ(root.GetCurrentChild(), second);
-    EXPECT_EQ(root.GetNextChild(), nullptr);
-    EXPECT_EQ(root.SetCurrentChild(first), first);
-    root.RemoveCurrentChild();
-    EXPECT_EQ(root.GetCurrentChild(), second);
-}
-
 TEST_F(Xml, refuses_children_it_cannot_place) {
     CXML root("R");
     CXML lost("L");
@@ -225,21 +209,6 @@ TEST_F(Xml, refuses_children_it_cannot_place) {
         EXPECT_FALSE(root.InsertChildBefore(position, &lost));
     EXPECT_FALSE(root.Adopt(std::make_unique<CXML>()));
     EXPECT_EQ(CXML::m_strOperErrDesc, kNameless);
-}
-
-TEST_F(Xml, keeps_attributes_sorted_and_single) {
-    CXML root("R");
-    root.SetAttr("b", 5);
-    EXPECT_EQ(root.GetAttrInt("b"), 5);
-    root.SetAttr("B", 2.5);
-    root.SetAttrUS("a", 1);
-    root.AddAttr(std::make_unique<CAttribute>("b", "x").release());
-    EXPECT_EQ(root.GetXML(), "<R B=\"2.500000\" a=\"1.00\" b=\"x\"></R>");
-    root.RemoveAttr("B");
-    EXPECT_EQ(root.GetLastAttribute()->GetAttributeName().view(), "b");
-    root.RemoveCurrentAttr();
-    EXPECT_EQ(root.GetCurrentAttribute(), nullptr);
-    EXPECT_EQ(root.GetAttrCount(), 1);
 }
 
 class XmlFile : public Xml {

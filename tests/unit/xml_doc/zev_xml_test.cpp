@@ -75,14 +75,6 @@ TEST_F(Document, tells_what_is_wrong_with_a_path) {
     }
 }
 
-TEST_F(Document, fills_up_to_an_index) {
-    document_.Generate("Item[2]", "v");
-    EXPECT_EQ(document_.GetXML(), "<ZEVMSG><Item></Item><Item></Item><Item>v</Item></ZEVMSG>");
-    document_.Generate("Item[0]/N", "w");
-    document_.Generate("Item[-1]", "lost");
-    EXPECT_EQ(document_.GetXML(), "<ZEVMSG><Item><N>w</N></Item><Item></Item><Item>v</Item></ZEVMSG>");
-}
-
 TEST_F(Document, walks_its_records) {
     load("<ZEVMSG><Line><N>1</N></Line><N>root</N><Line><N>2</N></Line></ZEVMSG>");
     EXPECT_EQ(document_.GetCount(), 2);
