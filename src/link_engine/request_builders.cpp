@@ -137,7 +137,7 @@ std::string compose(const Request& request, const __send_args& args) {
 void trace(const Request& request, const char* word, const std::string& text) {
     std::printf("%s %s:[ %s ]\n", request.log_name, word, text.c_str());
     if (request.in_event_log)
-        log_event("%s %s:[ %s ]", request.log_name, word, text.c_str());
+        log_event_parts({request.log_name, " ", word, ":[ ", text, " ]"});
 }
 
 void trace_sent(const Request& request, const std::string& message) {

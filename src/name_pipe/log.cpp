@@ -2,13 +2,16 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <ctime>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "name_pipe/file_descriptor.h"
 
@@ -31,6 +34,26 @@ relay_hub::FileDescriptor open_log(const char* path, int flags) {
     if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_nlink > 1)
         return {};
     return file;
+}
+
+// Appends "HH:MM:SS parts\n" with one call, so that lines of several writers never mix.
+void append_line(const char* path, std::initializer_list<std::string_view> parts) {
+    const relay_hub::FileDescriptor file = open_log(path, O_APPEND);
+    if (!file)
+        return;
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    (void)::localtime_r(&now, &local);
+    char stamp[16];
+    const std::size_t stamp_size = std::strftime(stamp, sizeof stamp, "%H:%M:%S ", &local);
+    std::vector<iovec> pieces{{stamp, stamp_size}};
+    const auto add = [&pieces](std::string_view text) {
+        pieces.push_back({const_cast<char*>(text.data()), text.size()});
+    };
+    std::for_each(parts.begin(), parts.end(), add);
+    add("\n");
+    while (::writev(file.get(), pieces.data(), static_cast<int>(pieces.size())) < 0 && errno == EINTR) {
+    }
 }
 
 // One call, so that lines of several writers never mix; a log that is full or gone has nobody to tell.
@@ -98,16 +121,7 @@ void Log::ReallyPrint(const char* format, va_list args) {
 int write_log(const char* path, const char* message) {
     if (path == nullptr || message == nullptr || *path == '\0')
         return -1;
-    const relay_hub::FileDescriptor file = open_log(path, O_APPEND);
-    if (!file)
-        return 0;
-    const std::time_t now = std::time(nullptr);
-    std::tm local{};
-    (void)::localtime_r(&now, &local);
-    char stamp[16];
-    const std::size_t stamp_size = std::strftime(stamp, sizeof stamp, "%H:%M:%S ", &local);
-    const std::string line = std::string(stamp, stamp_size).append(message).append("\n");
-    write_once(file.get(), line.data(), line.size());
+    append_line(path, {message});
     return 0;
 }
 
@@ -121,7 +135,11 @@ void log_event(const char* format, ...) {
                                     args);  // NOLINT(clang-analyzer-valist.Uninitialized)
     va_end(args);
     if (size >= 0)
-        (void)write_log(kEventLogPath, g_log_message);
+        append_line(kEventLogPath, {g_log_message});
+}
+
+void log_event_parts(std::initializer_list<std::string_view> parts) {
+    append_line(kEventLogPath, parts);
 }
 
 }  // namespace relay_hub

@@ -3,6 +3,8 @@
 // event log. Both may be used on any thread. A log that cannot be opened stays silent: the program goes on.
 #include <atomic>
 #include <cstdarg>
+#include <initializer_list>
+#include <string_view>
 
 class Log {
   public:
@@ -46,5 +48,8 @@ namespace relay_hub {
 // Composes one line with printf rules in the shared log buffer, bounded and under its mutex, and appends
 // it to the event log. Any thread.
 void log_event(const char* format, ...) __attribute__((format(printf, 1, 2)));
+// Appends one line made of the parts, of any length: a whole message may be one. Nothing is copied. Any
+// thread.
+void log_event_parts(std::initializer_list<std::string_view> parts);
 
 }  // namespace relay_hub

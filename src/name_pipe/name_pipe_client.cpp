@@ -29,6 +29,8 @@ constexpr milliseconds kFirstRetry{1};
 constexpr milliseconds kLongestRetry{50};
 constexpr milliseconds kPostLimit{1000};
 constexpr milliseconds kLongestHold{10};
+// Room for an answer is taken at once, so that it is never moved; memory that stays untouched costs nothing.
+constexpr std::size_t kMostReserved = std::size_t{16} * 1024 * 1024;
 constexpr int kImmediateTries = 20;
 
 void trace(std::string_view text) {
@@ -163,6 +165,8 @@ ReadEnd read_answer(Ends& ends, FrameProgress& progress, std::string& answer, st
     if (awaited != ReadEnd::complete)
         return awaited;
     const auto collect = [&](std::string_view piece) {
+        if (answer.empty())
+            answer.reserve(std::min<std::size_t>({progress.announced(), limit, kMostReserved}));
         const std::size_t zero = ends_at_zero(kind, progress) ? piece.find('\0') : std::string_view::npos;
         answer.append(piece.substr(0, std::min(zero, limit - answer.size())));
         return zero == std::string_view::npos && answer.size() < limit;
