@@ -9,6 +9,8 @@
 #include <cstring>
 #include <utility>
 
+#include "xml_doc/number_text.h"
+
 namespace {
 
 constexpr const char* kBlanks = " \t\n\v\f\r";
@@ -393,16 +395,10 @@ void CMabString::Fill(int n, char c) {
 }
 
 void CMabString::Format(const char* format, ...) {
-    va_list args;
-    va_start(args, format);
-    va_list again;
-    va_copy(again, args);
-    const int length = vsnprintf(nullptr, 0, format, args);
-    va_end(args);
-    std::string text(not_negative(length), '\0');
-    if (length > 0)
-        vsnprintf(text.data(), text.size() + 1, format, again);
-    va_end(again);
+    va_list arguments;
+    va_start(arguments, format);
+    const std::string text = relay_hub::print_text(format, arguments);
+    va_end(arguments);
     assign(text);
 }
 

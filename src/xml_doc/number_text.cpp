@@ -27,18 +27,23 @@ class ClassicLocale {
 
 }  // namespace
 
-std::string print_number(const char* format, ...) {
-    const ClassicLocale classic;
-    va_list args;
-    va_start(args, format);
+std::string print_text(const char* format, va_list arguments) {
     va_list again;
-    va_copy(again, args);
-    const int length = vsnprintf(nullptr, 0, format, args);
-    va_end(args);
+    va_copy(again, arguments);
+    const int length = vsnprintf(nullptr, 0, format, arguments);
     std::string text(length > 0 ? static_cast<size_t>(length) : 0, '\0');
     if (length > 0)
         vsnprintf(text.data(), text.size() + 1, format, again);
     va_end(again);
+    return text;
+}
+
+std::string print_number(const char* format, ...) {
+    const ClassicLocale classic;
+    va_list arguments;
+    va_start(arguments, format);
+    std::string text = print_text(format, arguments);
+    va_end(arguments);
     return text;
 }
 

@@ -21,7 +21,6 @@
 namespace {
 
 using gui_test::close_as_the_window_manager;
-using gui_test::find_button;
 using gui_test::find_window;
 using gui_test::PaneList;
 using gui_test::run_until;
@@ -101,73 +100,47 @@ class RenameDialog : public testing::Test {
 constexpr char kRefusedSlash[] = "IDS_MSG_ERR_FAIL_TO_RENAME_FILE";
 constexpr char kRefusedDuplicate[] = "IDS_MSG_ERR_FAIL_ADD_SAME_FILE";
 
-TEST_F(RenameDialog, ChecksALocalNameAgainstTheFolder) {
+TEST_F(RenameDialog, ChecksTheNameAgainstTheFolderOrTheRowsThatAreNotSelected) {
     for (const char* name : {"old", "other", "raw\xff"})
         sandbox_.make_file(name);
-    const struct {
-        const char* old_name;
-        const char* text;
-        const char* refusal;
-        const char* new_name;
-    } cases[] = {{"old", "fresh", "", "fresh"},
-                 {"old", "a/b", kRefusedSlash, ""},
-                 {"old", "other", kRefusedDuplicate, ""},
-                 {"old", "OTHER", "", "OTHER"},
-                 {"old", nullptr, "", "old"},
-                 {"raw\xff", nullptr, "", "raw\xff"},
-                 {"raw\xff", "fine", "", "fine"}};
-    for (const auto& each : cases) {
-        EXPECT_EQ(rename(each.old_name, sandbox_.at(), 0, each.text), each.refusal);
-        EXPECT_EQ(new_name_, each.new_name);
-    }
-}
-
-TEST_F(RenameDialog, ChecksARemoteNameAgainstTheRowsThatAreNotSelected) {
     const int columns[] = {kColumnName, -1};
     for (const char* name : {"..", "old", "other"})
         append_data(list_.view(), columns, &name);
     list_.select({1});
     const struct {
-        const char* base;
+        const char* base;  // of the remote pane; null: local
+        const char* old_name;
         const char* text;
         const char* refusal;
         const char* new_name;
-    } cases[] = {{"/home", "fresh", "", "fresh"},
-                 {"/home", "a/b", kRefusedSlash, ""},
-                 {"C:\\Data", "a/b", "", "a/b"},
-                 {"/home", "other", kRefusedDuplicate, ""},
-                 {"C:\\Data", "other", kRefusedDuplicate, ""},
-                 {"/home", "Other", "", "Other"},
-                 {"/home", "..", "", ".."},
-                 {"/home", nullptr, "", "old"}};
+    } cases[] = {{nullptr, "old", "a/b", kRefusedSlash, ""},
+                 {nullptr, "old", "other", kRefusedDuplicate, ""},
+                 {nullptr, "old", "OTHER", "", "OTHER"},
+                 {nullptr, "old", nullptr, "", "old"},
+                 {nullptr, "raw\xff", nullptr, "", "raw\xff"},
+                 {nullptr, "raw\xff", "fine", "", "fine"},
+                 {"/home", "old", "a/b", kRefusedSlash, ""},
+                 {"C:\\Data", "old", "a/b", "", "a/b"},
+                 {"C:\\Data", "old", "other", kRefusedDuplicate, ""},
+                 {"/home", "old", "Other", "", "Other"},
+                 {"/home", "old", "..", "", ".."}};
     for (const auto& each : cases) {
-        EXPECT_EQ(rename("old", each.base, 1, each.text), each.refusal) << each.base;
+        const bool is_remote = each.base != nullptr;
+        EXPECT_EQ(rename(each.old_name, is_remote ? each.base : sandbox_.at(), is_remote, each.text),
+                  each.refusal);
         EXPECT_EQ(new_name_, each.new_name);
     }
 }
 
-TEST(OverrideRequest, EachButtonGivesItsAnswer) {
-    const struct {
-        const char* label;
-        int answer;
-    } cases[] = {{"IDS_YES", REQUEST_YES},
-                 {"IDS_NO", REQUEST_NO},
-                 {"IDS_STR_REPLACE_ALL", REQUEST_ALL},
-                 {"IDS_CANCEL", REQUEST_CANCEL},
-                 {nullptr, GTK_RESPONSE_DELETE_EVENT}};
-    for (const auto& each : cases) {
-        const When asked([] { return find_window("IDS_CONFIRMATION") != nullptr; },
-                         [&] {
-                             GtkWidget* dialog = find_window("IDS_CONFIRMATION");
-                             EXPECT_THAT(gui_test::label_texts(dialog),
-                                         testing::HasSubstr("100%s \xEF\xBF\xBD ?"));
-                             if (each.label != nullptr)
-                                 gtk_button_clicked(GTK_BUTTON(find_button(dialog, each.label)));
-                             else
-                                 close_as_the_window_manager(dialog);
-                         });
-        EXPECT_EQ(relay_hub::run_override_request(nullptr, "100%s \xff ?"), each.answer);
-    }
+TEST(OverrideRequest, ClosingItIsNoAnswer) {
+    const When asked([] { return find_window("IDS_CONFIRMATION") != nullptr; },
+                     [] {
+                         GtkWidget* dialog = find_window("IDS_CONFIRMATION");
+                         EXPECT_THAT(gui_test::label_texts(dialog),
+                                     testing::HasSubstr("100%s \xEF\xBF\xBD ?"));
+                         close_as_the_window_manager(dialog);
+                     });
+    EXPECT_EQ(relay_hub::run_override_request(nullptr, "100%s \xff ?"), GTK_RESPONSE_DELETE_EVENT);
 }
 
 class ProgressDialog : public testing::Test {

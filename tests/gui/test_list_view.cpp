@@ -209,21 +209,4 @@ TEST_F(LocalListing, SelectionGivesNamesInReverseWithoutTheParentRow) {
     }
 }
 
-TEST(SelectionTexts, JoinNamesAndFolder) {
-    const struct {
-        Texts names;
-        const char* folder;
-        int uri_flag;
-        const char* expected;
-    } cases[] = {
-        {{"a", "b c"}, "/tmp", 0, "/tmp/a\r\n/tmp/b c\r\n"},
-        {{"a", "b"}, "C:\\Data", 0, "C:\\Data\\a\r\nC:\\Data\\b\r\n"},
-        {{"a b", "\xff"}, "/tmp", 1, "file:///tmp/a%20b\r\nfile:///tmp/%FF\r\n"},
-        {{"a"}, "not/absolute", 1, ""},
-        {{}, "/tmp", 0, ""},
-    };
-    for (const auto& each : cases)
-        EXPECT_EQ(set_glist_to_string(each.names, each.folder, each.uri_flag), each.expected) << each.folder;
-}
-
 }  // namespace

@@ -155,22 +155,6 @@ TEST_F(RemotePane, CancelledWhileBeingPreparedNothingIsSent) {
     EXPECT_EQ(get_file_read_write_dialog_info()->dialog, nullptr);
 }
 
-TEST_F(RemotePane, EitherDrivesOrSpecialPathsAreEnough) {
-    const std::string drives = message(kSuccess + "<Line><TA>C:</TA></Line>");
-    const auto answers = [&](bool special, bool list) {
-        FakeEngine engine([=](const std::string& request) {
-            const bool asks_drives = request.find("Driver") != std::string::npos;
-            return asks_drives ? (list ? drives : message(kRefused))
-                               : (special ? message("") : std::string("<A/>"));
-        });
-        return right_combobox_load_partition(nullptr, nullptr);
-    };
-    EXPECT_EQ(answers(true, true), 0);
-    EXPECT_EQ(answers(true, false), 0);
-    EXPECT_EQ(answers(false, true), 0);
-    EXPECT_EQ(answers(false, false), -1);
-}
-
 TEST_F(RemotePane, AClosingProgramStartsNothing) {
     relay_hub::close_window();
     for (const auto action : {right_popup_menu_mkdir, right_popup_menu_rename, right_popup_menu_delete,

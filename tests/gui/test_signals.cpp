@@ -35,14 +35,4 @@ TEST(Signals, TellTheirNameAndEndTheProcessOrNot) {
         EXPECT_EXIT(receive(each.number), ExitedWithCode(each.status), each.line);
 }
 
-TEST(Signals, RefuseASignalThatIsNotTheirs) {
-    for (const signal_entry& entry : signals) {
-        testing::internal::CaptureStderr();
-        entry.handler(SIGHUP);
-        EXPECT_THAT(testing::internal::GetCapturedStderr(),
-                    testing::MatchesRegex("pid:.[0-9]+. >> This signal number:.1. not implement !!\n"))
-            << entry.number;
-    }
-}
-
 }  // namespace

@@ -178,17 +178,4 @@ TEST_F(LocalJob, FailuresEndInOneBox) {
     EXPECT_THAT(told, testing::HasSubstr("IDS_MSG_ITEMS_FAILED"));
 }
 
-TEST_F(WindowBase, TheCurrentFolderIsBytes) {
-    for (const char* folder : {"/plain", "/raw\xff", ""}) {
-        relay_hub::set_current_folder(&sub[0], folder);
-        EXPECT_STREQ(relay_hub::current_folder(&sub[0]), folder);
-        EXPECT_TRUE(g_utf8_validate(gtk_label_get_text(GTK_LABEL(sub[0].status_label)), -1, nullptr));
-        relay_hub::set_path_entry(&sub[0], folder);
-        EXPECT_TRUE(g_utf8_validate(gtk_entry_get_text(GTK_ENTRY(sub[0].path_entry)), -1, nullptr));
-    }
-    relay_hub::set_current_folder(&sub[0], "/raw\xff");
-    gtk_label_set_text(GTK_LABEL(sub[0].status_label), "/other");
-    EXPECT_STREQ(relay_hub::current_folder(&sub[0]), "/other");
-}
-
 }  // namespace
