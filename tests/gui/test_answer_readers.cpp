@@ -8,7 +8,6 @@
 #include "util/path_time_text.h"
 #include "xml_op/answer_readers.h"
 #include "xml_op/answer_text.h"
-#include "xml_op/xml_owners.h"
 
 namespace {
 
@@ -222,34 +221,6 @@ TEST(AnswerText, OnlyWhatTheParserCannotTakeIsReplaced) {
         std::string storage;
         EXPECT_EQ(relay_hub::readable_answer(c.text, storage), c.readable);
     }
-}
-
-TEST(XmlWalk, FindsFieldsAtAnyDepthAndStopsWhenTold) {
-    std::string text = "<ZEVMSG><a><T1>first</T1></a><T1>second</T1><T1/><T1>last<b/></T1>";
-    for (int depth = 0; depth < 200; ++depth)
-        text += "<d>";
-    text += "<e>deep</e>";
-    for (int depth = 0; depth < 200; ++depth)
-        text += "</d>";
-    text += "</ZEVMSG>";
-    xmlNode* root = nullptr;
-    const relay_hub::XmlDocPtr document(
-        get_xml_structure(text.c_str(), static_cast<int>(text.size()), &root));
-    ASSERT_NE(document, nullptr);
-    const auto content = [](xmlChar* found) {
-        const relay_hub::XmlText owner(found);
-        return found == nullptr ? "none" : std::string(reinterpret_cast<const char*>(found));
-    };
-    EXPECT_EQ(content(get_xml_content_by_first(root->children, "T1")), "first");
-    EXPECT_EQ(content(get_xml_content_by_last(root->children, "T1")), "last");
-    EXPECT_EQ(content(get_xml_content_by_first(root->children, "e")), "deep");
-    EXPECT_EQ(content(get_xml_content_by_first(root->children, "T9")), "none");
-    int visits = 0;
-    const record_callback second_ends = [](xmlNode*, void* count) {
-        return ++*static_cast<int*>(count) == 2 ? -1 : 5;
-    };
-    EXPECT_EQ(traversal_xml(root->children, "T1", second_ends, &visits), -1);
-    EXPECT_EQ(visits, 2);
 }
 
 }  // namespace
