@@ -1,26 +1,20 @@
 // How long the panes take to show large folders, how smoothly the window goes on meanwhile, and what memory a
 // long answer takes. Usage: bench_panes FOLDER (for the files; needs a display).
-#include <fcntl.h>
 #include <gtk/gtk.h>
 #include <malloc.h>
-#include <sys/prctl.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <array>
-#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
 
 #include "bench/measure.h"
+#include "bench/peer.h"
 #include "engine/file_list.h"
 #include "engine/names.h"
 #include "engine/remote_file_system.h"
 #include "link_engine/request_builders.h"
-#include "name_pipe/file_descriptor.h"
 #include "name_pipe/log.h"
 #include "name_pipe/name_pipe_base.h"
 #include "tree_view_op/file_list_view.h"
@@ -36,79 +30,13 @@ namespace {
 
 namespace fs = std::filesystem;
 using bench::must;
-using relay_hub::FileDescriptor;
+using bench::Peer;
 
 constexpr int kRounds = 5;
 constexpr std::size_t kLocalFiles = 100000;
 constexpr std::size_t kRemoteEntries = 40000;
 constexpr double kLongestGap = 100;  // ms
 using Row = std::array<std::string, kColumnCount>;
-
-// ---- The peer: serves one answer over and over, as a plain program would.
-
-std::string take(int fd, std::size_t size) {
-    std::string bytes(size, '\0');
-    std::size_t done = 0;
-    ssize_t count = 1;
-    for (; done < size && count > 0; done += static_cast<std::size_t>(std::max<ssize_t>(count, 0)))
-        count = ::read(fd, bytes.data() + done, size - done);
-    bytes.resize(done);
-    return bytes;
-}
-
-std::string take_frame(int fd) {
-    const std::string header = take(fd, sizeof(std::uint32_t));
-    std::uint32_t length = 0;
-    header.copy(reinterpret_cast<char*>(&length), sizeof length);
-    return take(fd, length);
-}
-
-void put_frame(int fd, const std::string& body) {
-    const auto length = static_cast<std::uint32_t>(body.size());
-    (void)relay_hub::write_all(fd, reinterpret_cast<const char*>(&length), sizeof length);
-    (void)relay_hub::write_all(fd, body.data(), body.size());
-}
-
-class Peer {
-  public:
-    Peer(const std::string& base, const std::string& answer) : base_(base) {
-        must(::mkfifo((base + "_IN").c_str(), 0600) == 0, "mkfifo");
-        must(::mkfifo((base + "_OUT").c_str(), 0600) == 0, "mkfifo");
-        child_ = ::fork();
-        if (child_ == 0)
-            serve(answer);
-    }
-    Peer(const Peer&) = delete;
-    Peer& operator=(const Peer&) = delete;
-    ~Peer() {
-        ::kill(child_, SIGKILL);
-        ::waitpid(child_, nullptr, 0);
-    }
-
-    // One exchange without anything of ours.
-    [[nodiscard]] std::string ask() const {
-        const FileDescriptor in(::open((base_ + "_IN").c_str(), O_WRONLY | O_CLOEXEC));
-        put_frame(in.get(), "request");
-        const FileDescriptor out(::open((base_ + "_OUT").c_str(), O_RDONLY | O_CLOEXEC));
-        return take_frame(out.get());
-    }
-
-  private:
-    [[noreturn]] void serve(const std::string& answer) const {
-        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-        (void)std::signal(SIGPIPE, SIG_IGN);
-        for (;;) {
-            const FileDescriptor in(::open((base_ + "_IN").c_str(), O_RDONLY | O_CLOEXEC));
-            if (take_frame(in.get()).empty())
-                continue;
-            const FileDescriptor out(::open((base_ + "_OUT").c_str(), O_WRONLY | O_CLOEXEC));
-            put_frame(out.get(), answer);
-        }
-    }
-
-    std::string base_;
-    pid_t child_ = -1;
-};
 
 std::string long_answer() {
     std::vector<relay_hub::engine::Entry> entries(kRemoteEntries);
@@ -349,10 +277,9 @@ int main(int argc, char** argv) {
     fs::remove_all(folder);
     fs::create_directories(folder / "home");
     ::setenv("HOME", (folder / "home").c_str(), 1);
-    must(std::freopen("/dev/null", "w", stdout) != nullptr, "/dev/null");
-    (void)std::setvbuf(stdout, nullptr, _IOLBF, 0);
+    bench::silence_traces();
     const std::string answer = long_answer();
-    std::fprintf(stderr, "answer: %zu bytes\n", answer.size());
+    (void)std::fprintf(bench::rows(), "answer: %zu bytes\n", answer.size());
     {
         const Peer peer(folder / "pipe", answer);
         relay_hub::set_command_pipe_for_tests(folder / "pipe");

@@ -2,15 +2,42 @@
 // because the rooms that are measured trace on standard output.
 #pragma once
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <string>
 #include <vector>
 
 namespace bench {
+
+// Where standard output led when the program began.
+inline std::FILE* rows() {
+    static std::FILE* const stream = ::fdopen(::dup(STDOUT_FILENO), "w");
+    return stream;
+}
+
+inline void must(bool good, const char* what) {
+    if (good)
+        return;
+    (void)std::fprintf(rows(), "%s: %s\n", what, std::strerror(errno));
+    (void)std::fflush(rows());
+    std::exit(1);
+}
+
+// Call first. Line-buffered as in the program itself.
+inline void silence_traces() {
+    (void)std::setvbuf(rows(), nullptr, _IOLBF, 0);
+    for (std::FILE* stream : {stdout, stderr}) {
+        must(std::freopen("/dev/null", "w", stream) != nullptr, "/dev/null");
+        (void)std::setvbuf(stream, nullptr, stream == stdout ? _IOLBF : _IONBF, 0);
+    }
+}
 
 inline double seconds_of(const std::function<void()>& work) {
     const auto start = std::chrono::steady_clock::now();
@@ -34,19 +61,19 @@ inline const char* verdict(bool reached) {
 
 // A time against its yardstick, in milliseconds.
 inline void print_ratio(const char* name, double ours, double yardstick, double target) {
-    std::fprintf(stderr, "%-66s %10.3f ms %10.3f ms  %5.2f x (at most %4.2f) %s\n", name, ours * 1000,
-                 yardstick * 1000, ours / yardstick, target, verdict(ours / yardstick <= target));
+    (void)std::fprintf(rows(), "%-66s %10.3f ms %10.3f ms  %5.2f x (at most %4.2f) %s\n", name, ours * 1000,
+                       yardstick * 1000, ours / yardstick, target, verdict(ours / yardstick <= target));
 }
 
 // A figure against a fixed limit.
 inline void print_limit(const char* name, double ours, const char* unit, double limit) {
-    std::fprintf(stderr, "%-66s %10.3f %-13s (at most %g) %s\n", name, ours, unit, limit,
-                 verdict(ours <= limit));
+    (void)std::fprintf(rows(), "%-66s %10.3f %-13s (at most %g) %s\n", name, ours, unit, limit,
+                       verdict(ours <= limit));
 }
 
 inline void print_least(const char* name, double ours, const char* unit, double least) {
-    std::fprintf(stderr, "%-66s %10.0f %-13s (at least %g) %s\n", name, ours, unit, least,
-                 verdict(ours >= least));
+    (void)std::fprintf(rows(), "%-66s %10.0f %-13s (at least %g) %s\n", name, ours, unit, least,
+                       verdict(ours >= least));
 }
 
 // Times ours and the yardstick in turn; clean runs before each, unmeasured.
@@ -65,13 +92,6 @@ inline Pair alternate(
         }
     }
     return times;
-}
-
-inline void must(bool good, const char* what) {
-    if (good)
-        return;
-    std::perror(what);
-    std::exit(1);
 }
 
 }  // namespace bench

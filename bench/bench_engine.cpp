@@ -1,0 +1,345 @@
+// What the front end and its engine cost together: small requests, waiting, long requests, copies in both
+// directions, progress reports. Usage: bench_engine FOLDER (on the disk to be measured; needs a display, and
+// no other engine under /tmp).
+#include <gtk/gtk.h>
+#include <sys/resource.h>
+
+#include <clocale>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "bench/measure.h"
+#include "bench/peer.h"
+#include "engine/front_end_link.h"
+#include "link_engine/command_runner.h"
+#include "link_engine/message_names.h"
+#include "link_engine/request_builders.h"
+#include "link_engine/request_items.h"
+#include "name_pipe/log.h"
+#include "name_pipe/name_pipe_base.h"
+#include "side_function/panes.h"
+#include "side_function/right_side.h"
+#include "ui/base/ui_sets.h"
+#include "ui/base/window_thread.h"
+#include "ui/start_up.h"
+#include "util/file_op.h"
+#include "util/path_time_text.h"
+#include "xml_doc/zev_xml.h"
+#include "xml_op/answer_readers.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using bench::must;
+using bench::Peer;
+using bench::seconds_of;
+
+constexpr std::size_t kBigBytes = std::size_t{1} << 30U;
+constexpr int kSmallFiles = 10000;
+constexpr int kFolders = 1000;
+constexpr int kExchanges = 300;
+constexpr int kCopyRounds = 3;
+constexpr std::chrono::seconds kWaiting{10};
+
+double cpu_seconds() {
+    rusage used{};
+    must(getrusage(RUSAGE_SELF, &used) == 0, "getrusage");
+    const auto seconds = [](const timeval& time) {
+        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+    };
+    return seconds(used.ru_utime) + seconds(used.ru_stime);
+}
+
+// ---- Long requests.
+
+__send_args items(std::size_t count) {
+    __send_args args;
+    args.target_path = "/home/user/Documents/target";
+    args.target_path_hex = relay_hub::unicode_hex(args.target_path);
+    for (std::size_t item = 0; item < count; ++item) {
+        args.item_paths.push_back("C:\\Users\\user\\Pictures\\holiday " + std::to_string(item) + ".jpeg");
+        args.item_paths_hex.push_back(relay_hub::unicode_hex(args.item_paths.back()));
+        args.item_types.push_back(0);
+        args.item_sizes.emplace_back("1234567");
+        for (auto* times :
+             {&args.item_creation_times, &args.item_access_times, &args.item_modification_times})
+            times->emplace_back("132000000000000001");
+    }
+    return args;
+}
+
+std::string build(const __send_args& args) {
+    CZEVXML message;
+    message.Generate(wire::kCommand, std::string(wire::kRemoteToLocal));
+    relay_hub::add_remote_to_local_items(message, args);
+    return message.GetXML();
+}
+
+// As the engine reads its items.
+void load_and_query(const std::string& text, std::size_t count) {
+    CZEVXML request;
+    must(request.LoadXML(text), "LoadXML");
+    must(static_cast<std::size_t>(request.GetMRSCount(wire::kItems)) == count, "items");
+    for (std::size_t item = 0; item < count; ++item) {
+        const std::string record =
+            std::string(wire::kItems) + "/" + wire::kRecord + "[" + std::to_string(item) + "]/";
+        for (const char* tag :
+             {wire::kRemotePath, wire::kRemotePathHex, wire::kLocalPath, wire::kLocalPathHex})
+            must(!request.Query(record + tag).empty(), tag);
+    }
+}
+
+void long_requests() {
+    double built[2] = {};
+    double loaded[2] = {};
+    for (const std::size_t twice : {0, 1}) {
+        const std::size_t count = 10000U << twice;
+        const __send_args args = items(count);
+        std::string text;
+        std::vector<double> build_times;
+        std::vector<double> load_times;
+        for (int round = 0; round < 5; ++round) {
+            build_times.push_back(seconds_of([&] { text = build(args); }));
+            load_times.push_back(seconds_of([&] { load_and_query(text, count); }));
+        }
+        built[twice] = bench::best(build_times);
+        loaded[twice] = bench::best(load_times);
+    }
+    bench::print_limit("copy request of 10,000 items: build and serialise", built[0] * 1000, "ms", 100);
+    bench::print_limit("  the same for 20,000, in times of 10,000", built[1] / built[0], "times", 2.6);
+    bench::print_limit("copy request of 10,000 items: load and query", loaded[0] * 1000, "ms", 100);
+    bench::print_limit("  the same for 20,000, in times of 10,000", loaded[1] / loaded[0], "times", 2.6);
+}
+
+// ---- Small requests.
+
+void heartbeat() {
+    __send_args args;
+    args.command_code = kCodeHeartbeat;
+    must(send_command_t(set_NP_VAL_CMD_CHECK_FOR_HEARTBEAT, get_NP_VAL_CMD_CHECK_FOR_HEARTBEAT, &args) == 0,
+         "heartbeat");
+}
+
+void small_requests(const fs::path& folder) {
+    const Peer peer(folder / "bare", std::string(60, 'x'));
+    heartbeat();
+    const bench::Pair times =
+        bench::alternate(kExchanges, heartbeat, [&] { must(!peer.ask().empty(), "exchange"); });
+    bench::print_ratio("heartbeat through builder, runner, engine, reader / bare exchange",
+                       bench::median(times.ours), bench::median(times.yardstick), 2);
+}
+
+void waiting(const fs::path& folder) {
+    const Peer peer(folder / "slow", "<ZEVMSG><T1>x</T1></ZEVMSG>", kWaiting);
+    relay_hub::set_command_pipe_for_tests(folder / "slow");
+    const double before = cpu_seconds();
+    __send_args args;
+    (void)send_command_t(set_NP_VAL_CMD_CHECK_FOR_HEARTBEAT, get_NP_VAL_CMD_CHECK_FOR_HEARTBEAT, &args);
+    bench::print_limit("waiting for an answer for 10 s: processor time", (cpu_seconds() - before) * 1000,
+                       "ms", 5);
+    relay_hub::set_command_pipe_for_tests("");
+}
+
+// ---- Copies.
+
+class EngineProcess {
+  public:
+    EngineProcess(const fs::path& program, const fs::path& served) : child_(::fork()) {
+        if (child_ == 0) {
+            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+            ::execl(program.c_str(), program.c_str(), "--serve", served.c_str(), "--style", "posix",
+                    "--quiet", static_cast<char*>(nullptr));
+            ::_exit(127);
+        }
+    }
+    EngineProcess(const EngineProcess&) = delete;
+    EngineProcess& operator=(const EngineProcess&) = delete;
+    ~EngineProcess() {
+        ::kill(child_, SIGTERM);
+        ::waitpid(child_, nullptr, 0);
+    }
+
+  private:
+    pid_t child_;
+};
+
+void copy_by_engine(command_start_t start, command_finish_t finish, const std::string& source,
+                    const std::string& target) {
+    __send_args args;
+    args.item_paths = {source};
+    args.item_paths_hex = {relay_hub::unicode_hex(source)};
+    args.item_types = {1};
+    args.item_sizes = args.item_creation_times = args.item_access_times =
+        args.item_modification_times = {"0"};
+    args.target_path = target;
+    args.target_path_hex = relay_hub::unicode_hex(target);
+    must(send_command_t(start, finish, &args) == 0, source.c_str());
+}
+
+void copy_locally(const std::string& source, const std::string& target) {
+    const relay_hub::TaskListPtr job(new_task_list());
+    job->items = {source};
+    job->folder = target;
+    Gfile_local_copy(job.get());
+    must(job->failures.empty(), source.c_str());
+}
+
+struct CopySet {
+    const char* name;
+    const char* source;
+};
+constexpr CopySet kCopySets[] = {
+    {"1 GiB file", "big"}, {"10,000 files of 4 KiB", "small"}, {"1,000 nested folders", "nested"}};
+
+void make_copy_sets(const fs::path& served) {
+    const std::string block(std::size_t{1} << 20U, 'x');
+    std::ofstream big(served / "big", std::ios::binary);
+    for (std::size_t written = 0; written < kBigBytes; written += block.size())
+        big.write(block.data(), static_cast<std::streamsize>(block.size()));
+    fs::create_directories(served / "small");
+    for (int index = 0; index < kSmallFiles; ++index)
+        std::ofstream(served / "small" / std::to_string(index)).write(block.data(), 4096);
+    fs::path deep = served / "nested";
+    for (int depth = 0; depth < kFolders; ++depth)
+        fs::create_directory(deep), deep /= "d";
+}
+
+// Each copy goes to a folder of its own: just after a mass removal the file system searches long.
+class Copies {
+  public:
+    explicit Copies(fs::path served) : served_(std::move(served)) {}
+
+    void measure(const CopySet& set) {
+        std::vector<double> to_local;
+        std::vector<double> to_remote;
+        std::vector<double> plain;
+        const std::string source = served_ / set.source;
+        for (int round = 0; round < kCopyRounds; ++round) {
+            plain.push_back(timed(set, [&](const fs::path& out) { copy_locally(source, out); }));
+            to_local.push_back(timed(set, [&](const fs::path& out) {
+                copy_by_engine(set_NP_VAL_CMD_COPY_REMOTE_TO_LOCAL, get_NP_VAL_CMD_COPY_REMOTE_TO_LOCAL,
+                               std::string("/") + set.source, out);
+            }));
+            to_remote.push_back(timed(set, [&](const fs::path& out) {
+                copy_by_engine(set_NP_VAL_CMD_COPY_LOCAL_TO_REMOTE, get_NP_VAL_CMD_COPY_LOCAL_TO_REMOTE,
+                               source, "/" + out.lexically_relative(served_).string());
+            }));
+        }
+        const std::string name(set.name);
+        bench::print_ratio((name + ": engine, remote to local / local copy").c_str(), bench::best(to_local),
+                           bench::best(plain), 1.5);
+        bench::print_ratio((name + ": engine, local to remote / local copy").c_str(), bench::best(to_remote),
+                           bench::best(plain), 1.5);
+    }
+
+  private:
+    double timed(const CopySet& set, const std::function<void(const fs::path&)>& copy) {
+        const fs::path out = served_ / ("out" + std::to_string(++outs_));
+        fs::create_directory(out);
+        ::sync();
+        const double time = seconds_of([&] { copy(out); });
+        if (std::string_view(set.source) == "big")
+            fs::remove_all(out);
+        return time;
+    }
+
+    fs::path served_;
+    int outs_ = 0;
+};
+
+// ---- Progress reports.
+
+constexpr int kReports = 1000;
+constexpr std::chrono::milliseconds kReportPause{5};
+
+[[noreturn]] void report_progress() {
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    (void)std::signal(SIGPIPE, SIG_IGN);
+    const relay_hub::engine::StopEvent stop;
+    const relay_hub::engine::LinkState state;
+    relay_hub::engine::FrontEndLink link(kNotifyPipe, stop, state);
+    auto next = std::chrono::steady_clock::now();
+    for (int number = 0; number < kReports; ++number) {
+        relay_hub::engine::Progress report;
+        report.item = "/photos/holiday " + std::to_string(number / 10) + ".jpeg";
+        report.total = kReports;
+        report.done = static_cast<std::uint64_t>(number);
+        link.progress(report);
+        next += kReportPause;
+        std::this_thread::sleep_until(next);
+    }
+    ::_exit(0);
+}
+
+void progress_reports() {
+    UI* ui = get_UI_sets();
+    ui->main_window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+    gtk_widget_show_all(ui->main_window);
+    int state = kStateRunning;
+    int kind = TASK_COPY;
+    relay_hub::ProgressDialog dialog(&state, &kind, update_dialog_info);
+    const pid_t child = ::fork();
+    if (child == 0)
+        report_progress();
+    const double before = cpu_seconds();
+    bool ended = false;
+    const double time = seconds_of([&] {
+        while (!ended) {
+            (void)g_timeout_add(
+                50, [](gpointer) -> gboolean { return G_SOURCE_REMOVE; }, nullptr);
+            gtk_main_iteration();
+            ended = ::waitpid(child, nullptr, WNOHANG) == child;
+        }
+    });
+    const double used = cpu_seconds() - before;
+    dialog.close();
+    bench::print_least("progress call-backs served", kReports / time, "a second", 180);
+    bench::print_limit("  processor time of the front end meanwhile", used / time * 100, "% of a core", 10);
+}
+
+void run(const fs::path& folder, const fs::path& engine_program) {
+    const fs::path served = folder / "served";
+    fs::create_directories(served);
+    long_requests();
+    waiting(folder);
+    CNamePipeBase listener;
+    CNamePipeBase::SetupParam(kNotifyPipe, kPipeBufferSize, kPipeBufferSize);
+    must(listener.ListenForService(), "listener");
+    {
+        const EngineProcess engine(engine_program, served);
+        while (!fs::exists(std::string(kCommandPipe) + "_OUT"))
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        small_requests(folder);
+        make_copy_sets(served);
+        Copies copies(served);
+        for (const CopySet& set : kCopySets)
+            copies.measure(set);
+    }
+    progress_reports();
+    (void)listener.ExitListenService();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 2) {
+        std::fprintf(stderr, "usage: %s FOLDER\n", argv[0]);
+        return 2;
+    }
+    const fs::path folder = fs::absolute(argv[1]) / "relay-hub-bench-engine";
+    fs::remove_all(folder);
+    fs::create_directories(folder);
+    bench::silence_traces();
+    theLog.SetFile(kPipeTracePath, false);
+    gdk_threads_init();
+    gtk_init(&argc, &argv);
+    relay_hub::remember_window_thread();
+    relay_hub::install_window_services();
+    gdk_threads_enter();
+    run(folder, fs::absolute(argv[0]).parent_path() / "relay-hub-engine");
+    gdk_threads_leave();
+    fs::remove_all(folder);
+    return 0;
+}
