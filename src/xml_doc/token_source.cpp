@@ -2,12 +2,29 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 
 namespace relay_hub {
 namespace {
 
 constexpr size_t kReadAhead = size_t{64} * 1024;
+
+// Where the first mark from `at` on stands that is not quoted, or the end. `quoted` says how the run begins
+// and then how it ends.
+size_t end_of_run(std::string_view text, size_t at, char mark, bool& quoted) {
+    size_t next_mark = at;
+    while (true) {
+        if (!quoted && (next_mark <= at))
+            next_mark = std::min(text.find(mark, at), text.size());
+        const size_t end = quoted ? text.size() : next_mark;
+        const size_t quote = text.substr(0, end).find('"', at);
+        if (quote == std::string_view::npos)
+            return end;
+        quoted = !quoted;
+        at = quote + 1;
+    }
+}
 
 }  // namespace
 
@@ -58,8 +75,7 @@ std::string_view TokenSource::take(char mark, Stop stop) {
     bool quoted = false;
     while (at_ < window_.size() || fill()) {
         const size_t begin = at_;
-        while (at_ < window_.size() && (quoted || window_[at_] != mark))
-            quoted ^= window_[at_++] == '"';
+        at_ = end_of_run(window_, at_, mark, quoted);
         const bool found = at_ < window_.size();
         at_ += found && stop == Stop::behind ? 1 : 0;
         const std::string_view piece = window_.substr(begin, at_ - begin);

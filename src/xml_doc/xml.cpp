@@ -42,6 +42,8 @@ CXML::CXML(const char* tag) : m_tagName(tag) {}
 
 // One level at a time: a recursion would overflow the stack on a deep tree.
 CXML::~CXML() {
+    if (m_children.empty())
+        return;
     Children doomed = std::move(m_children);
     while (!doomed.empty()) {
         const std::unique_ptr<CXML> element = std::move(doomed.back());

@@ -20,18 +20,25 @@ struct Entity {
 };
 
 constexpr Entity kEntities[] = {{'&', "&amp;"}, {'<', "&lt;"}, {'>', "&gt;"}, {'"', "&dq;"}};
-constexpr const char* kEscapedBytes = "&<>\"";
+
+// Empty for a byte that stands for itself.
+std::string_view escaped_form(char c) {
+    for (const Entity& entity : kEntities)
+        if (entity.plain == c)
+            return entity.escaped;
+    return {};
+}
 
 // One pass gives what a pass for each entity would: no replacement makes or breaks another entity.
 std::string escape(std::string_view text) {
     std::string out;
+    out.reserve(text.size());
     size_t start = 0;
-    for (size_t at = text.find_first_of(kEscapedBytes); at != std::string_view::npos;
-         at = text.find_first_of(kEscapedBytes, start)) {
-        out.append(text.substr(start, at - start));
-        for (const Entity& entity : kEntities)
-            if (entity.plain == text[at])
-                out.append(entity.escaped);
+    for (size_t at = 0; at < text.size(); ++at) {
+        const std::string_view escaped = escaped_form(text[at]);
+        if (escaped.empty())
+            continue;
+        out.append(text.substr(start, at - start)).append(escaped);
         start = at + 1;
     }
     return out.append(text.substr(start));
