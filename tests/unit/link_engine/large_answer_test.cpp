@@ -14,18 +14,19 @@ thread_local std::size_t large_blocks = 0;
 
 }  // namespace
 
-void* operator new(std::size_t size) {
+// Not inline: the compiler would see malloc and free beside the library's own new and delete.
+[[gnu::noinline]] void* operator new(std::size_t size) {
     large_blocks += size >= kLarge ? 1 : 0;
     if (void* block = std::malloc(size))
         return block;
     throw std::bad_alloc();
 }
 
-void operator delete(void* block) noexcept {
+[[gnu::noinline]] void operator delete(void* block) noexcept {
     std::free(block);
 }
 
-void operator delete(void* block, std::size_t) noexcept {
+[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept {
     std::free(block);
 }
 
