@@ -118,10 +118,7 @@ int request_trash(const std::vector<std::string>& names, const std::string& fold
         return -1;
     const int result =
         send_command_t(set_NP_VAL_CMD_MOVE_FILE_TO_TRASH, get_NP_VAL_CMD_MOVE_FILE_TO_TRASH, &args);
-    // An engine that is gone or gives no reason must not look like one that did it.
-    if (result == -1 && GetShowMessageBox().empty())
-        SetShowMessageBox("Operation Fail.");
-    relay_hub::show_waiting_message();
+    relay_hub::show_end_message(result);
     return result;
 }
 

@@ -84,6 +84,12 @@ void show_waiting_message() {
     show_message_dialog(message_parent(), message.c_str(), nullptr);
 }
 
+void show_end_message(int result) {
+    if (result == -1 && IsUserClickCancel() == 0 && GetShowMessageBox().empty())
+        SetShowMessageBox("Operation Fail.");
+    show_waiting_message();
+}
+
 int reload_local() {
     return reload(local_side(), left_treeview_load_file);
 }

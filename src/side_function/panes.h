@@ -36,6 +36,9 @@ std::string traced_unicode_hex(const std::string& text);
 
 // Shows the text that the engine or a reader left for the user, if there is one, and clears it.
 void show_waiting_message();
+// The same at the end of a request that came to result. An engine that is gone, or gives no reason, must not
+// look like one that did what was asked.
+void show_end_message(int result);
 
 // Reads the pane's folder again; the one selected row stays the selected one. 0 success.
 int reload_local();

@@ -83,7 +83,7 @@ int send_items(const Direction& direction, __send_args& args) {
         return -1;
     std::puts("create thread!");
     const int result = send_command_t(direction.start, direction.finish, &args);
-    show_waiting_message();
+    show_end_message(result);
     return result;
 }
 

@@ -94,7 +94,9 @@ class Desktop:
             self.env.pop(name, None)
         self.processes = []
         self.engine = self.window = self.app = None
-        self.manager = self.spawn(["openbox", "--config-file", "/dev/null", "--sm-disable"])
+        self.manager = self.spawn(["openbox", "--config-file", "/etc/xdg/openbox/rc.xml", "--sm-disable"])
+        wait_for(lambda: subprocess.run(["wmctrl", "-m"], capture_output=True, check=False).returncode == 0,
+                 what="the window manager")
 
     # -- programs
 
@@ -116,6 +118,8 @@ class Desktop:
     def start_window(self):
         self.window = self.spawn([WINDOW], cwd=BUILD)
         wait_for(self.find_app, what="the window")
+        wait_for(lambda: not self.dialog() and self.frame().get_state_set().contains(Atspi.StateType.ACTIVE),
+                 what="the window to be ready for its user")
         return self
 
     def find_app(self):
@@ -202,7 +206,10 @@ class Desktop:
         return [names[row] for row in self.table(side).get_table_iface().get_selected_rows()]
 
     def has_focus(self, side):
-        return self.table(side).get_state_set().contains(Atspi.StateType.FOCUSED)
+        """The list has the keyboard, be it told of the list itself or of its current cell."""
+        cells = self.table(side).get_table_iface()
+        nodes = [self.table(side)] + [cells.get_accessible_at(row, 0) for row in cells.get_selected_rows()]
+        return any(node.get_state_set().contains(Atspi.StateType.FOCUSED) for node in nodes)
 
     @staticmethod
     def cell_text(cell):
@@ -354,7 +361,8 @@ class DesktopTest(unittest.TestCase):
     def keep_evidence(self):
         outcome = self._outcome
         failed = any(error for _, error in getattr(outcome, "errors", [])) or \
-            (outcome.result and any(test is self for test, _ in outcome.result.failures + outcome.result.errors))
+            (outcome.result and any(getattr(test, "test_case", test) is self
+                                    for test, _ in outcome.result.failures + outcome.result.errors))
         if failed and self.desktop.window is not None:
             path = os.path.join(tempfile.gettempdir(), f"relay-hub-{self.id()}.png")
             self.desktop.screenshot(path)
