@@ -7,7 +7,8 @@ namespace relay_hub {
 // A modal dialog over parent (null: the main window) that dies with it.
 GtkWidget* new_modal_dialog(GtkWidget* parent, const char* title);
 
-// Gives the dialog, whose content is shown already, a size: the given one, or more where the content needs it.
+// Gives the dialog, whose content is shown already, a size: the given one, or more where the content needs
+// it.
 void set_least_size(GtkWidget* dialog, int width, int height);
 
 // The name by which assistive tools announce a widget that has no label of its own.
