@@ -196,7 +196,10 @@ def call_back(body, marker=MARKER, limit=10, read=True):
         got, opened = b"", False
         while read and time.monotonic() < end:
             ready, _, _ = select.select([out_fd], [], [], 0.2)
-            piece = os.read(out_fd, 1 << 20) if ready else None
+            try:
+                piece = os.read(out_fd, 1 << 20) if ready else None
+            except BlockingIOError:  # the end of the round before was seen, and this one has just begun
+                piece = None
             if piece:
                 got, opened = got + piece, True
                 if len(got) >= 4 and len(got) >= 4 + struct.unpack("<I", got[:4])[0]:
