@@ -19,7 +19,7 @@ FrameHeader frame_header(std::uint32_t length);
 
 class FrameProgress {
   public:
-    // Takes what was read and returns the part of it that belongs to the body.
+    // Takes what was read and returns what of it belongs to the body.
     std::string_view take(std::string_view bytes);
     // How many bytes are still to come, as far as is known: the rest of the header until it is complete.
     [[nodiscard]] std::size_t wanted() const;

@@ -35,7 +35,7 @@ FileDescriptor open_source(const std::string& path);
 // cancelled copy never is.
 CopyOutcome copy_content(int source, int target, const CancelTest& cancel, SyncTime sync_time);
 
-// Copies the content of src into the new file dst (0600). Cancelling leaves the part written; a failure
+// Copies the content of src into the new file dst (0600). Cancelling leaves what was written; a failure
 // leaves no dst, unless dst was there before: then EEXIST and dst untouched.
 CopyOutcome copy_new_file(const std::string& src, const std::string& dst, const CancelTest& cancel,
                           SyncTime sync_time);

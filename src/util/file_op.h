@@ -67,7 +67,7 @@ int duplicate_file_access_time(const std::string& src, const std::string& dst);
 int duplicate_file_modify_time(const std::string& src, const std::string& dst);
 
 // Copies the bytes of src (no link) into a new file dst and syncs it. The cancel test runs before each
-// write; 0 from it ends the copy with success and the part written so far. A null test never cancels. 0, or
+// write; 0 from it ends the copy with success and what was written so far. A null test never cancels. 0, or
 // -1 with errno set, a diagnostic, and no dst made by this call left behind.
 using Gfile_cancel_test = int (*)(void* argument);
 int Gfile_copy_file(const std::string& src, const std::string& dst, Gfile_cancel_test cancel_fn,

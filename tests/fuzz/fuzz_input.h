@@ -13,7 +13,7 @@ inline std::string_view text_of(const std::uint8_t* data, std::size_t size) {
     return {reinterpret_cast<const char*>(data), size};
 }
 
-// Takes the part of rest before the next separator, which is passed over.
+// Takes what stands in rest before the next separator, which is passed over.
 inline std::string take_part(std::string_view& rest, char separator) {
     const std::size_t end = rest.find(separator);
     const std::string part(rest.substr(0, end));
