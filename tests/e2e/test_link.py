@@ -9,6 +9,8 @@ from hostile_engine import BASE, HONEST_ROWS, Answer, HostileEngine, frame
 
 OFFLINE = "The remote computer is not connected."
 RUNNING = "Relay Hub is already running."
+BIG = 256 << 20
+ROWS = ["sub", "file"]
 
 
 class LinkTest(DesktopTest):
@@ -18,16 +20,19 @@ class LinkTest(DesktopTest):
         self.browse()
 
     def make_files(self):
-        for folder in (self.desktop.home, self.desktop.remote):
-            os.mkdir(os.path.join(folder, "sub"))
-            with open(os.path.join(folder, "small"), "w", encoding="utf-8") as file:
-                file.write(folder)
-        with open(os.path.join(self.desktop.home, "big"), "wb") as file:
-            file.truncate(256 << 20)
+        """Each side has a folder and a file of the same name; the local file is a big one."""
+        for top, size in ((self.desktop.home, BIG), (self.desktop.remote, 3)):
+            os.mkdir(os.path.join(top, "sub"))
+            with open(os.path.join(top, "file"), "wb") as file:
+                file.truncate(size)
+
+    def remote_files(self):
+        """The remote files with their sizes: what a broken copy left would be here too."""
+        return {entry.name: entry.stat().st_size for entry in os.scandir(self.desktop.remote) if entry.is_file()}
 
     def browse(self):
         self.desktop.type_path(REMOTE, "C:\\")
-        self.wait_rows(["sub", "small"])
+        self.wait_rows(ROWS)
 
     def wait_rows(self, rows, limit=15):
         d = self.desktop
@@ -50,18 +55,16 @@ class LinkTest(DesktopTest):
         if number in (signal.SIGKILL, signal.SIGTERM):
             self.desktop.engine.wait()
 
-    def stop_big_copy(self):
-        """A copy whose engine stands still in its middle; its progress dialog."""
-        d = self.desktop
-        d.copy(LOCAL, ["big"], REMOTE)
-        dialog = d.wait_dialog("File Operations")
-        self.tell_engine(signal.SIGSTOP)
-        self.assertIsNotNone(d.dialog("File Operations"), "the copy was over before it could be stopped")
-        return dialog
-
     def ask_overwrite(self):
-        self.desktop.copy(LOCAL, ["small"], REMOTE)
+        self.desktop.copy(LOCAL, ["file"], REMOTE)
         return self.desktop.wait_dialog("Confirmation")
+
+    def hang_copy(self):
+        """A copy whose engine stands still in its middle, about to write; its progress dialog."""
+        question = self.ask_overwrite()
+        self.tell_engine(signal.SIGSTOP)
+        self.desktop.press(question, "Yes")
+        return self.desktop.wait_dialog("File Operations")
 
     def take_notes(self, give_up=False):
         """Closes error boxes until the action is over, to give up the busy dialog too; what the boxes said."""
@@ -108,7 +111,7 @@ class Recovery(LinkTest):
                 d.open(REMOTE, "sub")
                 self.check_live(0.5)
                 self.take_notes(give_up=True)
-                self.assertEqual(d.rows(REMOTE), ["sub", "small"], "the pane stays as it was")
+                self.assertEqual(d.rows(REMOTE), ROWS, "the pane stays as it was")
                 d.start_engine()
                 self.browse()
         self.assertEqual(d.close(), 0)
@@ -126,18 +129,18 @@ class Recovery(LinkTest):
         self.take_notes()
         wait_for(self.offline, what="the off-line view")
         self.come_back()
-        with open(os.path.join(d.remote, "small"), encoding="utf-8") as file:
-            self.assertIn(file.read(), [d.home, d.remote], "the old file or the new one, whole")
+        self.assertIn(self.remote_files(), [{"file": 3}, {"file": BIG}], "the old file or the new one, whole")
         self.assertEqual(d.close(), 0)
 
     def test_engine_dies_in_the_middle_of_a_copy(self):
         self.start()
-        self.stop_big_copy()
+        self.hang_copy()
         self.tell_engine(signal.SIGKILL)
         self.check_live(1)
         self.assertIn("Operation Fail.", self.take_notes(give_up=True))
         self.desktop.start_engine()
         self.browse()
+        self.assertEqual(self.remote_files(), {"file": 3})
 
 
 class Leaving(LinkTest):
@@ -146,7 +149,7 @@ class Leaving(LinkTest):
         self.start()
         for way in ("button", "escape"):
             with self.subTest(way):
-                cancel = find(self.stop_big_copy(), "push button", "Cancel")
+                cancel = find(self.hang_copy(), "push button", "Cancel")
                 if way == "button":
                     d.click(cancel, repeat=2)
                 else:
@@ -154,13 +157,14 @@ class Leaving(LinkTest):
                 wait_for(lambda: not cancel.get_state_set().contains(Atspi.StateType.SENSITIVE), what="the cancel")
                 self.assertIsNotNone(d.dialog("File Operations"), "open until the copy has ended")
                 self.tell_engine(signal.SIGCONT)
-                self.wait_rows(["sub", "small"])
-                self.assertEqual(sorted(os.listdir(d.remote)), ["small", "sub"])
-        d.press(self.stop_big_copy(), "Cancel")
+                self.wait_rows(ROWS)
+                self.assertEqual(self.remote_files(), {"file": 3})
+        d.press(self.hang_copy(), "Cancel")
         self.check_live(2)
         self.assertEqual(self.take_notes(give_up=True), "", "the user knows what was cancelled")
         self.tell_engine(signal.SIGCONT)
         self.browse()
+        self.assertEqual(self.remote_files(), {"file": 3})
 
     def test_second_start(self):
         d = self.desktop
@@ -182,22 +186,22 @@ class Leaving(LinkTest):
         self.desktop.wait_dialog("Processing…")
 
     def ask(self, side, item, title):
-        self.desktop.menu(side, item, "small")
+        self.desktop.menu(side, item, "file")
         self.desktop.wait_dialog(title)
 
     def kill_in_copy(self):
-        self.stop_big_copy()
+        self.hang_copy()
         self.tell_engine(signal.SIGKILL)
 
     def test_closing_in_every_state(self):
         states = {"idle": lambda: None, "off line": self.go_off_line, "hung listing": self.hang_listing,
-                  "copy": self.stop_big_copy, "overwrite question": self.ask_overwrite,
+                  "copy": self.hang_copy, "overwrite question": self.ask_overwrite,
                   "local deletion": lambda: self.ask(LOCAL, "Delete", "Confirmation"),
                   "remote deletion": lambda: self.ask(REMOTE, "Delete", "Confirmation"),
                   "renaming": lambda: self.ask(REMOTE, "Rename", "Rename"),
                   "engine killed": lambda: self.tell_engine(signal.SIGKILL),
                   "engine killed in a copy": self.kill_in_copy,
-                  "cancelled copy": lambda: self.desktop.press(self.stop_big_copy(), "Cancel")}
+                  "cancelled copy": lambda: self.desktop.press(self.hang_copy(), "Cancel")}
         for name, reach in states.items():
             with self.subTest(name):
                 self.start()
