@@ -323,10 +323,15 @@ class Desktop:
         self.click(node)
 
     def type_path(self, side, text):
-        self.click(self.entry(side))
-        self.xdo("key", "ctrl+a")
-        self.xdo("type", "--delay", "5", text)
-        wait_for(lambda: self.folder(side) == text, what=f"{text} in the path entry")
+        def typed():
+            self.click(self.entry(side))
+            self.xdo("key", "ctrl+a")
+            self.xdo("type", "--delay", "5", text)
+            try:  # the keyboard may still have been on its way back from a box that was closed
+                return wait_for(lambda: self.folder(side) == text, 2, what=f"{text} in the path entry")
+            except AssertionError:
+                return False
+        wait_for(typed, what=f"{text} in the path entry")
         self.xdo("key", "Return")
 
     def drag(self, start, end, seen):
