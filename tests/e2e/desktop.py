@@ -96,7 +96,7 @@ class Desktop:
         self.engine = self.window = self.app = None
         self.manager = self.spawn(["openbox", "--config-file", "/etc/xdg/openbox/rc.xml", "--sm-disable"])
         wait_for(lambda: subprocess.run(["wmctrl", "-m"], capture_output=True, check=False).returncode == 0,
-                 what="the window manager")
+                 40, what="the window manager")
 
     # -- programs
 
