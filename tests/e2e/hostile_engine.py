@@ -185,7 +185,7 @@ def call_back(body, marker=MARKER, limit=10, read=True):
             except OSError:
                 if time.monotonic() > end:
                     return None
-                time.sleep(0.005)
+                time.sleep(0.001)
         out_fd = os.open(BASE + "Notify_OUT", os.O_RDONLY | os.O_NONBLOCK)
         os.set_blocking(in_fd, True)
         data = frame(marker + body)
@@ -202,7 +202,7 @@ def call_back(body, marker=MARKER, limit=10, read=True):
                 piece = None
             if piece:
                 got, opened = got + piece, True
-                if len(got) >= 4 and len(got) >= 4 + struct.unpack("<I", got[:4])[0]:
+                if b"\0" in got[4:] or (len(got) >= 4 and len(got) >= 4 + struct.unpack("<I", got[:4])[0]):
                     return got[4:].split(b"\0", 1)[0]
             elif piece == b"":
                 if opened:
