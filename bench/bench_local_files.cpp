@@ -18,6 +18,7 @@
 #include <thread>
 #include <vector>
 
+#include "bench/measure.h"
 #include "name_pipe/file_descriptor.h"
 #include "util/file_op.h"
 #include "util/path_time_text.h"
@@ -25,6 +26,9 @@
 namespace {
 
 namespace fs = std::filesystem;
+using bench::best;
+using bench::must;
+using bench::seconds_of;
 using relay_hub::FileDescriptor;
 
 constexpr int kRounds = 7;
@@ -33,40 +37,14 @@ constexpr std::size_t kListedFiles = 100000;
 constexpr std::size_t kBigBytes = std::size_t{1} << 30U;
 constexpr std::size_t kPlainBuffer = 32768;
 
-double seconds_of(const std::function<void()>& work) {
-    const auto start = std::chrono::steady_clock::now();
-    work();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-// The least disturbed time: other work on the machine only ever adds to it.
-double best(const std::vector<double>& times) {
-    return *std::min_element(times.begin(), times.end());
-}
-
-// Measures ours and the yardstick in turn and prints the best times with their ratio.
+// Measures ours and the yardstick in turn, each after a sync.
 void compare(const char* name, double target, const std::function<void()>& ours,
              const std::function<void()>& yardstick, const std::function<void()>& clean) {
-    std::vector<double> our_times;
-    std::vector<double> yardstick_times;
-    for (int round = 0; round < kRounds; ++round) {
-        for (const bool first : {round % 2 == 0, round % 2 != 0}) {
-            clean();
-            sync();
-            (first ? our_times : yardstick_times).push_back(seconds_of(first ? ours : yardstick));
-        }
-    }
-    const double our_time = best(our_times);
-    const double yardstick_time = best(yardstick_times);
-    std::fprintf(stderr, "%-58s %8.3f s %8.3f s   ratio %.2f (target %.2f)\n", name, our_time, yardstick_time,
-                 our_time / yardstick_time, target);
-}
-
-void must(bool good, const char* what) {
-    if (good)
-        return;
-    std::perror(what);
-    std::exit(1);
+    const bench::Pair times = bench::alternate(kRounds, ours, yardstick, [&] {
+        clean();
+        ::sync();
+    });
+    bench::print_ratio(name, best(times.ours), best(times.yardstick), target);
 }
 
 void copy_plainly(const std::string& src, const std::string& dst) {
@@ -177,7 +155,7 @@ class Bench {
                                  worker.join();
                              }));
         }
-        std::fprintf(stderr, "%-58s %8.3f s   (target 0.300)\n", "cancel in a 1 GiB file, worst", worst);
+        bench::print_limit("cancel in a 1 GiB file, worst", worst * 1000, "ms", 300);
     }
 
     void listing() {
@@ -226,8 +204,9 @@ void unicode_hex() {
             decode.push_back(
                 seconds_of([&] { must(relay_hub::text_from_unicode_hex(hex) == text, "decode"); }));
         }
-        std::fprintf(stderr, "unicode hex, %-5s: encode %.0f MB/s (target 100), decode %.0f MB/s of text\n",
-                     name, kMegabytes / best(encode), kMegabytes / best(decode));
+        const std::string row = std::string("unicode hex, ") + name;
+        bench::print_least((row + ": encode").c_str(), kMegabytes / best(encode), "MB/s of text", 100);
+        bench::print_least((row + ": decode").c_str(), kMegabytes / best(decode), "MB/s of text", 100);
     }
 }
 
@@ -239,8 +218,7 @@ int main(int argc, char** argv) {
         return 2;
     }
     std::setlocale(LC_ALL, "C.UTF-8");
-    // The jobs tell each file on standard output.
-    must(std::freopen("/dev/null", "w", stdout) != nullptr, "/dev/null");
+    bench::silence_traces();
     unicode_hex();
     Bench bench(argv[1]);
     bench.big_file();
