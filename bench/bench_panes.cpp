@@ -144,9 +144,6 @@ class BareList {
         settle();
     }
     void fill(const std::vector<Row>& rows) {
-        const bool detached = std::getenv("BENCH_DETACHED") != nullptr;
-        if (detached)
-            gtk_tree_view_set_model(GTK_TREE_VIEW(view_), nullptr);
         for (const Row& row : rows) {
             GtkTreeIter iter;
             gtk_list_store_insert_with_values(store_, &iter, -1, 0, row[0].c_str(), 1, row[1].c_str(), 2,
@@ -154,8 +151,6 @@ class BareList {
                                               row[5].c_str(), 6, row[6].c_str(), 7, row[7].c_str(), 8,
                                               row[8].c_str(), 9, row[9].c_str(), 10, row[10].c_str(), -1);
         }
-        if (detached)
-            gtk_tree_view_set_model(GTK_TREE_VIEW(view_), GTK_TREE_MODEL(store_));
         settle();
     }
 
@@ -259,10 +254,8 @@ void bench_window(const fs::path& folder, const std::string& answer, const Peer&
     relay_hub::reset_link_monitor();
     relay_hub::show_online_view();
     settle();
-    if (std::getenv("ONLY_LOCAL") == nullptr)
-        remote_folder(answer, peer);
-    if (std::getenv("ONLY_REMOTE") == nullptr)
-        local_folder(folder / "many", folder / "home");
+    remote_folder(answer, peer);
+    local_folder(folder / "many", folder / "home");
     relay_hub::reset_main_window();
 }
 

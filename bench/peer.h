@@ -63,8 +63,9 @@ class Peer {
 
     // One exchange without anything of ours.
     [[nodiscard]] std::string ask() const {
-        const relay_hub::FileDescriptor in(::open((base_ + "_IN").c_str(), O_WRONLY | O_CLOEXEC));
+        relay_hub::FileDescriptor in(::open((base_ + "_IN").c_str(), O_WRONLY | O_CLOEXEC));
         put_frame(in.get(), "request");
+        in.reset();
         const relay_hub::FileDescriptor out(::open((base_ + "_OUT").c_str(), O_RDONLY | O_CLOEXEC));
         std::string answer = take_frame(out.get());
         // The end of the round: the next one must not meet the ends of this one.

@@ -5,7 +5,6 @@
 #include <sys/uio.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <ctime>
@@ -36,30 +35,22 @@ relay_hub::FileDescriptor open_log(const char* path, int flags) {
     return file;
 }
 
-// Appends "HH:MM:SS parts\n" with one call, so that lines of several writers never mix.
-void append_line(const char* path, std::initializer_list<std::string_view> parts) {
-    const relay_hub::FileDescriptor file = open_log(path, O_APPEND);
-    if (!file)
-        return;
-    const std::time_t now = std::time(nullptr);
-    std::tm local{};
-    (void)::localtime_r(&now, &local);
-    char stamp[16];
-    const std::size_t stamp_size = std::strftime(stamp, sizeof stamp, "%H:%M:%S ", &local);
-    std::vector<iovec> pieces{{stamp, stamp_size}};
-    const auto add = [&pieces](std::string_view text) {
-        pieces.push_back({const_cast<char*>(text.data()), text.size()});
-    };
-    std::for_each(parts.begin(), parts.end(), add);
-    add("\n");
-    while (::writev(file.get(), pieces.data(), static_cast<int>(pieces.size())) < 0 && errno == EINTR) {
+// One call, so that lines of several writers never mix; a log that is full or gone has nobody to tell.
+void write_once(int fd, const std::vector<std::string_view>& parts) {
+    std::vector<iovec> pieces;
+    for (const std::string_view part : parts)
+        pieces.push_back({const_cast<char*>(part.data()), part.size()});
+    while (::writev(fd, pieces.data(), static_cast<int>(pieces.size())) < 0 && errno == EINTR) {
     }
 }
 
-// One call, so that lines of several writers never mix; a log that is full or gone has nobody to tell.
-void write_once(int fd, const char* data, std::size_t size) {
-    while (::write(fd, data, size) < 0 && errno == EINTR) {
-    }
+// "HH:MM:SS " of now.
+std::string stamp() {
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    (void)::localtime_r(&now, &local);
+    char text[16];
+    return {text, std::strftime(text, sizeof text, "%H:%M:%S ", &local)};
 }
 
 }  // namespace
@@ -91,7 +82,13 @@ void Log::CloseFile() {
 void Log::Write1(const char* data, unsigned int length) {
     const int fd = m_nFile;
     if (fd >= 0)
-        write_once(fd, data, length);
+        write_once(fd, {std::string_view(data, length)});
+}
+
+void Log::WriteParts(std::initializer_list<std::string_view> parts) {
+    const int fd = m_nFile;
+    if (fd >= 0)
+        write_once(fd, parts);
 }
 
 void Log::Print(const char* format, ...) {
@@ -115,13 +112,14 @@ void Log::ReallyPrint(const char* format, va_list args) {
         return;
     std::string text(static_cast<std::size_t>(size), '\0');
     (void)std::vsnprintf(text.data(), text.size() + 1, format, args);
-    write_once(fd, text.data(), text.size());
+    write_once(fd, {text});
 }
 
 int write_log(const char* path, const char* message) {
     if (path == nullptr || message == nullptr || *path == '\0')
         return -1;
-    append_line(path, {message});
+    if (const relay_hub::FileDescriptor file = open_log(path, O_APPEND))
+        write_once(file.get(), {stamp(), message, "\n"});
     return 0;
 }
 
@@ -135,11 +133,16 @@ void log_event(const char* format, ...) {
                                     args);  // NOLINT(clang-analyzer-valist.Uninitialized)
     va_end(args);
     if (size >= 0)
-        append_line(kEventLogPath, {g_log_message});
+        (void)write_log(kEventLogPath, g_log_message);
 }
 
 void log_event_parts(std::initializer_list<std::string_view> parts) {
-    append_line(kEventLogPath, parts);
+    const std::string begin = stamp();
+    std::vector<std::string_view> line{begin};
+    line.insert(line.end(), parts);
+    line.emplace_back("\n");
+    if (const FileDescriptor file = open_log(kEventLogPath, O_APPEND))
+        write_once(file.get(), line);
 }
 
 }  // namespace relay_hub

@@ -24,6 +24,8 @@ class Log {
     void CloseFile();
     // Exactly length bytes with one write, no stamp, no line end.
     void Write1(const char* data, unsigned int length);
+    // The same for several parts, with one write for all of them.
+    void WriteParts(std::initializer_list<std::string_view> parts);
     // printf into the file with one write.
     void Print(const char* format, ...) __attribute__((format(printf, 2, 3)));
     void ReallyPrint(const char* format, va_list args) __attribute__((format(printf, 2, 0)));

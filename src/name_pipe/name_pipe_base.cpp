@@ -58,9 +58,7 @@ bool starts_with_marker(const char* body, std::string_view marker) {
 }
 
 void trace_payload(std::string_view heading, std::string_view payload) {
-    theLog.Write1(heading.data(), static_cast<unsigned int>(heading.size()));
-    theLog.Write1(payload.data(), static_cast<unsigned int>(payload.size()));
-    theLog.Write1("\n", 1);
+    theLog.WriteParts({heading, payload, "\n"});
 }
 
 void apply_pipe_params(CZEVXML& command) {

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 
 #include <algorithm>
 #include <array>
@@ -25,6 +26,7 @@ constexpr milliseconds kQuiet{2000};
 // What follows a text that is complete: its padding, which is read off so that the peer can finish its write.
 constexpr milliseconds kPaddingPause{20};
 constexpr milliseconds kPaddingLimit{200};
+constexpr milliseconds kAtOnce{20};
 constexpr milliseconds kFirstRetry{1};
 constexpr milliseconds kLongestRetry{50};
 constexpr milliseconds kPostLimit{1000};
@@ -70,10 +72,24 @@ FileDescriptor open_in(const std::string& path, const FileDescriptor& late_answe
     }
 }
 
+// Header and body in one write, as far as the pipe takes them: the peer is woken once. Returns the count.
+std::size_t write_at_once(int in, const FrameHeader& header, std::string_view body) {
+    const std::array<iovec, 2> parts{iovec{const_cast<char*>(header.data()), header.size()},
+                                     iovec{const_cast<char*>(body.data()), body.size()}};
+    ssize_t count = -1;
+    do {
+        count = ::writev(in, parts.data(), parts.size());
+    } while (count < 0 && errno == EINTR);
+    return count > 0 ? static_cast<std::size_t>(count) : 0;
+}
+
 // Writes one frame and traces each step. Where it fails the trace tells.
 bool write_request(int in, std::string_view body, std::optional<milliseconds> stall) {
     const FrameHeader header = frame_header(static_cast<std::uint32_t>(body.size()));
-    const bool header_written = write_bytes(in, {header.data(), header.size()}, stall) == WriteEnd::done;
+    const std::size_t written = write_at_once(in, header, body);
+    const std::string_view header_left =
+        std::string_view(header.data(), header.size()).substr(std::min(written, header.size()));
+    const bool header_written = write_bytes(in, header_left, stall) == WriteEnd::done;
     theLog.Print("Write to name-pipe (IN) - %d!!!\n", header_written ? static_cast<int>(header.size()) : -1);
     if (!header_written && body.empty()) {
         trace("Write to name-pipe (IN) Failed 0001!!!\n");
@@ -82,7 +98,11 @@ bool write_request(int in, std::string_view body, std::optional<milliseconds> st
     const auto count_traced = [](std::size_t count) {
         theLog.Print("001 cWrite to name-pipe (IN) - %d!!!\n", static_cast<int>(count));
     };
-    if (!header_written || write_bytes(in, body, stall, count_traced) != WriteEnd::done) {
+    const std::size_t body_written = written > header.size() ? written - header.size() : 0;
+    if (body_written > 0)
+        count_traced(body_written);
+    if (!header_written ||
+        write_bytes(in, body.substr(body_written), stall, count_traced) != WriteEnd::done) {
         trace("Write to name-pipe (IN) Failed!!!\n");
         return false;
     }
@@ -128,6 +148,10 @@ bool joins_next_round(Ends& ends) {
 // answers without a writer at once. A living peer may be in that state too, between its reading and its
 // answering, but only for moments.
 ReadEnd await_answer(Ends& ends, FrameProgress& progress) {
+    // Most answers come at once, and a peer that closes the requests' end before it answers need not wake us.
+    pollfd answered{ends.out.get(), POLLIN, 0};
+    if (wait_on({&answered, 1}, after(kAtOnce)) == WaitEnd::ready && (answered.revents & POLLIN) != 0)
+        return ReadEnd::complete;
     bool in_watched = true;
     Deadline peer_gone;
     for (;;) {
@@ -182,10 +206,11 @@ ReadEnd read_answer(Ends& ends, FrameProgress& progress, std::string& answer, st
 
 void trace_answer(const FrameProgress& progress, std::size_t limit, std::size_t received) {
     const std::size_t wanted = std::min<std::size_t>(progress.announced(), limit);
-    theLog.Print("Reading - nDataLen=%d\n", static_cast<int>(progress.announced()));
-    theLog.Print("Reading - nDataLen=%d\n", static_cast<int>(wanted));
-    theLog.Print("001 Read to name-pipe (IN) - read = %d!!!\n", static_cast<int>(received));
-    theLog.Print("Number of readed=%d\n", static_cast<int>(received));
+    theLog.Print(
+        "Reading - nDataLen=%d\nReading - nDataLen=%d\n"
+        "001 Read to name-pipe (IN) - read = %d!!!\nNumber of readed=%d\n",
+        static_cast<int>(progress.announced()), static_cast<int>(wanted), static_cast<int>(received),
+        static_cast<int>(received));
 }
 
 // Waits until the peer is through with a request that was given up: its answer must not be taken for the
