@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -38,19 +37,12 @@ class PresetFrontEnd : public FrontEnd {
         questions.push_back(question);
         return questions.size() <= answers.size() ? answers[questions.size() - 1] : Answer::kCancel;
     }
-    bool cancelled() override {
-        ++polls;
-        return is_cancelled && is_cancelled();
-    }
-    void progress(const Progress& report) override { reports.push_back(report); }
-    void message(const std::string& text) override { messages.push_back(text); }
+    bool cancelled() override { return false; }
+    void progress(const Progress& /*report*/) override {}
+    void message(const std::string& /*text*/) override {}
 
     std::vector<Answer> answers;
-    std::function<bool()> is_cancelled;
     std::vector<std::string> questions;
-    std::vector<Progress> reports;
-    std::vector<std::string> messages;
-    int polls = 0;
 };
 
 }  // namespace relay_hub::engine

@@ -55,16 +55,6 @@ TEST_F(FolderFiles, ATreeDeeperThanOnePathCanTell) {
     EXPECT_TRUE(names_in(served_).empty());
 }
 
-TEST_F(FolderFiles, RenameNeverOverwrites) {
-    make_file("served/a", "a");
-    make_file("served/b", "b");
-    EXPECT_EQ(remote_->rename("a", "b"), EEXIST);
-    EXPECT_EQ(content(served_ + "/b"), "b");
-    EXPECT_EQ(remote_->rename("a", "c"), 0);
-    EXPECT_EQ(names_in(served_), (Names{"b", "c"}));
-    EXPECT_EQ(remote_->rename("", "d"), EBUSY);
-}
-
 TEST_F(FolderFiles, RemoveSparesWhatLinksLeadTo) {
     make_file("mine/kept", "x");
     make_file("served/folder/sub/file", "y");

@@ -69,15 +69,5 @@ TEST(EngineNames, TheMeantTextSurvivesTheFrontEndsHex) {
         EXPECT_EQ(meant_text(item.plain, item.hex).value_or("(nothing)"), item.meant) << item.hex;
 }
 
-TEST(EngineNames, LostCharactersAreGuessedBack) {
-    for (const char* name : {"party🎉.txt", "😀", "plain é"}) {
-        const auto lossy = decode_hex(encode_hex_as_front_end(name));
-        ASSERT_TRUE(lossy) << name;
-        EXPECT_EQ(with_pictographs(*lossy), name);
-    }
-    const std::string no_text("a character's first byte alone, at the very end: \xF4");
-    EXPECT_EQ(with_pictographs(no_text), no_text);
-}
-
 }  // namespace
 }  // namespace relay_hub::engine

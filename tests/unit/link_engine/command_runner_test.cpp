@@ -3,12 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <gtk/gtk.h>
-#include <sys/shm.h>
-#include <sys/wait.h>
 
 #include <atomic>
 #include <chrono>
-#include <csignal>
 
 #include "fake_engine.h"
 #include "link_engine/answer_slot.h"
@@ -107,14 +104,6 @@ TEST_F(CommandRunner, ATimeLimitEndsASilentRequestWithoutSpinning) {
     EXPECT_THAT(testing::internal::GetCapturedStdout(),
                 testing::ContainsRegex("monitor NP_VAL_CMD_CHECK_FOR_HEARTBEAT\tsecond:[12].00\n"
                                        "(.*\n)*terminated of thread!\n"));
-    EXPECT_EQ(read_text, "");
-    EXPECT_EQ(args_.state, kStateFinished);
-}
-
-TEST_F(CommandRunner, AbandoningGivesUpTheRunningRequest) {
-    FakeEngine engine([](const std::string&) { return std::nullopt; });
-    const WhenReady closing([&] { return engine.frames().size() == 1; }, abandon_current_request);
-    EXPECT_EQ(send_command_t(set_NP_VAL_CMD_RENAME, read_slot, &args_), 7);
     EXPECT_EQ(read_text, "");
     EXPECT_EQ(args_.state, kStateFinished);
 }
@@ -240,38 +229,6 @@ TEST_F(CommandRunner, AQuestionNeverHoldsTheListenerWhenNobodyCanAnswer) {
     send_command_t(set_NP_VAL_CMD_COPY_LOCAL_TO_REMOTE, read_slot, &args_);
     EXPECT_EQ(answer, none) << "the program closes";
     EXPECT_EQ(listener.call_back(kQuestion), none);
-}
-
-sigset_t worker_mask;
-
-TEST_F(CommandRunner, WorkersTakeNoSignalButAFault) {
-    send_command_t(
-        [](void* args) {
-            pthread_sigmask(SIG_SETMASK, nullptr, &worker_mask);
-            return start_answering(args);
-        },
-        nullptr, &args_);
-    for (const int signal : {SIGCHLD, SIGINT, SIGTERM, SIGUSR1, SIGUSR2})
-        EXPECT_EQ(sigismember(&worker_mask, signal), 1) << signal;
-    EXPECT_EQ(sigismember(&worker_mask, SIGSEGV), 0);
-    pthread_sigmask(SIG_SETMASK, nullptr, &worker_mask);
-    EXPECT_EQ(sigismember(&worker_mask, SIGTERM), 0) << "the window's thread keeps its own mask";
-}
-
-TEST(ProcessRunner, AChildAnswersThroughSharedMemory) {
-    int id = 0;
-    auto* words = static_cast<int*>(create_shared_memory(IPC_PRIVATE, 2 * sizeof(int), &id));
-    ASSERT_NE(words, nullptr);
-    void* again = attache_shared_memory(id);
-    EXPECT_EQ(shmdt(static_cast<char*>(again) - 1), 0);
-    g_shm_id_ptr = words;
-    const auto start = [](void* data) { return *static_cast<int*>(data) = 42; };
-    const auto finish = [](void* data) { return *static_cast<int*>(data) + get_shared_mem_id(); };
-    EXPECT_EQ(send_command(start, finish, words + 1), 84);
-    g_shm_id_ptr = nullptr;
-    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "the child was reaped";
-    EXPECT_EQ(destroy_shared_memory(words, id), 0);
-    EXPECT_EQ(attache_shared_memory(id), nullptr);
 }
 
 }  // namespace

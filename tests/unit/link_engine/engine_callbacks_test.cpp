@@ -1,6 +1,5 @@
 #include "link_engine/engine_callbacks.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "fake_engine.h"

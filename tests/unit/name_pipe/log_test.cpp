@@ -29,22 +29,6 @@ TEST(LogFile, StartsEmptyAndClosesOnce) {
     }
 }
 
-TEST(LogFile, RefusesWhatIsNoRegularFileInSilence) {
-    const test::Sandbox folder;
-    folder.make_link("link", folder.make_file("target", "kept"));
-    folder.make_file("named twice", "kept");
-    ASSERT_EQ(::link(folder.at("named twice").c_str(), folder.at("second name").c_str()), 0);
-    ASSERT_EQ(::mkfifo(folder.at("fifo").c_str(), 0600), 0);
-    for (const char* name : {"link", "second name", "fifo", "missing/log", "."}) {
-        const std::string path = folder.at(name);
-        Log log(path.c_str(), false);
-        log.Print("text");
-        EXPECT_EQ(write_log(path.c_str(), "text"), 0) << name;
-    }
-    EXPECT_EQ(test::content(folder.at("target")), "kept");
-    EXPECT_EQ(test::content(folder.at("named twice")), "kept");
-}
-
 TEST(EventLog, AppendsWholeStampedLinesFromAllThreads) {
     const test::Sandbox folder;
     const std::string path = folder.at("log");

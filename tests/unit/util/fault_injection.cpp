@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstring>
@@ -16,8 +15,6 @@ const char* failing_function = nullptr;
 int failing_error = 0;
 std::atomic<int> calls_to_skip{0};
 std::atomic<int> failures_made{0};
-std::atomic<std::size_t> transfer_limit{0};
-std::atomic<unsigned> transfers{0};
 
 bool fails(const char* function) {
     if (failing_function == nullptr || std::strcmp(failing_function, function) != 0 || calls_to_skip-- > 0)
@@ -25,17 +22,6 @@ bool fails(const char* function) {
     ++failures_made;
     errno = failing_error;
     return true;
-}
-
-bool interrupted() {
-    if (transfer_limit == 0 || ++transfers % 2 == 0)
-        return false;
-    errno = EINTR;
-    return true;
-}
-
-std::size_t cut(std::size_t size) {
-    return transfer_limit == 0 ? size : std::min<std::size_t>(size, transfer_limit);
 }
 
 template <typename Function>
@@ -55,16 +41,12 @@ extern "C" {
 
 ssize_t read(int fd, void* buffer, size_t size) {
     static const auto next = REAL(read);
-    if (is_touched(fd) && (fails("read") || interrupted()))
-        return -1;
-    return next(fd, buffer, is_touched(fd) ? cut(size) : size);
+    return is_touched(fd) && fails("read") ? -1 : next(fd, buffer, size);
 }
 
 ssize_t write(int fd, const void* buffer, size_t size) {
     static const auto next = REAL(write);
-    if (is_touched(fd) && (fails("write") || interrupted()))
-        return -1;
-    return next(fd, buffer, is_touched(fd) ? cut(size) : size);
+    return is_touched(fd) && fails("write") ? -1 : next(fd, buffer, size);
 }
 
 int close(int fd) {
@@ -75,17 +57,17 @@ int close(int fd) {
     return written && is_touched(fd) && fails("close") ? -1 : result;
 }
 
-#define FAILING_CALL(name, parameters, arguments, exception_spec, also_as) \
-    int name parameters exception_spec {                                   \
-        static const auto next = REAL(name);                               \
-        return fails(#name) || fails(also_as) ? -1 : next arguments;       \
+#define FAILING_CALL(name, parameters, arguments, exception_spec) \
+    int name parameters exception_spec {                          \
+        static const auto next = REAL(name);                      \
+        return fails(#name) ? -1 : next arguments;                \
     }
 
-FAILING_CALL(fsync, (int fd), (fd), , "sync")
-FAILING_CALL(syncfs, (int fd), (fd), noexcept, "sync")
-FAILING_CALL(rename, (const char* from, const char* to), (from, to), noexcept, "")
-FAILING_CALL(symlink, (const char* text, const char* path), (text, path), noexcept, "")
-FAILING_CALL(mkdir, (const char* path, mode_t mode), (path, mode), noexcept, "")
+FAILING_CALL(fsync, (int fd), (fd), )
+FAILING_CALL(syncfs, (int fd), (fd), noexcept)
+FAILING_CALL(rename, (const char* from, const char* to), (from, to), noexcept)
+FAILING_CALL(symlink, (const char* text, const char* path), (text, path), noexcept)
+FAILING_CALL(mkdir, (const char* path, mode_t mode), (path, mode), noexcept)
 
 }  // extern "C"
 
@@ -104,14 +86,6 @@ Fault::~Fault() {
 
 int Fault::hits() const {
     return failures_made;
-}
-
-ShortTransfers::ShortTransfers(std::size_t limit) {
-    transfer_limit = limit;
-}
-
-ShortTransfers::~ShortTransfers() {
-    transfer_limit = 0;
 }
 
 }  // namespace util_test

@@ -1,10 +1,7 @@
 // What a failing system call may cost: either the copy is whole, or the old state stands and it is told.
-#include <sys/mount.h>
-#include <sys/statfs.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <fstream>
 
 #include "unit/util/fault_injection.h"
 #include "unit/util/util_sandbox.h"
@@ -15,7 +12,6 @@ using namespace test;
 using Failures = std::vector<__task_failure>;
 
 using util_test::Fault;
-using util_test::ShortTransfers;
 
 class Faults : public util_test::Sandbox {
   protected:
@@ -29,14 +25,6 @@ class Faults : public util_test::Sandbox {
 
     const std::string content_ = std::string(400000, 'a') + "end";
 };
-
-TEST_F(Faults, short_and_interrupted_transfers_change_nothing) {
-    for (const std::size_t limit : {std::size_t{4096}, std::size_t{65537}}) {
-        const ShortTransfers shorts(limit);
-        EXPECT_TRUE(copy({at("src/file")}, at("dst")).empty());
-        EXPECT_EQ(content(at("dst/file")), content_);
-    }
-}
 
 TEST_F(Faults, each_failing_call_leaves_the_old_state_and_is_told) {
     const struct {
@@ -72,38 +60,12 @@ TEST_F(Faults, each_failing_call_leaves_the_old_state_and_is_told) {
     }
 }
 
-TEST_F(Faults, a_failed_sync_of_everything_blames_the_files_that_were_lost) {
+TEST_F(Faults, a_failed_sync_of_everything_is_told) {
     make_folder("src/many");
     for (int index = 0; index < 30; ++index)
         make_file("src/many/" + std::to_string(index), "x");
-    {
-        const Fault fault("syncfs", EIO);
-        EXPECT_EQ(copy({at("src/many")}, at("dst")).front().path, at("dst/"));
-    }
-    // The first 15 are synced one by one; of the rest none gets through.
-    answers.answers = {REQUEST_CANCEL};
-    const std::string other = make_folder("other");
-    const Fault fault("sync", EIO, 15);
-    EXPECT_EQ(copy({at("src/many")}, other).size(), 15U);
-    EXPECT_EQ(names_in(other + "/many").size(), 15U);
-}
-
-TEST_F(Faults, a_full_disk_keeps_what_was_there) {
-    const std::string small = make_folder("small");
-    if (mount("tmpfs", small.c_str(), "tmpfs", 0, "size=1m") != 0)
-        GTEST_SKIP() << "mounting is refused";
-    put(small + "/big", "old");
-    make_file("src/big", std::string(2 << 20, 'x'));
-    Failures failures = copy({at("src/big"), at("src/file"), at("src/link")}, small);
-    EXPECT_EQ(failures.size(), 1U);
-    EXPECT_EQ(content(small + "/big"), "old");
-    EXPECT_EQ(content(small + "/file"), content_);
-    unlink((small + "/big").c_str());
-    failures = copy({at("src/big")}, small);
-    ASSERT_EQ(failures.size(), 1U);
-    EXPECT_EQ(failures.front().reason, "No space left on device");
-    EXPECT_EQ(names_in(small), (Names{"file", "link"}));
-    EXPECT_EQ(umount(small.c_str()), 0);
+    const Fault fault("syncfs", EIO);
+    EXPECT_EQ(copy({at("src/many")}, at("dst")).front().path, at("dst/"));
 }
 
 }  // namespace

@@ -3,8 +3,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
-#include <ctime>
 #include <filesystem>
 
 #include "unit/util/fault_injection.h"
@@ -23,54 +21,6 @@ class Trash : public util_test::Sandbox {
     static std::string trash() { return util_test::home() + "/Trash"; }
 };
 
-TEST_F(Trash, keeps_any_name_beside_a_byte_exact_info_file) {
-    const std::string folder = make_folder("f");
-    for (const std::string name : {"it's", "two words", "-rf", "a\nb", "\xff\xfe", "$(touch x)", "\"q\""}) {
-        const std::string path = at("f/" + name);
-        put(path, "12345", 0640);
-        const timespec times[] = {{1, 0}, {0x5f000001, 0}};
-        ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
-        const std::time_t before = std::time(nullptr);
-        EXPECT_TRUE(remove(folder, {name}).empty());
-
-        EXPECT_FALSE(exists(path));
-        const std::vector<std::string> made = names_in(trash());
-        ASSERT_EQ(made.size(), 2U) << name;
-        EXPECT_EQ(made[0].size(), 9U);
-        EXPECT_EQ(made[1], made[0] + ".info");
-        EXPECT_EQ(content(trash() + "/" + made[0] + "/" + name), "12345");
-        bool exact = false;
-        for (std::time_t now = before; now <= std::time(nullptr); ++now) {
-            char lines[64];
-            std::snprintf(lines, sizeof lines, "\n%x\n5\n81a0\n5f000001\n", static_cast<unsigned>(now));
-            exact = exact || content(trash() + "/" + made[1]) == path + lines;
-        }
-        EXPECT_TRUE(exact) << content(trash() + "/" + made[1]);
-        std::filesystem::remove_all(trash());
-    }
-}
-
-TEST_F(Trash, is_private_and_takes_folders_and_links_whole) {
-    make_folder("f/folder/in");
-    make_file("f/folder/in/x", "x");
-    make_link("f/link", "folder");
-    EXPECT_TRUE(remove(at("f"), {"link", "folder"}).empty());
-    EXPECT_EQ(mode_of(trash()), 0700U);
-    EXPECT_TRUE(names_in(at("f")).empty());
-    EXPECT_EQ(names_in(trash()).size(), 4U);
-}
-
-TEST_F(Trash, a_name_clash_is_tried_again) {
-    std::string name;
-    GenTrashName(name, 5);
-    std::filesystem::create_directories(trash() + "/" + name);
-    std::string other;
-    const std::time_t start = std::time(nullptr);
-    GenTrashName(other, 5);
-    EXPECT_NE(name, other);
-    EXPECT_LE(std::time(nullptr) - start, 1);
-}
-
 TEST_F(Trash, an_entry_that_does_not_move_stays_and_the_rest_goes) {
     const std::string folder = make_folder("f");
     put(folder + "/x", "x");
@@ -81,6 +31,7 @@ TEST_F(Trash, an_entry_that_does_not_move_stays_and_the_rest_goes) {
     EXPECT_TRUE(exists(util_test::home()));
     EXPECT_FALSE(exists(folder + "/x"));
     EXPECT_EQ(names_in(trash()).size(), 2U);
+    EXPECT_EQ(mode_of(trash()), 0700U);
     EXPECT_TRUE(answers.job_errors.empty());
 }
 
@@ -120,13 +71,6 @@ TEST_F(Trash, a_missing_info_file_ends_the_job_with_its_reason) {
     EXPECT_EQ(g_s_nMsgCode, ENOSPC);
     EXPECT_EQ(answers.job_errors, Names{"No space left on device"});
     EXPECT_TRUE(exists(folder + "/y"));
-}
-
-TEST_F(Trash, a_cancelled_job_moves_nothing_more) {
-    make_file("x", "x");
-    volatile int state = TASK_CANCEL;
-    EXPECT_TRUE(DeleteDirectory({at("x")}, nullptr, &state));
-    EXPECT_TRUE(exists(at("x")));
 }
 
 }  // namespace

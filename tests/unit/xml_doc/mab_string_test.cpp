@@ -34,6 +34,13 @@ TEST(CMabString, edits) {
         {"double_no_room", "", [](auto& s) { s.PutDouble(1e-123, 4, 'E'); }, "ERR"},
         {"double_not_a_number", "", [](auto& s) { s.PutDouble(NAN, 8, 'E'); }, "NaN"},
         {"significant_exponent", "", [](auto& s) { s.PutDoubleS(12345678901, 8, 'E'); }, "1.2345679E10"},
+        {"nul_in_the_middle", "", [](auto& s) { s = std::string("ab\0cd", 5); }, "ab"},
+        {"no_negative_length", "", [](auto& s) { s = CMabString("abc", -1); }, ""},
+        {"second_field", "a,,b", [](auto& s) { s = s.GetField(',', 2); }, "b"},
+        {"delimited_field", "<a>1</a><a>2</a>", [](auto& s) { s = s.GetDelimitedField("<a>", "</a>", 1); },
+         "2"},
+        {"close_mark_counts_whole", "[[1]][2]", [](auto& s) { s = s.GetDelimitedField("[", "]]", 1); }, ""},
+        {"field_beyond_all", "(1)", [](auto& s) { s = s.GetDelimitedField("(", "", INT_MAX); }, ""},
         {"significant_point", "", [](auto& s) { s.PutDoubleS(12345, 5, 'E'); }, "12345."},
     };
     for (const auto& one : cases) {
@@ -41,44 +48,6 @@ TEST(CMabString, edits) {
         one.edit(text);
         EXPECT_EQ(text.view(), one.after) << one.name;
     }
-}
-
-TEST(CMabString, ends_every_text_at_a_nul) {
-    EXPECT_EQ(CMabString(std::string("ab\0cd", 5)).GetLength(), 2);
-    EXPECT_EQ(CMabString("abc", 9).view(), "abc");
-    EXPECT_EQ(CMabString("abc", -1).view(), "");
-    EXPECT_TRUE(CMabString(static_cast<const char*>(nullptr)).IsEmpty());
-}
-
-TEST(CMabString, steps_through_fields) {
-    CMabString text("a,,b");
-    for (const char* const field : {"a", "", "b", "", ""})
-        EXPECT_EQ(text.NextField(',').view(), field);
-    EXPECT_EQ(text.FirstField(',').view(), "a");
-    EXPECT_EQ(text.GetField(',', 2).view(), "b");
-    EXPECT_EQ(text.GetField(",,", 1).view(), "b");
-    EXPECT_EQ(text.GetFieldCount(','), 3);
-    EXPECT_EQ(text.NextField(',').view(), "") << "GetField leaves the cursor alone";
-}
-
-TEST(CMabString, skips_delimited_fields_by_the_length_of_the_closing_mark) {
-    const struct {
-        const char* text;
-        const char* open;
-        const char* close;
-        int n;
-        const char* wanted;
-    } cases[] = {
-        {"<a>1</a><a>2</a>", "<a>", "</a>", 0, "1"},
-        {"<a>1</a><a>2</a>", "<a>", "</a>", 1, "2"},
-        {"[[1]][2]", "[", "]", 1, "1"},
-        {"[[1]][2]", "[", "]]", 1, ""},
-        {"(1)", "(", ")", -1, ""},
-        {"(1)", "(", "", INT_MAX, ""},
-    };
-    for (const auto& one : cases)
-        EXPECT_EQ(CMabString(one.text).GetDelimitedField(one.open, one.close, one.n).view(), one.wanted)
-            << one.text << " " << one.n;
 }
 
 TEST(CMabString, puts_any_double_without_harm) {
