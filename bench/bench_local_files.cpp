@@ -22,6 +22,7 @@
 #include "name_pipe/file_descriptor.h"
 #include "util/file_op.h"
 #include "util/path_time_text.h"
+#include "util/sorted_folder.h"
 
 namespace {
 
@@ -163,10 +164,14 @@ class Bench {
         fs::create_directory(folder);
         for (std::size_t index = 0; index < kListedFiles; ++index)
             fill_file(folder / ("file " + std::to_string(index) + ".txt"), 0);
-        int error = 0;
         compare(
             "list 100,000 entries in order / ls -l, unsorted", 2.0,
-            [&] { must(relay_hub::read_folder(folder, &error).size() == kListedFiles, "read_folder"); },
+            [&] {
+                relay_hub::SortedFolder sorted(folder);
+                must(sorted.size() == kListedFiles, "folder");
+                for (std::size_t index = 0; index < kListedFiles; ++index)
+                    must(!sorted.entry(index).vanished, "entry");
+            },
             [&] {
                 run_program({"sh", "-c", "ls -lnU \"$0\" >/dev/null", folder.c_str()});
             },

@@ -164,11 +164,11 @@ void fill_list_colmum(const char* name, const char* folder, void* tree_view) {
         return;
     GtkTreeIter iter;
     gtk_list_store_append(store, &iter);
-    const relay_hub::FolderEntry entry = relay_hub::read_entry(folder, name);
-    if (entry.vanished)
+    const relay_hub::LocalRow row =
+        relay_hub::LocalRowFormatter().row_of(relay_hub::read_entry(folder, name));
+    if (row.vanished)
         return;
-    relay_hub::LocalRow row;
-    const relay_hub::RowTexts& texts = row.texts(entry);
+    const relay_hub::RowTexts texts = row.texts();
     for (int column = 0; column < kColumnCount; ++column)
         if (column != kColumnName)
             gtk_list_store_set(store, &iter, column, texts[static_cast<std::size_t>(column)], -1);

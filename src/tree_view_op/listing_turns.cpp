@@ -5,6 +5,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <exception>
+#include <limits>
 #include <memory>
 #include <mutex>
 #include <system_error>
@@ -23,44 +24,9 @@ constexpr gint64 kServingSlice = 20 * G_TIME_SPAN_MILLISECOND;
 
 // Work that ends within this time needs no main-loop turns.
 constexpr std::chrono::milliseconds kPatience(20);
+constexpr std::size_t kAllSteps = std::numeric_limits<std::size_t>::max();
 
 ListingWatcher* the_watcher = nullptr;
-
-// Shared, so that a closing window need not wait for a slow disk.
-struct Beside {
-    std::mutex mutex;
-    std::condition_variable changed;
-    bool done = false;  // guarded by mutex
-};
-
-void run_and_tell(Beside& beside, const std::function<void()>& work) {
-    try {
-        work();
-    } catch (const std::exception& failure) {
-        report(RELAY_HUB_HERE, "a listing ended early:", failure.what());
-    }
-    {
-        const std::lock_guard lock(beside.mutex);
-        beside.done = true;
-    }
-    beside.changed.notify_all();
-    g_main_context_wakeup(nullptr);
-}
-
-bool is_done(Beside& beside, std::chrono::milliseconds patience) {
-    std::unique_lock lock(beside.mutex);
-    return beside.changed.wait_for(lock, patience, [&beside] { return beside.done; });
-}
-
-bool start_beside(const std::shared_ptr<Beside>& beside, const std::function<void()>& work) {
-    const SignalsBlocked blocked;
-    try {
-        std::thread([beside, work] { run_and_tell(*beside, work); }).detach();
-    } catch (const std::system_error&) {
-        return false;
-    }
-    return true;
-}
 
 }  // namespace
 
@@ -103,21 +69,63 @@ bool ListingTurns::turn() {
     return told_->go_on();
 }
 
-bool run_beside_window(const std::function<void()>& work, ListingTurns& turns) {
-    const auto beside = std::make_shared<Beside>();
-    if (the_watcher == nullptr || !start_beside(beside, work)) {
-        work();
-        return true;
+// Shared, so that a closing window need not wait for a slow disk.
+struct WorkBesideWindow::Shared {
+    void tell(std::size_t count) {
+        {
+            const std::lock_guard lock(mutex);
+            steps = count;
+        }
+        changed.notify_all();
+        g_main_context_wakeup(nullptr);
     }
-    if (is_done(*beside, kPatience))
+    void run(const std::function<void(const Tell&)>& work) {
+        try {
+            work([this](std::size_t count) { tell(count); });
+        } catch (const std::exception& failure) {
+            report(RELAY_HUB_HERE, "a listing ended early:", failure.what());
+        }
+        tell(kAllSteps);
+    }
+    bool reaches(std::size_t count, std::chrono::milliseconds patience) {
+        std::unique_lock lock(mutex);
+        return changed.wait_for(lock, patience, [this, count] { return steps >= count; });
+    }
+
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::size_t steps = 0;  // guarded by mutex
+};
+
+WorkBesideWindow::WorkBesideWindow(const std::function<void(const Tell& tell)>& work)
+    : shared_(std::make_shared<Shared>()) {
+    const SignalsBlocked blocked;
+    if (the_watcher != nullptr) {
+        try {
+            std::thread([shared = shared_, work] { shared->run(work); }).detach();
+            return;
+        } catch (const std::system_error& failure) {
+            report(RELAY_HUB_HERE, "no thread for a listing:", failure.what());
+        }
+    }
+    shared_->run(work);
+}
+
+bool WorkBesideWindow::wait_for(std::size_t steps, ListingTurns& turns) {
+    if (shared_->reaches(steps, kPatience))
         return true;
     turns.begin();
-    while (!is_done(*beside, std::chrono::milliseconds(0))) {
+    while (!shared_->reaches(steps, std::chrono::milliseconds(0))) {
         gtk_main_iteration();
         if (!the_watcher->go_on())
             return false;
     }
     return true;
+}
+
+bool run_beside_window(const std::function<void()>& work, ListingTurns& turns) {
+    WorkBesideWindow beside([work](const WorkBesideWindow::Tell&) { work(); });
+    return beside.wait_for(kAllSteps, turns);
 }
 
 }  // namespace relay_hub

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <memory>
 
 namespace relay_hub {
 
@@ -35,9 +36,25 @@ class ListingTurns {
     gint64 slice_began_;
 };
 
-// Runs work, which must not touch the window, on a thread of its own. Meanwhile the main loop turns, and the
-// watcher is told when it takes long. Without a watcher, or when there is no thread to be had, work runs at
-// once. False when the listing was called off: work then goes on alone, so it must own what it uses.
+// Work on a thread of its own, which must not touch the window, in steps that it tells of. Without a watcher,
+// or when there is no thread to be had, it is done at once. The owner may go first: work then goes on alone,
+// so it must own what it uses.
+class WorkBesideWindow {
+  public:
+    // How many steps are done by now. Telling wakes the window: not for every small one.
+    using Tell = std::function<void(std::size_t steps)>;
+    explicit WorkBesideWindow(const std::function<void(const Tell& tell)>& work);
+
+    // Returns when that many steps are done, or all work is. Meanwhile the main loop turns, and the watcher
+    // is told when it takes long. False when the listing was called off.
+    bool wait_for(std::size_t steps, ListingTurns& turns);
+
+  private:
+    struct Shared;
+    std::shared_ptr<Shared> shared_;
+};
+
+// Work that is of use only as a whole.
 bool run_beside_window(const std::function<void()>& work, ListingTurns& turns);
 
 }  // namespace relay_hub

@@ -1,5 +1,6 @@
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -7,39 +8,87 @@
 #include "tree_view_op/listing_turns.h"
 #include "tree_view_op/local_row.h"
 #include "util/file_op.h"
+#include "util/sorted_folder.h"
 
 namespace relay_hub {
 namespace {
 
+constexpr std::size_t kRowsPerStep = 512;
+constexpr std::size_t kNamesStep = 1;
+
+// The worker's, but for what it has told of.
 struct FolderReading {
-    std::vector<FolderEntry> entries;
-    int error_number = 0;
+    void read(const std::string& path, const WorkBesideWindow::Tell& tell) {
+        folder.emplace(path);
+        rows.resize(folder->size());
+        tell(kNamesStep);
+        LocalRowFormatter formatter;
+        for (std::size_t index = 0; index < rows.size(); ++index) {
+            rows[index] = formatter.row_of(folder->entry(index));
+            if ((index + 1) % kRowsPerStep == 0)
+                tell(step_of(index));
+        }
+    }
+    // The step that makes this row.
+    static std::size_t step_of(std::size_t index) { return kNamesStep + 1 + index / kRowsPerStep; }
+
+    std::optional<SortedFolder> folder;
+    std::vector<LocalRow> rows;
 };
 
-void fill_rows(GtkWidget* tree_view, const std::string& folder, const std::vector<FolderEntry>& entries) {
-    RowFiller filler(tree_view, entries.size());
-    LocalRow row;
-    constexpr RowTexts kEmptyRow{};
-    for (const FolderEntry& listed : entries) {
-        const FolderEntry& entry = listed.vanished ? read_entry(folder, listed.name) : listed;
-        Gfile_size += static_cast<std::uint64_t>(entry.status.st_size);
-        if (!filler.add(entry.vanished ? kEmptyRow.data() : row.texts(entry).data()))
-            return;
-    }
-}
+class LocalListing {
+  public:
+    LocalListing(const std::string& folder, GtkWidget* tree_view)
+        : folder_(folder),
+          tree_view_(tree_view),
+          beside_([reading = reading_, folder](const WorkBesideWindow::Tell& tell) {
+              reading->read(folder, tell);
+          }) {}
 
-void list_folder(const std::string& folder, GtkWidget* tree_view) {
-    const auto reading = std::make_shared<FolderReading>();
-    ListingTurns turns(0);
-    const auto read = [reading, folder] { reading->entries = read_folder(folder, &reading->error_number); };
-    if (!run_beside_window(read, turns))
-        return;
-    if (reading->error_number != 0)
-        // Fails again, and tells why in its own words.
-        Gfile_all_list_pointer(folder, 0, fill_list_colmum, tree_view);
-    else
-        fill_rows(tree_view, folder, reading->entries);
-}
+    void fill() {
+        ListingTurns turns(0);
+        if (!beside_.wait_for(kNamesStep, turns))
+            return;
+        if (!reading_->folder || reading_->folder->error_number() != 0)
+            // Fails again, and tells why in its own words.
+            Gfile_all_list_pointer(folder_, 0, fill_list_colmum, tree_view_);
+        else
+            fill_rows(turns);
+    }
+
+  private:
+    void fill_rows(ListingTurns& turns) {
+        const std::size_t count = reading_->folder->size();
+        RowFiller filler(tree_view_, count);
+        for (std::size_t index = 0; index < count; ++index) {
+            if (index % kRowsPerStep == 0 && !beside_.wait_for(FolderReading::step_of(index), turns))
+                return;
+            if (!add_row(filler, reading_->rows[index]))
+                return;
+        }
+    }
+
+    bool add_row(RowFiller& filler, const LocalRow& row) {
+        if (row.name.empty())
+            return false;  // the reading ended early, and told of it
+        if (row.vanished)
+            return add_row_again(filler, row.name);
+        Gfile_size += row.size;
+        return filler.add(row.texts().data());
+    }
+
+    // Fails again, and tells why in its own words; or it is back.
+    bool add_row_again(RowFiller& filler, const std::string& name) {
+        const LocalRow row = LocalRowFormatter().row_of(read_entry(folder_, name));
+        Gfile_size += row.size;
+        return filler.add(row.texts().data());
+    }
+
+    std::string folder_;
+    GtkWidget* tree_view_;
+    std::shared_ptr<FolderReading> reading_ = std::make_shared<FolderReading>();
+    WorkBesideWindow beside_;
+};
 
 }  // namespace
 }  // namespace relay_hub
@@ -49,7 +98,7 @@ int once_search_and_insert_to_treeview(const std::string& folder, GtkWidget* tre
     clean_tree_view(tree_view);
     if (folder != "/")
         insert_root_row(tree_view);
-    relay_hub::list_folder(folder, tree_view);
+    relay_hub::LocalListing(folder, tree_view).fill();
     std::printf("%s total size is %lld\n", folder.c_str(), static_cast<long long>(Gfile_size));
     return 0;
 }

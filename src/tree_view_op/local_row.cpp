@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <utility>
 
 #include "util/path_time_text.h"
 #include "util/translated_text.h"
@@ -27,34 +28,50 @@ FolderEntry read_entry(const std::string& folder, const std::string& name) {
     return entry;
 }
 
-LocalRow::LocalRow() : folder_word_(translated("IDS_FH_FOLDER")), file_word_(translated("IDS_FH_FILE")) {}
-
-const char* LocalRow::TimeText::of(std::time_t time) {
-    if (filled && time == seconds)
-        return text;
-    std::tm local{};
-    localtime_r(&time, &local);
-    if (std::strftime(text, sizeof text, "%Y-%m-%d %T", &local) == 0)
-        text[0] = '\0';
-    seconds = time;
-    filled = true;
-    return text;
-}
-
-const RowTexts& LocalRow::texts(const FolderEntry& entry) {
-    size_ = size_for_display(static_cast<std::uint64_t>(entry.status.st_size));
-    row_ = {entry.is_folder ? "gtk-directory" : "gtk-file",
-            entry.name.c_str(),
-            size_.c_str(),
-            entry.is_folder ? folder_word_ : file_word_,
-            modified_.of(entry.status.st_mtime),
-            accessed_.of(entry.status.st_atime),
+RowTexts LocalRow::texts() const {
+    if (vanished)
+        return {};
+    return {is_folder ? "gtk-directory" : "gtk-file",
+            name.c_str(),
+            size_text.c_str(),
+            type_word,
+            modified.data(),
+            accessed.data(),
             "",
-            entry.is_folder ? kKindFolder : kKindFile,
+            is_folder ? kKindFolder : kKindFile,
             "",
             "",
             ""};
-    return row_;
+}
+
+const TimeText& LocalRowFormatter::LastTime::of(std::time_t time) {
+    if (text[0] != '\0' && time == seconds)
+        return text;
+    std::tm local{};
+    localtime_r(&time, &local);
+    if (std::strftime(text.data(), text.size(), "%Y-%m-%d %T", &local) == 0)
+        text[0] = '\0';
+    seconds = time;
+    return text;
+}
+
+// Asking the catalogue for each row would take longer than all else in it.
+LocalRowFormatter::LocalRowFormatter()
+    : folder_word_(translated("IDS_FH_FOLDER")), file_word_(translated("IDS_FH_FILE")) {}
+
+LocalRow LocalRowFormatter::row_of(FolderEntry entry) {
+    LocalRow row;
+    row.name = std::move(entry.name);
+    row.vanished = entry.vanished;
+    if (entry.vanished)
+        return row;
+    row.size = static_cast<std::uint64_t>(entry.status.st_size);
+    row.size_text = size_for_display(row.size);
+    row.modified = modified_.of(entry.status.st_mtime);
+    row.accessed = accessed_.of(entry.status.st_atime);
+    row.is_folder = entry.is_folder;
+    row.type_word = entry.is_folder ? folder_word_ : file_word_;
+    return row;
 }
 
 }  // namespace relay_hub

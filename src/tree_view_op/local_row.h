@@ -1,5 +1,7 @@
 #pragma once
 // The texts of one local entry's row.
+#include <array>
+#include <cstdint>
 #include <ctime>
 #include <string>
 
@@ -11,27 +13,41 @@ namespace relay_hub {
 // Looks at one entry of folder. One that is gone is told on the outputs and comes back as vanished.
 FolderEntry read_entry(const std::string& folder, const std::string& name);
 
-// Formats entries one after the other; the texts are borrowed until the next one. Any one thread.
-class LocalRow {
+// "%Y-%m-%d %T" of local time.
+using TimeText = std::array<char, 32>;
+
+// What the row of one entry shows. A vanished entry's row is empty.
+struct LocalRow {
+    // Borrowed from the row.
+    [[nodiscard]] RowTexts texts() const;
+
+    std::string name;
+    std::string size_text;
+    TimeText modified{};
+    TimeText accessed{};
+    const char* type_word = "";  // the catalogue's own
+    std::uint64_t size = 0;
+    bool is_folder = false;
+    bool vanished = false;
+};
+
+// Formats entries one after the other. Any one thread.
+class LocalRowFormatter {
   public:
-    LocalRow();
-    const RowTexts& texts(const FolderEntry& entry);
+    LocalRowFormatter();
+    LocalRow row_of(FolderEntry entry);
 
   private:
-    // "%Y-%m-%d %T" of local time; entries of one folder often share their times.
-    struct TimeText {
+    // Entries of one folder often share their times.
+    struct LastTime {
         std::time_t seconds = 0;
-        bool filled = false;
-        char text[64] = "";
-        const char* of(std::time_t time);
+        TimeText text{};
+        const TimeText& of(std::time_t time);
     };
-
     const char* folder_word_;
     const char* file_word_;
-    std::string size_;
-    TimeText modified_;
-    TimeText accessed_;
-    RowTexts row_{};
+    LastTime modified_;
+    LastTime accessed_;
 };
 
 }  // namespace relay_hub

@@ -1,6 +1,7 @@
 #include "tree_view_op/row_store.h"
 
 #include <memory>
+#include <numeric>
 #include <string>
 #include <unordered_map>
 
@@ -60,28 +61,47 @@ GtkListStore* list_store_of(GtkWidget* tree_view) {
     return model != nullptr ? GTK_LIST_STORE(model) : nullptr;
 }
 
+namespace {
+
+// All of a row's columns as the store takes them, made ready once. The texts are only borrowed for an
+// insertion.
+class RowValues {
+  public:
+    RowValues() {
+        std::iota(columns_.begin(), columns_.end(), 0);
+        for (GValue& value : values_)
+            g_value_init(&value, G_TYPE_STRING);
+    }
+    void set(int column, const char* text) {
+        g_value_set_static_string(&values_[static_cast<std::size_t>(column)], text);
+    }
+    void insert(GtkListStore* store, GtkTreeIter* iter, int position) {
+        gtk_list_store_insert_with_valuesv(store, iter, position, columns_.data(), values_.data(),
+                                           kColumnCount);
+    }
+
+  private:
+    std::array<int, kColumnCount> columns_{};
+    std::array<GValue, kColumnCount> values_{};
+};
+
+}  // namespace
+
 void insert_row(GtkListStore* store, int position, const char* const* texts) {
-    std::array<int, kColumnCount> columns{};
-    std::array<GValue, kColumnCount> values{};
+    static RowValues values;
+    for (int column = 0; column < kColumnCount; ++column)
+        values.set(column, texts[column]);
     std::string shown;
-    const bool plain = can_be_shown(texts[kColumnName]);
-    int count = 0;
-    for (int column = 0; column < kColumnCount; ++column) {
-        if (texts[column] == nullptr)
-            continue;
-        const char* text = texts[column];
-        if (column == kColumnName && !plain) {
-            shown = shown_text(text);
-            text = shown.c_str();
-        }
-        columns[static_cast<std::size_t>(count)] = column;
-        GValue* value = g_value_init(&values[static_cast<std::size_t>(count++)], G_TYPE_STRING);
-        g_value_set_static_string(value, text);
+    const char* name = texts[kColumnName];
+    const bool plain = can_be_shown(name);
+    if (!plain) {
+        shown = shown_text(name);
+        values.set(kColumnName, shown.c_str());
     }
     GtkTreeIter iter;
-    gtk_list_store_insert_with_valuesv(store, &iter, position, columns.data(), values.data(), count);
+    values.insert(store, &iter, position);
     if (!plain)
-        keep_name_bytes(store, iter, texts[kColumnName], shown);
+        keep_name_bytes(store, iter, name, std::move(shown));
 }
 
 void set_row_name(GtkListStore* store, GtkTreeIter* iter, const char* name) {

@@ -132,11 +132,6 @@ struct FolderEntry {
     bool vanished = false;   // its lstat failed; status is empty
 };
 
-// Reads a whole folder: one pass over its names, one lstat an entry beneath the folder's descriptor, names
-// that begin with "." left out, natural order. Adds nothing to the globals. Empty, with *error_number set
-// (0 otherwise), when the folder cannot be opened or not be read to its end. Any thread.
-std::vector<FolderEntry> read_folder(const std::string& path, int* error_number);
-
 // The text of the box that ends a job in which entries failed: how many, then the first names with their
 // reasons. Any thread.
 std::string failure_summary(const std::vector<__task_failure>& failures);

@@ -5,47 +5,54 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <future>
 #include <memory>
 
 #include "util/file_op.h"
 #include "util/file_op_unit.h"
-#include "util/folder_handle.h"
 #include "util/glib_owners.h"
 #include "util/path_time_text.h"
+#include "util/quiet_thread.h"
+#include "util/sorted_folder.h"
 #include "util/translated_text.h"
 
 namespace relay_hub {
 namespace {
 
-FolderEntry look_at(int folder_fd, const char* name) {
-    FolderEntry entry;
-    entry.name = name;
-    if (fstatat(folder_fd, name, &entry.status, AT_SYMLINK_NOFOLLOW) != 0) {
-        entry.status = {};
-        entry.vanished = true;
-        return entry;
-    }
-    entry.is_folder = S_ISDIR(entry.status.st_mode);
-    if (S_ISLNK(entry.status.st_mode)) {
-        struct stat target {};
-        entry.is_folder = fstatat(folder_fd, name, &target, 0) == 0 && S_ISDIR(target.st_mode);
-    }
-    return entry;
-}
-
-struct SortedEntry {
+struct KeyedName {
+    const char* name;
     GText key;
-    FolderEntry entry;
 };
+using Names = std::vector<KeyedName>;
 
-GText sort_key(const std::string& name) {
-    const GText shown(g_filename_display_name(name.c_str()));
-    return GText(g_utf8_collate_key_for_filename(shown.get(), -1));
+// Fewer than this are sorted before a second thread would have begun.
+constexpr std::ptrdiff_t kManyNames = 5000;
+
+bool sorts_before(const KeyedName& one, const KeyedName& other) {
+    const int order = std::strcmp(one.key.get(), other.key.get());
+    return order != 0 ? order < 0 : std::strcmp(one.name, other.name) < 0;
 }
 
-bool sorts_before(const SortedEntry& one, const SortedEntry& other) {
-    const int order = std::strcmp(one.key.get(), other.key.get());
-    return order != 0 ? order < 0 : one.entry.name < other.entry.name;
+void sort_part(Names::iterator begin, Names::iterator end) {
+    for (auto each = begin; each != end; ++each) {
+        const GText shown(g_filename_display_name(each->name));
+        each->key.reset(g_utf8_collate_key_for_filename(shown.get(), -1));
+    }
+    std::sort(begin, end, sorts_before);
+}
+
+// Many names are sorted in two halves at once: whoever waits for them leaves a processor idle.
+void sort_names(Names& names) {
+    const auto middle = names.begin() + static_cast<std::ptrdiff_t>(names.size() / 2);
+    if (middle - names.begin() >= kManyNames / 2) {
+        const SignalsBlocked blocked;
+        auto half = std::async(sort_part, middle, names.end());
+        sort_part(names.begin(), middle);
+        half.get();
+        std::inplace_merge(names.begin(), middle, names.end(), sorts_before);
+    } else {
+        sort_part(names.begin(), names.end());
+    }
 }
 
 // What GLib would say of a folder that did not open.
@@ -69,43 +76,65 @@ bool is_real_folder(const std::string& path) {
 
 }  // namespace
 
-std::vector<FolderEntry> read_folder(const std::string& path, int* error_number) {
-    *error_number = 0;
-    const FolderHandle dir = open_folder(path);
-    if (!dir) {
-        *error_number = errno;
-        return {};
-    }
-    std::vector<SortedEntry> sorted;
+SortedFolder::SortedFolder(const std::string& path) : folder_(open_folder(path)) {
+    if (folder_)
+        read_names();
+    else
+        error_number_ = errno;
+}
+
+void SortedFolder::read_names() {
+    std::vector<std::size_t> starts;
     errno = 0;
-    while (const dirent* found = readdir(dir.get())) {
-        if (found->d_name[0] != '.')
-            sorted.push_back({sort_key(found->d_name), look_at(dirfd(dir.get()), found->d_name)});
+    while (const dirent* entry = readdir(folder_.get())) {
+        if (entry->d_name[0] != '.') {
+            starts.push_back(text_.size());
+            text_.append(entry->d_name, std::strlen(entry->d_name) + 1);
+        }
         errno = 0;
     }
-    if (errno != 0) {
-        *error_number = errno;
-        return {};
+    error_number_ = errno;
+    if (error_number_ != 0)
+        return;
+    Names found;
+    found.reserve(starts.size());
+    for (const std::size_t start : starts)
+        found.push_back({text_.data() + start, nullptr});
+    sort_names(found);
+    names_.reserve(found.size());
+    for (const KeyedName& each : found)
+        names_.push_back(each.name);
+}
+
+FolderEntry SortedFolder::entry(std::size_t index) const {
+    FolderEntry entry;
+    entry.name = names_[index];
+    const char* const name = entry.name.c_str();
+    const int folder_fd = dirfd(folder_.get());
+    if (fstatat(folder_fd, name, &entry.status, AT_SYMLINK_NOFOLLOW) != 0) {
+        entry.status = {};
+        entry.vanished = true;
+        return entry;
     }
-    std::sort(sorted.begin(), sorted.end(), sorts_before);
-    std::vector<FolderEntry> entries;
-    entries.reserve(sorted.size());
-    for (SortedEntry& each : sorted)
-        entries.push_back(std::move(each.entry));
-    return entries;
+    entry.is_folder = S_ISDIR(entry.status.st_mode);
+    if (S_ISLNK(entry.status.st_mode)) {
+        struct stat target {};
+        entry.is_folder = fstatat(folder_fd, name, &target, 0) == 0 && S_ISDIR(target.st_mode);
+    }
+    return entry;
 }
 
 }  // namespace relay_hub
 
 void Gfile_all_list_pointer(const std::string& path, int recursive, Gfile_list_callback callback,
                             void* user_data) {
-    int error_number = 0;
-    const std::vector<relay_hub::FolderEntry> entries = relay_hub::read_folder(path, &error_number);
-    if (error_number != 0) {
-        relay_hub::tell_unlistable(FILE_OP_LINE(255), *relay_hub::listing_error(path, error_number));
+    relay_hub::SortedFolder folder(path);
+    if (folder.error_number() != 0) {
+        relay_hub::tell_unlistable(FILE_OP_LINE(255), *relay_hub::listing_error(path, folder.error_number()));
         return;
     }
-    for (const relay_hub::FolderEntry& entry : entries) {
+    for (std::size_t index = 0; index < folder.size(); ++index) {
+        const relay_hub::FolderEntry entry = folder.entry(index);
         const std::string entry_path = relay_hub::join_local_path(path, entry.name);
         if (recursive != 0 && S_ISDIR(entry.status.st_mode))
             Gfile_all_list(entry_path, recursive);

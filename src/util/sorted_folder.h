@@ -1,0 +1,34 @@
+#pragma once
+// A local folder read in two steps: all names in their order, then each entry's record, so that the first
+// rows can be filled while later entries are still being looked at. One thread at a time.
+#include <string>
+#include <vector>
+
+#include "util/file_op.h"
+#include "util/folder_handle.h"
+
+namespace relay_hub {
+
+class SortedFolder {
+  public:
+    // Reads the names that do not begin with ".", in natural order.
+    explicit SortedFolder(const std::string& path);
+    SortedFolder(const SortedFolder&) = delete;
+    SortedFolder& operator=(const SortedFolder&) = delete;
+
+    // 0, or why the folder could not be opened or not be read to its end; it then has no names.
+    [[nodiscard]] int error_number() const { return error_number_; }
+    [[nodiscard]] std::size_t size() const { return names_.size(); }
+    // Looks at an entry: one lstat beneath the folder's descriptor, and for a link one stat.
+    [[nodiscard]] FolderEntry entry(std::size_t index) const;
+
+  private:
+    void read_names();
+
+    FolderHandle folder_;
+    std::string text_;  // all names, each ended by a zero byte
+    std::vector<const char*> names_;
+    int error_number_ = 0;
+};
+
+}  // namespace relay_hub
