@@ -1,5 +1,6 @@
 """The catalogues against the ids of the sources and against each other."""
 import gettext
+import glob
 import io
 import os
 import re
@@ -14,10 +15,9 @@ with open(os.path.join(TOP, "po", "LINGUAS")) as names:
 def ids_of_sources():
     found = set()
     for room in ("src", "engine"):
-        for folder, _, files in os.walk(os.path.join(TOP, room)):
-            for name in files:
-                with open(os.path.join(folder, name), encoding="utf-8") as source:
-                    found.update(re.findall(r'"(IDS_[A-Z0-9_]+)"', source.read()))
+        for path in filter(os.path.isfile, glob.glob(os.path.join(TOP, room, "**", "*"), recursive=True)):
+            with open(path, encoding="utf-8") as source:
+                found.update(re.findall(r'"(IDS_[A-Z0-9_]+)"', source.read()))
     return found
 
 

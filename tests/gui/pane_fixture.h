@@ -13,31 +13,6 @@ namespace gui_test {
 
 using test::FakeEngine;
 
-// Gives the name dialog of that title a text and says OK, and closes boxes, while an action waits for them.
-class NameGiven : public When {
-  public:
-    NameGiven(const std::string& title, const std::string& name);
-};
-class BoxClosed : public When {
-  public:
-    explicit BoxClosed(const std::string& text);
-};
-
-// What a drop handler is given.
-class Drop {
-  public:
-    explicit Drop(const std::string& text, GdkDragAction action = GDK_ACTION_COPY);
-    Drop(const Drop&) = delete;
-    Drop& operator=(const Drop&) = delete;
-    ~Drop();
-    [[nodiscard]] GdkDragContext* context() const { return context_; }
-    GtkSelectionData* selection() { return &selection_; }
-
-  private:
-    GdkDragContext* context_;
-    GtkSelectionData selection_{};
-};
-
 std::string message(const std::string& fields);
 extern const std::string kSuccess;
 // A "Line" of a file list; kind "0" is a file.
@@ -50,7 +25,6 @@ class Panes : public testing::Test {
     // The side's list as it stands, names joined by blanks; the selected ones likewise.
     static std::string names(const PaneList& list);
     static std::string selected(const PaneList& list);
-    static Names drives();
 
     PaneList local_;
     PaneList remote_;

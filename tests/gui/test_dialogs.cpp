@@ -1,18 +1,12 @@
 #include <gdk/gdkkeysyms.h>
 #include <gmock/gmock.h>
-#include <poll.h>
-
-#include <cstring>
 
 #include "gui/gui_fixture.h"
-#include "link_engine/answer_slot.h"
-#include "link_engine/command_runner.h"
 #include "link_engine/transfer_state.h"
-#include "name_pipe/abandon.h"
+#include "side_function/right_side.h"
 #include "tree_view_op/file_list_view.h"
 #include "ui/base/dialogs/file_read_write_dialog.h"
 #include "ui/base/dialogs/message_dialog.h"
-#include "ui/base/dialogs/mkdir_dialog.h"
 #include "ui/base/dialogs/override_request_dialog.h"
 #include "ui/base/dialogs/rename_dialog.h"
 #include "ui/base/dialogs/search_dialog.h"
@@ -47,25 +41,6 @@ TEST(MessageDialog, ShowsTextsAsTheyAre) {
         const When answered([] { return a_box_is_over(nullptr); }, [&] { answer_box(&shown); });
         show_message_dialog(nullptr, primary, secondary);
         EXPECT_THAT(shown, testing::StartsWith(expected));
-    }
-}
-
-TEST(MkdirDialog, GivesTheNameOnlyForOk) {
-    const std::pair<void (*)(_mkdir_dialog*), const char*> cases[] = {
-        {[](auto* record) { gui_test::press_key(record->entry, GDK_KEY_Return); }, "new\u00e9"},
-        {[](auto* record) { gtk_button_clicked(GTK_BUTTON(record->cancel_button)); }, ""},
-        {[](auto* record) { close_as_the_window_manager(record->dialog); }, ""}};
-    for (const auto& [end, expected] : cases) {
-        _mkdir_dialog* record = create_mkdir_dialog();
-        init_mkdir_dialog(record);
-        const When answered([&] { return gtk_grab_get_current() == record->dialog; },
-                            [&] {
-                                gtk_entry_set_text(GTK_ENTRY(record->entry), "new\u00e9");
-                                end(record);
-                            });
-        show_mkdir_dialog(record);
-        destroy_mkdir_dialog(record);
-        EXPECT_STREQ(get_folder_name(), expected);
     }
 }
 
@@ -145,23 +120,15 @@ TEST(OverrideRequest, ClosingItIsNoAnswer) {
 
 class ProgressDialog : public testing::Test {
   protected:
-    void show(int kind) {
-        kind_ = kind;
-        show_file_read_write_dialog(nullptr, &dialog_, {&state_, &kind_}, kind);
+    ProgressDialog() {
+        show_file_read_write_dialog(nullptr, &dialog_, {&state_, &kind_}, kind_);
         info_ = get_file_read_write_dialog_info();
     }
     ~ProgressDialog() override {
         close_file_read_write_dialog(dialog_);
-        EXPECT_EQ(get_file_read_write_dialog_info()->dialog, nullptr);
-        relese_update_fun();
+        EXPECT_EQ(info_->dialog, nullptr);
+        CleanUpInformationVar();
     }
-    static gboolean count(gpointer info) {
-        EXPECT_EQ(info, get_file_read_write_dialog_info());
-        ++updates;
-        return G_SOURCE_CONTINUE;
-    }
-    static inline int updates = 0;
-
     int state_ = kStateRunning;
     int kind_ = TASK_COPY;
     GtkWidget* dialog_ = nullptr;
@@ -169,7 +136,6 @@ class ProgressDialog : public testing::Test {
 };
 
 TEST_F(ProgressDialog, CancelsOnceAndStaysWhenClosed) {
-    show(TASK_COPY);
     testing::internal::CaptureStdout();
     close_as_the_window_manager(dialog_);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "on_dialog_destroy\n");
@@ -182,30 +148,47 @@ TEST_F(ProgressDialog, CancelsOnceAndStaysWhenClosed) {
     close_as_the_window_manager(dialog_);
     EXPECT_EQ(get_atomic(&state_), kStateRunning);
     EXPECT_EQ(atomic_flag, 1);
-    CleanUpInformationVar();
 }
 
 TEST_F(ProgressDialog, AFinishedJobIsNotCancelled) {
-    show(TASK_COPY);
     set_atomic(&state_, kStateFinished);
     gtk_button_clicked(GTK_BUTTON(info_->cancel_button));
     EXPECT_EQ(get_atomic(&state_), kStateFinished);
-    CleanUpInformationVar();
 }
 
-TEST_F(ProgressDialog, RunsTheUpdaterOrThePulse) {
-    show(TASK_DEL);
-    EXPECT_FALSE(gtk_widget_get_visible(info_->cancel_button));
-    gtk_label_set_text(GTK_LABEL(info_->message_label), "");
-    EXPECT_TRUE(run_until([this] {
-        return std::string(gtk_label_get_text(GTK_LABEL(info_->message_label))) == "IDS_MSG_PROCESSING";
-    }));
-    close_file_read_write_dialog(dialog_);
-    updates = 0;
-    set_update_fun(count);
-    show(TASK_COPY);
-    EXPECT_TRUE(gtk_widget_get_visible(info_->cancel_button));
-    EXPECT_TRUE(run_until([] { return updates > 1; }));
+TEST_F(ProgressDialog, ShowsItsTextAndNeverGoesBackWithinOneFile) {
+    const auto text = [this] { return std::string(gtk_label_get_text(GTK_LABEL(info_->message_label))); };
+    const std::string sixty(60, 'x');
+    const struct {
+        std::string told;
+        float current, total;
+        std::string shown;
+        double percent;
+    } cases[] = {
+        {"a", 1, 4, "a", 25},
+        {"a", 0, 4, "a", 25},
+        {"b", 1, 4, "b", 25},
+        {"c", 1, 0, "c", 0},
+        {"d", 9, 4, "d", 100},
+        {sixty, 1, 2, sixty.substr(0, 53) + "...", 50},
+        {sixty.substr(0, 55), 1, 2, sixty.substr(0, 55), 50},
+        {"\u00E9" + sixty, 1, 2, "\u00E9" + sixty.substr(0, 52) + "...", 50},
+        {"\xFFz", 1, 2, "\uFFFDz", 50},
+    };
+    for (const auto& c : cases) {
+        SetProgressInfo(c.told.c_str());
+        SetCurrentPercentage(c.current);
+        SetTotalPercent(c.total);
+        EXPECT_TRUE(update_dialog_info(info_));
+        EXPECT_EQ(text(), c.shown);
+        EXPECT_NEAR(gtk_progress_bar_get_fraction(GTK_PROGRESS_BAR(info_->progress_bar)) * 100, c.percent,
+                    0.01)
+            << c.told;
+    }
+    SetEnableInformation(kSwitchOn);
+    SetProgressInfo("half written");
+    EXPECT_TRUE(update_dialog_info(info_));
+    EXPECT_EQ(text(), "\uFFFDz");
 }
 
 TEST(BusyDialog, NestsAndPulsesUntilItGoes) {
@@ -223,29 +206,6 @@ TEST(BusyDialog, NestsAndPulsesUntilItGoes) {
     }
     EXPECT_EQ(find_window("IDS_MSG_PROCESSING"), nullptr);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "on_show_search_dialog_destroy\n");
-}
-
-int wait_until_abandoned(void* args) {
-    pollfd abandoned{relay_hub::current_abandon_token()->descriptor(), POLLIN, 0};
-    const int result = poll(&abandoned, 1, static_cast<int>(gui_test::kLimit.count()));
-    set_atomic(&static_cast<__send_args*>(args)->state, kStateFinished);
-    return result;
-}
-
-int answer_length(__send_args*) {
-    const char* answer = get_xml_string();
-    return answer != nullptr ? static_cast<int>(std::strlen(answer)) : 0;
-}
-
-TEST(BusyDialog, ClosingItAbandonsTheRequest) {
-    const relay_hub::BusyDialog busy;
-    const auto began = std::chrono::steady_clock::now();
-    const When closed([] { return true; },
-                      [] { close_as_the_window_manager(find_window("IDS_MSG_PROCESSING")); });
-    __send_args args;
-    EXPECT_EQ(send_command_t(wait_until_abandoned, answer_length, &args), 0);
-    EXPECT_TRUE(closed.done());
-    EXPECT_LT(std::chrono::steady_clock::now() - began, gui_test::kLimit / 2);
 }
 
 }  // namespace

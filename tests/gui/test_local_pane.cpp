@@ -1,7 +1,7 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <filesystem>
+#include <cstring>
 
 #include "gui/pane_fixture.h"
 #include "side_function/copy_source.h"
@@ -11,30 +11,37 @@
 
 namespace {
 
-using gui_test::NameGiven;
+using LocalPane = gui_test::Panes;
 
-class LocalPane : public gui_test::Panes {
-  protected:
-    LocalPane() { relay_hub::set_current_folder(get_UI_sets()->left_side, folder_.at().c_str()); }
+void give_text(GtkClipboard*, GtkSelectionData* selection, guint, gpointer text) {
+    gtk_selection_data_set(selection, gtk_selection_data_get_target(selection), 8,
+                           static_cast<const guchar*>(text),
+                           static_cast<int>(strlen(static_cast<char*>(text))));
+}
 
-    void show() { ASSERT_EQ(left_treeview_load_file(nullptr, folder_.at()), 0); }
-    void select(const std::string& name) { ASSERT_TRUE(relay_hub::select_row_by_name(local_.view(), name)); }
-
-    test::Sandbox folder_;
-};
-
-TEST_F(LocalPane, ARenamedEntryStaysSelected) {
-    folder_.make_file("a", "content");
-    folder_.make_file("b\xFF", "bytes");
-    show();
-    for (const auto& [old_name, new_name] : {std::pair("a", "c"), std::pair("b\xFF", "d")}) {
-        select(old_name);
-        const NameGiven dialog("IDS_MN_RENAME", new_name);
-        left_popup_menu_rename(nullptr, nullptr);
-        EXPECT_EQ(selected(local_), new_name);
-    }
-    EXPECT_EQ(test::content(folder_.at("c")), "content");
-    EXPECT_EQ(test::content(folder_.at("d")), "bytes");
+TEST_F(LocalPane, FilesThatAnotherProgramCopiesLaterReplaceOurCopy) {
+    const test::Sandbox folder;
+    relay_hub::set_current_folder(get_UI_sets()->left_side, folder.at().c_str());
+    folder.make_file("ours");
+    ASSERT_EQ(left_treeview_load_file(nullptr, folder.at()), 0);
+    local_.select({1});
+    ASSERT_EQ(left_popup_menu_copy(nullptr, local_.view()), 0);
+    EXPECT_EQ(g_copy_source, kCopiedLocally);
+    const test::Sandbox source;
+    std::string uris = "file://" + source.make_file("theirs", "content") + "\r\n";
+    // Another program: a second connection to the X server.
+    GdkDisplay* display = gdk_display_open(nullptr);
+    char target[] = "text/uri-list";
+    const GtkTargetEntry entry{target, 0, 0};
+    GtkClipboard* clipboard = gtk_clipboard_get_for_display(display, GDK_SELECTION_CLIPBOARD);
+    gtk_clipboard_set_with_data(clipboard, &entry, 1, give_text, nullptr, uris.data());
+    gdk_display_sync(display);
+    EXPECT_TRUE(gui_test::run_until([] { return g_copy_source == kNothingCopied; }));
+    EXPECT_EQ(left_popup_menu_paste(nullptr, nullptr), 0);
+    EXPECT_EQ(test::content(folder.at("theirs")), "content");
+    EXPECT_EQ(names(local_), ".. ours theirs");
+    EXPECT_TRUE(relay_hub::clipboard_offers_files()) << "the other program's offer is not ours to end";
+    gtk_clipboard_clear(clipboard);
 }
 
 TEST(RenameEntry, NeverReplacesAnotherEntry) {
@@ -51,43 +58,6 @@ TEST(RenameEntry, NeverReplacesAnotherEntry) {
     EXPECT_EQ(relay_hub::rename_without_replacing(a, folder.at("c")), 0);
     EXPECT_EQ(relay_hub::rename_without_replacing(a, folder.at("d")), -1);
     EXPECT_EQ(errno, ENOENT);
-}
-
-TEST_F(LocalPane, DeletedEntriesGoAndTheNextRowIsSelected) {
-    for (const char* name : {"a", "b", "c"})
-        folder_.make_file(name);
-    show();
-    select("b");
-    EXPECT_EQ(left_popup_menu_delete(nullptr, nullptr), 0);
-    EXPECT_EQ(names(local_), ".. a c");
-    EXPECT_EQ(selected(local_), "c");
-    local_.select({0});
-    EXPECT_EQ(left_popup_menu_delete(nullptr, nullptr), -1) << "the parent row alone is nothing to delete";
-    EXPECT_EQ(names(local_), ".. a c");
-}
-
-TEST_F(LocalPane, DropsThatCannotBeTakenDoNothing) {
-    const test::Sandbox source;
-    const std::string uri = "file://" + source.make_file("x") + "\r\n";
-    gui_test::Drop move(uri, GDK_ACTION_MOVE);
-    EXPECT_EQ(left_drag_data_received(local_.view(), move.context(), 0, 0, move.selection(), 1, 0, nullptr),
-              -1);
-    relay_hub::set_current_folder(get_UI_sets()->left_side, folder_.at("gone").c_str());
-    gui_test::Drop nowhere(uri);
-    EXPECT_EQ(
-        left_drag_data_received(local_.view(), nowhere.context(), 0, 0, nowhere.selection(), 1, 0, nullptr),
-        -1);
-    EXPECT_TRUE(std::filesystem::is_empty(folder_.at()));
-}
-
-TEST_F(LocalPane, RefreshingKeepsTheSelectedRow) {
-    folder_.make_file("b");
-    show();
-    select("b");
-    folder_.make_file("a");
-    left_popup_menu_refresh(nullptr, nullptr);
-    EXPECT_EQ(names(local_), ".. a b");
-    EXPECT_EQ(selected(local_), "b");
 }
 
 }  // namespace

@@ -9,7 +9,6 @@
 #include "ui/base/closing.h"
 #include "ui/base/closing_watchdog.h"
 #include "ui/base/dialogs/file_read_write_dialog.h"
-#include "ui/base/dialogs/message_dialog.h"
 #include "ui/base/dialogs/mkdir_dialog.h"
 #include "ui/base/dialogs/override_request_dialog.h"
 #include "ui/base/jobs.h"
@@ -22,7 +21,6 @@ namespace {
 using gui_test::find_window;
 using gui_test::run_until;
 using gui_test::When;
-using test::Sandbox;
 
 // A bare main window under the records, and everything about closing back at its start.
 class WindowBase : public testing::Test {
@@ -125,27 +123,16 @@ TEST(ClosingDeathTest, AStuckMainLoopStillEndsWithStatusZero) {
         testing::ExitedWithCode(0), "");
 }
 
-class LocalJob : public WindowBase {
-  protected:
-    LocalJob() {
-        source_ = sandbox_.make_file("a", "new");
-        const std::string folder = sandbox_.make_folder("dest");
-        sandbox_.make_file("dest/a", "old");
-        job_->task_kind = TASK_COPY;
-        job_->items = {source_};
-        job_->folder = folder;
-    }
-    ~LocalJob() override { relay_hub::set_user_questions(nullptr); }
-
-    Sandbox sandbox_;
-    std::string source_;
-    relay_hub::TaskListPtr job_{new_task_list()};
-};
-
-TEST_F(LocalJob, AsksOverTheProgressDialogAndClosingWaitsForIt) {
+TEST_F(WindowBase, ALocalJobAsksOverTheProgressDialogAndClosingWaitsForIt) {
     relay_hub::set_user_questions(relay_hub::window_questions());
+    const test::Sandbox sandbox;
+    const relay_hub::TaskListPtr job(new_task_list());
+    job->task_kind = TASK_COPY;
+    job->items = {sandbox.make_file("a", "new")};
+    job->folder = sandbox.make_folder("dest");
+    sandbox.make_file("dest/a", "old");
     GtkWidget* progress = nullptr;
-    show_file_read_write_dialog(get_UI_sets()->main_window, &progress, {&job_->state, &job_->task_kind},
+    show_file_read_write_dialog(get_UI_sets()->main_window, &progress, {&job->state, &job->task_kind},
                                 TASK_COPY);
     GtkWindow* parent = nullptr;
     const When asked([] { return find_window("IDS_CONFIRMATION") != nullptr; },
@@ -154,28 +141,14 @@ TEST_F(LocalJob, AsksOverTheProgressDialogAndClosingWaitsForIt) {
                          parent = gtk_window_get_transient_for(GTK_WINDOW(question));
                          relay_hub::close_window();
                      });
-    EXPECT_EQ(relay_hub::run_local_job(job_.get()), 0);
+    EXPECT_EQ(relay_hub::run_local_job(job.get()), 0);
     EXPECT_TRUE(asked.done());
     EXPECT_EQ(GTK_WIDGET(parent), progress);
-    EXPECT_EQ(get_atomic(&job_->state), TASK_CANCEL);
+    EXPECT_EQ(get_atomic(&job->state), TASK_CANCEL);
     EXPECT_FALSE(destroyed_);
     close_file_read_write_dialog(progress);
+    relay_hub::set_user_questions(nullptr);
     EXPECT_TRUE(run_until([&] { return destroyed_; }));
-}
-
-TEST_F(LocalJob, FailuresEndInOneBox) {
-    job_->items = {sandbox_.at("missing\xff")};
-    std::string told;
-    const When shown([] { return gtk_grab_get_current() != nullptr; },
-                     [&] {
-                         GtkWidget* box = gtk_grab_get_current();
-                         told = gui_test::label_texts(box);
-                         gtk_dialog_response(GTK_DIALOG(box), GTK_RESPONSE_OK);
-                     });
-    EXPECT_EQ(relay_hub::run_local_job(job_.get()), 0);
-    ASSERT_EQ(job_->failures.size(), 1U);
-    EXPECT_TRUE(shown.done());
-    EXPECT_THAT(told, testing::HasSubstr("IDS_MSG_ITEMS_FAILED"));
 }
 
 }  // namespace

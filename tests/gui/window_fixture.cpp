@@ -45,24 +45,6 @@ void MainWindowTest::open_local(const std::string& folder) {
     run_pending();
 }
 
-void MainWindowTest::fill_remote(const std::string& folder,
-                                 const std::vector<std::vector<const char*>>& rows) {
-    relay_hub::show_online_view();
-    relay_hub::set_current_folder(&remote(), folder.c_str());
-    clean_tree_view(remote().tree_view);
-    for (const auto& row : rows) {
-        const bool is_folder = std::string(row.at(1)) == "1";
-        const std::string type = std::string(row.at(0)) == ".." ? ""
-                                 : is_folder                    ? "IDS_FH_FOLDER"
-                                                                : "IDS_FH_FILE";
-        const int columns[] = {kColumnIcon, kColumnName, kColumnType, kColumnKind, -1};
-        const char* texts[] = {is_folder ? "gtk-directory" : "gtk-file", row.at(0), type.c_str(), row.at(1)};
-        append_data(remote().tree_view, columns, texts);
-    }
-    run_until([] { return gtk_widget_get_mapped(remote().tree_view) != FALSE; });
-    run_pending();
-}
-
 Names row_names(const __single& side) {
     return column_texts(gtk_tree_view_get_model(GTK_TREE_VIEW(side.tree_view)), kColumnName);
 }
@@ -70,12 +52,6 @@ Names row_names(const __single& side) {
 std::vector<std::string> selected_names(const __single& side) {
     const std::vector<std::string> names = get_selected_to_glist(side.tree_view);
     return {names.rbegin(), names.rend()};
-}
-
-std::string printed(const std::function<void()>& action) {
-    testing::internal::CaptureStdout();
-    action();
-    return testing::internal::GetCapturedStdout();
 }
 
 void mouse(const __single& side, GdkEventType type, guint button, int row, guint state) {

@@ -16,8 +16,6 @@ class MainWindowTest : public testing::Test {
     MainWindowTest();
     ~MainWindowTest() override;
 
-    // Fills the remote list as if the engine had answered, and shows it.
-    void fill_remote(const std::string& folder, const std::vector<std::vector<const char*>>& rows);
     void open_local(const std::string& folder);
 
     [[nodiscard]] static __single& local() { return *get_UI_sets()->left_side; }
@@ -29,9 +27,6 @@ class MainWindowTest : public testing::Test {
 Names row_names(const __single& side);
 // Without "..".
 std::vector<std::string> selected_names(const __single& side);
-// What the program printed on standard output while action ran.
-std::string printed(const std::function<void()>& action);
-
 // A mouse button event of the list, in the middle of a row; row -1 is the empty space below the rows.
 void mouse(const __single& side, GdkEventType type, guint button, int row, guint state = 0);
 

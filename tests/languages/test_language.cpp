@@ -6,23 +6,16 @@
 #include <set>
 
 #include "gui/window_fixture.h"
-#include "tree_view_op/file_list_view.h"
-#include "ui/base/closing.h"
 #include "ui/base/dialogs/file_read_write_dialog.h"
-#include "ui/base/dialogs/message_dialog.h"
-#include "ui/base/dialogs/mkdir_dialog.h"
 #include "ui/base/dialogs/override_request_dialog.h"
-#include "ui/base/dialogs/rename_dialog.h"
 #include "ui/base/dialogs/search_dialog.h"
 #include "ui/base/jobs.h"
 #include "ui/base/window_thread.h"
 #include "ui/desktop_locale.h"
-#include "ui/event_handlers.h"
 #include "ui/link_status_monitor.h"
 #include "ui/menus.h"
 #include "util/file_op.h"
 #include "util/translated_text.h"
-#include "util/user_questions.h"
 
 namespace {
 
@@ -30,21 +23,10 @@ using relay_hub::fill_translated;
 using relay_hub::translated;
 
 std::string text_of(GtkWidget* widget) {
-    const char* text = nullptr;
-    if (GTK_IS_LABEL(widget))
-        text = gtk_label_get_text(GTK_LABEL(widget));
-    else if (GTK_IS_WINDOW(widget))
-        text = gtk_window_get_title(GTK_WINDOW(widget));
-    else if (GTK_IS_ENTRY(widget))
-        text = gtk_entry_get_text(GTK_ENTRY(widget));
+    const char* text = GTK_IS_LABEL(widget)    ? gtk_label_get_text(GTK_LABEL(widget))
+                       : GTK_IS_WINDOW(widget) ? gtk_window_get_title(GTK_WINDOW(widget))
+                                               : nullptr;
     return text != nullptr ? text : "";
-}
-
-// What the widget's content needs, whatever size was asked for it.
-GtkRequisition natural_size(GtkWidget* widget) {
-    GtkRequisition natural{};
-    g_signal_emit_by_name(widget, "size-request", &natural);
-    return natural;
 }
 
 void inspect(GtkWidget* widget, gpointer where) {
@@ -54,7 +36,8 @@ void inspect(GtkWidget* widget, gpointer where) {
     EXPECT_THAT(text_of(widget), testing::Not(testing::HasSubstr("IDS_"))) << place;
     // What scrolls may be smaller than its content; a window wants no more than its child.
     if (!GTK_IS_WINDOW(widget) && !GTK_IS_TREE_VIEW(widget)) {
-        const GtkRequisition natural = natural_size(widget);
+        GtkRequisition natural{};  // whatever size was asked for it
+        g_signal_emit_by_name(widget, "size-request", &natural);
         EXPECT_LE(natural.width, widget->allocation.width) << place << " " << text_of(widget);
         EXPECT_LE(natural.height, widget->allocation.height) << place << " " << text_of(widget);
     }
@@ -72,7 +55,7 @@ void inspect_window(GtkWidget* window) {
 // name is first answered with an unusable one, for the refusal's sake.
 class Inspector {
   public:
-    explicit Inspector(const char* unusable_name = nullptr) : unusable_name_(unusable_name) {
+    explicit Inspector(const char* unusable_name) : unusable_name_(unusable_name) {
         GSource* source = g_timeout_source_new(5);
         g_source_set_callback(source, look, this, nullptr);
         g_source_set_can_recurse(source, TRUE);
@@ -118,42 +101,23 @@ class Language : public gui_test::MainWindowTest {
         open_local(sandbox_.at());
         relay_hub::set_user_questions(relay_hub::window_questions());
     }
-    ~Language() override { relay_hub::set_user_questions(nullptr); }
-    static void rename_to(const char* name) {
-        _rename_dialog* record = create_rename_dialog();
-        set_rename_dialog_oldname("note.txt", "", "/nonexistent", 0, local().tree_view);
-        init_rename_dialog(record);
-        const Inspector inspector(name);
-        show_rename_dialog(record);
-        destroy_rename_dialog(record);
-        EXPECT_EQ(inspector.inspected(), 2U);
-    }
 };
 
-TEST_F(Language, MainWindow) {
-    inspect_window(get_UI_sets()->main_window);
-    relay_hub::show_online_view();
-    inspect_window(get_UI_sets()->main_window);
-    relay_hub::show_offline_view();
-}
-
-TEST_F(Language, ColumnsHoldTheirUsualTexts) {
+TEST_F(Language, MainWindowWithUsualTextsInItsColumns) {
+    for (const auto show : {relay_hub::show_online_view, relay_hub::show_offline_view}) {
+        show();
+        inspect_window(get_UI_sets()->main_window);
+    }
     GtkTreeView* view = GTK_TREE_VIEW(local().tree_view);
-    struct Case {
-        int column;
-        const char* text;
-    };
-    const Case cases[] = {{1, "1023.9 KB"},
-                          {2, translated("IDS_FH_FOLDER")},
-                          {2, translated("IDS_FH_FILE")},
-                          {3, "2028-10-28 20:58:58"}};
-    for (const Case& each : cases) {
-        PangoLayout* layout = gtk_widget_create_pango_layout(GTK_WIDGET(view), each.text);
+    for (const auto& [column, text] : {std::pair(1, "1023.9 KB"),
+                                       {2, translated("IDS_FH_FOLDER")},
+                                       {2, translated("IDS_FH_FILE")},
+                                       {3, "2028-10-28 20:58:58"}}) {
+        PangoLayout* layout = gtk_widget_create_pango_layout(GTK_WIDGET(view), text);
         int width = 0;
         pango_layout_get_pixel_size(layout, &width, nullptr);
         g_object_unref(layout);
-        EXPECT_LE(width + 4, gtk_tree_view_column_get_width(gtk_tree_view_get_column(view, each.column)))
-            << each.text;
+        EXPECT_LE(width + 4, gtk_tree_view_column_get_width(gtk_tree_view_get_column(view, column))) << text;
     }
 }
 
@@ -164,56 +128,40 @@ TEST_F(Language, Menu) {
     inspect_window(gtk_widget_get_toplevel(menu));
 }
 
-TEST_F(Language, NamePromptsAndTheirRefusals) {
-    _mkdir_dialog* record = create_mkdir_dialog();
-    init_mkdir_dialog(record);
-    {
-        const Inspector inspector("");
-        show_mkdir_dialog(record);
-        EXPECT_EQ(inspector.inspected(), 2U);
-    }
-    destroy_mkdir_dialog(record);
-    rename_to("a/b");
-}
-
-TEST_F(Language, QuestionsAndMessages) {
-    const std::string path =
-        "/home/somebody/Documents/Letters/The letter with a name that is rather long.txt";
-    const std::function<void()> actions[] = {
-        [] {
-            gui_test::select_rows(local().tree_view, {1, 2});
-            on_popup_menu_delete(nullptr, local().tree_view);
-        },
-        [] { on_popup_menu_about(nullptr, local().tree_view); },
-        [&] {
-            relay_hub::run_override_request(nullptr,
-                                            (fill_translated("IDS_EXIST_FILE_NAME", {path}) + " ?").c_str());
-        },
-        [&] { open_local(path); },
-        [] {
-            show_message_dialog(nullptr, translated("IDS_ERROR_DISPLAY"),
-                                translated("IDS_ERROR_NO_PERMISSION"));
-        },
-        [] {
-            relay_hub::window_questions()->show_error(translated("IDS_MSG_TITLE_ERROR"),
-                                                      translated("IDS_ERROR_DISPLAY"));
-        },
-        [&] {
-            const std::string id_texts[] = {fill_translated("IDS_MSG_ERR_FAIL_TO_CREATE_FOLDER", {path, "?"}),
-                                            fill_translated("IDS_MSG_ERR_FAIL_ADD_SAME_FILE", {path}),
-                                            relay_hub::failure_summary({{path, "?"}, {path, "?"}})};
-            relay_hub::window_questions()->show_job_error(id_texts[0] + "\n" + id_texts[1] + "\n" +
-                                                          id_texts[2]);
-        },
-        [] {
-            show_message_dialog(nullptr, fill_translated("IDS_MSG_ALREADY_RUNNING", {"Relay Hub"}).c_str(),
-                                nullptr);
-        },
+TEST_F(Language, PromptsQuestionsAndMessages) {
+    const std::string path = "/home/somebody/Documents/The letter with a name that is rather long.txt";
+    const struct {
+        std::function<void()> act;
+        const char* unusable_name = nullptr;
+    } cases[] = {
+        {[] { on_popup_menu_mkdir(nullptr, local().tree_view); }, ""},
+        {[] {
+             gui_test::select_rows(local().tree_view, {1});
+             on_popup_menu_rename(nullptr, local().tree_view);
+         },
+         "a/b"},
+        {[] { on_popup_menu_delete(nullptr, local().tree_view); }},
+        {[] { on_popup_menu_about(nullptr, local().tree_view); }},
+        {[&] {
+            const std::string question = fill_translated("IDS_EXIST_FILE_NAME", {path}) + " ?";
+            relay_hub::run_override_request(nullptr, question.c_str());
+        }},
+        {[&] { open_local(path); }},
+        {[] {
+            relay_hub::window_questions()->show_error(translated("IDS_ERROR_DISPLAY"),
+                                                      translated("IDS_ERROR_NO_PERMISSION"));
+        }},
+        {[&] {
+            relay_hub::window_questions()->show_job_error(
+                fill_translated("IDS_MSG_ERR_FAIL_TO_CREATE_FOLDER", {path, "?"}) + "\n" +
+                fill_translated("IDS_MSG_ALREADY_RUNNING", {"Relay Hub"}) + "\n" +
+                relay_hub::failure_summary({{path, "?"}, {path, "?"}}));
+        }},
     };
-    for (const auto& action : actions) {
-        const Inspector inspector;
-        action();
-        EXPECT_EQ(inspector.inspected(), 1U);
+    for (const auto& each : cases) {
+        const Inspector inspector(each.unusable_name);
+        each.act();
+        EXPECT_EQ(inspector.inspected(), each.unusable_name != nullptr ? 2U : 1U);
     }
 }
 
@@ -234,21 +182,13 @@ TEST_F(Language, ProgressAndBusyDialogs) {
 
 int main(int argc, char** argv) {
     testing::InitGoogleMock(&argc, argv);
-    if (argc != 2 || g_setenv("LANG", argv[1], TRUE) == FALSE) {
-        (void)std::fputs("usage: test_language LOCALE\n", stderr);
-        return 2;
-    }
+    g_setenv("LANG", argv[argc - 1], TRUE);
     gdk_threads_init();
     gtk_disable_setlocale();
-    if (gtk_init_check(&argc, &argv) == FALSE) {
-        (void)std::fputs("these tests need a display: run them under xvfb-run\n", stderr);
-        return 1;
-    }
+    gtk_init(&argc, &argv);  // without a display it says so and ends
     relay_hub::enter_chosen_locale();
     relay_hub::bind_catalogue();
     relay_hub::remember_window_thread();
     gdk_threads_enter();
-    const int result = RUN_ALL_TESTS();
-    gdk_threads_leave();
-    return result;
+    return RUN_ALL_TESTS();
 }
