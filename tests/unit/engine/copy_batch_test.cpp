@@ -19,7 +19,7 @@ class Copying : public EngineSandbox {
         std::vector<CopyItem> items;
         items.reserve(sources.size());
         for (const std::string& source : sources)
-            items.push_back({source, mine()});
+            items.push_back({source, mine_.substr(1)});
         batch_->run(items);
         return *batch_;
     }

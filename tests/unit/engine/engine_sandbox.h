@@ -20,10 +20,6 @@ class EngineSandbox : public testing::Test, protected test::Sandbox {
         remote_ = FolderFileSystem::open(served_, Reach::kBeneath);
         local_ = FolderFileSystem::open("/", Reach::kWholeMachine);
     }
-    // The path inside the local tree.
-    [[nodiscard]] std::string mine(const std::string& name = "") const {
-        return (mine_ + (name.empty() ? "" : "/" + name)).substr(1);
-    }
 
     std::string served_ = make_folder("served");
     std::string mine_ = make_folder("mine");

@@ -24,7 +24,12 @@ std::string command(const std::string& text) {
 class Serving : public EngineSandbox {
   protected:
     Serving() { (void)std::signal(SIGPIPE, SIG_IGN); }
-    ~Serving() override { stop(); }
+    ~Serving() override {
+        if (server_)
+            server_->stop();
+        if (thread_.joinable())
+            thread_.join();
+    }
 
     void start(Milliseconds delay = Milliseconds(0)) {
         handlers_ = std::make_unique<RequestHandlers>(*remote_, *local_, Style::kWindows, front_end_, state_);
@@ -33,13 +38,6 @@ class Serving : public EngineSandbox {
         std::string why;
         ASSERT_TRUE(server_->create_pipes(why)) << why;
         thread_ = std::thread([this] { server_->run(); });
-    }
-    void stop() {
-        if (server_)
-            server_->stop();
-        if (thread_.joinable())
-            thread_.join();
-        server_.reset();
     }
 
     std::string ask(const std::string& bytes) {
@@ -119,9 +117,8 @@ class CallingBack : public Serving {
         next_answer.copy(answer, next_answer.size());
         return 1;
     }
-    void listen(const std::string& answer) {
+    void listen() {
         calls = 0;
-        next_answer = answer;
         CNamePipeBase::SetupParam(notify_.c_str(), kPipeBufferSize, kPipeBufferSize);
         CNamePipeBase::SetServiceProvider(provide);
         ASSERT_TRUE(listener_.ListenForService());
@@ -144,7 +141,7 @@ TEST_F(CallingBack, AnswersOfAPaddedFrame) {
                  {"NP_Copy_Confirmation_Replace_All", Answer::kReplaceAll},
                  {"NP_Copy_Confirmation_Cancel", Answer::kCancel},
                  {"Other", Answer::kCancel}};
-    listen("");
+    listen();
     for (const auto& item : cases) {
         next_answer = std::string("<ZEVMSG><") + item.field + ">Y</" + item.field + "></ZEVMSG>";
         EXPECT_EQ(front_end_.confirm("<a>"), item.answer) << item.field;

@@ -158,15 +158,13 @@ constexpr char kQuestion[] =
     "<ZEVMSG><NP_Cmd>NP_Cmd_Get_Confirmation_For_Copy</NP_Cmd>"
     "<NP_Copy_Confirmation_Message>a &dq;b&dq; %s?</NP_Copy_Confirmation_Message></ZEVMSG>";
 
-struct ConfirmationRow {
-    int response;
-    std::string answer;
-    int questions;  // out of two
-    int state;
-};
-
 TEST_F(CommandRunner, QuestionsAreServedForTheCopyWhicheverRunTurnsTheLoop) {
-    const ConfirmationRow rows[] = {
+    const struct {
+        int response;
+        std::string answer;
+        int questions;  // out of two
+        int state;
+    } rows[] = {
         {REQUEST_YES, "<NP_Copy_Confirmation_Yes>Y</NP_Copy_Confirmation_Yes>", 2, kStateFinished},
         {REQUEST_NO, "<NP_Copy_Confirmation_No>Y</NP_Copy_Confirmation_No>", 2, kStateFinished},
         {REQUEST_ALL, "<NP_Copy_Confirmation_Replace_All>Y</NP_Copy_Confirmation_Replace_All>", 1,
@@ -175,7 +173,7 @@ TEST_F(CommandRunner, QuestionsAreServedForTheCopyWhicheverRunTurnsTheLoop) {
         {-4, "", 2, kStateFinished}};
     const Listener listener;
     set_callback_handlers({.ask_overwrite = answer_question});
-    for (const ConfirmationRow& row : rows) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.response);
         CleanUpInformationVar();
         asked = 0;

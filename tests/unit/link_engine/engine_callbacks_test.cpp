@@ -10,14 +10,6 @@ namespace {
 
 using namespace relay_hub;
 
-struct CallbackRow {
-    const char* name;
-    std::string body;
-    std::string answer;
-    void (*prepare)();
-    void (*check)();
-};
-
 int offline_calls = 0;
 
 std::string message(const std::string& command, const std::string& fields = "") {
@@ -27,7 +19,12 @@ std::string message(const std::string& command, const std::string& fields = "") 
 void nothing() {}
 
 TEST(EngineCallbacks, EveryAnswerHasItsExactBytes) {
-    const CallbackRow rows[] = {
+    const struct {
+        const char* name;
+        std::string body, answer;
+        void (*prepare)();
+        void (*check)();
+    } rows[] = {
         {"no cancel", message("Check_For_User_Click_Cancel"),
          "<ZEVMSG><NP_User_Click_Cancel>N</NP_User_Click_Cancel></ZEVMSG>", nothing,
          [] { EXPECT_EQ(get_change_flag(), 4); }},
@@ -67,7 +64,7 @@ TEST(EngineCallbacks, EveryAnswerHasItsExactBytes) {
          nothing}};
     const Listener listener;
     set_callback_handlers({.remote_offline = [] { ++offline_calls; }});
-    for (const CallbackRow& row : rows) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         CleanUpInformationVar();
         row.prepare();

@@ -3,7 +3,6 @@
 #include <atomic>
 #include <csignal>
 #include <functional>
-#include <vector>
 
 #include "name_pipe/abandon.h"
 #include "name_pipe/name_pipe_base.h"
@@ -34,27 +33,24 @@ class Client : public testing::Test {
     CNamePipeBase channel_{base_, kPipeBufferSize, kPipeBufferSize};
 };
 
-struct AnswerCase {
-    const char* name;
-    std::string expected;
-    std::chrono::milliseconds limit;
-    std::function<void(Peer&)> serve;
-};
-
 std::string padded(std::string text) {
     text.resize(kPipeBufferSize);
     return test::frame(text);
 }
 
-// What a peer may do once its client has connected, and the answer that its client ends up with.
-const std::vector<AnswerCase>& answer_cases() {
-    static const std::string large(5 << 20, 'l');
-    static const std::vector<AnswerCase> cases = {
+TEST_F(Client, EndsUpWithWhatThePeerGave) {
+    const std::string large(5 << 20, 'l');
+    const struct {
+        const char* name;
+        std::string expected;
+        std::chrono::milliseconds limit;
+        std::function<void(Peer&)> serve;  // once the peer has taken the request
+    } cases[] = {
         {"short", "hello", 1s, [](Peer& p) { p.answer(test::frame("hello")), p.await_reader_gone(); }},
         {"stops reading first", "late", 1s,
          [](Peer& p) { p.close_in(), p.answer(test::frame("late")), p.await_reader_gone(); }},
         {"empty", "", 1s, [](Peer& p) { p.answer(test::frame("")), p.await_reader_gone(); }},
-        {"large", large, 4s, [](Peer& p) { p.answer(test::frame(large)); }},
+        {"large", large, 4s, [&large](Peer& p) { p.answer(test::frame(large)); }},
         {"byte by byte", "slowly", 1s,
          [](Peer& p) {
              for (const char byte : test::frame("slowly"))
@@ -70,11 +66,7 @@ const std::vector<AnswerCase>& answer_cases() {
         {"pauses within the body", "hal", 3s,
          [](Peer& p) { p.answer(test::frame("half").substr(0, 7)), p.await_reader_gone(); }},
     };
-    return cases;
-}
-
-TEST_F(Client, EndsUpWithWhatThePeerGave) {
-    for (const AnswerCase& one : answer_cases()) {
+    for (const auto& one : cases) {
         std::string request;
         test::Background server([&] {
             Peer peer(base_);
@@ -91,31 +83,8 @@ TEST_F(Client, EndsUpWithWhatThePeerGave) {
     }
 }
 
-TEST_F(Client, StaysForThePeersNextRound) {
-    Peer peer(base_);
-    peer.open_in(O_RDWR);
-    std::string answer;
-    std::atomic<bool> ended = false;
-    test::Background sender([&] {
-        EXPECT_TRUE(send("x", answer));
-        ended = true;
-    });
-    peer.open_out(O_WRONLY);
-    peer.await_request();
-    peer.close_out();
-    ASSERT_FALSE(test::wait_until([&] { return ended.load(); }, 100ms));
-    (void)peer.open_out(O_WRONLY).take_request();
-    peer.answer(test::frame("second round"));
-    sender.join();
-    EXPECT_EQ(answer, "second round");
-}
-
 TEST_F(Client, FillsTheCallersBufferAndNoMore) {
-    struct {
-        unsigned int room;
-        std::string expected;
-    } const cases[] = {{4, "abcd####"}, {7, std::string("abcd\0fg#", 8)}, {8, std::string("abcd\0fg\0", 8)}};
-    for (const auto& one : cases) {
+    for (const unsigned int room : {4U, 7U, 8U}) {
         test::Background server([&] {
             Peer peer(base_);
             (void)peer.as_server().take_request();
@@ -123,8 +92,8 @@ TEST_F(Client, FillsTheCallersBufferAndNoMore) {
         });
         std::string buffer = "########";
         std::string body = kMarker;
-        EXPECT_TRUE(SendPipeData(base_.c_str(), body.data(), 6, buffer.data(), one.room));
-        EXPECT_EQ(buffer, one.expected);
+        EXPECT_TRUE(SendPipeData(base_.c_str(), body.data(), 6, buffer.data(), room));
+        EXPECT_EQ(buffer, std::string("abcd\0fg\0", 8).substr(0, room) + std::string(8 - room, '#'));
     }
 }
 

@@ -11,24 +11,6 @@ namespace {
 
 using testing::MatchesRegex;
 
-TEST(LogFile, StartsEmptyAndClosesOnce) {
-    for (const bool append : {false, true}) {
-        const test::Sandbox folder;
-        const std::string path = folder.at("log");
-        test::put(path, "an earlier run\n");
-        {
-            Log log(path.c_str(), append);
-            log.Write1("a\0b", 3);
-            log.Print("%s=%d\n", std::string(100000, 'x').c_str(), 5);
-            log.CloseFile();
-            log.CloseFile();
-            log.Print("nowhere");
-        }
-        EXPECT_EQ(test::content(path),
-                  std::string("a\0b", 3) + std::string(100000, 'x') + "=5\n^^^^ Close Handle\n");
-    }
-}
-
 TEST(EventLog, AppendsWholeStampedLinesFromAllThreads) {
     const test::Sandbox folder;
     const std::string path = folder.at("log");

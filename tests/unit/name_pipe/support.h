@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <functional>
 #include <string>
 #include <thread>
 #include <utility>
@@ -17,21 +16,7 @@
 
 namespace test {
 
-// A thread that is waited for.
-class Background {
-  public:
-    explicit Background(std::function<void()> work) : thread_(std::move(work)) {}
-    Background(const Background&) = delete;
-    Background& operator=(const Background&) = delete;
-    ~Background() { join(); }
-    void join() {
-        if (thread_.joinable())
-            thread_.join();
-    }
-
-  private:
-    std::thread thread_;
-};
+using Background = std::jthread;  // a thread that is waited for
 
 inline const std::string kMarker("\xC9\xBB\x29\xF9\x00\x01", 6);
 inline const std::string kUserMarker("\xBA\x33\x78\xA9\x00\x01", 6);

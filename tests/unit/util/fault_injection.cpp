@@ -14,12 +14,10 @@ namespace {
 const char* failing_function = nullptr;
 int failing_error = 0;
 std::atomic<int> calls_to_skip{0};
-std::atomic<int> failures_made{0};
 
 bool fails(const char* function) {
     if (failing_function == nullptr || std::strcmp(failing_function, function) != 0 || calls_to_skip-- > 0)
         return false;
-    ++failures_made;
     errno = failing_error;
     return true;
 }
@@ -76,16 +74,11 @@ namespace util_test {
 Fault::Fault(const char* function, int error_number, int skip) {
     failing_error = error_number;
     calls_to_skip = skip;
-    failures_made = 0;
     failing_function = function;
 }
 
 Fault::~Fault() {
     failing_function = nullptr;
-}
-
-int Fault::hits() const {
-    return failures_made;
 }
 
 }  // namespace util_test

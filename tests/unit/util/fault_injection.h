@@ -12,8 +12,6 @@ class Fault {
     ~Fault();
     Fault(const Fault&) = delete;
     Fault& operator=(const Fault&) = delete;
-
-    [[nodiscard]] int hits() const;
 };
 
 }  // namespace util_test

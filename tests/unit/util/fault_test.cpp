@@ -9,7 +9,6 @@
 namespace {
 
 using namespace test;
-using Failures = std::vector<__task_failure>;
 
 using util_test::Fault;
 
@@ -49,8 +48,7 @@ TEST_F(Faults, each_failing_call_leaves_the_old_state_and_is_told) {
         {
             const Fault fault(each.function, EIO, each.skip);
             const std::string source = *each.source == '\0' ? at("src") : at("src/") + each.source;
-            const Failures failures = copy({source}, dst);
-            EXPECT_GE(fault.hits(), 1);
+            const auto failures = copy({source}, dst);
             ASSERT_EQ(failures.size(), 1U);
             EXPECT_EQ(failures.front().reason, "Input/output error");
         }

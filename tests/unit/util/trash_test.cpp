@@ -12,7 +12,6 @@
 namespace {
 
 using namespace test;
-using Failures = std::vector<__task_failure>;
 
 class Trash : public util_test::Sandbox {
   protected:
@@ -25,7 +24,7 @@ TEST_F(Trash, an_entry_that_does_not_move_stays_and_the_rest_goes) {
     const std::string folder = make_folder("f");
     put(folder + "/x", "x");
     // A folder that holds the trash cannot be moved into it.
-    const Failures failures =
+    const auto failures =
         remove("/", {util_test::home().substr(1), at("f").substr(1) + "/none", at("f").substr(1) + "/x"});
     EXPECT_EQ(failures.size(), 2U);
     EXPECT_TRUE(exists(util_test::home()));

@@ -1,7 +1,5 @@
 #include "unit/util/util_sandbox.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <clocale>
 #include <cstdlib>
@@ -34,15 +32,6 @@ std::vector<__task_failure> run(int (*job_routine)(void*), const std::vector<std
 
 std::string home() {
     return private_home.folder.at();
-}
-
-// The saved id leads back; access(2) goes by the real one.
-OrdinaryUser::OrdinaryUser() {
-    EXPECT_EQ(setresuid(kId, kId, 0), 0);
-}
-
-OrdinaryUser::~OrdinaryUser() {
-    EXPECT_EQ(setresuid(0, 0, 0), 0);
 }
 
 int PresetAnswers::ask_overwrite(const std::string& question) {

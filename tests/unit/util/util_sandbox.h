@@ -1,7 +1,6 @@
 #pragma once
 // A sandbox for jobs: preset answers, and a private home folder for the whole run.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <string>
 #include <vector>
@@ -14,16 +13,6 @@ namespace util_test {
 
 // The private home folder, set before GLib first looks at HOME.
 std::string home();
-
-// While it lives, a test run by root has the rights of an ordinary user.
-class OrdinaryUser {
-  public:
-    OrdinaryUser();
-    ~OrdinaryUser();
-    OrdinaryUser(const OrdinaryUser&) = delete;
-    OrdinaryUser& operator=(const OrdinaryUser&) = delete;
-    static constexpr uid_t kId = 65534;
-};
 
 // Gives preset answers; the last one again and again.
 class PresetAnswers : public relay_hub::UserQuestions {
