@@ -23,6 +23,8 @@ constexpr std::size_t kLongestRequest = 256UL * 1024 * 1024;
 constexpr Milliseconds kFirstPause{1};
 constexpr Milliseconds kSlowestPause{20};
 constexpr int kWakePause = 5;
+// More than a pipe holds by itself is worth asking for more room.
+constexpr std::size_t kUsualCapacity = 65536;
 constexpr int kPipeCapacity = 1024 * 1024;
 constexpr std::size_t kLongestTracedText = 200;
 
@@ -125,10 +127,8 @@ int EngineServer::open_answer_end(int in, const PipeWaiter& waiter) {
     const auto end = std::chrono::steady_clock::now() + kOpenLimit;
     Milliseconds pause = kFirstPause;
     while (true) {
-        if (const int error = open_fifo(out_path_, O_WRONLY | O_NONBLOCK, out_); error != ENXIO) {
-            (void)fcntl(out_.get(), F_SETPIPE_SZ, kPipeCapacity);
+        if (const int error = open_fifo(out_path_, O_WRONLY | O_NONBLOCK, out_); error != ENXIO)
             return error;
-        }
         pollfd client{in, POLLIN, 0};
         (void)poll(&client, 1, 0);
         const bool has_written = (client.revents & POLLIN) != 0;
@@ -170,6 +170,8 @@ void EngineServer::answer(const std::string& request) {
     if (reply.text.empty() || waiter.peer_left())
         return;
     const std::string_view text = std::string_view(reply.text).substr(0, kLongestAnswer);
+    if (text.size() > kUsualCapacity)
+        (void)fcntl(out_.get(), F_SETPIPE_SZ, kPipeCapacity);
     const int error = write_frame(out_.get(), waiter, kClientLimit, text, settings_.piece);
     if (error != 0 && error != EPIPE && error != ECONNRESET && error != ECANCELED)
         report_error(RELAY_HUB_HERE, error, out_path_);

@@ -9,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <string>
 
 #include "name_pipe/channel_lock.h"
 #include "name_pipe/frame.h"
@@ -34,6 +35,8 @@ constexpr milliseconds kLongestHold{10};
 // Room for an answer is taken at once, so that it is never moved; memory that stays untouched costs nothing.
 constexpr std::size_t kMostReserved = std::size_t{16} * 1024 * 1024;
 constexpr int kImmediateTries = 20;
+// More than a pipe holds by itself. Asking for more room takes longer than a small answer.
+constexpr std::size_t kUsualCapacity = 65536;
 
 void trace(std::string_view text) {
     theLog.Write1(text.data(), static_cast<unsigned int>(text.size()));
@@ -83,21 +86,35 @@ std::size_t write_at_once(int in, const FrameHeader& header, std::string_view bo
     return count > 0 ? static_cast<std::size_t>(count) : 0;
 }
 
-// Writes one frame and traces each step. Where it fails the trace tells.
+std::string header_trace(bool written) {
+    return "Write to name-pipe (IN) - " + std::to_string(written ? static_cast<int>(kFrameHeaderSize) : -1) +
+           "!!!\n";
+}
+
+std::string body_trace(std::size_t count) {
+    return "001 cWrite to name-pipe (IN) - " + std::to_string(count) + "!!!\n";
+}
+
+constexpr char kWrittenTrace[] = "Write to name-pipe (IN) done!!!\n";
+
+// Writes one frame and traces each step, those of a request that the pipe takes at once together. Where it
+// fails the trace tells.
 bool write_request(int in, std::string_view body, std::optional<milliseconds> stall) {
     const FrameHeader header = frame_header(static_cast<std::uint32_t>(body.size()));
     const std::size_t written = write_at_once(in, header, body);
+    if (!body.empty() && written == header.size() + body.size()) {
+        trace(header_trace(true) + body_trace(body.size()) + kWrittenTrace);
+        return true;
+    }
     const std::string_view header_left =
         std::string_view(header.data(), header.size()).substr(std::min(written, header.size()));
     const bool header_written = write_bytes(in, header_left, stall) == WriteEnd::done;
-    theLog.Print("Write to name-pipe (IN) - %d!!!\n", header_written ? static_cast<int>(header.size()) : -1);
+    trace(header_trace(header_written));
     if (!header_written && body.empty()) {
         trace("Write to name-pipe (IN) Failed 0001!!!\n");
         return false;
     }
-    const auto count_traced = [](std::size_t count) {
-        theLog.Print("001 cWrite to name-pipe (IN) - %d!!!\n", static_cast<int>(count));
-    };
+    const auto count_traced = [](std::size_t count) { trace(body_trace(count)); };
     const std::size_t body_written = written > header.size() ? written - header.size() : 0;
     if (body_written > 0)
         count_traced(body_written);
@@ -106,7 +123,7 @@ bool write_request(int in, std::string_view body, std::optional<milliseconds> st
         trace("Write to name-pipe (IN) Failed!!!\n");
         return false;
     }
-    trace("Write to name-pipe (IN) done!!!\n");
+    trace(kWrittenTrace);
     return true;
 }
 
@@ -188,14 +205,17 @@ ReadEnd read_answer(Ends& ends, FrameProgress& progress, std::string& answer, st
     const ReadEnd awaited = await_answer(ends, progress);
     if (awaited != ReadEnd::complete)
         return awaited;
+    const int out = ends.out.get();
     const auto collect = [&](std::string_view piece) {
-        if (answer.empty())
+        if (answer.empty()) {
             answer.reserve(std::min<std::size_t>({progress.announced(), limit, kMostReserved}));
+            if (progress.announced() > kUsualCapacity)
+                raise_capacity(out);
+        }
         const std::size_t zero = ends_at_zero(kind, progress) ? piece.find('\0') : std::string_view::npos;
         answer.append(piece.substr(0, std::min(zero, limit - answer.size())));
         return zero == std::string_view::npos && answer.size() < limit;
     };
-    const int out = ends.out.get();
     const ReadEnd end = read_frame(out, progress, {kQuiet, kQuiet}, collect);
     if (end != ReadEnd::stopped)
         return end;
@@ -259,7 +279,6 @@ bool exchange_on(Channel& channel, const std::string& base, std::string_view bod
         return false;
     }
     late_answers.reset();
-    raise_capacity(ends.out.get());
     discard_pending(ends.out.get());
 
     channel.answer_owed = true;
