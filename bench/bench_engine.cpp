@@ -340,6 +340,5 @@ int main(int argc, char** argv) {
     gdk_threads_enter();
     run(folder, fs::absolute(argv[0]).parent_path() / "relay-hub-engine");
     gdk_threads_leave();
-    fs::remove_all(folder);
     return 0;
 }

@@ -206,7 +206,6 @@ void local_folder(const fs::path& folder, const fs::path& empty) {
                        bench::best(times.yardstick), 1.3);
     bench::print_limit("  longest main-loop gap", longest_gap, "ms", kLongestGap);
     open_folder(side, empty);
-    fs::remove_all(folder);
 }
 
 void remote_folder(const std::string& answer, const Peer& peer) {
@@ -286,6 +285,5 @@ int main(int argc, char** argv) {
         bench_window(folder, answer, peer);
         gdk_threads_leave();
     }
-    fs::remove_all(folder);
     return 0;
 }

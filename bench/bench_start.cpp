@@ -179,6 +179,5 @@ int main(int argc, char** argv) {
         start(screen, build);
         idle(screen, build);
     }
-    fs::remove_all(folder);
     return 0;
 }
