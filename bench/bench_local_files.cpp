@@ -34,6 +34,7 @@ using relay_hub::FileDescriptor;
 
 constexpr int kRounds = 7;
 constexpr std::size_t kSmallFiles = 10000;
+constexpr std::size_t kNestedFolders = 1000;
 constexpr std::size_t kListedFiles = 100000;
 constexpr std::size_t kBigBytes = std::size_t{1} << 30U;
 constexpr std::size_t kPlainBuffer = 32768;
@@ -124,6 +125,20 @@ class Bench {
                 for (std::size_t index = 0; index < kSmallFiles; ++index)
                     copy_plainly(root_ / "small" / std::to_string(index),
                                  out_ / "small" / std::to_string(index));
+            },
+            [&] { new_out(); });
+    }
+
+    void nested_folders() {
+        fs::path deep = root_ / "nested";
+        for (std::size_t depth = 0; depth < kNestedFolders; ++depth, deep /= "d")
+            fs::create_directory(deep);
+        const std::string source = root_ / "nested";
+        compare(
+            "1,000 nested folders / cp -a and sync", 1.1, [&] { copy_with_job(source, out_); },
+            [&] {
+                run_program({"cp", "-a", source.c_str(), out_.c_str()});
+                run_program({"sync", "-f", out_.c_str()});
             },
             [&] { new_out(); });
     }
@@ -224,6 +239,7 @@ int main(int argc, char** argv) {
     bench.big_file();
     bench.small_files();
     bench.twice_as_many();
+    bench.nested_folders();
     bench.cancel();
     bench.listing();
     return 0;
