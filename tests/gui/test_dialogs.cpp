@@ -17,7 +17,6 @@ namespace {
 using gui_test::close_as_the_window_manager;
 using gui_test::find_window;
 using gui_test::PaneList;
-using gui_test::run_until;
 using gui_test::When;
 using test::Sandbox;
 
