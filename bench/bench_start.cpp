@@ -33,6 +33,7 @@ class Program {
             return;
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);
         std::vector<char*> pointers;
+        pointers.reserve(arguments.size() + 1);
         for (std::string& argument : arguments)
             pointers.push_back(argument.data());
         pointers.push_back(nullptr);
@@ -166,8 +167,8 @@ int main(int argc, char** argv) {
     fs::create_directories(folder / "home");
     fs::create_directories(folder / "served");
     for (int index = 0; index < 100; ++index) {
-        std::ofstream(folder / "home" / ("file " + std::to_string(index)));
-        std::ofstream(folder / "served" / ("file " + std::to_string(index)));
+        for (const char* side : {"home", "served"})
+            const std::ofstream empty(folder / side / ("file " + std::to_string(index)));
     }
     ::setenv("HOME", (folder / "home").c_str(), 1);
     bench::silence_traces();
