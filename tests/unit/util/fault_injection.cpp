@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstring>
@@ -14,12 +15,22 @@ namespace {
 const char* failing_function = nullptr;
 int failing_error = 0;
 std::atomic<int> calls_to_skip{0};
+std::atomic<unsigned> transfers{0};
+constexpr std::size_t kShortTransfer = 65537;
+
+bool armed(const char* function) {
+    return failing_function != nullptr && std::strcmp(failing_function, function) == 0;
+}
 
 bool fails(const char* function) {
-    if (failing_function == nullptr || std::strcmp(failing_function, function) != 0 || calls_to_skip-- > 0)
+    if (!(armed(function) && calls_to_skip-- <= 0) && !(armed("transfer") && ++transfers % 2 == 0))
         return false;
     errno = failing_error;
     return true;
+}
+
+std::size_t cut(std::size_t size) {
+    return armed("transfer") ? std::min(size, kShortTransfer) : size;
 }
 
 template <typename Function>
@@ -39,12 +50,12 @@ extern "C" {
 
 ssize_t read(int fd, void* buffer, size_t size) {
     static const auto next = REAL(read);
-    return is_touched(fd) && fails("read") ? -1 : next(fd, buffer, size);
+    return is_touched(fd) && fails("read") ? -1 : next(fd, buffer, cut(size));
 }
 
 ssize_t write(int fd, const void* buffer, size_t size) {
     static const auto next = REAL(write);
-    return is_touched(fd) && fails("write") ? -1 : next(fd, buffer, size);
+    return is_touched(fd) && fails("write") ? -1 : next(fd, buffer, cut(size));
 }
 
 int close(int fd) {
@@ -52,13 +63,13 @@ int close(int fd) {
     // The descriptor is gone in any case, as it is on a real failure; only what was written may be lost.
     const bool written = (fcntl(fd, F_GETFL) & O_ACCMODE) != O_RDONLY;
     const int result = next(fd);
-    return written && is_touched(fd) && fails("close") ? -1 : result;
+    return written && is_touched(fd) && armed("close") && fails("close") ? -1 : result;
 }
 
-#define FAILING_CALL(name, parameters, arguments, exception_spec) \
-    int name parameters exception_spec {                          \
-        static const auto next = REAL(name);                      \
-        return fails(#name) ? -1 : next arguments;                \
+#define FAILING_CALL(name, parameters, arguments, exception_spec)  \
+    int name parameters exception_spec {                           \
+        static const auto next = REAL(name);                       \
+        return armed(#name) && fails(#name) ? -1 : next arguments; \
     }
 
 FAILING_CALL(fsync, (int fd), (fd), )

@@ -5,7 +5,8 @@
 namespace util_test {
 
 // While it lives, calls of the named function fail with the error, after the first `skip` of them. Only
-// descriptors above standard error are touched.
+// descriptors above standard error are touched. Of "transfer" every other read and write fails, and the
+// others move a part only.
 class Fault {
   public:
     Fault(const char* function, int error_number, int skip = 0);

@@ -1,4 +1,5 @@
 // What a failing system call may cost: either the copy is whole, or the old state stands and it is told.
+#include <sys/mount.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -24,6 +25,12 @@ class Faults : public util_test::Sandbox {
 
     const std::string content_ = std::string(400000, 'a') + "end";
 };
+
+TEST_F(Faults, short_and_interrupted_transfers_change_nothing) {
+    const Fault fault("transfer", EINTR);
+    EXPECT_TRUE(copy({at("src/file")}, at("dst")).empty());
+    EXPECT_EQ(content(at("dst/file")), content_);
+}
 
 TEST_F(Faults, each_failing_call_leaves_the_old_state_and_is_told) {
     const struct {
@@ -64,6 +71,23 @@ TEST_F(Faults, a_failed_sync_of_everything_is_told) {
         make_file("src/many/" + std::to_string(index), "x");
     const Fault fault("syncfs", EIO);
     EXPECT_EQ(copy({at("src/many")}, at("dst")).front().path, at("dst/"));
+}
+
+TEST_F(Faults, a_full_disk_keeps_what_was_there) {
+    const std::string small = make_folder("small");
+    if (mount("tmpfs", small.c_str(), "tmpfs", 0, "size=1m") != 0)
+        GTEST_SKIP() << "mounting is refused";
+    put(small + "/big", "old");
+    make_file("src/big", std::string(2 << 20, 'x'));
+    EXPECT_EQ(copy({at("src/big"), at("src/file"), at("src/link")}, small).size(), 1U);
+    EXPECT_EQ(content(small + "/big"), "old");
+    EXPECT_EQ(content(small + "/file"), content_);
+    unlink((small + "/big").c_str());
+    const auto failures = copy({at("src/big")}, small);
+    ASSERT_EQ(failures.size(), 1U);
+    EXPECT_EQ(failures.front().reason, "No space left on device");
+    EXPECT_EQ(names_in(small), (Names{"file", "link"}));
+    EXPECT_EQ(umount(small.c_str()), 0);
 }
 
 }  // namespace
