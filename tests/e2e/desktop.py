@@ -5,6 +5,7 @@ asks for, and ends all of it. What the window shows is read from the accessibili
 the keyboard (xdotool). Nothing here sleeps a fixed time: wait_for() looks again until a condition holds.
 """
 import os
+import shlex
 import shutil
 import signal
 import subprocess
@@ -26,6 +27,7 @@ WINDOW = os.path.join(BUILD, "bin", "relay-hub")
 ENGINE = os.path.join(BUILD, "bin", "relay-hub-engine")
 LOCAL, REMOTE = "This Computer", "Remote Computer"
 EVENT_LOG = "/tmp/Pondmark.log"
+CHECKER = shlex.split(os.environ.get("RELAY_HUB_CHECKER", ""))  # what the window's program runs under
 SLOW = 4 if os.environ.get("RELAY_HUB_SLOW") else 1  # sanitizer builds
 
 
@@ -107,7 +109,8 @@ class Desktop:
 
     def spawn(self, command, **options):
         with open(os.path.join(self.top, os.path.basename(command[0]) + ".log"), "ab") as log:
-            process = subprocess.Popen(command, env=self.env, stdout=log, stderr=log, stdin=subprocess.DEVNULL,
+            checked = CHECKER + command if command[0] == WINDOW else command
+            process = subprocess.Popen(checked, env=self.env, stdout=log, stderr=log, stdin=subprocess.DEVNULL,
                                        **options)
         self.processes.append(process)
         return process
