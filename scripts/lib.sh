@@ -34,6 +34,17 @@ build_preset() {
     (cd "$root" && cmake --preset "$1" ${2:+"$2"} >/dev/null && cmake --build --preset "$1" -- -k 0 --quiet)
 }
 
+# Runs a command on an X server, a session bus and an accessibility bus of its own. The latter's socket is named
+# after the display alone: without a runtime folder of its own a second run would take it away.
+on_own_desktop() {
+    local runtime status=0
+    runtime=$(mktemp -d)
+    XDG_RUNTIME_DIR=$runtime xvfb-run -a -s "-screen 0 1280x1024x24 -nolisten tcp -noreset" dbus-run-session -- \
+        "$@" || status=$?
+    rm -rf "$runtime"
+    return "$status"
+}
+
 # Waits until a command succeeds; fails after the given number of seconds.
 wait_until() {
     local limit=$1 start=$SECONDS

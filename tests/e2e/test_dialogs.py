@@ -1,38 +1,38 @@
-"""A session that opens every dialog of the window: for the leaks and races that only a whole run shows."""
+"""A session that opens every dialog of the window, for the leaks and races that only a whole run shows."""
 import os
 import signal
-import unittest
+import subprocess
 
 import test_panes
 from desktop import BUILD, LOCAL, REMOTE, WINDOW, Atspi, children, find, main, wait_for
-from test_panes import SIDES, URIS, write
+from test_panes import SIDES, write
 
 ANSWERS = ["Yes", "No", "Replace All", "Cancel"]
 
 
 class EveryDialog(test_panes.PaneTest):
     def test_in_one_session(self):
-        d = self.desktop
         self.start()
-        for side in SIDES:
-            with self.subTest(side):
-                self.names(side)
-                self.deletion(side)
-                self.overwriting(side)
-                self.stalled_copy(side)
-                self.failed_copy(side)
-        self.local_job()
-        self.boxes()
-        self.second_window()
-        self.assertEqual(d.close(), 0)
+        for side, target in (SIDES, SIDES[::-1]):
+            self.names_and_deletion(side)
+            self.copies(side, target)
+            self.silent_engine(side, target)
+        self.copies_from_another_program()
+        for side, path in ((LOCAL, "/nowhere"), (REMOTE, "C:\\nowhere")):
+            self.desktop.type_path(side, path)
+            self.refuse("nowhere")
+        self.desktop.menu(LOCAL, "About Relay Hub")
+        self.press("Close", "About Relay Hub")
+        self.start_again()
+        self.assertEqual(self.desktop.close(), 0)
 
-    def names(self, side):
-        d = self.desktop
-        d.menu(side, "New Folder")
-        d.press(d.wait_dialog("Create New Folder"), "Cancel")
-        d.wait_quiet()
-        d.menu(side, "New Folder")
-        d.wait_dialog("Create New Folder")
+    def press(self, button, title):
+        self.desktop.press(self.desktop.wait_dialog(title), button)
+        wait_for(lambda: not self.desktop.dialog(title), what=f"the end of the dialog {title}")
+
+    def names_and_deletion(self, side):
+        self.desktop.menu(side, "New Folder")
+        self.desktop.wait_dialog("Create New Folder")
         self.key("Return")
         self.refuse("valid name")
         self.answer("b.txt")
@@ -43,83 +43,60 @@ class EveryDialog(test_panes.PaneTest):
         self.refuse("already has that name")
         self.answer("x/y")
         self.refuse("cannot be renamed")
-        if d.dialog("Rename"):
-            d.press(d.dialog("Rename"), "Cancel")
-        self.settled(side, "b.txt")
+        if self.desktop.dialog("Rename"):
+            self.press("Cancel", "Rename")
+        for button, row in (("Cancel", "b.txt"), ("OK", "c.txt")):
+            self.settled(side, "b.txt")
+            self.key("Delete")
+            self.press(button, "Confirmation")
+            self.settled(side, row)
 
-    def deletion(self, side):
-        d = self.desktop
-        d.press(self.ask("Confirmation", "Delete"), "Cancel")
-        self.settled(side, "b.txt")
-        d.press(self.ask("Confirmation", "Delete"), "OK")
-        self.settled(side, "c.txt")
-
-    def overwriting(self, side):
-        target = SIDES[1 - SIDES.index(side)]
+    def copies(self, side, target):
         for answer in ANSWERS:
             self.desktop.copy(side, ["a.txt"], target, answer)
             self.desktop.wait_quiet()
-
-    def stalled_copy(self, side):
-        """The progress dialog and the busy dialog stay for as long as the engine is silent."""
-        d = self.desktop
-        d.select(side, "c.txt")
-        d.menu(side, "Copy", "c.txt")
-        d.engine.send_signal(signal.SIGSTOP)
-        d.menu(SIDES[1 - SIDES.index(side)], "Paste")
-        d.press(d.wait_dialog("File Operations"), "Cancel")
-        d.engine.send_signal(signal.SIGCONT)
-        d.wait_quiet()
-        d.engine.send_signal(signal.SIGSTOP)
-        d.menu(REMOTE, "Refresh")
-        d.wait_dialog()
-        d.engine.send_signal(signal.SIGCONT)
-        d.wait_quiet()
-
-    def failed_copy(self, side):
-        d = self.desktop
         pipe = f"pipe of {side}"
         os.mkfifo(os.path.join(self.below[side], pipe))
-        d.menu(side, "Refresh")
+        self.desktop.menu(side, "Refresh")
         self.wait_row(side, pipe)
-        d.copy(side, [pipe], SIDES[1 - SIDES.index(side)])
+        self.desktop.copy(side, [pipe], target)
         self.refuse(pipe)
-        d.wait_quiet()
+        self.desktop.wait_quiet()
 
-    def local_job(self):
-        """Files that another program offers: the copy job asks and tells by itself."""
-        d = self.desktop
-        offered = os.path.join(d.top, "a.txt")
+    def silent_engine(self, side, target):
+        """The progress dialog and the busy dialog stay for as long as the engine says nothing."""
+        self.desktop.select(side, "c.txt")
+        self.desktop.menu(side, "Copy", "c.txt")
+        for pane, item, button in ((target, "Paste", "Cancel"), (REMOTE, "Refresh", None)):
+            self.desktop.engine.send_signal(signal.SIGSTOP)
+            self.desktop.menu(pane, item)
+            dialog = self.desktop.wait_dialog()
+            if button:
+                self.desktop.press(dialog, button)
+            self.desktop.engine.send_signal(signal.SIGCONT)
+            self.desktop.wait_quiet()
+
+    def copies_from_another_program(self):
+        offered, pipe = (os.path.join(self.desktop.top, name) for name in ("a.txt", "nofile"))
         write(offered, b"offered")
-        os.mkfifo(os.path.join(d.top, "no file"))
+        os.mkfifo(pipe)
         for answer in [*ANSWERS, None]:
-            path = offered if answer else os.path.join(d.top, "no file")
-            test_panes.Clipboard.clipboard(URIS, "-i", input=f"file://{path}\r\n".replace(" ", "%20").encode(),
-                                           stdout=-3)
-            d.menu(LOCAL, "Paste")
+            uri = f"file://{offered if answer else pipe}\r\n"
+            test_panes.Clipboard.clipboard(test_panes.URIS, "-i", input=uri.encode(), stdout=subprocess.DEVNULL)
+            self.desktop.menu(LOCAL, "Paste")
             if answer:
-                d.press(d.wait_dialog("Confirmation"), answer)
+                self.press(answer, "Confirmation")
             else:
-                self.refuse("no file")
-            d.wait_quiet()
+                self.refuse("nofile")
+            self.desktop.wait_quiet()
 
-    def boxes(self):
-        d = self.desktop
-        for side, path in ((LOCAL, "/nowhere"), (REMOTE, "C:\\nowhere")):
-            d.type_path(side, path)
-            self.refuse("nowhere")
-            d.wait_quiet()
-        d.menu(LOCAL, "About Relay Hub")
-        d.press(d.wait_dialog(), "Close")
-        d.wait_quiet()
+    def start_again(self):
+        second = self.desktop.spawn([WINDOW], cwd=BUILD)
 
-    def second_window(self):
-        d = self.desktop
-        second = d.spawn([WINDOW], cwd=BUILD)
         def button():
             apps = (app for app in children(Atspi.get_desktop(0)) if app.get_process_id() == second.pid)
             return next((find(app, "push button", "OK") for app in apps), None)
-        d.click(wait_for(button, what="the second window's box"))
+        self.desktop.click(wait_for(button, what="the second window's box"))
         self.assertEqual(second.wait(60), 0)
 
 

@@ -30,13 +30,16 @@ std::condition_variable state_changed;      // with hand_over_mutex
 bool ended = false;                         // guarded by hand_over_mutex
 std::unordered_set<HandedOverPtr> pending;  // guarded by hand_over_mutex
 
-bool begin(const HandedOverPtr& task) {
+// Null for one that was dropped. The reference, too, is read under the lock that it was made under: a checker
+// of threads sees that lock, and not GLib's.
+HandedOverPtr begin(const HandedOverPtr* reference) {
     const std::lock_guard lock(hand_over_mutex);
+    HandedOverPtr task = *reference;
     pending.erase(task);
     if (task->state != HandedOver::State::waiting)
-        return false;
+        return nullptr;
     task->state = HandedOver::State::running;
-    return true;
+    return task;
 }
 
 void finish(const HandedOverPtr& task) {
@@ -49,8 +52,8 @@ void finish(const HandedOverPtr& task) {
 }
 
 gboolean run_handed_over(gpointer data) {
-    const HandedOverPtr task = *static_cast<HandedOverPtr*>(data);
-    if (!begin(task))
+    const HandedOverPtr task = begin(static_cast<const HandedOverPtr*>(data));
+    if (task == nullptr)
         return G_SOURCE_REMOVE;
     try {
         task->function();
@@ -69,11 +72,12 @@ void drop_reference(gpointer data) {
 HandedOverPtr hand_over(std::function<void()> function) {
     auto task = std::make_shared<HandedOver>();
     task->function = std::move(function);
-    auto reference = std::make_unique<HandedOverPtr>(task);
+    std::unique_ptr<HandedOverPtr> reference;
     {
         const std::lock_guard lock(hand_over_mutex);
         if (ended)
             return nullptr;
+        reference = std::make_unique<HandedOverPtr>(task);
         pending.insert(task);
     }
     gdk_threads_add_idle_full(G_PRIORITY_DEFAULT_IDLE, run_handed_over, reference.release(), drop_reference);
