@@ -215,17 +215,11 @@ class Copies {
         std::vector<double> to_local;
         std::vector<double> to_remote;
         std::vector<double> plain;
-        const std::string source = served_ / set.source;
         for (int round = 0; round < kCopyRounds; ++round) {
-            plain.push_back(timed(set, [&](const fs::path& out) { copy_locally(source, out); }));
-            to_local.push_back(timed(set, [&](const fs::path& out) {
-                copy_by_engine(set_NP_VAL_CMD_COPY_REMOTE_TO_LOCAL, get_NP_VAL_CMD_COPY_REMOTE_TO_LOCAL,
-                               std::string("/") + set.source, out);
-            }));
-            to_remote.push_back(timed(set, [&](const fs::path& out) {
-                copy_by_engine(set_NP_VAL_CMD_COPY_LOCAL_TO_REMOTE, get_NP_VAL_CMD_COPY_LOCAL_TO_REMOTE,
-                               source, "/" + out.lexically_relative(served_).string());
-            }));
+            plain.push_back(
+                timed(set.source, [&](const fs::path& out) { copy_locally(served_ / set.source, out); }));
+            to_local.push_back(to_local_time(set.source));
+            to_remote.push_back(to_remote_time(set.source));
         }
         const std::string name(set.name);
         bench::print_ratio((name + ": engine, remote to local / local copy").c_str(), bench::best(to_local),
@@ -234,13 +228,47 @@ class Copies {
                            bench::best(plain), 1.5);
     }
 
+    // Twice the files take twice the time.
+    void twice_as_many() {
+        const fs::path twice = served_ / "twice";
+        fs::create_directory(twice);
+        for (int index = 0; index < 2 * kSmallFiles; ++index)
+            fs::create_hard_link(served_ / "small" / std::to_string(index / 2),
+                                 twice / std::to_string(index));
+        compare_times("20,000 files of 4 KiB, remote to local / 10,000 of them", &Copies::to_local_time);
+        compare_times("20,000 files of 4 KiB, local to remote / 10,000 of them", &Copies::to_remote_time);
+    }
+
   private:
-    double timed(const CopySet& set, const std::function<void(const fs::path&)>& copy) {
+    void compare_times(const char* name, double (Copies::*time)(const std::string&)) {
+        std::vector<double> twice;
+        std::vector<double> once;
+        for (int round = 0; round < kCopyRounds; ++round) {
+            twice.push_back((this->*time)("twice"));
+            once.push_back((this->*time)("small"));
+        }
+        bench::print_ratio(name, bench::best(twice), bench::best(once), 2.5);
+    }
+
+    double to_local_time(const std::string& source) {
+        return timed(source, [&](const fs::path& out) {
+            copy_by_engine(set_NP_VAL_CMD_COPY_REMOTE_TO_LOCAL, get_NP_VAL_CMD_COPY_REMOTE_TO_LOCAL,
+                           "/" + source, out);
+        });
+    }
+    double to_remote_time(const std::string& source) {
+        return timed(source, [&](const fs::path& out) {
+            copy_by_engine(set_NP_VAL_CMD_COPY_LOCAL_TO_REMOTE, get_NP_VAL_CMD_COPY_LOCAL_TO_REMOTE,
+                           served_ / source, "/" + out.lexically_relative(served_).string());
+        });
+    }
+
+    double timed(const std::string& source, const std::function<void(const fs::path&)>& copy) {
         const fs::path out = served_ / ("out" + std::to_string(++outs_));
         fs::create_directory(out);
         ::sync();
         const double time = seconds_of([&] { copy(out); });
-        if (std::string_view(set.source) == "big")
+        if (source == "big")
             fs::remove_all(out);
         return time;
     }
@@ -316,6 +344,7 @@ void run(const fs::path& folder, const fs::path& engine_program) {
         Copies copies(served);
         for (const CopySet& set : kCopySets)
             copies.measure(set);
+        copies.twice_as_many();
     }
     progress_reports();
     (void)listener.ExitListenService();
