@@ -33,17 +33,15 @@ void read_raw_frame(std::string_view bytes) {
     const int fd = pipe_with(bytes);
     unsigned int count = 0;
     const auto body = ReadPipeData(fd, &count);
-    if (bytes.size() < relay_hub::kFrameHeaderSize) {
-        fuzz::check(body == nullptr && count == 0, "no header, no body");
-    } else {
-        std::int32_t announced = 0;
-        std::memcpy(&announced, bytes.data(), sizeof announced);
-        const std::string_view rest = bytes.substr(sizeof announced);
-        const std::size_t expected = std::min(rest.size(), static_cast<std::size_t>(std::max(announced, 0)));
-        fuzz::check(body != nullptr && std::string_view(body.get(), count) == rest.substr(0, expected),
-                    "the body is what came, up to the announced length");
-    }
     ::close(fd);
+    fuzz::check((body != nullptr) == (bytes.size() >= relay_hub::kFrameHeaderSize), "no header, no body");
+    if (body == nullptr)
+        return;
+    std::int32_t announced = 0;
+    std::memcpy(&announced, bytes.data(), sizeof announced);
+    fuzz::check(std::string_view(body.get(), count) ==
+                    bytes.substr(sizeof announced, static_cast<std::size_t>(std::max(announced, 0))),
+                "the body is what came, up to the announced length");
 }
 
 void serve(std::string_view request) {
@@ -51,11 +49,9 @@ void serve(std::string_view request) {
     const int fd = pipe_with(std::string(header.data(), header.size()).append(request));
     (void)pipe_read_func(fd, nullptr);
     ::close(fd);
-    std::array<int, 2> ends{};
-    fuzz::check(::pipe2(ends.data(), O_NONBLOCK | O_CLOEXEC) == 0, "a pipe");
-    (void)pipe_write_func(ends[1]);
-    ::close(ends[0]);
-    ::close(ends[1]);
+    const int null = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+    (void)pipe_write_func(null);
+    ::close(null);
     CNamePipeBase::ResetStatus();
     CNamePipeBase::SetupParam("/nonexistent", kAnswerSize, kAnswerSize);
     CleanUpInformationVar();

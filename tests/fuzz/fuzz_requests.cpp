@@ -8,69 +8,57 @@
 namespace {
 
 using namespace relay_hub::engine;
+using Path = std::string;
+constexpr char kFile[] = "a\xF0\x9F\x98\x80";
 
 // Holds one folder and one file. Every path that it is asked for must lie below its root.
 class JudgingTree : public RemoteFileSystem {
   public:
-    int list(const std::string& folder, std::vector<Entry>& entries) override {
-        judge(folder);
-        if (!folder.empty())
+    int list(const Path& folder, std::vector<Entry>& entries) override {
+        if (judge(folder) != 0 || !folder.empty())
             return ENOENT;
         entries.resize(2);
-        entries[0].name = "Desktop";
-        entries[0].kind = EntryKind::kFolder;
-        entries[1].name = "a\xF0\x9F\x98\x80";
-        return 0;
+        return stat("Desktop", entries[0]) + stat(kFile, entries[1]);
     }
-    int stat(const std::string& path, Entry& entry) override {
-        judge(path);
+    int stat(const Path& path, Entry& entry) override {
+        (void)judge(path);
         entry.name = path;
-        entry.kind = path.empty() || path == "Desktop" ? EntryKind::kFolder : EntryKind::kFile;
-        return path.empty() || path == "Desktop" || path == "a\xF0\x9F\x98\x80" ? 0 : ENOENT;
+        entry.kind = path == kFile ? EntryKind::kFile : EntryKind::kFolder;
+        return path.empty() || path == "Desktop" || path == kFile ? 0 : ENOENT;
     }
-    int read_link(const std::string& path, std::string&) override { return refuse(path); }
-    int folder_chain(const std::string& folder, std::vector<FileIdentity>&) override {
-        judge(folder);
-        return 0;
-    }
-    int open_source(const std::string& path, std::unique_ptr<FileSource>&) override { return refuse(path); }
-    int open_sink(const std::string& path, bool, std::unique_ptr<FileSink>&) override { return refuse(path); }
+    int read_link(const Path& path, std::string&) override { return refuse(path); }
+    int folder_chain(const Path& folder, std::vector<FileIdentity>&) override { return judge(folder); }
+    int open_source(const Path& path, std::unique_ptr<FileSource>&) override { return refuse(path); }
+    int open_sink(const Path& path, bool, std::unique_ptr<FileSink>&) override { return refuse(path); }
     std::vector<int> commit(std::vector<std::unique_ptr<FileSink>>& sinks) override {
         return std::vector<int>(sinks.size(), EIO);
     }
     int settle(const std::vector<std::string>&) override { return 0; }
-    void sweep(const std::string& folder) override { judge(folder); }
-    int make_folder(const std::string& path, mode_t) override { return refuse(path); }
-    int make_link(const std::string& path, const std::string&, const Entry&, bool) override {
-        return refuse(path);
-    }
-    int set_attributes(const std::string& path, const Entry&) override { return refuse(path); }
-    int rename(const std::string& from, const std::string& to) override {
-        judge(from);
-        return refuse(to);
-    }
-    int remove(const std::string& path, EntryKind, std::string& failed) override {
+    void sweep(const Path& folder) override { (void)judge(folder); }
+    int make_folder(const Path& path, mode_t) override { return refuse(path); }
+    int make_link(const Path& path, const Path&, const Entry&, bool) override { return refuse(path); }
+    int set_attributes(const Path& path, const Entry&) override { return refuse(path); }
+    int rename(const Path& from, const Path& to) override { return judge(from) + refuse(to); }
+    int remove(const Path& path, EntryKind, std::string& failed) override {
         failed = path;
         return refuse(path);
     }
-    int move_to_trash(const std::string& path) override { return refuse(path); }
+    int move_to_trash(const Path& path) override { return refuse(path); }
 
   private:
-    static void judge(const std::string& path) {
+    static int judge(const Path& path) {
         fuzz::check(path.find('\0') == std::string::npos && !path.starts_with('/'), "a path of the tree");
+        return 0;
     }
-    static int refuse(const std::string& path) {
-        judge(path);
-        return EACCES;
-    }
+    static int refuse(const Path& path) { return judge(path) + EACCES; }
 };
 
 class SilentFrontEnd : public FrontEnd {
   public:
-    Answer confirm(const std::string&) override { return Answer::kReplaceAll; }
+    Answer confirm(const Path&) override { return Answer::kReplaceAll; }
     bool cancelled() override { return false; }
     void progress(const Progress&) override {}
-    void message(const std::string&) override {}
+    void message(const Path&) override {}
 };
 
 }  // namespace
