@@ -2,99 +2,60 @@
 of its own, sends the request in its first argument, says so, and waits for the answer:
     front_end.py REQUEST"""
 import os
-import select
-import struct
 import sys
 import threading
 import time
-from xml.sax.saxutils import escape
 
-BASE = "/tmp/ZEV_KorvaleMarrowglint"
-MARKER = bytes.fromhex("c9bb29f90001")
-DONE = "<ZEVMSG><T1>NP_Exe_Result_Success</T1></ZEVMSG>"
-REPLACE_ALL = b"<ZEVMSG><NP_Copy_Confirmation_Replace_All>Y</NP_Copy_Confirmation_Replace_All></ZEVMSG>"
-GO_ON = b"<ZEVMSG><NP_User_Click_Cancel>N</NP_User_Click_Cancel></ZEVMSG>"
+from common import (BASE, MARKER, NOTIFY, both, command, frame, make_fifos, message, open_reader, open_writer,
+                    read_answer, read_frame, readable, write_all)
 
-
-def command(name, fields=""):
-    return f"<ZEVMSG><NP_Cmd>NP_Cmd_{name}</NP_Cmd>{fields}</ZEVMSG>"
+DONE = message("<T1>NP_Exe_Result_Success</T1>")
+REPLACE_ALL = message("<NP_Copy_Confirmation_Replace_All>Y</NP_Copy_Confirmation_Replace_All>")
+GO_ON = message("<NP_User_Click_Cancel>N</NP_User_Click_Cancel>")
 
 
-def both(plain, coded, text):
-    return f"<{plain}>{escape(text)}</{plain}><{coded}>{text.encode('utf-16-le').hex().upper()}</{coded}>"
-
-
-def copy_request(upwards, *pairs):
-    """Each pair is a path of this machine and one of the remote computer; one of them is the target's folder."""
-    records = "".join("<Line>" + both("T9", "TB", local) + both("TA", "TC", remote) + "</Line>"
-                      for local, remote in pairs)
-    return command("Local_To_Remote" if upwards else "Remote_to_Local", f"<T8>{records}</T8>")
-
-
-def frame(body):
-    return struct.pack("<I", len(body)) + body
+def copy_request(upwards, local, remote):
+    """One of the two paths is the target's folder."""
+    record = "<Line>" + both("T9", "TB", local) + both("TA", "TC", remote) + "</Line>"
+    return command("Local_To_Remote" if upwards else "Remote_to_Local", f"<T8>{record}</T8>")
 
 
 class FrontEnd:
     def __init__(self):
-        """Holds the call-backs' own end, so that none of them is lost. One front end at a time."""
-        for end in ("IN", "OUT"):
-            if not os.path.exists(f"{BASE}Notify_{end}"):
-                os.mkfifo(f"{BASE}Notify_{end}", 0o666)
-        self.notify_in = os.open(f"{BASE}Notify_IN", os.O_RDWR | os.O_NONBLOCK)
-        self.messages, self.call_backs, self.ending = [], 0, False
+        """Answers call-backs until it is closed. One front end at a time."""
+        make_fifos(NOTIFY)
+        self.ending = False
         self.thread = threading.Thread(target=self.serve, daemon=True)
         self.thread.start()
 
     def close(self):
-        if not self.ending:
-            self.ending = True
-            self.thread.join()
-            os.close(self.notify_in)
-
-    @staticmethod
-    def read(fd, size, end):
-        data = b""
-        while len(data) < size:
-            if not select.select([fd], [], [], max(0, end - time.monotonic()))[0]:
-                return None
-            piece = os.read(fd, size - len(data))
-            if not piece:
-                return None
-            data += piece
-        return data
+        self.ending = True
+        self.thread.join()
 
     def serve(self):
         while not self.ending:
-            header = self.read(self.notify_in, 4, time.monotonic() + 0.1)
-            if header is None:
+            question = self.next_question()
+            if not question:
                 continue
-            body = self.read(self.notify_in, struct.unpack("<I", header)[0], time.monotonic() + 3) or b""
-            self.call_backs += 1
-            if b"Show_Message_Box" in body:
-                self.messages.append(body)
-            try:
-                out = os.open(f"{BASE}Notify_OUT", os.O_WRONLY | os.O_NONBLOCK)
+            try:  # with IN closed: nobody shall ask again before this answer has been closed
+                with open(open_writer(NOTIFY + "_OUT", limit=0.1), "wb", buffering=0) as out:
+                    out.write(frame(REPLACE_ALL if b"Confirmation" in question else GO_ON))
             except OSError:  # an engine that has died meanwhile
                 continue
-            os.write(out, frame(REPLACE_ALL if b"Confirmation" in body else GO_ON))
-            os.close(out)
 
-    def send(self, request, limit=5):
-        """Sends a request; both its ends, which stay open until the answer was read. The answer comes from the second."""
-        end = time.monotonic() + limit
-        while True:
-            try:
-                fd = os.open(BASE + "_IN", os.O_WRONLY | os.O_NONBLOCK)
-                break
-            except OSError:
-                if time.monotonic() > end:
-                    raise
-                time.sleep(0.002)
-        out = os.open(BASE + "_OUT", os.O_RDONLY | os.O_NONBLOCK)
-        os.set_blocking(fd, True)
-        os.write(fd, frame(MARKER + request.encode()))
-        return fd, out
+    def next_question(self):
+        with open(open_reader(NOTIFY + "_IN"), "rb", buffering=0) as notify_in:
+            while not self.ending:
+                if readable(notify_in.fileno(), 0.02):
+                    return read_frame(notify_in.fileno(), time.monotonic() + 3)
+        return None
+
+    @staticmethod
+    def send(request):
+        """Both ends, which stay open until the answer was read. It comes from the second."""
+        ends = open_writer(BASE + "_IN"), open_reader(BASE + "_OUT")
+        write_all(ends[0], frame(MARKER + request))
+        return ends
 
     @staticmethod
     def leave(ends):
@@ -104,21 +65,14 @@ class FrontEnd:
     def ask(self, request, limit=30):
         """The answer's text; None without one in time."""
         ends = self.send(request)
-        out = ends[1]
         try:
-            end = time.monotonic() + limit
-            poller = select.poll()
-            poller.register(out, select.POLLIN)
-            poller.poll(limit * 1000)
-            header = self.read(out, 4, end)
-            body = header and self.read(out, struct.unpack("<I", header)[0], end)
-            return None if body is None else body.decode()
+            return read_answer(ends[1], time.monotonic() + limit)
         finally:
             self.leave(ends)
 
 
 if __name__ == "__main__":
     front_end = FrontEnd()
-    _, answers = front_end.send(sys.argv[1])
+    _, answers = front_end.send(os.fsencode(sys.argv[1]))
     print("sent", flush=True)
-    front_end.read(answers, 1 << 20, time.monotonic() + 60)
+    read_answer(answers, time.monotonic() + 60)

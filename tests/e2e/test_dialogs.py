@@ -4,14 +4,16 @@ import signal
 import subprocess
 
 import test_panes
-from desktop import BUILD, LOCAL, REMOTE, WINDOW, Atspi, children, find, main, wait_for
-from test_panes import SIDES, write
+from common import wait_for, write
+from desktop import BUILD, LOCAL, REMOTE, WINDOW, app_of, find, main
+from test_panes import SIDES
 
 ANSWERS = ["Yes", "No", "Replace All", "Cancel"]
 
 
 class EveryDialog(test_panes.PaneTest):
     def test_in_one_session(self):
+        d = self.desktop
         self.start()
         for side, target in (SIDES, SIDES[::-1]):
             self.names_and_deletion(side)
@@ -19,85 +21,80 @@ class EveryDialog(test_panes.PaneTest):
             self.silent_engine(side, target)
         self.copies_from_another_program()
         for side, path in ((LOCAL, "/nowhere"), (REMOTE, "C:\\nowhere")):
-            self.desktop.type_path(side, path)
+            d.type_path(side, path)
             self.refuse("nowhere")
-        self.desktop.menu(LOCAL, "About Relay Hub")
+        d.menu(LOCAL, "About Relay Hub")
         self.press("Close", "About Relay Hub")
-        self.start_again()
-        self.assertEqual(self.desktop.close(), 0)
+        second = d.spawn([WINDOW], cwd=BUILD)
+        d.press(wait_for(lambda: find(app_of(second), "alert"), what="the second window's box"), "OK")
+        self.assertEqual(second.wait(60), 0)
+        self.assertEqual(d.close(), 0)
 
     def press(self, button, title):
         self.desktop.press(self.desktop.wait_dialog(title), button)
         wait_for(lambda: not self.desktop.dialog(title), what=f"the end of the dialog {title}")
 
     def names_and_deletion(self, side):
-        self.desktop.menu(side, "New Folder")
-        self.desktop.wait_dialog("Create New Folder")
-        self.key("Return")
+        d = self.desktop
+        d.menu(side, "New Folder")
+        d.answer("Create New Folder")
         self.refuse("valid name")
-        self.answer("b.txt")
+        d.answer("Create New Folder", "b.txt")
         self.refuse("cannot be created" if side == LOCAL else "Operation Fail.")
         self.settled(side, "b.txt")
-        self.ask("Rename", "F2")
-        self.answer("c.txt")
-        self.refuse("already has that name")
-        self.answer("x/y")
-        self.refuse("cannot be renamed")
-        if self.desktop.dialog("Rename"):
+        d.ask("Rename", "F2")
+        for name, words in (("c.txt", "already has that name"), ("x/y", "cannot be renamed")):
+            d.answer("Rename", name)
+            self.refuse(words)
+        if d.dialog("Rename"):
             self.press("Cancel", "Rename")
         for button, row in (("Cancel", "b.txt"), ("OK", "c.txt")):
             self.settled(side, "b.txt")
-            self.key("Delete")
+            d.ask("Confirmation", "Delete")
             self.press(button, "Confirmation")
             self.settled(side, row)
 
     def copies(self, side, target):
+        d = self.desktop
         for answer in ANSWERS:
-            self.desktop.copy(side, ["a.txt"], target, answer)
-            self.desktop.wait_quiet()
+            d.copy(side, ["a.txt"], target, answer)
+            d.wait_quiet()
         pipe = f"pipe of {side}"
         os.mkfifo(os.path.join(self.below[side], pipe))
-        self.desktop.menu(side, "Refresh")
-        self.wait_row(side, pipe)
-        self.desktop.copy(side, [pipe], target)
+        d.menu(side, "Refresh")
+        d.wait_rows(side, pipe)
+        d.copy(side, [pipe], target)
         self.refuse(pipe)
-        self.desktop.wait_quiet()
+        d.wait_quiet()
 
     def silent_engine(self, side, target):
         """The progress dialog and the busy dialog stay for as long as the engine says nothing."""
-        self.desktop.select(side, "c.txt")
-        self.desktop.menu(side, "Copy", "c.txt")
+        d = self.desktop
+        d.select(side, "c.txt")
+        d.menu(side, "Copy", "c.txt")
         for pane, item, button in ((target, "Paste", "Cancel"), (REMOTE, "Refresh", None)):
-            self.desktop.engine.send_signal(signal.SIGSTOP)
-            self.desktop.menu(pane, item)
-            dialog = self.desktop.wait_dialog()
+            d.engine.send_signal(signal.SIGSTOP)
+            d.menu(pane, item)
+            dialog = d.wait_dialog()
             if button:
-                self.desktop.press(dialog, button)
-            self.desktop.engine.send_signal(signal.SIGCONT)
-            self.desktop.wait_quiet()
+                d.press(dialog, button)
+            d.engine.send_signal(signal.SIGCONT)
+            d.wait_quiet()
 
     def copies_from_another_program(self):
-        offered, pipe = (os.path.join(self.desktop.top, name) for name in ("a.txt", "nofile"))
+        d = self.desktop
+        offered, pipe = (os.path.join(d.top, name) for name in ("a.txt", "nofile"))
         write(offered, b"offered")
         os.mkfifo(pipe)
         for answer in [*ANSWERS, None]:
             uri = f"file://{offered if answer else pipe}\r\n"
             test_panes.Clipboard.clipboard(test_panes.URIS, "-i", input=uri.encode(), stdout=subprocess.DEVNULL)
-            self.desktop.menu(LOCAL, "Paste")
+            d.menu(LOCAL, "Paste")
             if answer:
                 self.press(answer, "Confirmation")
             else:
                 self.refuse("nofile")
-            self.desktop.wait_quiet()
-
-    def start_again(self):
-        second = self.desktop.spawn([WINDOW], cwd=BUILD)
-
-        def button():
-            apps = (app for app in children(Atspi.get_desktop(0)) if app.get_process_id() == second.pid)
-            return next((find(app, "push button", "OK") for app in apps), None)
-        self.desktop.click(wait_for(button, what="the second window's box"))
-        self.assertEqual(second.wait(60), 0)
+            d.wait_quiet()
 
 
 if __name__ == "__main__":

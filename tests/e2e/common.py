@@ -1,0 +1,171 @@
+"""What the tests share that needs no desktop: waiting, files, processes, and frames on the programs' pipes."""
+import os
+import select
+import shutil
+import struct
+import time
+from xml.sax.saxutils import escape
+
+BASE = "/tmp/ZEV_KorvaleMarrowglint"
+NOTIFY = BASE + "Notify"
+FIFOS = [base + end for base in (BASE, NOTIFY) for end in ("_IN", "_OUT")]
+MARKER = bytes.fromhex("c9bb29f90001")
+OK = "<T1>NP_Exe_Result_Success</T1>"
+SLOW = 4 if os.environ.get("RELAY_HUB_SLOW") else 1  # sanitizer builds
+
+
+def wait_for(predicate, limit=15, what="condition"):
+    """The predicate's first true result; fails the test when there is none within limit seconds."""
+    end, pause = time.monotonic() + limit * SLOW, 0.001
+    while True:
+        try:
+            result = predicate()
+        except (RuntimeError, AttributeError):  # a widget that went away while it was read
+            result = None
+        if result:
+            return result
+        if time.monotonic() > end:
+            raise AssertionError(f"waited {limit * SLOW} s for {what}")
+        time.sleep(pause)
+        pause = min(2 * pause, 0.02)
+
+
+def act_until(effect, act, pause=2, limit=15, what="effect"):
+    """Acts, and again when that shows no effect: a busy desktop may lose a key press, or still move a window."""
+    def done():
+        act()
+        try:
+            return wait_for(effect, pause, what)
+        except AssertionError:
+            return None
+    return wait_for(done, limit, what)
+
+
+def write(path, content=b"content", mode=0o644, seconds=1_600_000_000):
+    os.makedirs(os.path.dirname(path), exist_ok=True)
+    with open(path, "wb") as file:
+        file.write(content)
+    os.chmod(path, mode)
+    os.utime(path, (seconds, seconds))
+
+
+def read(path):
+    with open(path, "rb") as file:
+        return file.read()
+
+
+def remove(path):
+    if os.path.isdir(path) and not os.path.islink(path):
+        shutil.rmtree(path)
+    elif os.path.lexists(path):
+        os.unlink(path)
+
+
+def tree_of(top):
+    """What a folder holds: relative name -> kind and content, for comparing copies."""
+    found = {}
+    for folder, folders, files in os.walk(os.fsencode(top)):
+        for path in (os.path.join(folder, name) for name in folders + files):
+            status = os.lstat(path)
+            if os.path.islink(path):
+                entry = ("link", os.readlink(path))
+            elif os.path.isdir(path):
+                entry = ("folder", status.st_mode)
+            else:
+                entry = ("file", read(path), status.st_mode, int(status.st_mtime))
+            found[os.path.relpath(path, os.fsencode(top))] = entry
+    return found
+
+
+def kib_of(process, field):
+    """A line of the process's status, such as VmRSS, in KiB."""
+    with open(f"/proc/{process.pid}/status") as file:
+        return next(int(line.split()[1]) for line in file if line.startswith(field))
+
+
+# -- messages
+
+def hex_name(text):
+    return text.encode("utf-16-le").hex().upper()
+
+
+def both(plain, coded, text):
+    return f"<{plain}>{escape(text)}</{plain}><{coded}>{hex_name(text)}</{coded}>"
+
+
+def message(inner):
+    return f"<ZEVMSG>{inner}</ZEVMSG>".encode("utf-8", "surrogateescape")
+
+
+def command(name, fields=""):
+    return message(f"<NP_Cmd>NP_Cmd_{name}</NP_Cmd>{fields}")
+
+
+def frame(body, length=None):
+    return struct.pack("<I", len(body) if length is None else length) + body
+
+
+# -- pipes
+
+def make_fifos(base):
+    for path in (base + "_IN", base + "_OUT"):
+        if not os.path.lexists(path):
+            os.mkfifo(path, 0o600)
+
+
+def open_reader(path):
+    return os.open(path, os.O_RDONLY | os.O_NONBLOCK)
+
+
+def open_writer(path, limit=5, leave=lambda: False):
+    """Waits for somebody who reads."""
+    end = time.monotonic() + limit
+    while True:
+        try:
+            fd = os.open(path, os.O_WRONLY | os.O_NONBLOCK)
+            os.set_blocking(fd, True)
+            return fd
+        except OSError:
+            if leave() or time.monotonic() > end:
+                raise
+            time.sleep(0.0005)
+
+
+def write_all(fd, data):
+    while data:
+        data = data[os.write(fd, data):]
+
+
+def readable(fd, seconds):
+    return bool(select.select([fd], [], [], max(0, seconds))[0])
+
+
+def read_exactly(fd, size, end, stop=None):
+    """Ends early after a piece with the byte stop. None when the writers leave, or the time ends, before."""
+    data = b""
+    while len(data) < size and (stop is None or stop not in data):
+        if not readable(fd, end - time.monotonic()):
+            return None
+        try:
+            piece = os.read(fd, min(size - len(data), 1 << 16))
+        except BlockingIOError:  # the end of the round before was seen, and this one has just begun
+            continue
+        if not piece:
+            return None
+        data += piece
+    return data
+
+
+def read_frame(fd, end, stop=None):
+    header = read_exactly(fd, 4, end)
+    return None if header is None else read_exactly(fd, struct.unpack("<I", header)[0], end, stop)
+
+
+def read_answer(fd, end):
+    """The text of a frame that may be padded, and whose writer may still be that of the round before."""
+    while time.monotonic() < end:
+        body = read_frame(fd, end, stop=b"\0")
+        if body is not None:
+            return body.split(b"\0", 1)[0]
+        time.sleep(0.001)
+    return None
