@@ -208,8 +208,14 @@ class Desktop:
 
     def dialog(self, title=None, roles=("dialog", "alert")):
         """The innermost dialog or alert that is showing; of that title, if given."""
-        return next((node for node in reversed(list(children(self.app))) if node.get_role_name() in roles and
-                     title in (None, node.get_name()) and has_state(node, STATES.SHOWING)), None)
+        for node in reversed(list(children(self.app))):
+            try:
+                if node.get_role_name() in roles and title in (None, node.get_name()) and \
+                        has_state(node, STATES.SHOWING):
+                    return node
+            except RuntimeError:  # it has just been closed
+                continue
+        return None
 
     def error_box(self):
         return self.dialog(roles=("alert",))
@@ -267,7 +273,10 @@ class Desktop:
         """Types into an entry that has the keyboard."""
         def typed():
             self.key("ctrl+a", "Delete")
-            self.xdo("type", "--delay", "5", text)
+            if text.isascii():
+                self.xdo("type", "--delay", "5", text)
+            else:  # a key made up for another letter may be gone before a slow window reads it
+                entry.set_text_contents(text)
         act_until(lambda: text_of(entry) == text, typed, what=f"{text} in the entry")
 
     def ask(self, title, *keys):
@@ -396,7 +405,9 @@ class DesktopTest(unittest.TestCase):
         self.take_desktop()
 
     def keep_evidence(self):
-        if not self._outcome.success and self.desktop.window is not None:
+        result = self._outcome.result
+        failed = [getattr(test, "test_case", test) for test, _ in result.failures + result.errors]
+        if self in failed and self.desktop.window is not None:
             path = os.path.join(tempfile.gettempdir(), f"relay-hub-{self.id()}.png")
             subprocess.run(["import", "-silent", "-window", "root", path], check=False)
             print(f"screenshot: {path}\nwindow's output ends:\n{self.desktop.output()[-3000:]}", file=sys.stderr)

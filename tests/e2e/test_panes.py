@@ -34,6 +34,8 @@ class PaneTest(DesktopTest):
     def settled(self, side, *selected):
         """The action is over: these rows are selected, and keys go to the list."""
         d = self.desktop
+        d.wait_quiet()
+        d.take_keyboard()
         wait_for(lambda: not d.dialog() and d.selected(side) == list(selected) and d.has_focus(side),
                  what=f"focus and {selected}")
 
