@@ -19,10 +19,7 @@
 namespace relay_hub {
 namespace {
 
-struct KeyedName {
-    const char* name;
-    GText key;
-};
+using KeyedName = SortedFolder::KeyedName;
 using Names = std::vector<KeyedName>;
 
 // Fewer than this are sorted before a second thread would have begun.
@@ -33,11 +30,16 @@ bool sorts_before(const KeyedName& one, const KeyedName& other) {
     return order != 0 ? order < 0 : std::strcmp(one.name, other.name) < 0;
 }
 
+GText sort_key(const char* name) {
+    if (g_utf8_validate(name, -1, nullptr))
+        return GText(g_utf8_collate_key_for_filename(name, -1));
+    const GText shown(g_filename_display_name(name));
+    return GText(g_utf8_collate_key_for_filename(shown.get(), -1));
+}
+
 void sort_part(Names::iterator begin, Names::iterator end) {
-    for (auto each = begin; each != end; ++each) {
-        const GText shown(g_filename_display_name(each->name));
-        each->key.reset(g_utf8_collate_key_for_filename(shown.get(), -1));
-    }
+    for (auto each = begin; each != end; ++each)
+        each->key = sort_key(each->name);
     std::sort(begin, end, sorts_before);
 }
 
@@ -96,19 +98,17 @@ void SortedFolder::read_names() {
     error_number_ = errno;
     if (error_number_ != 0)
         return;
-    Names found;
-    found.reserve(starts.size());
+    names_.reserve(starts.size());
     for (const std::size_t start : starts)
-        found.push_back({text_.data() + start, nullptr});
-    sort_names(found);
-    names_.reserve(found.size());
-    for (const KeyedName& each : found)
-        names_.push_back(each.name);
+        names_.push_back({text_.data() + start, nullptr});
+    sort_names(names_);
 }
 
-FolderEntry SortedFolder::entry(std::size_t index) const {
+FolderEntry SortedFolder::entry(std::size_t index) {
     FolderEntry entry;
-    entry.name = names_[index];
+    entry.name = names_[index].name;
+    // Here rather than for all at once, so that nobody waits for it.
+    names_[index].key.reset();
     const char* const name = entry.name.c_str();
     const int folder_fd = dirfd(folder_.get());
     if (fstatat(folder_fd, name, &entry.status, AT_SYMLINK_NOFOLLOW) != 0) {

@@ -6,11 +6,17 @@
 
 #include "util/file_op.h"
 #include "util/folder_handle.h"
+#include "util/glib_owners.h"
 
 namespace relay_hub {
 
 class SortedFolder {
   public:
+    struct KeyedName {
+        const char* name;
+        GText key;  // what it is sorted by; gone once the entry has been looked at
+    };
+
     // Reads the names that do not begin with ".", in natural order.
     explicit SortedFolder(const std::string& path);
     SortedFolder(const SortedFolder&) = delete;
@@ -20,14 +26,14 @@ class SortedFolder {
     [[nodiscard]] int error_number() const { return error_number_; }
     [[nodiscard]] std::size_t size() const { return names_.size(); }
     // Looks at an entry: one lstat beneath the folder's descriptor, and for a link one stat.
-    [[nodiscard]] FolderEntry entry(std::size_t index) const;
+    [[nodiscard]] FolderEntry entry(std::size_t index);
 
   private:
     void read_names();
 
     FolderHandle folder_;
     std::string text_;  // all names, each ended by a zero byte
-    std::vector<const char*> names_;
+    std::vector<KeyedName> names_;
     int error_number_ = 0;
 };
 

@@ -13,7 +13,7 @@ TEST_F(SortedFolder, KeepsTheOrderOfNamesSortedInHalves) {
     const std::string path = make_folder("many");
     for (std::size_t index = 0; index < kCount; ++index)
         test::put(path + "/" + std::to_string(index), "");
-    const relay_hub::SortedFolder sorted(path);
+    relay_hub::SortedFolder sorted(path);
     ASSERT_EQ(sorted.size(), kCount);
     for (std::size_t index = 0; index < kCount; ++index)
         ASSERT_EQ(sorted.entry(index).name, std::to_string(index));
