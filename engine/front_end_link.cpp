@@ -131,13 +131,17 @@ void FrontEndLink::message(const std::string& text) {
 }
 
 bool FrontEndLink::tell_remote_is_offline() {
-    return exchange(no_client_, command_text(wire::kRemoteIsOffline), kOpenBriefly, kOfflineLimit)
-        .has_value();
+    return succeeds(wire::kRemoteIsOffline, kOfflineLimit);
 }
 
 bool FrontEndLink::ask_to_handle_remote_request() {
-    const auto text =
-        exchange(no_client_, command_text(wire::kHandleRemoteRequest), kOpenBriefly, kAnswerLimit);
+    return succeeds(wire::kHandleRemoteRequest, kAnswerLimit);
+}
+
+// Only an answer of its own kind counts: while the user still thinks about a question that was taken back,
+// what comes is the answer to that, and the front end has not read the command.
+bool FrontEndLink::succeeds(const char* command, Milliseconds limit) {
+    const auto text = exchange(no_client_, command_text(command), kOpenBriefly, limit);
     CZEVXML answer;
     return text && answer.LoadXML(*text) && answer.Query(wire::kResult) == wire::kSuccess;
 }

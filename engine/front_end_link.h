@@ -34,6 +34,7 @@ class FrontEndLink : public FrontEnd {
 
   private:
     class Turn;
+    bool succeeds(const char* command, Milliseconds limit);
     // The answer's text; nothing when there was none. answer_limit is for its first byte.
     std::optional<std::string> exchange(const PipeWaiter& waiter, const std::string& message,
                                         Milliseconds open_limit, Milliseconds answer_limit);

@@ -103,6 +103,7 @@ class Recovery(LinkTest):
         self.come_back()
         question = self.ask_overwrite()
         self.tell_engine(signal.SIGUSR1)
+        self.check_live(1.5)  # the engine tries to tell meanwhile
         d.press(question, "Yes")
         d.take_notes()
         wait_for(self.offline, what="the off-line view")

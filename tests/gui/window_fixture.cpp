@@ -16,9 +16,17 @@ GtkWidget* open_menu() {
     return nullptr;
 }
 
+// Another program's clipboard may outlive the test that filled it: only its owner can empty it.
+void empty_clipboard() {
+    GtkClipboard* clipboard = gtk_clipboard_get(GDK_SELECTION_CLIPBOARD);
+    gtk_clipboard_set_text(clipboard, "", 0);
+    gtk_clipboard_clear(clipboard);
+}
+
 }  // namespace
 
 MainWindowTest::MainWindowTest() {
+    empty_clipboard();
     relay_hub::reset_closing();
     relay_hub::reset_copy_source();
     new_zev_window();
@@ -32,7 +40,7 @@ MainWindowTest::MainWindowTest() {
 MainWindowTest::~MainWindowTest() {
     if (GtkWidget* menu = open_menu())
         gtk_menu_shell_cancel(GTK_MENU_SHELL(menu));
-    gtk_clipboard_clear(gtk_clipboard_get(GDK_SELECTION_CLIPBOARD));
+    empty_clipboard();
     relay_hub::reset_link_monitor();
     relay_hub::reset_main_window();
     relay_hub::reset_closing();

@@ -165,6 +165,10 @@ TEST_F(CallingBack, AnswersOfAPaddedFrame) {
               "<NP_Copy_Process_Elasp_Time>01:01:01</NP_Copy_Process_Elasp_Time>"
               "<NP_Copy_Process_Progress_Bar_Total>9</NP_Copy_Process_Progress_Bar_Total>"
               "<NP_Copy_Process_Progress_Bar_Current>7</NP_Copy_Process_Progress_Bar_Current></ZEVMSG>");
+    // What the user says to a question that was taken back is no sign that the news has arrived.
+    next_answer = "<ZEVMSG><NP_Copy_Confirmation_Yes>Y</NP_Copy_Confirmation_Yes></ZEVMSG>";
+    EXPECT_FALSE(front_end_.tell_remote_is_offline());
+    next_answer = "<ZEVMSG><T1>NP_Exe_Result_Success</T1></ZEVMSG>";
     EXPECT_TRUE(front_end_.tell_remote_is_offline());
     EXPECT_EQ(last_message, "<ZEVMSG><NP_Cmd>NP_Cmd_Remote_Is_Offline</NP_Cmd></ZEVMSG>");
 }
