@@ -58,7 +58,7 @@ class LocalListing {
 
   private:
     void fill_rows(ListingTurns& turns) {
-        const std::size_t count = reading_->folder->size();
+        const std::size_t count = reading_->rows.size();
         RowFiller filler(tree_view_, count);
         for (std::size_t index = 0; index < count; ++index) {
             if (index % kRowsPerStep == 0 && !beside_.wait_for(FolderReading::step_of(index), turns))
