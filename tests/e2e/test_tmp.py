@@ -29,12 +29,18 @@ class OpenWatch:
 class Planted(DesktopTest):
     def setUp(self):
         super().setUp()
-        self.addCleanup(lambda: [remove(path) for path in FIFOS + OTHERS + [ENGINE_FOLDER]])
+        self.clear()
+        self.addCleanup(self.clear)
         self.precious, self.folder, self.fifo, self.missing, self.device = (
             os.path.join(self.desktop.top, name) for name in ("precious", "folder", "fifo", "missing", "device"))
         write(self.precious)
         os.mkdir(self.folder)
         os.mkfifo(self.fifo)
+
+    @staticmethod
+    def clear():
+        for path in FIFOS + OTHERS + [ENGINE_FOLDER]:
+            remove(path)
 
     def run_both(self, engine_may_start=False):
         """The engine refuses and says which path; the window opens, works and closes."""
