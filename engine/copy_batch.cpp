@@ -18,11 +18,22 @@ constexpr std::chrono::milliseconds kBeat{100};
 constexpr std::size_t kBufferSize = 256UL * 1024;
 constexpr std::size_t kKernelSlice = 1024UL * 1024;
 constexpr std::uint64_t kFlushStep = 32ULL * 1024 * 1024;
-constexpr std::size_t kMostWaitingFiles = 128;
+constexpr std::size_t kMostWaitingFiles = 400;
 constexpr std::uint64_t kMostWaitingBytes = 64ULL * 1024 * 1024;
 constexpr mode_t kPrivateFolder = 0700;
 constexpr std::size_t kNamesTold = 5;
 constexpr std::size_t kLongestSummary = 900;
+
+class KeepsFoldersOpen {
+  public:
+    explicit KeepsFoldersOpen(RemoteFileSystem& files) : files_(files) { files_.keep_folder_open(true); }
+    KeepsFoldersOpen(const KeepsFoldersOpen&) = delete;
+    KeepsFoldersOpen& operator=(const KeepsFoldersOpen&) = delete;
+    ~KeepsFoldersOpen() { files_.keep_folder_open(false); }
+
+  private:
+    RemoteFileSystem& files_;
+};
 
 }  // namespace
 
@@ -118,6 +129,8 @@ void CopyBatch::measure(const std::string& path, const Entry& entry) {
 }
 
 void CopyBatch::run(const std::vector<CopyItem>& items) {
+    const KeepsFoldersOpen source_kept(source_.files);
+    const KeepsFoldersOpen target_kept(target_.files);
     for (const CopyItem& item : items) {
         Entry entry;
         if (source_.files.stat(item.source, entry) == 0)

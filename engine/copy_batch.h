@@ -89,7 +89,7 @@ class CopyBatch {
     std::uint64_t done_bytes_ = 0;
     std::uint64_t unflushed_bytes_ = 0;
     std::uint64_t done_entries_ = 0;
-    // Written, but still under temporary names: they are flushed together.
+    // Written, but not yet under their names: they are flushed together.
     std::vector<std::unique_ptr<FileSink>> sinks_;
     std::vector<Waiting> waiting_;
     std::set<std::string> waiting_targets_;

@@ -47,8 +47,9 @@ int read_entry(int folder, const char* name, int flags, Entry& entry) {
     entry.size = status.stx_size;
     entry.mode = status.stx_mode & 07777U;
     // A copy belongs to who copies: it may not run with that user's rights for everybody.
-    if (status.stx_uid != geteuid())
-        entry.mode &= ~static_cast<mode_t>(S_ISUID | S_ISGID);
+    constexpr mode_t kRunsAsOwner = S_ISUID | S_ISGID;
+    if ((entry.mode & kRunsAsOwner) != 0 && status.stx_uid != geteuid())
+        entry.mode &= ~kRunsAsOwner;
     entry.created = to_timespec((status.stx_mask & STATX_BTIME) != 0 ? status.stx_btime : status.stx_ctime);
     entry.accessed = to_timespec(status.stx_atime);
     entry.modified = to_timespec(status.stx_mtime);
@@ -165,25 +166,26 @@ int FolderFileSystem::list(const std::string& folder, std::vector<Entry>& entrie
 }
 
 int FolderFileSystem::stat(const std::string& path, Entry& entry) {
-    FileDescriptor folder;
     if (path.empty()) {
-        if (const int error = tree_.open(path, O_PATH | O_DIRECTORY, folder); error != 0)
+        FileDescriptor root;
+        if (const int error = tree_.open(path, O_PATH | O_DIRECTORY, root); error != 0)
             return error;
-        return read_entry(folder.get(), "", AT_EMPTY_PATH, entry);
+        return read_entry(root.get(), "", AT_EMPTY_PATH, entry);
     }
+    SharedFolder parent;
     std::string name;
-    if (const int error = tree_.open_parent(path, folder, name); error != 0)
+    if (const int error = tree_.open_parent(path, parent, name); error != 0)
         return error;
-    return read_entry(folder.get(), name.c_str(), 0, entry);
+    return read_entry(parent->get(), name.c_str(), 0, entry);
 }
 
 int FolderFileSystem::read_link(const std::string& path, std::string& target) {
-    FileDescriptor parent;
+    SharedFolder parent;
     std::string name;
     if (const int error = tree_.open_parent(path, parent, name); error != 0)
         return error;
     std::array<char, PATH_MAX> buffer{};
-    const ssize_t length = readlinkat(parent.get(), name.c_str(), buffer.data(), buffer.size());
+    const ssize_t length = readlinkat(parent->get(), name.c_str(), buffer.data(), buffer.size());
     if (length < 0)
         return errno;
     target.assign(buffer.data(), static_cast<std::size_t>(length));
@@ -208,11 +210,11 @@ int FolderFileSystem::folder_chain(const std::string& folder, std::vector<FileId
 }
 
 int FolderFileSystem::open_source(const std::string& path, std::unique_ptr<FileSource>& source) {
-    FileDescriptor parent;
+    SharedFolder parent;
     std::string name;
     if (const int error = tree_.open_parent(path, parent, name); error != 0)
         return error;
-    FileDescriptor file(openat(parent.get(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    FileDescriptor file(openat(parent->get(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     struct stat status {};
     if (!file || fstat(file.get(), &status) != 0)
         return errno;
@@ -223,7 +225,7 @@ int FolderFileSystem::open_source(const std::string& path, std::unique_ptr<FileS
 }
 
 int FolderFileSystem::open_sink(const std::string& path, bool replace, std::unique_ptr<FileSink>& sink) {
-    FileDescriptor parent;
+    SharedFolder parent;
     std::string name;
     if (const int error = tree_.open_parent(path, parent, name); error != 0)
         return error;
@@ -277,31 +279,31 @@ void FolderFileSystem::sweep(const std::string& folder) {
 }
 
 int FolderFileSystem::make_folder(const std::string& path, mode_t mode) {
-    FileDescriptor parent;
+    SharedFolder parent;
     std::string name;
     if (const int error = tree_.open_parent(path, parent, name); error != 0)
         return error;
-    return mkdirat(parent.get(), name.c_str(), mode) == 0 ? 0 : errno;
+    return mkdirat(parent->get(), name.c_str(), mode) == 0 ? 0 : errno;
 }
 
 int FolderFileSystem::make_link(const std::string& path, const std::string& target, const Entry& entry,
                                 bool replace) {
-    FileDescriptor parent;
+    SharedFolder parent;
     std::string name;
     if (const int error = tree_.open_parent(path, parent, name); error != 0)
         return error;
     const std::string temporary = temporary_name();
-    if (symlinkat(target.c_str(), parent.get(), temporary.c_str()) != 0)
+    if (symlinkat(target.c_str(), parent->get(), temporary.c_str()) != 0)
         return errno;
     const std::array<timespec, 2> times{entry.accessed, entry.modified};
-    (void)utimensat(parent.get(), temporary.c_str(), times.data(), AT_SYMLINK_NOFOLLOW);
+    (void)utimensat(parent->get(), temporary.c_str(), times.data(), AT_SYMLINK_NOFOLLOW);
     int error = 0;
     if (!replace)
-        error = rename_to_free_name(parent.get(), temporary, parent.get(), name);
-    else if (renameat(parent.get(), temporary.c_str(), parent.get(), name.c_str()) != 0)
+        error = rename_to_free_name(parent->get(), temporary, parent->get(), name);
+    else if (renameat(parent->get(), temporary.c_str(), parent->get(), name.c_str()) != 0)
         error = errno;
     if (error != 0)
-        (void)unlinkat(parent.get(), temporary.c_str(), 0);
+        (void)unlinkat(parent->get(), temporary.c_str(), 0);
     return error;
 }
 
@@ -313,32 +315,32 @@ int FolderFileSystem::set_attributes(const std::string& path, const Entry& entry
 }
 
 int FolderFileSystem::rename(const std::string& from, const std::string& to) {
-    FileDescriptor from_parent;
-    FileDescriptor to_parent;
+    SharedFolder from_parent;
+    SharedFolder to_parent;
     std::string from_name;
     std::string to_name;
     if (const int error = tree_.open_parent(from, from_parent, from_name); error != 0)
         return error;
     if (const int error = tree_.open_parent(to, to_parent, to_name); error != 0)
         return error;
-    return rename_to_free_name(from_parent.get(), from_name, to_parent.get(), to_name);
+    return rename_to_free_name(from_parent->get(), from_name, to_parent->get(), to_name);
 }
 
 int FolderFileSystem::remove(const std::string& path, EntryKind kind, std::string& failed) {
-    FileDescriptor parent;
+    SharedFolder parent;
     std::string name;
     failed = path;
     if (const int error = tree_.open_parent(path, parent, name); error != 0)
         return error;
     Entry entry;
-    if (const int error = read_entry(parent.get(), name.c_str(), 0, entry); error != 0)
+    if (const int error = read_entry(parent->get(), name.c_str(), 0, entry); error != 0)
         return error;
     if (entry.kind == EntryKind::kFolder && kind != EntryKind::kFolder)
         return EISDIR;
     // A link to a folder is listed as one, but it is the link that goes.
     if (kind == EntryKind::kFolder && entry.kind != EntryKind::kFolder && entry.kind != EntryKind::kLink)
         return ENOTDIR;
-    const int error = remove_at(parent.get(), name, failed);
+    const int error = remove_at(parent->get(), name, failed);
     failed = join_path(parent_path(path), failed);
     return error;
 }
@@ -347,11 +349,11 @@ int FolderFileSystem::move_to_trash(const std::string& path) {
     FileDescriptor root;
     if (const int error = tree_.open("", O_PATH | O_DIRECTORY, root); error != 0)
         return error;
-    FileDescriptor parent;
+    SharedFolder parent;
     std::string name;
     if (const int error = tree_.open_parent(path, parent, name); error != 0)
         return error;
-    return trash_item(root.get(), parent.get(), path);
+    return trash_item(root.get(), parent->get(), path);
 }
 
 }  // namespace relay_hub::engine

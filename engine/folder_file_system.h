@@ -12,6 +12,7 @@ class FolderFileSystem : public RemoteFileSystem {
     // Null, with errno set, when folder cannot be opened as a folder.
     static std::unique_ptr<FolderFileSystem> open(const std::string& folder, Reach reach);
 
+    void keep_folder_open(bool keep) override { tree_.keep_parent(keep); }
     int list(const std::string& folder, std::vector<Entry>& entries) override;
     int stat(const std::string& path, Entry& entry) override;
     int read_link(const std::string& path, std::string& target) override;

@@ -102,19 +102,30 @@ int apply_attributes(int fd, const Entry& entry) {
     return 0;
 }
 
-FolderSink::FolderSink(FileDescriptor folder, std::string name, bool replace)
+FolderSink::FolderSink(SharedFolder folder, std::string name, bool replace)
     : folder_(std::move(folder)), name_(std::move(name)), replace_(replace) {}
 
 FolderSink::~FolderSink() {
-    if (!temporary_.empty() && unlinkat(folder_.get(), temporary_.c_str(), 0) != 0)
+    if (!temporary_.empty() && unlinkat(folder_->get(), temporary_.c_str(), 0) != 0)
         report_error(RELAY_HUB_HERE, errno, temporary_);
 }
 
 int FolderSink::create() {
+    return !replace_ && create_nameless() ? 0 : create_temporary();
+}
+
+bool FolderSink::create_nameless() {
+    static const bool can_be_named_later = access("/proc/self/fd", X_OK) == 0;
+    if (can_be_named_later)
+        file_.reset(openat(folder_->get(), ".", O_RDWR | O_TMPFILE | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    return static_cast<bool>(file_);
+}
+
+int FolderSink::create_temporary() {
     while (true) {
         std::string name = temporary_name();
-        const int fd = openat(folder_.get(), name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                              S_IRUSR | S_IWUSR);
+        const int fd = openat(folder_->get(), name.c_str(),
+                              O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
         if (fd < 0 && errno == EEXIST)
             continue;
         if (fd < 0)
@@ -151,11 +162,19 @@ int FolderSink::sync_file_system() {
     return syncfs(file_.get()) == 0 ? 0 : errno;
 }
 
+int FolderSink::take_free_name() const {
+    if (!temporary_.empty())
+        return rename_to_free_name(folder_->get(), temporary_, folder_->get(), name_);
+    const std::string nameless = "/proc/self/fd/" + std::to_string(file_.get());
+    return linkat(AT_FDCWD, nameless.c_str(), folder_->get(), name_.c_str(), AT_SYMLINK_FOLLOW) == 0 ? 0
+                                                                                                     : errno;
+}
+
 int FolderSink::publish() {
     int error = 0;
     if (!replace_)
-        error = rename_to_free_name(folder_.get(), temporary_, folder_.get(), name_);
-    else if (renameat(folder_.get(), temporary_.c_str(), folder_.get(), name_.c_str()) != 0)
+        error = take_free_name();
+    else if (renameat(folder_->get(), temporary_.c_str(), folder_->get(), name_.c_str()) != 0)
         error = errno;
     if (error != 0)
         return error;

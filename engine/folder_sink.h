@@ -1,19 +1,21 @@
 #pragma once
-// A file being written into a folder of this machine under a temporary name that a later run recognises.
+// A file being written into a folder of this machine. A new one has no name until it is whole, where the file
+// system can do that; one that replaces another has a temporary name that a later run recognises.
 // Used by FolderFileSystem alone.
 #include <string>
 
 #include "engine/remote_file_system.h"
+#include "engine/tree_root.h"
 #include "name_pipe/file_descriptor.h"
 
 namespace relay_hub::engine {
 
 class FolderSink : public FileSink {
   public:
-    FolderSink(FileDescriptor folder, std::string name, bool replace);
+    FolderSink(SharedFolder folder, std::string name, bool replace);
     ~FolderSink() override;
 
-    // Creates the temporary file, 0600 and locked, so that no sweep takes it for a left-over.
+    // Creates the file, 0600.
     int create();
     int write(const char* data, std::size_t size) override;
     [[nodiscard]] int descriptor() const override { return file_.get(); }
@@ -28,9 +30,14 @@ class FolderSink : public FileSink {
     int publish();
 
   private:
-    FileDescriptor folder_;
+    bool create_nameless();
+    // Locked, so that no sweep takes it for a left-over.
+    int create_temporary();
+    [[nodiscard]] int take_free_name() const;
+
+    SharedFolder folder_;
     std::string name_;
-    std::string temporary_;
+    std::string temporary_;  // empty for a file without a name
     bool replace_;
     FileDescriptor file_;
 };

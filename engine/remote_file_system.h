@@ -48,7 +48,7 @@ class FileSource {
     [[nodiscard]] virtual int descriptor() const = 0;
 };
 
-// A file being written, under a name of its own until commit(). Dropped without commit it leaves nothing.
+// A file being written, without its final name until commit(). Dropped without commit it leaves nothing.
 class FileSink {
   public:
     FileSink() = default;
@@ -69,6 +69,10 @@ class RemoteFileSystem {
     RemoteFileSystem(const RemoteFileSystem&) = delete;
     RemoteFileSystem& operator=(const RemoteFileSystem&) = delete;
     virtual ~RemoteFileSystem() = default;
+
+    // Between true and false the folder that was used last may be kept open for what follows in it; somebody
+    // who moves it meanwhile is followed.
+    virtual void keep_folder_open(bool keep) = 0;
 
     // In no particular order, without "." and "..".
     virtual int list(const std::string& folder, std::vector<Entry>& entries) = 0;

@@ -82,11 +82,29 @@ int TreeRoot::open(const std::string& path, int flags, FileDescriptor& opened) c
     return opened ? 0 : errno;
 }
 
-int TreeRoot::open_parent(const std::string& path, FileDescriptor& parent, std::string& name) const {
+int TreeRoot::open_parent(const std::string& path, SharedFolder& parent, std::string& name) const {
     if (path.empty())
         return EBUSY;
     name = base_name(path);
-    return open(parent_path(path), O_PATH | O_DIRECTORY, parent);
+    std::string folder_path = parent_path(path);
+    if (parent_ && folder_path == parent_path_) {
+        parent = parent_;
+        return 0;
+    }
+    FileDescriptor folder;
+    if (const int error = open(folder_path, O_PATH | O_DIRECTORY, folder); error != 0)
+        return error;
+    parent = std::make_shared<const FileDescriptor>(std::move(folder));
+    if (keeps_parent_) {
+        parent_ = parent;
+        parent_path_ = std::move(folder_path);
+    }
+    return 0;
+}
+
+void TreeRoot::keep_parent(bool keep) {
+    keeps_parent_ = keep;
+    parent_.reset();
 }
 
 }  // namespace relay_hub::engine

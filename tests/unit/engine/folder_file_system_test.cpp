@@ -99,12 +99,18 @@ TEST_F(FolderFiles, SweepTakesOnlyLeftOversOfDeadRuns) {
 }
 
 TEST_F(FolderFiles, AnUncommittedFileLeavesNothing) {
+    make_file("served/old", "old");
     std::unique_ptr<FileSink> sink;
-    ASSERT_EQ(remote_->open_sink("a", false, sink), 0);
-    ASSERT_EQ(sink->write("x", 1), 0);
-    EXPECT_EQ(names_in(served_).size(), 1U);
-    sink.reset();
-    EXPECT_TRUE(names_in(served_).empty());
+    for (const bool replace : {false, true}) {
+        ASSERT_EQ(remote_->open_sink(replace ? "old" : "new", replace, sink), 0);
+        ASSERT_EQ(sink->write("x", 1), 0);
+        std::vector<Entry> listed;
+        EXPECT_EQ(remote_->list("", listed), 0);
+        EXPECT_EQ(listed.size(), 1U);
+        sink.reset();
+        EXPECT_EQ(names_in(served_), Names{"old"});
+        EXPECT_EQ(content(served_ + "/old"), "old");
+    }
 
     // One that appeared meanwhile is not overwritten.
     ASSERT_EQ(remote_->open_sink("a", false, sink), 0);
@@ -113,7 +119,18 @@ TEST_F(FolderFiles, AnUncommittedFileLeavesNothing) {
     sinks.push_back(std::move(sink));
     EXPECT_EQ(remote_->commit(sinks), std::vector<int>{EEXIST});
     EXPECT_EQ(content(served_ + "/a"), "other");
-    EXPECT_EQ(names_in(served_).size(), 1U);
+    EXPECT_EQ(names_in(served_), (Names{"a", "old"}));
+}
+
+TEST_F(FolderFiles, AFolderKeptOpenIsForgottenAfterwards) {
+    make_file("served/folder/file", "1");
+    Entry entry;
+    remote_->keep_folder_open(true);
+    ASSERT_EQ(remote_->stat("folder/file", entry), 0);
+    std::filesystem::rename(at("served/folder"), at("served/moved"));
+    EXPECT_EQ(remote_->stat("folder/file", entry), 0);
+    remote_->keep_folder_open(false);
+    EXPECT_EQ(remote_->stat("folder/file", entry), ENOENT);
 }
 
 }  // namespace
