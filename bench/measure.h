@@ -65,6 +65,12 @@ inline void print_ratio(const char* name, double ours, double yardstick, double 
                        yardstick * 1000, ours / yardstick, target, verdict(ours / yardstick <= target));
 }
 
+// Told for comparison; it has no mark.
+inline void print_comparison(const char* name, double time, double yardstick) {
+    (void)std::fprintf(rows(), "%-66s %10.3f ms %10.3f ms  %5.2f x\n", name, time * 1000, yardstick * 1000,
+                       time / yardstick);
+}
+
 // A figure against a fixed limit.
 inline void print_limit(const char* name, double ours, const char* unit, double limit) {
     (void)std::fprintf(rows(), "%-66s %10.3f %-13s (at most %g) %s\n", name, ours, unit, limit,
