@@ -2,6 +2,7 @@
 // directions, progress reports. Usage: bench_engine FOLDER (on the disk to be measured; needs a display, and
 // no other engine under /tmp).
 #include <gtk/gtk.h>
+#include <sched.h>
 #include <sys/resource.h>
 
 #include <atomic>
@@ -42,7 +43,7 @@ constexpr std::size_t kBigBytes = std::size_t{1} << 30U;
 constexpr int kSmallFiles = 10000;
 constexpr int kFolders = 1000;
 constexpr int kExchanges = 300;
-constexpr int kCopyRounds = 3;
+constexpr int kCopyRounds = 5;
 constexpr std::chrono::seconds kWaiting{10};
 
 double cpu_seconds() {
@@ -124,7 +125,16 @@ void heartbeat() {
          "heartbeat");
 }
 
-void small_requests(const fs::path& folder) {
+// Where the scheduler puts two processes that wait for each other is its own affair: both ways are shown.
+void keep_on(pid_t process, std::initializer_list<std::size_t> processors) {
+    cpu_set_t set;
+    CPU_ZERO(&set);
+    for (const std::size_t processor : processors)
+        CPU_SET(processor, &set);
+    must(::sched_setaffinity(process, sizeof set, &set) == 0, "sched_setaffinity");
+}
+
+void small_requests(const fs::path& folder, pid_t engine) {
     const Peer peer(folder / "bare", std::string(60, 'x'));
     const auto ask = [&peer] { must(!peer.ask().empty(), "exchange"); };
     // What is left of a request when nothing is built, traced, checked or parsed: a thread that may wait for
@@ -142,11 +152,22 @@ void small_requests(const fs::path& folder) {
     };
     heartbeat();
     const bench::Pair times = bench::alternate(kExchanges, heartbeat, ask);
-    const bench::Pair floor = bench::alternate(kExchanges, ask_beside_main_loop, ask);
     bench::print_ratio("heartbeat through builder, runner, engine, reader / bare exchange",
                        bench::median(times.ours), bench::median(times.yardstick), 2);
-    bench::print_comparison("  a bare exchange on a thread beside the main loop / bare exchange",
-                            bench::median(floor.ours), bench::median(floor.yardstick));
+    const auto compare = [&ask](const char* name, const std::function<void()>& exchange) {
+        const bench::Pair pair = bench::alternate(kExchanges, exchange, ask);
+        bench::print_comparison(name, bench::median(pair.ours), bench::median(pair.yardstick));
+    };
+    compare("  a bare exchange on a thread beside the main loop / bare exchange", ask_beside_main_loop);
+    keep_on(0, {0});
+    for (const pid_t other : {engine, peer.process()})
+        keep_on(other, {0});
+    compare("  heartbeat / bare exchange, both processes on one processor", heartbeat);
+    for (const pid_t other : {engine, peer.process()})
+        keep_on(other, {1});
+    compare("  heartbeat / bare exchange, each on a processor of its own", heartbeat);
+    keep_on(0, {0, 1});
+    keep_on(engine, {0, 1});
 }
 
 void waiting(const fs::path& folder) {
@@ -174,6 +195,7 @@ class EngineProcess {
     }
     EngineProcess(const EngineProcess&) = delete;
     EngineProcess& operator=(const EngineProcess&) = delete;
+    [[nodiscard]] pid_t process() const { return child_; }
     ~EngineProcess() {
         ::kill(child_, SIGTERM);
         ::waitpid(child_, nullptr, 0);
@@ -357,7 +379,7 @@ void run(const fs::path& folder, const fs::path& engine_program) {
         const EngineProcess engine(engine_program, served);
         while (!fs::exists(std::string(kCommandPipe) + "_OUT"))
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        small_requests(folder);
+        small_requests(folder, engine.process());
         make_copy_sets(served);
         Copies copies(served);
         for (const CopySet& set : kCopySets)

@@ -61,6 +61,8 @@ class Peer {
         ::waitpid(child_, nullptr, 0);
     }
 
+    [[nodiscard]] pid_t process() const { return child_; }
+
     // One exchange without anything of ours.
     [[nodiscard]] std::string ask() const {
         relay_hub::FileDescriptor in(::open((base_ + "_IN").c_str(), O_WRONLY | O_CLOEXEC));
