@@ -18,11 +18,16 @@ constexpr std::chrono::milliseconds kBeat{100};
 constexpr std::size_t kBufferSize = 256UL * 1024;
 constexpr std::size_t kKernelSlice = 1024UL * 1024;
 constexpr std::uint64_t kFlushStep = 32ULL * 1024 * 1024;
-constexpr std::size_t kMostWaitingFiles = 400;
+constexpr long kMostWaitingFiles = 400;
 constexpr std::uint64_t kMostWaitingBytes = 64ULL * 1024 * 1024;
 constexpr mode_t kPrivateFolder = 0700;
 constexpr std::size_t kNamesTold = 5;
 constexpr std::size_t kLongestSummary = 900;
+
+// Each of them keeps a descriptor open, and other work needs some as well.
+std::size_t most_waiting_files() {
+    return static_cast<std::size_t>(std::clamp(sysconf(_SC_OPEN_MAX) / 2, 1L, kMostWaitingFiles));
+}
 
 class KeepsFoldersOpen {
   public:
@@ -74,6 +79,7 @@ CopyBatch::CopyBatch(CopySide source, CopySide target,
       target_(std::move(target)),
       may_travel_(std::move(may_travel)),
       front_end_(front_end),
+      most_waiting_files_(most_waiting_files()),
       start_(steady_clock::now()),
       last_poll_(start_ - kBeat),
       last_report_(start_ - kBeat) {}
@@ -287,7 +293,7 @@ void CopyBatch::copy_file(const std::string& source, const Entry& entry, const s
     waiting_.push_back({source, target, entry.size});
     waiting_targets_.insert(target);
     waiting_bytes_ += entry.size;
-    if (sinks_.size() >= kMostWaitingFiles || waiting_bytes_ >= kMostWaitingBytes)
+    if (sinks_.size() >= most_waiting_files_ || waiting_bytes_ >= kMostWaitingBytes)
         publish_waiting();
 }
 

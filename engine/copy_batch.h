@@ -75,6 +75,7 @@ class CopyBatch {
     CopySide target_;
     std::function<bool(const std::string&)> may_travel_;
     FrontEnd& front_end_;
+    std::size_t most_waiting_files_;
 
     bool stop_ = false;
     bool replace_all_ = false;

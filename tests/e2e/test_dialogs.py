@@ -39,13 +39,7 @@ class EveryDialog(test_panes.PaneTest):
         d.menu(side, "New Folder")
         d.answer("Create New Folder")
         self.refuse("valid name")
-        d.answer("Create New Folder", "b.txt")
-        self.refuse("cannot be created" if side == LOCAL else "Operation Fail.")
-        self.settled(side, "b.txt")
-        d.ask("Rename", "F2")
-        for name, words in (("c.txt", "already has that name"), ("x/y", "cannot be renamed")):
-            d.answer("Rename", name)
-            self.refuse(words)
+        self.refuse_names(side)
         if side == LOCAL:  # where the dialog itself refuses
             self.press("Cancel", "Rename")
         for button, row in (("Cancel", "b.txt"), ("OK", "c.txt")):

@@ -39,6 +39,17 @@ class PaneTest(DesktopTest):
         wait_for(lambda: not d.dialog() and d.selected(side) == list(selected) and d.has_focus(side),
                  what=f"focus and {selected}")
 
+    def refuse_names(self, side):
+        """A folder, while its dialog asks, of a name that is taken; then new names for b.txt."""
+        d = self.desktop
+        d.answer("Create New Folder", "b.txt")
+        self.refuse("cannot be created" if side == LOCAL else "Operation Fail.")
+        self.settled(side, "b.txt")
+        d.ask("Rename", "F2")
+        for name, words in (("c.txt", "already has that name"), ("x/y", "cannot be renamed")):
+            d.answer("Rename", name)
+            self.refuse(words)
+
 
 class Actions(PaneTest):
     def test_windows_paths(self):
@@ -61,14 +72,7 @@ class Actions(PaneTest):
         self.settled(side, "aa new")
         self.assertTrue(os.path.isdir(os.path.join(folder, "aa new")))
         d.ask("Create New Folder", "ctrl+shift+n")
-        d.answer("Create New Folder", "b.txt")
-        self.refuse("cannot be created" if side == LOCAL else "Operation Fail.")
-        self.settled(side, "b.txt")
-
-        d.ask("Rename", "F2")
-        for name, words in (("c.txt", "already has that name"), ("x/y", "cannot be renamed")):
-            d.answer("Rename", name)
-            self.refuse(words)
+        self.refuse_names(side)
         if not slash_refused_by_dialog:
             self.settled(side, "b.txt")
             d.ask("Rename", "F2")

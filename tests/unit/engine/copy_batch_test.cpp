@@ -1,5 +1,7 @@
 #include "engine/copy_batch.h"
 
+#include <sys/resource.h>
+
 #include "engine/names.h"
 #include "engine_sandbox.h"
 
@@ -61,6 +63,19 @@ TEST_F(Copying, FailuresAreCollectedAndTheRestGoesOn) {
     EXPECT_EQ(content(mine_ + "/good"), "g");
     EXPECT_EQ(content(mine_ + "/folder"), "i am a file");
     EXPECT_TRUE(front_end_.questions.empty());
+}
+
+TEST_F(Copying, ManyFilesWithFewDescriptors) {
+    for (int number = 0; number < 100; ++number)
+        make_file("served/many/" + std::to_string(number), "x");
+    rlimit usual{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &usual), 0);
+    const rlimit few{48, usual.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
+    run({"many"});
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &usual), 0);
+    EXPECT_EQ(failed_items(), Names{});
+    EXPECT_EQ(names_in(mine_ + "/many").size(), 100U);
 }
 
 TEST_F(Copying, NothingOntoOrIntoItself) {
