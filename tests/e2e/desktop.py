@@ -123,6 +123,12 @@ class Desktop:
         self.engine = self.spawn([ENGINE, "--serve", self.remote, "--quiet", *options])
         wait_for(lambda: os.path.exists(FIFOS[1]), what="the engine's pipes")
 
+    def hold_engine(self):
+        """Returns once each of its threads stands still: until then one of them may go on."""
+        self.engine.send_signal(signal.SIGSTOP)
+        wait_for(lambda: os.waitid(os.P_PID, self.engine.pid, os.WSTOPPED | os.WNOHANG | os.WNOWAIT),
+                 what="the engine to stand still")
+
     def start_window(self):
         self.window = self.spawn([WINDOW], cwd=BUILD)
         wait_for(self.find_app, what="the window")

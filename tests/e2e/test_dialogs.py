@@ -67,7 +67,7 @@ class EveryDialog(test_panes.PaneTest):
         d.select(side, "c.txt")
         d.menu(side, "Copy", "c.txt")
         for pane, item in ((target, "Paste"), (REMOTE, "Refresh")):
-            d.engine.send_signal(signal.SIGSTOP)
+            d.hold_engine()
             d.menu(pane, item)
             dialog = d.wait_dialog()
             if item == "Paste":

@@ -58,7 +58,7 @@ class LinkTest(DesktopTest):
     def hang_copy(self, name="up"):
         """A copy whose engine stands still in its middle, about to write; its progress dialog."""
         question = self.ask_overwrite(name)
-        self.tell_engine(signal.SIGSTOP)
+        self.desktop.hold_engine()
         self.desktop.press(question, "Yes")
         wait_for(lambda: not self.desktop.dialog("Confirmation"), what="the question to close")
         return self.desktop.wait_dialog("File Operations")
@@ -159,7 +159,7 @@ class Leaving(LinkTest):
         self.assertEqual(d.close(), 0)
 
     def hang_listing(self):
-        self.tell_engine(signal.SIGSTOP)
+        self.desktop.hold_engine()
         self.desktop.open(REMOTE, "sub")
         self.desktop.wait_dialog("Processing…")
 
