@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <glib.h>
 #include <sys/file.h>
+#include <sys/sendfile.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -162,12 +163,41 @@ int FolderSink::sync_file_system() {
     return syncfs(file_.get()) == 0 ? 0 : errno;
 }
 
-int FolderSink::take_free_name() const {
-    if (!temporary_.empty())
-        return rename_to_free_name(folder_->get(), temporary_, folder_->get(), name_);
-    const std::string nameless = "/proc/self/fd/" + std::to_string(file_.get());
-    return linkat(AT_FDCWD, nameless.c_str(), folder_->get(), name_.c_str(), AT_SYMLINK_FOLLOW) == 0 ? 0
-                                                                                                     : errno;
+int FolderSink::take_free_name() {
+    if (temporary_.empty()) {
+        const std::string nameless = "/proc/self/fd/" + std::to_string(file_.get());
+        if (linkat(AT_FDCWD, nameless.c_str(), folder_->get(), name_.c_str(), AT_SYMLINK_FOLLOW) == 0)
+            return 0;
+        if (errno == EEXIST)
+            return EEXIST;
+        if (const int error = move_to_temporary(); error != 0)
+            return error;
+    }
+    return rename_to_free_name(folder_->get(), temporary_, folder_->get(), name_);
+}
+
+int FolderSink::move_to_temporary() {
+    const FileDescriptor nameless = std::move(file_);
+    struct stat status {};
+    if (fstat(nameless.get(), &status) != 0)
+        return errno;
+    if (const int error = create_temporary(); error != 0)
+        return error;
+    off_t done = 0;
+    while (done < status.st_size) {
+        const ssize_t count =
+            sendfile(file_.get(), nameless.get(), &done, static_cast<std::size_t>(status.st_size - done));
+        if (count == 0)
+            return EIO;
+        if (count < 0 && errno != EINTR)
+            return errno;
+    }
+    Entry entry;
+    entry.mode = status.st_mode;
+    entry.accessed = status.st_atim;
+    entry.modified = status.st_mtim;
+    const int error = set_attributes(entry);
+    return error != 0 ? error : sync();
 }
 
 int FolderSink::publish() {

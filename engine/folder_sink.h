@@ -33,7 +33,9 @@ class FolderSink : public FileSink {
     bool create_nameless();
     // Locked, so that no sweep takes it for a left-over.
     int create_temporary();
-    [[nodiscard]] int take_free_name() const;
+    int take_free_name();
+    // For a file system that makes files without a name but cannot give them one.
+    int move_to_temporary();
 
     SharedFolder folder_;
     std::string name_;

@@ -1,6 +1,9 @@
 #include "engine/copy_batch.h"
 
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include "engine/names.h"
 #include "engine_sandbox.h"
@@ -9,6 +12,7 @@ namespace relay_hub::engine {
 namespace {
 
 constexpr char kBadName[] = "bad\xff";
+int linkat_error = 0;
 
 class Copying : public EngineSandbox {
   protected:
@@ -78,6 +82,24 @@ TEST_F(Copying, ManyFilesWithFewDescriptors) {
     EXPECT_EQ(names_in(mine_ + "/many").size(), 100U);
 }
 
+TEST_F(Copying, WhereAFileCannotGetItsNameByALink) {
+    const std::string text(300000, 'x');
+    make_file("served/tree/new", text);
+    ASSERT_EQ(chmod(at("served/tree/new").c_str(), 0640), 0);
+    const timespec times[2] = {{1'600'000'000, 0}, {1'500'000'000, 0}};
+    ASSERT_EQ(utimensat(AT_FDCWD, at("served/tree/new").c_str(), times, 0), 0);
+    linkat_error = EPERM;
+    run({"tree"});
+    linkat_error = 0;
+    EXPECT_EQ(failed_items(), Names{});
+    EXPECT_EQ(names_in(mine_ + "/tree"), Names{"new"});
+    EXPECT_EQ(content(mine_ + "/tree/new"), text);
+    struct stat status {};
+    ASSERT_EQ(stat((mine_ + "/tree/new").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, 0640U);
+    EXPECT_EQ(status.st_mtim.tv_sec, 1'500'000'000);
+}
+
 TEST_F(Copying, NothingOntoOrIntoItself) {
     make_file("served/tree/sub/file", "f");
     ASSERT_EQ(link(at("served/tree/sub/file").c_str(), at("mine/file").c_str()), 0);
@@ -97,3 +119,9 @@ TEST_F(Copying, NothingOntoOrIntoItself) {
 
 }  // namespace
 }  // namespace relay_hub::engine
+
+// In the place of the C library's.
+extern "C" int linkat(int from_folder, const char* from, int to_folder, const char* to, int flags) noexcept {
+    errno = relay_hub::engine::linkat_error;
+    return errno != 0 ? -1 : static_cast<int>(syscall(SYS_linkat, from_folder, from, to_folder, to, flags));
+}
