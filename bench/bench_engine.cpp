@@ -13,6 +13,7 @@
 #include <thread>
 #include <vector>
 
+#include "base/log.h"
 #include "bench/measure.h"
 #include "bench/peer.h"
 #include "engine/front_end_link.h"
@@ -20,15 +21,14 @@
 #include "link_engine/message_names.h"
 #include "link_engine/request_builders.h"
 #include "link_engine/request_items.h"
-#include "name_pipe/log.h"
 #include "name_pipe/name_pipe_base.h"
 #include "side_function/panes.h"
 #include "side_function/right_side.h"
-#include "ui/base/ui_sets.h"
-#include "ui/base/window_thread.h"
 #include "ui/start_up.h"
 #include "util/file_op.h"
 #include "util/path_time_text.h"
+#include "window/ui_sets.h"
+#include "window/window_thread.h"
 #include "xml_doc/zev_xml.h"
 #include "xml_op/answer_readers.h"
 

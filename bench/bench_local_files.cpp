@@ -18,8 +18,8 @@
 #include <thread>
 #include <vector>
 
+#include "base/file_descriptor.h"
 #include "bench/measure.h"
-#include "name_pipe/file_descriptor.h"
 #include "util/file_op.h"
 #include "util/path_time_text.h"
 #include "util/sorted_folder.h"

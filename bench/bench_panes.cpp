@@ -9,21 +9,21 @@
 #include <string>
 #include <vector>
 
+#include "base/log.h"
 #include "bench/measure.h"
 #include "bench/peer.h"
 #include "engine/file_list.h"
 #include "engine/names.h"
 #include "engine/remote_file_system.h"
 #include "link_engine/request_builders.h"
-#include "name_pipe/log.h"
 #include "name_pipe/name_pipe_base.h"
 #include "tree_view_op/file_list_view.h"
-#include "ui/base/ui_sets.h"
-#include "ui/base/window_thread.h"
 #include "ui/link_status_monitor.h"
 #include "ui/main_window.h"
 #include "ui/navigation.h"
 #include "ui/start_up.h"
+#include "window/ui_sets.h"
+#include "window/window_thread.h"
 #include "xml_op/xml_owners.h"
 
 namespace {

@@ -16,8 +16,8 @@
 #include <thread>
 #include <utility>
 
+#include "base/file_descriptor.h"
 #include "bench/measure.h"
-#include "name_pipe/file_descriptor.h"
 
 namespace bench {
 

@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "base/diagnostics.h"
 #include "engine/names.h"
 #include "engine/wire_text.h"
-#include "name_pipe/diagnostics.h"
 
 namespace relay_hub::engine {
 namespace {

@@ -10,8 +10,8 @@
 #include <cstdio>
 #include <utility>
 
+#include "base/diagnostics.h"
 #include "engine/wire_text.h"
-#include "name_pipe/diagnostics.h"
 
 namespace relay_hub::engine {
 namespace {

@@ -12,7 +12,7 @@
 #include <array>
 #include <cerrno>
 
-#include "name_pipe/diagnostics.h"
+#include "base/diagnostics.h"
 
 namespace relay_hub::engine {
 namespace {

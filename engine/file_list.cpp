@@ -6,9 +6,9 @@
 #include <memory>
 #include <utility>
 
+#include "base/diagnostics.h"
 #include "engine/wire_text.h"
 #include "link_engine/message_names.h"
-#include "name_pipe/diagnostics.h"
 
 namespace relay_hub::engine {
 namespace {

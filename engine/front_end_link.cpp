@@ -10,9 +10,9 @@
 #include <cstring>
 #include <utility>
 
+#include "base/diagnostics.h"
 #include "engine/wire_text.h"
 #include "link_engine/message_names.h"
-#include "name_pipe/diagnostics.h"
 #include "xml_doc/zev_xml.h"
 
 namespace relay_hub::engine {

@@ -8,7 +8,7 @@
 #include <cerrno>
 #include <cstdlib>
 
-#include "name_pipe/diagnostics.h"
+#include "base/diagnostics.h"
 
 namespace relay_hub::engine {
 namespace {

@@ -2,7 +2,7 @@
 // One engine for each user: a lock file in the user's runtime directory, locked as long as this object lives.
 #include <string>
 
-#include "name_pipe/file_descriptor.h"
+#include "base/file_descriptor.h"
 
 namespace relay_hub::engine {
 

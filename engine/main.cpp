@@ -13,13 +13,13 @@
 #include <cstdio>
 #include <thread>
 
+#include "base/diagnostics.h"
 #include "engine/engine_server.h"
-#include "engine/folder_file_system.h"
+#include "engine/folder/folder_file_system.h"
 #include "engine/front_end_link.h"
 #include "engine/instance_lock.h"
 #include "engine/offline_notifier.h"
 #include "engine/options.h"
-#include "name_pipe/diagnostics.h"
 
 namespace {
 

@@ -5,10 +5,10 @@
 #include <optional>
 #include <string_view>
 
+#include "base/diagnostics.h"
 #include "engine/file_list.h"
 #include "engine/wire_text.h"
 #include "link_engine/message_names.h"
-#include "name_pipe/diagnostics.h"
 #include "xml_doc/zev_xml.h"
 
 namespace relay_hub::engine {

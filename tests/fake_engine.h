@@ -9,11 +9,11 @@
 #include <thread>
 #include <vector>
 
+#include "base/abandon.h"
+#include "base/fifo.h"
+#include "base/frame.h"
 #include "link_engine/engine_callbacks.h"
 #include "link_engine/request_builders.h"
-#include "name_pipe/abandon.h"
-#include "name_pipe/fifo.h"
-#include "name_pipe/frame.h"
 #include "name_pipe/name_pipe_base.h"
 #include "unit/name_pipe/support.h"
 

@@ -12,10 +12,10 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "base/diagnostics.h"
+#include "base/file_descriptor.h"
 #include "link_engine/answer_slot.h"
 #include "link_engine/command_runner.h"
-#include "name_pipe/diagnostics.h"
-#include "name_pipe/file_descriptor.h"
 
 int* g_shm_id_ptr = nullptr;
 volatile int signal_count = 0;

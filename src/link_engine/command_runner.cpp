@@ -11,14 +11,14 @@
 #include <mutex>
 #include <vector>
 
+#include "base/abandon.h"
+#include "base/diagnostics.h"
 #include "link_engine/answer_slot.h"
 #include "link_engine/cancel_grace.h"
 #include "link_engine/confirmation.h"
 #include "link_engine/engine_callbacks.h"
 #include "link_engine/request_builders.h"
 #include "link_engine/transfer_state.h"
-#include "name_pipe/abandon.h"
-#include "name_pipe/diagnostics.h"
 
 namespace relay_hub {
 namespace {

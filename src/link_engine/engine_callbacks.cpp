@@ -10,11 +10,11 @@
 #include <mutex>
 #include <string>
 
+#include "base/diagnostics.h"
+#include "base/log.h"
 #include "link_engine/confirmation.h"
 #include "link_engine/message_names.h"
 #include "link_engine/transfer_state.h"
-#include "name_pipe/diagnostics.h"
-#include "name_pipe/log.h"
 #include "name_pipe/name_pipe_base.h"
 #include "util/user_questions.h"
 #include "xml_doc/zev_xml.h"

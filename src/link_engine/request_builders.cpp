@@ -10,12 +10,12 @@
 #include <cstdio>
 #include <mutex>
 
+#include "base/abandon.h"
+#include "base/log.h"
 #include "link_engine/answer_slot.h"
 #include "link_engine/message_names.h"
 #include "link_engine/request_items.h"
 #include "link_engine/send_args.h"
-#include "name_pipe/abandon.h"
-#include "name_pipe/log.h"
 #include "name_pipe/name_pipe_base.h"
 #include "xml_doc/well_formed.h"
 #include "xml_doc/zev_xml.h"

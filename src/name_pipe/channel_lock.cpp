@@ -7,7 +7,7 @@
 #include <map>
 #include <mutex>
 
-#include "name_pipe/diagnostics.h"
+#include "base/diagnostics.h"
 #include "name_pipe/name_pipe_base.h"
 
 namespace relay_hub {

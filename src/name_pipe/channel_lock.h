@@ -3,8 +3,8 @@
 // answer to a request that was given up. Channels live as long as the process. Any thread.
 #include <string>
 
-#include "name_pipe/fifo.h"
-#include "name_pipe/frame.h"
+#include "base/fifo.h"
+#include "base/frame.h"
 
 namespace relay_hub {
 

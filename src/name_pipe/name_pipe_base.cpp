@@ -5,7 +5,7 @@
 #include <string_view>
 #include <utility>
 
-#include "name_pipe/log.h"
+#include "base/log.h"
 #include "name_pipe/name_pipe_client.h"
 #include "name_pipe/name_pipe_io.h"
 #include "xml_doc/zev_xml.h"

@@ -11,9 +11,9 @@
 #include <cstring>
 #include <string>
 
+#include "base/frame.h"
+#include "base/log.h"
 #include "name_pipe/channel_lock.h"
-#include "name_pipe/frame.h"
-#include "name_pipe/log.h"
 #include "name_pipe/name_pipe_base.h"
 #include "name_pipe/name_pipe_io.h"
 

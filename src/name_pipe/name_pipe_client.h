@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "name_pipe/fifo.h"
+#include "base/fifo.h"
 
 namespace relay_hub {
 

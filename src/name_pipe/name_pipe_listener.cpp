@@ -10,12 +10,12 @@
 #include <exception>
 #include <mutex>
 
-#include "name_pipe/diagnostics.h"
-#include "name_pipe/frame.h"
+#include "base/diagnostics.h"
+#include "base/frame.h"
+#include "base/zeroed_memory.h"
 #include "name_pipe/name_pipe_base.h"
 #include "name_pipe/name_pipe_client.h"
 #include "name_pipe/name_pipe_io.h"
-#include "name_pipe/zeroed_memory.h"
 
 namespace {
 

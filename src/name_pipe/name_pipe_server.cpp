@@ -7,9 +7,9 @@
 #include <optional>
 #include <string>
 
-#include "name_pipe/diagnostics.h"
-#include "name_pipe/fifo.h"
-#include "name_pipe/frame.h"
+#include "base/diagnostics.h"
+#include "base/fifo.h"
+#include "base/frame.h"
 #include "name_pipe/name_pipe_base.h"
 #include "name_pipe/name_pipe_io.h"
 

@@ -4,6 +4,7 @@
 #include <iterator>
 #include <utility>
 
+#include "base/translated_text.h"
 #include "link_engine/command_runner.h"
 #include "link_engine/request_builders.h"
 #include "link_engine/transfer_state.h"
@@ -13,12 +14,11 @@
 #include "side_function/right_side.h"
 #include "side_function/transfer.h"
 #include "tree_view_op/file_list_view.h"
-#include "ui/base/closing.h"
-#include "ui/base/dialogs/message_dialog.h"
-#include "ui/base/dialogs/search_dialog.h"
-#include "ui/base/message_parent.h"
 #include "util/path_time_text.h"
-#include "util/translated_text.h"
+#include "window/closing.h"
+#include "window/dialogs/message_dialog.h"
+#include "window/dialogs/search_dialog.h"
+#include "window/message_parent.h"
 #include "xml_op/answer_readers.h"
 
 namespace {

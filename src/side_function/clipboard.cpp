@@ -5,11 +5,11 @@
 #include <memory>
 #include <string_view>
 
-#include "name_pipe/diagnostics.h"
+#include "base/diagnostics.h"
+#include "base/glib_owners.h"
 #include "side_function/copy_source.h"
 #include "side_function/panes.h"
-#include "ui/base/closing.h"
-#include "util/glib_owners.h"
+#include "window/closing.h"
 
 namespace {
 

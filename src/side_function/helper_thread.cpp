@@ -6,9 +6,9 @@
 #include <system_error>
 #include <thread>
 
-#include "name_pipe/diagnostics.h"
+#include "base/diagnostics.h"
+#include "base/quiet_thread.h"
 #include "util/job_state.h"
-#include "util/quiet_thread.h"
 
 namespace relay_hub {
 

@@ -6,7 +6,9 @@
 #include <cerrno>
 #include <cstdio>
 
-#include "name_pipe/diagnostics.h"
+#include "base/diagnostics.h"
+#include "base/glib_owners.h"
+#include "base/translated_text.h"
 #include "side_function/copy_source.h"
 #include "side_function/local_job.h"
 #include "side_function/name_dialogs.h"
@@ -14,14 +16,12 @@
 #include "side_function/rename_entry.h"
 #include "side_function/transfer.h"
 #include "tree_view_op/file_list_view.h"
-#include "ui/base/closing.h"
-#include "ui/base/dialogs/message_dialog.h"
-#include "ui/base/dialogs/search_dialog.h"
-#include "ui/base/drive_box.h"
-#include "ui/base/message_parent.h"
-#include "util/glib_owners.h"
 #include "util/path_time_text.h"
-#include "util/translated_text.h"
+#include "window/closing.h"
+#include "window/dialogs/message_dialog.h"
+#include "window/dialogs/search_dialog.h"
+#include "window/drive_box.h"
+#include "window/message_parent.h"
 
 namespace {
 

@@ -3,9 +3,9 @@
 #include "link_engine/request_builders.h"
 #include "name_pipe/name_pipe_base.h"
 #include "side_function/right_side.h"
-#include "ui/base/closing.h"
-#include "ui/base/message_parent.h"
-#include "ui/base/window_thread.h"
+#include "window/closing.h"
+#include "window/message_parent.h"
+#include "window/window_thread.h"
 #include "xml_op/answer_readers.h"
 
 namespace {

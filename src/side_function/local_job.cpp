@@ -3,8 +3,8 @@
 #include <utility>
 
 #include "side_function/panes.h"
-#include "ui/base/jobs.h"
 #include "util/job_state.h"
+#include "window/jobs.h"
 
 namespace relay_hub {
 namespace {

@@ -1,8 +1,8 @@
 #include "side_function/name_dialogs.h"
 
 #include "side_function/panes.h"
-#include "ui/base/dialogs/mkdir_dialog.h"
-#include "ui/base/dialogs/rename_dialog.h"
+#include "window/dialogs/mkdir_dialog.h"
+#include "window/dialogs/rename_dialog.h"
 
 namespace relay_hub {
 

@@ -3,7 +3,7 @@
 // cancelled.
 #include <string>
 
-#include "ui/base/ui_sets.h"
+#include "window/ui_sets.h"
 
 namespace relay_hub {
 

@@ -3,16 +3,16 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "base/glib_owners.h"
 #include "link_engine/transfer_state.h"
 #include "side_function/left_side.h"
 #include "side_function/right_side.h"
 #include "tree_view_op/file_list_view.h"
-#include "ui/base/closing.h"
-#include "ui/base/dialogs/file_read_write_dialog.h"
-#include "ui/base/dialogs/message_dialog.h"
-#include "ui/base/message_parent.h"
-#include "util/glib_owners.h"
 #include "util/path_time_text.h"
+#include "window/closing.h"
+#include "window/dialogs/file_read_write_dialog.h"
+#include "window/dialogs/message_dialog.h"
+#include "window/message_parent.h"
 
 namespace relay_hub {
 namespace {

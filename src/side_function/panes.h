@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "base/diagnostics.h"
 #include "link_engine/send_args.h"
-#include "name_pipe/diagnostics.h"
-#include "ui/base/ui_sets.h"
+#include "window/ui_sets.h"
 
 namespace relay_hub {
 

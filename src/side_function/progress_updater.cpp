@@ -2,13 +2,13 @@
 #include <cstring>
 #include <string>
 
+#include "base/glib_owners.h"
+#include "base/translated_text.h"
 #include "link_engine/transfer_state.h"
 #include "side_function/right_side.h"
-#include "ui/base/dialogs/file_read_write_dialog.h"
-#include "ui/base/jobs.h"
-#include "util/glib_owners.h"
 #include "util/job_state.h"
-#include "util/translated_text.h"
+#include "window/dialogs/file_read_write_dialog.h"
+#include "window/jobs.h"
 
 namespace {
 

@@ -15,10 +15,10 @@
 #include "side_function/panes.h"
 #include "side_function/right_side.h"
 #include "tree_view_op/file_list_view.h"
-#include "ui/base/closing.h"
-#include "ui/base/message_parent.h"
 #include "util/file_op.h"
 #include "util/path_time_text.h"
+#include "window/closing.h"
+#include "window/message_parent.h"
 #include "xml_op/answer_readers.h"
 
 namespace relay_hub {

@@ -8,14 +8,14 @@
 #include <iterator>
 #include <vector>
 
-#include "name_pipe/diagnostics.h"
+#include "base/diagnostics.h"
+#include "base/glib_owners.h"
+#include "base/translated_text.h"
 #include "tree_view_op/file_list_view.h"
 #include "tree_view_op/local_row.h"
 #include "tree_view_op/row_store.h"
 #include "util/file_op.h"
-#include "util/glib_owners.h"
 #include "util/path_time_text.h"
-#include "util/translated_text.h"
 
 using relay_hub::list_store_of;
 

@@ -11,9 +11,9 @@
 #include <system_error>
 #include <thread>
 
-#include "name_pipe/diagnostics.h"
+#include "base/diagnostics.h"
+#include "base/quiet_thread.h"
 #include "tree_view_op/file_list_view.h"
-#include "util/quiet_thread.h"
 
 namespace relay_hub {
 namespace {

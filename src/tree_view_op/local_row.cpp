@@ -6,8 +6,8 @@
 #include <cstdio>
 #include <utility>
 
+#include "base/translated_text.h"
 #include "util/path_time_text.h"
-#include "util/translated_text.h"
 
 namespace relay_hub {
 

@@ -3,10 +3,10 @@
 #include <utility>
 #include <vector>
 
+#include "base/glib_owners.h"
 #include "tree_view_op/file_list_view.h"
 #include "tree_view_op/listing_turns.h"
 #include "tree_view_op/row_store.h"
-#include "util/glib_owners.h"
 
 namespace relay_hub {
 namespace {

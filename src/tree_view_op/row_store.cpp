@@ -5,8 +5,8 @@
 #include <string>
 #include <unordered_map>
 
-#include "util/glib_owners.h"
-#include "util/shown_text.h"
+#include "base/glib_owners.h"
+#include "base/shown_text.h"
 
 namespace relay_hub {
 namespace {

@@ -6,8 +6,8 @@
 #include <system_error>
 #include <utility>
 
-#include "name_pipe/diagnostics.h"
-#include "util/quiet_thread.h"
+#include "base/diagnostics.h"
+#include "base/quiet_thread.h"
 
 namespace relay_hub {
 BackgroundWork::~BackgroundWork() {

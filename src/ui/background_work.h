@@ -8,7 +8,7 @@
 #include <mutex>
 #include <thread>
 
-#include "name_pipe/abandon.h"
+#include "base/abandon.h"
 
 namespace relay_hub {
 

@@ -11,7 +11,7 @@
 #include <string>
 #include <type_traits>
 
-#include "name_pipe/log.h"
+#include "base/log.h"
 
 namespace relay_hub {
 namespace {

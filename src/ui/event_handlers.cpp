@@ -5,15 +5,15 @@
 #include <cstdio>
 #include <utility>
 
-#include "name_pipe/log.h"
+#include "base/log.h"
+#include "base/translated_text.h"
 #include "side_function/left_side.h"
 #include "tree_view_op/file_list_view.h"
-#include "ui/base/closing.h"
-#include "ui/base/dialogs/search_dialog.h"
-#include "ui/base/ui_sets.h"
 #include "ui/link_status_monitor.h"
 #include "ui/navigation.h"
-#include "util/translated_text.h"
+#include "window/closing.h"
+#include "window/dialogs/search_dialog.h"
+#include "window/ui_sets.h"
 
 namespace {
 

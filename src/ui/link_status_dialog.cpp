@@ -1,6 +1,6 @@
 // The optional "Transfer Line Status" dialog.
-#include "ui/base/ui_sets.h"
 #include "ui/link_status_monitor.h"
+#include "window/ui_sets.h"
 
 namespace {
 

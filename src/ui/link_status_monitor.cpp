@@ -5,16 +5,16 @@
 #include <cstdio>
 #include <memory>
 
+#include "base/abandon.h"
+#include "base/log.h"
 #include "link_engine/transfer_state.h"
-#include "name_pipe/abandon.h"
-#include "name_pipe/log.h"
 #include "side_function/right_side.h"
 #include "tree_view_op/file_list_view.h"
 #include "ui/background_work.h"
-#include "ui/base/closing.h"
-#include "ui/base/closing_watchdog.h"
-#include "ui/base/ui_sets.h"
-#include "ui/base/window_thread.h"
+#include "window/closing.h"
+#include "window/closing_watchdog.h"
+#include "window/ui_sets.h"
+#include "window/window_thread.h"
 
 wait_status g_waiting_status;
 std::atomic<int> g_first_time = 0;

@@ -1,13 +1,13 @@
 // Both ends of a drag in the file lists.
 #include <cstdio>
 
+#include "base/glib_owners.h"
 #include "side_function/left_side.h"
 #include "side_function/right_side.h"
-#include "ui/base/closing.h"
-#include "ui/base/ui_sets.h"
 #include "ui/event_handlers.h"
 #include "ui/navigation.h"
-#include "util/glib_owners.h"
+#include "window/closing.h"
+#include "window/ui_sets.h"
 
 namespace {
 

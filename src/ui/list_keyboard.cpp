@@ -4,11 +4,11 @@
 #include <cstdio>
 
 #include "tree_view_op/file_list_view.h"
-#include "ui/base/closing.h"
-#include "ui/base/ui_sets.h"
 #include "ui/event_handlers.h"
 #include "ui/menus.h"
 #include "ui/navigation.h"
+#include "window/closing.h"
+#include "window/ui_sets.h"
 
 namespace {
 

@@ -3,11 +3,11 @@
 #include <cstdio>
 #include <memory>
 
+#include "base/glib_owners.h"
 #include "side_function/copy_source.h"
 #include "tree_view_op/file_list_view.h"
 #include "ui/event_handlers.h"
 #include "ui/menus.h"
-#include "util/glib_owners.h"
 
 namespace {
 

@@ -4,14 +4,14 @@
 #include <cstdio>
 #include <cstring>
 
-#include "name_pipe/log.h"
+#include "base/log.h"
 #include "name_pipe/name_pipe_base.h"
-#include "ui/base/window_thread.h"
 #include "ui/desktop_locale.h"
 #include "ui/event_handlers.h"
 #include "ui/main_window.h"
 #include "ui/signals.h"
 #include "ui/start_up.h"
+#include "window/window_thread.h"
 
 namespace {
 

@@ -4,12 +4,12 @@
 #include <initializer_list>
 #include <iterator>
 
+#include "base/glib_owners.h"
+#include "base/translated_text.h"
 #include "tree_view_op/file_list_view.h"
-#include "ui/base/closing.h"
 #include "ui/event_handlers.h"
 #include "ui/window_icon.h"
-#include "util/glib_owners.h"
-#include "util/translated_text.h"
+#include "window/closing.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 // hold references to the widgets, so that they outlive the window. Window's thread, GDK lock held.
 #include <gtk/gtk.h>
 
-#include "ui/base/ui_sets.h"
+#include "window/ui_sets.h"
 
 // Creates the top-level window, the paned and both sides, unpacked.
 UI* new_window();

@@ -3,15 +3,15 @@
 #include <cstdio>
 #include <cstring>
 
+#include "base/translated_text.h"
 #include "side_function/copy_source.h"
 #include "side_function/left_side.h"
 #include "side_function/right_side.h"
 #include "tree_view_op/file_list_view.h"
-#include "ui/base/closing.h"
-#include "ui/base/dialogs/about_dialog.h"
-#include "ui/base/dialogs/dialog_parts.h"
 #include "ui/navigation.h"
-#include "util/translated_text.h"
+#include "window/closing.h"
+#include "window/dialogs/about_dialog.h"
+#include "window/dialogs/dialog_parts.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string>
 
-#include "ui/base/ui_sets.h"
+#include "window/ui_sets.h"
 
 // Which items a menu has, one bit each.
 using _popup_menu_switch = std::uint8_t;

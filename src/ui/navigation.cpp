@@ -6,25 +6,25 @@
 #include <memory>
 #include <vector>
 
+#include "base/abandon.h"
+#include "base/glib_owners.h"
+#include "base/log.h"
+#include "base/translated_text.h"
 #include "link_engine/command_runner.h"
-#include "name_pipe/abandon.h"
-#include "name_pipe/log.h"
 #include "side_function/left_side.h"
 #include "side_function/right_side.h"
 #include "tree_view_op/file_list_view.h"
 #include "ui/background_work.h"
-#include "ui/base/closing.h"
-#include "ui/base/closing_watchdog.h"
-#include "ui/base/dialogs/message_dialog.h"
-#include "ui/base/dialogs/search_dialog.h"
-#include "ui/base/drive_box.h"
-#include "ui/base/window_thread.h"
 #include "ui/event_handlers.h"
 #include "ui/link_status_monitor.h"
 #include "util/file_op.h"
-#include "util/glib_owners.h"
 #include "util/path_time_text.h"
-#include "util/translated_text.h"
+#include "window/closing.h"
+#include "window/closing_watchdog.h"
+#include "window/dialogs/message_dialog.h"
+#include "window/dialogs/search_dialog.h"
+#include "window/drive_box.h"
+#include "window/window_thread.h"
 
 namespace relay_hub {
 namespace {

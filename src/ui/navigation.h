@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "ui/base/ui_sets.h"
+#include "window/ui_sets.h"
 
 namespace relay_hub {
 

@@ -10,20 +10,20 @@
 #include <memory>
 #include <string>
 
+#include "base/diagnostics.h"
+#include "base/translated_text.h"
 #include "link_engine/engine_callbacks.h"
-#include "name_pipe/diagnostics.h"
 #include "name_pipe/name_pipe_base.h"
 #include "tree_view_op/file_list_view.h"
-#include "ui/base/closing.h"
-#include "ui/base/closing_watchdog.h"
-#include "ui/base/dialogs/message_dialog.h"
-#include "ui/base/dialogs/override_request_dialog.h"
-#include "ui/base/dialogs/search_dialog.h"
-#include "ui/base/window_thread.h"
 #include "ui/desktop_locale.h"
 #include "ui/link_status_monitor.h"
-#include "util/translated_text.h"
 #include "util/user_questions.h"
+#include "window/closing.h"
+#include "window/closing_watchdog.h"
+#include "window/dialogs/message_dialog.h"
+#include "window/dialogs/override_request_dialog.h"
+#include "window/dialogs/search_dialog.h"
+#include "window/window_thread.h"
 
 char g_absolute_work_path[kWorkPathSize];
 

@@ -1,7 +1,7 @@
 #pragma once
 // What main does besides the window: the working directory, the lock against a second start, the order of
 // the end. Window's thread.
-#include "name_pipe/file_descriptor.h"
+#include "base/file_descriptor.h"
 
 class CNamePipeBase;
 

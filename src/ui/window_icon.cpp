@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <vector>
 
-#include "name_pipe/file_descriptor.h"
+#include "base/file_descriptor.h"
 
 namespace relay_hub {
 namespace {

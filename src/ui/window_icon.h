@@ -2,7 +2,7 @@
 // The window's icon from a file that anybody may have put under /tmp. Window's thread.
 #include <gdk-pixbuf/gdk-pixbuf.h>
 
-#include "util/glib_owners.h"
+#include "base/glib_owners.h"
 
 inline constexpr char kWindowIconPath[] = "/tmp/relay_hub.ico";
 

@@ -7,10 +7,10 @@
 #include <cstdio>
 #include <optional>
 
-#include "name_pipe/file_descriptor.h"
+#include "base/file_descriptor.h"
+#include "base/glib_owners.h"
 #include "util/file_op.h"
 #include "util/file_op_unit.h"
-#include "util/glib_owners.h"
 
 GList* Gfile_list = nullptr;
 std::uint64_t Gfile_size = 0;

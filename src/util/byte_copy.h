@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "name_pipe/file_descriptor.h"
+#include "base/file_descriptor.h"
 #include "util/file_op.h"
 
 namespace relay_hub {

@@ -8,15 +8,15 @@
 #include <exception>
 #include <utility>
 
+#include "base/glib_owners.h"
+#include "base/translated_text.h"
 #include "util/byte_copy.h"
 #include "util/file_identity.h"
 #include "util/file_op.h"
 #include "util/file_op_unit.h"
-#include "util/glib_owners.h"
 #include "util/job_failures.h"
 #include "util/sync_batch.h"
 #include "util/temporary_file.h"
-#include "util/translated_text.h"
 #include "util/user_questions.h"
 
 namespace {

@@ -2,7 +2,7 @@
 
 #include <fcntl.h>
 
-#include "name_pipe/file_descriptor.h"
+#include "base/file_descriptor.h"
 
 namespace relay_hub {
 namespace {

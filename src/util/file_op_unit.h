@@ -1,7 +1,7 @@
 #pragma once
 // How the sources behind file_op.h and trash.h name themselves in diagnostics: as one unit, whichever of
 // them speaks.
-#include "name_pipe/diagnostics.h"
+#include "base/diagnostics.h"
 
 namespace relay_hub {
 

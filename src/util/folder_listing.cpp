@@ -8,13 +8,13 @@
 #include <future>
 #include <memory>
 
+#include "base/glib_owners.h"
+#include "base/quiet_thread.h"
+#include "base/translated_text.h"
 #include "util/file_op.h"
 #include "util/file_op_unit.h"
-#include "util/glib_owners.h"
 #include "util/path_time_text.h"
-#include "util/quiet_thread.h"
 #include "util/sorted_folder.h"
-#include "util/translated_text.h"
 
 namespace relay_hub {
 namespace {

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "base/shown_text.h"
+#include "base/translated_text.h"
 #include "util/file_op.h"
-#include "util/shown_text.h"
-#include "util/translated_text.h"
 
 namespace relay_hub {
 namespace {

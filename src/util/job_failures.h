@@ -2,7 +2,7 @@
 // How a job keeps and tells what it could not do. The job's worker only.
 #include <string>
 
-#include "name_pipe/diagnostics.h"
+#include "base/diagnostics.h"
 #include "util/job_state.h"
 
 namespace relay_hub {

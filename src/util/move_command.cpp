@@ -12,10 +12,10 @@
 #include <cstdio>
 #include <cstring>
 
-#include "name_pipe/diagnostics.h"
-#include "name_pipe/file_descriptor.h"
+#include "base/diagnostics.h"
+#include "base/file_descriptor.h"
+#include "base/folder_handle.h"
 #include "util/file_op_unit.h"
-#include "util/folder_handle.h"
 
 namespace relay_hub {
 namespace {

@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "base/folder_handle.h"
+#include "base/glib_owners.h"
 #include "util/file_op.h"
-#include "util/folder_handle.h"
-#include "util/glib_owners.h"
 
 namespace relay_hub {
 

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "name_pipe/file_descriptor.h"
+#include "base/file_descriptor.h"
 #include "util/byte_copy.h"
 
 namespace relay_hub {

@@ -13,8 +13,8 @@
 #include <string_view>
 #include <utility>
 
+#include "base/folder_handle.h"
 #include "util/file_op_unit.h"
-#include "util/folder_handle.h"
 
 namespace relay_hub {
 namespace {

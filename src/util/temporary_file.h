@@ -3,7 +3,7 @@
 // and locked while it is in use, so that one left behind by a killed run can be told from a living one.
 #include <string>
 
-#include "name_pipe/file_descriptor.h"
+#include "base/file_descriptor.h"
 
 namespace relay_hub {
 

@@ -9,9 +9,9 @@
 #include <cstdlib>
 #include <ctime>
 
-#include "name_pipe/file_descriptor.h"
+#include "base/file_descriptor.h"
+#include "base/glib_owners.h"
 #include "util/file_op_unit.h"
-#include "util/glib_owners.h"
 #include "util/move_command.h"
 
 namespace {

@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/diagnostics.h"
 #include "link_engine/message_names.h"
-#include "name_pipe/diagnostics.h"
 #include "xml_op/answer_parser.h"
 #include "xml_op/answer_readers.h"
 #include "xml_op/answer_text.h"

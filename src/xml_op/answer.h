@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <string>
 
-#include "name_pipe/diagnostics.h"
+#include "base/diagnostics.h"
 #include "xml_op/answer_readers.h"
 #include "xml_op/xml_owners.h"
 

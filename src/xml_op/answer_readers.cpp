@@ -6,17 +6,17 @@
 #include <optional>
 #include <utility>
 
+#include "base/glib_owners.h"
+#include "base/translated_text.h"
 #include "link_engine/answer_slot.h"
 #include "link_engine/message_names.h"
 #include "link_engine/transfer_state.h"
 #include "tree_view_op/file_list_view.h"
 #include "tree_view_op/listing_turns.h"
-#include "ui/base/closing.h"
-#include "ui/base/dialogs/message_dialog.h"
-#include "ui/base/message_parent.h"
-#include "util/glib_owners.h"
 #include "util/path_time_text.h"
-#include "util/translated_text.h"
+#include "window/closing.h"
+#include "window/dialogs/message_dialog.h"
+#include "window/message_parent.h"
 #include "xml_op/answer.h"
 #include "xml_op/record_rows.h"
 

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "link_engine/send_args.h"
-#include "ui/base/ui_sets.h"
+#include "window/ui_sets.h"
 
 inline constexpr int RET_XML_NULL = -2;
 inline constexpr int RET_XML_FMT_ERROR = -3;

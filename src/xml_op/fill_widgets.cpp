@@ -5,12 +5,12 @@
 #include <string>
 #include <string_view>
 
+#include "base/diagnostics.h"
+#include "base/log.h"
+#include "base/translated_text.h"
 #include "link_engine/message_names.h"
-#include "name_pipe/diagnostics.h"
-#include "name_pipe/log.h"
-#include "ui/base/drive_box.h"
 #include "util/path_time_text.h"
-#include "util/translated_text.h"
+#include "window/drive_box.h"
 #include "xml_op/answer_readers.h"
 #include "xml_op/record_rows.h"
 #include "xml_op/xml_owners.h"

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "name_pipe/diagnostics.h"
+#include "base/diagnostics.h"
 
 namespace relay_hub {
 namespace {

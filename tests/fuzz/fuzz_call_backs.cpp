@@ -6,10 +6,10 @@
 #include <array>
 #include <cstring>
 
+#include "base/frame.h"
 #include "fuzz_input.h"
 #include "link_engine/engine_callbacks.h"
 #include "link_engine/transfer_state.h"
-#include "name_pipe/frame.h"
 #include "name_pipe/name_pipe_base.h"
 #include "name_pipe/name_pipe_io.h"
 #include "name_pipe/name_pipe_listener.h"

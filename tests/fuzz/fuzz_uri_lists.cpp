@@ -3,8 +3,8 @@
 
 #include "fuzz_input.h"
 #include "side_function/copy_source.h"
-#include "ui/base/window_thread.h"
 #include "util/file_op.h"
+#include "window/window_thread.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <csignal>
 #include <cstdio>
 
-#include "ui/base/window_thread.h"
+#include "window/window_thread.h"
 
 int main(int argc, char** argv) {
     testing::InitGoogleMock(&argc, argv);

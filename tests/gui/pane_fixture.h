@@ -7,7 +7,7 @@
 
 #include "fake_engine.h"
 #include "gui/gui_fixture.h"
-#include "ui/base/ui_sets.h"
+#include "window/ui_sets.h"
 
 namespace gui_test {
 

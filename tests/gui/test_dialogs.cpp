@@ -5,12 +5,12 @@
 #include "link_engine/transfer_state.h"
 #include "side_function/right_side.h"
 #include "tree_view_op/file_list_view.h"
-#include "ui/base/dialogs/file_read_write_dialog.h"
-#include "ui/base/dialogs/message_dialog.h"
-#include "ui/base/dialogs/override_request_dialog.h"
-#include "ui/base/dialogs/rename_dialog.h"
-#include "ui/base/dialogs/search_dialog.h"
-#include "ui/base/jobs.h"
+#include "window/dialogs/file_read_write_dialog.h"
+#include "window/dialogs/message_dialog.h"
+#include "window/dialogs/override_request_dialog.h"
+#include "window/dialogs/rename_dialog.h"
+#include "window/dialogs/search_dialog.h"
+#include "window/jobs.h"
 
 namespace {
 

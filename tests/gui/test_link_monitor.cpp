@@ -10,8 +10,8 @@
 #include "link_engine/message_names.h"
 #include "link_engine/request_builders.h"
 #include "link_engine/transfer_state.h"
-#include "ui/base/closing.h"
 #include "ui/link_status_monitor.h"
+#include "window/closing.h"
 
 namespace {
 

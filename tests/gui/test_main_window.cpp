@@ -4,11 +4,11 @@
 #include "gui/window_fixture.h"
 #include "side_function/copy_source.h"
 #include "tree_view_op/file_list_view.h"
-#include "ui/base/closing.h"
 #include "ui/event_handlers.h"
 #include "ui/main_window.h"
 #include "ui/menus.h"
 #include "ui/navigation.h"
+#include "window/closing.h"
 
 namespace {
 

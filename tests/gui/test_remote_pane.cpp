@@ -4,8 +4,8 @@
 #include "side_function/right_side.h"
 #include "side_function/transfer.h"
 #include "tree_view_op/file_list_view.h"
-#include "ui/base/closing.h"
 #include "util/path_time_text.h"
+#include "window/closing.h"
 
 namespace {
 

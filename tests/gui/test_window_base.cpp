@@ -6,15 +6,15 @@
 #include <thread>
 
 #include "gui/gui_fixture.h"
-#include "ui/base/closing.h"
-#include "ui/base/closing_watchdog.h"
-#include "ui/base/dialogs/file_read_write_dialog.h"
-#include "ui/base/dialogs/mkdir_dialog.h"
-#include "ui/base/dialogs/override_request_dialog.h"
-#include "ui/base/jobs.h"
-#include "ui/base/ui_sets.h"
-#include "ui/base/window_thread.h"
 #include "util/user_questions.h"
+#include "window/closing.h"
+#include "window/closing_watchdog.h"
+#include "window/dialogs/file_read_write_dialog.h"
+#include "window/dialogs/mkdir_dialog.h"
+#include "window/dialogs/override_request_dialog.h"
+#include "window/jobs.h"
+#include "window/ui_sets.h"
+#include "window/window_thread.h"
 
 namespace {
 

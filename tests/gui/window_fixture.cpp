@@ -2,9 +2,9 @@
 
 #include "side_function/copy_source.h"
 #include "tree_view_op/file_list_view.h"
-#include "ui/base/closing.h"
 #include "ui/link_status_monitor.h"
 #include "ui/main_window.h"
+#include "window/closing.h"
 
 namespace gui_test {
 namespace {

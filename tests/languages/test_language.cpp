@@ -5,17 +5,17 @@
 
 #include <set>
 
+#include "base/translated_text.h"
 #include "gui/window_fixture.h"
-#include "ui/base/dialogs/file_read_write_dialog.h"
-#include "ui/base/dialogs/override_request_dialog.h"
-#include "ui/base/dialogs/search_dialog.h"
-#include "ui/base/jobs.h"
-#include "ui/base/window_thread.h"
 #include "ui/desktop_locale.h"
 #include "ui/link_status_monitor.h"
 #include "ui/menus.h"
 #include "util/file_op.h"
-#include "util/translated_text.h"
+#include "window/dialogs/file_read_write_dialog.h"
+#include "window/dialogs/override_request_dialog.h"
+#include "window/dialogs/search_dialog.h"
+#include "window/jobs.h"
+#include "window/window_thread.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/folder_file_system.h"
+#include "engine/folder/folder_file_system.h"
 #include "engine/front_end.h"
 #include "sandbox.h"
 

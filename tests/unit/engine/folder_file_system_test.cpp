@@ -1,4 +1,4 @@
-#include "engine/folder_file_system.h"
+#include "engine/folder/folder_file_system.h"
 
 #include <sys/file.h>
 

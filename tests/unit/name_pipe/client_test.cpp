@@ -4,7 +4,7 @@
 #include <csignal>
 #include <functional>
 
-#include "name_pipe/abandon.h"
+#include "base/abandon.h"
 #include "name_pipe/name_pipe_base.h"
 #include "name_pipe/name_pipe_io.h"
 #include "support.h"

@@ -1,10 +1,10 @@
-#include "name_pipe/log.h"
+#include "base/log.h"
 
 #include <gmock/gmock.h>
 
 #include <deque>
 
-#include "name_pipe/diagnostics.h"
+#include "base/diagnostics.h"
 #include "support.h"
 
 namespace {

@@ -11,7 +11,7 @@
 #include <thread>
 #include <utility>
 
-#include "name_pipe/file_descriptor.h"
+#include "base/file_descriptor.h"
 #include "sandbox.h"
 
 namespace test {

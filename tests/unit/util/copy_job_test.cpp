@@ -5,7 +5,7 @@
 
 #include <thread>
 
-#include "name_pipe/file_descriptor.h"
+#include "base/file_descriptor.h"
 #include "unit/util/util_sandbox.h"
 
 namespace {

@@ -1,8 +1,8 @@
 // Paths, times, sizes, texts and the unicode-hex form.
 #include <gtest/gtest.h>
 
+#include "base/translated_text.h"
 #include "util/path_time_text.h"
-#include "util/translated_text.h"
 
 namespace {
 

@@ -1,0 +1,359 @@
+#include "engine/folder/folder_file_system.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <utility>
+
+#include "base/diagnostics.h"
+#include "engine/folder/folder_sink.h"
+#include "engine/folder/folder_trash.h"
+#include "engine/names.h"
+
+namespace relay_hub::engine {
+namespace {
+
+// From this many files on, one flush of the file system beats a flush of each.
+constexpr std::size_t kFewFiles = 8;
+constexpr std::size_t kFewFolders = 16;
+constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NONBLOCK;
+
+timespec to_timespec(const statx_timestamp& time) {
+    return {time.tv_sec, static_cast<long>(time.tv_nsec)};
+}
+
+EntryKind kind_of(mode_t mode) {
+    if (S_ISREG(mode))
+        return EntryKind::kFile;
+    if (S_ISDIR(mode))
+        return EntryKind::kFolder;
+    return S_ISLNK(mode) ? EntryKind::kLink : EntryKind::kSpecial;
+}
+
+int read_entry(int folder, const char* name, int flags, Entry& entry) {
+    struct statx status {};
+    if (statx(folder, name, flags | AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS | STATX_BTIME, &status) != 0)
+        return errno;
+    entry.name = name;
+    entry.kind = kind_of(status.stx_mode);
+    entry.opens_as_folder = entry.kind == EntryKind::kFolder;
+    entry.size = status.stx_size;
+    entry.mode = status.stx_mode & 07777U;
+    // A copy belongs to who copies: it may not run with that user's rights for everybody.
+    constexpr mode_t kRunsAsOwner = S_ISUID | S_ISGID;
+    if ((entry.mode & kRunsAsOwner) != 0 && status.stx_uid != geteuid())
+        entry.mode &= ~kRunsAsOwner;
+    entry.created = to_timespec((status.stx_mask & STATX_BTIME) != 0 ? status.stx_btime : status.stx_ctime);
+    entry.accessed = to_timespec(status.stx_atime);
+    entry.modified = to_timespec(status.stx_mtime);
+    entry.identity = {makedev(status.stx_dev_major, status.stx_dev_minor), status.stx_ino};
+    return 0;
+}
+
+// Gives the descriptor to the stream; 0 or errno.
+int read_names(FileDescriptor folder, std::vector<std::string>& names) {
+    const std::unique_ptr<DIR, int (*)(DIR*)> stream(fdopendir(folder.get()), closedir);
+    if (!stream)
+        return errno;
+    (void)folder.release();
+    while (true) {
+        errno = 0;
+        const dirent* item = readdir(stream.get());
+        if (item == nullptr)
+            return errno;
+        const std::string_view name = item->d_name;
+        if (name != "." && name != "..")
+            names.emplace_back(name);
+    }
+}
+
+class FolderSource : public FileSource {
+  public:
+    explicit FolderSource(FileDescriptor file) : file_(std::move(file)) {}
+    int read(char* buffer, std::size_t size, std::size_t& got) override {
+        while (true) {
+            const ssize_t count = ::read(file_.get(), buffer, size);
+            if (count < 0 && errno == EINTR)
+                continue;
+            got = count < 0 ? 0 : static_cast<std::size_t>(count);
+            return count < 0 ? errno : 0;
+        }
+    }
+    [[nodiscard]] int descriptor() const override { return file_.get(); }
+
+  private:
+    FileDescriptor file_;
+};
+
+int remove_at(int parent, const std::string& name, std::string& failed);
+
+int remove_content(int parent, const std::string& name, std::string& failed) {
+    FileDescriptor folder(openat(parent, name.c_str(), kFolderFlags | O_NOFOLLOW | O_CLOEXEC));
+    if (!folder)
+        return errno;
+    FileDescriptor stream(openat(folder.get(), ".", kFolderFlags | O_CLOEXEC));
+    std::vector<std::string> names;
+    if (const int error = stream ? read_names(std::move(stream), names) : errno; error != 0)
+        return error;
+    for (const std::string& child : names) {
+        if (const int error = remove_at(folder.get(), child, failed); error != 0) {
+            failed = join_path(name, failed);
+            return error;
+        }
+    }
+    return 0;
+}
+
+int remove_at(int parent, const std::string& name, std::string& failed) {
+    failed = name;
+    if (unlinkat(parent, name.c_str(), 0) == 0)
+        return 0;
+    if (errno != EISDIR && errno != EPERM)
+        return errno;
+    const int file_error = errno;
+    const int error = remove_content(parent, name, failed);
+    if (error == ENOTDIR || error == ELOOP)
+        return file_error;
+    if (error != 0)
+        return error;
+    failed = name;
+    return unlinkat(parent, name.c_str(), AT_REMOVEDIR) == 0 ? 0 : errno;
+}
+
+}  // namespace
+
+std::unique_ptr<FolderFileSystem> FolderFileSystem::open(const std::string& folder, Reach reach) {
+    FileDescriptor root(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!root)
+        return nullptr;
+    return std::make_unique<FolderFileSystem>(std::move(root), reach);
+}
+
+bool FolderFileSystem::leads_to_folder(const std::string& path) const {
+    FileDescriptor folder;
+    return tree_.open(path, O_PATH | O_DIRECTORY, folder) == 0;
+}
+
+int FolderFileSystem::list(const std::string& folder, std::vector<Entry>& entries) {
+    FileDescriptor opened;
+    if (const int error = tree_.open(folder, kFolderFlags, opened); error != 0)
+        return error;
+    FileDescriptor stream(openat(opened.get(), ".", kFolderFlags | O_CLOEXEC));
+    std::vector<std::string> names;
+    if (const int error = stream ? read_names(std::move(stream), names) : errno; error != 0)
+        return error;
+    entries.reserve(names.size());
+    for (const std::string& name : names) {
+        // A file that is just being written is not there yet.
+        if (is_temporary_name(name))
+            continue;
+        Entry entry;
+        // What vanished since the names were read is not there to be listed.
+        if (read_entry(opened.get(), name.c_str(), 0, entry) != 0)
+            continue;
+        if (entry.kind == EntryKind::kLink)
+            entry.opens_as_folder = leads_to_folder(join_path(folder, name));
+        entries.push_back(std::move(entry));
+    }
+    return 0;
+}
+
+int FolderFileSystem::stat(const std::string& path, Entry& entry) {
+    if (path.empty()) {
+        FileDescriptor root;
+        if (const int error = tree_.open(path, O_PATH | O_DIRECTORY, root); error != 0)
+            return error;
+        return read_entry(root.get(), "", AT_EMPTY_PATH, entry);
+    }
+    SharedFolder parent;
+    std::string name;
+    if (const int error = tree_.open_parent(path, parent, name); error != 0)
+        return error;
+    return read_entry(parent->get(), name.c_str(), 0, entry);
+}
+
+int FolderFileSystem::read_link(const std::string& path, std::string& target) {
+    SharedFolder parent;
+    std::string name;
+    if (const int error = tree_.open_parent(path, parent, name); error != 0)
+        return error;
+    std::array<char, PATH_MAX> buffer{};
+    const ssize_t length = readlinkat(parent->get(), name.c_str(), buffer.data(), buffer.size());
+    if (length < 0)
+        return errno;
+    target.assign(buffer.data(), static_cast<std::size_t>(length));
+    return 0;
+}
+
+int FolderFileSystem::folder_chain(const std::string& folder, std::vector<FileIdentity>& chain) {
+    FileDescriptor current;
+    if (const int error = tree_.open(folder, O_PATH | O_DIRECTORY, current); error != 0)
+        return error;
+    while (true) {
+        Entry entry;
+        if (const int error = read_entry(current.get(), "", AT_EMPTY_PATH, entry); error != 0)
+            return error;
+        if (!chain.empty() && chain.back() == entry.identity)
+            return 0;
+        chain.push_back(entry.identity);
+        current.reset(openat(current.get(), "..", O_PATH | O_DIRECTORY | O_CLOEXEC));
+        if (!current)
+            return errno;
+    }
+}
+
+int FolderFileSystem::open_source(const std::string& path, std::unique_ptr<FileSource>& source) {
+    SharedFolder parent;
+    std::string name;
+    if (const int error = tree_.open_parent(path, parent, name); error != 0)
+        return error;
+    FileDescriptor file(openat(parent->get(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    struct stat status {};
+    if (!file || fstat(file.get(), &status) != 0)
+        return errno;
+    if (!S_ISREG(status.st_mode))
+        return EINVAL;
+    source = std::make_unique<FolderSource>(std::move(file));
+    return 0;
+}
+
+int FolderFileSystem::open_sink(const std::string& path, bool replace, std::unique_ptr<FileSink>& sink) {
+    SharedFolder parent;
+    std::string name;
+    if (const int error = tree_.open_parent(path, parent, name); error != 0)
+        return error;
+    auto opened = std::make_unique<FolderSink>(std::move(parent), name, replace);
+    if (const int error = opened->create(); error != 0)
+        return error;
+    sink = std::move(opened);
+    return 0;
+}
+
+std::vector<int> FolderFileSystem::commit(std::vector<std::unique_ptr<FileSink>>& sinks) {
+    std::vector<int> results;
+    std::vector<FolderSink*> own;
+    own.reserve(sinks.size());
+    results.reserve(sinks.size());
+    for (const auto& sink : sinks)
+        own.push_back(static_cast<FolderSink*>(sink.get()));
+    // A flush of all that fails does not say whose data it lost: then each file is asked.
+    const bool flushed = own.size() > kFewFiles && own.front()->sync_file_system() == 0;
+    for (FolderSink* sink : own) {
+        const int error = flushed ? 0 : sink->sync();
+        results.push_back(error != 0 ? error : sink->publish());
+    }
+    sinks.clear();
+    return results;
+}
+
+int FolderFileSystem::settle(const std::vector<std::string>& folders) {
+    int result = 0;
+    for (const std::string& path : folders) {
+        FileDescriptor folder;
+        int error = tree_.open(path, kFolderFlags, folder);
+        if (error == 0 && folders.size() > kFewFolders)
+            return syncfs(folder.get()) == 0 ? 0 : errno;
+        if (error == 0 && fsync(folder.get()) != 0)
+            error = errno;
+        if (error != 0)
+            result = error;
+    }
+    return result;
+}
+
+void FolderFileSystem::sweep(const std::string& folder) {
+    FileDescriptor opened;
+    if (tree_.open(folder, kFolderFlags, opened) != 0)
+        return;
+    FileDescriptor stream(openat(opened.get(), ".", kFolderFlags | O_CLOEXEC));
+    std::vector<std::string> names;
+    if (stream && read_names(std::move(stream), names) == 0)
+        sweep_temporary_files(opened.get(), names);
+}
+
+int FolderFileSystem::make_folder(const std::string& path, mode_t mode) {
+    SharedFolder parent;
+    std::string name;
+    if (const int error = tree_.open_parent(path, parent, name); error != 0)
+        return error;
+    return mkdirat(parent->get(), name.c_str(), mode) == 0 ? 0 : errno;
+}
+
+int FolderFileSystem::make_link(const std::string& path, const std::string& target, const Entry& entry,
+                                bool replace) {
+    SharedFolder parent;
+    std::string name;
+    if (const int error = tree_.open_parent(path, parent, name); error != 0)
+        return error;
+    const std::string temporary = temporary_name();
+    if (symlinkat(target.c_str(), parent->get(), temporary.c_str()) != 0)
+        return errno;
+    const std::array<timespec, 2> times{entry.accessed, entry.modified};
+    (void)utimensat(parent->get(), temporary.c_str(), times.data(), AT_SYMLINK_NOFOLLOW);
+    int error = 0;
+    if (!replace)
+        error = rename_to_free_name(parent->get(), temporary, parent->get(), name);
+    else if (renameat(parent->get(), temporary.c_str(), parent->get(), name.c_str()) != 0)
+        error = errno;
+    if (error != 0)
+        (void)unlinkat(parent->get(), temporary.c_str(), 0);
+    return error;
+}
+
+int FolderFileSystem::set_attributes(const std::string& path, const Entry& entry) {
+    FileDescriptor opened;
+    if (const int error = tree_.open(path, O_RDONLY | O_NONBLOCK | O_NOFOLLOW, opened); error != 0)
+        return error;
+    return apply_attributes(opened.get(), entry);
+}
+
+int FolderFileSystem::rename(const std::string& from, const std::string& to) {
+    SharedFolder from_parent;
+    SharedFolder to_parent;
+    std::string from_name;
+    std::string to_name;
+    if (const int error = tree_.open_parent(from, from_parent, from_name); error != 0)
+        return error;
+    if (const int error = tree_.open_parent(to, to_parent, to_name); error != 0)
+        return error;
+    return rename_to_free_name(from_parent->get(), from_name, to_parent->get(), to_name);
+}
+
+int FolderFileSystem::remove(const std::string& path, EntryKind kind, std::string& failed) {
+    SharedFolder parent;
+    std::string name;
+    failed = path;
+    if (const int error = tree_.open_parent(path, parent, name); error != 0)
+        return error;
+    Entry entry;
+    if (const int error = read_entry(parent->get(), name.c_str(), 0, entry); error != 0)
+        return error;
+    if (entry.kind == EntryKind::kFolder && kind != EntryKind::kFolder)
+        return EISDIR;
+    // A link to a folder is listed as one, but it is the link that goes.
+    if (kind == EntryKind::kFolder && entry.kind != EntryKind::kFolder && entry.kind != EntryKind::kLink)
+        return ENOTDIR;
+    const int error = remove_at(parent->get(), name, failed);
+    failed = join_path(parent_path(path), failed);
+    return error;
+}
+
+int FolderFileSystem::move_to_trash(const std::string& path) {
+    FileDescriptor root;
+    if (const int error = tree_.open("", O_PATH | O_DIRECTORY, root); error != 0)
+        return error;
+    SharedFolder parent;
+    std::string name;
+    if (const int error = tree_.open_parent(path, parent, name); error != 0)
+        return error;
+    return trash_item(root.get(), parent->get(), path);
+}
+
+}  // namespace relay_hub::engine

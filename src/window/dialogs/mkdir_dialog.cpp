@@ -1,0 +1,64 @@
+#include "window/dialogs/mkdir_dialog.h"
+
+#include <memory>
+#include <string>
+
+#include "base/translated_text.h"
+#include "window/closing.h"
+#include "window/dialogs/dialog_parts.h"
+#include "window/dialogs/message_dialog.h"
+
+using relay_hub::translated;
+
+namespace {
+
+std::string g_folder_name;
+
+void on_mkdir_ok(GtkButton*, gpointer data) {
+    const auto* record = static_cast<const _mkdir_dialog*>(data);
+    const char* text = gtk_entry_get_text(GTK_ENTRY(record->entry));
+    if (*text == '\0') {
+        const std::string refusal = std::string(translated("IDS_ERROR_PATH")) + ".";
+        relay_hub::show_error_box(record->dialog, GTK_BUTTONS_OK, refusal.c_str(), nullptr);
+        gtk_widget_grab_focus(record->entry);
+        return;
+    }
+    g_folder_name = text;
+    gtk_dialog_response(GTK_DIALOG(record->dialog), GTK_RESPONSE_OK);
+}
+
+void close_dialog(_mkdir_dialog* record) {
+    if (record->dialog != nullptr)
+        gtk_widget_destroy(record->dialog);
+    *record = {};
+}
+
+}  // namespace
+
+_mkdir_dialog* create_mkdir_dialog() {
+    g_folder_name.clear();
+    return std::make_unique<_mkdir_dialog>().release();
+}
+
+void init_mkdir_dialog(_mkdir_dialog* record) {
+    const auto prompt =
+        relay_hub::new_name_prompt(translated("IDS_MN_ADDNEWFOLDER"), translated("IDS_NEW_FOLDER_NAME"));
+    *record = {prompt.dialog, prompt.ok_button, prompt.cancel_button, prompt.entry, prompt.label};
+    g_signal_connect(record->ok_button, "clicked", G_CALLBACK(on_mkdir_ok), record);
+}
+
+void show_mkdir_dialog(_mkdir_dialog* record) {
+    if (relay_hub::run_dialog(GTK_DIALOG(record->dialog)) != GTK_RESPONSE_OK)
+        g_folder_name.clear();
+    close_dialog(record);
+}
+
+void destroy_mkdir_dialog(_mkdir_dialog* record) {
+    const std::unique_ptr<_mkdir_dialog> owner(record);
+    if (record != nullptr)
+        close_dialog(record);
+}
+
+const char* get_folder_name() {
+    return g_folder_name.c_str();
+}

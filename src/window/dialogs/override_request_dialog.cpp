@@ -1,0 +1,127 @@
+#include "window/dialogs/override_request_dialog.h"
+
+#include <algorithm>
+
+#include "base/glib_owners.h"
+#include "base/shown_text.h"
+#include "base/translated_text.h"
+#include "window/closing.h"
+#include "window/dialogs/dialog_parts.h"
+#include "window/dialogs/message_dialog.h"
+#include "window/message_parent.h"
+#include "window/window_thread.h"
+
+namespace {
+
+struct Answer {
+    const char* label;
+    int width;
+    int response;
+};
+constexpr Answer kAnswers[] = {{"IDS_YES", 70, REQUEST_YES},
+                               {"IDS_NO", 70, REQUEST_NO},
+                               {"IDS_STR_REPLACE_ALL", 100, REQUEST_ALL},
+                               {"IDS_CANCEL", 70, REQUEST_CANCEL}};
+constexpr int kAnswerHeight = 30;
+constexpr int kPadding = 5;
+
+void respond(GtkButton* button, gpointer answer) {
+    GtkWidget* dialog = gtk_widget_get_toplevel(GTK_WIDGET(button));
+    gtk_dialog_response(GTK_DIALOG(dialog), static_cast<const Answer*>(answer)->response);
+}
+
+void set_folder_icon(GtkWidget* dialog) {
+    const relay_hub::GObjectPtr<GdkPixbuf> icon(
+        gtk_widget_render_icon(dialog, GTK_STOCK_DIRECTORY, GTK_ICON_SIZE_DIALOG, nullptr));
+    if (icon != nullptr)
+        gtk_window_set_icon(GTK_WINDOW(dialog), icon.get());
+}
+
+GtkWidget* question_row(const char* message) {
+    GtkWidget* row = gtk_hbox_new(FALSE, kPadding);
+    GtkWidget* image = gtk_image_new_from_stock(GTK_STOCK_DIALOG_WARNING, GTK_ICON_SIZE_DIALOG);
+    GtkWidget* label = gtk_label_new(relay_hub::shown_text(message).c_str());
+    gtk_label_set_line_wrap(GTK_LABEL(label), TRUE);
+    gtk_label_set_line_wrap_mode(GTK_LABEL(label), PANGO_WRAP_WORD_CHAR);
+    gtk_box_pack_start(GTK_BOX(row), image, FALSE, FALSE, kPadding);
+    gtk_box_pack_start(GTK_BOX(row), label, TRUE, TRUE, kPadding);
+    return row;
+}
+
+GtkWidget* answer_row() {
+    GtkWidget* row = gtk_hbox_new(FALSE, kPadding);
+    for (const Answer& answer : kAnswers) {
+        GtkWidget* button = gtk_button_new_with_label(relay_hub::translated(answer.label));
+        // A longer translation is not cut.
+        GtkRequisition natural;
+        gtk_widget_size_request(button, &natural);
+        gtk_widget_set_size_request(button, std::max(answer.width, natural.width),
+                                    std::max(kAnswerHeight, natural.height));
+        g_signal_connect(button, "clicked", G_CALLBACK(respond), const_cast<Answer*>(&answer));
+        gtk_box_pack_start(GTK_BOX(row), button, FALSE, FALSE, kPadding);
+    }
+    return row;
+}
+
+// Opens every box over the window that is on top when its turn comes.
+class WindowQuestions : public relay_hub::UserQuestions {
+  public:
+    int ask_overwrite(const std::string& question) override {
+        int response = GTK_RESPONSE_DELETE_EVENT;
+        relay_hub::call_on_window([&] {
+            response = relay_hub::run_override_request(relay_hub::message_parent(), question.c_str());
+        });
+        return response;
+    }
+
+    void show_error(const std::string& primary, const std::string& secondary) override {
+        show(GTK_BUTTONS_OK, primary, secondary.empty() ? nullptr : secondary.c_str());
+    }
+
+    void show_job_error(const std::string& text) override { show(GTK_BUTTONS_CLOSE, text, nullptr); }
+
+  private:
+    static void show(GtkButtonsType buttons, const std::string& primary, const char* secondary) {
+        relay_hub::call_on_window([&] {
+            relay_hub::show_error_box(relay_hub::message_parent(), buttons, primary.c_str(), secondary);
+        });
+    }
+};
+
+}  // namespace
+
+int show_override_request_dialog(GtkWidget* parent, GtkWidget** dialog_out, const char* message) {
+    GtkWidget* dialog = relay_hub::new_modal_dialog(parent, relay_hub::translated("IDS_CONFIRMATION"));
+    set_folder_icon(dialog);
+    gtk_window_set_deletable(GTK_WINDOW(dialog), FALSE);
+    gtk_window_set_resizable(GTK_WINDOW(dialog), FALSE);
+    GtkBox* content = GTK_BOX(gtk_dialog_get_content_area(GTK_DIALOG(dialog)));
+    gtk_box_pack_start(content, question_row(message), TRUE, TRUE, kPadding);
+    gtk_box_pack_start(content, answer_row(), FALSE, FALSE, kPadding);
+    gtk_widget_show_all(GTK_WIDGET(content));
+    *dialog_out = dialog;
+    return 0;
+}
+
+void close_override_request_dialog(GtkWidget* dialog) {
+    if (dialog != nullptr)
+        gtk_widget_destroy(dialog);
+}
+
+namespace relay_hub {
+
+int run_override_request(GtkWidget* parent, const char* message) {
+    GtkWidget* dialog = nullptr;
+    if (show_override_request_dialog(parent, &dialog, message) != 0)
+        return GTK_RESPONSE_NONE;
+    const int response = run_dialog(GTK_DIALOG(dialog));
+    close_override_request_dialog(dialog);
+    return response;
+}
+
+UserQuestions* window_questions() {
+    static WindowQuestions questions;
+    return &questions;
+}
+
+}  // namespace relay_hub

@@ -1,0 +1,176 @@
+#include "window/dialogs/rename_dialog.h"
+
+#include <cstdio>
+#include <memory>
+
+#include "base/glib_owners.h"
+#include "base/shown_text.h"
+#include "base/translated_text.h"
+#include "tree_view_op/file_list_view.h"
+#include "window/closing.h"
+#include "window/dialogs/dialog_parts.h"
+#include "window/dialogs/message_dialog.h"
+
+using relay_hub::GText;
+using relay_hub::shown_text;
+using relay_hub::translated;
+
+namespace {
+
+std::string old_name;
+std::string new_name;
+std::string base_path;
+int g_iside = 0;
+GtkWidget* g_treeview = nullptr;
+
+std::string last_component(const std::string& path) {
+    const GText name(g_path_get_basename(path.c_str()));
+    return name.get();
+}
+
+// The bytes that the entry stands for: the old name's own as long as its text was not changed.
+std::string entered_name(const _rename_dialog& record) {
+    const char* text = gtk_entry_get_text(GTK_ENTRY(record.entry));
+    const std::string current = last_component(old_name);
+    return shown_text(current) == text ? current : text;
+}
+
+void refuse(const _rename_dialog& record, const std::string& message) {
+    relay_hub::show_error_box(record.dialog, GTK_BUTTONS_OK, message.c_str(), nullptr);
+    gtk_widget_grab_focus(record.entry);
+}
+
+void refuse_slash(const _rename_dialog& record) {
+    refuse(record, relay_hub::fill_translated("IDS_MSG_ERR_FAIL_TO_RENAME_FILE",
+                                              {shown_text(old_name), translated("IDS_ERROR_SLASHES")}));
+}
+
+void refuse_duplicate(const _rename_dialog& record) {
+    refuse(record, relay_hub::fill_translated("IDS_MSG_ERR_FAIL_ADD_SAME_FILE", {shown_text(old_name)}));
+}
+
+void accept(const _rename_dialog& record, const std::string& name) {
+    new_name = name;
+    gtk_dialog_response(GTK_DIALOG(record.dialog), GTK_RESPONSE_OK);
+}
+
+bool has_other_entry(GDir* folder, const std::string& name) {
+    while (const char* entry = g_dir_read_name(folder))
+        if (old_name != entry && name == entry)
+            return true;
+    return false;
+}
+
+void check_local(GtkButton*, gpointer data) {
+    const auto& record = *static_cast<const _rename_dialog*>(data);
+    const std::string name = entered_name(record);
+    if (name.find('/') != std::string::npos)
+        return refuse_slash(record);
+    GError* failure = nullptr;
+    const relay_hub::GDirPtr folder(g_dir_open(base_path.c_str(), 0, &failure));
+    if (folder == nullptr) {
+        const relay_hub::GErrorPtr owner(failure);
+        std::printf("g_dir_open() fail: [%s]\n", owner->message);
+        return;
+    }
+    if (has_other_entry(folder.get(), name))
+        return refuse_duplicate(record);
+    accept(record, name);
+}
+
+struct DuplicateSearch {
+    const std::string& name;
+    bool found = false;
+};
+
+gboolean compare_row(GtkTreeModel* model, GtkTreePath*, GtkTreeIter* iter, gpointer data) {
+    auto* search = static_cast<DuplicateSearch*>(data);
+    GtkTreeSelection* selection = gtk_tree_view_get_selection(GTK_TREE_VIEW(g_treeview));
+    const std::string name = relay_hub::row_name(model, iter);
+    if (name == ".." || gtk_tree_selection_iter_is_selected(selection, iter))
+        return FALSE;
+    search->found = name == search->name;
+    return search->found;
+}
+
+bool has_other_row(const std::string& name) {
+    GtkTreeModel* model =
+        g_treeview != nullptr ? gtk_tree_view_get_model(GTK_TREE_VIEW(g_treeview)) : nullptr;
+    DuplicateSearch search{name};
+    if (model != nullptr)
+        gtk_tree_model_foreach(model, compare_row, &search);
+    return search.found;
+}
+
+void check_remote(GtkButton*, gpointer data) {
+    const auto& record = *static_cast<const _rename_dialog*>(data);
+    const std::string name = entered_name(record);
+    const bool drive_path = base_path.size() > 1 && base_path[1] == ':';
+    if (!drive_path && name.find('/') != std::string::npos)
+        return refuse_slash(record);
+    if (has_other_row(name))
+        return refuse_duplicate(record);
+    accept(record, name);
+}
+
+void fill_entry(GtkWidget*, gpointer entry) {
+    gtk_entry_set_text(GTK_ENTRY(entry), shown_text(last_component(old_name)).c_str());
+    gtk_widget_grab_focus(GTK_WIDGET(entry));
+}
+
+void close_dialog(_rename_dialog* record) {
+    if (record->dialog != nullptr)
+        gtk_widget_destroy(record->dialog);
+    *record = {};
+}
+
+}  // namespace
+
+_rename_dialog* create_rename_dialog() {
+    new_name.clear();
+    return std::make_unique<_rename_dialog>().release();
+}
+
+void set_rename_dialog_oldname(const char* old_text, const char* new_text, const char* base, int is_remote,
+                               GtkWidget* tree_view) {
+    if (old_text != nullptr)
+        old_name = old_text;
+    if (new_text != nullptr)
+        new_name = new_text;
+    if (base != nullptr)
+        base_path = base;
+    g_iside = is_remote;
+    g_treeview = tree_view;
+}
+
+void set_rename_dialog_old_name(const char* path, GtkWidget* tree_view) {
+    const GText parent(g_path_get_dirname(path));
+    base_path = g_file_test(path, G_FILE_TEST_IS_DIR) ? std::string(path) + "/.." : parent.get();
+    old_name = last_component(path);
+    g_treeview = tree_view;
+    std::printf("old_name: %s\t base_path: %s\n%s\n", old_name.c_str(), base_path.c_str(), path);
+}
+
+void init_rename_dialog(_rename_dialog* record) {
+    const auto prompt = relay_hub::new_name_prompt(translated("IDS_MN_RENAME"), translated("IDS_NEW_NAME"));
+    *record = {prompt.dialog, prompt.ok_button, prompt.cancel_button, prompt.entry, prompt.label};
+    g_signal_connect(record->ok_button, "clicked", G_CALLBACK(g_iside != 0 ? check_remote : check_local),
+                     record);
+    g_signal_connect(record->dialog, "show", G_CALLBACK(fill_entry), record->entry);
+}
+
+void show_rename_dialog(_rename_dialog* record) {
+    if (relay_hub::run_dialog(GTK_DIALOG(record->dialog)) != GTK_RESPONSE_OK)
+        new_name.clear();
+    close_dialog(record);
+}
+
+void get_rename_dialog_new_name(std::string& out) {
+    out = new_name;
+}
+
+void destroy_rename_dialog(_rename_dialog* record) {
+    const std::unique_ptr<_rename_dialog> owner(record);
+    if (record != nullptr)
+        close_dialog(record);
+}
