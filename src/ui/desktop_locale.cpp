@@ -1,61 +1,15 @@
 #include "ui/desktop_locale.h"
 
 #include <gtk/gtk.h>
-#include <langinfo.h>
-#include <libintl.h>
-#include <locale.h>
 
 #include <cstdlib>
-#include <cstring>
-#include <memory>
-#include <string>
-#include <type_traits>
 
 #include "base/log.h"
 
 namespace relay_hub {
-namespace {
-
-constexpr char kFallback[] = "en_US.UTF-8";
-constexpr const char* kSupported[] = {
-    kFallback,     "fr_FR.UTF-8", "de_DE.UTF-8", "it_IT.UTF-8", "es_AR.UTF-8", "ja_JP.UTF-8",
-    "ko_KR.UTF-8", "zh_TW.UTF-8", "zh_CN.UTF-8", "pt_PT.UTF-8", "pt_BR.UTF-8", "ru_RU.UTF-8",
-};
-
-struct FreeLocale {
-    void operator()(locale_t locale) const { ::freelocale(locale); }
-};
-using Locale = std::unique_ptr<std::remove_pointer_t<locale_t>, FreeLocale>;
-
-// False for a locale that is not installed, too. Asked before it is entered: the toolkit complains of it.
-bool names_would_be_utf8() {
-    const Locale locale(::newlocale(LC_ALL_MASK, "", nullptr));
-    return locale != nullptr && std::strcmp(::nl_langinfo_l(CODESET, locale.get()), "UTF-8") == 0;
-}
-
-}  // namespace
-
-const char* supported_locale(const char* lang) {
-    for (const char* supported : kSupported) {
-        if (lang != nullptr && std::strcmp(lang, supported) == 0)
-            return supported;
-    }
-    return kFallback;
-}
 
 bool enter_chosen_locale() {
-    const char* lang = std::getenv("LANG");
-    const char* chosen = supported_locale(lang);
-    const bool kept = lang != nullptr && std::strcmp(lang, chosen) == 0;
-    if (!kept)
-        (void)::setenv("LANG", chosen, 1);
-    // LANG alone picks the texts: a list of languages or a category that names one without a catalogue would
-    // leave bare ids.
-    (void)::setenv("LANGUAGE", std::string(chosen, std::strcspn(chosen, ".")).c_str(), 1);
-    (void)::unsetenv("LC_MESSAGES");
-    // The C library's own locale converts names where the chosen one is not installed.
-    if (!names_would_be_utf8())
-        (void)::setenv("LC_ALL", "C.UTF-8", 1);
+    const bool kept = choose_locale();
     (void)gtk_set_locale();
     return kept;
 }
@@ -65,12 +19,6 @@ void settle_locale() {
     log_event("locale_ptr:%s", lang != nullptr ? lang : "(null)");
     if (!enter_chosen_locale())
         (void)write_log(kEventLogPath, "set locale");
-}
-
-void bind_catalogue() {
-    (void)::bindtextdomain(kTextDomain, kCatalogueFolder);
-    (void)::bind_textdomain_codeset(kTextDomain, "UTF-8");
-    (void)::textdomain(kTextDomain);
 }
 
 }  // namespace relay_hub

@@ -34,7 +34,7 @@ class Catalogues(unittest.TestCase):
     CONTINUED = ("IDS_NEW_NAME", "IDS_NEW_FOLDER_NAME", "IDS_EXIST_FILE_NAME", "IDS_ERROR_PATH")
 
     def test_the_languages_are_those_the_program_knows(self):
-        with open(os.path.join(TOP, "src", "ui", "desktop_locale.cpp")) as source:
+        with open(os.path.join(TOP, "src", "base", "program_locale.cpp")) as source:
             known = set(re.findall(r'"(\w\w_\w\w)\.UTF-8"', source.read()))
         self.assertEqual(set(LANGUAGES), known)
 
