@@ -18,16 +18,10 @@ constexpr std::chrono::milliseconds kBeat{100};
 constexpr std::size_t kBufferSize = 256UL * 1024;
 constexpr std::size_t kKernelSlice = 1024UL * 1024;
 constexpr std::uint64_t kFlushStep = 32ULL * 1024 * 1024;
-constexpr long kMostWaitingFiles = 400;
 constexpr std::uint64_t kMostWaitingBytes = 64ULL * 1024 * 1024;
 constexpr mode_t kPrivateFolder = 0700;
 constexpr std::size_t kNamesTold = 5;
 constexpr std::size_t kLongestSummary = 900;
-
-// Each of them keeps a descriptor open, and other work needs some as well.
-std::size_t most_waiting_files() {
-    return static_cast<std::size_t>(std::clamp(sysconf(_SC_OPEN_MAX) / 2, 1L, kMostWaitingFiles));
-}
 
 class KeepsFoldersOpen {
   public:
@@ -42,8 +36,10 @@ class KeepsFoldersOpen {
 
 }  // namespace
 
-std::string reason_text(int error) {
-    switch (error) {
+std::string reason_text(const Error& error) {
+    if (!error.text.empty())
+        return error.text;
+    switch (error.number) {
         case EXDEV:
             return "it lies outside the shared folder or on another volume";
         case EEXIST:
@@ -51,7 +47,7 @@ std::string reason_text(int error) {
         case EBUSY:
             return "it is in use or the root of the drive";
         default:
-            return error_text(error);
+            return error_text(error.number);
     }
 }
 
@@ -79,7 +75,7 @@ CopyBatch::CopyBatch(CopySide source, CopySide target,
       target_(std::move(target)),
       may_travel_(std::move(may_travel)),
       front_end_(front_end),
-      most_waiting_files_(most_waiting_files()),
+      most_waiting_files_(target_.files.most_waiting_files()),
       start_(steady_clock::now()),
       last_poll_(start_ - kBeat),
       last_report_(start_ - kBeat) {}
@@ -92,7 +88,7 @@ void CopyBatch::fail(const std::string& source, std::string reason) {
     add_failure(source_.show(source), std::move(reason));
 }
 
-void CopyBatch::fail(const std::string& source, int error) {
+void CopyBatch::fail(const std::string& source, const Error& error) {
     fail(source, reason_text(error));
 }
 
@@ -127,10 +123,10 @@ void CopyBatch::measure(const std::string& path, const Entry& entry) {
         total_bytes_ += entry.size;
     if (entry.kind != EntryKind::kFolder)
         return;
-    std::vector<Entry> entries;
+    Listing listing;
     // What cannot be read is told when it is to be copied.
-    (void)source_.files.list(path, entries);
-    for (const Entry& child : entries)
+    (void)source_.files.list(path, listing);
+    for (const Entry& child : listing.entries)
         measure(join_path(path, child.name), child);
 }
 
@@ -139,7 +135,7 @@ void CopyBatch::run(const std::vector<CopyItem>& items) {
     const KeepsFoldersOpen target_kept(target_.files);
     for (const CopyItem& item : items) {
         Entry entry;
-        if (source_.files.stat(item.source, entry) == 0)
+        if (!source_.files.stat(item.source, entry))
             measure(item.source, entry);
     }
     for (const CopyItem& item : items) {
@@ -154,12 +150,12 @@ void CopyBatch::run(const std::vector<CopyItem>& items) {
 
 void CopyBatch::copy_item(const CopyItem& item) {
     Entry entry;
-    if (const int error = source_.files.stat(item.source, entry); error != 0)
+    if (const Error error = source_.files.stat(item.source, entry); error)
         return fail(item.source, error);
-    if (item.source.empty())
+    if (is_root(source_.files.style(), item.source))
         return fail(item.source, "a whole drive cannot be copied");
     std::vector<FileIdentity> chain;
-    if (const int error = target_.files.folder_chain(item.target_folder, chain); error != 0)
+    if (const Error error = target_.files.folder_chain(item.target_folder, chain); error)
         return fail(item.source, target_.show(item.target_folder) + ": " + reason_text(error));
     if (entry.kind == EntryKind::kFolder &&
         std::find(chain.begin(), chain.end(), entry.identity) != chain.end())
@@ -196,11 +192,13 @@ void CopyBatch::copy_entry(const std::string& source, const Entry& entry, const 
 }
 
 void CopyBatch::copy_folder(const std::string& source, const Entry& entry, const std::string& target) {
-    std::vector<Entry> children;
-    if (const int error = source_.files.list(source, children); error != 0)
+    Listing children;
+    if (const Error error = source_.files.list(source, children); error)
         return fail(source, error);
+    for (const FailedLook& failed : children.failed)
+        fail(join_path(source, failed.name), failed.error);
     Entry existing;
-    const int missing = target_.files.stat(target, existing);
+    const int missing = target_.files.stat(target, existing).number;
     if (missing == 0 && existing.identity == entry.identity)
         return fail(source, "it cannot be copied onto itself");
     if (missing == 0 && existing.kind != EntryKind::kFolder)
@@ -208,13 +206,13 @@ void CopyBatch::copy_folder(const std::string& source, const Entry& entry, const
     if (missing == 0) {
         target_.files.sweep(target);
     } else {
-        if (const int error = target_.files.make_folder(target, kPrivateFolder); error != 0)
+        if (const Error error = target_.files.make_folder(target, kPrivateFolder); error)
             return fail(source, error);
         touched_folders_.insert(parent_path(target));
         anything_done_ = true;
     }
     touched_folders_.insert(target);
-    for (const Entry& child : children) {
+    for (const Entry& child : children.entries) {
         if (stopped())
             break;
         copy_entry(join_path(source, child.name), child, target);
@@ -228,10 +226,10 @@ CopyBatch::Verdict CopyBatch::judge_target(const std::string& source, const Entr
     if (waiting_targets_.contains(target))
         publish_waiting();
     Entry existing;
-    const int error = target_.files.stat(target, existing);
-    if (error == ENOENT)
+    const Error error = target_.files.stat(target, existing);
+    if (error.number == ENOENT)
         return Verdict::kWrite;
-    if (error != 0) {
+    if (error) {
         fail(source, error);
         return Verdict::kLeave;
     }
@@ -272,20 +270,20 @@ void CopyBatch::copy_file(const std::string& source, const Entry& entry, const s
     const Verdict verdict = judge_target(source, entry, target);
     std::unique_ptr<FileSource> reader;
     std::unique_ptr<FileSink> sink;
-    int error = 0;
+    Error error;
     if (verdict != Verdict::kLeave) {
-        error = source_.files.open_source(source, reader);
-        if (error == 0)
-            error = target_.files.open_sink(target, verdict == Verdict::kReplace, sink);
-        if (error == 0)
+        error = source_.files.open_source(source, entry, reader);
+        if (!error)
+            error = target_.files.open_sink(target, entry, verdict == Verdict::kReplace, sink);
+        if (!error)
             error = copy_content(*reader, *sink);
-        if (error == 0)
-            error = sink->set_attributes(entry);
+        if (!error)
+            error = sink->finish(*reader);
     }
-    if (error == ECANCELED)
+    if (error.number == ECANCELED)
         return;
     done_bytes_ = done_after;
-    if (error != 0)
+    if (error)
         return fail(source, error);
     if (verdict == Verdict::kLeave)
         return;
@@ -297,11 +295,11 @@ void CopyBatch::copy_file(const std::string& source, const Entry& entry, const s
         publish_waiting();
 }
 
-int CopyBatch::copy_content(FileSource& source, FileSink& sink) {
+Error CopyBatch::copy_content(FileSource& source, FileSink& sink) {
     bool copied_any = false;
     if (source.descriptor() >= 0 && sink.descriptor() >= 0) {
-        const int error = copy_in_kernel(source, sink, copied_any);
-        if (copied_any || error != 0)
+        const Error error = copy_in_kernel(source, sink, copied_any);
+        if (copied_any || error)
             return error;
     }
     buffer_.resize(kBufferSize);
@@ -310,18 +308,18 @@ int CopyBatch::copy_content(FileSource& source, FileSink& sink) {
             return ECANCELED;
         tell_progress();
         std::size_t got = 0;
-        if (const int error = source.read(buffer_.data(), buffer_.size(), got); error != 0)
+        if (const Error error = source.read(buffer_.data(), buffer_.size(), got); error)
             return error;
         if (got == 0)
             return 0;
-        if (const int error = sink.write(buffer_.data(), got); error != 0)
+        if (const Error error = sink.write(buffer_.data(), got); error)
             return error;
         count_written(sink, got);
     }
 }
 
 // Leaves copied_any false, and no error, when the kernel cannot copy between these two.
-int CopyBatch::copy_in_kernel(FileSource& source, FileSink& sink, bool& copied_any) {
+Error CopyBatch::copy_in_kernel(FileSource& source, FileSink& sink, bool& copied_any) {
     while (true) {
         if (stopped())
             return ECANCELED;
@@ -353,10 +351,10 @@ void CopyBatch::copy_link(const std::string& source, const Entry& entry, const s
     if (verdict == Verdict::kLeave)
         return;
     std::string link;
-    int error = source_.files.read_link(source, link);
-    if (error == 0)
+    Error error = source_.files.read_link(source, link);
+    if (!error)
         error = target_.files.make_link(target, link, entry, verdict == Verdict::kReplace);
-    if (error != 0)
+    if (error)
         return fail(source, error);
     touched_folders_.insert(parent_path(target));
     anything_done_ = true;
@@ -365,9 +363,9 @@ void CopyBatch::copy_link(const std::string& source, const Entry& entry, const s
 void CopyBatch::publish_waiting() {
     if (sinks_.empty())
         return;
-    const std::vector<int> results = target_.files.commit(sinks_);
+    const std::vector<Error> results = target_.files.commit(sinks_);
     for (std::size_t i = 0; i < results.size(); ++i) {
-        if (results[i] != 0)
+        if (results[i])
             fail(waiting_[i].source, results[i]);
         else
             anything_done_ = true;
@@ -381,13 +379,13 @@ void CopyBatch::publish_waiting() {
 
 void CopyBatch::finish_folders() {
     for (const auto& [path, entry] : made_folders_) {
-        if (const int error = target_.files.set_attributes(path, entry); error != 0)
+        if (const Error error = target_.files.set_attributes(path, entry); error)
             add_failure(target_.show(path), reason_text(error));
     }
     if (!anything_done_)
         return;
     const std::vector<std::string> touched(touched_folders_.begin(), touched_folders_.end());
-    if (const int error = target_.files.settle(touched); error != 0)
+    if (const Error error = target_.files.settle(touched); error)
         add_failure(target_.show(touched.front()), reason_text(error));
 }
 

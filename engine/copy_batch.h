@@ -63,12 +63,12 @@ class CopyBatch {
     Verdict judge_target(const std::string& source, const Entry& entry, const std::string& target);
     bool may_replace(const std::string& target);
     // 0, an errno value, or ECANCELED when the work is to stop.
-    int copy_content(FileSource& source, FileSink& sink);
-    int copy_in_kernel(FileSource& source, FileSink& sink, bool& copied_any);
+    Error copy_content(FileSource& source, FileSink& sink);
+    Error copy_in_kernel(FileSource& source, FileSink& sink, bool& copied_any);
     void count_written(FileSink& sink, std::uint64_t bytes);
     void publish_waiting();
     void finish_folders();
-    void fail(const std::string& source, int error);
+    void fail(const std::string& source, const Error& error);
     void fail(const std::string& source, std::string reason);
 
     CopySide source_;
@@ -104,6 +104,6 @@ class CopyBatch {
 // "3 items could not be copied:" with the first names and reasons.
 std::string failure_summary(const std::vector<Failure>& failures, const std::string& what_failed);
 // Plain English for an errno value.
-std::string reason_text(int error);
+std::string reason_text(const Error& error);
 
 }  // namespace relay_hub::engine

@@ -86,10 +86,10 @@ void serve_signals(int signals, const StopEvent& stop, LinkState& state, FrontEn
 int serve(const Options& options) {
     const FileDescriptor signals = take_signals();
     raise_file_limit();
-    const auto remote = FolderFileSystem::open(options.folder, Reach::kBeneath);
+    const auto remote = FolderFileSystem::open(options.folder, Reach::kBeneath, options.style);
     if (!remote)
         return complain(kWrongUsage, "--serve " + options.folder + ": " + error_text(errno));
-    const auto local = FolderFileSystem::open("/", Reach::kWholeMachine);
+    const auto local = FolderFileSystem::open("/", Reach::kWholeMachine, Style::kPosix);
     if (!local || !signals)
         return complain(kCannotServe, error_text(errno));
     std::string why;
@@ -100,7 +100,7 @@ int serve(const Options& options) {
     StopEvent stop;
     LinkState state;
     FrontEndLink front_end(kNotifyBase, stop, state);
-    RequestHandlers handlers(*remote, *local, options.style, front_end, state);
+    RequestHandlers handlers(*remote, *local, front_end, state);
     EngineServer server({kCommandBase, options.delay, options.chunk, options.quiet}, handlers, front_end,
                         stop);
     if (!server.create_pipes(why))

@@ -2,6 +2,7 @@
 
 #include <glib.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdio>
@@ -17,24 +18,26 @@ constexpr gunichar kFirstLost = 0xF300;
 constexpr gunichar kLastLost = 0xF6FF;
 
 bool is_separator(Style style, char c) {
-    return c == '/' || (style == Style::kWindows && c == '\\');
+    return c == '/' || (style != Style::kPosix && c == '\\');
 }
 
-// What follows the drive or the leading separator.
-std::optional<std::string_view> below_root(Style style, std::string_view path) {
+// Inner path of the root or drive that path begins with, and what follows it, taken off path.
+std::optional<std::string> take_root(Style style, std::string_view& path) {
     if (style == Style::kPosix) {
         if (path.empty() || path.front() != '/')
             return std::nullopt;
-        return path.substr(1);
+        path.remove_prefix(1);
+        return std::string();
     }
-    if (path.size() < 2 || (path[0] != 'C' && path[0] != 'c') || path[1] != ':')
+    if (path.size() < 2 || g_ascii_isalpha(path[0]) == 0 || path[1] != ':')
         return std::nullopt;
+    const char drive = g_ascii_toupper(path[0]);
     path.remove_prefix(2);
-    if (path.empty())
-        return path;
-    if (!is_separator(style, path.front()))
+    if (!path.empty() && !is_separator(style, path.front()))
         return std::nullopt;
-    return path.substr(1);
+    if (style == Style::kDrives)
+        return std::string{drive, ':'};
+    return drive == 'C' ? std::optional(std::string()) : std::nullopt;
 }
 
 std::vector<std::string_view> split(Style style, std::string_view path) {
@@ -80,11 +83,12 @@ std::optional<std::vector<gunichar2>> hex_units(std::string_view hex) {
 }  // namespace
 
 std::optional<std::string> inner_path(Style style, std::string_view wire_path) {
-    const auto rest = below_root(style, wire_path);
-    if (!rest || wire_path.find('\0') != std::string_view::npos)
+    std::string_view rest = wire_path;
+    auto inner = take_root(style, rest);
+    if (!inner || wire_path.find('\0') != std::string_view::npos)
         return std::nullopt;
     std::vector<std::string_view> kept;
-    for (const std::string_view part : split(style, *rest)) {
+    for (const std::string_view part : split(style, rest)) {
         if (part == ".")
             continue;
         if (part != "..") {
@@ -95,17 +99,26 @@ std::optional<std::string> inner_path(Style style, std::string_view wire_path) {
             return std::nullopt;
         kept.pop_back();
     }
-    std::string inner;
-    for (const std::string_view part : kept)
-        inner = join_path(inner, part);
+    for (const std::string_view part : kept) {
+        if (!inner->empty())
+            *inner += '/';
+        inner->append(part);
+    }
     return inner;
 }
 
 std::string wire_path(Style style, std::string_view inner) {
-    std::string path = style == Style::kWindows ? "C:\\" : "/";
-    for (const char c : inner)
-        path += c == '/' && style == Style::kWindows ? '\\' : c;
-    return path;
+    std::string path = style == Style::kWindows ? "C:\\" : style == Style::kPosix ? "/" : "";
+    path += inner;
+    if (style == Style::kPosix)
+        return path;
+    std::replace(path.begin(), path.end(), '/', '\\');
+    const bool is_drive = style == Style::kDrives && path.size() == 2;
+    return is_drive ? path + '\\' : path;
+}
+
+bool is_root(Style style, std::string_view inner) {
+    return inner.empty() || (style == Style::kDrives && inner.find('/') == std::string_view::npos);
 }
 
 bool can_travel(Style style, std::string_view name) {

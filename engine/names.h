@@ -1,6 +1,6 @@
 #pragma once
 // How paths are written on the wire and inside the engine. Inside, a path is components joined by "/" without
-// a leading or trailing one; "" is the root. On the wire it is a text in one of two styles and, beside it,
+// a leading or trailing one; "" is the root. On the wire it is a text in one of the styles and, beside it,
 // the same in unicode hex: four upper-case digits per UTF-16 unit, low byte first. Pure functions.
 #include <optional>
 #include <string>
@@ -8,14 +8,18 @@
 
 namespace relay_hub::engine {
 
-enum class Style { kWindows, kPosix };
+// kWindows has one drive, "C:", which is the root: "C:\\a" is "a". In kDrives, too, paths have a drive and
+// backslashes, but the drive is their first component: "D:\\a" is "D:/a", and nothing stands for the root.
+enum class Style { kWindows, kPosix, kDrives };
 
 // Inner path of a path on the wire. Nothing when it is not a full path in that style or leaves the root by
-// "..". "." is dropped, ".." takes the component before it away. The windows style takes both separators.
+// "..". "." is dropped, ".." takes the component before it away. Beside backslashes "/" is taken too.
 std::optional<std::string> inner_path(Style style, std::string_view wire_path);
 std::string wire_path(Style style, std::string_view inner);
-// Whether a name can be told to the front end at all: valid UTF-8 without control characters and, in the
-// windows style, without a separator.
+// Whether it is the root or a whole drive.
+bool is_root(Style style, std::string_view inner);
+// Whether a name can be told to the front end at all: valid UTF-8 without control characters and separators
+// of the style.
 bool can_travel(Style style, std::string_view name);
 
 std::string join_path(std::string_view folder, std::string_view name);

@@ -1,17 +1,36 @@
 #pragma once
 // What stands behind the protocol: one tree of files. The engine's requests and copies know only this
 // interface, so that another kind of remote computer is another implementation of it. Paths are inner paths
-// (names.h). Every operation may be called on one thread at a time and returns 0 or an errno value; EXDEV
-// says that the path leads out of the tree.
+// (names.h). Every operation but interrupt() belongs to one thread at a time.
 #include <sys/types.h>
 
 #include <cstdint>
 #include <ctime>
+#include <functional>
 #include <memory>
+#include <optional>
+#include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "engine/names.h"
+
 namespace relay_hub::engine {
+
+// What an operation returns. EXDEV says that a path leads out of the tree, ECANCELED that the work was
+// interrupted.
+struct Error {
+    Error() = default;
+    // Implicit, so that errno can be returned as it is.
+    Error(int error_number) : number(error_number) {}  // NOLINT(google-explicit-constructor)
+    Error(int error_number, std::string reason) : number(error_number), text(std::move(reason)) {}
+    explicit operator bool() const { return number != 0; }
+    bool operator==(const Error&) const = default;
+
+    int number = 0;    // an errno value, 0 for success
+    std::string text;  // in the user's language, without a full stop; empty: the number says it all
+};
 
 enum class EntryKind { kFile, kFolder, kLink, kSpecial };
 
@@ -19,8 +38,9 @@ enum class EntryKind { kFile, kFolder, kLink, kSpecial };
 struct FileIdentity {
     dev_t device = 0;
     ino_t inode = 0;
+    [[nodiscard]] bool known() const { return inode != 0; }
     bool operator==(const FileIdentity& other) const {
-        return inode != 0 && device == other.device && inode == other.inode;
+        return known() && device == other.device && inode == other.inode;
     }
 };
 
@@ -28,12 +48,41 @@ struct Entry {
     std::string name;
     EntryKind kind = EntryKind::kFile;
     bool opens_as_folder = false;  // a folder, or a link to one inside the tree; told by list() alone
-    std::uint64_t size = 0;
+    bool has_mode = true;          // else mode is a guess that is not worth applying
+    bool has_times = true;         // else they are zero
     mode_t mode = 0;
+    std::uint64_t size = 0;
     timespec created{};
     timespec accessed{};
-    timespec modified{};
+    timespec modified{};  // whole seconds where the tree holds no more
     FileIdentity identity;
+};
+
+// An entry that is there but could not be looked at, or one whose name the tree refuses.
+struct FailedLook {
+    std::string name;
+    Error error;
+};
+
+struct Listing {
+    std::vector<Entry> entries;  // in no particular order, without "." and ".."
+    std::vector<FailedLook> failed;
+};
+
+enum class DriveKind { kUnknown = 0, kRemovable = 2, kFixed = 3, kOptical = 5, kMemory = 6 };
+
+struct Drive {
+    std::string path;
+    std::string name;  // empty: the path as the wire has it
+    DriveKind kind = DriveKind::kFixed;
+};
+
+// Where a person begins to look.
+struct Places {
+    std::vector<Drive> drives;
+    std::optional<std::string> home;
+    std::optional<std::string> desktop;
+    std::optional<std::string> documents;
 };
 
 class FileSource {
@@ -43,24 +92,32 @@ class FileSource {
     FileSource& operator=(const FileSource&) = delete;
     virtual ~FileSource() = default;
     // got is 0 at the end.
-    virtual int read(char* buffer, std::size_t size, std::size_t& got) = 0;
+    virtual Error read(char* buffer, std::size_t size, std::size_t& got) = 0;
     // A descriptor that the kernel can copy from, or -1. Borrowed.
     [[nodiscard]] virtual int descriptor() const = 0;
 };
 
-// A file being written, without its final name until commit(). Dropped without commit it leaves nothing.
+// A file being written, without its final name until commit(). Dropped without commit it leaves nothing. A
+// small one may be kept in memory until then.
 class FileSink {
   public:
     FileSink() = default;
     FileSink(const FileSink&) = delete;
     FileSink& operator=(const FileSink&) = delete;
     virtual ~FileSink() = default;
-    virtual int write(const char* data, std::size_t size) = 0;
+    // An earlier write's failure may be told by a later one, or by commit.
+    virtual Error write(const char* data, std::size_t size) = 0;
     [[nodiscard]] virtual int descriptor() const = 0;
     // Starts what is written on its way to the disk, so that the commit of a big file does not take long.
     virtual void start_flush() = 0;
-    // Mode and times as in entry, once all is written.
-    virtual int set_attributes(const Entry& entry) = 0;
+    // Mode and times of the entry that the sink was opened with, and what else source holds beside its
+    // content. Called once, after the last write.
+    virtual Error finish(const FileSource& source) = 0;
+};
+
+struct FileToRead {
+    std::string path;
+    Entry entry;
 };
 
 class RemoteFileSystem {
@@ -70,40 +127,62 @@ class RemoteFileSystem {
     RemoteFileSystem& operator=(const RemoteFileSystem&) = delete;
     virtual ~RemoteFileSystem() = default;
 
+    // Any thread: whatever waits in the tree ends at once with ECANCELED, and so does every later call, until
+    // resume() is called.
+    virtual void interrupt() = 0;
+    virtual void resume() = 0;
+    // Called on the thread of an operation at least every 100 ms while that waits for somebody else; false
+    // from it ends the operation with ECANCELED. It must not call the tree. Null for none.
+    virtual void set_watch(std::function<bool()> goes_on) = 0;
+
+    // How its paths are written on the wire.
+    [[nodiscard]] virtual Style style() const = 0;
+    virtual Error places(Places& places) = 0;
+    // What the user may still write there.
+    virtual Error free_space(const std::string& folder, std::uint64_t& bytes) = 0;
+    // How many sources and sinks may be open at once.
+    [[nodiscard]] virtual std::size_t most_waiting_files() const = 0;
     // Between true and false the folder that was used last may be kept open for what follows in it; somebody
     // who moves it meanwhile is followed.
     virtual void keep_folder_open(bool keep) = 0;
 
-    // In no particular order, without "." and "..".
-    virtual int list(const std::string& folder, std::vector<Entry>& entries) = 0;
+    virtual Error list(const std::string& folder, Listing& listing) = 0;
     // A link is told as a link.
-    virtual int stat(const std::string& path, Entry& entry) = 0;
-    virtual int read_link(const std::string& path, std::string& target) = 0;
-    // The folder and every folder above it, innermost first.
-    virtual int folder_chain(const std::string& folder, std::vector<FileIdentity>& chain) = 0;
+    virtual Error stat(const std::string& path, Entry& entry) = 0;
+    virtual Error read_link(const std::string& path, std::string& target) = 0;
+    // The folder and every folder above it, innermost first. Empty where folders have no identity.
+    virtual Error folder_chain(const std::string& folder, std::vector<FileIdentity>& chain) = 0;
 
-    virtual int open_source(const std::string& path, std::unique_ptr<FileSource>& source) = 0;
-    // replace: whether commit may take the place of a file that is there. Without it, one that appeared
-    // meanwhile makes commit fail with EEXIST.
-    virtual int open_sink(const std::string& path, bool replace, std::unique_ptr<FileSink>& sink) = 0;
+    // The files that open_source() will be called for next, in this order and after those told before: small
+    // ones can be fetched ahead. One that is passed over will not be opened any more; an empty span says so
+    // of all.
+    virtual void read_ahead(std::span<const FileToRead> files) = 0;
+    // entry as list() or stat() gave it.
+    virtual Error open_source(const std::string& path, const Entry& entry,
+                              std::unique_ptr<FileSource>& source) = 0;
+    // For a copy of entry. replace: whether commit may take the place of a file that is there. Without it,
+    // one that appeared meanwhile makes commit fail with EEXIST.
+    virtual Error open_sink(const std::string& path, const Entry& entry, bool replace,
+                            std::unique_ptr<FileSink>& sink) = 0;
     // Puts the content of every sink on the disk and then under its final name. One result per sink.
-    virtual std::vector<int> commit(std::vector<std::unique_ptr<FileSink>>& sinks) = 0;
+    virtual std::vector<Error> commit(std::vector<std::unique_ptr<FileSink>>& sinks) = 0;
     // Returns when the names that were committed to and made in these folders are on the disk.
-    virtual int settle(const std::vector<std::string>& folders) = 0;
+    virtual Error settle(const std::vector<std::string>& folders) = 0;
     // Removes what dead runs left of their sinks in the folder.
     virtual void sweep(const std::string& folder) = 0;
 
     // mode is cut by the process mask.
-    virtual int make_folder(const std::string& path, mode_t mode) = 0;
+    virtual Error make_folder(const std::string& path, mode_t mode) = 0;
     // As open_sink and commit in one, for a link.
-    virtual int make_link(const std::string& path, const std::string& target, const Entry& entry,
-                          bool replace) = 0;
-    virtual int set_attributes(const std::string& path, const Entry& entry) = 0;
+    virtual Error make_link(const std::string& path, const std::string& target, const Entry& entry,
+                            bool replace) = 0;
+    // Mode and times of a folder.
+    virtual Error set_attributes(const std::string& path, const Entry& entry) = 0;
     // Never over something that is there: EEXIST.
-    virtual int rename(const std::string& from, const std::string& to) = 0;
+    virtual Error rename(const std::string& from, const std::string& to) = 0;
     // Removes for good; a folder with all it holds. failed names the item that could not be removed.
-    virtual int remove(const std::string& path, EntryKind kind, std::string& failed) = 0;
-    virtual int move_to_trash(const std::string& path) = 0;
+    virtual Error remove(const std::string& path, EntryKind kind, std::string& failed) = 0;
+    virtual Error move_to_trash(const std::string& path) = 0;
 };
 
 }  // namespace relay_hub::engine

@@ -1,5 +1,6 @@
 #include "engine/request_handlers.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <optional>
@@ -15,9 +16,6 @@ namespace relay_hub::engine {
 namespace {
 
 constexpr char kOfflineReason[] = "The remote computer is offline.";
-constexpr char kFixedDisk[] = "3";
-constexpr char kDesktop[] = "Desktop";
-constexpr char kDocuments[] = "Documents";
 
 // What a request says of one path: plain, hex or both. before stands in front of the tags.
 std::string requested_text(CZEVXML& request, const std::string& before, const char* plain_tag,
@@ -34,8 +32,8 @@ std::string not_a_path(const std::string& text) {
     return failure_text(quoted(text) + " is not a path of this computer.");
 }
 
-std::string done_or_reason(int error, const std::string& path, const std::string& what_failed) {
-    if (error == 0)
+std::string done_or_reason(const Error& error, const std::string& path, const std::string& what_failed) {
+    if (!error)
         return success_text();
     return failure_text(quoted(path) + " cannot be " + what_failed + ": " + reason_text(error) + ".");
 }
@@ -92,9 +90,9 @@ const RequestHandlers::Handler* RequestHandlers::find_handler(const std::string&
     return nullptr;
 }
 
-RequestHandlers::RequestHandlers(RemoteFileSystem& remote, RemoteFileSystem& local, Style style,
-                                 FrontEnd& front_end, const LinkState& state)
-    : remote_(remote), local_(local), style_(style), front_end_(front_end), state_(state) {}
+RequestHandlers::RequestHandlers(RemoteFileSystem& remote, RemoteFileSystem& local, FrontEnd& front_end,
+                                 const LinkState& state)
+    : remote_(remote), local_(local), front_end_(front_end), state_(state) {}
 
 Reply RequestHandlers::handle(const std::string& message) {
     CZEVXML request;
@@ -111,76 +109,97 @@ Reply RequestHandlers::handle(const std::string& message) {
 
 std::string RequestHandlers::list_files(CZEVXML& request) {
     const std::string path = requested_text(request, "", wire::kPath, wire::kPathHex);
-    const auto folder = inner_path(style_, path);
+    const auto folder = inner_path(style(), path);
     if (!folder)
         return not_a_path(path);
-    std::vector<Entry> entries;
-    if (const int error = remote_.list(*folder, entries); error != 0)
+    Listing listing;
+    if (const Error error = remote_.list(*folder, listing); error)
         return done_or_reason(error, path, "read");
-    return file_list_text(entries, style_, kLongestAnswer);
+    return file_list_text(listing.entries, style(), kLongestAnswer);
 }
 
 std::string RequestHandlers::list_drives(CZEVXML& /*request*/) {
-    const std::string root = wire_path(style_, "");
+    Places places;
+    if (const Error error = remote_.places(places); error)
+        return failure_text(reason_text(error));
     WireText answer;
     answer.add(wire::kResult, wire::kSuccess);
-    answer.begin_record();
-    answer.add(wire::kDriveType, kFixedDisk);
-    answer.add(wire::kDisplayName, root);
-    answer.add(wire::kNameHex, encode_hex(root));
-    answer.end_record();
+    for (const Drive& drive : places.drives) {
+        const std::string path = wire_path(style(), drive.path);
+        answer.begin_record();
+        answer.add(wire::kDriveType, static_cast<std::uint64_t>(drive.kind));
+        answer.add(wire::kDisplayName, drive.name.empty() ? path : drive.name);
+        answer.add(wire::kNameHex, encode_hex(path));
+        answer.end_record();
+    }
     return answer.finish();
 }
 
 std::string RequestHandlers::list_special_paths(CZEVXML& /*request*/) {
+    Places places;
+    if (const Error error = remote_.places(places); error)
+        return failure_text(reason_text(error));
     WireText answer;
     answer.add(wire::kResult, wire::kSuccess);
-    static constexpr std::array<std::pair<const char*, const char*>, 2> kPlaces{
-        {{wire::kDesktopFolder, kDesktop}, {wire::kDocumentsFolder, kDocuments}}};
-    for (const auto& [tag, name] : kPlaces) {
-        Entry entry;
-        if (remote_.stat(name, entry) == 0 && entry.kind == EntryKind::kFolder)
-            answer.add(tag, encode_hex(wire_path(style_, name)));
-    }
+    if (places.desktop)
+        answer.add(wire::kDesktopFolder, encode_hex(wire_path(style(), *places.desktop)));
+    if (places.documents)
+        answer.add(wire::kDocumentsFolder, encode_hex(wire_path(style(), *places.documents)));
     return answer.finish();
 }
 
 std::string RequestHandlers::rename(CZEVXML& request) {
     const std::string from_text = requested_text(request, "", nullptr, wire::kOldPathHex);
     const std::string to_text = requested_text(request, "", nullptr, wire::kNewPathHex);
-    const auto from = inner_path(style_, from_text);
-    const auto to = inner_path(style_, to_text);
+    const auto from = inner_path(style(), from_text);
+    const auto to = inner_path(style(), to_text);
     if (!from || !to)
         return not_a_path(from ? to_text : from_text);
     const std::string old_path = known_path(*from);
     const std::string new_path = join_path(known_path(parent_path(*to)), with_pictographs(base_name(*to)));
-    return done_or_reason(remote_.rename(old_path, new_path), wire_path(style_, old_path),
+    return done_or_reason(remote_.rename(old_path, new_path), wire_path(style(), old_path),
                           "renamed to " + quoted(base_name(new_path)));
 }
 
 std::string RequestHandlers::known_path(const std::string& path) {
     Entry entry;
-    if (path.empty() || remote_.stat(path, entry) != ENOENT)
+    if (path.empty() || remote_.stat(path, entry).number != ENOENT)
         return path;
-    const std::string folder = known_path(parent_path(path));
-    const std::string name = base_name(path);
-    std::vector<Entry> entries;
-    (void)remote_.list(folder, entries);
-    for (const Entry& candidate : entries) {
-        if (decode_hex(encode_hex_as_front_end(candidate.name)) == name)
-            return join_path(folder, candidate.name);
+    std::string known;
+    std::size_t start = 0;
+    while (start < path.size()) {
+        const std::size_t slash = std::min(path.find('/', start), path.size());
+        const auto name = known_name(known, path.substr(start, slash - start));
+        // Below what is not there nothing else can be known.
+        if (!name)
+            return join_path(known, path.substr(start));
+        known = join_path(known, *name);
+        start = slash + 1;
     }
-    return path;
+    return known;
+}
+
+std::optional<std::string> RequestHandlers::known_name(const std::string& folder, const std::string& name) {
+    Entry entry;
+    if (remote_.stat(join_path(folder, name), entry).number != ENOENT)
+        return name;
+    Listing listing;
+    (void)remote_.list(folder, listing);
+    for (const Entry& candidate : listing.entries) {
+        if (decode_hex(encode_hex_as_front_end(candidate.name)) == name)
+            return candidate.name;
+    }
+    return std::nullopt;
 }
 
 std::string RequestHandlers::remove(CZEVXML& request, EntryKind kind) {
     const std::string text = requested_text(request, "", wire::kPath, wire::kPathHex);
-    const auto path = inner_path(style_, text);
+    const auto path = inner_path(style(), text);
     if (!path)
         return not_a_path(text);
     std::string failed;
-    const int error = remote_.remove(*path, kind, failed);
-    return done_or_reason(error, wire_path(style_, failed), "deleted");
+    const Error error = remote_.remove(*path, kind, failed);
+    return done_or_reason(error, wire_path(style(), failed), "deleted");
 }
 
 std::string RequestHandlers::delete_file(CZEVXML& request) {
@@ -196,9 +215,9 @@ std::string RequestHandlers::move_to_trash(CZEVXML& request) {
     const std::size_t count = item_count(request);
     for (std::size_t i = 0; i < count; ++i) {
         const std::string text = requested_text(request, item_record(i), nullptr, wire::kPathHex);
-        const auto path = inner_path(style_, text);
-        const int error = path ? remote_.move_to_trash(known_path(*path)) : EINVAL;
-        if (error != 0)
+        const auto path = inner_path(style(), text);
+        const Error error = path ? remote_.move_to_trash(known_path(*path)) : EINVAL;
+        if (error)
             failures.push_back({text, reason_text(error)});
     }
     return failures.empty() ? success_text() : failure_text(failure_summary(failures, "moved to the trash"));
@@ -206,16 +225,16 @@ std::string RequestHandlers::move_to_trash(CZEVXML& request) {
 
 std::string RequestHandlers::create_folder(CZEVXML& request) {
     const std::string text = requested_text(request, "", wire::kPath, wire::kPathHex);
-    const auto path = inner_path(style_, text);
+    const auto path = inner_path(style(), text);
     if (!path)
         return not_a_path(text);
     constexpr mode_t kEveryRight = 0777;
-    const int error = path->empty() ? EEXIST : remote_.make_folder(*path, kEveryRight);
+    const Error error = is_root(style(), *path) ? EEXIST : remote_.make_folder(*path, kEveryRight);
     return done_or_reason(error, text, "created");
 }
 
 CopySide RequestHandlers::remote_side() const {
-    return {remote_, [style = style_](const std::string& path) { return wire_path(style, path); }};
+    return {remote_, [style = style()](const std::string& path) { return wire_path(style, path); }};
 }
 
 CopySide RequestHandlers::local_side() const {
@@ -225,14 +244,14 @@ CopySide RequestHandlers::local_side() const {
 std::string RequestHandlers::copy_to_local(CZEVXML& request) {
     CopyBatch batch(
         remote_side(), local_side(),
-        [style = style_](const std::string& name) { return can_travel(style, name); }, front_end_);
+        [style = style()](const std::string& name) { return can_travel(style, name); }, front_end_);
     std::vector<CopyItem> items;
     const std::size_t count = item_count(request);
     for (std::size_t i = 0; i < count; ++i) {
         const std::string from =
             requested_text(request, item_record(i), wire::kRemotePath, wire::kRemotePathHex);
         const std::string to = requested_text(request, item_record(i), wire::kLocalPath, wire::kLocalPathHex);
-        const auto source = inner_path(style_, from);
+        const auto source = inner_path(style(), from);
         const auto target = local_path(to);
         if (source && target)
             items.push_back({*source, *target});
@@ -246,7 +265,7 @@ std::string RequestHandlers::copy_to_local(CZEVXML& request) {
 std::string RequestHandlers::copy_to_remote(CZEVXML& request) {
     CopyBatch batch(
         local_side(), remote_side(),
-        [style = style_](const std::string& name) { return can_travel(style, name); }, front_end_);
+        [style = style()](const std::string& name) { return can_travel(style, name); }, front_end_);
     std::vector<CopyItem> items;
     const std::size_t count = item_count(request);
     for (std::size_t i = 0; i < count; ++i) {
@@ -255,7 +274,7 @@ std::string RequestHandlers::copy_to_remote(CZEVXML& request) {
         const std::string to =
             requested_text(request, item_record(i), wire::kRemotePath, wire::kRemotePathHex);
         const auto source = local_path(from);
-        const auto target = inner_path(style_, to);
+        const auto target = inner_path(style(), to);
         if (source && target)
             items.push_back({*source, *target});
         else

@@ -1,6 +1,7 @@
 #pragma once
 // Answers the requests of the front end. One request at a time, on one thread; trees, front end and link
 // state must outlive it.
+#include <optional>
 #include <string>
 
 #include "engine/copy_batch.h"
@@ -22,7 +23,7 @@ struct Reply {
 class RequestHandlers {
   public:
     // remote is what the front end calls the remote computer, local this machine as the user sees it.
-    RequestHandlers(RemoteFileSystem& remote, RemoteFileSystem& local, Style style, FrontEnd& front_end,
+    RequestHandlers(RemoteFileSystem& remote, RemoteFileSystem& local, FrontEnd& front_end,
                     const LinkState& state);
     // message: one document, without the marker.
     Reply handle(const std::string& message);
@@ -50,12 +51,14 @@ class RequestHandlers {
     std::string run_copy(CopyBatch& batch, const std::vector<CopyItem>& items);
     // The item that a path known from hex alone means: one whose hex is the same.
     std::string known_path(const std::string& path);
+    // The same of one name; nothing when the folder holds none.
+    std::optional<std::string> known_name(const std::string& folder, const std::string& name);
+    [[nodiscard]] Style style() const { return remote_.style(); }
     [[nodiscard]] CopySide remote_side() const;
     [[nodiscard]] CopySide local_side() const;
 
     RemoteFileSystem& remote_;
     RemoteFileSystem& local_;
-    Style style_;
     FrontEnd& front_end_;
     const LinkState& state_;
 };

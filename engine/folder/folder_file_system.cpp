@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <sys/sysmacros.h>
 #include <unistd.h>
 
@@ -23,6 +24,10 @@ namespace {
 // From this many files on, one flush of the file system beats a flush of each.
 constexpr std::size_t kFewFiles = 8;
 constexpr std::size_t kFewFolders = 16;
+constexpr long kMostWaitingFiles = 400;
+constexpr std::chrono::milliseconds kWatchStep{100};
+constexpr char kDesktop[] = "Desktop";
+constexpr char kDocuments[] = "Documents";
 constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NONBLOCK;
 
 timespec to_timespec(const statx_timestamp& time) {
@@ -77,7 +82,7 @@ int read_names(FileDescriptor folder, std::vector<std::string>& names) {
 class FolderSource : public FileSource {
   public:
     explicit FolderSource(FileDescriptor file) : file_(std::move(file)) {}
-    int read(char* buffer, std::size_t size, std::size_t& got) override {
+    Error read(char* buffer, std::size_t size, std::size_t& got) override {
         while (true) {
             const ssize_t count = ::read(file_.get(), buffer, size);
             if (count < 0 && errno == EINTR)
@@ -129,11 +134,12 @@ int remove_at(int parent, const std::string& name, std::string& failed) {
 
 }  // namespace
 
-std::unique_ptr<FolderFileSystem> FolderFileSystem::open(const std::string& folder, Reach reach) {
+std::unique_ptr<FolderFileSystem> FolderFileSystem::open(const std::string& folder, Reach reach,
+                                                         Style style) {
     FileDescriptor root(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     if (!root)
         return nullptr;
-    return std::make_unique<FolderFileSystem>(std::move(root), reach);
+    return std::make_unique<FolderFileSystem>(std::move(root), reach, style);
 }
 
 bool FolderFileSystem::leads_to_folder(const std::string& path) const {
@@ -141,7 +147,54 @@ bool FolderFileSystem::leads_to_folder(const std::string& path) const {
     return tree_.open(path, O_PATH | O_DIRECTORY, folder) == 0;
 }
 
-int FolderFileSystem::list(const std::string& folder, std::vector<Entry>& entries) {
+bool FolderFileSystem::stopped() {
+    const auto now = std::chrono::steady_clock::now();
+    if (goes_on_ && now - last_asked_ >= kWatchStep) {
+        last_asked_ = now;
+        if (!goes_on_())
+            return true;
+    }
+    return interrupted_;
+}
+
+Error FolderFileSystem::places(Places& places) {
+    places.drives = {{"", "", DriveKind::kFixed}};
+    const std::pair<const char*, std::optional<std::string>*> named[] = {{kDesktop, &places.desktop},
+                                                                         {kDocuments, &places.documents}};
+    for (const auto& [name, place] : named) {
+        Entry entry;
+        if (!stat(name, entry) && entry.kind == EntryKind::kFolder)
+            *place = name;
+    }
+    return {};
+}
+
+Error FolderFileSystem::free_space(const std::string& folder, std::uint64_t& bytes) {
+    FileDescriptor opened;
+    if (const int error = tree_.open(folder, O_PATH | O_DIRECTORY, opened); error != 0)
+        return error;
+    struct statvfs space {};
+    if (fstatvfs(opened.get(), &space) != 0)
+        return errno;
+    bytes = std::uint64_t{space.f_bavail} * space.f_frsize;
+    return {};
+}
+
+// Each of them keeps a descriptor open, and other work needs some as well.
+std::size_t FolderFileSystem::most_waiting_files() const {
+    return static_cast<std::size_t>(std::clamp(sysconf(_SC_OPEN_MAX) / 2, 1L, kMostWaitingFiles));
+}
+
+int FolderFileSystem::look_at(int opened, const std::string& folder, const std::string& name,
+                              Entry& entry) const {
+    if (const int error = read_entry(opened, name.c_str(), 0, entry); error != 0)
+        return error;
+    if (entry.kind == EntryKind::kLink)
+        entry.opens_as_folder = leads_to_folder(join_path(folder, name));
+    return 0;
+}
+
+Error FolderFileSystem::list(const std::string& folder, Listing& listing) {
     FileDescriptor opened;
     if (const int error = tree_.open(folder, kFolderFlags, opened); error != 0)
         return error;
@@ -149,23 +202,25 @@ int FolderFileSystem::list(const std::string& folder, std::vector<Entry>& entrie
     std::vector<std::string> names;
     if (const int error = stream ? read_names(std::move(stream), names) : errno; error != 0)
         return error;
-    entries.reserve(names.size());
-    for (const std::string& name : names) {
+    listing.entries.reserve(names.size());
+    for (std::string& name : names) {
         // A file that is just being written is not there yet.
         if (is_temporary_name(name))
             continue;
+        if (stopped())
+            return ECANCELED;
         Entry entry;
+        const int error = look_at(opened.get(), folder, name, entry);
         // What vanished since the names were read is not there to be listed.
-        if (read_entry(opened.get(), name.c_str(), 0, entry) != 0)
-            continue;
-        if (entry.kind == EntryKind::kLink)
-            entry.opens_as_folder = leads_to_folder(join_path(folder, name));
-        entries.push_back(std::move(entry));
+        if (error != 0 && error != ENOENT)
+            listing.failed.push_back({std::move(name), error});
+        else if (error == 0)
+            listing.entries.push_back(std::move(entry));
     }
-    return 0;
+    return {};
 }
 
-int FolderFileSystem::stat(const std::string& path, Entry& entry) {
+Error FolderFileSystem::stat(const std::string& path, Entry& entry) {
     if (path.empty()) {
         FileDescriptor root;
         if (const int error = tree_.open(path, O_PATH | O_DIRECTORY, root); error != 0)
@@ -179,7 +234,7 @@ int FolderFileSystem::stat(const std::string& path, Entry& entry) {
     return read_entry(parent->get(), name.c_str(), 0, entry);
 }
 
-int FolderFileSystem::read_link(const std::string& path, std::string& target) {
+Error FolderFileSystem::read_link(const std::string& path, std::string& target) {
     SharedFolder parent;
     std::string name;
     if (const int error = tree_.open_parent(path, parent, name); error != 0)
@@ -192,7 +247,7 @@ int FolderFileSystem::read_link(const std::string& path, std::string& target) {
     return 0;
 }
 
-int FolderFileSystem::folder_chain(const std::string& folder, std::vector<FileIdentity>& chain) {
+Error FolderFileSystem::folder_chain(const std::string& folder, std::vector<FileIdentity>& chain) {
     FileDescriptor current;
     if (const int error = tree_.open(folder, O_PATH | O_DIRECTORY, current); error != 0)
         return error;
@@ -209,7 +264,8 @@ int FolderFileSystem::folder_chain(const std::string& folder, std::vector<FileId
     }
 }
 
-int FolderFileSystem::open_source(const std::string& path, std::unique_ptr<FileSource>& source) {
+Error FolderFileSystem::open_source(const std::string& path, const Entry& /*entry*/,
+                                    std::unique_ptr<FileSource>& source) {
     SharedFolder parent;
     std::string name;
     if (const int error = tree_.open_parent(path, parent, name); error != 0)
@@ -224,20 +280,21 @@ int FolderFileSystem::open_source(const std::string& path, std::unique_ptr<FileS
     return 0;
 }
 
-int FolderFileSystem::open_sink(const std::string& path, bool replace, std::unique_ptr<FileSink>& sink) {
+Error FolderFileSystem::open_sink(const std::string& path, const Entry& entry, bool replace,
+                                  std::unique_ptr<FileSink>& sink) {
     SharedFolder parent;
     std::string name;
     if (const int error = tree_.open_parent(path, parent, name); error != 0)
         return error;
-    auto opened = std::make_unique<FolderSink>(std::move(parent), name, replace);
+    auto opened = std::make_unique<FolderSink>(std::move(parent), name, entry, replace);
     if (const int error = opened->create(); error != 0)
         return error;
     sink = std::move(opened);
     return 0;
 }
 
-std::vector<int> FolderFileSystem::commit(std::vector<std::unique_ptr<FileSink>>& sinks) {
-    std::vector<int> results;
+std::vector<Error> FolderFileSystem::commit(std::vector<std::unique_ptr<FileSink>>& sinks) {
+    std::vector<Error> results;
     std::vector<FolderSink*> own;
     own.reserve(sinks.size());
     results.reserve(sinks.size());
@@ -246,15 +303,17 @@ std::vector<int> FolderFileSystem::commit(std::vector<std::unique_ptr<FileSink>>
     // A flush of all that fails does not say whose data it lost: then each file is asked.
     const bool flushed = own.size() > kFewFiles && own.front()->sync_file_system() == 0;
     for (FolderSink* sink : own) {
-        const int error = flushed ? 0 : sink->sync();
-        results.push_back(error != 0 ? error : sink->publish());
+        int error = interrupted_ ? ECANCELED : 0;
+        if (error == 0 && !flushed)
+            error = sink->sync();
+        results.emplace_back(error != 0 ? error : sink->publish());
     }
     sinks.clear();
     return results;
 }
 
-int FolderFileSystem::settle(const std::vector<std::string>& folders) {
-    int result = 0;
+Error FolderFileSystem::settle(const std::vector<std::string>& folders) {
+    Error result;
     for (const std::string& path : folders) {
         FileDescriptor folder;
         int error = tree_.open(path, kFolderFlags, folder);
@@ -278,7 +337,7 @@ void FolderFileSystem::sweep(const std::string& folder) {
         sweep_temporary_files(opened.get(), names);
 }
 
-int FolderFileSystem::make_folder(const std::string& path, mode_t mode) {
+Error FolderFileSystem::make_folder(const std::string& path, mode_t mode) {
     SharedFolder parent;
     std::string name;
     if (const int error = tree_.open_parent(path, parent, name); error != 0)
@@ -286,8 +345,8 @@ int FolderFileSystem::make_folder(const std::string& path, mode_t mode) {
     return mkdirat(parent->get(), name.c_str(), mode) == 0 ? 0 : errno;
 }
 
-int FolderFileSystem::make_link(const std::string& path, const std::string& target, const Entry& entry,
-                                bool replace) {
+Error FolderFileSystem::make_link(const std::string& path, const std::string& target, const Entry& entry,
+                                  bool replace) {
     SharedFolder parent;
     std::string name;
     if (const int error = tree_.open_parent(path, parent, name); error != 0)
@@ -307,14 +366,14 @@ int FolderFileSystem::make_link(const std::string& path, const std::string& targ
     return error;
 }
 
-int FolderFileSystem::set_attributes(const std::string& path, const Entry& entry) {
+Error FolderFileSystem::set_attributes(const std::string& path, const Entry& entry) {
     FileDescriptor opened;
     if (const int error = tree_.open(path, O_RDONLY | O_NONBLOCK | O_NOFOLLOW, opened); error != 0)
         return error;
     return apply_attributes(opened.get(), entry);
 }
 
-int FolderFileSystem::rename(const std::string& from, const std::string& to) {
+Error FolderFileSystem::rename(const std::string& from, const std::string& to) {
     SharedFolder from_parent;
     SharedFolder to_parent;
     std::string from_name;
@@ -326,7 +385,7 @@ int FolderFileSystem::rename(const std::string& from, const std::string& to) {
     return rename_to_free_name(from_parent->get(), from_name, to_parent->get(), to_name);
 }
 
-int FolderFileSystem::remove(const std::string& path, EntryKind kind, std::string& failed) {
+Error FolderFileSystem::remove(const std::string& path, EntryKind kind, std::string& failed) {
     SharedFolder parent;
     std::string name;
     failed = path;
@@ -345,7 +404,7 @@ int FolderFileSystem::remove(const std::string& path, EntryKind kind, std::strin
     return error;
 }
 
-int FolderFileSystem::move_to_trash(const std::string& path) {
+Error FolderFileSystem::move_to_trash(const std::string& path) {
     FileDescriptor root;
     if (const int error = tree_.open("", O_PATH | O_DIRECTORY, root); error != 0)
         return error;

@@ -95,16 +95,16 @@ int rename_to_free_name(int from_folder, const std::string& from, int to_folder,
 }
 
 int apply_attributes(int fd, const Entry& entry) {
-    if (fchmod(fd, entry.mode & kModeBits) != 0 && !is_refused_attribute(errno))
+    if (entry.has_mode && fchmod(fd, entry.mode & kModeBits) != 0 && !is_refused_attribute(errno))
         return errno;
     const std::array<timespec, 2> times{entry.accessed, entry.modified};
-    if (futimens(fd, times.data()) != 0 && !is_refused_attribute(errno))
+    if (entry.has_times && futimens(fd, times.data()) != 0 && !is_refused_attribute(errno))
         return errno;
     return 0;
 }
 
-FolderSink::FolderSink(SharedFolder folder, std::string name, bool replace)
-    : folder_(std::move(folder)), name_(std::move(name)), replace_(replace) {}
+FolderSink::FolderSink(SharedFolder folder, std::string name, const Entry& entry, bool replace)
+    : folder_(std::move(folder)), name_(std::move(name)), entry_(entry), replace_(replace) {}
 
 FolderSink::~FolderSink() {
     if (!temporary_.empty() && unlinkat(folder_->get(), temporary_.c_str(), 0) != 0)
@@ -142,7 +142,7 @@ int FolderSink::create_temporary() {
     }
 }
 
-int FolderSink::write(const char* data, std::size_t size) {
+Error FolderSink::write(const char* data, std::size_t size) {
     return write_all(file_.get(), data, size);
 }
 
@@ -151,8 +151,8 @@ void FolderSink::start_flush() {
     (void)sync_file_range(file_.get(), 0, 0, SYNC_FILE_RANGE_WRITE);
 }
 
-int FolderSink::set_attributes(const Entry& entry) {
-    return apply_attributes(file_.get(), entry);
+Error FolderSink::finish(const FileSource& /*source*/) {
+    return apply_attributes(file_.get(), entry_);
 }
 
 int FolderSink::sync() {
@@ -192,11 +192,7 @@ int FolderSink::move_to_temporary() {
         if (count < 0 && errno != EINTR)
             return errno;
     }
-    Entry entry;
-    entry.mode = status.st_mode;
-    entry.accessed = status.st_atim;
-    entry.modified = status.st_mtim;
-    const int error = set_attributes(entry);
+    const int error = apply_attributes(file_.get(), entry_);
     return error != 0 ? error : sync();
 }
 

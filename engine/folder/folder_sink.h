@@ -12,15 +12,15 @@ namespace relay_hub::engine {
 
 class FolderSink : public FileSink {
   public:
-    FolderSink(SharedFolder folder, std::string name, bool replace);
+    FolderSink(SharedFolder folder, std::string name, const Entry& entry, bool replace);
     ~FolderSink() override;
 
     // Creates the file, 0600.
     int create();
-    int write(const char* data, std::size_t size) override;
+    Error write(const char* data, std::size_t size) override;
     [[nodiscard]] int descriptor() const override { return file_.get(); }
     void start_flush() override;
-    int set_attributes(const Entry& entry) override;
+    Error finish(const FileSource& source) override;
 
     // Content to the disk.
     int sync();
@@ -39,6 +39,7 @@ class FolderSink : public FileSink {
 
     SharedFolder folder_;
     std::string name_;
+    Entry entry_;
     std::string temporary_;  // empty for a file without a name
     bool replace_;
     FileDescriptor file_;

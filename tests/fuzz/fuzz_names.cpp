@@ -88,7 +88,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     for (const std::string& joined :
          {relay_hub::join_remote_path(folder, name), relay_hub::join_local_path(folder, name)})
         fuzz::check(joined.size() <= size + 1, "joining adds one separator at most");
-    for (const engine::Style style : {engine::Style::kWindows, engine::Style::kPosix})
+    for (const engine::Style style : {engine::Style::kWindows, engine::Style::kPosix, engine::Style::kDrives})
         enter_the_tree(style, text);
     return 0;
 }

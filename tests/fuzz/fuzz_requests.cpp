@@ -9,42 +9,63 @@ namespace {
 
 using namespace relay_hub::engine;
 using Path = std::string;
+constexpr char kFolder[] = "Desktop";
 constexpr char kFile[] = "a\xF0\x9F\x98\x80";
 
 // Holds one folder and one file. Every path that it is asked for must lie below its root.
 class JudgingTree : public RemoteFileSystem {
   public:
+    explicit JudgingTree(Style style) : style_(style) {}
+    void interrupt() override {}
+    void resume() override {}
+    void set_watch(std::function<bool()>) override {}
+    [[nodiscard]] Style style() const override { return style_; }
+    Error places(Places& places) override {
+        places.drives = {{style_ == Style::kDrives ? "C:" : "", "", DriveKind::kFixed}};
+        places.desktop = kFolder;
+        return {};
+    }
+    Error free_space(const Path& folder, std::uint64_t&) override { return judge(folder); }
+    [[nodiscard]] std::size_t most_waiting_files() const override { return 4; }
     void keep_folder_open(bool) override {}
-    int list(const Path& folder, std::vector<Entry>& entries) override {
+    Error list(const Path& folder, Listing& listing) override {
         if (judge(folder) != 0 || !folder.empty())
             return ENOENT;
-        entries.resize(2);
-        return stat("Desktop", entries[0]) + stat(kFile, entries[1]);
+        listing.entries.resize(2);
+        return stat(kFolder, listing.entries[0]).number + stat(kFile, listing.entries[1]).number;
     }
-    int stat(const Path& path, Entry& entry) override {
+    Error stat(const Path& path, Entry& entry) override {
         (void)judge(path);
         entry.name = path;
         entry.kind = path == kFile ? EntryKind::kFile : EntryKind::kFolder;
-        return path.empty() || path == "Desktop" || path == kFile ? 0 : ENOENT;
+        return path.empty() || path == kFolder || path == kFile ? 0 : ENOENT;
     }
-    int read_link(const Path& path, std::string&) override { return refuse(path); }
-    int folder_chain(const Path& folder, std::vector<FileIdentity>&) override { return judge(folder); }
-    int open_source(const Path& path, std::unique_ptr<FileSource>&) override { return refuse(path); }
-    int open_sink(const Path& path, bool, std::unique_ptr<FileSink>&) override { return refuse(path); }
-    std::vector<int> commit(std::vector<std::unique_ptr<FileSink>>& sinks) override {
-        return std::vector<int>(sinks.size(), EIO);
+    Error read_link(const Path& path, std::string&) override { return refuse(path); }
+    Error folder_chain(const Path& folder, std::vector<FileIdentity>&) override { return judge(folder); }
+    void read_ahead(std::span<const FileToRead> files) override {
+        for (const FileToRead& file : files)
+            (void)judge(file.path);
     }
-    int settle(const std::vector<std::string>&) override { return 0; }
+    Error open_source(const Path& path, const Entry&, std::unique_ptr<FileSource>&) override {
+        return refuse(path);
+    }
+    Error open_sink(const Path& path, const Entry&, bool, std::unique_ptr<FileSink>&) override {
+        return refuse(path);
+    }
+    std::vector<Error> commit(std::vector<std::unique_ptr<FileSink>>& sinks) override {
+        return std::vector<Error>(sinks.size(), EIO);
+    }
+    Error settle(const std::vector<std::string>&) override { return {}; }
     void sweep(const Path& folder) override { (void)judge(folder); }
-    int make_folder(const Path& path, mode_t) override { return refuse(path); }
-    int make_link(const Path& path, const Path&, const Entry&, bool) override { return refuse(path); }
-    int set_attributes(const Path& path, const Entry&) override { return refuse(path); }
-    int rename(const Path& from, const Path& to) override { return judge(from) + refuse(to); }
-    int remove(const Path& path, EntryKind, std::string& failed) override {
+    Error make_folder(const Path& path, mode_t) override { return refuse(path); }
+    Error make_link(const Path& path, const Path&, const Entry&, bool) override { return refuse(path); }
+    Error set_attributes(const Path& path, const Entry&) override { return refuse(path); }
+    Error rename(const Path& from, const Path& to) override { return judge(from) + refuse(to); }
+    Error remove(const Path& path, EntryKind, std::string& failed) override {
         failed = path;
         return refuse(path);
     }
-    int move_to_trash(const Path& path) override { return refuse(path); }
+    Error move_to_trash(const Path& path) override { return refuse(path); }
 
   private:
     static int judge(const Path& path) {
@@ -52,6 +73,8 @@ class JudgingTree : public RemoteFileSystem {
         return 0;
     }
     static int refuse(const Path& path) { return judge(path) + EACCES; }
+
+    Style style_;
 };
 
 class SilentFrontEnd : public FrontEnd {
@@ -66,11 +89,11 @@ class SilentFrontEnd : public FrontEnd {
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string request(fuzz::text_of(data, size));
-    JudgingTree tree;
     SilentFrontEnd front_end;
     const LinkState state;
-    for (const Style style : {Style::kWindows, Style::kPosix}) {
-        const Reply reply = RequestHandlers(tree, tree, style, front_end, state).handle(request);
+    for (const Style style : {Style::kWindows, Style::kPosix, Style::kDrives}) {
+        JudgingTree tree(style);
+        const Reply reply = RequestHandlers(tree, tree, front_end, state).handle(request);
         CZEVXML answer;
         fuzz::check(reply.text.empty() || answer.LoadXML(reply.text), "an answer is one whole document");
         fuzz::check(reply.text.size() <= kLongestAnswer, "an answer fits into the window's buffer");

@@ -17,8 +17,8 @@ using namespace test;
 class EngineSandbox : public testing::Test, protected test::Sandbox {
   protected:
     EngineSandbox() {
-        remote_ = FolderFileSystem::open(served_, Reach::kBeneath);
-        local_ = FolderFileSystem::open("/", Reach::kWholeMachine);
+        remote_ = FolderFileSystem::open(served_, Reach::kBeneath, Style::kWindows);
+        local_ = FolderFileSystem::open("/", Reach::kWholeMachine, Style::kPosix);
     }
 
     std::string served_ = make_folder("served");

@@ -32,7 +32,7 @@ class Serving : public EngineSandbox {
     }
 
     void start(Milliseconds delay = Milliseconds(0)) {
-        handlers_ = std::make_unique<RequestHandlers>(*remote_, *local_, Style::kWindows, front_end_, state_);
+        handlers_ = std::make_unique<RequestHandlers>(*remote_, *local_, front_end_, state_);
         server_ = std::make_unique<EngineServer>(ServerSettings{base_, delay, 0, true}, *handlers_,
                                                  front_end_, stop_);
         std::string why;

@@ -20,25 +20,25 @@ TEST_F(FolderFiles, NoPathLeavesTheTree) {
     make_link("served/door", "inside");
     make_link("served/sneaky", "door/../..");
     for (const char* path : {"root", "up", "..", "inside/../..", "sneaky", "root/etc", "up/secret"}) {
-        std::vector<Entry> entries;
+        Listing listing;
         std::unique_ptr<FileSource> source;
         std::unique_ptr<FileSink> sink;
-        EXPECT_NE(remote_->list(path, entries), 0) << path;
-        EXPECT_NE(remote_->open_source(std::string(path) + "/secret", source), 0) << path;
-        EXPECT_NE(remote_->open_sink(std::string(path) + "/new", false, sink), 0) << path;
+        EXPECT_NE(remote_->list(path, listing), 0) << path;
+        EXPECT_NE(remote_->open_source(std::string(path) + "/secret", {}, source), 0) << path;
+        EXPECT_NE(remote_->open_sink(std::string(path) + "/new", {}, false, sink), 0) << path;
         EXPECT_NE(remote_->make_folder(std::string(path) + "/new", 0777), 0) << path;
         EXPECT_NE(remote_->rename("inside", std::string(path) + "/stolen"), 0) << path;
         EXPECT_NE(remote_->move_to_trash(std::string(path) + "/secret"), 0) << path;
     }
     std::unique_ptr<FileSource> source;
-    EXPECT_NE(remote_->open_source("secret", source), 0);
+    EXPECT_NE(remote_->open_source("secret", {}, source), 0);
     EXPECT_EQ(names_in(mine_), Names{"secret"});
 
-    std::vector<Entry> entries;
-    EXPECT_EQ(remote_->list("door", entries), 0);
-    entries.clear();
-    ASSERT_EQ(remote_->list("", entries), 0);
-    for (const Entry& entry : entries)
+    Listing listing;
+    EXPECT_EQ(remote_->list("door", listing), 0);
+    listing = {};
+    ASSERT_EQ(remote_->list("", listing), 0);
+    for (const Entry& entry : listing.entries)
         EXPECT_EQ(entry.opens_as_folder, entry.name == "inside" || entry.name == "door") << entry.name;
 }
 
@@ -102,22 +102,22 @@ TEST_F(FolderFiles, AnUncommittedFileLeavesNothing) {
     make_file("served/old", "old");
     std::unique_ptr<FileSink> sink;
     for (const bool replace : {false, true}) {
-        ASSERT_EQ(remote_->open_sink(replace ? "old" : "new", replace, sink), 0);
+        ASSERT_EQ(remote_->open_sink(replace ? "old" : "new", {}, replace, sink), 0);
         ASSERT_EQ(sink->write("x", 1), 0);
-        std::vector<Entry> listed;
+        Listing listed;
         EXPECT_EQ(remote_->list("", listed), 0);
-        EXPECT_EQ(listed.size(), 1U);
+        EXPECT_EQ(listed.entries.size(), 1U);
         sink.reset();
         EXPECT_EQ(names_in(served_), Names{"old"});
         EXPECT_EQ(content(served_ + "/old"), "old");
     }
 
     // One that appeared meanwhile is not overwritten.
-    ASSERT_EQ(remote_->open_sink("a", false, sink), 0);
+    ASSERT_EQ(remote_->open_sink("a", {}, false, sink), 0);
     make_file("served/a", "other");
     std::vector<std::unique_ptr<FileSink>> sinks;
     sinks.push_back(std::move(sink));
-    EXPECT_EQ(remote_->commit(sinks), std::vector<int>{EEXIST});
+    EXPECT_EQ(remote_->commit(sinks), std::vector<Error>{EEXIST});
     EXPECT_EQ(content(served_ + "/a"), "other");
     EXPECT_EQ(names_in(served_), (Names{"a", "old"}));
 }

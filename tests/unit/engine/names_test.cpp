@@ -22,6 +22,12 @@ TEST(EngineNames, PathsOnTheWire) {
         {Style::kWindows, "D:\\a", nullptr},
         {Style::kWindows, "/etc/passwd", nullptr},
         {Style::kWindows, "", nullptr},
+        {Style::kDrives, "d:\\a\\..\\b", "D:/b"},
+        {Style::kDrives, "C:\\", "C:"},
+        {Style::kDrives, "C:", "C:"},
+        {Style::kDrives, "C:\\..\\D:", nullptr},
+        {Style::kDrives, "C:a", nullptr},
+        {Style::kDrives, "\\a", nullptr},
         {Style::kPosix, "/", ""},
         {Style::kPosix, "//a//b/", "a/b"},
         {Style::kPosix, "/a\\b", "a\\b"},
@@ -35,6 +41,8 @@ TEST(EngineNames, PathsOnTheWire) {
     EXPECT_FALSE(inner_path(Style::kPosix, std::string("/a\0b", 4)));
     EXPECT_EQ(wire_path(Style::kWindows, "a/b"), "C:\\a\\b");
     EXPECT_EQ(wire_path(Style::kPosix, ""), "/");
+    EXPECT_EQ(wire_path(Style::kDrives, "D:"), "D:\\");
+    EXPECT_EQ(wire_path(Style::kDrives, "D:/a/b"), "D:\\a\\b");
 }
 
 TEST(EngineNames, HexIsDecodedOrRefused) {

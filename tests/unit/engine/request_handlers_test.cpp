@@ -24,7 +24,8 @@ std::string hex_field(const std::string& tag, const std::string& value) {
 class Handling : public EngineSandbox {
   protected:
     std::string ask(const std::string& text, Style style = Style::kWindows) {
-        RequestHandlers handlers(*remote_, *local_, style, front_end_, state_);
+        remote_ = FolderFileSystem::open(served_, Reach::kBeneath, style);
+        RequestHandlers handlers(*remote_, *local_, front_end_, state_);
         return handlers.handle(text).text;
     }
 
