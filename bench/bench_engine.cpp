@@ -333,7 +333,7 @@ constexpr std::chrono::milliseconds kReportPause{5};
 [[noreturn]] void report_progress() {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     (void)std::signal(SIGPIPE, SIG_IGN);
-    const relay_hub::engine::StopEvent stop;
+    const relay_hub::StopToken stop;
     const relay_hub::engine::LinkState state;
     relay_hub::engine::FrontEndLink link(kNotifyPipe, stop, state);
     auto next = std::chrono::steady_clock::now();

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,22 +12,27 @@
 #include <utility>
 
 #include "base/diagnostics.h"
+#include "base/frame.h"
 #include "engine/wire_text.h"
+#include "name_pipe/name_pipe_base.h"
 
 namespace relay_hub::engine {
 namespace {
 
-constexpr Milliseconds kClientLimit{3000};
-constexpr Milliseconds kOpenLimit{2000};
-constexpr Milliseconds kPartingLimit{1000};
+using std::chrono::milliseconds;
+
+constexpr mode_t kPipeMode = 0600;
+constexpr milliseconds kClientLimit{3000};
+constexpr milliseconds kOpenLimit{2000};
+constexpr milliseconds kPartingLimit{1000};
 constexpr std::size_t kLongestRequest = 256UL * 1024 * 1024;
-constexpr Milliseconds kFirstPause{1};
-constexpr Milliseconds kSlowestPause{20};
+constexpr milliseconds kFirstPause{1};
+constexpr milliseconds kSlowestPause{20};
 constexpr int kWakePause = 5;
 // More than a pipe holds by itself is worth asking for more room.
 constexpr std::size_t kUsualCapacity = 65536;
-constexpr int kPipeCapacity = 1024 * 1024;
 constexpr std::size_t kLongestTracedText = 200;
+constexpr milliseconds kDrainLimit{100};
 
 // What a client wrote beyond its request would be taken for the next one's.
 void drain(int in) {
@@ -38,10 +44,24 @@ void drain(int in) {
     }
 }
 
+// Gives the reader the time to take a piece by itself.
+void await_drained(int fd) {
+    const Deadline end = after(kDrainLimit);
+    int queued = 0;
+    while (ioctl(fd, FIONREAD, &queued) == 0 && queued > 0 && Clock::now() < *end)
+        if (!interruptible_sleep(kFirstPause))
+            return;
+}
+
+std::string reason_of_failure(int error) {
+    return error == EINVAL || error == ELOOP || error == EPERM ? "is there and is no FIFO of this user"
+                                                               : error_text(error);
+}
+
 }  // namespace
 
 EngineServer::EngineServer(ServerSettings settings, RequestHandlers& handlers, FrontEndLink& front_end,
-                           StopEvent& stop)
+                           StopToken& stop)
     : settings_(std::move(settings)),
       in_path_(settings_.base + "_IN"),
       out_path_(settings_.base + "_OUT"),
@@ -59,8 +79,12 @@ EngineServer::~EngineServer() {
 }
 
 bool EngineServer::create_pipes(std::string& why) {
-    if (!make_fifo(in_path_, why) || !make_fifo(out_path_, why))
-        return false;
+    for (const std::string& path : {in_path_, out_path_}) {
+        if (!make_fifo(path, kPipeMode)) {
+            why = path + ": " + reason_of_failure(errno);
+            return false;
+        }
+    }
     pipe_.reset(open(in_path_.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     if (!pipe_) {
         why = in_path_ + ": " + error_text(errno);
@@ -72,40 +96,48 @@ bool EngineServer::create_pipes(std::string& why) {
 }
 
 bool EngineServer::run() {
-    bool lost = false;
-    while (!lost && !stop_.raised()) {
-        FileDescriptor in;
-        int error = keeper_ ? 0 : open_fifo(in_path_, O_RDONLY | O_NONBLOCK, keeper_);
-        // Blocks until a client opens its end; stop() opens it too.
-        if (error == 0)
-            error = open_fifo(in_path_, O_RDONLY, in);
-        if (error == 0 && fcntl(in.get(), F_SETFL, O_NONBLOCK) != 0)
-            error = errno;
-        lost = error != 0 && error != EINTR;
-        if (lost)
-            report_error(RELAY_HUB_HERE, error, in_path_);
-        if (error != 0 || stop_.raised())
-            continue;
-        std::string body;
-        error = read_request(in.get(), body);
-        if (error == EPIPE)
-            continue;
-        drain(in.get());
-        in.reset();
-        keeper_.reset();
-        if (error == 0 && body.starts_with(kCommandMarker))
-            answer(body.substr(kCommandMarker.size()));
-        else if (error != 0 && error != ECANCELED)
-            report_error(RELAY_HUB_HERE, error, in_path_);
-        part_from_client();
-    }
+    const StopScope scope(stop_);
+    bool pipe_is_there = true;
+    while (pipe_is_there && !stop_.stopped())
+        pipe_is_there = serve_client();
     ended_ = true;
-    stop_.raise();
-    return !lost;
+    stop_.stop();
+    return pipe_is_there;
+}
+
+bool EngineServer::serve_client() {
+    FileDescriptor in = await_client();
+    if (!in || stop_.stopped())
+        return static_cast<bool>(in);
+    std::string request;
+    const Reading reading = read_request(in.get(), request);
+    if (reading == Reading::client_left)
+        return true;
+    drain(in.get());
+    in.reset();
+    keeper_.reset();
+    if (reading == Reading::complete && request.starts_with(kCommandMarker))
+        answer(request.substr(kCommandMarker.size()));
+    // A client that waits for an answer learns of the round's end by this; it must have learnt before the
+    // next round opens the end again.
+    out_.reset();
+    await_departure();
+    return true;
+}
+
+FileDescriptor EngineServer::await_client() {
+    if (!keeper_)
+        keeper_ = open_fifo(in_path_, O_RDONLY | O_NONBLOCK);
+    FileDescriptor in;
+    if (keeper_)
+        in = open_fifo(in_path_, O_RDONLY);
+    if (!in)
+        report_error(RELAY_HUB_HERE, errno, in_path_);
+    return in;
 }
 
 void EngineServer::stop() {
-    stop_.raise();
+    stop_.stop();
     // By descriptor, so that run() is reached even if somebody took the name away.
     const std::string pipe = "/proc/self/fd/" + std::to_string(pipe_.get());
     while (!ended_) {
@@ -114,42 +146,53 @@ void EngineServer::stop() {
     }
 }
 
-int EngineServer::read_request(int in, std::string& body) {
-    const PipeWaiter waiter(stop_);
-    if (const int error = out_ ? 0 : open_answer_end(in, waiter); error != 0)
-        return error;
-    const int error = read_frame(in, waiter, kClientLimit, kLongestRequest, body);
-    return error == EPIPE && !body.empty() ? EPROTO : error;
+EngineServer::Reading EngineServer::read_request(int in, std::string& body) {
+    if (const Reading opened = out_ ? Reading::complete : open_answer_end(in); opened != Reading::complete)
+        return opened;
+    FrameProgress progress;
+    const auto collect = [&](std::string_view piece) {
+        body += piece;
+        return progress.announced() <= kLongestRequest;
+    };
+    switch (read_frame(in, progress, {kClientLimit, kClientLimit}, collect)) {
+        case ReadEnd::complete:
+            return Reading::complete;
+        case ReadEnd::closed:
+            return body.empty() ? Reading::client_left : Reading::failed;
+        case ReadEnd::enough:
+            report(RELAY_HUB_HERE, "a request is longer than this engine takes");
+            return Reading::failed;
+        default:
+            return Reading::failed;
+    }
 }
 
 // There is no event for a reader's coming; but most clients write only then, and their bytes are one.
-int EngineServer::open_answer_end(int in, const PipeWaiter& waiter) {
-    const auto end = std::chrono::steady_clock::now() + kOpenLimit;
-    Milliseconds pause = kFirstPause;
+EngineServer::Reading EngineServer::open_answer_end(int in) {
+    const auto end = Clock::now() + kOpenLimit;
+    milliseconds pause = kFirstPause;
     while (true) {
-        if (const int error = open_fifo(out_path_, O_WRONLY | O_NONBLOCK, out_); error != ENXIO)
-            return error;
+        out_ = open_fifo(out_path_, O_WRONLY | O_NONBLOCK);
+        if (out_)
+            return Reading::complete;
+        if (errno != ENXIO) {
+            report_error(RELAY_HUB_HERE, errno, out_path_);
+            return Reading::failed;
+        }
         pollfd client{in, POLLIN, 0};
         (void)poll(&client, 1, 0);
         const bool has_written = (client.revents & POLLIN) != 0;
         if (!has_written && (client.revents & POLLHUP) != 0)
-            return EPIPE;
-        if (std::chrono::steady_clock::now() >= end)
-            return ETIMEDOUT;
-        const int waited = waiter.wait(has_written ? -1 : in, POLLIN, pause);
-        if (waited != 0 && waited != ETIMEDOUT)
-            return waited;
+            return Reading::client_left;
+        if (Clock::now() >= end || wait_for(has_written ? -1 : in, POLLIN, after(pause)) == WaitEnd::stopped)
+            return Reading::failed;
         pause = std::min(pause * 2, kSlowestPause);
     }
 }
 
-// A client that waits for an answer hears the end of it by our closing; it must have heard before the end is
-// open again.
-void EngineServer::part_from_client() {
-    out_.reset();
-    const PipeWaiter waiter(stop_);
-    (void)waiter.wait(clients_->descriptor(), POLLIN,
-                      clients_->descriptor() >= 0 ? kPartingLimit : kSlowestPause);
+void EngineServer::await_departure() {
+    const bool watched = clients_->descriptor() >= 0;
+    (void)wait_for(clients_->descriptor(), POLLIN, after(watched ? kPartingLimit : kSlowestPause));
 }
 
 void EngineServer::answer(const std::string& request) {
@@ -157,24 +200,35 @@ void EngineServer::answer(const std::string& request) {
         std::printf("request %s\n", in_one_line(request, kLongestTracedText).c_str());
     // Whoever left until now was an earlier client: this one sent its request after opening its end.
     clients_->forget();
-    PipeWaiter waiter(stop_);
-    waiter.set_peer(out_.get(), clients_->descriptor());
-    front_end_.set_client(out_.get(), clients_->descriptor());
+    // A client that left has nothing left to do, to be asked or to be told.
+    const PeerScope for_this_client(out_.get(), clients_->descriptor());
     const Reply reply = handlers_.handle(request);
-    front_end_.set_client(-1, -1);
     if (reply.ends_engine)
-        stop_.raise();
-    if (reply.is_list && settings_.list_delay > Milliseconds(0))
-        (void)waiter.wait(-1, 0, settings_.list_delay);
+        stop_.stop();
+    if (reply.is_list && settings_.list_delay > milliseconds(0))
+        (void)interruptible_sleep(settings_.list_delay);
+    send_answer(std::string_view(reply.text).substr(0, kLongestAnswer));
+}
+
+void EngineServer::send_answer(std::string_view text) {
     // Somebody may have opened the end meanwhile, and must not get the answer of a client that gave up.
-    if (reply.text.empty() || waiter.peer_left())
+    if (text.empty() || peer_has_left())
         return;
-    const std::string_view text = std::string_view(reply.text).substr(0, kLongestAnswer);
     if (text.size() > kUsualCapacity)
-        (void)fcntl(out_.get(), F_SETPIPE_SZ, kPipeCapacity);
-    const int error = write_frame(out_.get(), waiter, kClientLimit, text, settings_.piece);
-    if (error != 0 && error != EPIPE && error != ECONNRESET && error != ECANCELED)
-        report_error(RELAY_HUB_HERE, error, out_path_);
+        raise_capacity(out_.get());
+    const FrameHeader header = frame_header(static_cast<std::uint32_t>(text.size()));
+    const std::string frame = std::string(header.data(), header.size()).append(text);
+    std::string_view left = frame;
+    const std::size_t step = settings_.piece == 0 ? left.size() : settings_.piece;
+    WriteEnd end = WriteEnd::done;
+    while (!left.empty() && end == WriteEnd::done) {
+        end = write_bytes(out_.get(), left.substr(0, step), kClientLimit);
+        left.remove_prefix(std::min(step, left.size()));
+        if (settings_.piece != 0)
+            await_drained(out_.get());
+    }
+    if (end == WriteEnd::failed || end == WriteEnd::timed_out)
+        report(RELAY_HUB_HERE, "an answer could not be written to", out_path_);
 }
 
 }  // namespace relay_hub::engine

@@ -5,24 +5,27 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 
-#include "engine/fifo.h"
+#include "base/fifo.h"
+#include "base/stop_token.h"
 #include "engine/front_end_link.h"
+#include "engine/reader_watch.h"
 #include "engine/request_handlers.h"
 
 namespace relay_hub::engine {
 
 struct ServerSettings {
-    std::string base;            // path of the pipe pair without "_IN" and "_OUT"
-    Milliseconds list_delay{0};  // before each answer that is a list
-    std::size_t piece = 0;       // bytes of an answer in one write, 0 for all
-    bool quiet = false;          // no line on standard output for each request
+    std::string base;                         // path of the pipe pair without "_IN" and "_OUT"
+    std::chrono::milliseconds list_delay{0};  // before each answer that is a list
+    std::size_t piece = 0;                    // bytes of an answer in one write, 0 for all
+    bool quiet = false;                       // no line on standard output for each request
 };
 
 class EngineServer {
   public:
     EngineServer(ServerSettings settings, RequestHandlers& handlers, FrontEndLink& front_end,
-                 StopEvent& stop);
+                 StopToken& stop);
     // Removes the pipes that create_pipes made or took.
     ~EngineServer();
     EngineServer(const EngineServer&) = delete;
@@ -37,18 +40,25 @@ class EngineServer {
     [[nodiscard]] bool ended() const { return ended_; }
 
   private:
-    // What both return: 0, EPIPE when the client left without a word, or another errno value.
-    int read_request(int in, std::string& body);
-    int open_answer_end(int in, const PipeWaiter& waiter);
+    // What became of a client's request.
+    enum class Reading { complete, client_left, failed };
+
+    // One round. False when the pipe of the requests was lost.
+    bool serve_client();
+    // Blocks until a client opens its end, or stop() does. Empty, after a diagnostic, when the pipe was lost.
+    FileDescriptor await_client();
+    Reading read_request(int in, std::string& body);
+    Reading open_answer_end(int in);
     void answer(const std::string& request);
-    void part_from_client();
+    void send_answer(std::string_view text);
+    void await_departure();
 
     const ServerSettings settings_;
     const std::string in_path_;
     const std::string out_path_;
     RequestHandlers& handlers_;
     FrontEndLink& front_end_;
-    StopEvent& stop_;
+    StopToken& stop_;
     bool owns_pipes_ = false;
     FileDescriptor pipe_;  // names the pipe of the requests for stop(), whatever happens to its path
     // Both are open while a client is awaited and until its request has been read, so that one that comes

@@ -1,39 +1,40 @@
 #include "engine/front_end_link.h"
 
 #include <fcntl.h>
-#include <poll.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <utility>
 
 #include "base/diagnostics.h"
+#include "base/fifo.h"
 #include "engine/wire_text.h"
 #include "link_engine/message_names.h"
+#include "name_pipe/name_pipe_base.h"
 #include "xml_doc/zev_xml.h"
 
 namespace relay_hub::engine {
 namespace {
 
-using std::chrono::steady_clock;
+using std::chrono::milliseconds;
 
-constexpr Milliseconds kOpenBriefly{250};
-constexpr Milliseconds kOpenPatiently{2000};
-constexpr Milliseconds kAnswerLimit{1000};
-constexpr Milliseconds kUserSlice{500};
-constexpr Milliseconds kUntilTheUserAnswers = std::chrono::hours(24 * 365);
+constexpr milliseconds kOpenBriefly{250};
+constexpr milliseconds kOpenPatiently{2000};
+constexpr milliseconds kAnswerLimit{1000};
+constexpr milliseconds kUserSlice{500};
+constexpr milliseconds kUntilTheUserAnswers = std::chrono::hours(24 * 365);
 // The front end looks for a lost engine before it answers.
-constexpr Milliseconds kOfflineLimit{30000};
-constexpr Milliseconds kChannelLimit{2000};
+constexpr milliseconds kOfflineLimit{30000};
+constexpr milliseconds kChannelLimit{2000};
 constexpr int kAttempts = 5;
+// Bounds of what is believed of an answer, whatever length it announces.
+constexpr milliseconds kWholeAnswerLimit{3000};
+constexpr std::size_t kLongestAnswerText = 65536;
 // How long a front end that is absent or hangs is left alone.
-constexpr Milliseconds kAbsence{3000};
+constexpr milliseconds kAbsence{3000};
 // The front end keeps texts of this many bytes whole.
 constexpr std::size_t kLongestText = 1000;
-constexpr std::size_t kAnswerStep = 4096;
 
 std::string command_text(const char* command) {
     WireText message;
@@ -47,6 +48,23 @@ std::string clock_text(std::chrono::seconds elapsed) {
     std::snprintf(text.data(), text.size(), "%02lld:%02lld:%02lld", static_cast<long long>(seconds / 3600),
                   static_cast<long long>(seconds / 60 % 60), static_cast<long long>(seconds % 60));
     return text.data();
+}
+
+// The text ends at the first zero byte of a frame that is much longer; what follows is not worth its way.
+std::optional<std::string> read_text(int fd) {
+    std::string text;
+    FrameProgress progress;
+    const auto collect = [&](std::string_view piece) {
+        const std::size_t zero = piece.find('\0');
+        text += piece.substr(0, zero);
+        return zero == std::string_view::npos && text.size() <= kLongestAnswerText;
+    };
+    const ReadEnd end =
+        read_frame(fd, progress, {kAnswerLimit, kAnswerLimit, after(kWholeAnswerLimit)}, collect);
+    const bool whole = end == ReadEnd::complete || end == ReadEnd::enough;
+    if (!whole || text.size() > kLongestAnswerText)
+        return std::nullopt;
+    return text;
 }
 
 }  // namespace
@@ -77,14 +95,14 @@ class FrontEndLink::Turn {
     bool granted_ = false;
 };
 
-FrontEndLink::FrontEndLink(std::string base, const StopEvent& stop, const LinkState& state)
-    : base_(std::move(base)), state_(state), client_(stop), no_client_(stop) {}
+FrontEndLink::FrontEndLink(std::string base, const StopToken& stop, const LinkState& state)
+    : base_(std::move(base)), stop_(stop), state_(state) {}
 
 Answer FrontEndLink::confirm(const std::string& question) {
     WireText message;
     message.add(wire::kCommand, wire::kGetConfirmationForCopy);
     message.add(wire::kConfirmationMessage, presentable(question, kLongestText));
-    const auto text = exchange(client_, message.finish(), kOpenPatiently, kUntilTheUserAnswers);
+    const auto text = exchange(Caller::request, message.finish(), kOpenPatiently, kUntilTheUserAnswers);
     CZEVXML answer;
     if (!text || !answer.LoadXML(*text))
         return Answer::kCancel;
@@ -100,18 +118,18 @@ Answer FrontEndLink::confirm(const std::string& question) {
 }
 
 bool FrontEndLink::cancelled() {
-    if (!state_.remote_online || client_.peer_left() || client_.wait(-1, 0, Milliseconds(0)) == ECANCELED)
+    if (!state_.remote_online || stop_.stopped() || peer_has_left())
         return true;
-    if (steady_clock::now() < absent_until_)
+    if (Clock::now() < absent_until_)
         return false;
     const auto text =
-        exchange(client_, command_text(wire::kCheckForUserClickCancel), kOpenBriefly, kAnswerLimit);
+        exchange(Caller::request, command_text(wire::kCheckForUserClickCancel), kOpenBriefly, kAnswerLimit);
     CZEVXML answer;
     return text && answer.LoadXML(*text) && answer.Query(wire::kUserClickCancel) == wire::kYes;
 }
 
 void FrontEndLink::progress(const Progress& report) {
-    if (steady_clock::now() < absent_until_)
+    if (Clock::now() < absent_until_)
         return;
     WireText message;
     message.add(wire::kCommand, wire::kCopyProgressStatusNotify);
@@ -119,14 +137,14 @@ void FrontEndLink::progress(const Progress& report) {
     message.add(wire::kProgressElapsedTime, clock_text(report.elapsed));
     message.add(wire::kProgressTotal, report.total);
     message.add(wire::kProgressCurrent, report.done);
-    (void)exchange(client_, message.finish(), kOpenBriefly, kAnswerLimit);
+    (void)exchange(Caller::request, message.finish(), kOpenBriefly, kAnswerLimit);
 }
 
 void FrontEndLink::message(const std::string& text) {
     WireText message;
     message.add(wire::kCommand, wire::kShowMessageBox);
     message.add(wire::kMessageBoxContent, presentable(text, kLongestText));
-    if (!exchange(client_, message.finish(), kOpenPatiently, kAnswerLimit))
+    if (!exchange(Caller::request, message.finish(), kOpenPatiently, kAnswerLimit))
         relay_hub::report(RELAY_HUB_HERE, "the front end did not take the message:", in_one_line(text));
 }
 
@@ -140,69 +158,56 @@ bool FrontEndLink::ask_to_handle_remote_request() {
 
 // Only an answer of its own kind counts: while the user still thinks about a question that was taken back,
 // what comes is the answer to that, and the front end has not read the command.
-bool FrontEndLink::succeeds(const char* command, Milliseconds limit) {
-    const auto text = exchange(no_client_, command_text(command), kOpenBriefly, limit);
+bool FrontEndLink::succeeds(const char* command, milliseconds limit) {
+    const auto text = exchange(Caller::engine, command_text(command), kOpenBriefly, limit);
     CZEVXML answer;
     return text && answer.LoadXML(*text) && answer.Query(wire::kResult) == wire::kSuccess;
 }
 
-std::optional<std::string> FrontEndLink::exchange(const PipeWaiter& waiter, const std::string& message,
-                                                  Milliseconds open_limit, Milliseconds answer_limit) {
+std::optional<std::string> FrontEndLink::exchange(Caller caller, const std::string& message,
+                                                  milliseconds open_limit, milliseconds answer_limit) {
+    const StopScope scope(stop_);
     const Turn turn(*this);
     if (!turn.granted())
         return std::nullopt;
     FileDescriptor out;
-    int error = EPIPE;
+    WriteEnd sent = WriteEnd::closed;
     // A listener that closes its end just then has not seen the message: it comes back.
-    for (int attempt = 0; error == EPIPE && attempt < kAttempts; ++attempt)
-        error = send(waiter, message, open_limit, out);
-    auto answer = error == 0 ? read_answer(out.get(), waiter, answer_limit) : std::nullopt;
-    if (!answer && &waiter == &client_)
-        absent_until_ = steady_clock::now() + kAbsence;
+    for (int attempt = 0; sent == WriteEnd::closed && attempt < kAttempts; ++attempt)
+        sent = send(message, open_limit, out);
+    std::optional<std::string> answer;
+    if (sent == WriteEnd::done && await_answer(out.get(), caller, answer_limit))
+        answer = read_text(out.get());
+    if (!answer && caller == Caller::request)
+        absent_until_ = Clock::now() + kAbsence;
     return answer;
 }
 
 // Leaves the write end closed: the listener shall not take it for the next exchange's.
-int FrontEndLink::send(const PipeWaiter& waiter, const std::string& message, Milliseconds open_limit,
-                       FileDescriptor& out) {
-    FileDescriptor in;
+WriteEnd FrontEndLink::send(const std::string& message, milliseconds open_limit, FileDescriptor& out) {
     // IN first: the front end opens it only when it is through with the answer before.
-    if (const int error = open_fifo_writer(base_ + "_IN", waiter, open_limit, in); error != 0)
-        return error;
-    if (const int error = open_fifo(base_ + "_OUT", O_RDONLY | O_NONBLOCK, out); error != 0)
-        return error;
-    return write_frame(in.get(), waiter, kAnswerLimit, std::string(kCommandMarker) + message, 0);
+    const FileDescriptor in = open_fifo_writer(base_ + "_IN", after(open_limit));
+    if (!in)
+        return WriteEnd::failed;
+    out = open_fifo(base_ + "_OUT", O_RDONLY | O_NONBLOCK);
+    if (!out)
+        return WriteEnd::failed;
+    const auto size = static_cast<std::uint32_t>(kCommandMarker.size() + message.size());
+    const FrameHeader header = frame_header(size);
+    const std::string frame =
+        std::string(header.data(), header.size()).append(kCommandMarker).append(message);
+    return write_bytes(in.get(), frame, kAnswerLimit);
 }
 
-std::optional<std::string> FrontEndLink::read_answer(int fd, const PipeWaiter& waiter,
-                                                     Milliseconds limit) const {
-    // In slices, so that a remote computer that goes offline takes its question back.
-    int error = ETIMEDOUT;
-    for (Milliseconds left = limit; error == ETIMEDOUT && left > Milliseconds(0); left -= kUserSlice) {
-        if (&waiter == &client_ && !state_.remote_online)
-            return std::nullopt;
-        error = waiter.wait(fd, POLLIN, std::min(left, kUserSlice));
+// In slices, so that a remote computer that goes offline takes its question back.
+bool FrontEndLink::await_answer(int fd, Caller caller, milliseconds limit) const {
+    WaitEnd end = WaitEnd::timed_out;
+    for (milliseconds left = limit; end == WaitEnd::timed_out && left > milliseconds(0); left -= kUserSlice) {
+        if (caller == Caller::request && !state_.remote_online)
+            return false;
+        end = wait_for(fd, POLLIN, after(std::min(left, kUserSlice)));
     }
-    if (error != 0)
-        return std::nullopt;
-    std::array<char, kFrameHeader> header{};
-    if (read_bytes(fd, waiter, kAnswerLimit, header.data(), header.size()) != 0)
-        return std::nullopt;
-    // The text ends at the first zero byte of a frame that is much longer; the rest is not worth its way.
-    std::string text;
-    std::size_t missing = frame_length(header.data());
-    while (missing > 0) {
-        std::array<char, kAnswerStep> step{};
-        const std::size_t size = std::min(missing, step.size());
-        if (read_bytes(fd, waiter, kAnswerLimit, step.data(), size) != 0)
-            return std::nullopt;
-        const auto* end = static_cast<const char*>(std::memchr(step.data(), 0, size));
-        text.append(step.data(), end != nullptr ? static_cast<std::size_t>(end - step.data()) : size);
-        if (end != nullptr)
-            break;
-        missing -= size;
-    }
-    return text;
+    return end == WaitEnd::ready;
 }
 
 }  // namespace relay_hub::engine

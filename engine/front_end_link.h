@@ -1,14 +1,16 @@
 #pragma once
 // The call-backs: the engine as the client of the front end's own pipe pair. A front end that is not there,
-// hangs or dies costs a bounded wait. One exchange at a time, whichever thread asks; the copy's questions
-// come from the thread that serves requests.
+// hangs or dies costs a bounded wait. One exchange at a time, whichever thread asks; what FrontEnd offers is
+// called on the thread that serves requests, within the PeerScope of the client being served.
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <optional>
 #include <string>
 
-#include "engine/fifo.h"
+#include "base/file_descriptor.h"
+#include "base/frame.h"
+#include "base/stop_token.h"
 #include "engine/front_end.h"
 #include "engine/link_state.h"
 
@@ -17,7 +19,7 @@ namespace relay_hub::engine {
 class FrontEndLink : public FrontEnd {
   public:
     // base: path of the pipe pair without "_IN" and "_OUT".
-    FrontEndLink(std::string base, const StopEvent& stop, const LinkState& state);
+    FrontEndLink(std::string base, const StopToken& stop, const LinkState& state);
 
     Answer confirm(const std::string& question) override;
     bool cancelled() override;
@@ -28,24 +30,23 @@ class FrontEndLink : public FrontEnd {
     bool tell_remote_is_offline();
     bool ask_to_handle_remote_request();
 
-    // The write end of the answer to the request being served and the watch on it, -1 for none: for a client
-    // that left there is nothing left to do, to ask or to tell.
-    void set_client(int answer_end, int leave_events) { client_.set_peer(answer_end, leave_events); }
-
   private:
     class Turn;
-    bool succeeds(const char* command, Milliseconds limit);
+    // On whose behalf the front end is called: a request's, which ends with its client and with the remote
+    // computer, or the engine's own.
+    enum class Caller { request, engine };
+
+    bool succeeds(const char* command, std::chrono::milliseconds limit);
     // The answer's text; nothing when there was none. answer_limit is for its first byte.
-    std::optional<std::string> exchange(const PipeWaiter& waiter, const std::string& message,
-                                        Milliseconds open_limit, Milliseconds answer_limit);
-    int send(const PipeWaiter& waiter, const std::string& message, Milliseconds open_limit,
-             FileDescriptor& out);
-    std::optional<std::string> read_answer(int fd, const PipeWaiter& waiter, Milliseconds limit) const;
+    std::optional<std::string> exchange(Caller caller, const std::string& message,
+                                        std::chrono::milliseconds open_limit,
+                                        std::chrono::milliseconds answer_limit);
+    WriteEnd send(const std::string& message, std::chrono::milliseconds open_limit, FileDescriptor& out);
+    bool await_answer(int fd, Caller caller, std::chrono::milliseconds limit) const;
 
     const std::string base_;
+    const StopToken& stop_;
     const LinkState& state_;
-    PipeWaiter client_;  // serving thread only
-    PipeWaiter no_client_;
     std::mutex mutex_;
     std::condition_variable idle_;
     bool busy_ = false;                                   // guarded by mutex_: an exchange is under way

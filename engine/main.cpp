@@ -14,10 +14,10 @@
 #include <thread>
 
 #include "base/diagnostics.h"
+#include "base/instance_lock.h"
 #include "engine/engine_server.h"
 #include "engine/folder/folder_file_system.h"
 #include "engine/front_end_link.h"
-#include "engine/instance_lock.h"
 #include "engine/offline_notifier.h"
 #include "engine/options.h"
 
@@ -26,9 +26,12 @@ namespace {
 using namespace relay_hub::engine;  // NOLINT(google-build-using-namespace)
 using relay_hub::error_text;
 using relay_hub::FileDescriptor;
+using relay_hub::InstanceLock;
+using relay_hub::StopToken;
 
 constexpr char kCommandBase[] = "/tmp/ZEV_KorvaleMarrowglint";
 constexpr char kNotifyBase[] = "/tmp/ZEV_KorvaleMarrowglintNotify";
+constexpr char kEngineLock[] = "relay-hub-engine.lock";
 constexpr int kCannotServe = 1;
 constexpr int kWrongUsage = 2;
 
@@ -58,7 +61,7 @@ void raise_file_limit() {
 }
 
 // Returns when a signal or the server's end asks the engine to end.
-void serve_signals(int signals, const StopEvent& stop, LinkState& state, FrontEndLink& front_end,
+void serve_signals(int signals, const StopToken& stop, LinkState& state, FrontEndLink& front_end,
                    OfflineNotifier& notifier) {
     while (true) {
         std::array<pollfd, 2> items{{{signals, POLLIN, 0}, {stop.descriptor(), POLLIN, 0}}};
@@ -93,11 +96,14 @@ int serve(const Options& options) {
     if (!local || !signals)
         return complain(kCannotServe, error_text(errno));
     std::string why;
-    InstanceLock lock;
-    if (!lock.take(why))
-        return complain(kCannotServe, why);
+    const InstanceLock lock(kEngineLock);
+    if (lock.result() == InstanceLock::Result::held_by_another)
+        return complain(kCannotServe,
+                        "another engine of this user is running (it holds " + lock.path() + ")");
+    if (lock.result() == InstanceLock::Result::failed)
+        return complain(kCannotServe, lock.path() + ": " + error_text(lock.error()));
 
-    StopEvent stop;
+    StopToken stop;
     LinkState state;
     FrontEndLink front_end(kNotifyBase, stop, state);
     RequestHandlers handlers(*remote, *local, front_end, state);

@@ -28,7 +28,7 @@ bool set_style(Options& options, const std::string& value) {
 bool set_delay(Options& options, const std::string& value) {
     std::uint64_t number = 0;
     const bool good = read_number(value, kLongestDelay, number);
-    options.delay = Milliseconds(number);
+    options.delay = std::chrono::milliseconds(number);
     return good;
 }
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/fifo.h"
+#include <chrono>
 #include "engine/names.h"
 
 namespace relay_hub::engine {
@@ -12,7 +12,7 @@ namespace relay_hub::engine {
 struct Options {
     std::string folder;
     Style style = Style::kWindows;
-    Milliseconds delay{0};
+    std::chrono::milliseconds delay{0};
     std::size_t chunk = 0;
     bool quiet = false;
     bool help = false;

@@ -9,9 +9,9 @@
 #include <thread>
 #include <vector>
 
-#include "base/abandon.h"
 #include "base/fifo.h"
 #include "base/frame.h"
+#include "base/stop_token.h"
 #include "link_engine/engine_callbacks.h"
 #include "link_engine/request_builders.h"
 #include "name_pipe/name_pipe_base.h"
@@ -42,7 +42,7 @@ class FakeEngine {
     FakeEngine(const FakeEngine&) = delete;
     FakeEngine& operator=(const FakeEngine&) = delete;
     ~FakeEngine() {
-        stop_.abandon();
+        stop_.stop();
         thread_.join();
         relay_hub::set_command_pipe_for_tests({});
     }
@@ -61,7 +61,7 @@ class FakeEngine {
 
   private:
     static relay_hub::FileDescriptor served(const std::string& path) {
-        relay_hub::make_fifo(path);
+        relay_hub::make_fifo(path, 0600);
         return relay_hub::open_fifo(path, O_RDWR);
     }
     bool read_body(std::string& body) const {
@@ -70,7 +70,7 @@ class FakeEngine {
         return read_frame(in_.get(), progress, {{}, 10s}, collect) == relay_hub::ReadEnd::complete;
     }
     void run() {
-        const relay_hub::AbandonScope scope(stop_);
+        const relay_hub::StopScope scope(stop_);
         for (std::string body; read_body(body); body.clear()) {
             {
                 const std::lock_guard lock(mutex_);
@@ -85,7 +85,7 @@ class FakeEngine {
     Serve serve_;
     relay_hub::FileDescriptor in_;
     relay_hub::FileDescriptor out_;
-    relay_hub::AbandonToken stop_;
+    relay_hub::StopToken stop_;
     mutable std::mutex mutex_;
     std::vector<std::string> frames_;  // guarded by mutex_
     std::thread thread_;

@@ -1,80 +1,52 @@
 #include "base/fifo.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <climits>
 #include <csignal>
 
-#include "base/abandon.h"
+#include "base/ownership.h"
 
 namespace relay_hub {
 namespace {
 
-constexpr mode_t kFifoMode = 0777;
+using std::chrono::milliseconds;
+
+constexpr mode_t kPrivateMode = 0600;
 constexpr int kFifoCapacity = 1048576;
-constexpr std::size_t kMostWatches = 2;
-// How long a wait goes without a look at a token that has no descriptor of its own.
-constexpr int kBlindSlice = 50;
+constexpr milliseconds kFirstRetry{1};
+constexpr milliseconds kLongestRetry{20};
 
-int poll_timeout(Deadline deadline, bool blind) {
-    int timeout = -1;
-    if (deadline) {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(*deadline - Clock::now()).count();
-        timeout = static_cast<int>(std::clamp<long long>(left, 0, INT_MAX));
-    }
-    if (blind)
-        timeout = timeout < 0 ? kBlindSlice : std::min(timeout, kBlindSlice);
-    return timeout;
-}
-
-bool is_fifo(int fd) {
+// Sets errno.
+bool is_usable_fifo(int fd) {
     struct stat status {};
     if (::fstat(fd, &status) != 0)
         return false;
-    if (S_ISFIFO(status.st_mode))
+    if (!S_ISFIFO(status.st_mode)) {
+        errno = EINVAL;
+        return false;
+    }
+    if (is_ours_or_roots(status))
         return true;
-    errno = EINVAL;
+    errno = EPERM;
     return false;
 }
 
+// What stands at path, without opening it for anything.
+FileDescriptor find_fifo(const std::string& path) {
+    FileDescriptor place(::open(path.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    return place && is_usable_fifo(place.get()) ? std::move(place) : FileDescriptor();
+}
+
+// By descriptor: whoever swaps the name for a link gains nothing.
+bool set_mode(const FileDescriptor& place, mode_t mode) {
+    const std::string by_descriptor = "/proc/self/fd/" + std::to_string(place.get());
+    return ::chmod(by_descriptor.c_str(), mode) == 0;
+}
+
 }  // namespace
-
-WaitEnd wait_on(std::span<pollfd> watches, Deadline deadline) {
-    const AbandonToken* token = current_abandon_token();
-    std::array<pollfd, kMostWatches + 1> polled{};
-    const std::size_t count = std::min(watches.size(), kMostWatches);
-    std::copy_n(watches.begin(), count, polled.begin());
-    polled[count] = {token == nullptr ? -1 : token->descriptor(), POLLIN, 0};
-    const bool blind = token != nullptr && token->descriptor() < 0;
-    for (;;) {
-        const int events = ::poll(polled.data(), count + 1, poll_timeout(deadline, blind));
-        const int poll_errno = errno;
-        if (token != nullptr && token->abandoned())
-            return WaitEnd::abandoned;
-        if (events > 0) {
-            std::copy_n(polled.begin(), count, watches.begin());
-            return WaitEnd::ready;
-        }
-        if (events < 0 && poll_errno != EINTR)
-            return WaitEnd::timed_out;
-        if (deadline && Clock::now() >= *deadline)
-            return WaitEnd::timed_out;
-    }
-}
-
-WaitEnd wait_for(int descriptor, short events, Deadline deadline) {
-    pollfd watch{descriptor, events, 0};
-    return wait_on({&watch, 1}, deadline);
-}
-
-WaitEnd rest(std::chrono::milliseconds time) {
-    return wait_on({}, after(time));
-}
 
 FileDescriptor open_fifo(const std::string& path, int flags) {
     int fd = -1;
@@ -82,30 +54,54 @@ FileDescriptor open_fifo(const std::string& path, int flags) {
         fd = ::open(path.c_str(), flags | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY);
     } while (fd < 0 && errno == EINTR);
     FileDescriptor fifo(fd);
-    if (!fifo || !is_fifo(fd))
+    if (!fifo || !is_usable_fifo(fd))
         return {};
     if ((flags & O_NONBLOCK) == 0 && ::fcntl(fd, F_SETFL, flags | O_NONBLOCK) != 0)
         return {};
     return fifo;
 }
 
-bool make_fifo(const std::string& path) {
-    const bool created = ::mkfifo(path.c_str(), kFifoMode) == 0;
+FileDescriptor open_fifo_writer(const std::string& path, Deadline deadline,
+                                const std::function<void()>& between) {
+    milliseconds pause = kFirstRetry;
+    for (;;) {
+        FileDescriptor fifo = open_fifo(path, O_WRONLY | O_NONBLOCK);
+        if (fifo || errno != ENXIO)
+            return fifo;
+        if (deadline && Clock::now() >= *deadline) {
+            errno = ETIMEDOUT;
+            return {};
+        }
+        if (!interruptible_sleep(pause)) {
+            errno = ECANCELED;
+            return {};
+        }
+        pause = std::min(pause * 2, kLongestRetry);
+        if (between)
+            between();
+    }
+}
+
+bool make_fifo(const std::string& path, mode_t mode) {
+    const bool created = ::mkfifo(path.c_str(), mode) == 0;
     if (!created && errno != EEXIST)
         return false;
-    const FileDescriptor place(::open(path.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
-    if (!place || !is_fifo(place.get()))
+    const FileDescriptor place = find_fifo(path);
+    if (!place)
         return false;
-    if (!created)
-        return true;
-    // By descriptor: whoever swaps the name for a link gains nothing.
-    const std::string by_descriptor = "/proc/self/fd/" + std::to_string(place.get());
-    if (::chmod(by_descriptor.c_str(), kFifoMode) == 0)
+    if (!created || set_mode(place, mode))
         return true;
     const int chmod_errno = errno;
     (void)::unlink(path.c_str());
     errno = chmod_errno;
     return false;
+}
+
+void make_fifo_private(const std::string& path) {
+    struct stat status {};
+    const FileDescriptor place = find_fifo(path);
+    if (place && ::fstat(place.get(), &status) == 0 && (status.st_mode & ALLPERMS) != kPrivateMode)
+        (void)set_mode(place, kPrivateMode);
 }
 
 void raise_capacity(int fifo) {

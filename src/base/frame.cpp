@@ -13,6 +13,8 @@
 namespace relay_hub {
 namespace {
 
+using std::chrono::milliseconds;
+
 constexpr std::size_t kReadChunk = 65536;
 // A reader that has made room makes more at once; a writer that woke for each page would cost more than its
 // writing.
@@ -22,14 +24,14 @@ constexpr std::chrono::microseconds kDrainTime{150};
 constexpr std::size_t kZeroRegionSize = 65536;
 alignas(4096) const std::array<char, kZeroRegionSize> zero_region{};
 
-Deadline limit_of(std::optional<std::chrono::milliseconds> limit) {
-    return limit ? after(*limit) : Deadline{};
+Deadline limit_of(std::optional<milliseconds> limit, Deadline total = std::nullopt) {
+    const Deadline next = limit ? after(*limit) : Deadline{};
+    return next && total ? std::min(*next, *total) : next ? next : total;
 }
 
 // Repeats one attempt until size bytes are through; attempt(offset) returns as write() does.
 template <typename Attempt>
-WriteEnd write_through(int fd, std::size_t size, std::optional<std::chrono::milliseconds> stall,
-                       const Attempt& attempt) {
+WriteEnd write_through(int fd, std::size_t size, std::optional<milliseconds> stall, const Attempt& attempt) {
     std::size_t written = 0;
     while (written < size) {
         const ssize_t count = attempt(written);
@@ -47,7 +49,7 @@ WriteEnd write_through(int fd, std::size_t size, std::optional<std::chrono::mill
             return WriteEnd::failed;
         const WaitEnd end = wait_for(fd, POLLOUT, limit_of(stall));
         if (end != WaitEnd::ready)
-            return end == WaitEnd::abandoned ? WriteEnd::abandoned : WriteEnd::quiet;
+            return end == WaitEnd::timed_out ? WriteEnd::timed_out : WriteEnd::stopped;
         std::this_thread::sleep_for(kDrainTime);
     }
     return WriteEnd::done;
@@ -101,7 +103,7 @@ std::uint32_t FrameProgress::announced() const {
 
 ReadEnd read_frame(int fd, FrameProgress& progress, Patience patience, const BodySink& sink) {
     std::array<char, kReadChunk> chunk;
-    std::optional<std::chrono::milliseconds> limit = patience.first;
+    std::optional<milliseconds> limit = patience.first;
     while (!progress.complete()) {
         const ssize_t count = read_some(fd, chunk.data(), std::min(chunk.size(), progress.wanted()));
         if (count == 0)
@@ -110,19 +112,21 @@ ReadEnd read_frame(int fd, FrameProgress& progress, Patience patience, const Bod
             limit = patience.next;
             const std::string_view body = progress.take({chunk.data(), static_cast<std::size_t>(count)});
             if (progress.header_complete() && !sink(body))
-                return ReadEnd::stopped;
+                return ReadEnd::enough;
+            if (patience.total && Clock::now() >= *patience.total && !progress.complete())
+                return ReadEnd::timed_out;
             continue;
         }
         if (errno != EAGAIN)
             return ReadEnd::failed;
-        const WaitEnd end = wait_for(fd, POLLIN, limit_of(limit));
+        const WaitEnd end = wait_for(fd, POLLIN, limit_of(limit, patience.total));
         if (end != WaitEnd::ready)
-            return end == WaitEnd::abandoned ? ReadEnd::abandoned : ReadEnd::quiet;
+            return end == WaitEnd::timed_out ? ReadEnd::timed_out : ReadEnd::stopped;
     }
     return ReadEnd::complete;
 }
 
-WriteEnd write_bytes(int fd, std::string_view bytes, std::optional<std::chrono::milliseconds> stall,
+WriteEnd write_bytes(int fd, std::string_view bytes, std::optional<milliseconds> stall,
                      const std::function<void(std::size_t)>& on_write) {
     return write_through(fd, bytes.size(), stall, [&](std::size_t offset) {
         const ssize_t count = ::write(fd, bytes.data() + offset, bytes.size() - offset);

@@ -1,7 +1,7 @@
 #pragma once
 // One frame on a FIFO: a 4-byte little-endian length, then that many bytes. FrameProgress keeps how far the
-// reading of a frame has come, so that it can be taken up again later. All calls wait at most as told, and
-// end when the request of the calling thread is abandoned. Descriptors are non-blocking FIFO ends.
+// reading of a frame has come, so that it can be taken up again later. All waits are those of wait.h.
+// Descriptors are non-blocking FIFO ends.
 #include <array>
 #include <chrono>
 #include <cstddef>
@@ -9,6 +9,8 @@
 #include <functional>
 #include <optional>
 #include <string_view>
+
+#include "base/wait.h"
 
 namespace relay_hub {
 
@@ -35,14 +37,15 @@ class FrameProgress {
     std::uint32_t body_size_ = 0;
 };
 
-// How a reading ended: the frame is complete, the sink wants no more, no writer is there any more, nothing
-// came for too long, the request was abandoned, or the read failed.
-enum class ReadEnd { complete, stopped, closed, quiet, abandoned, failed };
+// How a reading ended: the frame is complete; the sink wants no more; no writer is there any more; nothing
+// came for too long; the wait was ended (the thread was stopped or its peer left); or the read failed.
+enum class ReadEnd { complete, enough, closed, timed_out, stopped, failed };
 
-// How long to wait for the first and for each further byte; none is no limit.
+// How long to wait for the first and for each further byte (none: no limit), and when the whole reading ends.
 struct Patience {
     std::optional<std::chrono::milliseconds> first;
     std::chrono::milliseconds next;
+    Deadline total = std::nullopt;
 };
 
 // Gets each piece of the body, and an empty one when the length came alone; false ends the reading.
@@ -51,9 +54,9 @@ using BodySink = std::function<bool(std::string_view)>;
 // Reads on from where progress stands, never past the frame's end.
 ReadEnd read_frame(int fd, FrameProgress& progress, Patience patience, const BodySink& sink);
 
-enum class WriteEnd { done, closed, quiet, abandoned, failed };
+enum class WriteEnd { done, closed, timed_out, stopped, failed };
 
-// Writes all bytes, waiting for room as long as stall says each time. on_write is told each count written.
+// Writes all bytes, waiting for room as long as stall says each time. on_write gets each count written.
 WriteEnd write_bytes(int fd, std::string_view bytes, std::optional<std::chrono::milliseconds> stall,
                      const std::function<void(std::size_t)>& on_write = nullptr);
 // The same for count zero bytes, which cost neither memory nor copying.

@@ -5,14 +5,14 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <mutex>
 #include <vector>
 
-#include "base/abandon.h"
 #include "base/diagnostics.h"
+#include "base/signals_blocked.h"
+#include "base/stop_token.h"
 #include "link_engine/answer_slot.h"
 #include "link_engine/cancel_grace.h"
 #include "link_engine/confirmation.h"
@@ -75,7 +75,7 @@ struct Run {
     // Any thread. The worker's waits end; a start function that never sets the state does not hold the
     // window's thread either.
     void abandon() {
-        token.abandon();
+        token.stop();
         if (get_atomic(&args.state) == kStateRunning)
             set_atomic(&args.state, kStateFinished);
     }
@@ -86,7 +86,7 @@ struct Run {
 
     command_start_t start;
     __send_args& args;
-    AbandonToken token;
+    StopToken token;
     AnswerCell answer;  // the worker's until done, then the reader's
     int done = 0;       // get_atomic, set_atomic
     Timer limit_timer;
@@ -97,7 +97,7 @@ struct Run {
 void* run_worker(void* data) {
     Run& run = *static_cast<Run*>(data);
     {
-        const AbandonScope abandon_scope(run.token);
+        const StopScope abandon_scope(run.token);
         const AnswerScope answer_scope(run.answer);
         try {
             run.start(&run.args);
@@ -110,16 +110,9 @@ void* run_worker(void* data) {
     return nullptr;
 }
 
-// Signals are for the window's thread, but for the one that means a fault of the worker itself.
 int start_worker(Run& run) {
-    sigset_t blocked;
-    sigset_t before;
-    sigfillset(&blocked);
-    sigdelset(&blocked, SIGSEGV);
-    pthread_sigmask(SIG_SETMASK, &blocked, &before);
-    const int result = pthread_create(&run.args.worker, nullptr, run_worker, &run);
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    return result;
+    const SignalsBlocked blocked;
+    return pthread_create(&run.args.worker, nullptr, run_worker, &run);
 }
 
 int check_after_cancel(void* data);

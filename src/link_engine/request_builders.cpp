@@ -1,17 +1,14 @@
 #include "link_engine/request_builders.h"
 
-#include <poll.h>
-
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <mutex>
 
-#include "base/abandon.h"
 #include "base/log.h"
+#include "base/wait.h"
 #include "link_engine/answer_slot.h"
 #include "link_engine/message_names.h"
 #include "link_engine/request_items.h"
@@ -108,7 +105,6 @@ constexpr Request kHeartbeat{.command = wire::kCheckForHeartbeat,
 
 constexpr int kFileListRetries = 5;
 constexpr std::chrono::milliseconds kRetryPause{2000};
-constexpr std::chrono::milliseconds kBlindWait{100};  // for a token without a descriptor
 
 // Shared by all file lists of one run of the program, so that a dead engine costs its pauses only once.
 std::atomic<int> file_list_retries = 0;
@@ -154,26 +150,8 @@ void send(const Request& request, CNamePipeBase& channel, const std::string& mes
         channel.NPPostMessage(message, command_pipe(), kCommandData);
 }
 
-// False when the request was abandoned meanwhile.
-bool pause_before_retry() {
-    const AbandonToken* token = current_abandon_token();
-    pollfd abandoned{.fd = token ? token->descriptor() : -1, .events = POLLIN, .revents = 0};
-    const auto end = std::chrono::steady_clock::now() + kRetryPause;
-    for (;;) {
-        const auto left =
-            std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
-        if (token && token->abandoned())
-            return false;
-        if (left.count() <= 0)
-            return true;
-        const auto wait = abandoned.fd < 0 && token ? std::min(left, kBlindWait) : left;
-        if (::poll(&abandoned, 1, static_cast<int>(wait.count())) < 0 && errno != EINTR)
-            return false;
-    }
-}
-
 bool may_retry() {
-    return file_list_retries.fetch_add(1) < kFileListRetries && pause_before_retry();
+    return file_list_retries.fetch_add(1) < kFileListRetries && interruptible_sleep(kRetryPause);
 }
 
 std::string exchange(const Request& request, CNamePipeBase& channel, const std::string& message) {

@@ -9,7 +9,7 @@
 namespace relay_hub {
 
 struct Channel {
-    // Readable while nobody holds the channel: a wait for it can be abandoned, which no mutex offers.
+    // Readable while nobody holds the channel: a wait for it can be stopped, which no mutex offers.
     FileDescriptor free;
     // Both belong to the holder. The frame in which a late answer stands, if it has begun.
     bool answer_owed = false;

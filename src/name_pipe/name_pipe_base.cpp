@@ -23,7 +23,6 @@ namespace {
 
 using namespace std::string_view_literals;
 
-constexpr std::string_view kCommandMarker = "\xC9\xBB\x29\xF9\x00\x01"sv;
 constexpr std::string_view kUserMarker = "\xBA\x33\x78\xA9\x00\x01"sv;
 constexpr std::size_t kMarkerSize = 6;
 
@@ -46,7 +45,7 @@ void set_pipe_name(std::string name) {
 }
 
 std::string marked(std::string_view payload, unsigned int kind) {
-    return std::string(kind == kCommandData ? kCommandMarker : kUserMarker).append(payload);
+    return std::string(kind == kCommandData ? relay_hub::kCommandMarker : kUserMarker).append(payload);
 }
 
 // Stops at the first difference, so that the zero that ends a short body ends the comparison too.
@@ -116,7 +115,7 @@ bool CNamePipeBase::IsUserData(const char* body) {
 }
 
 bool CNamePipeBase::IsCommandData(const char* body) {
-    return starts_with_marker(body, kCommandMarker);
+    return starts_with_marker(body, relay_hub::kCommandMarker);
 }
 
 char* CNamePipeBase::GetPureData(char* body) {

@@ -4,7 +4,7 @@
 // As a client, an object frames a message, sends it and waits for the answer; as a server it runs the
 // listener thread that serves the engine's call-backs. Sends may be made on any thread but the window's:
 // they wait. One mutex spans each send on a base path, so two sends never share a FIFO. A send watches the
-// AbandonToken bound to its thread (abandon.h) in all its waits, the one for that mutex included.
+// StopToken bound to its thread (stop_token.h) in all its waits, the one for that mutex included.
 #include <atomic>
 #include <cstdint>
 #include <string>
@@ -50,7 +50,7 @@ class CNamePipeBase {
     bool NPPostMessage(char* data, unsigned int size, const char* pipe, unsigned int kind);
     bool NPPostMessage(std::string data, std::string pipe, unsigned int kind);
     // Send and wait for the answer. False, with answer untouched, when the send or the wait failed or was
-    // abandoned. The character form fills at most answer_size bytes.
+    // stopped. The character form fills at most answer_size bytes.
     bool NPSendMessage(char* data, unsigned int size, char* answer, unsigned int answer_size,
                        const char* pipe, unsigned int kind);
     bool NPSendMessage(std::string data, std::string& answer, std::string pipe, unsigned int kind);
@@ -80,6 +80,9 @@ class CNamePipeBase {
 extern CNamePipeBase NPClient_object;
 
 namespace relay_hub {
+
+// What stands before the text of a command in the body of a frame.
+inline constexpr std::string_view kCommandMarker{"\xC9\xBB\x29\xF9\x00\x01", 6};
 
 // True while a send on base holds its channel, that is while an exchange is under way. Any thread.
 bool channel_busy(const std::string& base);

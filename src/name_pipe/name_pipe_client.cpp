@@ -28,8 +28,6 @@ constexpr milliseconds kQuiet{2000};
 constexpr milliseconds kPaddingPause{20};
 constexpr milliseconds kPaddingLimit{200};
 constexpr milliseconds kAtOnce{20};
-constexpr milliseconds kFirstRetry{1};
-constexpr milliseconds kLongestRetry{50};
 constexpr milliseconds kPostLimit{1000};
 constexpr milliseconds kLongestHold{10};
 // Room for an answer is taken at once, so that it is never moved; memory that stays untouched costs nothing.
@@ -62,17 +60,10 @@ bool fail_in_open() {
 // Opens the requests' end as soon as somebody reads there. While the peer still serves a request that was
 // given up, late_answers (which may be empty) is kept empty, so that it comes to the end of it.
 FileDescriptor open_in(const std::string& path, const FileDescriptor& late_answers) {
-    milliseconds pause = kFirstRetry;
-    for (;;) {
-        FileDescriptor in = open_fifo(path, O_WRONLY | O_NONBLOCK);
-        if (in || errno != ENXIO)
-            return in;
-        if (rest(pause) == WaitEnd::abandoned)
-            return {};
-        pause = std::min(pause * 2, kLongestRetry);
+    return open_fifo_writer(path, std::nullopt, [&] {
         if (late_answers)
             discard_pending(late_answers.get());
-    }
+    });
 }
 
 // Header and body in one write, as far as the pipe takes them: the peer is woken once. Returns the count.
@@ -175,8 +166,8 @@ ReadEnd await_answer(Ends& ends, FrameProgress& progress) {
         std::array<pollfd, 2> watches{pollfd{ends.out.get(), POLLIN, 0},
                                       pollfd{in_watched ? ends.in.get() : -1, 0, 0}};
         const WaitEnd end = wait_on(watches, peer_gone);
-        if (end == WaitEnd::abandoned)
-            return ReadEnd::abandoned;
+        if (end == WaitEnd::stopped)
+            return ReadEnd::stopped;
         if (end == WaitEnd::ready && watches[0].revents != 0) {
             if ((watches[0].revents & POLLIN) != 0)
                 return ReadEnd::complete;
@@ -217,7 +208,7 @@ ReadEnd read_answer(Ends& ends, FrameProgress& progress, std::string& answer, st
         return zero == std::string_view::npos && answer.size() < limit;
     };
     const ReadEnd end = read_frame(out, progress, {kQuiet, kQuiet}, collect);
-    if (end != ReadEnd::stopped)
+    if (end != ReadEnd::enough)
         return end;
     const Deadline padding = after(kPaddingLimit);
     return read_frame(out, progress, {kPaddingPause, kPaddingPause},
@@ -234,16 +225,17 @@ void trace_answer(const FrameProgress& progress, std::size_t limit, std::size_t 
 }
 
 // Waits until the peer is through with a request that was given up: its answer must not be taken for the
-// next one's. The peer is through when it has closed its end or its answer is complete. False: abandoned.
+// next one's. The peer is through when it has closed its end or its answer is complete. False when the wait
+// was ended.
 bool await_owed_answer(int out, Channel& channel) {
     if (!channel.owed.started() && find_writer(out, channel.owed) == Writer::absent)
         return true;
     const ReadEnd end = read_frame(out, channel.owed,
                                    {channel.owed.started() ? kQuiet : std::optional<milliseconds>{}, kQuiet},
                                    [](std::string_view) { return true; });
-    if (end == ReadEnd::abandoned)
+    if (end == ReadEnd::stopped)
         return false;
-    return end == ReadEnd::closed || wait_for(out, 0, after(kPaddingLimit)) != WaitEnd::abandoned;
+    return end == ReadEnd::closed || wait_for(out, 0, after(kPaddingLimit)) != WaitEnd::stopped;
 }
 
 // The end on which a late answer arrives, kept open until the next round has begun: a peer that opens its
@@ -286,7 +278,7 @@ bool exchange_on(Channel& channel, const std::string& base, std::string_view bod
         return false;
     trace("Prepare to reading...!!!\n");
     const ReadEnd end = read_answer(ends, channel.owed, answer, limit, kind);
-    if (end == ReadEnd::abandoned || end == ReadEnd::failed)
+    if (end == ReadEnd::stopped || end == ReadEnd::failed)
         return false;
     trace_answer(channel.owed, limit, answer.size());
     if (end == ReadEnd::complete || end == ReadEnd::closed) {
@@ -296,18 +288,12 @@ bool exchange_on(Channel& channel, const std::string& base, std::string_view bod
     return true;
 }
 
-FileDescriptor open_in_at_once(const std::string& path, Clock::time_point deadline, bool patient) {
-    milliseconds pause = kFirstRetry;
-    for (int tries = 1;; ++tries) {
-        FileDescriptor in = open_fifo(path, O_WRONLY | O_NONBLOCK);
-        if (in)
-            return in;
-        if (tries < kImmediateTries)
-            continue;
-        if (!patient || Clock::now() >= deadline || rest(pause) == WaitEnd::abandoned)
-            return {};
-        pause = std::min(pause * 2, kLongestRetry);
-    }
+// A listener that is between two rounds opens its end within microseconds.
+FileDescriptor open_in_without_waiting(const std::string& path) {
+    FileDescriptor in;
+    for (int tries = 0; !in && tries < kImmediateTries; ++tries)
+        in = open_fifo(path, O_WRONLY | O_NONBLOCK);
+    return in;
 }
 
 // A peer opens its end for answers before it reads; without a reader there it would wait for one for good.
@@ -348,7 +334,9 @@ bool post(const std::string& base, std::string_view body, Clock::time_point dead
     if (!lock)
         return false;
     trace("Open Name Pipe (IN) with nonblock method!!!\n");
-    const FileDescriptor in = open_in_at_once(base + "_IN", deadline, patient);
+    FileDescriptor in = open_in_without_waiting(base + "_IN");
+    if (!in && patient)
+        in = open_fifo_writer(base + "_IN", deadline);
     if (!in)
         return fail_in_open();
     const FileDescriptor out = open_fifo(base + "_OUT", O_RDONLY | O_NONBLOCK);

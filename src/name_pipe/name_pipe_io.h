@@ -1,7 +1,7 @@
 #pragma once
 // The byte-level work of a channel: one exchange as its client, the listen loop as its server, whole frames
 // in and out. base is the channel's base path. No call hangs on a peer: the client's waits end with the
-// peer's death or the thread's AbandonToken (abandon.h), the server's after three seconds of nothing.
+// peer's death or the thread's StopToken (stop_token.h), the server's after three seconds of nothing.
 #include <atomic>
 #include <memory>
 

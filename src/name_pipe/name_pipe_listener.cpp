@@ -5,13 +5,13 @@
 #include <algorithm>
 #include <cerrno>
 #include <condition_variable>
-#include <csignal>
 #include <cstring>
 #include <exception>
 #include <mutex>
 
 #include "base/diagnostics.h"
 #include "base/frame.h"
+#include "base/signals_blocked.h"
 #include "base/zeroed_memory.h"
 #include "name_pipe/name_pipe_base.h"
 #include "name_pipe/name_pipe_client.h"
@@ -51,23 +51,6 @@ bool allocate_result_buffer() {
     relay_hub::report_memory_error(RELAY_HUB_HERE, errno, size);
     return false;
 }
-
-// Threads of ours leave signals to the window's thread, and keep a crash's own.
-class SignalsBlocked {
-  public:
-    SignalsBlocked() {
-        sigset_t all;
-        sigfillset(&all);
-        sigdelset(&all, SIGSEGV);
-        (void)pthread_sigmask(SIG_SETMASK, &all, &before_);
-    }
-    SignalsBlocked(const SignalsBlocked&) = delete;
-    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-    ~SignalsBlocked() { (void)pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-
-  private:
-    sigset_t before_{};
-};
 
 void join_ended_listener() {
     if (the_listener.joinable)
@@ -158,7 +141,7 @@ bool CNamePipeBase::ListenForService() {
     if (!allocate_result_buffer())
         return false;
     m_bExitFromListenLoop = false;
-    const SignalsBlocked blocked_in_new_thread;
+    const relay_hub::SignalsBlocked blocked_in_new_thread;
     const int error = pthread_create(&the_listener.thread, nullptr, ListenThread, this);
     if (error != 0) {
         relay_hub::report_error(RELAY_HUB_HERE, error);

@@ -24,6 +24,8 @@ using std::chrono::milliseconds;
 
 // How long a client may pause before its round ends.
 constexpr milliseconds kClientPause{3000};
+// Engines of other accounts write here.
+constexpr mode_t kNotifyMode = 0777;
 constexpr milliseconds kReopenPause{200};
 // How long a client that has its answer takes to leave.
 constexpr milliseconds kLeaving{1};
@@ -50,11 +52,11 @@ FileDescriptor open_out(const std::string& path) {
     return out;
 }
 
-// A FIFO that cannot be opened is put back where it is missing, at rest.
+// A FIFO that cannot be opened is put back where it is missing, after a pause.
 void mend(const std::string& path) {
     relay_hub::report_error(RELAY_HUB_HERE, errno, path);
-    (void)relay_hub::rest(kReopenPause);
-    (void)relay_hub::make_fifo(path);
+    (void)relay_hub::interruptible_sleep(kReopenPause);
+    (void)relay_hub::make_fifo(path, kNotifyMode);
 }
 
 // Whether all clients have left within the time, without having sent anything.
@@ -125,13 +127,13 @@ bool ListenPipeClient(const char* base, bool (*on_read)(int fd, void* ctx), bool
         return false;
     relay_hub::ignore_broken_pipes();
     const Server server{std::string(base) + "_IN", std::string(base) + "_OUT", on_read, on_write, ctx};
-    if (!relay_hub::make_fifo(server.in_path)) {
+    if (!relay_hub::make_fifo(server.in_path, kNotifyMode)) {
         relay_hub::report_error(RELAY_HUB_HERE, errno, server.in_path);
         return false;
     }
     if (on_write == nullptr) {
         (void)::unlink(server.out_path.c_str());
-    } else if (!relay_hub::make_fifo(server.out_path)) {
+    } else if (!relay_hub::make_fifo(server.out_path, kNotifyMode)) {
         relay_hub::report_error(RELAY_HUB_HERE, errno, server.out_path);
         return false;
     }
@@ -151,7 +153,7 @@ std::unique_ptr<char[]> ReadPipeData(int fd, unsigned int* count) {
         return static_cast<std::int32_t>(progress.announced()) > 0;
     };
     const ReadEnd end = relay_hub::read_frame(fd, progress, {kClientPause, kClientPause}, collect);
-    const bool usable = end == ReadEnd::complete || end == ReadEnd::stopped || end == ReadEnd::closed;
+    const bool usable = end == ReadEnd::complete || end == ReadEnd::enough || end == ReadEnd::closed;
     if (!usable || !progress.header_complete())
         return nullptr;
     auto result = std::make_unique<char[]>(body.size() + kBodyEnd);

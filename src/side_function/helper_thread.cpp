@@ -7,7 +7,7 @@
 #include <thread>
 
 #include "base/diagnostics.h"
-#include "base/quiet_thread.h"
+#include "base/signals_blocked.h"
 #include "util/job_state.h"
 
 namespace relay_hub {

@@ -12,7 +12,7 @@
 #include <thread>
 
 #include "base/diagnostics.h"
-#include "base/quiet_thread.h"
+#include "base/signals_blocked.h"
 #include "tree_view_op/file_list_view.h"
 
 namespace relay_hub {

@@ -1,13 +1,11 @@
 #include "ui/background_work.h"
 
-#include <poll.h>
-
 #include <exception>
 #include <system_error>
 #include <utility>
 
 #include "base/diagnostics.h"
-#include "base/quiet_thread.h"
+#include "base/signals_blocked.h"
 
 namespace relay_hub {
 BackgroundWork::~BackgroundWork() {
@@ -23,7 +21,7 @@ bool BackgroundWork::start(std::function<void()> body) {
         const SignalsBlocked blocked;
         thread_ = std::thread([run, work = std::move(body)] {
             try {
-                const AbandonScope scope(run->token);
+                const StopScope scope(run->token);
                 work();
             } catch (const std::exception& error) {
                 report(RELAY_HUB_HERE, "work in the background ended early:", error.what());
@@ -49,7 +47,7 @@ bool BackgroundWork::running() const {
 
 void BackgroundWork::abandon() {
     if (run_ != nullptr)
-        run_->token.abandon();
+        run_->token.stop();
 }
 
 bool BackgroundWork::wait(std::chrono::milliseconds limit) {
@@ -66,20 +64,6 @@ bool BackgroundWork::stop(std::chrono::milliseconds limit) {
     if (thread_.joinable())
         thread_.join();
     return true;
-}
-
-bool pause_unless_abandoned(std::chrono::milliseconds time) {
-    using Clock = std::chrono::steady_clock;
-    const AbandonToken* token = current_abandon_token();
-    const Clock::time_point end = Clock::now() + time;
-    while (token == nullptr || !token->abandoned()) {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
-        if (left.count() <= 0)
-            return true;
-        pollfd abandoned{token != nullptr ? token->descriptor() : -1, POLLIN, 0};
-        (void)::poll(&abandoned, 1, static_cast<int>(left.count()));
-    }
-    return false;
 }
 
 }  // namespace relay_hub

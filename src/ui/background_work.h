@@ -1,5 +1,5 @@
 #pragma once
-// Work that may wait for the engine, on a thread of its own with an AbandonToken bound to it. Window's
+// Work that may wait for the engine, on a thread of its own with an StopToken bound to it. Window's
 // thread, but for the body.
 #include <chrono>
 #include <condition_variable>
@@ -8,7 +8,7 @@
 #include <mutex>
 #include <thread>
 
-#include "base/abandon.h"
+#include "base/wait.h"
 
 namespace relay_hub {
 
@@ -33,7 +33,7 @@ class BackgroundWork {
 
   private:
     struct Run {
-        AbandonToken token;
+        StopToken token;
         std::mutex mutex;
         std::condition_variable changed;
         bool ended = false;  // guarded by mutex
@@ -41,8 +41,5 @@ class BackgroundWork {
     std::shared_ptr<Run> run_;
     std::thread thread_;
 };
-
-// Sleeps, unless the calling thread's AbandonToken ends it earlier. True when it slept to the end.
-bool pause_unless_abandoned(std::chrono::milliseconds time);
 
 }  // namespace relay_hub

@@ -5,8 +5,8 @@
 #include <cstdio>
 #include <memory>
 
-#include "base/abandon.h"
 #include "base/log.h"
+#include "base/wait.h"
 #include "link_engine/transfer_state.h"
 #include "side_function/right_side.h"
 #include "tree_view_op/file_list_view.h"
@@ -23,7 +23,7 @@ int g_timer_running = 0;
 namespace {
 
 using relay_hub::BackgroundWork;
-using relay_hub::current_abandon_token;
+using relay_hub::current_stop_token;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 using std::chrono::steady_clock;
@@ -44,7 +44,7 @@ struct Monitor {
     BackgroundWork probe;
     steady_clock::time_point probe_started;
     unsigned int poll = 0;
-    relay_hub::AbandonToken listener_waits;  // bound while set_line_status runs
+    relay_hub::StopToken listener_waits;  // bound while set_line_status runs
 };
 
 std::unique_ptr<Monitor>& monitor_owner() {
@@ -85,10 +85,10 @@ void take_probe_result(unsigned int poll, bool online) {
 }
 
 void probe(unsigned int poll) {
-    if (!relay_hub::pause_unless_abandoned(kBeforeProbe))
+    if (!relay_hub::interruptible_sleep(kBeforeProbe))
         return;
     const bool online = link_engine_remote_online_nothread() != -1;
-    if (online && !relay_hub::pause_unless_abandoned(kAfterProbe))
+    if (online && !relay_hub::interruptible_sleep(kAfterProbe))
         return;
     relay_hub::post_to_window([poll, online] { take_probe_result(poll, online); });
 }
@@ -134,7 +134,7 @@ bool engine_answers() {
     if (!asking.start([answered] { *answered = offline_connection_status_nothread() != -1; }))
         return false;
     const auto end = steady_clock::now() + kProbeLimit;
-    while (!asking.wait(kProbeSlice) && steady_clock::now() < end && !current_abandon_token()->abandoned()) {
+    while (!asking.wait(kProbeSlice) && steady_clock::now() < end && !current_stop_token()->stopped()) {
     }
     asking.stop(kStopLimit);
     return *answered;
@@ -144,7 +144,7 @@ bool engine_answers() {
 bool reach_engine() {
     print_attempt();
     while (!engine_answers()) {
-        if (!relay_hub::pause_unless_abandoned(kBetweenAttempts))
+        if (!relay_hub::interruptible_sleep(kBetweenAttempts))
             return false;
         if (g_first_time > kLastFirstTime) {
             std::puts("local device disconnection !\nexit GUI");
@@ -178,7 +178,7 @@ gboolean waiting_linkengine(gpointer) {
 }
 
 void set_line_status() {
-    const relay_hub::AbandonScope scope(monitor().listener_waits);
+    const relay_hub::StopScope scope(monitor().listener_waits);
     if (!reach_engine())
         return;
     std::puts("remote device disconnection !");
@@ -217,7 +217,7 @@ void show_online_view() {
 
 bool stop_link_monitor() {
     remove_timer();
-    monitor().listener_waits.abandon();
+    monitor().listener_waits.stop();
     return monitor().probe.stop(kStopLimit);
 }
 

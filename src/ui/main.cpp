@@ -46,8 +46,8 @@ int main(int argc, char** argv) {
         (void)std::fprintf(stderr, "%s >> [%s]\tcode:[%d]\n", "main", std::strerror(error), error);
         return 0;
     }
-    const relay_hub::InstanceLock only_one;
-    if (!only_one.held()) {
+    const relay_hub::InstanceLock only_one(relay_hub::kWindowLock);
+    if (!relay_hub::may_run(only_one)) {
         relay_hub::tell_already_running(&argc, &argv);
         return 0;
     }

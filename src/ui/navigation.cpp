@@ -6,10 +6,10 @@
 #include <memory>
 #include <vector>
 
-#include "base/abandon.h"
 #include "base/glib_owners.h"
 #include "base/log.h"
 #include "base/translated_text.h"
+#include "base/wait.h"
 #include "link_engine/command_runner.h"
 #include "side_function/left_side.h"
 #include "side_function/right_side.h"
@@ -131,16 +131,16 @@ int drive_count(GtkWidget* combo) {
 // A command_start_t: runs on the runner's worker until there are drives or the user has had enough.
 int find_remote_drives(void* data) {
     auto* args = static_cast<__send_args*>(data);
-    const AbandonToken* token = current_abandon_token();
+    const StopToken* token = current_stop_token();
     for (int attempt = 1;; ++attempt) {
         right_combobox_load_partition_nothread();
         int drives = 0;
         call_on_window([&drives] { drives = drive_count(get_UI_sets()->right_side->drive_combo); });
-        if (drives > 0 || (token != nullptr && token->abandoned()))
+        if (drives > 0 || (token != nullptr && token->stopped()))
             break;
         if (attempt == kDriveAttempts)
             end_without_drives();
-        if (!pause_unless_abandoned(kBetweenAttempts))
+        if (!interruptible_sleep(kBetweenAttempts))
             break;
     }
     return set_atomic(&args->state, kStateFinished);

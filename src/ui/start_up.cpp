@@ -1,8 +1,6 @@
 #include "ui/start_up.h"
 
-#include <fcntl.h>
 #include <gtk/gtk.h>
-#include <sys/file.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -31,12 +29,6 @@ namespace relay_hub {
 namespace {
 
 constexpr char kProgram[] = "Relay Hub";
-constexpr char kLockName[] = "relay-hub.lock";
-constexpr mode_t kLockMode = 0600;
-
-std::string lock_path() {
-    return std::string(g_get_user_runtime_dir()) + "/" + kLockName;
-}
 
 // The busy dialog behind a listing that takes several turns of the main loop. Listings nest.
 class BusyListings : public ListingWatcher {
@@ -70,22 +62,10 @@ void remember_work_path() {
     }
 }
 
-InstanceLock::InstanceLock() {
-    const std::string path = lock_path();
-    file_.reset(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY, kLockMode));
-    if (!file_) {
-        report_error(RELAY_HUB_HERE, errno, path);
-        return;
-    }
-    int result = 0;
-    do {
-        result = ::flock(file_.get(), LOCK_EX | LOCK_NB);
-    } while (result != 0 && errno == EINTR);
-    if (result == 0)
-        return;
-    held_ = errno != EWOULDBLOCK;
-    if (held_)
-        report_error(RELAY_HUB_HERE, errno, path);
+bool may_run(const InstanceLock& lock) {
+    if (lock.result() == InstanceLock::Result::failed)
+        report_error(RELAY_HUB_HERE, lock.error(), lock.path());
+    return lock.result() != InstanceLock::Result::held_by_another;
 }
 
 void tell_already_running(int* argc, char*** argv) {

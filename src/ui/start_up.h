@@ -1,7 +1,7 @@
 #pragma once
 // What main does besides the window: the working directory, the lock against a second start, the order of
 // the end. Window's thread.
-#include "base/file_descriptor.h"
+#include "base/instance_lock.h"
 
 class CNamePipeBase;
 
@@ -13,19 +13,11 @@ namespace relay_hub {
 
 void remember_work_path();
 
-// One window a user: the FIFOs and logs have fixed names, so a second start must not touch them. The lock is
-// a locked file in the user's runtime directory and goes with the process.
-class InstanceLock {
-  public:
-    InstanceLock();
-    // False when another process of this user holds it. A lock file that cannot be made is told on standard
-    // error and counts as held.
-    [[nodiscard]] bool held() const { return held_; }
-
-  private:
-    FileDescriptor file_;
-    bool held_ = true;
-};
+// The lock of the window: the FIFOs and logs have fixed names, so a second start must not touch them.
+inline constexpr char kWindowLock[] = "relay-hub.lock";
+// False when another window of this user holds the lock. A lock that cannot be had is told on standard error
+// and does not keep the window from opening.
+bool may_run(const InstanceLock& lock);
 
 // Says on standard error, and in a box where there is a display, that the program runs already.
 void tell_already_running(int* argc, char*** argv);

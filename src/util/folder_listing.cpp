@@ -9,7 +9,7 @@
 #include <memory>
 
 #include "base/glib_owners.h"
-#include "base/quiet_thread.h"
+#include "base/signals_blocked.h"
 #include "base/translated_text.h"
 #include "util/file_op.h"
 #include "util/file_op_unit.h"

@@ -12,7 +12,7 @@
 
 #include "base/diagnostics.h"
 #include "base/log.h"
-#include "base/quiet_thread.h"
+#include "base/signals_blocked.h"
 
 namespace relay_hub {
 namespace {

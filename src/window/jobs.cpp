@@ -7,7 +7,7 @@
 #include <string>
 
 #include "base/diagnostics.h"
-#include "base/quiet_thread.h"
+#include "base/signals_blocked.h"
 #include "base/translated_text.h"
 #include "link_engine/request_builders.h"
 #include "link_engine/send_args.h"

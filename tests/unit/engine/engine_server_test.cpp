@@ -31,7 +31,7 @@ class Serving : public EngineSandbox {
             thread_.join();
     }
 
-    void start(Milliseconds delay = Milliseconds(0)) {
+    void start(std::chrono::milliseconds delay = std::chrono::milliseconds(0)) {
         handlers_ = std::make_unique<RequestHandlers>(*remote_, *local_, front_end_, state_);
         server_ = std::make_unique<EngineServer>(ServerSettings{base_, delay, 0, true}, *handlers_,
                                                  front_end_, stop_);
@@ -48,7 +48,7 @@ class Serving : public EngineSandbox {
 
     std::string base_ = at("command");
     std::string notify_ = at("notify");
-    StopEvent stop_;
+    StopToken stop_;
     LinkState state_;
     FrontEndLink front_end_{notify_, stop_, state_};
     std::unique_ptr<RequestHandlers> handlers_;
@@ -70,7 +70,7 @@ TEST_F(Serving, SlowAndPostingClients) {
     const std::string exit = "<ZEVMSG><NP_Cmd>NP_Cmd_Exit_Link_Engine</NP_Cmd></ZEVMSG>";
     EXPECT_TRUE(wait_until([&] { return client.NPPostMessage(exit, "", kCommandData); }));
     EXPECT_TRUE(wait_until([&] { return server_->ended(); }));
-    EXPECT_TRUE(stop_.raised());
+    EXPECT_TRUE(stop_.stopped());
 }
 
 TEST_F(Serving, ClientsThatMisbehaveCostOneRound) {
@@ -93,7 +93,7 @@ TEST_F(Serving, ClientsThatMisbehaveCostOneRound) {
 }
 
 TEST_F(Serving, TheNextClientNeverGetsAnAnswerThatWasGivenUp) {
-    start(Milliseconds(60000));
+    start(std::chrono::milliseconds(60000));
     {
         Peer client(base_);
         client.as_client().request(command(kListRoot));
@@ -184,7 +184,7 @@ TEST_F(CallingBack, AQuestionEndsWithItsReasonAndNothingHangsWithoutAFrontEnd) {
         std::function<void()> end;
     } cases[] = {{"front end killed", [] {}},
                  {"remote offline", [this] { state_.remote_online = false; }},
-                 {"engine stopped", [this] { stop_.raise(); }}};
+                 {"engine stopped", [this] { stop_.stop(); }}};
     for (const auto& item : cases) {
         std::atomic<bool> answered = false;
         std::thread asking([&] {
@@ -196,7 +196,7 @@ TEST_F(CallingBack, AQuestionEndsWithItsReasonAndNothingHangsWithoutAFrontEnd) {
         EXPECT_FALSE(answered);
         listener.close_in();
         item.end();
-        if (state_.remote_online && !stop_.raised())
+        if (state_.remote_online && !stop_.stopped())
             listener.close_out();
         asking.join();
         state_.remote_online = true;

@@ -4,7 +4,7 @@
 #include <csignal>
 #include <functional>
 
-#include "base/abandon.h"
+#include "base/stop_token.h"
 #include "name_pipe/name_pipe_base.h"
 #include "name_pipe/name_pipe_io.h"
 #include "support.h"
@@ -120,21 +120,21 @@ class PendingSend {
   public:
     PendingSend(CNamePipeBase& channel, std::string text)
         : thread_([this, &channel, text = std::move(text)] {
-              const relay_hub::AbandonScope scope(token_);
+              const relay_hub::StopScope scope(token_);
               result_ = channel.NPSendMessage(text, answer_, "", kCommandData);
               done_ = true;
           }) {}
 
     // True when the send failed within 200 ms from now, leaving its answer alone.
     bool ends_when_abandoned() {
-        token_.abandon();
+        token_.stop();
         const bool ended = test::wait_until([this] { return done_.load(); }, 200ms);
         thread_.join();
         return ended && !result_ && answer_ == "untouched";
     }
 
   private:
-    relay_hub::AbandonToken token_;
+    relay_hub::StopToken token_;
     std::atomic<bool> done_ = false;
     bool result_ = true;
     std::string answer_ = "untouched";

@@ -1,0 +1,46 @@
+#pragma once
+// The bounded waits of both programs. Each is a poll that also ends when the StopToken bound to the calling
+// thread is stopped, or when the peer for whom the thread works (PeerScope) has left. Any thread.
+#include <poll.h>
+
+#include <chrono>
+#include <optional>
+#include <span>
+
+#include "base/stop_token.h"
+
+namespace relay_hub {
+
+using Clock = std::chrono::steady_clock;
+// The moment at which a wait is given up; without one it waits as long as it takes.
+using Deadline = std::optional<Clock::time_point>;
+
+enum class WaitEnd { ready, timed_out, stopped, peer_left };
+
+inline Deadline after(std::chrono::milliseconds limit) {
+    return Clock::now() + limit;
+}
+
+// Waits until one of at most two watches has an event, and fills their revents.
+WaitEnd wait_on(std::span<pollfd> watches, Deadline deadline);
+// Waits until descriptor is ready for events (POLLIN or POLLOUT), or shows an error or a hang-up.
+WaitEnd wait_for(int descriptor, short events, Deadline deadline);
+// Sleeps. False as soon as the thread is stopped or its peer has left.
+bool interruptible_sleep(std::chrono::milliseconds time);
+// For its life the calling thread works for one peer only: waits also end once write_end has no reader any
+// more, or leave_events becomes readable. -1 for neither; both are borrowed.
+class PeerScope {
+  public:
+    PeerScope(int write_end, int leave_events);
+    PeerScope(const PeerScope&) = delete;
+    PeerScope& operator=(const PeerScope&) = delete;
+    ~PeerScope();
+
+  private:
+    int outer_write_end_;
+    int outer_leave_events_;
+};
+// Whether the peer of the calling thread's PeerScope has left.
+bool peer_has_left();
+
+}  // namespace relay_hub
