@@ -1,11 +1,11 @@
-# What a package holds and where: the window and its helpers in lib, what it looks up below its working
+# What a package holds and where: the window, the program that asks for a computer and their helpers in lib, what it looks up below its working
 # directory in share, the launcher and the engine in bin.
 include(GNUInstallDirs)
 set(CMAKE_INSTALL_LIBDIR lib)
 set(private_dir ${CMAKE_INSTALL_LIBDIR}/relay-hub)
 set(shared_dir ${CMAKE_INSTALL_DATADIR}/relay-hub)
 
-install(TARGETS relay-hub DESTINATION ${private_dir})
+install(TARGETS relay-hub relay-hub-connect DESTINATION ${private_dir})
 install(TARGETS relay-hub-engine DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(PROGRAMS scripts/put-icon DESTINATION ${private_dir})
 install(PROGRAMS data/relay-hub.in DESTINATION ${CMAKE_INSTALL_BINDIR} RENAME relay-hub)

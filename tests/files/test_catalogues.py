@@ -14,7 +14,7 @@ with open(os.path.join(TOP, "po", "LINGUAS")) as names:
 
 def ids_of_sources():
     found = set()
-    for room in ("src", "engine"):
+    for room in ("src", "engine", "connect"):
         for path in filter(os.path.isfile, glob.glob(os.path.join(TOP, room, "**", "*"), recursive=True)):
             with open(path, encoding="utf-8") as source:
                 found.update(re.findall(r'"(IDS_[A-Z0-9_]+)"', source.read()))

@@ -1,0 +1,32 @@
+#pragma once
+// The computers that announce an SSH server on the networks and cables of this one. Without a daemon that
+// listens for announcements there are none. Window's thread.
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "connect/computer_address.h"
+
+namespace relay_hub::connect {
+
+class AnnouncementListener;
+
+class AnnouncedComputers {
+  public:
+    struct Watcher {
+        // name: the computer's own, by which lost() names it. Called again when the same computer can be
+        // reached by a better address.
+        std::function<void(const std::string& name, const ComputerAddress& address)> found;
+        std::function<void(const std::string& name)> lost;
+    };
+
+    explicit AnnouncedComputers(Watcher watcher);
+    AnnouncedComputers(const AnnouncedComputers&) = delete;
+    AnnouncedComputers& operator=(const AnnouncedComputers&) = delete;
+    ~AnnouncedComputers();
+
+  private:
+    std::unique_ptr<AnnouncementListener> listener_;
+};
+
+}  // namespace relay_hub::connect

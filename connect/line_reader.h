@@ -1,0 +1,38 @@
+#pragma once
+// Reads a pipe line by line in the main loop, without blocking it. Window's thread.
+#include <glib.h>
+
+#include <functional>
+#include <string>
+
+#include "base/file_descriptor.h"
+
+namespace relay_hub::connect {
+
+class LineReader {
+  public:
+    // Given each line as it comes, without its line end; the last one also when nothing ends it. Must not
+    // destroy the reader.
+    using TakeLine = std::function<void(const std::string& line)>;
+
+    // Takes the pipe's end over, and reads it until its writers have gone.
+    LineReader(FileDescriptor pipe, TakeLine take_line);
+    LineReader(const LineReader&) = delete;
+    LineReader& operator=(const LineReader&) = delete;
+    ~LineReader();
+
+    // Reads now what is already there.
+    void drain();
+
+  private:
+    static gboolean on_ready(int, GIOCondition, gpointer self);
+    bool read_once();
+    void take_complete_lines();
+
+    FileDescriptor pipe_;
+    TakeLine take_line_;
+    std::string pending_;
+    guint source_ = 0;
+};
+
+}  // namespace relay_hub::connect

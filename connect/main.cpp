@@ -1,0 +1,73 @@
+#include <glib-unix.h>
+#include <gtk/gtk.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+
+#include "base/glib_owners.h"
+#include "base/program_locale.h"
+#include "connect/options.h"
+#include "connect/session.h"
+
+namespace {
+
+using namespace relay_hub::connect;  // NOLINT(google-build-using-namespace)
+
+constexpr int kCannotStart = 1;
+constexpr int kWrongUsage = 2;
+
+int complain(int status, const char* what) {
+    (void)std::fprintf(stderr, "relay-hub-connect: %s\n", what);
+    return status;
+}
+
+// The window stands beside this program; so does the engine, unless it is installed among the user's
+// commands.
+Programs find_programs() {
+    const relay_hub::GText self(g_file_read_link("/proc/self/exe", nullptr));
+    const relay_hub::GText folder(g_path_get_dirname(self ? self.get() : ""));
+    const std::string beside = std::string(folder.get()) + "/";
+    const std::string engine = beside + "relay-hub-engine";
+    const bool is_beside = access(engine.c_str(), X_OK) == 0;
+    return {is_beside ? engine : beside + "../../bin/relay-hub-engine", beside + "relay-hub"};
+}
+
+gboolean on_signal(gpointer session) {
+    static_cast<Session*>(session)->stop();
+    return G_SOURCE_CONTINUE;
+}
+
+int run_session(const Options& options) {
+    gtk_window_set_default_icon_name("relay-hub");
+    Session session(find_programs());
+    for (const int number : {SIGTERM, SIGINT, SIGHUP})
+        g_unix_signal_add(number, on_signal, &session);
+    if (options.computer)
+        session.connect(*options.computer);
+    else if (!options.serve.empty())
+        session.serve(options.serve);
+    else if (options.share)
+        session.ask_for_folder();
+    else
+        session.ask();
+    return session.run();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    std::string wrong;
+    const auto options = parse_options({argv + 1, argv + argc}, wrong);
+    if (!options)
+        return complain(kWrongUsage, (wrong + "\nTry relay-hub-connect --help.").c_str());
+    if (options->help || options->version) {
+        const std::string text = options->help ? help_text() : version_text();
+        return std::fputs(text.c_str(), stdout) < 0 ? kCannotStart : 0;
+    }
+    (void)relay_hub::choose_locale();
+    if (gtk_init_check(&argc, &argv) == FALSE)
+        return complain(kCannotStart, "there is no display to open a window on");
+    relay_hub::bind_catalogue();
+    return run_session(*options);
+}

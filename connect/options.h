@@ -1,0 +1,24 @@
+#pragma once
+// The command line of relay-hub-connect.
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "connect/computer_address.h"
+
+namespace relay_hub::connect {
+
+struct Options {
+    std::optional<ComputerAddress> computer;
+    std::string serve;  // a folder of this computer
+    bool share = false;
+    bool help = false;
+    bool version = false;
+};
+
+// Nothing, with what is wrong told, for a command line that cannot be carried out.
+std::optional<Options> parse_options(const std::vector<std::string>& words, std::string& wrong);
+std::string help_text();
+std::string version_text();
+
+}  // namespace relay_hub::connect

@@ -1,0 +1,123 @@
+#include "connect/ssh_config_hosts.h"
+
+#include <fcntl.h>
+#include <glib.h>
+#include <glob.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <string_view>
+
+#include "base/fifo.h"
+#include "base/file_descriptor.h"
+
+namespace relay_hub::connect {
+namespace {
+
+constexpr int kDeepestInclude = 16;
+// Files that include one another would multiply.
+constexpr int kMostFiles = 200;
+constexpr std::size_t kLargestFile = 1U << 20U;
+constexpr std::string_view kBlanks = " \t\r\n\f";
+
+// Of anything but a regular file nothing: a FIFO would never end.
+std::string content_of(const std::string& path) {
+    const FileDescriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+    struct stat status {};
+    if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
+        return {};
+    std::string content(std::min(static_cast<std::size_t>(status.st_size), kLargestFile), '\0');
+    std::size_t size = 0;
+    while (size < content.size()) {
+        const ssize_t count = read_some(file.get(), content.data() + size, content.size() - size);
+        if (count <= 0)
+            break;
+        size += static_cast<std::size_t>(count);
+    }
+    content.resize(size);
+    return content;
+}
+
+// The words of a line: parted by blanks, the keyword also by one "=", a word with blanks stands in quotes.
+std::vector<std::string> words_of(std::string_view line) {
+    std::vector<std::string> words;
+    while (true) {
+        line.remove_prefix(std::min(line.find_first_not_of(kBlanks), line.size()));
+        if (words.size() == 1 && line.starts_with('=')) {
+            line.remove_prefix(1);
+            continue;
+        }
+        if (line.empty() || line.front() == '#')
+            return words;
+        const bool quoted = line.front() == '"';
+        if (quoted)
+            line.remove_prefix(1);
+        const std::string_view parting = quoted ? "\"" : words.empty() ? " \t\r\n\f=" : kBlanks;
+        const std::size_t end = std::min(line.find_first_of(parting), line.size());
+        words.emplace_back(line.substr(0, end));
+        line.remove_prefix(std::min(end + (quoted ? 1 : 0), line.size()));
+    }
+}
+
+bool is_keyword(const std::string& word, const char* keyword) {
+    return g_ascii_strcasecmp(word.c_str(), keyword) == 0;
+}
+
+class Reader {
+  public:
+    explicit Reader(const std::string& home) : home_(home) {}
+
+    void read_file(const std::string& path, int depth) {
+        if (++files_ > kMostFiles)
+            return;
+        const std::string content = content_of(path);
+        std::string_view rest = content;
+        while (!rest.empty()) {
+            const std::size_t end = std::min(rest.find('\n'), rest.size());
+            read_line(words_of(rest.substr(0, end)), depth);
+            rest.remove_prefix(std::min(end + 1, rest.size()));
+        }
+    }
+    std::vector<std::string> take() { return std::move(hosts_); }
+
+  private:
+    void read_line(const std::vector<std::string>& words, int depth) {
+        if (words.size() < 2)
+            return;
+        for (auto word = words.begin() + 1; word != words.end(); ++word) {
+            if (is_keyword(words[0], "Host"))
+                add(*word);
+            else if (is_keyword(words[0], "Include") && depth < kDeepestInclude)
+                include(*word, depth + 1);
+        }
+    }
+    void add(const std::string& host) {
+        if (host.find_first_of("*?!") == std::string::npos && std::ranges::find(hosts_, host) == hosts_.end())
+            hosts_.push_back(host);
+    }
+    void include(const std::string& name, int depth) {
+        const std::string pattern = name.starts_with("~/")  ? home_ + name.substr(1)
+                                    : name.starts_with('/') ? name
+                                                            : home_ + "/.ssh/" + name;
+        glob_t found{};
+        if (glob(pattern.c_str(), 0, nullptr, &found) == 0) {
+            for (std::size_t i = 0; i < found.gl_pathc; ++i)
+                read_file(found.gl_pathv[i], depth);
+        }
+        globfree(&found);
+    }
+
+    const std::string& home_;
+    std::vector<std::string> hosts_;
+    int files_ = 0;
+};
+
+}  // namespace
+
+std::vector<std::string> ssh_config_hosts(const std::string& path, const std::string& home) {
+    Reader reader(home);
+    reader.read_file(path, 0);
+    return reader.take();
+}
+
+}  // namespace relay_hub::connect

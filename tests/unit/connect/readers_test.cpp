@@ -1,0 +1,158 @@
+// What the program that asks for a computer reads: addresses, the ssh configuration, its key file, the
+// engine's lines, its command line.
+#include <gmock/gmock.h>
+
+#include "connect/computer_history.h"
+#include "connect/engine_status.h"
+#include "connect/options.h"
+#include "connect/ssh_config_hosts.h"
+#include "sandbox.h"
+
+namespace relay_hub::connect {
+namespace {
+
+using testing::ElementsAre;
+
+// user|host|port|folder, or "-" for what names no computer.
+std::string parts_of(std::string_view text) {
+    const auto address = parse_address(text);
+    return address ? address->user + "|" + address->host + "|" + std::to_string(address->port) + "|" +
+                         address->folder
+                   : "-";
+}
+
+TEST(Addresses, AreReadAndWritten) {
+    const struct {
+        const char* typed;
+        const char* parts;
+        const char* written;  // null: as typed
+    } cases[] = {
+        {"laptop", "|laptop|0|", nullptr},
+        {" anna@laptop \n", "anna|laptop|0|", "anna@laptop"},
+        {"anna@corp@laptop:2222/srv/my music", "anna@corp|laptop|2222|/srv/my music", nullptr},
+        {"sftp://laptop/", "|laptop|0|/", "laptop/"},
+        {"192.168.7.2:22", "|192.168.7.2|22|", nullptr},
+        {"fe80::1%usb0", "|fe80::1%usb0|0|", "[fe80::1%usb0]"},
+        {"anna@[fe80::1%usb0]:2222/x", "anna|fe80::1%usb0|2222|/x", nullptr},
+        {"пк/Музыка", "|пк|0|/Музыка", nullptr},
+        {"laptop:22/~/a:b@c", "|laptop|22|/~/a:b@c", nullptr},
+    };
+    for (const auto& row : cases) {
+        EXPECT_EQ(parts_of(row.typed), row.parts);
+        const auto address = parse_address(row.typed);
+        EXPECT_EQ(address ? whole_address(*address) : "", row.written != nullptr ? row.written : row.typed);
+    }
+    for (const char* none :
+         {"",           " ",   "/srv",    "@laptop",  "anna@",        "-oProxyCommand=x",  "-l@laptop",
+          "anna@-x",    "a b", "laptop:", "laptop:0", "laptop:65536", "laptop:22x",        "[fe80::1",
+          "[fe80::1]x", "[]",  "a\tb",    "\xff",     "laptop/\xff",  "lap\xe2\x80\xaetop"})
+        EXPECT_EQ(parts_of(none), "-") << none;
+}
+
+TEST(Addresses, TakeAFolderAsItWasTyped) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"", ""},      {" /srv ", "/srv"},    {"C:\\Users\\anna", "/C:/Users/anna"},
+        {"d:", "/d:"}, {"Music", "/~/Music"}, {"~/Music", "/~/Music"},
+        {"~", "/~"},
+    };
+    for (const auto& [typed, folder] : cases)
+        EXPECT_EQ(folder_of_typed(typed), folder) << typed;
+}
+
+TEST(SshConfig, NamesItsHosts) {
+    const test::Sandbox sandbox;
+    const std::string config = sandbox.at("home/.ssh/config");
+    EXPECT_THAT(ssh_config_hosts(config, sandbox.at("home")), ElementsAre());
+    test::put(config,
+              "# Host comment\n"
+              "Include conf.d/*.conf ~/more \"with blank\" missing\n"
+              "hOsT=nas  tower # Host x\n"
+              "  Host = \"two words\" *.example !laptop serv?r nas\n"
+              "HostName other\n"
+              "Host\n"
+              "Match host desk\n"
+              "\tHost\tdesk\r\n"
+              "Include config");
+    test::put(sandbox.at("home/.ssh/conf.d/a.conf"), "Host first");
+    test::put(sandbox.at("home/.ssh/conf.d/b.conf"), "Host second\n");
+    test::put(sandbox.at("home/more"), "Host third\n");
+    test::put(sandbox.at("home/.ssh/with blank"), "Host fourth\n");
+    EXPECT_THAT(ssh_config_hosts(config, sandbox.at("home")),
+                ElementsAre("first", "second", "third", "fourth", "nas", "tower", "two words", "desk"));
+}
+
+TEST(History, IsKeptMostRecentFirst) {
+    const test::Sandbox sandbox;
+    const std::string path = sandbox.at("state/relay-hub/computers");
+    for (const char* used : {"nas", "anna@laptop/old", "nas:2222", "anna@laptop/new;\\ x"})
+        EXPECT_EQ(ComputerHistory(path).remember(*parse_address(used)), "");
+    const auto listed = [&] {
+        test::Names names;
+        const ComputerHistory history(path);
+        for (const ComputerAddress& address : history.computers())
+            names.push_back(whole_address(address));
+        return names;
+    };
+    EXPECT_THAT(listed(), ElementsAre("anna@laptop/new;\\ x", "nas:2222", "nas"));
+    EXPECT_EQ(test::mode_of(path), 0600U);
+    for (int i = 0; i < 30; ++i)
+        (void)ComputerHistory(path).remember(*parse_address("host" + std::to_string(i)));
+    EXPECT_EQ(listed().size(), 20U);
+    test::put(path, "[Computers]\nRecent=-oProxyCommand=x;nas;;\n");
+    EXPECT_THAT(listed(), ElementsAre("nas"));
+    test::put(path, "no key file");
+    EXPECT_THAT(listed(), ElementsAre());
+    EXPECT_THAT(ComputerHistory(path + "/below").remember(*parse_address("nas")), testing::HasSubstr(path));
+}
+
+TEST(EngineStatus, IsReadFromItsLines) {
+    const struct {
+        const char* line;
+        EngineEvent event;
+        const char* text;
+        Failure failure = Failure::other;
+    } cases[] = {
+        {"connecting", EngineEvent::connecting, ""},
+        {"ssh\ta\\tb\\\\n\\nc\\x\\", EngineEvent::ssh, "a\tb\\n\nc\\x\\"},
+        {"ssh", EngineEvent::ssh, ""},
+        {"connected\tposix\tanna@laptop\t/home/anna", EngineEvent::connected, ""},
+        {"failed\tdenied\tPermission denied", EngineEvent::failed, "Permission denied", Failure::denied},
+        {"failed\thost-key-changed\t", EngineEvent::failed, "", Failure::host_key_changed},
+        {"failed\tsomething-new\twhy", EngineEvent::failed, "why"},
+        {"failed", EngineEvent::failed, ""},
+        {"lost\tgone", EngineEvent::lost, "gone"},
+        {"", EngineEvent::unknown, ""},
+        {"later\tx", EngineEvent::unknown, ""},
+    };
+    for (const auto& row : cases) {
+        const EngineStatus status = parse_status(row.line);
+        EXPECT_EQ(status.event, row.event) << row.line;
+        EXPECT_EQ(status.text, row.text) << row.line;
+        EXPECT_EQ(status.failure, row.failure) << row.line;
+    }
+}
+
+TEST(CommandLine, NamesWhatItDoesNotKnow) {
+    const struct {
+        std::vector<std::string> words;
+        const char* wrong;
+    } cases[] = {
+        {{}, ""},
+        {{"anna@laptop"}, ""},
+        {{"--serve", "/srv"}, ""},
+        {{"--share"}, ""},
+        {{"--serve"}, "--serve needs a folder"},
+        {{"--nonsense"}, "there is no option --nonsense"},
+        {{"laptop", "tower"}, "there is no option tower"},
+        {{"a b"}, "a b names no computer"},
+        {{"laptop", "--share"}, "a computer, --serve and --share exclude one another"},
+    };
+    for (const auto& row : cases) {
+        std::string wrong;
+        EXPECT_EQ(parse_options(row.words, wrong).has_value(), *row.wrong == '\0');
+        EXPECT_EQ(wrong, row.wrong);
+    }
+}
+
+}  // namespace
+}  // namespace relay_hub::connect
