@@ -11,10 +11,10 @@
 #include <clocale>
 #include <csignal>
 #include <cstdio>
-#include <thread>
 
 #include "base/diagnostics.h"
 #include "base/instance_lock.h"
+#include "base/worker.h"
 #include "engine/engine_server.h"
 #include "engine/folder/folder_file_system.h"
 #include "engine/front_end_link.h"
@@ -28,6 +28,7 @@ using relay_hub::error_text;
 using relay_hub::FileDescriptor;
 using relay_hub::InstanceLock;
 using relay_hub::StopToken;
+using relay_hub::Worker;
 
 constexpr char kCommandBase[] = "/tmp/ZEV_KorvaleMarrowglint";
 constexpr char kNotifyBase[] = "/tmp/ZEV_KorvaleMarrowglintNotify";
@@ -112,7 +113,9 @@ int serve(const Options& options) {
     if (!server.create_pipes(why))
         return complain(kCannotServe, why);
     bool served = false;
-    std::thread serving([&server, &served] { served = server.run(); });
+    Worker serving;
+    if (const int error = serving.start("the service", [&] { served = server.run(); }))
+        return complain(kCannotServe, error_text(error));
     {
         OfflineNotifier notifier([&front_end] { return front_end.tell_remote_is_offline(); });
         serve_signals(signals.get(), stop, state, front_end, notifier);

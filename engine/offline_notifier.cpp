@@ -10,8 +10,9 @@ constexpr std::chrono::seconds kRetry{1};
 
 }  // namespace
 
-OfflineNotifier::OfflineNotifier(std::function<bool()> tell)
-    : tell_(std::move(tell)), thread_([this] { run(); }) {}
+OfflineNotifier::OfflineNotifier(std::function<bool()> tell) : tell_(std::move(tell)) {
+    worker_.start("the news of the remote computer", [this] { run(); });
+}
 
 OfflineNotifier::~OfflineNotifier() {
     {
@@ -19,7 +20,7 @@ OfflineNotifier::~OfflineNotifier() {
         ending_ = true;
     }
     changed_.notify_all();
-    thread_.join();
+    worker_.join();
 }
 
 void OfflineNotifier::set_offline(bool offline) {

@@ -4,7 +4,8 @@
 #include <condition_variable>
 #include <functional>
 #include <mutex>
-#include <thread>
+
+#include "base/worker.h"
 
 namespace relay_hub::engine {
 
@@ -28,7 +29,7 @@ class OfflineNotifier {
     std::condition_variable changed_;
     bool pending_ = false;  // guarded by mutex_
     bool ending_ = false;   // guarded by mutex_
-    std::thread thread_;
+    Worker worker_;
 };
 
 }  // namespace relay_hub::engine

@@ -1,6 +1,5 @@
 #include <fcntl.h>
 #include <glib-unix.h>
-#include <gtk/gtk.h>
 #include <sys/ipc.h>
 #include <sys/resource.h>
 #include <sys/shm.h>
@@ -14,6 +13,7 @@
 
 #include "base/diagnostics.h"
 #include "base/file_descriptor.h"
+#include "base/main_loop.h"
 #include "link_engine/answer_slot.h"
 #include "link_engine/command_runner.h"
 
@@ -96,8 +96,7 @@ int send_command(int (*start)(void*), int (*finish)(void*), void* arg) {
         run_child(start, arg);
     std::puts("waiting for child process signal");
     const ChildWatch watch(child);
-    while (!watch.ended())
-        gtk_main_iteration();
+    relay_hub::turn_main_loop_until([&watch] { return watch.ended(); });
     shared_memory_id = g_shm_id_ptr ? *g_shm_id_ptr : 0;
     std::fprintf(stderr, "*g_shm_id_ptr = %d\n", shared_memory_id);
     std::puts("receiving data");

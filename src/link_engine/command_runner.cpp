@@ -1,20 +1,15 @@
 #include "link_engine/command_runner.h"
 
-#include <gtk/gtk.h>
+#include <glib.h>
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <cstdio>
-#include <exception>
-#include <mutex>
 #include <vector>
 
-#include "base/diagnostics.h"
-#include "base/signals_blocked.h"
-#include "base/stop_token.h"
+#include "base/main_loop.h"
+#include "base/worker.h"
 #include "link_engine/answer_slot.h"
-#include "link_engine/cancel_grace.h"
 #include "link_engine/confirmation.h"
 #include "link_engine/engine_callbacks.h"
 #include "link_engine/request_builders.h"
@@ -24,8 +19,6 @@ namespace relay_hub {
 namespace {
 
 constexpr unsigned int kTimerInterval = 1000;
-
-std::atomic<std::chrono::milliseconds> grace_after_cancel = kCancelGrace;
 
 // A GLib timer that ends with its owner. Window's thread.
 class Timer {
@@ -43,7 +36,6 @@ class Timer {
     }
     // For the tick that returns FALSE: GLib removes the source itself.
     void forget() { source_ = 0; }
-    [[nodiscard]] bool running() const { return source_ != 0; }
 
   private:
     unsigned int source_ = 0;
@@ -51,75 +43,61 @@ class Timer {
 
 struct Run;
 
-// Every run between its start and the end of its worker, outermost first.
+// Every run between its start and the end of its worker, outermost first. Window's thread.
 struct Runs {
-    std::mutex mutex;
-    std::vector<Run*> running;  // guarded by mutex; changed on the window's thread only
-    bool closing = false;       // guarded by mutex
+    std::vector<Run*> running;
+    bool closing = false;
 };
 Runs runs;
 
-// One request under way. It lives on the stack of send_command_t; the worker uses it until done is 1.
+// One request under way. It lives on the stack of send_command_t, which waits for its worker.
 struct Run {
     Run(command_start_t start_function, __send_args& block) : start(start_function), args(block) {
-        const std::lock_guard lock(runs.mutex);
         runs.running.push_back(this);
     }
     Run(const Run&) = delete;
     Run& operator=(const Run&) = delete;
-    ~Run() {
-        const std::lock_guard lock(runs.mutex);
-        std::erase(runs.running, this);
-    }
+    ~Run() { std::erase(runs.running, this); }
 
-    // Any thread. The worker's waits end; a start function that never sets the state does not hold the
-    // window's thread either.
+    // 0, or the error code when no worker could be started.
+    int start_worker() {
+        return worker.start("a request to the link engine", [this] {
+            const AnswerScope scope(answer);
+            args.worker = pthread_self();
+            start(&args);
+        });
+    }
+    // The worker's waits end; a start function that never sets the state does not hold the window's thread
+    // either.
     void abandon() {
-        token.stop();
+        worker.stop();
+        finish();
+    }
+    void finish() {
         if (get_atomic(&args.state) == kStateRunning)
             set_atomic(&args.state, kStateFinished);
     }
-    bool ended() { return get_atomic(&args.state) != kStateRunning && get_atomic(&done) != 0; }
+    bool ended() {
+        return !worker.running() && (get_atomic(&args.state) != kStateRunning || worker.failure() != nullptr);
+    }
     bool copies() const {
         return start == set_NP_VAL_CMD_COPY_REMOTE_TO_LOCAL || start == set_NP_VAL_CMD_COPY_LOCAL_TO_REMOTE;
     }
 
     command_start_t start;
     __send_args& args;
-    StopToken token;
-    AnswerCell answer;  // the worker's until done, then the reader's
-    int done = 0;       // get_atomic, set_atomic
+    AnswerCell answer;  // the worker's until it has ended, then the reader's
+    Worker worker;
     Timer limit_timer;
     Timer cancel_timer;
     std::chrono::steady_clock::time_point cancelled_at;
 };
 
-void* run_worker(void* data) {
-    Run& run = *static_cast<Run*>(data);
-    {
-        const StopScope abandon_scope(run.token);
-        const AnswerScope answer_scope(run.answer);
-        try {
-            run.start(&run.args);
-        } catch (const std::exception& failure) {
-            report(RELAY_HUB_HERE, "a request to the link engine failed:", failure.what());
-            set_atomic(&run.args.state, kStateFinished);
-        }
-    }
-    set_atomic(&run.done, 1);
-    return nullptr;
-}
-
-int start_worker(Run& run) {
-    const SignalsBlocked blocked;
-    return pthread_create(&run.args.worker, nullptr, run_worker, &run);
-}
-
 int check_after_cancel(void* data);
 
 void watch_cancelled(Run& run) {
     const auto quiet_since = std::max(run.cancelled_at, last_engine_activity());
-    const auto left = grace_after_cancel.load() - (std::chrono::steady_clock::now() - quiet_since);
+    const auto left = run.args.cancel_grace - (std::chrono::steady_clock::now() - quiet_since);
     const auto wait = std::chrono::ceil<std::chrono::milliseconds>(left);
     run.cancel_timer.start(static_cast<unsigned int>(std::max<long>(wait.count(), 1)), check_after_cancel,
                            &run);
@@ -132,7 +110,7 @@ int check_after_cancel(void* data) {
     const auto now = std::chrono::steady_clock::now();
     if (GetInformationRequest() == kConfirmationWanted)
         run.cancelled_at = now;
-    if (now - std::max(run.cancelled_at, last_engine_activity()) >= grace_after_cancel.load())
+    if (now - std::max(run.cancelled_at, last_engine_activity()) >= run.args.cancel_grace)
         run.abandon();
     else
         watch_cancelled(run);
@@ -155,26 +133,28 @@ void watch_cancelled_runs() {
 __send_args& questioned_request() {
     const auto& running = runs.running;
     const auto copy = std::find_if(running.rbegin(), running.rend(),
-                                   [](Run* run) { return run->copies() && get_atomic(&run->done) == 0; });
+                                   [](Run* run) { return run->copies() && run->worker.running(); });
     return (copy == running.rend() ? running.back() : *copy)->args;
+}
+
+// False when there is none to serve.
+bool serve_question() {
+    if (GetInformationRequest() != kConfirmationWanted || confirmation_being_asked())
+        return false;
+    std::puts("going to show dialog....");
+    link_engine_confirm(&questioned_request());
+    return true;
 }
 
 void wait_for_worker(Run& run) {
     const ConfirmationServer server;
-    while (!run.ended()) {
-        watch_cancelled_runs();
-        if (GetInformationRequest() == kConfirmationWanted && !confirmation_being_asked()) {
-            std::puts("going to show dialog....");
-            link_engine_confirm(&questioned_request());
-        } else {
-            gtk_main_iteration();
-        }
-    }
-}
-
-bool program_is_closing() {
-    const std::lock_guard lock(runs.mutex);
-    return runs.closing;
+    turn_main_loop_until([&run] {
+        // The main loop that a question turned may have used up the wake-up of the next one.
+        do {
+            watch_cancelled_runs();
+        } while (!run.ended() && serve_question());
+        return run.ended();
+    });
 }
 
 int read_answer(command_finish_t finish, AnswerCell& answer, __send_args* args) {
@@ -185,20 +165,17 @@ int read_answer(command_finish_t finish, AnswerCell& answer, __send_args* args) 
 // 0, or the error code when no worker could be started.
 int run_to_end(command_start_t start, __send_args* args, AnswerCell& answer) {
     Run run(start, *args);
-    const int failure = start_worker(run);
-    if (failure != 0) {
-        set_atomic(&args->state, kStateFinished);
+    if (const int failure = run.start_worker()) {
+        run.finish();
         return failure;
     }
     if (args->timeout_seconds != kNoTimeLimit) {
         args->started_at = std::time(nullptr);
         run.limit_timer.start(kTimerInterval, block_timer, args);
     }
-    // The program may have begun to close before this run was on the list.
-    if (program_is_closing())
-        run.abandon();
     wait_for_worker(run);
-    pthread_join(args->worker, nullptr);
+    run.worker.join();
+    run.finish();
     answer = std::move(run.answer);
     return 0;
 }
@@ -232,37 +209,24 @@ void give_up(__send_args& args) {
 
 }  // namespace
 
-std::chrono::milliseconds cancel_grace() {
-    return grace_after_cancel;
-}
-
-void set_cancel_grace_for_tests(std::chrono::milliseconds grace) {
-    grace_after_cancel = grace;
-}
-
 void abandon_current_request() {
-    const std::lock_guard lock(runs.mutex);
     if (!runs.running.empty())
         runs.running.back()->abandon();
 }
 
-void abandon_all_requests() {
-    const std::lock_guard lock(runs.mutex);
-    runs.closing = true;
+void allow_requests(bool allowed) {
+    runs.closing = !allowed;
+    if (allowed)
+        return;
     for (Run* run : runs.running)
         run->abandon();
-}
-
-void accept_requests_again() {
-    const std::lock_guard lock(runs.mutex);
-    runs.closing = false;
 }
 
 }  // namespace relay_hub
 
 int send_command_t(command_start_t start, command_finish_t finish, __send_args* args) {
     relay_hub::AnswerCell answer;
-    if (get_atomic(&args->state) != TASK_CANCEL && !relay_hub::program_is_closing()) {
+    if (get_atomic(&args->state) != TASK_CANCEL && !relay_hub::runs.closing) {
         set_atomic(&args->state, kStateRunning);
         if (const int failure = relay_hub::run_to_end(start, args, answer))
             return failure;

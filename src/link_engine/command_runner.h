@@ -14,7 +14,7 @@ using command_finish_t = int (*)(__send_args* args);
 // Returns finish's result, 0 without one, or the error code when no worker could be started (finish does
 // not run then). A block whose state is already 3 was cancelled before it began, and a closing program starts
 // nothing: start does not run then, finish finds an empty answer.
-// A run whose state became 3 is abandoned once the engine has been silent for 5 seconds.
+// A run whose state became 3 is abandoned once the engine has been silent for the block's cancel_grace.
 int send_command_t(command_start_t start, command_finish_t finish, __send_args* args);
 // The one-second timer of a run with a time limit; args is the __send_args block. 1 to keep the timer, 0
 // once the limit has passed: the request is then given up.
@@ -38,9 +38,8 @@ namespace relay_hub {
 // Gives up the innermost running request: its send returns, its reader runs on an empty answer. Nothing
 // when no request runs. Window's thread.
 void abandon_current_request();
-// The same for every running request and every later one: the program is closing. Any thread.
-void abandon_all_requests();
-// Takes abandon_all_requests back, for tests.
-void accept_requests_again();
+// With false, gives up every running request, and every later one ends before it is sent: the program is
+// closing. Window's thread.
+void allow_requests(bool allowed);
 
 }  // namespace relay_hub

@@ -3,6 +3,7 @@
 // request's own fields, builders only read them. state is shared with the worker (get_atomic, set_atomic).
 #include <pthread.h>
 
+#include <chrono>
 #include <ctime>
 #include <string>
 #include <vector>
@@ -43,6 +44,8 @@ struct __send_args {
     GtkWidget* parent_window = nullptr;  // the overwrite question opens over it
     pthread_t worker{};
     int timeout_seconds = kNoTimeLimit;
+    // How long the engine may stay silent after the user cancelled.
+    std::chrono::milliseconds cancel_grace{5000};
     std::time_t started_at = 0;
     int command_code = 0;
 };

@@ -6,12 +6,13 @@
 #include <unordered_map>
 #include <utility>
 
+#include "base/main_loop.h"
+#include "base/worker.h"
 #include "link_engine/answer_slot.h"
 #include "link_engine/command_runner.h"
 #include "link_engine/request_builders.h"
 #include "link_engine/transfer_state.h"
 #include "side_function/copy_source.h"
-#include "side_function/helper_thread.h"
 #include "side_function/panes.h"
 #include "side_function/right_side.h"
 #include "tree_view_op/file_list_view.h"
@@ -28,7 +29,7 @@ constexpr int kPreparing = 3;
 constexpr int kNothingPrepared = 0;
 constexpr int kUnknownType = -1;
 
-// What the helper thread works on: no widget, nothing that the window changes meanwhile.
+// What the worker works on: no widget, nothing that the window changes meanwhile.
 struct ItemListJob {
     __send_args& args;
     std::vector<RemoteItem> attributes;
@@ -64,7 +65,7 @@ class TransferScope {
     }
 };
 
-// Only the window knows its rows, so what they show is read here, before the helper thread starts.
+// Only the window knows its rows, so what they show is read here, before the worker starts.
 void read_live_attributes(__send_args& args) {
     if (args.item_paths.empty())
         return;
@@ -75,7 +76,12 @@ void read_live_attributes(__send_args& args) {
 }
 
 bool build_item_lists(const Direction& direction, ItemListJob& job) {
-    return run_on_helper([&] { direction.build_lists(&job); }) && !job.args.item_paths_hex.empty();
+    Worker worker;
+    if (worker.start("the item lists", [&] { direction.build_lists(&job); }) != 0)
+        return false;
+    turn_main_loop_until([&worker] { return !worker.running(); });
+    worker.join();
+    return worker.failure() == nullptr && !job.args.item_paths_hex.empty();
 }
 
 int send_items(const Direction& direction, __send_args& args) {

@@ -1,18 +1,14 @@
 #include "tree_view_op/listing_turns.h"
 
-#include <gtk/gtk.h>
-
 #include <chrono>
 #include <condition_variable>
 #include <exception>
 #include <limits>
 #include <memory>
 #include <mutex>
-#include <system_error>
-#include <thread>
 
 #include "base/diagnostics.h"
-#include "base/signals_blocked.h"
+#include "base/main_loop.h"
 #include "tree_view_op/file_list_view.h"
 
 namespace relay_hub {
@@ -20,7 +16,7 @@ namespace {
 
 constexpr gint64 kFillingSlice = 20 * G_TIME_SPAN_MILLISECOND;
 // Serving others must not starve the listing either.
-constexpr gint64 kServingSlice = 20 * G_TIME_SPAN_MILLISECOND;
+constexpr std::chrono::milliseconds kServingSlice(20);
 
 // Work that ends within this time needs no main-loop turns.
 constexpr std::chrono::milliseconds kPatience(20);
@@ -32,10 +28,6 @@ ListingWatcher* the_watcher = nullptr;
 
 void set_listing_watcher(ListingWatcher* watcher) {
     the_watcher = watcher;
-}
-
-ListingWatcher* listing_watcher() {
-    return the_watcher;
 }
 
 ListingTurns::ListingTurns(std::size_t expected_rows)
@@ -62,14 +54,11 @@ bool ListingTurns::after_rows(std::size_t rows) {
 }
 
 bool ListingTurns::turn() {
-    const gint64 serving_began = g_get_monotonic_time();
-    while (gtk_events_pending() && g_get_monotonic_time() - serving_began < kServingSlice)
-        gtk_main_iteration();
+    serve_main_loop(kServingSlice);
     slice_began_ = g_get_monotonic_time();
     return told_->go_on();
 }
 
-// Shared, so that a closing window need not wait for a slow disk.
 struct WorkBesideWindow::Shared {
     void tell(std::size_t count) {
         {
@@ -78,14 +67,6 @@ struct WorkBesideWindow::Shared {
         }
         changed.notify_all();
         g_main_context_wakeup(nullptr);
-    }
-    void run(const std::function<void(const Tell&)>& work) {
-        try {
-            work([this](std::size_t count) { tell(count); });
-        } catch (const std::exception& failure) {
-            report(RELAY_HUB_HERE, "a listing ended early:", failure.what());
-        }
-        tell(kAllSteps);
     }
     bool reaches(std::size_t count, std::chrono::milliseconds patience) {
         std::unique_lock lock(mutex);
@@ -97,30 +78,40 @@ struct WorkBesideWindow::Shared {
     std::size_t steps = 0;  // guarded by mutex
 };
 
+namespace {
+
+void run_here(const std::function<void()>& body) {
+    try {
+        body();
+    } catch (const std::exception& error) {
+        report(RELAY_HUB_HERE, "a listing ended early:", error.what());
+    }
+}
+
+}  // namespace
+
+// The steps are shared, so that a closing window need not wait for a slow disk.
 WorkBesideWindow::WorkBesideWindow(const std::function<void(const Tell& tell)>& work)
     : shared_(std::make_shared<Shared>()) {
-    const SignalsBlocked blocked;
-    if (the_watcher != nullptr) {
-        try {
-            std::thread([shared = shared_, work] { shared->run(work); }).detach();
-            return;
-        } catch (const std::system_error& failure) {
-            report(RELAY_HUB_HERE, "no thread for a listing:", failure.what());
-        }
-    }
-    shared_->run(work);
+    const auto body = [shared = shared_, work] {
+        // However the work ends, nobody waits for more of it.
+        const std::shared_ptr<void> at_end(nullptr, [shared](void*) { shared->tell(kAllSteps); });
+        work([&shared](std::size_t count) { shared->tell(count); });
+    };
+    if (the_watcher == nullptr || worker_.start("a listing", body) != 0)
+        run_here(body);
 }
 
 bool WorkBesideWindow::wait_for(std::size_t steps, ListingTurns& turns) {
     if (shared_->reaches(steps, kPatience))
         return true;
     turns.begin();
-    while (!shared_->reaches(steps, std::chrono::milliseconds(0))) {
-        gtk_main_iteration();
-        if (!the_watcher->go_on())
-            return false;
-    }
-    return true;
+    bool go_on = true;
+    turn_main_loop_until([&] {
+        go_on = the_watcher->go_on();
+        return !go_on || shared_->reaches(steps, std::chrono::milliseconds(0));
+    });
+    return go_on;
 }
 
 bool run_beside_window(const std::function<void()>& work, ListingTurns& turns) {

@@ -6,13 +6,14 @@
 #include <functional>
 #include <memory>
 
+#include "base/worker.h"
+
 namespace relay_hub {
 
 // A listing of fewer rows than this is filled in one turn.
 inline constexpr std::size_t kLongListing = 2000;
 
 class ListingWatcher;
-ListingWatcher* listing_watcher();
 
 // Cuts the filling of a long listing into slices and tells the watcher from the first cut to the end.
 class ListingTurns {
@@ -52,6 +53,7 @@ class WorkBesideWindow {
   private:
     struct Shared;
     std::shared_ptr<Shared> shared_;
+    Worker worker_;
 };
 
 // Work that is of use only as a whole.

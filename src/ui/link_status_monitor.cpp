@@ -7,10 +7,10 @@
 
 #include "base/log.h"
 #include "base/wait.h"
+#include "base/worker.h"
 #include "link_engine/transfer_state.h"
 #include "side_function/right_side.h"
 #include "tree_view_op/file_list_view.h"
-#include "ui/background_work.h"
 #include "window/closing.h"
 #include "window/closing_watchdog.h"
 #include "window/ui_sets.h"
@@ -22,7 +22,6 @@ int g_timer_running = 0;
 
 namespace {
 
-using relay_hub::BackgroundWork;
 using relay_hub::current_stop_token;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
@@ -41,7 +40,7 @@ constexpr milliseconds kStopLimit(500);
 
 // What the monitor's threads share. Every poll has a number, so that a late answer to an old one is dropped.
 struct Monitor {
-    BackgroundWork probe;
+    relay_hub::Worker probe;
     steady_clock::time_point probe_started;
     unsigned int poll = 0;
     relay_hub::StopToken listener_waits;  // bound while set_line_status runs
@@ -96,7 +95,7 @@ void probe(unsigned int poll) {
 void start_probe() {
     Monitor& own = monitor();
     own.probe_started = steady_clock::now();
-    own.probe.start([poll = own.poll] { probe(poll); });
+    own.probe.start("a probe of the engine", [poll = own.poll] { probe(poll); });
 }
 
 void tick() {
@@ -105,7 +104,7 @@ void tick() {
     Monitor& own = monitor();
     if (own.probe.running()) {
         if (steady_clock::now() - own.probe_started > kProbeLimit)
-            own.probe.abandon();
+            own.probe.stop();
         return;
     }
     const bool ask = g_waiting_status.poll_now == 1;
@@ -130,13 +129,15 @@ void print_attempt() {
 // Returns early when the calling thread's waits are abandoned.
 bool engine_answers() {
     const auto answered = std::make_shared<std::atomic<bool>>(false);
-    BackgroundWork asking;
-    if (!asking.start([answered] { *answered = offline_connection_status_nothread() != -1; }))
+    relay_hub::Worker asking;
+    if (asking.start("a probe of the engine",
+                     [answered] { *answered = offline_connection_status_nothread() != -1; }) != 0)
         return false;
     const auto end = steady_clock::now() + kProbeLimit;
     while (!asking.wait(kProbeSlice) && steady_clock::now() < end && !current_stop_token()->stopped()) {
     }
-    asking.stop(kStopLimit);
+    asking.stop();
+    (void)asking.wait(kStopLimit);
     return *answered;
 }
 
@@ -218,7 +219,8 @@ void show_online_view() {
 bool stop_link_monitor() {
     remove_timer();
     monitor().listener_waits.stop();
-    return monitor().probe.stop(kStopLimit);
+    monitor().probe.stop();
+    return monitor().probe.wait(kStopLimit);
 }
 
 void reset_link_monitor() {

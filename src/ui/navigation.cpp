@@ -14,7 +14,6 @@
 #include "side_function/left_side.h"
 #include "side_function/right_side.h"
 #include "tree_view_op/file_list_view.h"
-#include "ui/background_work.h"
 #include "ui/event_handlers.h"
 #include "ui/link_status_monitor.h"
 #include "util/file_op.h"

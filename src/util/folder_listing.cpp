@@ -5,12 +5,11 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <future>
 #include <memory>
 
 #include "base/glib_owners.h"
-#include "base/signals_blocked.h"
 #include "base/translated_text.h"
+#include "base/worker.h"
 #include "util/file_op.h"
 #include "util/file_op_unit.h"
 #include "util/path_time_text.h"
@@ -47,10 +46,12 @@ void sort_part(Names::iterator begin, Names::iterator end) {
 void sort_names(Names& names) {
     const auto middle = names.begin() + static_cast<std::ptrdiff_t>(names.size() / 2);
     if (middle - names.begin() >= kManyNames / 2) {
-        const SignalsBlocked blocked;
-        auto half = std::async(sort_part, middle, names.end());
+        const auto sort_second_half = [middle, end = names.end()] { sort_part(middle, end); };
+        Worker half;
+        if (half.start("half of a sort", sort_second_half) != 0)
+            sort_second_half();
         sort_part(names.begin(), middle);
-        half.get();
+        half.join();
         std::inplace_merge(names.begin(), middle, names.end(), sorts_before);
     } else {
         sort_part(names.begin(), names.end());

@@ -42,7 +42,6 @@ struct __task_list {
     pthread_t worker{};
     int state = kStateRunning;
     int task_kind = TASK_COPY;
-    int worker_done = 0;             // 1 once the thread body has nothing more to do; get_atomic / set_atomic
     std::vector<std::string> items;  // copy: full source paths; delete: entry names
     std::string folder;              // copy: destination folder; delete: the folder that holds the names
     std::uint64_t total = 0;

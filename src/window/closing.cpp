@@ -15,6 +15,7 @@ namespace relay_hub {
 namespace {
 
 std::atomic<bool> closing = false;
+Watchdog watchdog;
 int works = 0;
 bool destruction_scheduled = false;
 __task_list* running_job = nullptr;
@@ -54,8 +55,8 @@ bool window_is_closing() {
 void close_window() {
     if (closing.exchange(true))
         return;
-    arm_closing_watchdog();
-    abandon_all_requests();
+    watchdog.arm();
+    allow_requests(false);
     end_confirmations();
     if (running_job != nullptr)
         cancel_atomic(&running_job->state);
@@ -64,8 +65,8 @@ void close_window() {
 }
 
 void reset_closing() {
-    disarm_closing_watchdog();
-    accept_requests_again();
+    watchdog.disarm();
+    allow_requests(true);
     accept_confirmations_again();
     closing = false;
 }

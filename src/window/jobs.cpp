@@ -7,8 +7,9 @@
 #include <string>
 
 #include "base/diagnostics.h"
-#include "base/signals_blocked.h"
+#include "base/main_loop.h"
 #include "base/translated_text.h"
+#include "base/worker.h"
 #include "link_engine/request_builders.h"
 #include "link_engine/send_args.h"
 #include "util/file_op.h"
@@ -51,11 +52,10 @@ void show_failures(const __task_list& job) {
     relay_hub::show_error_box(relay_hub::message_parent(), GTK_BUTTONS_OK, text.c_str(), nullptr);
 }
 
-void wait_for_worker(__task_list* job, pthread_t worker) {
-    while (get_atomic(&job->worker_done) == 0)
-        gtk_main_iteration();
-    pthread_join(worker, nullptr);
-    std::puts("terminated of thread!");
+void run_on_this_thread(__task_list* job) {
+    job->worker = pthread_self();
+    act_on_kind(job->task_kind, job, Gfile_local_copy, Gfile_local_delete);
+    finish_state(&job->state);
 }
 
 gboolean loop_goes_on(const char* running_line) {
@@ -70,11 +70,7 @@ gboolean loop_goes_on(const char* running_line) {
 }  // namespace
 
 void* start_job_routine(void* task) {
-    auto* job = static_cast<__task_list*>(task);
-    job->worker = pthread_self();
-    act_on_kind(job->task_kind, job, Gfile_local_copy, Gfile_local_delete);
-    finish_state(&job->state);
-    set_atomic(&job->worker_done, 1);
+    run_on_this_thread(static_cast<__task_list*>(task));
     pthread_exit(nullptr);
 }
 
@@ -123,20 +119,15 @@ namespace relay_hub {
 int run_local_job(__task_list* job) {
     const WindowWork work;
     std::puts("create thread!");
-    // Not the record's field: that one is the thread body's to write.
-    pthread_t worker{};
-    int error = 0;
-    {
-        const SignalsBlocked blocked;
-        error = pthread_create(&worker, nullptr, start_job_routine, job);
-    }
-    if (error != 0) {
+    Worker worker;
+    if (const int error = worker.start("a local job", [job] { run_on_this_thread(job); })) {
         std::puts("create thread fail !");
-        report_error(RELAY_HUB_HERE, error);
         return error;
     }
     set_running_job(job);
-    wait_for_worker(job, worker);
+    turn_main_loop_until([&worker] { return !worker.running(); });
+    worker.join();
+    std::puts("terminated of thread!");
     set_running_job(nullptr);
     show_failures(*job);
     return 0;

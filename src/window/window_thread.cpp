@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "base/diagnostics.h"
+#include "base/main_loop.h"
 
 namespace relay_hub {
 namespace {
@@ -88,6 +89,8 @@ HandedOverPtr hand_over(std::function<void()> function) {
 
 void remember_window_thread() {
     window_thread = std::this_thread::get_id();
+    // The toolkit's turn lets go of its lock while it sleeps.
+    set_main_loop_turn([] { gtk_main_iteration(); });
     const std::lock_guard lock(hand_over_mutex);
     ended = false;
 }

@@ -2,13 +2,16 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <ctime>
 #include <memory>
 #include <thread>
 
+#include "fake_engine.h"
 #include "gui/gui_fixture.h"
+#include "link_engine/command_runner.h"
+#include "link_engine/request_builders.h"
 #include "util/user_questions.h"
 #include "window/closing.h"
-#include "window/closing_watchdog.h"
 #include "window/dialogs/file_read_write_dialog.h"
 #include "window/dialogs/mkdir_dialog.h"
 #include "window/dialogs/override_request_dialog.h"
@@ -149,6 +152,57 @@ TEST_F(WindowBase, ALocalJobAsksOverTheProgressDialogAndClosingWaitsForIt) {
     close_file_read_write_dialog(progress);
     relay_hub::set_user_questions(nullptr);
     EXPECT_TRUE(run_until([&] { return destroyed_; }));
+}
+
+double process_seconds() {
+    timespec used{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &used);
+    return static_cast<double>(used.tv_sec) + static_cast<double>(used.tv_nsec) * 1e-9;
+}
+
+struct SecondOfWaiting {
+    double began = 0;
+    double spent = 1;
+    gint64 closed = 0;
+    static gboolean end(gpointer data) {
+        auto& second = *static_cast<SecondOfWaiting*>(data);
+        second.spent = process_seconds() - second.began;
+        second.closed = g_get_monotonic_time();
+        relay_hub::close_window();
+        return G_SOURCE_REMOVE;
+    }
+};
+
+// A request that is never answered, inside it a local job that asks, inside that another request.
+TEST_F(WindowBase, WaitingCostsNothingAndClosingWakesEverybody) {
+    relay_hub::set_user_questions(relay_hub::window_questions());
+    const test::Sandbox sandbox;
+    const relay_hub::TaskListPtr job(new_task_list());
+    job->items = {sandbox.make_file("a", "new")};
+    job->folder = sandbox.make_folder("dest");
+    sandbox.make_file("dest/a", "old");
+    const test::FakeEngine engine([](const std::string&) { return std::nullopt; });
+    const auto ask_the_engine = [] {
+        const relay_hub::WindowWork work;
+        __send_args args;
+        send_command_t(set_NP_VAL_CMD_CHECK_FOR_HEARTBEAT, nullptr, &args);
+    };
+    SecondOfWaiting second;
+    const When job_starts([&] { return engine.frames().size() == 1; },
+                          [&] { relay_hub::run_local_job(job.get()); });
+    const When all_wait([] { return find_window("IDS_CONFIRMATION") != nullptr; },
+                        [&] {
+                            second.began = process_seconds();
+                            gdk_threads_add_timeout(1000, SecondOfWaiting::end, &second);
+                            ask_the_engine();
+                        });
+    ask_the_engine();
+    EXPECT_LT(g_get_monotonic_time() - second.closed, G_TIME_SPAN_SECOND);
+    EXPECT_LT(second.spent, 0.1) << "a wait spins";
+    EXPECT_TRUE(job_starts.done() && all_wait.done());
+    EXPECT_EQ(get_atomic(&job->state), TASK_CANCEL);
+    EXPECT_TRUE(run_until([&] { return destroyed_; }));
+    relay_hub::set_user_questions(nullptr);
 }
 
 }  // namespace

@@ -9,7 +9,6 @@
 
 #include "fake_engine.h"
 #include "link_engine/answer_slot.h"
-#include "link_engine/cancel_grace.h"
 #include "link_engine/engine_callbacks.h"
 #include "link_engine/request_builders.h"
 #include "link_engine/transfer_state.h"
@@ -52,9 +51,8 @@ class CommandRunner : public testing::Test {
         read_text.clear();
     }
     ~CommandRunner() override {
-        accept_requests_again();
+        allow_requests(true);
         accept_confirmations_again();
-        set_cancel_grace_for_tests(kCancelGrace);
         set_callback_handlers({});
         release_xml_string();
     }
@@ -109,13 +107,13 @@ TEST_F(CommandRunner, ATimeLimitEndsASilentRequestWithoutSpinning) {
 }
 
 TEST_F(CommandRunner, AClosingProgramEndsRunningAndLaterRequests) {
-    const WhenReady closing([] { return true; }, abandon_all_requests);
+    const WhenReady closing([] { return true; }, [] { allow_requests(false); });
     EXPECT_EQ(send_command_t([](void*) { return 0; }, read_slot, &args_), 7);
     EXPECT_EQ(read_text, "(none)");
     FakeEngine engine([](const std::string&) { return "answer"; });
     EXPECT_EQ(send_command_t(set_NP_VAL_CMD_RENAME, read_slot, &args_), 7);
     EXPECT_EQ(read_text, "(none)");
-    accept_requests_again();
+    allow_requests(true);
     args_.state = TASK_CANCEL;
     EXPECT_EQ(send_command_t(set_NP_VAL_CMD_RENAME, read_slot, &args_), 7);
     EXPECT_EQ(read_text, "(none)") << "a request that was cancelled before it began is not sent";
@@ -126,7 +124,7 @@ TEST_F(CommandRunner, CancelLeavesAHungEngineButWaitsForALivingOne) {
     const Listener listener;
     for (const bool living : {false, true}) {
         const auto grace = living ? 1000ms : 50ms;
-        set_cancel_grace_for_tests(grace);
+        args_.cancel_grace = grace;
         FakeEngine engine([&](const std::string&) -> std::optional<std::string> {
             if (!living || !wait_until([&] { return get_atomic(&args_.state) == TASK_CANCEL; }))
                 return std::nullopt;

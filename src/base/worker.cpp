@@ -1,0 +1,101 @@
+#include "base/worker.h"
+
+#include <glib.h>
+
+#include <condition_variable>
+#include <mutex>
+#include <string>
+#include <system_error>
+#include <utility>
+
+#include "base/diagnostics.h"
+#include "base/signals_blocked.h"
+#include "base/stop_token.h"
+
+namespace relay_hub {
+
+// Shared with the thread, which may outlive the worker.
+struct Worker::Run {
+    void perform(const std::function<void()>& body) {
+        const StopScope scope(token);
+        try {
+            body();
+        } catch (const std::exception& error) {
+            report(RELAY_HUB_HERE, std::string(what) + " ended early:", error.what());
+            failure = std::current_exception();
+        }
+    }
+    void end() {
+        {
+            const std::lock_guard lock(mutex);
+            ended = true;
+        }
+        changed.notify_all();
+        g_main_context_wakeup(nullptr);
+    }
+
+    const char* what = "";
+    StopToken token;
+    std::exception_ptr failure;  // the thread's until ended
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool ended = false;  // guarded by mutex
+};
+
+Worker::~Worker() {
+    stop();
+    if (!thread_.joinable())
+        return;
+    if (running())
+        thread_.detach();
+    else
+        thread_.join();
+}
+
+int Worker::start(const char* what, std::function<void()> body) {
+    if (thread_.joinable())
+        thread_.join();
+    auto run = std::make_shared<Run>();
+    run->what = what;
+    try {
+        const SignalsBlocked blocked;
+        thread_ = std::thread([run, body = std::move(body)]() mutable {
+            run->perform(body);
+            // What the body owns goes before its end is announced.
+            body = nullptr;
+            run->end();
+        });
+    } catch (const std::system_error& error) {
+        report(RELAY_HUB_HERE, std::string("no thread for ") + what + ":", error.what());
+        return error.code().value();
+    }
+    run_ = std::move(run);
+    return 0;
+}
+
+bool Worker::running() const {
+    return !wait(std::chrono::milliseconds(0));
+}
+
+void Worker::stop() {
+    if (run_ != nullptr)
+        run_->token.stop();
+}
+
+bool Worker::wait(std::chrono::milliseconds limit) const {
+    if (run_ == nullptr)
+        return true;
+    std::unique_lock lock(run_->mutex);
+    return run_->changed.wait_for(lock, limit, [this] { return run_->ended; });
+}
+
+void Worker::join() {
+    if (thread_.joinable())
+        thread_.join();
+}
+
+std::exception_ptr Worker::failure() const {
+    return run_ != nullptr && !running() ? run_->failure : nullptr;
+}
+
+}  // namespace relay_hub
