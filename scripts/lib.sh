@@ -40,7 +40,7 @@ build_preset() {
 on_own_desktop() {
     local runtime status=0
     runtime=$(mktemp -d)
-    XDG_RUNTIME_DIR=$runtime xvfb-run -a -s "-screen 0 1280x1024x24 -nolisten tcp -noreset" dbus-run-session -- \
+    XDG_RUNTIME_DIR=$runtime xvfb-run -a -s "-screen 0 1280x1024x24 -nolisten tcp -noreset -r" dbus-run-session -- \
         "$@" || status=$?
     rm -rf "$runtime"
     return "$status"

@@ -98,6 +98,7 @@ class Desktop:
         self.processes = []
         self.engine = self.window = self.app = self.manager = None
         wait_for(self.managed, 40, what="the window manager")
+        self.wait_for_manager_to_listen()
 
     # -- programs
 
@@ -106,6 +107,15 @@ class Desktop:
         if self.manager is None or self.manager.poll() is not None:
             self.manager = self.spawn(["openbox", "--config-file", "/etc/xdg/openbox/rc.xml", "--sm-disable"])
         return subprocess.run(["wmctrl", "-m"], capture_output=True, check=False).returncode == 0
+
+    @staticmethod
+    def wait_for_manager_to_listen():
+        """It announces itself before that, and a window shown in between would stay unmapped for good."""
+        def count():
+            return len(subprocess.run(["wmctrl", "-d"], capture_output=True, check=False).stdout.splitlines())
+        wanted = 1 if count() > 1 else 2
+        act_until(lambda: count() == wanted, lambda: subprocess.run(["wmctrl", "-n", str(wanted)], check=False), 1,
+                  what="the window manager to serve a request")
 
     def spawn(self, command, **options):
         with open(os.path.join(self.top, os.path.basename(command[0]) + ".log"), "ab") as log:

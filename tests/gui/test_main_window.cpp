@@ -9,6 +9,7 @@
 #include "ui/menus.h"
 #include "ui/navigation.h"
 #include "window/closing.h"
+#include "window/dialogs/search_dialog.h"
 
 namespace {
 
@@ -75,6 +76,29 @@ TEST_F(MainWindow, StartsNothingWhileAnotherActionRuns) {
     on_popup_menu_delete(nullptr, local().tree_view);
     EXPECT_EQ(g_copy_source, kNothingCopied);
     EXPECT_EQ(gui_test::find_window("IDS_CONFIRMATION"), nullptr);
+}
+
+// A key as the X server sends it to the main window.
+void type_key(guint key) {
+    GdkEvent* event = gdk_event_new(GDK_KEY_PRESS);
+    event->key.window = GDK_WINDOW(g_object_ref(gtk_widget_get_window(get_UI_sets()->main_window)));
+    event->key.keyval = key;
+    gtk_main_do_event(event);
+    gdk_event_free(event);
+}
+
+TEST_F(MainWindow, KeepsKeysPressedWhileItIsBusy) {
+    GtkEntry* entry = GTK_ENTRY(local().path_entry);
+    gtk_entry_set_text(entry, "");
+    gtk_widget_grab_focus(local().path_entry);
+    {
+        const relay_hub::BusyDialog busy;
+        for (const guint key : {GDK_KEY_a, GDK_KEY_Escape, GDK_KEY_b})
+            type_key(key);
+        gui_test::run_pending();
+        EXPECT_STREQ(gtk_entry_get_text(entry), "");
+    }
+    EXPECT_TRUE(gui_test::run_until([entry] { return gtk_entry_get_text(entry) == std::string("ab"); }));
 }
 
 TEST_F(MainWindow, OffersPasteWhereSomethingCanBePasted) {

@@ -175,6 +175,8 @@ TEST_F(Language, ProgressAndBusyDialogs) {
         close_file_read_write_dialog(dialog);
     }
     const relay_hub::BusyDialog busy;
+    EXPECT_TRUE(gui_test::run_until(
+        [] { return gui_test::find_window(translated("IDS_MSG_PROCESSING")) != nullptr; }));
     inspect_window(gui_test::find_window(translated("IDS_MSG_PROCESSING")));
 }
 
