@@ -1,12 +1,10 @@
 #include "engine/file_list.h"
 
-#include <glib.h>
-
 #include <algorithm>
-#include <memory>
 #include <utility>
 
 #include "base/diagnostics.h"
+#include "base/name_order.h"
 #include "engine/wire_text.h"
 #include "link_engine/message_names.h"
 
@@ -36,10 +34,7 @@ std::vector<KeyedEntry> in_natural_order(const std::vector<Entry>& entries, Styl
     for (const Entry& entry : entries) {
         if (!is_shown(entry, style))
             continue;
-        const std::unique_ptr<char, decltype(&g_free)> key(
-            g_utf8_collate_key_for_filename(entry.name.data(), static_cast<gssize>(entry.name.size())),
-            g_free);
-        ordered.emplace_back(key.get(), &entry);
+        ordered.emplace_back(name_sort_key(entry.name.c_str()).get(), &entry);
     }
     std::sort(ordered.begin(), ordered.end(), [](const KeyedEntry& a, const KeyedEntry& b) {
         return std::tie(a.first, a.second->name) < std::tie(b.first, b.second->name);

@@ -182,18 +182,19 @@ int right_popup_menu_rename(GtkWidget*, gpointer) {
     std::puts("right_popup_menu_rename");
     const __single* const side = remote_side();
     const std::string folder = relay_hub::folder_of(side);
-    const std::vector<std::string> names = relay_hub::selected_names(side->tree_view);
-    std::string selected;
-    if (!names.empty()) {
-        selected = names.front();
-        const std::string new_name = relay_hub::ask_new_name(side, selected, folder);
-        if (!new_name.empty() && new_name != selected && rename_remote(folder, selected, new_name))
-            selected = new_name;
+    std::vector<std::string> names = relay_hub::selected_names(side->tree_view);
+    std::string name = relay_hub::name_to_rename(side->tree_view);
+    if (!name.empty()) {
+        const std::string new_name = relay_hub::ask_new_name(side, name, folder);
+        if (!new_name.empty() && new_name != name && rename_remote(folder, name, new_name)) {
+            std::replace(names.begin(), names.end(), name, new_name);
+            name = new_name;
+        }
     }
     const relay_hub::BusyDialog busy;
     const int result = relay_hub::reload_remote();
-    if (result == 0 && !selected.empty())
-        relay_hub::select_after_reload(side, selected);
+    if (result == 0 && !names.empty())
+        relay_hub::select_after_reload(side, names, name);
     CleanUpInformationVar();
     return result;
 }

@@ -54,7 +54,8 @@ std::string offered_text(GdkAtom target) {
     if (target == atom(kGnomeFiles))
         text += clipboard_action == kCutOffered ? "cut\n" : "copy\n";
     for (const std::string& path : g_pClipboardFileList) {
-        const std::string entry = as_uris ? file_uri(path) : relay_hub::shown_text(path);
+        const std::string entry =
+            as_uris ? file_uri(path) : relay_hub::GText(g_filename_display_name(path.c_str())).get();
         if (!entry.empty())
             text.append(entry).append(line_end);
     }

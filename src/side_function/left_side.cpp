@@ -8,6 +8,7 @@
 
 #include "base/diagnostics.h"
 #include "base/glib_owners.h"
+#include "base/shown_text.h"
 #include "base/translated_text.h"
 #include "side_function/copy_source.h"
 #include "side_function/local_job.h"
@@ -123,15 +124,17 @@ int left_popup_menu_rename(GtkWidget*, gpointer) {
     const WindowWork work;
     std::puts("left_popup_menu_rename");
     const __single* const side = local_side();
-    const std::vector<std::string> names = relay_hub::selected_names(side->tree_view);
-    if (names.empty())
+    const std::string old_name = relay_hub::name_to_rename(side->tree_view);
+    if (old_name.empty())
         return -1;
+    std::vector<std::string> names = relay_hub::selected_names(side->tree_view);
     const std::string folder = relay_hub::folder_of(side);
-    const std::string& old_name = names.front();
     const std::string new_name = relay_hub::ask_new_name(side, old_name, folder);
     const bool renamed = !new_name.empty() && rename_entry(folder, old_name, new_name);
     const int result = relay_hub::reload_local();
-    relay_hub::select_after_reload(side, renamed ? new_name : old_name);
+    if (renamed)
+        std::replace(names.begin(), names.end(), old_name, new_name);
+    relay_hub::select_after_reload(side, names, renamed ? new_name : old_name);
     return result;
 }
 

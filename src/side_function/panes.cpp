@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "base/glib_owners.h"
 #include "link_engine/transfer_state.h"
 #include "side_function/left_side.h"
 #include "side_function/right_side.h"
@@ -62,10 +61,6 @@ std::string remote_base_name(const std::string& path) {
     return at == std::string::npos ? path : path.substr(at + 1);
 }
 
-std::string shown_text(const std::string& bytes) {
-    return GText(g_filename_display_name(bytes.c_str())).get();
-}
-
 std::string traced_unicode_hex(const std::string& text) {
     std::string hex = unicode_hex(text);
     if (!hex.empty()) {
@@ -102,6 +97,14 @@ void select_after_reload(const __single* side, const std::string& name) {
     if (window_is_closing())
         return;
     select_row_by_name(side->tree_view, name);
+    gtk_widget_grab_focus(side->tree_view);
+}
+
+void select_after_reload(const __single* side, const std::vector<std::string>& names,
+                         const std::string& cursor) {
+    if (window_is_closing())
+        return;
+    select_rows_by_name(side->tree_view, names, cursor);
     gtk_widget_grab_focus(side->tree_view);
 }
 

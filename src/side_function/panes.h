@@ -28,9 +28,6 @@ int first_selected_position(GtkWidget* tree_view);
 // The last part of a remote path: after the last backslash of a drive-letter path, else after the last slash.
 std::string remote_base_name(const std::string& path);
 
-// Bytes as the user may see them.
-std::string shown_text(const std::string& bytes);
-
 // unicode_hex with its trace on standard output. Any thread.
 std::string traced_unicode_hex(const std::string& text);
 
@@ -47,6 +44,9 @@ int reload_remote();
 // list.
 void select_after_reload(const __single* side, const std::string& name);
 void select_after_reload(const __single* side, int position);
+// The rows of these names, with the cursor on that of cursor.
+void select_after_reload(const __single* side, const std::vector<std::string>& names,
+                         const std::string& cursor);
 
 // The progress dialog over the main window, open until close() or the end of the scope.
 class ProgressDialog {

@@ -2,7 +2,7 @@
 #include <cstring>
 #include <string>
 
-#include "base/glib_owners.h"
+#include "base/shown_text.h"
 #include "base/translated_text.h"
 #include "link_engine/transfer_state.h"
 #include "side_function/right_side.h"
@@ -43,12 +43,8 @@ void creep(const dialog_info& info) {
         set_bar_percent(info, percent + (percent >= kSlowFrom ? kSlowStep : kStep));
 }
 
-std::string valid_text(const std::string& text) {
-    return relay_hub::GText(g_utf8_make_valid(text.c_str(), -1)).get();
-}
-
 std::string fitting_text(const std::string& engine_text) {
-    std::string text = valid_text(engine_text);
+    std::string text = relay_hub::shown_text(engine_text);
     if (g_utf8_strlen(text.c_str(), -1) <= kLongestText)
         return text;
     const char* const cut = g_utf8_offset_to_pointer(text.c_str(), kCutText);
@@ -80,7 +76,7 @@ void show_copy_progress(const dialog_info& info) {
     if (same_file_goes_on(info, text) && percent <= bar_percent(info))
         return;
     set_label(info.message_label, text);
-    set_label(info.second_label, valid_text(snapshot.elapsed_time));
+    set_label(info.second_label, relay_hub::shown_text(snapshot.elapsed_time));
     set_bar_percent(info, percent);
 }
 

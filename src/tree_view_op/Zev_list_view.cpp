@@ -10,6 +10,7 @@
 
 #include "base/diagnostics.h"
 #include "base/glib_owners.h"
+#include "base/shown_text.h"
 #include "base/translated_text.h"
 #include "tree_view_op/file_list_view.h"
 #include "tree_view_op/local_row.h"
@@ -50,25 +51,69 @@ void add_icon(GtkTreeViewColumn* column) {
     gtk_tree_view_column_set_sort_column_id(column, kColumnIcon);
 }
 
-GtkTreeViewColumn* new_column(const ViewColumn& given) {
-    GtkTreeViewColumn* column = gtk_tree_view_column_new();
+// The toolkit's own header label would take underscores in the title for mnemonics.
+void set_title(GtkTreeViewColumn* column, const char* title) {
+    gtk_tree_view_column_set_title(column, title);
+    GtkWidget* label = gtk_label_new(title);
+    gtk_widget_show(label);
+    gtk_tree_view_column_set_widget(column, label);
+}
+
+// One line of a fixed height, whatever stands in it.
+GtkCellRenderer* new_text_cell(const ViewColumn& given) {
     GtkCellRenderer* text = gtk_cell_renderer_text_new();
-    gtk_tree_view_column_set_title(column,
-                                   given.is_translated ? relay_hub::translated(given.title) : given.title);
-    if (given.model_column == kColumnName)
-        add_icon(column);
+    const bool is_name = given.model_column == kColumnName;
+    g_object_set(text, "single-paragraph-mode", TRUE, "ellipsize",
+                 is_name ? PANGO_ELLIPSIZE_MIDDLE : PANGO_ELLIPSIZE_END, "width", given.width, nullptr);
     if (given.model_column == kColumnSize)
         g_object_set(text, "xalign", 1.0, nullptr);
+    return text;
+}
+
+GtkTreeViewColumn* new_column(const ViewColumn& given) {
+    GtkTreeViewColumn* column = gtk_tree_view_column_new();
+    GtkCellRenderer* text = new_text_cell(given);
+    set_title(column, given.is_translated ? relay_hub::translated(given.title) : given.title);
+    if (given.model_column == kColumnName)
+        add_icon(column);
     gtk_tree_view_column_pack_start(column, text, TRUE);
     gtk_tree_view_column_add_attribute(column, text, "text", given.model_column);
     if (given.model_column == kColumnName)
         gtk_tree_view_column_set_cell_data_func(column, text, cell_data_func, nullptr, nullptr);
-    g_object_set(text, "width", given.width, nullptr);
+    gtk_tree_view_column_set_expand(column, given.model_column == kColumnName ? TRUE : FALSE);
     gtk_tree_view_column_set_sizing(column, GTK_TREE_VIEW_COLUMN_FIXED);
     gtk_tree_view_column_set_fixed_width(column, given.width);
     gtk_tree_view_column_set_resizable(column, TRUE);
     gtk_tree_view_column_set_visible(column, given.is_visible);
     return column;
+}
+
+// The name in the cell is shortened: the tooltip tells it whole.
+gboolean show_whole_name(GtkWidget* tree_view, gint x, gint y, gboolean by_keyboard, GtkTooltip* tooltip,
+                         gpointer) {
+    constexpr int kCharacters = 60;
+    GtkTreeView* view = GTK_TREE_VIEW(tree_view);
+    GtkTreeModel* model = nullptr;
+    GtkTreePath* path = nullptr;
+    GtkTreeIter iter;
+    if (gtk_tree_view_get_tooltip_context(view, &x, &y, by_keyboard, &model, &path, &iter) == FALSE)
+        return FALSE;
+    GtkTreeViewColumn* column = gtk_tree_view_get_column(view, 0);
+    GtkTreeViewColumn* under_pointer = column;
+    if (by_keyboard == FALSE)
+        (void)gtk_tree_view_get_path_at_pos(view, x, y, nullptr, &under_pointer, nullptr, nullptr);
+    const std::string name = relay_hub::row_name(model, &iter);
+    const bool tells = under_pointer == column && name != "..";
+    if (tells) {
+        GtkWidget* label = gtk_label_new(relay_hub::shown_line(name, relay_hub::kMessageCharacters).c_str());
+        gtk_label_set_line_wrap(GTK_LABEL(label), TRUE);
+        gtk_label_set_line_wrap_mode(GTK_LABEL(label), PANGO_WRAP_WORD_CHAR);
+        gtk_label_set_max_width_chars(GTK_LABEL(label), kCharacters);
+        gtk_tooltip_set_custom(tooltip, label);
+        gtk_tree_view_set_tooltip_cell(view, tooltip, path, column, nullptr);
+    }
+    gtk_tree_path_free(path);
+    return tells ? TRUE : FALSE;
 }
 
 int text_width(GtkWidget* tree_view, const char* text) {
@@ -146,6 +191,8 @@ void set_list_treeview(GtkWidget* tree_view) {
         gtk_tree_view_append_column(GTK_TREE_VIEW(tree_view), new_column(given));
     gtk_tree_view_set_fixed_height_mode(GTK_TREE_VIEW(tree_view), TRUE);
     g_signal_connect_after(tree_view, "realize", G_CALLBACK(widen_for_texts), nullptr);
+    gtk_widget_set_has_tooltip(tree_view, TRUE);
+    g_signal_connect(tree_view, "query-tooltip", G_CALLBACK(show_whole_name), nullptr);
 }
 
 void set_tree_treeview(GtkWidget*) {}
@@ -197,7 +244,7 @@ void clean_tree_view(GtkWidget* tree_view) {
     const relay_hub::GObjectPtr<GtkListStore> held(GTK_LIST_STORE(g_object_ref(store)));
     gtk_tree_view_set_model(GTK_TREE_VIEW(tree_view), nullptr);
     gtk_list_store_clear(store);
-    gtk_tree_view_set_model(GTK_TREE_VIEW(tree_view), GTK_TREE_MODEL(store));
+    relay_hub::show_store(GTK_TREE_VIEW(tree_view), store);
 }
 
 void clean_combo_box(GtkWidget* combo) {

@@ -26,9 +26,8 @@ inline constexpr char kKindFolder[] = "1";
 inline constexpr char kKindFile[] = "0";
 inline constexpr char kKindParent[] = "R";
 
-// The bytes of a name that is not valid UTF-8 cannot stand in a text column: such a row shows
-// g_filename_display_name and keeps its true bytes beside it. get_selected_to_glist and row_name give the
-// true bytes.
+// A text column holds at most kCellCharacters of a name, as shown_line has it: a row whose name reads
+// otherwise keeps the true bytes beside it. get_selected_to_glist and row_name give the true bytes.
 
 void set_list_treeview(GtkWidget* tree_view);
 void set_tree_treeview(GtkWidget* tree_view);
@@ -92,6 +91,15 @@ class RowFiller {
 // Selects the row of that name (and no other), scrolls to it and puts the cursor there. False if there is
 // none.
 bool select_row_by_name(GtkWidget* tree_view, const std::string& name);
+// Selects exactly the rows of these names that there are, puts the cursor on cursor's row, and scrolls to it.
+// False when there is none of them.
+bool select_rows_by_name(GtkWidget* tree_view, const std::vector<std::string>& names,
+                         const std::string& cursor);
+// Puts the cursor on the row and leaves the selection as it is.
+void move_cursor_alone(GtkTreeView* tree_view, GtkTreePath* path);
+// The row that a rename is meant for: of several selected ones that with the cursor, else the selected one.
+// Empty when there is none; never "..".
+std::string name_to_rename(GtkWidget* tree_view);
 // Selects the row at position, or the last one before it when the list is shorter; never the ".." row.
 void select_row_near(GtkWidget* tree_view, int position);
 

@@ -130,7 +130,7 @@ struct RowFiller::State {
             if (sort_of(store.get()) != sort)
                 sort_by_icon_anew(store.get(), icon_order);
         }
-        gtk_tree_view_set_model(view.get(), GTK_TREE_MODEL(store.get()));
+        show_store(view.get(), store.get());
     }
 
     GObjectPtr<GtkTreeView> view;

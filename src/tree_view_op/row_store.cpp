@@ -46,8 +46,8 @@ NameBytes* name_bytes_for_writing(GtkListStore* store) {
     return kept;
 }
 
-bool can_be_shown(const char* name) {
-    return name == nullptr || g_utf8_validate(name, -1, nullptr);
+std::string cell_text(const char* bytes) {
+    return bytes != nullptr ? shown_line(bytes, kCellCharacters) : "";
 }
 
 void keep_name_bytes(GtkListStore* store, const GtkTreeIter& iter, const char* bytes, std::string shown) {
@@ -55,6 +55,11 @@ void keep_name_bytes(GtkListStore* store, const GtkTreeIter& iter, const char* b
 }
 
 }  // namespace
+
+void show_store(GtkTreeView* tree_view, GtkListStore* store) {
+    gtk_tree_view_set_model(tree_view, GTK_TREE_MODEL(store));
+    gtk_tree_view_set_search_column(tree_view, kColumnName);
+}
 
 GtkListStore* list_store_of(GtkWidget* tree_view) {
     GtkTreeModel* model = gtk_tree_view_get_model(GTK_TREE_VIEW(tree_view));
@@ -91,13 +96,14 @@ void insert_row(GtkListStore* store, int position, const char* const* texts) {
     static RowValues values;
     for (int column = 0; column < kColumnCount; ++column)
         values.set(column, texts[column]);
-    std::string shown;
     const char* name = texts[kColumnName];
-    const bool plain = can_be_shown(name);
-    if (!plain) {
-        shown = shown_text(name);
+    const std::string size = cell_text(texts[kColumnSize]);
+    if (texts[kColumnSize] != nullptr)
+        values.set(kColumnSize, size.c_str());
+    std::string shown = cell_text(name);
+    const bool plain = name == nullptr || shown == name;
+    if (!plain)
         values.set(kColumnName, shown.c_str());
-    }
     GtkTreeIter iter;
     values.insert(store, &iter, position);
     if (!plain)
@@ -105,9 +111,9 @@ void insert_row(GtkListStore* store, int position, const char* const* texts) {
 }
 
 void set_row_name(GtkListStore* store, GtkTreeIter* iter, const char* name) {
-    std::string shown = shown_text(name);
+    std::string shown = shown_line(name, kCellCharacters);
     gtk_list_store_set(store, iter, kColumnName, shown.c_str(), -1);
-    if (!can_be_shown(name))
+    if (shown != name)
         keep_name_bytes(store, *iter, name, std::move(shown));
 }
 

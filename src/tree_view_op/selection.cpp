@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <unordered_set>
 
 #include "tree_view_op/file_list_view.h"
 #include "tree_view_op/row_store.h"
@@ -20,7 +21,6 @@ struct TreePathListFree {
     }
 };
 
-// The liststore macro names what is missing in the toolkit's own words.
 void select_only(GtkTreeView* view, GtkTreePath* path) {
     GtkTreeSelection* selection = gtk_tree_view_get_selection(view);
     gtk_tree_selection_unselect_all(selection);
@@ -76,6 +76,58 @@ bool select_row_by_name(GtkWidget* tree_view, const std::string& name) {
     const TreePathPtr path(gtk_tree_model_get_path(model, &iter));
     select_only(GTK_TREE_VIEW(tree_view), path.get());
     return true;
+}
+
+bool select_rows_by_name(GtkWidget* tree_view, const std::vector<std::string>& names,
+                         const std::string& cursor) {
+    GtkTreeView* view = GTK_TREE_VIEW(tree_view);
+    GtkTreeModel* model = gtk_tree_view_get_model(view);
+    const std::unordered_set<std::string> wanted(names.begin(), names.end());
+    std::vector<TreePathPtr> found;
+    GtkTreePath* cursor_path = nullptr;
+    GtkTreeIter iter;
+    for (gboolean more = model != nullptr && gtk_tree_model_get_iter_first(model, &iter); more;
+         more = gtk_tree_model_iter_next(model, &iter)) {
+        const std::string name = row_name(model, &iter);
+        if (!wanted.contains(name))
+            continue;
+        found.emplace_back(gtk_tree_model_get_path(model, &iter));
+        if (name == cursor || cursor_path == nullptr)
+            cursor_path = found.back().get();
+    }
+    if (found.empty())
+        return false;
+    select_only(view, cursor_path);
+    for (const TreePathPtr& path : found)
+        gtk_tree_selection_select_path(gtk_tree_view_get_selection(view), path.get());
+    return true;
+}
+
+void move_cursor_alone(GtkTreeView* tree_view, GtkTreePath* path) {
+    GtkTreeSelection* selection = gtk_tree_view_get_selection(tree_view);
+    const std::unique_ptr<GList, TreePathListFree> selected(
+        gtk_tree_selection_get_selected_rows(selection, nullptr));
+    const bool stays = gtk_tree_selection_path_is_selected(selection, path) != FALSE;
+    gtk_tree_view_set_cursor(tree_view, path, nullptr, FALSE);
+    if (!stays)
+        gtk_tree_selection_unselect_path(selection, path);
+    for (const GList* node = selected.get(); node != nullptr; node = node->next)
+        gtk_tree_selection_select_path(selection, static_cast<GtkTreePath*>(node->data));
+}
+
+std::string name_to_rename(GtkWidget* tree_view) {
+    const std::vector<std::string> names = get_selected_to_glist(tree_view);
+    GtkTreePath* at = nullptr;
+    gtk_tree_view_get_cursor(GTK_TREE_VIEW(tree_view), &at, nullptr);
+    const TreePathPtr path(at);
+    GtkTreeModel* model = gtk_tree_view_get_model(GTK_TREE_VIEW(tree_view));
+    GtkTreeIter iter;
+    if (names.size() > 1 && path != nullptr && gtk_tree_model_get_iter(model, &iter, path.get()) != FALSE) {
+        std::string name = row_name(model, &iter);
+        if (name != "..")
+            return name;
+    }
+    return names.empty() ? "" : names.back();
 }
 
 void select_row_near(GtkWidget* tree_view, int position) {

@@ -1,7 +1,5 @@
 #include "ui/event_handlers.h"
 
-#include <gdk/gdkkeysyms.h>
-
 #include <cstdio>
 #include <utility>
 
@@ -12,6 +10,7 @@
 #include "ui/link_status_monitor.h"
 #include "ui/navigation.h"
 #include "window/closing.h"
+#include "window/dialogs/dialog_parts.h"
 #include "window/dialogs/search_dialog.h"
 #include "window/ui_sets.h"
 
@@ -88,7 +87,7 @@ void on_button_2_clicked(GtkButton*, gpointer) {
 gboolean on_textbox_1_key_press_event(GtkWidget* entry, GdkEventKey* event, gpointer) {
     std::puts(__func__);
     const __single* side = side_of(entry);
-    if (side != nullptr && event->keyval == GDK_KEY_Return)
+    if (side != nullptr && relay_hub::is_return(event->keyval))
         gtk_button_clicked(GTK_BUTTON(side->go_button));
     return FALSE;
 }

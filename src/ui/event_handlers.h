@@ -15,7 +15,7 @@ extern GtkWidget* instance;
 // The click state of the lists.
 inline constexpr int kClickIdle = 7;
 inline constexpr int kDoubleClickPressed = 5;
-inline constexpr int kSelectionPressed = 4;  // on a selected row of several: the selection stays for a drag
+inline constexpr int kSelectionPressed = 4;  // on a selected row of several: it stays until the release
 extern int single_clicked;
 
 void on_main_window_show(GtkWidget* window, gpointer data);
@@ -56,6 +56,12 @@ namespace relay_hub {
 
 // True once the main window was destroyed.
 bool main_window_is_gone();
+// A press on the ".." row or on no row begins no drag.
+gboolean on_list_motion(GtkWidget* tree_view, GdkEventMotion* event, gpointer data);
+void on_list_drag_begin(GtkWidget* tree_view, GdkDragContext* context, gpointer data);
+// However the drag ended, in another program too.
+void on_list_drag_end(GtkWidget* tree_view, GdkDragContext* context, gpointer data);
+
 // Sets the handlers' globals back to their start values, for tests.
 void reset_event_handlers();
 

@@ -29,6 +29,18 @@ void print_data(GtkSelectionData* selection) {
 
 }  // namespace
 
+namespace relay_hub {
+
+void on_list_drag_begin(GtkWidget*, GdkDragContext*, gpointer) {
+    single_clicked = kClickIdle;
+}
+
+void on_list_drag_end(GtkWidget*, GdkDragContext*, gpointer) {
+    instance = nullptr;
+}
+
+}  // namespace relay_hub
+
 const GtkTargetEntry drop_targets[kDropTargetCount] = {
     {tree_row_name, GTK_TARGET_SAME_APP, kTreeRowTarget},
     {uri_list_name, 0, kUriListTarget},

@@ -1,7 +1,9 @@
-// The mouse in the file lists: a selection of several rows survives the press that starts its drag, a double
-// click ends with its release, the right button opens the menu.
+// The mouse in the file lists: a selection of several rows survives the press that may start its drag, and
+// its release leaves one; a click beside the rows leaves none; a double click ends with its release, the
+// right button opens the menu.
 #include <cstdio>
 #include <memory>
+#include <utility>
 
 #include "base/glib_owners.h"
 #include "side_function/copy_source.h"
@@ -10,6 +12,9 @@
 #include "ui/menus.h"
 
 namespace {
+
+// The press that is under way may not become a drag.
+bool press_moves_nothing = false;
 
 constexpr guint kLeftButton = 1;
 constexpr guint kRightButton = 3;
@@ -50,6 +55,19 @@ bool keep_selection_for_drag(GtkTreeView* tree_view, const GdkEventButton* event
     return true;
 }
 
+// The toolkit leaves the selection as it was.
+void unselect_beside_rows(GtkTreeView* tree_view, const GdkEventButton* event) {
+    const bool left_or_right = event->button == kLeftButton || event->button == kRightButton;
+    if (left_or_right && without_modifiers(event) &&
+        event->window == gtk_tree_view_get_bin_window(tree_view) && row_at(tree_view, event) == nullptr)
+        gtk_tree_selection_unselect_all(gtk_tree_view_get_selection(tree_view));
+}
+
+void note_press(GtkTreeView* tree_view, const GdkEventButton* event) {
+    const TreePath path = row_at(tree_view, event);
+    press_moves_nothing = path == nullptr || is_parent_row(tree_view, path.get());
+}
+
 struct EventFree {
     void operator()(GdkEvent* event) const { gdk_event_free(event); }
 };
@@ -65,11 +83,13 @@ bool double_click_follows(const GdkEventButton* event) {
 bool open_menu(GtkTreeView* tree_view, GdkEventButton* event) {
     GtkTreeSelection* selection = gtk_tree_view_get_selection(tree_view);
     const TreePath path = row_at(tree_view, event);
-    if (path != nullptr && gtk_tree_selection_count_selected_rows(selection) < 2) {
-        if (is_parent_row(tree_view, path.get()))
-            return false;
+    const bool several = gtk_tree_selection_count_selected_rows(selection) > 1;
+    if (path != nullptr && !several && is_parent_row(tree_view, path.get()))
+        return false;
+    if (path != nullptr && several)
+        relay_hub::move_cursor_alone(tree_view, path.get());
+    else if (path != nullptr)
         gtk_tree_view_set_cursor(tree_view, path.get(), nullptr, FALSE);
-    }
     gtk_widget_grab_focus(GTK_WIDGET(tree_view));
     new_popup_menu(GTK_WIDGET(tree_view), event, relay_hub::offered_items(GTK_WIDGET(tree_view)), nullptr);
     return true;
@@ -87,6 +107,8 @@ gboolean on_treeview_1_button_press_event(GtkWidget* widget, GdkEventButton* eve
     }
     if (event->type != GDK_BUTTON_PRESS)
         return FALSE;
+    note_press(tree_view, event);
+    unselect_beside_rows(tree_view, event);
     if (event->button == kLeftButton)
         return double_click_follows(event) ||
                        (without_modifiers(event) && keep_selection_for_drag(tree_view, event))
@@ -98,13 +120,22 @@ gboolean on_treeview_1_button_press_event(GtkWidget* widget, GdkEventButton* eve
 gboolean on_treeview_1_button_release_event(GtkWidget* widget, GdkEventButton* event, gpointer) {
     std::puts(__func__);
     GtkTreeView* tree_view = GTK_TREE_VIEW(widget);
-    const bool completes =
-        single_clicked == kDoubleClickPressed && event->button == kLeftButton && without_modifiers(event);
-    single_clicked = kClickIdle;
-    const TreePath path = completes ? row_at(tree_view, event) : nullptr;
-    if (path != nullptr) {
+    const bool is_plain = event->button == kLeftButton && without_modifiers(event);
+    const TreePath path = is_plain ? row_at(tree_view, event) : nullptr;
+    const int pressed = std::exchange(single_clicked, kClickIdle);
+    if (path != nullptr && pressed == kDoubleClickPressed) {
         std::puts("emit!");
         gtk_tree_view_row_activated(tree_view, path.get(), gtk_tree_view_get_column(tree_view, 0));
+    } else if (path != nullptr && pressed == kSelectionPressed) {
+        gtk_tree_view_set_cursor(tree_view, path.get(), nullptr, FALSE);
     }
     return FALSE;
 }
+
+namespace relay_hub {
+
+gboolean on_list_motion(GtkWidget*, GdkEventMotion* event, gpointer) {
+    return press_moves_nothing && (event->state & GDK_BUTTON1_MASK) != 0 ? TRUE : FALSE;
+}
+
+}  // namespace relay_hub

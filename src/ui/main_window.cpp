@@ -7,6 +7,7 @@
 #include "base/glib_owners.h"
 #include "base/translated_text.h"
 #include "tree_view_op/file_list_view.h"
+#include "tree_view_op/row_store.h"
 #include "ui/event_handlers.h"
 #include "ui/window_icon.h"
 #include "window/closing.h"
@@ -39,6 +40,9 @@ const Connection kListConnections[] = {
     {"drag-data-get", G_CALLBACK(on_treeview_1_drag_data_get)},
     {"button-press-event", G_CALLBACK(on_treeview_1_button_press_event)},
     {"button-release-event", G_CALLBACK(on_treeview_1_button_release_event)},
+    {"motion-notify-event", G_CALLBACK(relay_hub::on_list_motion)},
+    {"drag-begin", G_CALLBACK(relay_hub::on_list_drag_begin)},
+    {"drag-end", G_CALLBACK(relay_hub::on_list_drag_end)},
 };
 
 const Connection kWindowConnections[] = {
@@ -95,12 +99,13 @@ GtkWidget* new_file_list(bool is_local) {
     const relay_hub::GObjectPtr<GtkListStore> store(gtk_list_store_newv(kColumnCount, types));
     GtkWidget* tree_view = gtk_tree_view_new();
     set_list_treeview(tree_view);
-    gtk_tree_view_set_model(GTK_TREE_VIEW(tree_view), GTK_TREE_MODEL(store.get()));
-    gtk_tree_view_set_search_column(GTK_TREE_VIEW(tree_view), kColumnName);
-    gtk_tree_selection_set_mode(gtk_tree_view_get_selection(GTK_TREE_VIEW(tree_view)),
-                                GTK_SELECTION_MULTIPLE);
-    allow_drags(tree_view, is_local);
+    relay_hub::show_store(GTK_TREE_VIEW(tree_view), store.get());
+    GtkTreeSelection* selection = gtk_tree_view_get_selection(GTK_TREE_VIEW(tree_view));
+    gtk_tree_selection_set_mode(selection, GTK_SELECTION_MULTIPLE);
+    gtk_tree_selection_set_select_function(selection, treeview_selected_callback, nullptr, nullptr);
     connect_all(tree_view, kListConnections);
+    // After our own handlers, which keep some presses from beginning a drag.
+    allow_drags(tree_view, is_local);
     g_signal_connect(store.get(), "row-changed", G_CALLBACK(on_treeview_1_row_changed), tree_view);
     return tree_view;
 }

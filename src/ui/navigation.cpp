@@ -8,6 +8,7 @@
 
 #include "base/glib_owners.h"
 #include "base/log.h"
+#include "base/shown_text.h"
 #include "base/translated_text.h"
 #include "base/wait.h"
 #include "link_engine/command_runner.h"
@@ -45,8 +46,7 @@ void tell_no_access() {
 }
 
 void tell_no_folder(const std::string& path) {
-    const GText shown(g_filename_display_name(path.c_str()));
-    const std::string text = fill_translated("IDS_NO_DATA", {shown.get()});
+    const std::string text = fill_translated("IDS_NO_DATA", {shown_text(path)});
     show_message_dialog(main_window(), text.c_str(), translated("IDS_ERROR_PATH"));
 }
 
@@ -111,11 +111,11 @@ std::string last_component(const std::string& folder) {
     return folder.substr(begin, end + 1 - begin);
 }
 
-// The path that stands in the entry. A folder whose name is not UTF-8 stands there in its shown form.
+// The path that stands in the entry. A folder whose name cannot be shown as it is stands there in its shown
+// form.
 std::string entered_path(const __single* side) {
     const char* entered = gtk_entry_get_text(GTK_ENTRY(side->path_entry));
-    const GText shown(g_filename_display_name(current_folder(side)));
-    return g_strcmp0(entered, shown.get()) == 0 ? current_folder(side) : entered;
+    return shown_text(current_folder(side)) == entered ? current_folder(side) : entered;
 }
 
 int drive_count(GtkWidget* combo) {
@@ -215,6 +215,7 @@ void open_first_drive(__single* side) {
     g_signal_handlers_block_by_func(side->drive_combo, reinterpret_cast<gpointer>(on_combobox_1_changed),
                                     nullptr);
     gtk_combo_box_set_active(GTK_COMBO_BOX(side->drive_combo), 0);
+    (void)std::fputs("on_combobox_1_changed\n", stderr);
     g_signal_handlers_unblock_by_func(side->drive_combo, reinterpret_cast<gpointer>(on_combobox_1_changed),
                                       nullptr);
     open_chosen_drive(side);

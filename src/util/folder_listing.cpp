@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "base/glib_owners.h"
+#include "base/name_order.h"
 #include "base/translated_text.h"
 #include "base/worker.h"
 #include "util/file_op.h"
@@ -31,9 +32,9 @@ bool sorts_before(const KeyedName& one, const KeyedName& other) {
 
 GText sort_key(const char* name) {
     if (g_utf8_validate(name, -1, nullptr))
-        return GText(g_utf8_collate_key_for_filename(name, -1));
+        return name_sort_key(name);
     const GText shown(g_filename_display_name(name));
-    return GText(g_utf8_collate_key_for_filename(shown.get(), -1));
+    return name_sort_key(shown.get());
 }
 
 void sort_part(Names::iterator begin, Names::iterator end) {

@@ -39,9 +39,9 @@ void release_widgets();
 
 // Text of the side's status_label as bytes: its current folder.
 const char* current_folder(const __single* side);
-// Keeps the bytes; the label shows g_filename_display_name of them.
+// Keeps the bytes; the label shows shown_text of them.
 void set_current_folder(const __single* side, const char* folder);
-// Sets the path entry, cursor at its end. Names that are not UTF-8 show as g_filename_display_name.
+// Sets the path entry, cursor at its end. The path shows as shown_text has it.
 void set_path_entry(const __single* side, const char* path);
 
 }  // namespace relay_hub

@@ -6,7 +6,7 @@
 #include <optional>
 #include <utility>
 
-#include "base/glib_owners.h"
+#include "base/shown_text.h"
 #include "base/translated_text.h"
 #include "link_engine/answer_slot.h"
 #include "link_engine/message_names.h"
@@ -34,8 +34,7 @@ std::string g_return_message;
 void tell_no_data(const std::string& path) {
     if (relay_hub::window_is_closing())
         return;
-    const relay_hub::GText shown_path(g_filename_display_name(path.c_str()));
-    const std::string message = relay_hub::fill_translated("IDS_NO_DATA", {shown_path.get()});
+    const std::string message = relay_hub::fill_translated("IDS_NO_DATA", {relay_hub::shown_text(path)});
     show_message_dialog(relay_hub::message_parent(), message.c_str(),
                         relay_hub::translated("IDS_ERROR_PATH"));
 }

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <string>
 
+#include "base/glib_owners.h"
+#include "base/shown_text.h"
 #include "window/ui_sets.h"
 
 namespace relay_hub {
@@ -13,7 +15,7 @@ namespace {
 constexpr int kRowPadding = 5;
 
 gboolean click_on_return(GtkWidget*, GdkEventKey* event, gpointer button) {
-    if (event->keyval != GDK_KEY_Return && event->keyval != GDK_KEY_KP_Enter)
+    if (!is_return(event->keyval))
         return FALSE;
     gtk_button_clicked(GTK_BUTTON(button));
     return TRUE;
@@ -23,7 +25,70 @@ void respond_cancel(GtkButton*, gpointer dialog) {
     gtk_dialog_response(GTK_DIALOG(dialog), GTK_RESPONSE_CANCEL);
 }
 
+// Two thirds of the screen that widget is on, less what a box has around its texts.
+void room_for_texts(GtkWidget* widget, int* width, int* height) {
+    constexpr int kBesideText = 110;
+    constexpr int kAroundText = 150;
+    GdkScreen* screen = gdk_screen_get_default();
+    int monitor = gdk_screen_get_primary_monitor(screen);
+    if (widget != nullptr && gtk_widget_get_window(widget) != nullptr)
+        monitor = gdk_screen_get_monitor_at_window(screen, gtk_widget_get_window(widget));
+    GdkRectangle area;
+    gdk_screen_get_monitor_geometry(screen, monitor, &area);
+    *width = area.width * 2 / 3 - kBesideText;
+    *height = area.height * 2 / 3 - kAroundText;
+}
+
+// Wraps the layout at width. Where the first line that finds no room within height begins; a negative number
+// when all do.
+int first_byte_outside(PangoLayout* layout, int width, int height) {
+    pango_layout_set_width(layout, width * PANGO_SCALE);
+    PangoLayoutIter* lines = pango_layout_get_iter(layout);
+    int start = -1;
+    do {
+        PangoRectangle line;
+        pango_layout_iter_get_line_extents(lines, nullptr, &line);
+        if (PANGO_PIXELS(line.y + line.height) > height)
+            start = pango_layout_iter_get_line_readonly(lines)->start_index;
+    } while (start < 0 && pango_layout_iter_next_line(lines) != FALSE);
+    pango_layout_iter_free(lines);
+    return start;
+}
+
 }  // namespace
+
+bool is_return(guint key) {
+    return key == GDK_KEY_Return || key == GDK_KEY_KP_Enter || key == GDK_KEY_ISO_Enter;
+}
+
+void set_fitting_text(GtkLabel* label, const std::string& text, GtkWidget* parent, int labels) {
+    constexpr int kComfortableWidth = 480;
+    int width = 0;
+    int height = 0;
+    room_for_texts(parent, &width, &height);
+    std::string shown = shown_message(text);
+    gtk_label_set_line_wrap(label, TRUE);
+    gtk_label_set_line_wrap_mode(label, PANGO_WRAP_WORD_CHAR);
+    gtk_label_set_text(label, shown.c_str());
+
+    const GObjectPtr<PangoLayout> layout(pango_layout_copy(gtk_label_get_layout(label)));
+    pango_layout_set_wrap(layout.get(), PANGO_WRAP_WORD_CHAR);
+    pango_layout_set_width(layout.get(), -1);
+    int natural = 0;
+    pango_layout_get_pixel_size(layout.get(), &natural, nullptr);
+    const int widest = std::min(width, natural);
+    width = std::min(widest, kComfortableWidth);
+    int end = first_byte_outside(layout.get(), width, height / labels);
+    if (end > 0 && width < widest) {
+        width = widest;
+        end = first_byte_outside(layout.get(), width, height / labels);
+    }
+    if (end > 0) {
+        shown.resize(static_cast<std::size_t>(g_utf8_prev_char(shown.c_str() + end) - shown.c_str()));
+        gtk_label_set_text(label, (shown + "…").c_str());
+    }
+    gtk_widget_set_size_request(GTK_WIDGET(label), width, -1);
+}
 
 GtkWidget* new_modal_dialog(GtkWidget* parent, const char* title) {
     GtkWidget* dialog = gtk_dialog_new();

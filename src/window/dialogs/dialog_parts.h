@@ -2,14 +2,24 @@
 // What several dialogs share. Window's thread.
 #include <gtk/gtk.h>
 
+#include <string>
+
 namespace relay_hub {
 
 // A modal dialog over parent (null: the main window) that dies with it.
 GtkWidget* new_modal_dialog(GtkWidget* parent, const char* title);
 
+// True for each key that is a Return, the keypad's too.
+bool is_return(guint key);
+
 // Gives the dialog, whose content is shown already, a size: the given one, or more where the content needs
 // it.
 void set_least_size(GtkWidget* dialog, int width, int height);
+
+// Gives a box's label a foreign text: as shown_message has it, wrapped at any character, and cut where it
+// would make the box over parent more than two thirds of the screen wide or tall. labels: how many share the
+// box.
+void set_fitting_text(GtkLabel* label, const std::string& text, GtkWidget* parent, int labels = 1);
 
 // The name by which assistive tools announce a widget that has no label of its own.
 void set_accessible_name(GtkWidget* widget, const char* name);

@@ -1,27 +1,47 @@
 #include "window/dialogs/message_dialog.h"
 
 #include <string>
+#include <vector>
 
-#include "base/shown_text.h"
-#include "base/translated_text.h"
 #include "window/closing.h"
 #include "window/dialogs/dialog_parts.h"
 
 namespace relay_hub {
 namespace {
 
-void run_error_box(GtkWidget* parent, GtkButtonsType buttons, const char* title, const std::string& primary,
-                   const char* secondary) {
+constexpr char kTitle[] = "Relay Hub";
+
+// The labels of a message dialog in the order of their making: the text, then what is said below it.
+std::vector<GtkLabel*> labels_of(GtkWidget* dialog) {
+    std::vector<GtkLabel*> labels;
+    GList* const children = gtk_container_get_children(
+        GTK_CONTAINER(gtk_message_dialog_get_message_area(GTK_MESSAGE_DIALOG(dialog))));
+    for (const GList* link = children; link != nullptr; link = link->next)
+        if (GTK_IS_LABEL(link->data))
+            labels.push_back(GTK_LABEL(link->data));
+    g_list_free(children);
+    return labels;
+}
+
+// No text, no box. Made with texts of the same kind, so that the toolkit gives the labels their fonts; the
+// real ones come once the room for them is known.
+void run_error_box(GtkWidget* parent, GtkButtonsType buttons, const std::string& primary,
+                   const std::string& secondary) {
     constexpr auto kFlags = static_cast<GtkDialogFlags>(GTK_DIALOG_MODAL | GTK_DIALOG_DESTROY_WITH_PARENT);
+    if (primary.empty() && secondary.empty())
+        return;
+    if (primary.empty())
+        return run_error_box(parent, buttons, secondary, {});
     GtkWindow* over = parent != nullptr ? GTK_WINDOW(parent) : nullptr;
-    GtkWidget* dialog =
-        gtk_message_dialog_new(over, kFlags, GTK_MESSAGE_ERROR, buttons, "%s", shown_text(primary).c_str());
+    GtkWidget* dialog = gtk_message_dialog_new(over, kFlags, GTK_MESSAGE_ERROR, buttons, "%s", kTitle);
+    if (!secondary.empty())
+        gtk_message_dialog_format_secondary_text(GTK_MESSAGE_DIALOG(dialog), "%s", kTitle);
     gtk_window_set_position(GTK_WINDOW(dialog), GTK_WIN_POS_CENTER_ON_PARENT);
-    if (title != nullptr)
-        gtk_window_set_title(GTK_WINDOW(dialog), title);
-    if (secondary != nullptr)
-        gtk_message_dialog_format_secondary_text(GTK_MESSAGE_DIALOG(dialog), "%s",
-                                                 shown_text(secondary).c_str());
+    gtk_window_set_title(GTK_WINDOW(dialog), kTitle);
+    const std::vector<GtkLabel*> labels = labels_of(dialog);
+    set_fitting_text(labels.at(0), primary, parent, secondary.empty() ? 1 : 2);
+    if (!secondary.empty())
+        set_fitting_text(labels.at(1), secondary, parent, 2);
     run_dialog(GTK_DIALOG(dialog));
     gtk_widget_destroy(dialog);
 }
@@ -35,12 +55,13 @@ std::string with_single_percents(std::string text) {
 }  // namespace
 
 void show_error_box(GtkWidget* parent, GtkButtonsType buttons, const char* primary, const char* secondary) {
-    run_error_box(parent, buttons, nullptr, primary, secondary);
+    run_error_box(parent, buttons, primary, secondary != nullptr ? secondary : "");
 }
 
 }  // namespace relay_hub
 
 void show_message_dialog(GtkWidget* parent, const char* primary, const char* secondary) {
-    relay_hub::run_error_box(parent, GTK_BUTTONS_OK, "Relay Hub",
-                             relay_hub::with_single_percents(primary != nullptr ? primary : ""), secondary);
+    relay_hub::run_error_box(parent, GTK_BUTTONS_OK,
+                             relay_hub::with_single_percents(primary != nullptr ? primary : ""),
+                             secondary != nullptr ? secondary : "");
 }

@@ -1,9 +1,10 @@
 #pragma once
-// Error boxes. Modal; they return once closed. Texts are shown as they are, never used as formats or markup.
+// Error boxes titled "Relay Hub". Modal; they return once closed, or at once when there is nothing to say.
+// Texts are shown as they are, never used as formats or markup, as far as two thirds of the screen hold them.
 // Window's thread.
 #include <gtk/gtk.h>
 
-// Error box titled "Relay Hub" with one OK button. In primary "%%" shows as "%". secondary may be null.
+// Error box with one OK button. In primary "%%" shows as "%". secondary may be null.
 void show_message_dialog(GtkWidget* parent, const char* primary, const char* secondary);
 
 namespace relay_hub {

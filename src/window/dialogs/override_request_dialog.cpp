@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "base/glib_owners.h"
-#include "base/shown_text.h"
 #include "base/translated_text.h"
 #include "window/closing.h"
 #include "window/dialogs/dialog_parts.h"
@@ -37,17 +36,18 @@ void set_folder_icon(GtkWidget* dialog) {
         gtk_window_set_icon(GTK_WINDOW(dialog), icon.get());
 }
 
-GtkWidget* question_row(const char* message) {
+GtkWidget* question_row(GtkWidget* dialog, const char* message) {
     GtkWidget* row = gtk_hbox_new(FALSE, kPadding);
     GtkWidget* image = gtk_image_new_from_stock(GTK_STOCK_DIALOG_WARNING, GTK_ICON_SIZE_DIALOG);
-    GtkWidget* label = gtk_label_new(relay_hub::shown_text(message).c_str());
-    gtk_label_set_line_wrap(GTK_LABEL(label), TRUE);
-    gtk_label_set_line_wrap_mode(GTK_LABEL(label), PANGO_WRAP_WORD_CHAR);
+    GtkWidget* label = gtk_label_new(nullptr);
+    relay_hub::set_fitting_text(GTK_LABEL(label), message,
+                                GTK_WIDGET(gtk_window_get_transient_for(GTK_WINDOW(dialog))));
     gtk_box_pack_start(GTK_BOX(row), image, FALSE, FALSE, kPadding);
     gtk_box_pack_start(GTK_BOX(row), label, TRUE, TRUE, kPadding);
     return row;
 }
 
+// The answer that changes nothing has the keyboard.
 GtkWidget* answer_row() {
     GtkWidget* row = gtk_hbox_new(FALSE, kPadding);
     for (const Answer& answer : kAnswers) {
@@ -59,6 +59,8 @@ GtkWidget* answer_row() {
                                     std::max(kAnswerHeight, natural.height));
         g_signal_connect(button, "clicked", G_CALLBACK(respond), const_cast<Answer*>(&answer));
         gtk_box_pack_start(GTK_BOX(row), button, FALSE, FALSE, kPadding);
+        if (answer.response == REQUEST_NO)
+            g_signal_connect(button, "map", G_CALLBACK(gtk_widget_grab_focus), nullptr);
     }
     return row;
 }
@@ -96,7 +98,7 @@ int show_override_request_dialog(GtkWidget* parent, GtkWidget** dialog_out, cons
     gtk_window_set_deletable(GTK_WINDOW(dialog), FALSE);
     gtk_window_set_resizable(GTK_WINDOW(dialog), FALSE);
     GtkBox* content = GTK_BOX(gtk_dialog_get_content_area(GTK_DIALOG(dialog)));
-    gtk_box_pack_start(content, question_row(message), TRUE, TRUE, kPadding);
+    gtk_box_pack_start(content, question_row(dialog, message), TRUE, TRUE, kPadding);
     gtk_box_pack_start(content, answer_row(), FALSE, FALSE, kPadding);
     gtk_widget_show_all(GTK_WIDGET(content));
     *dialog_out = dialog;

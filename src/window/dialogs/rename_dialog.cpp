@@ -85,9 +85,8 @@ struct DuplicateSearch {
 
 gboolean compare_row(GtkTreeModel* model, GtkTreePath*, GtkTreeIter* iter, gpointer data) {
     auto* search = static_cast<DuplicateSearch*>(data);
-    GtkTreeSelection* selection = gtk_tree_view_get_selection(GTK_TREE_VIEW(g_treeview));
     const std::string name = relay_hub::row_name(model, iter);
-    if (name == ".." || gtk_tree_selection_iter_is_selected(selection, iter))
+    if (name == ".." || name == old_name)
         return FALSE;
     search->found = name == search->name;
     return search->found;

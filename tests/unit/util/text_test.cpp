@@ -1,10 +1,48 @@
 // Paths, times, sizes, texts and the unicode-hex form.
 #include <gtest/gtest.h>
 
+#include "base/name_order.h"
+#include "base/shown_text.h"
 #include "base/translated_text.h"
 #include "util/path_time_text.h"
 
 namespace {
+
+using relay_hub::shown_line;
+using relay_hub::shown_message;
+using relay_hub::shown_text;
+
+TEST(Text, shows_foreign_bytes_with_nothing_that_misleads) {
+    const struct {
+        const char *bytes, *line, *message;
+    } cases[] = {
+        {"plain Grüße שלום", "plain Grüße שלום", "plain Grüße שלום"},
+        {"photo\u202Egpj.exe", "photo\\u202Egpj.exe", "photo\\u202Egpj.exe"},
+        {"\u2066a\u2069\u2028", "\\u2066a\\u2069\\u2028", "\\u2066a\\u2069\\u2028"},
+        {"a\nb\tc\x1b[2J\x7f\u0085", "a\\u000Ab\\u0009c\\u001B[2J\\u007F\\u0085",
+         "a\nb\tc\\u001B[2J\\u007F\\u0085"},
+        {"a\r\nb\rc", "a\\u000D\\u000Ab\\u000Dc", "a\nb\\u000Dc"},
+        {"a\xff\n", "a\uFFFD\\u000A", "a\uFFFD\n"},
+        {"", "", ""},
+    };
+    for (const auto& each : cases) {
+        EXPECT_EQ(shown_text(each.bytes), each.line);
+        EXPECT_EQ(shown_line(each.bytes, 100), each.line);
+        EXPECT_EQ(shown_message(each.bytes), each.message);
+    }
+    EXPECT_EQ(shown_line("Grüße", 5), "Grüße");
+    EXPECT_EQ(shown_line("Grüße", 4), "Grüß…");
+    EXPECT_EQ(shown_line(std::string(9 << 20, '\n'), 2), "\\u000A\\u000A…");
+    EXPECT_EQ(shown_message(std::string(500, '\n')), std::string(19, '\n') + "…");
+    EXPECT_EQ(shown_message(std::string(3000, 'x')), std::string(2000, 'x') + "…");
+}
+
+TEST(Text, sorts_names_of_either_case_together) {
+    const char* const names[] = {"alpha", "Beta", "beta 2", "beta 10", "Gamma"};
+    for (std::size_t at = 1; at < std::size(names); ++at)
+        EXPECT_LT(std::string(relay_hub::name_sort_key(names[at - 1]).get()),
+                  relay_hub::name_sort_key(names[at]).get());
+}
 
 TEST(Text, resolves_paths_onto_the_prefix) {
     const std::string long_name(5000, 'n');
