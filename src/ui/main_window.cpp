@@ -40,7 +40,6 @@ const Connection kListConnections[] = {
     {"drag-data-get", G_CALLBACK(on_treeview_1_drag_data_get)},
     {"button-press-event", G_CALLBACK(on_treeview_1_button_press_event)},
     {"button-release-event", G_CALLBACK(on_treeview_1_button_release_event)},
-    {"motion-notify-event", G_CALLBACK(relay_hub::on_list_motion)},
     {"drag-begin", G_CALLBACK(relay_hub::on_list_drag_begin)},
     {"drag-end", G_CALLBACK(relay_hub::on_list_drag_end)},
 };
@@ -103,9 +102,11 @@ GtkWidget* new_file_list(bool is_local) {
     GtkTreeSelection* selection = gtk_tree_view_get_selection(GTK_TREE_VIEW(tree_view));
     gtk_tree_selection_set_mode(selection, GTK_SELECTION_MULTIPLE);
     gtk_tree_selection_set_select_function(selection, treeview_selected_callback, nullptr, nullptr);
-    connect_all(tree_view, kListConnections);
-    // After our own handlers, which keep some presses from beginning a drag.
+    // Before the toolkit's own handlers of a drag, which this keeps from seeing some motions; all others
+    // after them, because a press that we handle may become a drag.
+    g_signal_connect(tree_view, "motion-notify-event", G_CALLBACK(relay_hub::on_list_motion), nullptr);
     allow_drags(tree_view, is_local);
+    connect_all(tree_view, kListConnections);
     g_signal_connect(store.get(), "row-changed", G_CALLBACK(on_treeview_1_row_changed), tree_view);
     return tree_view;
 }

@@ -34,12 +34,51 @@ void answer_box(std::string* texts) {
 
 TEST(MessageDialog, ShowsTextsAsTheyAre) {
     const char* const cases[][3] = {{"100%% of %s <b>", nullptr, "100% of %s <b>\n"},
+                                    {"", "reason", "reason\n"},
+                                    {"a\u202Eb", "1\n2", "a\\u202Eb\n1\n2\n"},
                                     {"a\xff", "%d & <i>", "a\xEF\xBF\xBD\n%d & <i>\n"}};
     for (const auto& [primary, secondary, expected] : cases) {
         std::string shown;
         const When answered([] { return a_box_is_over(nullptr); }, [&] { answer_box(&shown); });
         show_message_dialog(nullptr, primary, secondary);
         EXPECT_THAT(shown, testing::StartsWith(expected));
+    }
+}
+
+TEST(MessageDialog, ShowsNothingWithoutAText) {
+    const When shown([] { return a_box_is_over(nullptr); }, [] { ADD_FAILURE() << "a box"; });
+    show_message_dialog(nullptr, "", nullptr);
+    relay_hub::show_error_box(nullptr, GTK_BUTTONS_CLOSE, "", "");
+}
+
+TEST(Boxes, FitTheScreenWhateverTheySay) {
+    std::string lines;
+    for (int line = 0; line < 500; ++line)
+        lines += "line " + std::to_string(line) + "\n";
+    const std::string texts[] = {std::string(200, 'n') + " exists", std::string(3000, 'x'), lines,
+                                 std::string(3000, '\n'), std::string(1 << 20, 'W')};
+    GdkScreen* screen = gdk_screen_get_default();
+    for (const std::string& text : texts) {
+        const auto check = [&] {
+            GtkWidget* box = gtk_grab_get_current();
+            GtkRequisition size;
+            gtk_widget_size_request(box, &size);
+            EXPECT_LE(size.width, gdk_screen_get_width(screen) * 2 / 3);
+            EXPECT_LE(size.height, gdk_screen_get_height(screen) * 2 / 3) << text.substr(0, 20);
+            EXPECT_STREQ(gtk_window_get_title(GTK_WINDOW(box)),
+                         GTK_IS_MESSAGE_DIALOG(box) ? "Relay Hub" : "IDS_CONFIRMATION");
+            if (!GTK_IS_MESSAGE_DIALOG(box)) {
+                EXPECT_EQ(gtk_window_get_focus(GTK_WINDOW(box)), gui_test::find_button(box, "IDS_NO"));
+            }
+            gtk_dialog_response(GTK_DIALOG(box), GTK_RESPONSE_OK);
+        };
+        const auto open = [] { return gtk_grab_get_current() != nullptr; };
+        for (const char* secondary : {"", text.c_str()}) {
+            const When shown(open, check);
+            relay_hub::show_error_box(nullptr, GTK_BUTTONS_CLOSE, text.c_str(), secondary);
+        }
+        const When asked(open, check);
+        relay_hub::run_override_request(nullptr, text.c_str());
     }
 }
 

@@ -95,6 +95,32 @@ TEST_F(LocalListing, NamesThatAreNotUtf8KeepTheirBytes) {
     EXPECT_THAT(get_selected_to_glist(list_.view()), ElementsAre(names[0]));
 }
 
+TEST_F(LocalListing, ACellIsOneBoundedLineAndTheNameTakesFurtherRoom) {
+    const Texts names = {std::string(20000, '\n'), std::string(9 << 20, 'n'), "evil\u202Egpj.exe"};
+    const int columns[] = {kColumnName, kColumnSize, -1};
+    for (const std::string& name : names) {
+        const char* const texts[] = {name.c_str(), name.c_str()};
+        append_data(list_.view(), columns, texts);
+    }
+    for (const int column : {kColumnName, kColumnSize})
+        for (const std::string& shown : list_.texts(column)) {
+            EXPECT_LE(shown.size(), 500 * 6 + 3);
+            EXPECT_EQ(shown.find("\u202E") & shown.find('\n'), std::string::npos);
+        }
+    list_.select({0, 1, 2});
+    EXPECT_THAT(get_selected_to_glist(list_.view()), testing::UnorderedElementsAreArray(names));
+    gui_test::run_pending();
+    GdkRectangle cell;
+    GtkTreePath* first = gtk_tree_path_new_first();
+    GtkTreeViewColumn* name_column = gtk_tree_view_get_column(GTK_TREE_VIEW(list_.view()), 0);
+    gtk_tree_view_get_background_area(GTK_TREE_VIEW(list_.view()), first, name_column, &cell);
+    gtk_tree_path_free(first);
+    EXPECT_LT(cell.height, 50);
+    EXPECT_TRUE(gtk_tree_view_column_get_expand(name_column));
+    GtkWidget* title = gtk_tree_view_column_get_widget(name_column);
+    EXPECT_STREQ(gtk_label_get_text(GTK_LABEL(title)), "IDS_STR_LISTVIEW_NAME");
+}
+
 TEST_F(LocalListing, ALongListingTurnsTheMainLoopAndStopsWhenTold) {
     constexpr int kFarTooMany = 5000000;
     constexpr std::array<const char*, kColumnCount> kRow = {"gtk-file", "name"};

@@ -56,6 +56,48 @@ TEST_F(MainWindow, SelectsTheFolderThatWasLeft) {
     EXPECT_THAT(selected_names(local()), ElementsAre("folder"));
 }
 
+TEST_F(MainWindow, AClickLeavesOneOfSeveralSelectedRowsAndNoneBesideThem) {
+    const std::vector<std::string> both = {"one", "two"};
+    const struct {
+        const char* what;
+        guint button;
+        int row;  // 2 "one", 3 "two"
+        guint modifiers;
+        std::vector<std::string> pressed, released;
+    } cases[] = {{"on a selected row", 1, 2, 0, both, {"one"}},
+                 {"beside the rows", 1, -1, 0, {}, {}},
+                 {"beside the rows with Ctrl", 1, -1, GDK_CONTROL_MASK, both, both}};
+    for (const auto& test : cases) {
+        ASSERT_TRUE(relay_hub::select_rows_by_name(local().tree_view, both, "one"));
+        mouse(local(), GDK_BUTTON_PRESS, test.button, test.row, test.modifiers);
+        EXPECT_EQ(selected_names(local()), test.pressed) << test.what;
+        mouse(local(), GDK_BUTTON_RELEASE, test.button, test.row, test.modifiers);
+        EXPECT_EQ(selected_names(local()), test.released) << test.what;
+    }
+    for (const auto& [row, selected, renamed] :
+         {std::tuple(2, both, "one"), {3, both, "two"}, {1, both, "folder"}, {-1, {}, ""}}) {
+        ASSERT_TRUE(relay_hub::select_rows_by_name(local().tree_view, both, "one"));
+        mouse(local(), GDK_BUTTON_PRESS, 3, row);
+        EXPECT_EQ(selected_names(local()), selected) << row;
+        EXPECT_EQ(relay_hub::name_to_rename(local().tree_view), renamed);
+        if (const GList* menus = gtk_menu_get_for_attach_widget(local().tree_view))
+            gtk_menu_shell_cancel(GTK_MENU_SHELL(menus->data));
+    }
+}
+
+TEST_F(MainWindow, SearchesNamesAfterEveryFilling) {
+    for (int filling = 0; filling < 2; ++filling) {
+        EXPECT_EQ(gtk_tree_view_get_search_column(GTK_TREE_VIEW(local().tree_view)), kColumnName);
+        open_local(sandbox_.at("folder"));
+    }
+}
+
+TEST_F(MainWindow, TheKeypadsEnterOpensATypedPath) {
+    gtk_entry_set_text(GTK_ENTRY(local().path_entry), sandbox_.at("folder").c_str());
+    gui_test::press_key(local().path_entry, GDK_KEY_KP_Enter);
+    EXPECT_EQ(relay_hub::current_folder(&local()), sandbox_.at("folder"));
+}
+
 TEST_F(MainWindow, PastesByKeyOnlyWhatTheMenuWouldOffer) {
     g_copy_source = kCopiedLocally;
     g_p_tree_view = local().tree_view;

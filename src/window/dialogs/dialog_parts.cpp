@@ -67,6 +67,7 @@ void set_fitting_text(GtkLabel* label, const std::string& text, GtkWidget* paren
     int height = 0;
     room_for_texts(parent, &width, &height);
     std::string shown = shown_message(text);
+    gtk_widget_ensure_style(GTK_WIDGET(label));
     gtk_label_set_line_wrap(label, TRUE);
     gtk_label_set_line_wrap_mode(label, PANGO_WRAP_WORD_CHAR);
     gtk_label_set_text(label, shown.c_str());
