@@ -24,28 +24,28 @@ bool asks_for_many(const Text& path) {
     });
 }
 
+using Change = void (*)(CZEVXML& document, CZEVXML& other, const Text& path, const Text& value);
+constexpr std::pair<char, Change> kChanges[] = {
+    {'g', [](auto& d, auto&, auto& path, auto& value) { d.Generate(path, value, true); }},
+    {'a', [](auto& d, auto&, auto& path, auto& value) { d.GenerateAttribute(path, "name", value, true); }},
+    {'d', [](auto& d, auto&, auto& path, auto&) { d.Delete(path); }},
+    {'c', [](auto& d, auto&, auto& path, auto& value) { d.ChangePath(path, value); }},
+    {'r', [](auto& d, auto&, auto& path, auto& value) { d.RevisePath(path, value); }},
+    {'x', [](auto& d, auto&, auto& path, auto& value) { d.AppendChild(path, value); }},
+    {'s', [](auto& d, auto&, auto& path, auto& value) { d.AppendSibling(path, value); }},
+    {'m', [](auto& d, auto&, auto& path, auto& value) { d.MergeMRS(path, value); }},
+    {'e', [](auto& d, auto& other, auto& path, auto&) { d.ExtractMRS(path, other); }},
+    {'o', [](auto& d, auto&, auto&, auto& value) { d.CopyRootAttr(value); }},
+    {'f', [](auto& d, auto&, auto&, auto&) { d.ReFormat(); }},
+    {'n', [](auto& d, auto&, auto&, auto&) { d.AddNew(); }},
+    {'u', [](auto& d, auto&, auto&, auto&) { d.Update(); }},
+    {'+', [](auto& d, auto&, auto&, auto&) { d.MoveNext(); }},
+    {'-', [](auto& d, auto&, auto&, auto&) { d.MovePrev(); }},
+    {'$', [](auto& d, auto&, auto&, auto&) { d.MoveLast(); }},
+};
+
 void change(CZEVXML& document, char operation, const Text& path, const Text& value) {
     CZEVXML other;
-    using Change = void (*)(CZEVXML&, CZEVXML & other, const Text& path, const Text& value);
-    static constexpr std::pair<char, Change> kChanges[] = {
-        {'g', [](auto& d, auto&, auto& path, auto& value) { d.Generate(path, value, true); }},
-        {'a',
-         [](auto& d, auto&, auto& path, auto& value) { d.GenerateAttribute(path, "name", value, true); }},
-        {'d', [](auto& d, auto&, auto& path, auto&) { d.Delete(path); }},
-        {'c', [](auto& d, auto&, auto& path, auto& value) { d.ChangePath(path, value); }},
-        {'r', [](auto& d, auto&, auto& path, auto& value) { d.RevisePath(path, value); }},
-        {'x', [](auto& d, auto&, auto& path, auto& value) { d.AppendChild(path, value); }},
-        {'s', [](auto& d, auto&, auto& path, auto& value) { d.AppendSibling(path, value); }},
-        {'m', [](auto& d, auto&, auto& path, auto& value) { d.MergeMRS(path, value); }},
-        {'e', [](auto& d, auto& other, auto& path, auto&) { d.ExtractMRS(path, other); }},
-        {'o', [](auto& d, auto&, auto&, auto& value) { d.CopyRootAttr(value); }},
-        {'f', [](auto& d, auto&, auto&, auto&) { d.ReFormat(); }},
-        {'n', [](auto& d, auto&, auto&, auto&) { d.AddNew(); }},
-        {'u', [](auto& d, auto&, auto&, auto&) { d.Update(); }},
-        {'+', [](auto& d, auto&, auto&, auto&) { d.MoveNext(); }},
-        {'-', [](auto& d, auto&, auto&, auto&) { d.MovePrev(); }},
-        {'$', [](auto& d, auto&, auto&, auto&) { d.MoveLast(); }},
-    };
     for (const auto& [letter, make] : kChanges)
         if (letter == operation && !asks_for_many(path) && !asks_for_many(value))
             make(document, other, path, value);
