@@ -7,17 +7,21 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <clocale>
 #include <csignal>
 #include <cstdio>
+#include <functional>
 
 #include "base/diagnostics.h"
 #include "base/instance_lock.h"
 #include "base/worker.h"
+#include "engine/connected_computer.h"
 #include "engine/engine_server.h"
 #include "engine/folder/folder_file_system.h"
 #include "engine/front_end_link.h"
+#include "engine/link_status.h"
 #include "engine/offline_notifier.h"
 #include "engine/options.h"
 
@@ -61,11 +65,18 @@ void raise_file_limit() {
     (void)setrlimit(RLIMIT_NOFILE, &limit);
 }
 
+// What the end of the engine and of the link has to do with.
+struct Control {
+    StopToken stop;
+    LinkState state;
+    FrontEndLink front_end{kNotifyBase, stop, state};
+    OfflineNotifier notifier{[this] { return front_end.tell_remote_is_offline(); }};
+};
+
 // Returns when a signal or the server's end asks the engine to end.
-void serve_signals(int signals, const StopToken& stop, LinkState& state, FrontEndLink& front_end,
-                   OfflineNotifier& notifier) {
+void serve_signals(int signals, Control& control) {
     while (true) {
-        std::array<pollfd, 2> items{{{signals, POLLIN, 0}, {stop.descriptor(), POLLIN, 0}}};
+        std::array<pollfd, 2> items{{{signals, POLLIN, 0}, {control.stop.descriptor(), POLLIN, 0}}};
         if (poll(items.data(), items.size(), -1) < 0 && errno != EINTR)
             return;
         if (items[1].revents != 0)
@@ -75,54 +86,93 @@ void serve_signals(int signals, const StopToken& stop, LinkState& state, FrontEn
             continue;
         const int number = static_cast<int>(info.ssi_signo);
         if (number == SIGUSR1 || number == SIGUSR2) {
-            state.remote_online = number == SIGUSR2;
-            notifier.set_offline(number == SIGUSR1);
+            control.state.remote_online = number == SIGUSR2;
+            control.notifier.set_offline(number == SIGUSR1);
         } else if (number == SIGRTMIN) {
             // Not in the help: lets a test see how the front end takes a request from the remote side.
             std::printf("remote request %s\n",
-                        front_end.ask_to_handle_remote_request() ? "taken" : "refused");
+                        control.front_end.ask_to_handle_remote_request() ? "taken" : "refused");
         } else {
             return;
         }
     }
 }
 
-int serve(const Options& options) {
-    const FileDescriptor signals = take_signals();
-    raise_file_limit();
-    const auto remote = FolderFileSystem::open(options.folder, Reach::kBeneath, options.style);
-    if (!remote)
-        return complain(kWrongUsage, "--serve " + options.folder + ": " + error_text(errno));
-    const auto local = FolderFileSystem::open("/", Reach::kWholeMachine, Style::kPosix);
-    if (!local || !signals)
-        return complain(kCannotServe, error_text(errno));
-    std::string why;
-    const InstanceLock lock(kEngineLock);
+bool take_lock(const InstanceLock& lock) {
     if (lock.result() == InstanceLock::Result::held_by_another)
-        return complain(kCannotServe,
-                        "another engine of this user is running (it holds " + lock.path() + ")");
+        (void)complain(kCannotServe, "another engine of this user is running (it holds " + lock.path() + ")");
     if (lock.result() == InstanceLock::Result::failed)
-        return complain(kCannotServe, lock.path() + ": " + error_text(lock.error()));
+        (void)complain(kCannotServe, lock.path() + ": " + error_text(lock.error()));
+    return lock.result() == InstanceLock::Result::taken;
+}
 
-    StopToken stop;
-    LinkState state;
-    FrontEndLink front_end(kNotifyBase, stop, state);
-    RequestHandlers handlers(*remote, *local, front_end, state);
-    EngineServer server({kCommandBase, options.delay, options.chunk, options.quiet}, handlers, front_end,
-                        stop);
+// Serves the tree until a signal or stop ends that. start_link is called once requests can come.
+int serve_tree(const Options& options, int signals, Control& control, RemoteFileSystem& remote,
+               const std::function<int()>& start_link) {
+    const auto local = FolderFileSystem::open("/", Reach::kWholeMachine, Style::kPosix);
+    if (!local)
+        return complain(kCannotServe, error_text(errno));
+    RequestHandlers handlers(remote, *local, control.front_end, control.state);
+    EngineServer server({kCommandBase, options.delay, options.chunk, options.quiet}, handlers,
+                        control.front_end, control.stop);
+    std::string why;
     if (!server.create_pipes(why))
         return complain(kCannotServe, why);
     bool served = false;
     Worker serving;
-    if (const int error = serving.start("the service", [&] { served = server.run(); }))
-        return complain(kCannotServe, error_text(error));
-    {
-        OfflineNotifier notifier([&front_end] { return front_end.tell_remote_is_offline(); });
-        serve_signals(signals.get(), stop, state, front_end, notifier);
-        server.stop();
-    }
+    int error = serving.start("the service", [&] { served = server.run(); });
+    if (error == 0)
+        error = start_link();
+    if (error == 0)
+        serve_signals(signals, control);
+    remote.interrupt();
+    local->interrupt();
+    server.stop();
     serving.join();
-    return served ? 0 : kCannotServe;
+    return error != 0 ? complain(kCannotServe, error_text(error)) : served ? 0 : kCannotServe;
+}
+
+int serve_folder(const Options& options, int signals, Control& control, const LinkStatus& status) {
+    const Style style = options.style.value_or(Style::kWindows);
+    const auto remote = FolderFileSystem::open(options.folder, Reach::kBeneath, style);
+    if (!remote) {
+        const std::string why = "--serve " + options.folder + ": " + error_text(errno);
+        status.failed("other", why);
+        return complain(kWrongUsage, why);
+    }
+    return serve_tree(options, signals, control, *remote, [&] {
+        status.connected(style, "", wire_path(style, ""));
+        return 0;
+    });
+}
+
+int serve_computer(const Options& options, int signals, Control& control, const LinkStatus& status) {
+    std::atomic<bool> gave_up{false};
+    ConnectedComputer computer(
+        *options.computer, options.style,
+        {control.state, status, [&](bool offline) { control.notifier.set_offline(offline); },
+         [&] {
+             gave_up = true;
+             control.stop.stop();
+         }});
+    const int result =
+        serve_tree(options, signals, control, computer.files(), [&] { return computer.start(); });
+    computer.stop();
+    return gave_up ? kCannotServe : result;
+}
+
+int serve(const Options& options) {
+    const FileDescriptor signals = take_signals();
+    raise_file_limit();
+    if (!signals)
+        return complain(kCannotServe, error_text(errno));
+    const InstanceLock lock(kEngineLock);
+    if (!take_lock(lock))
+        return kCannotServe;
+    const LinkStatus status{FileDescriptor(options.status_descriptor)};
+    Control control;
+    return options.computer ? serve_computer(options, signals.get(), control, status)
+                            : serve_folder(options, signals.get(), control, status);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <array>
 #include <charconv>
 #include <cstdint>
+#include <limits>
 
 namespace relay_hub::engine {
 namespace {
@@ -25,6 +26,19 @@ bool set_style(Options& options, const std::string& value) {
     return value == "posix" || value == "windows";
 }
 
+bool set_computer(Options& options, const std::string& value) {
+    std::string wrong;
+    options.computer = sftp::parse_ssh_address(value, wrong);
+    return options.computer.has_value();
+}
+
+bool set_status_descriptor(Options& options, const std::string& value) {
+    std::uint64_t number = 0;
+    const bool good = read_number(value, std::numeric_limits<int>::max(), number);
+    options.status_descriptor = static_cast<int>(number);
+    return good;
+}
+
 bool set_delay(Options& options, const std::string& value) {
     std::uint64_t number = 0;
     const bool good = read_number(value, kLongestDelay, number);
@@ -45,8 +59,10 @@ struct ValueOption {
     bool (*set)(Options& options, const std::string& value);
 };
 
-constexpr std::array<ValueOption, 4> kValueOptions{{
+constexpr std::array<ValueOption, 6> kValueOptions{{
     {"--serve", "a folder", set_folder},
+    {"--connect", "a computer as [user@]host[:port][/folder]", set_computer},
+    {"--status-fd", "the number of an open descriptor", set_status_descriptor},
     {"--style", "posix or windows", set_style},
     {"--delay", "milliseconds from 0 to 600000", set_delay},
     {"--chunk", "a number of bytes from 1 on", set_chunk},
@@ -103,8 +119,8 @@ std::optional<Options> parse_options(const std::vector<std::string>& arguments, 
             return std::nullopt;
         }
     }
-    if (options.folder.empty() && !options.help && !options.version) {
-        wrong = "--serve DIR is missing";
+    if (options.folder.empty() != options.computer.has_value() && !options.help && !options.version) {
+        wrong = "one of --serve DIR and --connect HOST is needed";
         return std::nullopt;
     }
     return options;
@@ -112,23 +128,29 @@ std::optional<Options> parse_options(const std::vector<std::string>& arguments, 
 
 std::string help_text() {
     return "Usage: relay-hub-engine --serve DIR [option...]\n"
-           "Serves a folder of this machine to Relay Hub as the remote computer.\n"
+           "       relay-hub-engine --connect [user@]host[:port][/folder] [option...]\n"
+           "Serves a folder of this machine, or another computer over SSH, to Relay Hub as the remote "
+           "computer.\n"
            "\n"
            "  --serve DIR      the folder; no request leaves it\n"
-           "  --style STYLE    how its paths are written: windows (\"C:\\...\", the default) or posix "
-           "(\"/...\")\n"
+           "  --connect HOST   the computer, reached by ssh and its SFTP server; an IPv6 address stands in\n"
+           "                   brackets, and ssh:// and sftp:// addresses are taken too\n"
+           "  --status-fd N    tell how the connection fares, a line an event, on this descriptor\n"
+           "  --style STYLE    how its paths are written: windows (\"C:\\...\", the default for a folder) "
+           "or\n"
+           "                   posix (\"/...\"); another computer's are found out\n"
            "  --delay MS       wait this long before each list is answered\n"
            "  --chunk BYTES    write answers in separate pieces of this size\n"
            "  --quiet          do not print the requests\n"
            "  --help           print this text and exit\n"
            "  --version        print the version and exit\n"
            "\n"
-           "Signals, for playing trouble with the link:\n"
+           "Signals, for playing trouble with the link to a folder:\n"
            "  SIGUSR1          the remote computer goes offline\n"
            "  SIGUSR2          it is back online\n"
            "  SIGTERM, SIGINT  end the engine\n"
            "\n"
-           "Exit status: 0 ended as asked, 1 could not serve, 2 wrong command line.\n";
+           "Exit status: 0 ended as asked, 1 could not serve or connect, 2 wrong command line.\n";
 }
 
 std::string version_text() {

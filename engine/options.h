@@ -1,17 +1,20 @@
 #pragma once
 // The engine's command line.
+#include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include <chrono>
 #include "engine/names.h"
+#include "engine/sftp/ssh_address.h"
 
 namespace relay_hub::engine {
 
 struct Options {
-    std::string folder;
-    Style style = Style::kWindows;
+    std::string folder;                        // of this machine; empty: another computer is served
+    std::optional<sftp::SshAddress> computer;  // exactly one of the two is there
+    std::optional<Style> style;
+    int status_descriptor = -1;
     std::chrono::milliseconds delay{0};
     std::size_t chunk = 0;
     bool quiet = false;

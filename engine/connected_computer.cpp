@@ -1,0 +1,72 @@
+#include "engine/connected_computer.h"
+
+#include <cstdio>
+#include <utility>
+
+#include "engine/sftp/remote_entry.h"
+#include "engine/wire_text.h"
+
+namespace relay_hub::engine {
+namespace {
+
+// What may change by itself, as when the other computer is still being switched on.
+bool may_pass(sftp::FailureKind kind) {
+    return kind == sftp::FailureKind::kUnknownHost || kind == sftp::FailureKind::kRefused ||
+           kind == sftp::FailureKind::kTimedOut;
+}
+
+}  // namespace
+
+ConnectedComputer::ConnectedComputer(const sftp::SshAddress& address, std::optional<Style> style, News news)
+    : news_(std::move(news)),
+      keeper_(address, *this, interruption_),
+      files_([this] { return keeper_.session(); }, interruption_, style) {}
+
+int ConnectedComputer::start() {
+    news_.state.remote_online = false;
+    return keeper_.start();
+}
+
+void ConnectedComputer::say(const std::string& what) const {
+    std::fprintf(stderr, "relay-hub-engine: %s\n", presentable(what, 4000).c_str());
+}
+
+void ConnectedComputer::connecting() {
+    news_.status.connecting();
+}
+
+void ConnectedComputer::ssh_said(const std::string& line) {
+    news_.status.ssh_said(line);
+}
+
+void ConnectedComputer::connected(const sftp::ServerFacts& facts, const std::string& folder) {
+    was_connected_ = true;
+    last_failure_.clear();
+    files_.set_first_folder(folder);
+    const Style style = files_.style();
+    const std::string begin = sftp::inner_of(folder.empty() ? facts.home : folder);
+    say("connected to " + keeper_.address().shown());
+    news_.status.connected(style, keeper_.address().shown(), wire_path(style, begin));
+    news_.state.remote_online = true;
+    news_.set_offline(false);
+}
+
+bool ConnectedComputer::failed(const sftp::LinkFailure& failure) {
+    if (failure.text != last_failure_)
+        say("cannot connect to " + keeper_.address().shown() + ": " + failure.text);
+    last_failure_ = failure.text;
+    news_.status.failed(sftp::kind_word(failure.kind), failure.text);
+    if (was_connected_ || (may_pass(failure.kind) && !news_.status.has_reader()))
+        return true;
+    news_.give_up();
+    return false;
+}
+
+void ConnectedComputer::lost(const std::string& text) {
+    news_.state.remote_online = false;
+    say("the link to " + keeper_.address().shown() + " is lost: " + text);
+    news_.status.lost(text);
+    news_.set_offline(true);
+}
+
+}  // namespace relay_hub::engine

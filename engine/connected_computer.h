@@ -1,0 +1,49 @@
+#pragma once
+// Another computer as the engine's remote one: its tree of files, the link to it, and who is told how that
+// fares.
+#include <atomic>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "engine/link_state.h"
+#include "engine/link_status.h"
+#include "engine/sftp/link_keeper.h"
+#include "engine/sftp/sftp_file_system.h"
+
+namespace relay_hub::engine {
+
+class ConnectedComputer : private sftp::LinkObserver {
+  public:
+    struct News {
+        LinkState& state;
+        const LinkStatus& status;
+        std::function<void(bool offline)> set_offline;  // called when that changes
+        std::function<void()> give_up;                  // there will be no link
+    };
+    // Everything in news outlives it, and is called on a thread of the link's.
+    ConnectedComputer(const sftp::SshAddress& address, std::optional<Style> style, News news);
+
+    // Begins to connect; until there is a link the computer is offline. 0 or errno.
+    int start();
+    // Ends the link. The tree stays, without a link.
+    void stop() { keeper_.stop(); }
+    [[nodiscard]] RemoteFileSystem& files() { return files_; }
+
+  private:
+    void connecting() override;
+    void ssh_said(const std::string& line) override;
+    void connected(const sftp::ServerFacts& facts, const std::string& folder) override;
+    bool failed(const sftp::LinkFailure& failure) override;
+    void lost(const std::string& text) override;
+    void say(const std::string& what) const;
+
+    const News news_;
+    bool was_connected_ = false;  // the link's thread alone
+    std::string last_failure_;    // the link's thread alone: what needs no second telling
+    sftp::Interruption interruption_;
+    sftp::LinkKeeper keeper_;
+    sftp::SftpFileSystem files_;
+};
+
+}  // namespace relay_hub::engine

@@ -1,0 +1,374 @@
+#include "engine/sftp/channel.h"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "base/diagnostics.h"
+
+namespace relay_hub::engine::sftp {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+constexpr milliseconds kBeat{100};
+constexpr std::size_t kIncomingSize = 2 * (kLongestPacket + kLengthSize);
+// From this many bytes on requests are not kept back for more.
+constexpr std::size_t kFlushSize = 64UL * 1024;
+constexpr std::size_t kDataHead = 4;
+// A disk may need long for all that is on its way to it.
+constexpr int kSlowFactor = 6;
+// A status that explains itself at length, beside the answer that was asked for.
+constexpr std::size_t kLongestStatus = 64UL * 1024;
+
+std::size_t longest_answer(const Channel::Ask& ask) {
+    switch (ask.expected) {
+        case PacketType::kData:
+            return ask.most_data + kDataHead;
+        case PacketType::kHandle:
+            return kLongestHandle + kDataHead;
+        case PacketType::kName:
+            return kLongestPacket;
+        default:
+            return kLongestStatus;
+    }
+}
+
+}  // namespace
+
+struct PendingReply::Request {
+    Channel* channel = nullptr;
+    Channel::Ask ask;
+    bool dropped = false;  // nobody waits for it; guarded by the channel's mutex
+    std::atomic<bool> done{false};
+    Answer answer;  // once done
+};
+
+PendingReply& PendingReply::operator=(PendingReply&& other) noexcept {
+    if (this != &other) {
+        drop();
+        request_ = std::move(other.request_);
+    }
+    return *this;
+}
+
+bool PendingReply::arrived() const {
+    return request_ && request_->done;
+}
+
+void PendingReply::drop() {
+    const auto request = std::exchange(request_, nullptr);
+    if (!request || request->ask.expected != PacketType::kHandle)
+        return;
+    Channel& channel = *request->channel;
+    {
+        const std::lock_guard lock(channel.mutex_);
+        request->dropped = true;
+        if (request->done && request->answer.type == PacketType::kHandle)
+            channel.close_handle(request->answer.fields);
+    }
+    channel.flush();
+}
+
+Channel::Channel(FileDescriptor to_server, FileDescriptor from_server,
+                 std::function<std::string()> last_words)
+    : to_server_(std::move(to_server)),
+      from_server_(std::move(from_server)),
+      state_events_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
+      thread_events_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
+      last_words_(std::move(last_words)),
+      last_sign_(steady_clock::now()),
+      incoming_(kIncomingSize) {
+    append_number(outgoing_, sizeof(std::uint32_t) + 1);
+    outgoing_ += static_cast<char>(PacketType::kInit);
+    append_number(outgoing_, kProtocolVersion);
+    if (const int error = worker_.start("the answers of the other computer", [this] { run(); }); error != 0)
+        lose(error_text(error));
+}
+
+Channel::~Channel() {
+    end("the connection was closed");
+    worker_.join();
+}
+
+Channel::State Channel::state() const {
+    const std::lock_guard lock(mutex_);
+    return state_;
+}
+
+std::vector<Extension> Channel::extensions() const {
+    const std::lock_guard lock(mutex_);
+    return extensions_;
+}
+
+std::string Channel::reason() const {
+    const std::lock_guard lock(mutex_);
+    return reason_;
+}
+
+PendingReply Channel::send(const Ask& ask, const Fields& fields) {
+    const std::lock_guard lock(mutex_);
+    PendingReply reply;
+    reply.request_ = append_request(ask, fields.bytes(), nullptr);
+    return reply;
+}
+
+PendingReply Channel::send(const Ask& ask, const Fields& fields, std::string_view data) {
+    const std::lock_guard lock(mutex_);
+    PendingReply reply;
+    reply.request_ = append_request(ask, fields.bytes(), &data);
+    return reply;
+}
+
+Channel::RequestPtr Channel::append_request(const Ask& ask, std::string_view fields,
+                                            const std::string_view* data) {
+    auto request = std::make_shared<PendingReply::Request>();
+    request->channel = this;
+    request->ask = ask;
+    if (state_ == State::kLost)
+        return request;
+    const std::uint32_t number = next_number_++;
+    const std::size_t data_size = data != nullptr ? kDataHead + data->size() : 0;
+    append_number(outgoing_, static_cast<std::uint32_t>(kAnswerHead + fields.size() + data_size));
+    outgoing_ += static_cast<char>(ask.type);
+    append_number(outgoing_, number);
+    outgoing_ += fields;
+    if (data != nullptr) {
+        append_number(outgoing_, static_cast<std::uint32_t>(data->size()));
+        outgoing_ += *data;
+    }
+    if (in_flight_.empty())
+        last_sign_ = steady_clock::now();
+    in_flight_.emplace(number, request);
+    slow_in_flight_ += ask.slow ? 1 : 0;
+    if (outgoing_.size() - outgoing_start_ >= kFlushSize)
+        write_some();
+    return request;
+}
+
+void Channel::flush() {
+    const std::lock_guard lock(mutex_);
+    write_some();
+}
+
+void Channel::write_some() {
+    while (state_ != State::kLost && outgoing_start_ < outgoing_.size()) {
+        const ssize_t count =
+            ::write(to_server_.get(), outgoing_.data() + outgoing_start_, outgoing_.size() - outgoing_start_);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            break;
+        outgoing_start_ += static_cast<std::size_t>(count);
+    }
+    // The thread sends the rest as the pipe takes it, and sees what is wrong with the pipe at its other end.
+    if (outgoing_start_ < outgoing_.size())
+        (void)eventfd_write(thread_events_.get(), 1);
+    if (outgoing_start_ * 2 >= outgoing_.size()) {
+        outgoing_.erase(0, outgoing_start_);
+        outgoing_start_ = 0;
+    }
+}
+
+Error Channel::wait(PendingReply& reply, Interruption* interruption, Answer& answer) {
+    const auto request = reply.request_;
+    std::unique_lock lock(mutex_);
+    if (!request->done)
+        write_some();
+    while (!request->done && state_ != State::kLost) {
+        if (interruption != nullptr && interruption->raised)
+            return ECANCELED;
+        const auto now = steady_clock::now();
+        if (interruption != nullptr && interruption->goes_on && now - interruption->last_asked >= kBeat) {
+            lock.unlock();
+            const bool goes_on = interruption->goes_on();
+            interruption->last_asked = steady_clock::now();
+            if (!goes_on)
+                return ECANCELED;
+            lock.lock();
+            continue;
+        }
+        arrived_.wait_for(lock, kBeat);
+    }
+    if (!request->done)
+        return {ENOTCONN, reason_};
+    answer = std::move(request->answer);
+    reply.request_.reset();
+    return {};
+}
+
+void Channel::wake_waiting() {
+    // Nobody is between its look at the interruption and its wait.
+    { const std::lock_guard lock(mutex_); }
+    arrived_.notify_all();
+}
+
+void Channel::drain(milliseconds limit) {
+    std::unique_lock lock(mutex_);
+    write_some();
+    arrived_.wait_for(lock, limit, [this] { return in_flight_.empty() || state_ == State::kLost; });
+}
+
+void Channel::end(const std::string& reason) {
+    lose(reason);
+    (void)eventfd_write(thread_events_.get(), 1);
+}
+
+void Channel::lose(const std::string& reason) {
+    {
+        const std::lock_guard lock(mutex_);
+        if (state_ == State::kLost)
+            return;
+        state_ = State::kLost;
+        reason_ = reason;
+        in_flight_.clear();
+    }
+    arrived_.notify_all();
+    (void)eventfd_write(state_events_.get(), 1);
+}
+
+void Channel::run() {
+    while (serve_pipes()) {
+    }
+}
+
+milliseconds Channel::silence_limit() const {
+    return silence_limit_.load() * (slow_in_flight_ > 0 ? kSlowFactor : 1);
+}
+
+int Channel::poll_limit() const {
+    if (state_ != State::kOpen || in_flight_.empty())
+        return -1;
+    const auto left = last_sign_ + silence_limit() - steady_clock::now();
+    return static_cast<int>(std::max(std::chrono::ceil<milliseconds>(left), milliseconds(0)).count());
+}
+
+bool Channel::serve_pipes() {
+    enum { kFrom, kEvents, kTo };
+    std::array<pollfd, 3> items{
+        {{from_server_.get(), POLLIN, 0}, {thread_events_.get(), POLLIN, 0}, {-1, POLLOUT, 0}}};
+    int limit = 0;
+    {
+        const std::lock_guard lock(mutex_);
+        if (state_ == State::kLost)
+            return false;
+        if (outgoing_start_ < outgoing_.size())
+            items[kTo].fd = to_server_.get();
+        limit = poll_limit();
+    }
+    const int ready = poll(items.data(), items.size(), limit);
+    if (items[kEvents].revents != 0) {
+        eventfd_t ignored = 0;
+        (void)eventfd_read(thread_events_.get(), &ignored);
+    }
+    if (items[kFrom].revents != 0)
+        return read_some();
+    if (items[kTo].revents != 0)
+        flush();
+    if (ready != 0 || limit != 0)
+        return true;
+    lose("the other computer has not answered for " +
+         std::to_string(std::chrono::duration_cast<std::chrono::seconds>(silence_limit()).count()) +
+         " seconds");
+    return false;
+}
+
+bool Channel::read_some() {
+    const ssize_t count =
+        ::read(from_server_.get(), incoming_.data() + incoming_end_, incoming_.size() - incoming_end_);
+    if (count < 0 && (errno == EINTR || errno == EAGAIN))
+        return true;
+    if (count <= 0) {
+        const std::string words = last_words_ ? last_words_() : std::string();
+        lose("the connection was closed" + (words.empty() ? "" : ": " + words));
+        return false;
+    }
+    incoming_end_ += static_cast<std::size_t>(count);
+    std::string wrong;
+    {
+        const std::lock_guard lock(mutex_);
+        last_sign_ = steady_clock::now();
+        const State before = state_;
+        wrong = take_packets();
+        write_some();
+        if (state_ != before)
+            (void)eventfd_write(state_events_.get(), 1);
+    }
+    arrived_.notify_all();
+    if (wrong.empty())
+        return true;
+    lose(wrong);
+    return false;
+}
+
+std::string Channel::take_packets() {
+    std::string wrong;
+    while (wrong.empty() && incoming_end_ - incoming_start_ >= kLengthSize) {
+        const std::size_t size = number_at(incoming_.data() + incoming_start_);
+        if (size == 0 || size > kLongestPacket) {
+            return state_ == State::kGreeting
+                       ? "the other computer does not answer as an SFTP server"
+                       : "the other computer sent a packet of " + std::to_string(size) + " bytes";
+        }
+        if (incoming_end_ - incoming_start_ < kLengthSize + size)
+            break;
+        wrong = take_packet({incoming_.data() + incoming_start_ + kLengthSize, size});
+        incoming_start_ += kLengthSize + size;
+    }
+    // A packet that is not complete has room for its rest behind it.
+    if (incoming_start_ == incoming_end_ || incoming_start_ > incoming_.size() / 2) {
+        std::memmove(incoming_.data(), incoming_.data() + incoming_start_, incoming_end_ - incoming_start_);
+        incoming_end_ -= incoming_start_;
+        incoming_start_ = 0;
+    }
+    return wrong;
+}
+
+std::string Channel::take_packet(std::string_view packet) {
+    const auto type = static_cast<PacketType>(packet.front());
+    packet.remove_prefix(1);
+    if (state_ != State::kGreeting)
+        return take_answer(type, packet);
+    auto extensions = read_version(packet);
+    if (type != PacketType::kVersion || !extensions)
+        return "the other computer does not speak version 3 of SFTP";
+    extensions_ = std::move(*extensions);
+    state_ = State::kOpen;
+    return {};
+}
+
+std::string Channel::take_answer(PacketType type, std::string_view packet) {
+    if (packet.size() < sizeof(std::uint32_t))
+        return "the other computer sent an answer that is cut short";
+    const std::uint32_t number = number_at(packet.data());
+    packet.remove_prefix(sizeof number);
+    const auto found = in_flight_.find(number);
+    if (found == in_flight_.end())
+        return "the other computer answered a request that was not made, or answered twice";
+    const RequestPtr request = std::move(found->second);
+    in_flight_.erase(found);
+    slow_in_flight_ -= request->ask.slow ? 1 : 0;
+    if (type != request->ask.expected && type != PacketType::kStatus)
+        return "the other computer sent an answer of a kind that was not asked for";
+    if (packet.size() > (type == PacketType::kStatus ? kLongestStatus : longest_answer(request->ask)))
+        return "the other computer sent an answer longer than was asked for";
+    request->answer = {type, std::string(packet)};
+    request->done = true;
+    if (request->dropped && type == PacketType::kHandle)
+        close_handle(request->answer.fields);
+    return {};
+}
+
+void Channel::close_handle(const std::string& fields) {
+    if (read_handle(fields))
+        (void)append_request({PacketType::kClose}, fields, nullptr);
+}
+
+}  // namespace relay_hub::engine::sftp

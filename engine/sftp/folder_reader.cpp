@@ -1,0 +1,49 @@
+#include "engine/sftp/folder_reader.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <deque>
+#include <utility>
+
+namespace relay_hub::engine::sftp {
+namespace {
+
+constexpr std::size_t kMostInFlight = 32;
+constexpr std::size_t kMostNames = 1000000;
+constexpr std::size_t kMostNameBytes = 128UL * 1024 * 1024;
+
+}  // namespace
+
+Error read_folder(Session& session, const std::string& path, const std::function<void(NamedEntry)>& take) {
+    PendingReply opening = session.send_open_folder(path);
+    std::string handle;
+    if (Error error = session.take_handle(opening, handle); error)
+        return error;
+    std::deque<PendingReply> replies;
+    // A small folder ends with the second answer; a large one is worth more and more requests.
+    std::size_t wanted = 2;
+    std::size_t names = 0;
+    std::size_t bytes = 0;
+    Error error;
+    while (!error) {
+        while (replies.size() < wanted)
+            replies.push_back(session.send_read_folder(handle));
+        std::vector<NamedEntry> answer;
+        error = session.take_names(replies.front(), answer);
+        replies.pop_front();
+        wanted = std::min(2 * wanted, kMostInFlight);
+        // An answer without names must not be asked for for ever.
+        names += answer.empty() ? 1 : answer.size();
+        for (NamedEntry& entry : answer) {
+            bytes += entry.name.size();
+            take(std::move(entry));
+        }
+        if (!error && (names > kMostNames || bytes > kMostNameBytes))
+            error = {EOVERFLOW, "the folder holds more names than can be read"};
+    }
+    (void)session.send_close(handle);
+    session.channel().flush();
+    return error.number == ENODATA ? Error() : error;
+}
+
+}  // namespace relay_hub::engine::sftp

@@ -1,0 +1,152 @@
+#include "engine/sftp/link_keeper.h"
+
+#include <sys/eventfd.h>
+
+#include <array>
+#include <utility>
+
+#include "base/wait.h"
+
+namespace relay_hub::engine::sftp {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+constexpr seconds kFirstLimit{15};
+// A link that comes back is to be seen within five seconds, an attempt that lost its first packets included.
+constexpr seconds kReconnectLimit{4};
+constexpr milliseconds kPause{1000};
+constexpr milliseconds kLastWishes{500};
+
+}  // namespace
+
+LinkKeeper::LinkKeeper(SshAddress address, LinkObserver& observer, Interruption& interruption)
+    : address_(std::move(address)), observer_(observer), interruption_(interruption) {}
+
+int LinkKeeper::start() {
+    return worker_.start("the link to the other computer", [this] { run(); });
+}
+
+void LinkKeeper::stop() {
+    worker_.stop();
+    worker_.join();
+}
+
+std::shared_ptr<Session> LinkKeeper::session() const {
+    const std::lock_guard lock(mutex_);
+    return session_;
+}
+
+void LinkKeeper::run() {
+    const StopToken& stop = *current_stop_token();
+    SshStart start{address_, true, kFirstLimit};
+    bool was_connected = false;
+    bool asked_since = false;
+    while (!stop.stopped()) {
+        observer_.connecting();
+        Link link;
+        LinkFailure failure;
+        if (connect(start, link, failure)) {
+            serve(link);
+            was_connected = true;
+            asked_since = false;
+            // Nobody is asked again where a key is enough.
+            start = {address_, false, kReconnectLimit};
+        } else {
+            if (!observer_.failed(failure) || stop.stopped())
+                return;
+            // Where it is not, the user is asked once, and then left alone.
+            const bool needs_user =
+                failure.kind == FailureKind::kDenied || failure.kind == FailureKind::kHostKeyUnknown;
+            start.may_ask = !was_connected || (needs_user && !asked_since);
+            asked_since = asked_since || start.may_ask;
+        }
+        (void)interruptible_sleep(kPause);
+    }
+}
+
+bool LinkKeeper::connect(const SshStart& start, Link& link, LinkFailure& why) {
+    link.ssh = SshProcess::start(start, why);
+    if (!link.ssh)
+        return false;
+    link.session = std::make_shared<Session>(
+        std::make_unique<Channel>(link.ssh->take_input(), link.ssh->take_output(),
+                                  [ssh = link.ssh.get()] { return last_words(ssh->all_errors()); }));
+    if (!await_state(link, Channel::State::kGreeting)) {
+        why = {FailureKind::kCancelled, "the connection was cancelled"};
+        return false;
+    }
+    Channel& channel = link.session->channel();
+    std::string folder = address_.folder;
+    Error error;
+    if (channel.state() == Channel::State::kOpen)
+        error = link.session->learn_facts(folder);
+    if (error && error.number != ENOTCONN) {
+        why = {FailureKind::kOther,
+               error.text.empty() ? "the other computer refused a first look" : error.text};
+        return false;
+    }
+    if (channel.state() == Channel::State::kLost) {
+        why = failure_of(link);
+        return false;
+    }
+    link.session->obey(interruption_);
+    {
+        const std::lock_guard lock(mutex_);
+        session_ = link.session;
+    }
+    observer_.connected(link.session->facts(), folder);
+    return true;
+}
+
+void LinkKeeper::serve(Link& link) {
+    const bool lost = await_state(link, Channel::State::kOpen);
+    Channel& channel = link.session->channel();
+    if (!lost)
+        channel.drain(kLastWishes);
+    {
+        const std::lock_guard lock(mutex_);
+        session_.reset();
+    }
+    channel.end("the engine is ending");
+    if (lost)
+        observer_.lost(channel.reason());
+}
+
+bool LinkKeeper::await_state(Link& link, Channel::State state) {
+    Channel& channel = link.session->channel();
+    while (channel.state() == state) {
+        std::array<pollfd, 2> watches{
+            {{channel.state_events(), POLLIN, 0}, {link.errors_open ? link.ssh->errors() : -1, POLLIN, 0}}};
+        if (wait_on(watches, std::nullopt) != WaitEnd::ready)
+            return false;
+        if (watches[0].revents != 0) {
+            eventfd_t ignored = 0;
+            (void)eventfd_read(channel.state_events(), &ignored);
+        }
+        std::vector<std::string> lines;
+        if (link.errors_open)
+            link.errors_open = link.ssh->read_errors(lines);
+        for (const std::string& line : lines)
+            observer_.ssh_said(line);
+    }
+    return true;
+}
+
+LinkFailure LinkKeeper::failure_of(Link& link) {
+    std::vector<std::string> lines;
+    (void)link.ssh->read_errors(lines);
+    for (const std::string& line : lines)
+        observer_.ssh_said(line);
+    const std::vector<std::string> all = link.ssh->all_errors();
+    LinkFailure failure{failure_kind(all), last_words(all)};
+    if (failure.text.empty())
+        failure.text = link.session->channel().reason();
+    // ssh got in, but what answered there is no server of files.
+    if (all.empty())
+        failure.kind = FailureKind::kNoSftp;
+    return failure;
+}
+
+}  // namespace relay_hub::engine::sftp

@@ -1,0 +1,73 @@
+#pragma once
+// Keeps the link to another computer: connects, tells when the link is lost, and connects again by itself. A
+// thread of its own does the work, so that nobody waits for a connection.
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "base/worker.h"
+#include "engine/sftp/link_failure.h"
+#include "engine/sftp/session.h"
+#include "engine/sftp/ssh_address.h"
+#include "engine/sftp/ssh_process.h"
+
+namespace relay_hub::engine::sftp {
+
+// Told on the keeper's thread; must not wait for the keeper.
+class LinkObserver {
+  public:
+    LinkObserver() = default;
+    LinkObserver(const LinkObserver&) = delete;
+    LinkObserver& operator=(const LinkObserver&) = delete;
+    virtual ~LinkObserver() = default;
+
+    virtual void connecting() = 0;
+    // A line of ssh's standard error.
+    virtual void ssh_said(const std::string& line) = 0;
+    // folder: where to begin, as an absolute path of the server.
+    virtual void connected(const ServerFacts& facts, const std::string& folder) = 0;
+    // Whether to try again.
+    virtual bool failed(const LinkFailure& failure) = 0;
+    virtual void lost(const std::string& text) = 0;
+};
+
+class LinkKeeper {
+  public:
+    // observer and interruption outlive the keeper and its sessions.
+    LinkKeeper(SshAddress address, LinkObserver& observer, Interruption& interruption);
+    ~LinkKeeper() { stop(); }
+    LinkKeeper(const LinkKeeper&) = delete;
+    LinkKeeper& operator=(const LinkKeeper&) = delete;
+
+    // Begins to connect. 0 or errno.
+    int start();
+    // Ends the link; what is on its way still gets half a second.
+    void stop();
+    // Null while there is no link. Any thread.
+    [[nodiscard]] std::shared_ptr<Session> session() const;
+    [[nodiscard]] const SshAddress& address() const { return address_; }
+
+  private:
+    struct Link {
+        std::unique_ptr<SshProcess> ssh;
+        std::shared_ptr<Session> session;
+        bool errors_open = true;
+    };
+
+    void run();
+    // False, with why, when there is no link; then the keeper may be ending.
+    bool connect(const SshStart& start, Link& link, LinkFailure& why);
+    void serve(Link& link);
+    // Waits until the channel's state is another one. False when the keeper is ending.
+    bool await_state(Link& link, Channel::State state);
+    LinkFailure failure_of(Link& link);
+
+    const SshAddress address_;
+    LinkObserver& observer_;
+    Interruption& interruption_;
+    mutable std::mutex mutex_;
+    std::shared_ptr<Session> session_;  // guarded by mutex_
+    Worker worker_;
+};
+
+}  // namespace relay_hub::engine::sftp

@@ -1,0 +1,139 @@
+#include "engine/sftp/remote_trash.h"
+
+#include <glib.h>
+#include <sys/stat.h>
+
+#include <array>
+#include <cerrno>
+#include <ctime>
+#include <string_view>
+
+#include "base/glib_owners.h"
+#include "engine/names.h"
+#include "engine/sftp/remote_entry.h"
+
+namespace relay_hub::engine::sftp {
+namespace {
+
+constexpr int kMostNamesTried = 1000;
+constexpr std::size_t kLongestName = 200;
+constexpr std::string_view kMacHomes = "/Users/";
+
+bool is_folder(Session& session, const std::string& path) {
+    Attributes attributes;
+    return !session.lstat(path, attributes) && entry_of({}, attributes).kind == EntryKind::kFolder;
+}
+
+Error need_folder(Session& session, const std::string& path) {
+    if (is_folder(session, path))
+        return {};
+    return session.make_folder(path, S_IRWXU);
+}
+
+std::string info_text(const std::string& path) {
+    const GText escaped(g_uri_escape_string(path.c_str(), G_URI_RESERVED_CHARS_ALLOWED_IN_PATH, FALSE));
+    const std::time_t now = std::time(nullptr);
+    std::tm parts{};
+    localtime_r(&now, &parts);
+    std::array<char, 32> date{};
+    (void)std::strftime(date.data(), date.size(), "%Y-%m-%dT%H:%M:%S", &parts);
+    return std::string("[Trash Info]\nPath=") + escaped.get() + "\nDeletionDate=" + date.data() + "\n";
+}
+
+// EREMOTEIO when the name is taken.
+Error write_new_file(Session& session, const std::string& path, const std::string& text) {
+    Attributes attributes;
+    attributes.permissions = S_IRUSR | S_IWUSR;
+    PendingReply opening = session.send_open(path, kOpenWrite | kOpenCreate | kOpenExclusive, attributes);
+    std::string handle;
+    if (Error error = session.take_handle(opening, handle); error)
+        return error;
+    PendingReply writing = session.send_write(handle, 0, text);
+    PendingReply closing = session.send_close(handle);
+    Error error = session.take_status(writing);
+    if (!error)
+        error = session.take_status(closing);
+    if (error)
+        (void)session.send_remove(path);
+    return error;
+}
+
+Error rename_free(Session& session, const std::string& from, const std::string& to) {
+    PendingReply reply = session.send_rename(from, to, false);
+    const Error error = session.take_status(reply);
+    Attributes taken;
+    return error.number == EREMOTEIO && !session.lstat(to, taken) ? Error(EEXIST) : error;
+}
+
+Error explain_refusal(Session& session, const Error& error, const std::string& path,
+                      const std::string& trash) {
+    FileSystemSpace here;
+    FileSystemSpace there;
+    const std::string folder = path.substr(0, path.rfind('/'));
+    if (error.number != EREMOTEIO || session.space(folder.empty() ? "/" : folder, here) ||
+        session.space(trash, there) || here.id == there.id)
+        return error;
+    return {EXDEV, "it lies on another drive than the trash of the other computer"};
+}
+
+std::string numbered(const std::string& name, int number) {
+    return number == 1 ? name : name + "." + std::to_string(number);
+}
+
+Error move_to_mac_trash(Session& session, const std::string& path, const std::string& trash) {
+    Error error = EEXIST;
+    for (int number = 1; error.number == EEXIST && number <= kMostNamesTried; ++number)
+        error = rename_free(session, path, trash + "/" + numbered(base_name(path), number));
+    return explain_refusal(session, error, path, trash);
+}
+
+// The info file is made first: it reserves the name for this item.
+Error move_to_home_trash(Session& session, const std::string& path, const std::string& trash) {
+    const std::string name = base_name(path).substr(0, kLongestName);
+    const std::string text = info_text(path);
+    Error error;
+    for (int number = 1; number <= kMostNamesTried; ++number) {
+        const std::string reserved = numbered(name, number);
+        const std::string info = trash + "/info/" + reserved + ".trashinfo";
+        error = write_new_file(session, info, text);
+        Attributes taken;
+        if (error.number == EREMOTEIO && !session.lstat(info, taken))
+            continue;
+        if (error)
+            return session.explain(error, trash, text.size());
+        error = rename_free(session, path, trash + "/files/" + reserved);
+        if (!error)
+            return {};
+        (void)session.send_remove(info);
+        if (error.number != EEXIST)
+            break;
+    }
+    return explain_refusal(session, error, path, trash);
+}
+
+}  // namespace
+
+Error move_to_trash(Session& session, const std::string& path) {
+    const std::string& home = session.facts().home;
+    if (session.facts().has_drives)
+        return {ENOTSUP, "the trash of a Windows computer cannot be reached over SSH"};
+    Attributes item;
+    if (Error error = session.lstat(path, item); error)
+        return error;
+    const std::string mac_trash = home + "/.Trash";
+    const bool is_mac = home.starts_with(kMacHomes) && is_folder(session, mac_trash);
+    const std::string trash = is_mac ? mac_trash : home + "/.local/share/Trash";
+    // The trash cannot go into itself, and what is in it is trashed already.
+    if (path == trash || path.starts_with(trash + "/") || trash.starts_with(path + "/"))
+        return {EINVAL, "it belongs to the trash"};
+    if (is_mac)
+        return move_to_mac_trash(session, path, trash);
+    for (const char* part : {"/.local", "/.local/share", "/.local/share/Trash", "/.local/share/Trash/files",
+                             "/.local/share/Trash/info"}) {
+        if (Error error = need_folder(session, home + part); error)
+            return session.explain(error, home, 0);
+    }
+    return move_to_home_trash(session, path, trash);
+}
+
+}  // namespace relay_hub::engine::sftp

@@ -1,0 +1,395 @@
+#include "engine/sftp/sftp_file_system.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+#include "base/diagnostics.h"
+#include "engine/sftp/commit.h"
+#include "engine/sftp/folder_reader.h"
+#include "engine/sftp/part_name.h"
+#include "engine/sftp/places_finder.h"
+#include "engine/sftp/remote_entry.h"
+#include "engine/sftp/remote_trash.h"
+#include "engine/sftp/tree_remover.h"
+
+namespace relay_hub::engine::sftp {
+namespace {
+
+// Small files that are committed together keep up to 16 MiB.
+constexpr std::size_t kMostWaitingFiles = 256;
+constexpr std::size_t kMostInProgress = 64;
+constexpr std::size_t kMostLooksInFlight = 64;
+constexpr std::uint64_t kLargestAhead = 1024UL * 1024;
+constexpr std::uint64_t kMostBytesAhead = 8UL * 1024 * 1024;
+constexpr std::size_t kMostFilesAhead = 64;
+constexpr std::size_t kLongestNameTold = 200;
+
+Error offline() {
+    return {ENOTCONN, "the other computer is offline"};
+}
+
+// Which of the links lead to folders: a look at each, many at a time.
+Error look_behind_links(Session& session, const std::string& folder, std::vector<Entry>& entries) {
+    std::deque<std::pair<Entry*, PendingReply>> looks;
+    const auto take_oldest = [&] {
+        Attributes attributes;
+        const Error error = session.take_attributes(looks.front().second, attributes);
+        if (!error)
+            looks.front().first->opens_as_folder = entry_of({}, attributes).kind == EntryKind::kFolder;
+        looks.pop_front();
+        // A link that leads nowhere is one that does not open.
+        return error.number == ENOTCONN || error.number == ECANCELED ? error : Error();
+    };
+    for (Entry& entry : entries) {
+        if (entry.kind != EntryKind::kLink)
+            continue;
+        looks.emplace_back(&entry, session.send_stat(folder + "/" + entry.name));
+        if (looks.size() < kMostLooksInFlight)
+            continue;
+        if (Error error = take_oldest(); error)
+            return error;
+    }
+    while (!looks.empty()) {
+        if (Error error = take_oldest(); error)
+            return error;
+    }
+    return {};
+}
+
+// Whether every character of a name that is refused can be told.
+std::string tellable(const std::string& name) {
+    std::string text = name.substr(0, kLongestNameTold);
+    std::replace(text.begin(), text.end(), '\0', '?');
+    return text;
+}
+
+}  // namespace
+
+SftpFileSystem::SftpFileSystem(SessionSource current_session, Interruption& interruption,
+                               std::optional<Style> style)
+    : current_session_(std::move(current_session)), interruption_(interruption), wished_style_(style) {}
+
+void SftpFileSystem::set_first_folder(const std::string& folder) {
+    const std::lock_guard lock(mutex_);
+    first_folder_ = folder;
+}
+
+void SftpFileSystem::interrupt() {
+    interruption_.raised = true;
+    if (const auto session = current_session_())
+        session->channel().wake_waiting();
+}
+
+void SftpFileSystem::resume() {
+    interruption_.raised = false;
+}
+
+void SftpFileSystem::set_watch(std::function<bool()> goes_on) {
+    interruption_.goes_on = std::move(goes_on);
+}
+
+Style SftpFileSystem::style() const {
+    const auto session = current_session_();
+    const bool has_drives = session && session->facts().has_drives;
+    if (wished_style_ == Style::kPosix || (!wished_style_ && !has_drives))
+        return Style::kPosix;
+    return has_drives ? Style::kDrives : Style::kWindows;
+}
+
+Error SftpFileSystem::begin(std::shared_ptr<Session>& session) {
+    if (interruption_.raised)
+        return ECANCELED;
+    session = current_session_();
+    return session ? Error() : offline();
+}
+
+Error SftpFileSystem::places(Places& places) {
+    std::shared_ptr<Session> session;
+    if (Error error = begin(session); error)
+        return error;
+    std::string first;
+    {
+        const std::lock_guard lock(mutex_);
+        first = first_folder_;
+    }
+    return find_places(*session, style(), first, places);
+}
+
+Error SftpFileSystem::free_space(const std::string& folder, std::uint64_t& bytes) {
+    std::shared_ptr<Session> session;
+    if (Error error = begin(session); error)
+        return error;
+    FileSystemSpace space;
+    if (Error error = session->space(server_path(folder), space); error)
+        return error;
+    bytes = space.available * space.fragment_size;
+    return {};
+}
+
+std::size_t SftpFileSystem::most_waiting_files() const {
+    return kMostWaitingFiles;
+}
+
+Error SftpFileSystem::list(const std::string& folder, Listing& listing) {
+    std::shared_ptr<Session> session;
+    if (Error error = begin(session); error)
+        return error;
+    const std::string path = server_path(folder);
+    listed_folder_ = folder;
+    listed_parts_.clear();
+    Error error = read_folder(*session, path, [&](NamedEntry entry) {
+        if (entry.name == "." || entry.name == "..")
+            return;
+        if (!is_possible_name(entry.name)) {
+            report(RELAY_HUB_HERE, "the other computer told an impossible name in:", path);
+            listing.failed.push_back({tellable(entry.name), {EINVAL, "its name is not possible"}});
+        } else if (is_part_name(entry.name)) {
+            // A file that is just being written is not there yet.
+            listed_parts_.push_back(std::move(entry.name));
+        } else {
+            listing.entries.push_back(entry_of(std::move(entry.name), entry.attributes));
+        }
+    });
+    if (!error)
+        error = look_behind_links(*session, path, listing.entries);
+    return error;
+}
+
+Error SftpFileSystem::stat(const std::string& path, Entry& entry) {
+    std::shared_ptr<Session> session;
+    if (Error error = begin(session); error)
+        return error;
+    Attributes attributes;
+    if (Error error = session->lstat(server_path(path), attributes); error)
+        return error;
+    entry = entry_of(base_name(path), attributes);
+    return {};
+}
+
+Error SftpFileSystem::read_link(const std::string& path, std::string& target) {
+    std::shared_ptr<Session> session;
+    if (Error error = begin(session); error)
+        return error;
+    return session->read_link(server_path(path), target);
+}
+
+// The protocol knows no identities; the other computer's folders are none of this one's.
+Error SftpFileSystem::folder_chain(const std::string& folder, std::vector<FileIdentity>& chain) {
+    chain.clear();
+    Entry entry;
+    if (Error error = stat(folder, entry); error)
+        return error;
+    return {};
+}
+
+void SftpFileSystem::read_ahead(std::span<const FileToRead> files) {
+    if (files.empty())
+        ahead_.clear();
+    for (const FileToRead& file : files)
+        ahead_.push_back({file.path, file.entry.size, nullptr});
+    std::shared_ptr<Session> session;
+    if (!begin(session))
+        fetch_ahead(session);
+}
+
+void SftpFileSystem::fetch_ahead(const std::shared_ptr<Session>& session) {
+    std::uint64_t bytes = 0;
+    std::size_t files = 0;
+    for (Ahead& next : ahead_) {
+        bytes += next.size;
+        if (++files > kMostFilesAhead || bytes > kMostBytesAhead || next.size > kLargestAhead)
+            break;
+        if (!next.source)
+            next.source = std::make_unique<SftpSource>(session, server_path(next.path), next.size);
+        else
+            next.source->advance();
+    }
+    session->channel().flush();
+}
+
+Error SftpFileSystem::open_source(const std::string& path, const Entry& entry,
+                                  std::unique_ptr<FileSource>& source) {
+    std::shared_ptr<Session> session;
+    if (Error error = begin(session); error)
+        return error;
+    const auto found =
+        std::find_if(ahead_.begin(), ahead_.end(), [&path](const Ahead& next) { return next.path == path; });
+    std::unique_ptr<SftpSource> opened;
+    if (found != ahead_.end()) {
+        opened = std::move(found->source);
+        ahead_.erase(ahead_.begin(), found + 1);
+    }
+    if (!opened)
+        opened = std::make_unique<SftpSource>(session, server_path(path), entry.size);
+    fetch_ahead(session);
+    if (Error error = opened->finish_open(); error)
+        return error;
+    source = std::move(opened);
+    return {};
+}
+
+Error SftpFileSystem::open_sink(const std::string& path, const Entry& entry, bool replace,
+                                std::unique_ptr<FileSink>& sink) {
+    std::shared_ptr<Session> session;
+    if (Error error = begin(session); error)
+        return error;
+    if (replace && !session->facts().replaces_atomically)
+        return {ENOTSUP,
+                "the other computer cannot replace a file without a moment in which neither is there"};
+    sink = std::make_unique<SftpSink>(session, server_path(path), entry, replace);
+    return {};
+}
+
+std::vector<Error> SftpFileSystem::commit(std::vector<std::unique_ptr<FileSink>>& sinks) {
+    std::vector<SftpSink*> own;
+    own.reserve(sinks.size());
+    for (const auto& sink : sinks)
+        own.push_back(static_cast<SftpSink*>(sink.get()));
+    const auto session = current_session_();
+    const std::size_t handles = session ? session->facts().most_handles / 2 : kMostInProgress;
+    std::vector<Error> results = commit_files(own, std::clamp<std::size_t>(handles, 1, kMostInProgress));
+    sinks.clear();
+    return results;
+}
+
+// Where the server lets a folder be opened as a file, its names can be synced as well. Where it does not, the
+// sync of a file takes its name along on the usual file systems.
+Error SftpFileSystem::settle(const std::vector<std::string>& folders) {
+    std::shared_ptr<Session> session;
+    if (Error error = begin(session); error)
+        return error;
+    if (!session->facts().syncs)
+        return {};
+    for (std::size_t start = 0; start < folders.size(); start += kMostInProgress) {
+        const std::size_t end = std::min(folders.size(), start + kMostInProgress);
+        std::vector<PendingReply> replies;
+        for (std::size_t i = start; i < end; ++i)
+            replies.push_back(session->send_open(server_path(folders[i]), kOpenRead, {}));
+        std::vector<PendingReply> syncs;
+        for (PendingReply& reply : replies) {
+            std::string handle;
+            if (session->take_handle(reply, handle))
+                continue;
+            syncs.push_back(session->send_sync(handle));
+            (void)session->send_close(handle);
+        }
+        for (PendingReply& sync : syncs) {
+            const Error error = session->take_status(sync);
+            if (error.number == ENOTCONN || error.number == ECANCELED)
+                return error;
+        }
+    }
+    return {};
+}
+
+void SftpFileSystem::sweep(const std::string& folder) {
+    std::shared_ptr<Session> session;
+    if (begin(session))
+        return;
+    if (listed_folder_ != folder) {
+        Listing ignored;
+        if (list(folder, ignored))
+            return;
+    }
+    const std::time_t now = std::time(nullptr);
+    for (const std::string& name : listed_parts_) {
+        if (is_left_over(name, now))
+            (void)session->send_remove(server_path(join_path(folder, name)));
+    }
+    listed_parts_.clear();
+    session->channel().flush();
+}
+
+Error SftpFileSystem::make_folder(const std::string& path, mode_t mode) {
+    std::shared_ptr<Session> session;
+    if (Error error = begin(session); error)
+        return error;
+    const Error error = session->make_folder(server_path(path), mode);
+    Attributes existing;
+    if (error.number == EREMOTEIO && !session->lstat(server_path(path), existing))
+        return EEXIST;
+    return session->explain(error, server_path(parent_path(path)), 0);
+}
+
+Error SftpFileSystem::make_link(const std::string& path, const std::string& target, const Entry& entry,
+                                bool replace) {
+    std::shared_ptr<Session> session;
+    if (Error error = begin(session); error)
+        return error;
+    if (replace && !session->facts().replaces_atomically)
+        return {ENOTSUP, "the other computer cannot replace it without a moment in which neither is there"};
+    const std::string final_path = server_path(path);
+    const std::string temporary = server_path(join_path(parent_path(path), new_part_name()));
+    if (Error error = session->make_link(temporary, target); error)
+        return session->explain(error, server_path(parent_path(path)), 0);
+    if (session->facts().sets_attributes_of_links && entry.has_times) {
+        Attributes times;
+        times.times = attributes_of(entry).times;
+        PendingReply ignored = session->send_set_attributes(temporary, times, true);
+        (void)session->take_status(ignored);
+    }
+    PendingReply renaming = session->send_rename(temporary, final_path, replace);
+    Error error = session->take_status(renaming);
+    Attributes existing;
+    if (error.number == EREMOTEIO && !replace && !session->lstat(final_path, existing))
+        error = EEXIST;
+    if (error)
+        (void)session->send_remove(temporary);
+    return error;
+}
+
+Error SftpFileSystem::set_attributes(const std::string& path, const Entry& entry) {
+    std::shared_ptr<Session> session;
+    if (Error error = begin(session); error)
+        return error;
+    PendingReply reply = session->send_set_attributes(server_path(path), attributes_of(entry), false);
+    return session->take_status(reply);
+}
+
+Error SftpFileSystem::rename(const std::string& from, const std::string& to) {
+    std::shared_ptr<Session> session;
+    if (Error error = begin(session); error)
+        return error;
+    PendingReply reply = session->send_rename(server_path(from), server_path(to), false);
+    const Error error = session->take_status(reply);
+    if (error.number != EREMOTEIO)
+        return error;
+    Attributes found;
+    if (session->lstat(server_path(from), found))
+        return ENOENT;
+    return session->lstat(server_path(to), found) ? error : EEXIST;
+}
+
+Error SftpFileSystem::remove(const std::string& path, EntryKind kind, std::string& failed) {
+    failed = path;
+    Entry entry;
+    if (Error error = stat(path, entry); error)
+        return error;
+    std::shared_ptr<Session> session;
+    if (Error error = begin(session); error)
+        return error;
+    if (entry.kind == EntryKind::kFolder && kind != EntryKind::kFolder)
+        return EISDIR;
+    if (is_root(style(), path))
+        return EBUSY;
+    // A link to a folder is listed as one, but it is the link that goes.
+    if (kind == EntryKind::kFolder && entry.kind != EntryKind::kFolder && entry.kind != EntryKind::kLink)
+        return ENOTDIR;
+    if (entry.kind == EntryKind::kFolder) {
+        const Error error = remove_tree(*session, server_path(path), failed);
+        failed = inner_of(failed);
+        return error;
+    }
+    PendingReply reply = session->send_remove(server_path(path));
+    return session->take_status(reply);
+}
+
+Error SftpFileSystem::move_to_trash(const std::string& path) {
+    std::shared_ptr<Session> session;
+    if (Error error = begin(session); error)
+        return error;
+    return sftp::move_to_trash(*session, server_path(path));
+}
+
+}  // namespace relay_hub::engine::sftp

@@ -1,0 +1,68 @@
+#pragma once
+// A file being written on the other computer under a temporary name. A small one stays in memory until it is
+// committed, so that hundreds go together; a larger one is on its way while it is written. Used by
+// SftpFileSystem alone, on its thread.
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <string>
+
+#include "engine/remote_file_system.h"
+#include "engine/sftp/session.h"
+
+namespace relay_hub::engine::sftp {
+
+class SftpSink : public FileSink {
+  public:
+    SftpSink(std::shared_ptr<Session> session, std::string path, const Entry& entry, bool replace);
+    // Without a commit the temporary file goes.
+    ~SftpSink() override;
+
+    Error write(const char* data, std::size_t size) override;
+    [[nodiscard]] int descriptor() const override { return -1; }
+    void start_flush() override;
+    Error finish(const FileSource& source) override;
+
+    // The steps of a commit, each asked for without waiting. ready() tells that the next step would not wait.
+    [[nodiscard]] bool ready() const;
+    // Asks for the file to be opened, where it is not.
+    void begin();
+    // Waits for that; then all content, attributes, the sync and the close are on their way.
+    void send_rest();
+    // Waits for all of it, and asks for the final name unless something failed.
+    void send_rename();
+    // Waits for the name. What became of the file.
+    Error result();
+
+  private:
+    void send_content();
+    void send_attributes_and_close();
+    void wait_for_oldest();
+    void fail(const Error& error);
+    [[nodiscard]] bool opened() const { return !handle_.empty(); }
+
+    struct Step {
+        std::size_t bytes = 0;
+        PendingReply reply;
+        bool may_be_refused = false;
+    };
+
+    std::shared_ptr<Session> session_;
+    const std::string path_;
+    const std::string temporary_;
+    const Attributes attributes_;
+    const bool replace_;
+    const std::size_t block_;
+    std::string buffer_;  // what is not on its way yet
+    PendingReply opening_;
+    std::string handle_;
+    bool exists_ = false;  // the temporary file was asked for, and was not renamed
+    bool closed_ = false;
+    std::uint64_t sent_ = 0;
+    std::deque<Step> steps_;  // on their way
+    std::size_t in_flight_ = 0;
+    PendingReply renaming_;
+    Error error_;  // the first one
+};
+
+}  // namespace relay_hub::engine::sftp

@@ -1,0 +1,109 @@
+#include "engine/sftp/sftp_source.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "engine/sftp/transfer_window.h"
+
+namespace relay_hub::engine::sftp {
+
+SftpSource::SftpSource(std::shared_ptr<Session> session, const std::string& path, std::uint64_t size)
+    : session_(std::move(session)),
+      expected_size_(size),
+      block_(std::min(session_->facts().longest_read, kBlock)),
+      opening_(session_->send_open(path, kOpenRead, {})) {}
+
+SftpSource::~SftpSource() {
+    close();
+}
+
+void SftpSource::close() {
+    if (!handle_.empty())
+        (void)session_->send_close(handle_);
+    handle_.clear();
+}
+
+void SftpSource::advance() {
+    if (opening_.arrived())
+        (void)finish_open();
+}
+
+Error SftpSource::finish_open() {
+    if (opening_.sent()) {
+        open_error_ = session_->take_handle(opening_, handle_);
+        if (!open_error_)
+            ask_for_more();
+    }
+    return open_error_;
+}
+
+void SftpSource::ask_for(Piece piece, bool first) {
+    piece.reply = session_->send_read(handle_, piece.offset, piece.size);
+    in_flight_ += piece.size;
+    if (first)
+        pieces_.push_front(std::move(piece));
+    else
+        pieces_.push_back(std::move(piece));
+}
+
+// Up to the expected end, and one piece more that finds the real one.
+void SftpSource::ask_for_more() {
+    while (!at_end_ && asked_until_ < expected_size_ && in_flight_ < kWindow) {
+        const auto size =
+            static_cast<std::size_t>(std::min<std::uint64_t>(block_, expected_size_ - asked_until_));
+        ask_for({asked_until_, size, {}}, false);
+        asked_until_ += size;
+    }
+    const bool probing = !pieces_.empty() && pieces_.back().offset >= expected_size_;
+    if (at_end_ || asked_until_ < expected_size_ || probing || in_flight_ >= kWindow)
+        return;
+    ask_for({asked_until_, block_, {}}, false);
+    asked_until_ += block_;
+}
+
+Error SftpSource::take_piece() {
+    Piece piece = std::move(pieces_.front());
+    const Error error = session_->take_data(piece.reply, fields_, rest_);
+    if (error.number == ECANCELED) {
+        pieces_.front() = std::move(piece);
+        return error;
+    }
+    pieces_.pop_front();
+    in_flight_ -= piece.size;
+    if (error.number == ENODATA) {
+        at_end_ = true;
+        pieces_.clear();
+        close();
+        return {};
+    }
+    if (error)
+        return error;
+    // A piece may come shorter than it was asked for, and then its rest comes first.
+    if (rest_.size() < piece.size) {
+        const std::uint64_t next = piece.offset + rest_.size();
+        if (piece.offset >= expected_size_)
+            asked_until_ = next;
+        else
+            ask_for({next, piece.size - rest_.size(), {}}, true);
+    }
+    ask_for_more();
+    return {};
+}
+
+Error SftpSource::read(char* buffer, std::size_t size, std::size_t& got) {
+    got = 0;
+    if (Error error = finish_open(); error)
+        return error;
+    while (rest_.empty() && !at_end_) {
+        if (Error error = take_piece(); error)
+            return error;
+    }
+    got = std::min(size, rest_.size());
+    std::memcpy(buffer, rest_.data(), got);
+    rest_.remove_prefix(got);
+    return {};
+}
+
+}  // namespace relay_hub::engine::sftp

@@ -1,0 +1,120 @@
+#include "engine/sftp/ssh_address.h"
+
+#include <arpa/inet.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <string_view>
+
+namespace relay_hub::engine::sftp {
+namespace {
+
+constexpr unsigned kLargestPort = 65535;
+
+int hex_value(char c) {
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    const char lower = static_cast<char>(c | 0x20);
+    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+}
+
+std::optional<std::string> percent_decoded(std::string_view text) {
+    std::string result;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '%') {
+            result += text[i];
+            continue;
+        }
+        if (i + 2 >= text.size() || hex_value(text[i + 1]) < 0 || hex_value(text[i + 2]) < 0)
+            return std::nullopt;
+        result += static_cast<char>(hex_value(text[i + 1]) * 16 + hex_value(text[i + 2]));
+        i += 2;
+    }
+    return result;
+}
+
+bool is_ipv6(std::string_view text) {
+    in6_addr address{};
+    const std::string plain(text.substr(0, text.find('%')));
+    return inet_pton(AF_INET6, plain.c_str(), &address) == 1;
+}
+
+bool is_port(std::string_view text) {
+    unsigned port = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
+    return error == std::errc() && end == text.data() + text.size() && port > 0 && port <= kLargestPort;
+}
+
+// ssh takes no word that begins with "-" for a name, and neither may a file name be taken for several words.
+bool is_plain_word(std::string_view text) {
+    return !text.empty() && text.front() != '-' && std::none_of(text.begin(), text.end(), [](char c) {
+        return static_cast<unsigned char>(c) <= 0x20 || c == 0x7f || c == '/' || c == '\\';
+    });
+}
+
+bool split_port(std::string_view rest, SshAddress& address) {
+    if (rest.empty())
+        return true;
+    address.port = rest.substr(1);
+    return rest.front() == ':' && is_port(address.port);
+}
+
+bool split_host(std::string_view text, SshAddress& address) {
+    if (!text.empty() && text.front() == '[') {
+        const std::size_t end = text.find(']');
+        if (end == std::string_view::npos)
+            return false;
+        address.host = text.substr(1, end - 1);
+        return is_ipv6(address.host) && split_port(text.substr(end + 1), address);
+    }
+    if (is_ipv6(text)) {
+        address.host = text;
+        return true;
+    }
+    const std::size_t colon = text.find(':');
+    address.host = text.substr(0, colon);
+    return is_plain_word(address.host) &&
+           split_port(colon == std::string_view::npos ? std::string_view() : text.substr(colon), address);
+}
+
+}  // namespace
+
+std::string SshAddress::shown() const {
+    return user.empty() ? host : user + "@" + host;
+}
+
+std::optional<SshAddress> parse_ssh_address(const std::string& text, std::string& wrong) {
+    wrong = "\"" + text + "\" is no address of a computer: [user@]host[:port][/folder]";
+    std::string_view rest = text;
+    bool is_uri = false;
+    for (const std::string_view scheme : {"ssh://", "sftp://"}) {
+        if (rest.starts_with(scheme)) {
+            rest.remove_prefix(scheme.size());
+            is_uri = true;
+        }
+    }
+    SshAddress address;
+    const std::size_t slash = rest.find('/');
+    if (slash != std::string_view::npos) {
+        const auto folder = is_uri ? percent_decoded(rest.substr(slash)) : std::string(rest.substr(slash));
+        if (!folder || folder->find('\0') != std::string::npos)
+            return std::nullopt;
+        address.folder = *folder == "/~" || folder->starts_with("/~/") ? folder->substr(1) : *folder;
+        rest = rest.substr(0, slash);
+    }
+    const std::size_t at = rest.rfind('@');
+    if (at != std::string_view::npos) {
+        const auto user = is_uri ? percent_decoded(rest.substr(0, at)) : std::string(rest.substr(0, at));
+        if (!user || !is_plain_word(*user))
+            return std::nullopt;
+        address.user = *user;
+        rest.remove_prefix(at + 1);
+    }
+    if (!split_host(rest, address))
+        return std::nullopt;
+    wrong.clear();
+    return address;
+}
+
+}  // namespace relay_hub::engine::sftp

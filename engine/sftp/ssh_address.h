@@ -1,0 +1,22 @@
+#pragma once
+// Which computer, as the user writes it: [user@]host[:port][/folder], with an IPv6 address in brackets or
+// alone, or the same as an ssh:// or sftp:// URI. Pure.
+#include <optional>
+#include <string>
+
+namespace relay_hub::engine::sftp {
+
+struct SshAddress {
+    std::string user;    // empty: as ssh decides
+    std::string host;    // an IPv6 address without brackets
+    std::string port;    // empty: as ssh decides
+    std::string folder;  // "/folder"; "~" or "~/folder" below the user's own; empty: none
+
+    // "user@host", as far as known.
+    [[nodiscard]] std::string shown() const;
+};
+
+// Nothing, with what is wrong told, for what is no such text.
+std::optional<SshAddress> parse_ssh_address(const std::string& text, std::string& wrong);
+
+}  // namespace relay_hub::engine::sftp

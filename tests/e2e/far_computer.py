@@ -1,0 +1,244 @@
+"""Another computer for the tests: an sshd of our own on 127.0.0.1 as an ordinary user, a relay in front of it that
+can be held and cut, and the engine connected to it."""
+import os
+import pwd
+import selectors
+import shutil
+import signal
+import socket
+import subprocess
+import tempfile
+import threading
+
+from common import BASE, read, wait_for, write
+
+BUILD = os.environ.get("RELAY_HUB_BUILD", os.path.join(os.path.dirname(__file__), "..", "..", "build", "release"))
+ENGINE = os.path.join(BUILD, "bin", "relay-hub-engine")
+FAR_USER = "nobody" if os.geteuid() == 0 else pwd.getpwuid(os.geteuid()).pw_name
+
+
+def run(*words, **more):
+    return subprocess.run(words, check=True, capture_output=True, **more)
+
+
+def free_port():
+    with socket.socket() as probe:
+        probe.bind(("127.0.0.1", 0))
+        return probe.getsockname()[1]
+
+
+def children_of(pid):
+    found = []
+    for task in os.listdir(f"/proc/{pid}/task"):
+        with open(f"/proc/{pid}/task/{task}/children") as file:
+            for child in map(int, file.read().split()):
+                found += [child] + children_of(child)
+    return found
+
+
+class Relay:
+    """Passes bytes between those who connect to its port and the far one."""
+
+    def __init__(self, far_port):
+        self.far_port, self.held, self.ending = far_port, False, False
+        self.listener = socket.create_server(("127.0.0.1", 0))
+        self.port = self.listener.getsockname()[1]
+        self.pairs = []
+        self.thread = threading.Thread(target=self.serve, daemon=True)
+        self.thread.start()
+
+    def serve(self):
+        selector = selectors.DefaultSelector()
+        selector.register(self.listener, selectors.EVENT_READ)
+        while not self.ending:
+            events = selector.select(0.02)
+            if self.held:
+                threading.Event().wait(0.02)
+                continue
+            for key, _ in events:
+                if key.fileobj is self.listener:
+                    self.accept(selector)
+                elif key.fileobj.fileno() >= 0:
+                    self.pass_on(selector, key.fileobj, key.data)
+
+    def accept(self, selector):
+        near = self.listener.accept()[0]
+        try:
+            far = socket.create_connection(("127.0.0.1", self.far_port))
+        except OSError:
+            near.close()
+            return
+        self.pairs.append((near, far))
+        selector.register(near, selectors.EVENT_READ, far)
+        selector.register(far, selectors.EVENT_READ, near)
+
+    def pass_on(self, selector, source, target):
+        try:
+            data = source.recv(1 << 18)
+            if data:
+                target.sendall(data)
+                return
+        except OSError:
+            pass
+        for end in (source, target):
+            selector.unregister(end)
+            end.close()
+
+    def cut(self):
+        """Ends every connection; new ones come through."""
+        for pair in self.pairs:
+            for end in pair:
+                if end.fileno() >= 0:
+                    end.shutdown(socket.SHUT_RDWR)
+        self.pairs = []
+
+    def close(self):
+        self.ending = True
+        self.thread.join()
+        self.listener.close()
+
+
+class FarComputer:
+    def __init__(self, home=None):
+        """home: where the far user begins; made where there is none."""
+        self.top = tempfile.mkdtemp(prefix="far-", dir="/tmp")
+        os.chmod(self.top, 0o755)
+        self.home = home or os.path.join(self.top, "home")
+        os.makedirs(self.home, exist_ok=True)
+        for key in ("host", "user"):
+            run("ssh-keygen", "-q", "-t", "ed25519", "-N", "", "-f", self.path(key))
+        shutil.copy(self.path("user.pub"), self.path("authorized"))
+        self.give(self.home, self.path("host"), self.top)
+        self.sshd = None
+        self.port = free_port()
+        self.start()
+        self.relay = Relay(self.port)
+        self.use_ssh()
+
+    def path(self, name):
+        return os.path.join(self.top, name)
+
+    @staticmethod
+    def give(*paths):
+        """To the far user."""
+        if os.geteuid() == 0:
+            for path in paths:
+                shutil.chown(path, FAR_USER, pwd.getpwnam(FAR_USER).pw_gid)
+
+    def give_all(self, top):
+        self.give(top)
+        for folder, folders, files in os.walk(top):
+            for name in folders + files:
+                path = os.path.join(folder, name)
+                if os.geteuid() == 0:
+                    user = pwd.getpwnam(FAR_USER)
+                    os.lchown(path, user.pw_uid, user.pw_gid)
+
+    def start(self):
+        write(self.path("sshd_config"), f"""Port {self.port}
+ListenAddress 127.0.0.1
+HostKey {self.path("host")}
+AuthorizedKeysFile {self.path("authorized")}
+PidFile none
+StrictModes no
+UsePAM yes
+PasswordAuthentication no
+Subsystem sftp internal-sftp -d {self.home}
+""".encode())
+        as_user = ["setpriv", f"--reuid={FAR_USER}", f"--regid={pwd.getpwnam(FAR_USER).pw_gid}", "--clear-groups"]
+        if os.geteuid() == 0:
+            os.makedirs("/run/sshd", exist_ok=True)
+        self.sshd = subprocess.Popen((as_user if os.geteuid() == 0 else []) +
+                                     ["/usr/sbin/sshd", "-D", "-e", "-f", self.path("sshd_config")],
+                                     stderr=open(self.path("sshd.log"), "ab"))
+        wait_for(lambda: socket.create_connection(("127.0.0.1", self.port)).close() or True
+                 if self.listens() else False, what="sshd")
+
+    def listens(self):
+        with socket.socket() as probe:
+            return probe.connect_ex(("127.0.0.1", self.port)) == 0
+
+    def stop(self):
+        """The server and all that it started, at once."""
+        self.signal(signal.SIGKILL)
+        self.sshd.wait()
+
+    def signal(self, number):
+        for pid in [self.sshd.pid] + children_of(self.sshd.pid):
+            try:
+                os.kill(pid, number)
+            except ProcessLookupError:
+                pass
+
+    def use_ssh(self, *options):
+        """The user's ssh finds the key and the known hosts of this computer."""
+        write(self.path("bin/ssh"), f"""#!/bin/sh
+exec /usr/bin/ssh -F {self.path("ssh_config")} "$@"
+""".encode(), 0o755)
+        lines = (f"IdentityFile {self.path('user')}", "IdentitiesOnly yes",
+                 f"UserKnownHostsFile {self.path('known')}", "GlobalKnownHostsFile /dev/null")
+        write(self.path("ssh_config"), "\n".join(("Host *",) + options + lines +
+                                                 ("StrictHostKeyChecking accept-new", "")).encode())
+
+    @property
+    def address(self):
+        return f"{FAR_USER}@127.0.0.1:{self.relay.port}"
+
+    def close(self):
+        self.relay.close()
+        self.signal(signal.SIGCONT)
+        self.stop()
+        shutil.rmtree(self.top, ignore_errors=True)
+
+
+class ConnectedEngine:
+    def __init__(self, computer, *options, folder="", environment=None):
+        reader, writer = os.pipe()
+        self.process = subprocess.Popen(
+            [ENGINE, "--connect", computer.address + folder, "--status-fd", str(writer), *options],
+            pass_fds=[writer], stdout=subprocess.PIPE, stderr=subprocess.PIPE, start_new_session=True,
+            env=os.environ | {"PATH": computer.path("bin") + ":" + os.environ["PATH"]} | (environment or {}))
+        os.close(writer)
+        self.events = []
+        self.errors = b""
+        self.threads = [threading.Thread(target=self.read_events, args=(reader,), daemon=True),
+                        threading.Thread(target=self.read_errors, daemon=True),
+                        threading.Thread(target=self.process.stdout.read, daemon=True)]
+        for thread in self.threads:
+            thread.start()
+
+    def read_events(self, reader):
+        with open(reader, encoding="utf-8", errors="surrogateescape") as lines:
+            for line in lines:
+                self.events.append(line.rstrip("\n").split("\t"))
+
+    def read_errors(self):
+        for line in self.process.stderr:
+            self.errors += line
+
+    def seen(self, event):
+        return [fields for fields in self.events if fields[0] == event]
+
+    def await_event(self, event, count=1, limit=15):
+        wait_for(lambda: len(self.seen(event)) >= count or self.process.poll() is not None, limit, event)
+        found = self.seen(event)
+        if len(found) < count:
+            raise AssertionError(f"no {event}: {self.events}, {self.errors}")
+        return found[count - 1]
+
+    def connected(self):
+        found = self.await_event("connected")
+        wait_for(lambda: os.path.exists(BASE + "_IN"), what="the pipes")
+        return found
+
+    def stop(self, limit=2):
+        self.process.terminate()
+        try:
+            self.process.wait(limit)
+        except subprocess.TimeoutExpired:
+            self.process.kill()
+            self.process.wait()
+            raise AssertionError("the engine did not end in time") from None
+        for thread in self.threads:
+            thread.join(5)
+        return self.process.returncode
