@@ -1,5 +1,5 @@
-# What a package holds and where: the window, the program that asks for a computer and their helpers in lib, what it looks up below its working
-# directory in share, the launcher and the engine in bin.
+# What a package holds and where: the window, the program that asks for a computer and their helpers in lib, what
+# they look up below their working directory in share, the launcher and the engine in bin.
 include(GNUInstallDirs)
 set(CMAKE_INSTALL_LIBDIR lib)
 set(private_dir ${CMAKE_INSTALL_LIBDIR}/relay-hub)
@@ -8,7 +8,16 @@ set(shared_dir ${CMAKE_INSTALL_DATADIR}/relay-hub)
 install(TARGETS relay-hub relay-hub-connect DESTINATION ${private_dir})
 install(TARGETS relay-hub-engine DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(PROGRAMS scripts/put-icon DESTINATION ${private_dir})
-install(PROGRAMS data/relay-hub.in DESTINATION ${CMAKE_INSTALL_BINDIR} RENAME relay-hub)
+install(FILES data/language.sh DESTINATION ${private_dir})
+configure_file(data/relay-hub.in ${CMAKE_BINARY_DIR}/data/relay-hub @ONLY)
+install(PROGRAMS ${CMAKE_BINARY_DIR}/data/relay-hub DESTINATION ${CMAKE_INSTALL_BINDIR})
+# The launcher asks in any case when it is called so.
+file(CREATE_LINK relay-hub ${CMAKE_BINARY_DIR}/data/relay-hub-connect SYMBOLIC)
+install(FILES ${CMAKE_BINARY_DIR}/data/relay-hub-connect DESTINATION ${CMAKE_INSTALL_BINDIR})
+foreach(program relay-hub relay-hub-connect relay-hub-engine)
+  install(FILES data/relay-hub.completion DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+          RENAME ${program})
+endforeach()
 install(DIRECTORY ${CMAKE_BINARY_DIR}/Deployment DESTINATION ${shared_dir})
 install(FILES ${CMAKE_BINARY_DIR}/data/relay_hub.ico DESTINATION ${shared_dir})
 install(FILES data/relay-hub.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
@@ -31,6 +40,7 @@ function(install_compressed source name destination)
   install(FILES ${result} DESTINATION ${destination})
 endfunction()
 install_compressed(${PROJECT_SOURCE_DIR}/docs/relay-hub.1 relay-hub.1 ${CMAKE_INSTALL_MANDIR}/man1)
+install_compressed(${PROJECT_SOURCE_DIR}/docs/relay-hub-connect.1 relay-hub-connect.1 ${CMAKE_INSTALL_MANDIR}/man1)
 install_compressed(${PROJECT_SOURCE_DIR}/docs/relay-hub-engine.1 relay-hub-engine.1 ${CMAKE_INSTALL_MANDIR}/man1)
 install_compressed(${PROJECT_SOURCE_DIR}/packaging/changelog changelog.Debian ${CMAKE_INSTALL_DOCDIR})
 install_compressed(${PROJECT_SOURCE_DIR}/CHANGELOG.md changelog ${CMAKE_INSTALL_DOCDIR})
