@@ -1,6 +1,20 @@
 # Shared by the scripts beside it: what a fresh Debian machine needs, and how it gets it.
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
+# The comment at the top of the script that runs.
+usage() { sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$0"; }
+help_if_asked() {
+    local word
+    for word in "$@"; do
+        [ "$word" != --help ] || { usage; exit 0; }
+    done
+}
+refuse() { # what is wrong with the command line
+    echo "${0##*/}: $*" >&2
+    usage >&2
+    exit 2
+}
+
 packages_to_build="cmake ninja-build g++ pkg-config gettext libgtk2.0-dev libxml2-dev \
 libavahi-client-dev libavahi-glib-dev libnotify-dev librsvg2-bin imagemagick"
 packages_to_show="xvfb x11-utils imagemagick fonts-dejavu-core dbus procps"
