@@ -39,15 +39,19 @@ constexpr double kLongestGap = 100;  // ms
 using Row = std::array<std::string, kColumnCount>;
 
 std::string long_answer() {
-    std::vector<relay_hub::engine::Entry> entries(kRemoteEntries);
-    for (std::size_t index = 0; index < entries.size(); ++index) {
-        relay_hub::engine::Entry& entry = entries[index];
+    relay_hub::engine::Listing listing;
+    listing.entries.resize(kRemoteEntries);
+    for (std::size_t index = 0; index < kRemoteEntries; ++index) {
+        relay_hub::engine::Entry& entry = listing.entries[index];
         entry.name = "holiday photo " + std::to_string(100000 + index) + ".jpeg";
         entry.size = 1000 + index;
         entry.created.tv_sec = entry.accessed.tv_sec = entry.modified.tv_sec =
             1700000000 + static_cast<std::time_t>(index);
     }
-    return relay_hub::engine::file_list_text(entries, relay_hub::engine::Style::kWindows, kPipeBufferSize);
+    using relay_hub::engine::HiddenFiles;
+    using relay_hub::engine::Style;
+    return relay_hub::engine::file_list(listing, Style::kWindows, HiddenFiles::kLeftOut, {}, kPipeBufferSize)
+        .text;
 }
 
 // ---- The main loop and its gaps.

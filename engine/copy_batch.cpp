@@ -1,73 +1,78 @@
 #include "engine/copy_batch.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
+#include <map>
+#include <memory>
+#include <utility>
 
-#include "base/diagnostics.h"
+#include "base/overwrite_question.h"
+#include "base/translated_text.h"
 #include "engine/names.h"
 #include "engine/wire_text.h"
 
 namespace relay_hub::engine {
 namespace {
 
-using std::chrono::steady_clock;
-
-constexpr std::chrono::milliseconds kBeat{100};
-constexpr std::size_t kBufferSize = 256UL * 1024;
-constexpr std::size_t kKernelSlice = 1024UL * 1024;
-constexpr std::uint64_t kFlushStep = 32ULL * 1024 * 1024;
-constexpr std::uint64_t kMostWaitingBytes = 64ULL * 1024 * 1024;
 constexpr mode_t kPrivateFolder = 0700;
-constexpr std::size_t kNamesTold = 5;
-constexpr std::size_t kLongestSummary = 900;
+constexpr std::size_t kLongestShownPath = 600;
+// Files that a tree is told to read ahead; it hears of more when half of them are done.
+constexpr std::size_t kAnnounced = 128;
 
-class KeepsFoldersOpen {
+Error reason(int number, const char* id) {
+    return {number, translated(id)};
+}
+
+// For its life a tree keeps a folder open and asks whether to go on.
+class TreeInUse {
   public:
-    explicit KeepsFoldersOpen(RemoteFileSystem& files) : files_(files) { files_.keep_folder_open(true); }
-    KeepsFoldersOpen(const KeepsFoldersOpen&) = delete;
-    KeepsFoldersOpen& operator=(const KeepsFoldersOpen&) = delete;
-    ~KeepsFoldersOpen() { files_.keep_folder_open(false); }
+    TreeInUse(RemoteFileSystem& files, CopyProgress& progress) : files_(files) {
+        files_.keep_folder_open(true);
+        files_.set_watch([&progress] {
+            progress.report();
+            return !progress.stopped();
+        });
+    }
+    TreeInUse(const TreeInUse&) = delete;
+    TreeInUse& operator=(const TreeInUse&) = delete;
+    ~TreeInUse() {
+        files_.read_ahead({});
+        files_.set_watch(nullptr);
+        files_.keep_folder_open(false);
+    }
 
   private:
     RemoteFileSystem& files_;
 };
 
+FileFacts facts_of(const Entry& entry) {
+    return {entry.size, entry.modified, entry.has_times};
+}
+
+bool is_present(const Entry& entry, const Entry& present) {
+    return entry.kind == EntryKind::kFile && present.kind == EntryKind::kFile && entry.has_times &&
+           present.has_times && entry.size == present.size && is_same_time(entry.modified, present.modified);
+}
+
 }  // namespace
 
-std::string reason_text(const Error& error) {
-    if (!error.text.empty())
-        return error.text;
-    switch (error.number) {
-        case EXDEV:
-            return "it lies outside the shared folder or on another volume";
-        case EEXIST:
-            return "an item of that name is there already";
-        case EBUSY:
-            return "it is in use or the root of the drive";
-        default:
-            return error_text(error.number);
-    }
-}
+struct CopyBatch::Item {
+    CopyItem paths;
+    Entry entry;
+    Error error;
+};
 
-std::string failure_summary(const std::vector<Failure>& failures, const std::string& what_failed) {
-    const std::size_t count = failures.size();
-    std::string text =
-        (count == 1 ? "1 item" : std::to_string(count) + " items") + " could not be " + what_failed + ":";
-    std::size_t told = 0;
-    for (const Failure& failure : failures) {
-        const std::string line =
-            "\n" + in_one_line(failure.item, 200) + ": " + in_one_line(failure.reason, 120);
-        if (told == kNamesTold || text.size() + line.size() > kLongestSummary)
-            break;
-        text += line;
-        ++told;
-    }
-    if (told < count)
-        text += "\nand " + std::to_string(count - told) + " more";
-    return text;
-}
+// A folder being copied.
+struct CopyBatch::Level {
+    std::size_t source_length = 0;  // of the path above it
+    std::size_t target_length = 0;
+    Entry entry;
+    bool made = false;
+    std::vector<Entry> children;
+    std::size_t next = 0;
+    std::size_t announced = 0;  // children up to here
+    FolderLookup lookup;        // what is at the target
+};
 
 CopyBatch::CopyBatch(CopySide source, CopySide target,
                      std::function<bool(const std::string& name)> may_travel, FrontEnd& front_end)
@@ -75,199 +80,287 @@ CopyBatch::CopyBatch(CopySide source, CopySide target,
       target_(std::move(target)),
       may_travel_(std::move(may_travel)),
       front_end_(front_end),
-      most_waiting_files_(target_.files.most_waiting_files()),
-      start_(steady_clock::now()),
-      last_poll_(start_ - kBeat),
-      last_report_(start_ - kBeat) {}
+      progress_(front_end),
+      content_(progress_),
+      pending_(target_.files, {[this](const std::string& path, const Error& error) { fail(path, error); },
+                               [this](const std::string& folder, const Error& error) {
+                                   if (error.number != ECANCELED)
+                                       add_failure(target_.show(folder), reason_text(error));
+                               }}),
+      measured_(source_.files) {}
 
-void CopyBatch::add_failure(std::string item, std::string reason) {
-    failures_.push_back({std::move(item), std::move(reason)});
-}
-
-void CopyBatch::fail(const std::string& source, std::string reason) {
-    add_failure(source_.show(source), std::move(reason));
-}
+CopyBatch::~CopyBatch() = default;
 
 void CopyBatch::fail(const std::string& source, const Error& error) {
-    fail(source, reason_text(error));
+    // Nothing went wrong with an entry at which the work was ended.
+    if (error.number == ECANCELED)
+        progress_.stop();
+    else
+        add_failure(source_.show(source), reason_text(error));
 }
 
-bool CopyBatch::stopped() {
-    const auto now = steady_clock::now();
-    if (stop_ || now - last_poll_ < kBeat)
-        return stop_;
-    stop_ = front_end_.cancelled();
-    last_poll_ = steady_clock::now();
-    return stop_;
-}
-
-void CopyBatch::tell_progress() {
-    const auto now = steady_clock::now();
-    if (now - last_report_ < kBeat)
-        return;
-    Progress report;
-    report.item = current_;
-    report.elapsed = std::chrono::duration_cast<std::chrono::seconds>(now - start_);
-    // Where there is nothing but empty files, the files themselves are what there is to do.
-    report.total = total_bytes_ > 0 ? total_bytes_ : total_entries_;
-    report.done = std::min(total_bytes_ > 0 ? done_bytes_ : done_entries_, report.total);
-    front_end_.progress(report);
-    last_report_ = steady_clock::now();
-}
-
-void CopyBatch::measure(const std::string& path, const Entry& entry) {
-    if (stopped())
-        return;
-    ++total_entries_;
-    if (entry.kind == EntryKind::kFile)
-        total_bytes_ += entry.size;
-    if (entry.kind != EntryKind::kFolder)
-        return;
-    Listing listing;
-    // What cannot be read is told when it is to be copied.
-    (void)source_.files.list(path, listing);
-    for (const Entry& child : listing.entries)
-        measure(join_path(path, child.name), child);
+bool CopyBatch::succeeded(const std::string& source, const Error& error) {
+    if (error)
+        fail(source, error);
+    return !error;
 }
 
 void CopyBatch::run(const std::vector<CopyItem>& items) {
-    const KeepsFoldersOpen source_kept(source_.files);
-    const KeepsFoldersOpen target_kept(target_.files);
-    for (const CopyItem& item : items) {
-        Entry entry;
-        if (!source_.files.stat(item.source, entry))
-            measure(item.source, entry);
+    const TreeInUse source_in_use(source_.files, progress_);
+    const TreeInUse target_in_use(target_.files, progress_);
+    const std::vector<Item> looked_at = look_at_items(items);
+    for (const Item& item : looked_at) {
+        if (!item.error && !progress_.stopped())
+            measured_.add(item.paths.source, item.entry, [this](const Entry& entry) {
+                progress_.add_to_do(entry);
+                return !progress_.stopped();
+            });
     }
-    for (const CopyItem& item : items) {
-        if (stopped())
+    std::map<std::string, FolderLookup> targets;
+    std::set<std::string> names;
+    for (const Item& item : looked_at) {
+        if (progress_.stopped())
             break;
-        copy_item(item);
+        const std::string& folder = item.paths.target_folder;
+        const std::string target = join_path(folder, base_name(item.paths.source));
+        if (!targets.contains(folder))
+            targets.emplace(folder, FolderLookup(target_.files, folder, looked_at.size()));
+        if (names.insert(target).second) {
+            copy_item(item, targets[folder]);
+        } else {
+            // An earlier item had this name.
+            pending_.publish();
+            copy_item(item, FolderLookup(target_.files, folder, 1));
+        }
+        copy_below();
     }
-    publish_waiting();
-    finish_folders();
-    tell_progress();
+    pending_.finish();
+    progress_.report();
 }
 
-void CopyBatch::copy_item(const CopyItem& item) {
-    Entry entry;
-    if (const Error error = source_.files.stat(item.source, entry); error)
-        return fail(item.source, error);
-    if (is_root(source_.files.style(), item.source))
-        return fail(item.source, "a whole drive cannot be copied");
+std::vector<CopyBatch::Item> CopyBatch::look_at_items(const std::vector<CopyItem>& items) {
+    std::vector<Item> result;
+    result.reserve(items.size());
+    FolderLookup lookup;
+    std::string folder;
+    for (const CopyItem& paths : items) {
+        Item& item = result.emplace_back(Item{paths, {}, {}});
+        if (is_root(source_.files.style(), paths.source)) {
+            item.error = reason(EINVAL, "IDS_REASON_WHOLE_DRIVE");
+            continue;
+        }
+        if (result.size() == 1 || folder != parent_path(paths.source)) {
+            folder = parent_path(paths.source);
+            lookup = FolderLookup(source_.files, folder, items.size());
+        }
+        item.error = lookup.find(base_name(paths.source), item.entry);
+    }
+    return result;
+}
+
+void CopyBatch::copy_item(const Item& item, const FolderLookup& target) {
+    const std::string& source = item.paths.source;
+    if (!succeeded(source, item.error))
+        return;
+    if (!enter_target(source, item.paths.target_folder)) {
+        if (item.entry.kind == EntryKind::kFolder)
+            measured_.skip();
+        return;
+    }
+    source_path_ = parent_path(source);
+    target_path_ = item.paths.target_folder;
+    copy_entry(source, item.entry, target_path_, target);
+}
+
+bool CopyBatch::enter_target(const std::string& source, const std::string& folder) {
+    if (swept_.contains(folder))
+        return true;
     std::vector<FileIdentity> chain;
-    if (const Error error = target_.files.folder_chain(item.target_folder, chain); error)
-        return fail(item.source, target_.show(item.target_folder) + ": " + reason_text(error));
-    if (entry.kind == EntryKind::kFolder &&
-        std::find(chain.begin(), chain.end(), entry.identity) != chain.end())
-        return fail(item.source, "a folder cannot be copied into itself");
-    if (touched_folders_.insert(item.target_folder).second)
-        target_.files.sweep(item.target_folder);
-    copy_entry(item.source, entry, item.target_folder);
+    if (const Error error = target_.files.folder_chain(folder, chain); error) {
+        fail(source, error.number == ECANCELED
+                         ? error
+                         : Error(error.number, target_.show(folder) + ": " + reason_text(error)));
+        return false;
+    }
+    has_identities_ = !chain.empty();
+    for (const FileIdentity& identity : chain)
+        never_entered_.emplace(identity.device, identity.inode);
+    target_.files.sweep(folder);
+    swept_.insert(folder);
+    return true;
 }
 
-void CopyBatch::copy_entry(const std::string& source, const Entry& entry, const std::string& target_folder) {
-    current_ = source_.show(source);
-    tell_progress();
-    const std::string name = base_name(source);
-    if (!may_travel_(name)) {
-        report(RELAY_HUB_HERE, "name cannot be told to the other computer:", in_one_line(current_));
-        return fail(source, "its name cannot be told to the other computer");
+void CopyBatch::copy_entry(const std::string& source, const Entry& entry, const std::string& target_folder,
+                           const FolderLookup& lookup) {
+    progress_.begin(source_.show(source));
+    const std::string target = join_path(target_folder, base_name(source));
+    if (!may_travel_(base_name(source))) {
+        fail(source, reason(EILSEQ, "IDS_REASON_NAME_CANNOT_TRAVEL"));
+        if (entry.kind == EntryKind::kFolder)
+            measured_.skip();
+        return progress_.finish(entry);
     }
-    const std::string target = join_path(target_folder, name);
     switch (entry.kind) {
         case EntryKind::kFolder:
-            copy_folder(source, entry, target);
-            break;
+            return begin_folder(source, entry, target, lookup);
         case EntryKind::kFile:
-            copy_file(source, entry, target);
-            break;
+            return copy_file(source, entry, target, lookup);
         case EntryKind::kLink:
-            copy_link(source, entry, target);
-            break;
+            return copy_link(source, entry, target, lookup);
         case EntryKind::kSpecial:
-            fail(source, "it is a device, a pipe or a socket");
-            break;
+            fail(source, reason(EINVAL, "IDS_REASON_SPECIAL_FILE"));
+            return progress_.finish(entry);
     }
-    ++done_entries_;
 }
 
-void CopyBatch::copy_folder(const std::string& source, const Entry& entry, const std::string& target) {
-    Listing children;
-    if (const Error error = source_.files.list(source, children); error)
-        return fail(source, error);
-    for (const FailedLook& failed : children.failed)
-        fail(join_path(source, failed.name), failed.error);
-    Entry existing;
-    const int missing = target_.files.stat(target, existing).number;
-    if (missing == 0 && existing.identity == entry.identity)
-        return fail(source, "it cannot be copied onto itself");
-    if (missing == 0 && existing.kind != EntryKind::kFolder)
-        return fail(source, "an item that is not a folder has its name at the target");
-    if (missing == 0) {
-        target_.files.sweep(target);
+void CopyBatch::begin_folder(const std::string& source, const Entry& entry, const std::string& target,
+                             const FolderLookup& lookup) {
+    Level level;
+    level.entry = entry;
+    Listing listing;
+    bool entered =
+        !entry.identity.known() || !never_entered_.contains({entry.identity.device, entry.identity.inode});
+    if (!entered) {
+        fail(source, reason(EINVAL, "IDS_REASON_INTO_ITSELF"));
+        measured_.skip();
     } else {
-        if (const Error error = target_.files.make_folder(target, kPrivateFolder); error)
-            return fail(source, error);
-        touched_folders_.insert(parent_path(target));
-        anything_done_ = true;
+        const Error error = measured_.enter(source, listing);
+        // What it holds is still passed over in the order in which it was measured.
+        level.children = std::move(listing.entries);
+        entered = succeeded(source, error) && make_or_take_folder(source, entry, target, lookup, level);
+        for (const FailedLook& failed : listing.failed)
+            fail(join_path(source, failed.name), failed.error);
+        for (const Entry& child : level.children) {
+            if (!entered && child.kind == EntryKind::kFolder)
+                measured_.skip();
+        }
     }
-    touched_folders_.insert(target);
-    for (const Entry& child : children.entries) {
-        if (stopped())
-            break;
-        copy_entry(join_path(source, child.name), child, target);
+    progress_.finish(entry);
+    if (!entered)
+        return;
+    level.source_length = source_path_.size();
+    level.target_length = target_path_.size();
+    source_path_ = source;
+    target_path_ = target;
+    levels_.push_back(std::move(level));
+}
+
+bool CopyBatch::make_or_take_folder(const std::string& source, const Entry& entry, const std::string& target,
+                                    const FolderLookup& lookup, Level& level) {
+    Entry present;
+    const Error missing = lookup.find(base_name(target), present);
+    if (missing && missing.number != ENOENT)
+        return succeeded(source, missing);
+    if (!missing && present.identity == entry.identity)
+        return succeeded(source, reason(EINVAL, "IDS_REASON_ONTO_ITSELF"));
+    if (!missing && present.kind != EntryKind::kFolder)
+        return succeeded(source, reason(ENOTDIR, "IDS_REASON_NO_FOLDER_AT_TARGET"));
+    if (!missing) {
+        if (pending_.waits_in(target))
+            pending_.publish();
+        target_.files.sweep(target);
+        level.lookup = FolderLookup(target_.files, target, level.children.size());
+        return true;
     }
-    if (missing != 0)
-        made_folders_.emplace_back(target, entry);
+    if (!succeeded(source, target_.files.make_folder(target, kPrivateFolder)))
+        return false;
+    pending_.add_touched(parent_path(target));
+    level.made = true;
+    Entry made;
+    if (has_identities_ && !target_.files.stat(target, made))
+        never_entered_.emplace(made.identity.device, made.identity.inode);
+    return true;
+}
+
+void CopyBatch::copy_below() {
+    while (!levels_.empty() && !progress_.stopped()) {
+        Level& level = levels_.back();
+        if (level.next < level.children.size()) {
+            announce_next(level);
+            const Entry child = std::move(level.children[level.next++]);
+            copy_entry(join_path(source_path_, child.name), child, target_path_, level.lookup);
+            continue;
+        }
+        if (level.made)
+            pending_.add_made_folder(target_path_, level.entry);
+        // Shortened to what stood before: one string for any depth.
+        source_path_.resize(level.source_length);
+        target_path_.resize(level.target_length);
+        levels_.pop_back();
+    }
+    levels_.clear();
+}
+
+// Only files that no question can hold up.
+void CopyBatch::announce_next(Level& level) {
+    if (level.announced > level.next + kAnnounced / 2)
+        return;
+    std::vector<FileToRead> files;
+    level.announced = std::max(level.announced, level.next);
+    while (level.announced < level.children.size() && level.announced < level.next + kAnnounced) {
+        const Entry& child = level.children[level.announced++];
+        Entry present;
+        if (child.kind != EntryKind::kFile || level.lookup.find(child.name, present).number != ENOENT)
+            continue;
+        files.push_back({join_path(source_path_, child.name), child});
+    }
+    if (!files.empty())
+        source_.files.read_ahead(files);
 }
 
 CopyBatch::Verdict CopyBatch::judge_target(const std::string& source, const Entry& entry,
-                                           const std::string& target) {
-    if (waiting_targets_.contains(target))
-        publish_waiting();
-    Entry existing;
-    const Error error = target_.files.stat(target, existing);
-    if (error.number == ENOENT)
+                                           const std::string& target, const FolderLookup& lookup,
+                                           Entry& present) {
+    const Error missing = lookup.find(base_name(target), present);
+    if (missing.number == ENOENT)
         return Verdict::kWrite;
-    if (error) {
-        fail(source, error);
+    Error wrong = missing;
+    if (!wrong && present.identity == entry.identity)
+        wrong = reason(EINVAL, "IDS_REASON_ONTO_ITSELF");
+    else if (!wrong && present.kind == EntryKind::kFolder)
+        wrong = reason(EISDIR, "IDS_REASON_FOLDER_AT_TARGET");
+    if (!succeeded(source, wrong))
         return Verdict::kLeave;
-    }
-    if (existing.identity == entry.identity) {
-        fail(source, "it cannot be copied onto itself");
-        return Verdict::kLeave;
-    }
-    if (existing.kind == EntryKind::kFolder) {
-        fail(source, "a folder has its name at the target");
-        return Verdict::kLeave;
-    }
-    return may_replace(target) ? Verdict::kReplace : Verdict::kLeave;
+    if (is_present(entry, present))
+        return Verdict::kPresent;
+    return may_replace(target, entry, present) ? Verdict::kReplace : Verdict::kLeave;
 }
 
-bool CopyBatch::may_replace(const std::string& target) {
-    if (replace_all_)
-        return true;
+bool CopyBatch::may_replace(const std::string& target, const Entry& entry, const Entry& present) {
+    if (replace_all_ || skip_all_)
+        return replace_all_;
     // What is written already should not wait for the user.
-    publish_waiting();
-    const std::string question = in_one_line(target_.show(target), 800) + "\nexists already. Replace it?";
-    switch (front_end_.confirm(question)) {
+    pending_.publish();
+    const std::string shown = in_one_line(target_.show(target), kLongestShownPath);
+    switch (front_end_.confirm(overwrite_question(shown, facts_of(present), facts_of(entry)))) {
         case Answer::kYes:
             return true;
         case Answer::kReplaceAll:
-            replace_all_ = true;
-            return true;
+            return replace_all_ = true;
         case Answer::kNo:
             return false;
+        case Answer::kNoToAll:
+            skip_all_ = true;
+            return false;
         case Answer::kCancel:
-            stop_ = true;
+            progress_.stop();
+            return false;
+        case Answer::kNone:
+            // Somebody who has cancelled meanwhile, or left, wants to hear no more of it.
+            if (!front_end_.cancelled())
+                unanswered_ = target_.show(target);
+            progress_.stop();
             return false;
     }
     return false;
 }
 
-void CopyBatch::copy_file(const std::string& source, const Entry& entry, const std::string& target) {
-    const std::uint64_t done_after = done_bytes_ + entry.size;
-    const Verdict verdict = judge_target(source, entry, target);
+void CopyBatch::copy_file(const std::string& source, const Entry& entry, const std::string& target,
+                          const FolderLookup& lookup) {
+    Entry present;
+    const Verdict verdict = judge_target(source, entry, target, lookup, present);
+    if (verdict == Verdict::kPresent)
+        return progress_.finish_present(entry);
     std::unique_ptr<FileSource> reader;
     std::unique_ptr<FileSink> sink;
     Error error;
@@ -276,117 +369,37 @@ void CopyBatch::copy_file(const std::string& source, const Entry& entry, const s
         if (!error)
             error = target_.files.open_sink(target, entry, verdict == Verdict::kReplace, sink);
         if (!error)
-            error = copy_content(*reader, *sink);
+            error = content_.copy(*reader, *sink);
         if (!error)
             error = sink->finish(*reader);
     }
-    if (error.number == ECANCELED)
-        return;
-    done_bytes_ = done_after;
-    if (error)
-        return fail(source, error);
-    if (verdict == Verdict::kLeave)
-        return;
-    sinks_.push_back(std::move(sink));
-    waiting_.push_back({source, target, entry.size});
-    waiting_targets_.insert(target);
-    waiting_bytes_ += entry.size;
-    if (sinks_.size() >= most_waiting_files_ || waiting_bytes_ >= kMostWaitingBytes)
-        publish_waiting();
+    const bool written = succeeded(source, error) && verdict != Verdict::kLeave;
+    if (!progress_.stopped() || written)
+        progress_.finish(entry);
+    if (written)
+        pending_.add_file(std::move(sink), source, parent_path(target), entry.size);
 }
 
-Error CopyBatch::copy_content(FileSource& source, FileSink& sink) {
-    bool copied_any = false;
-    if (source.descriptor() >= 0 && sink.descriptor() >= 0) {
-        const Error error = copy_in_kernel(source, sink, copied_any);
-        if (copied_any || error)
-            return error;
+void CopyBatch::copy_link(const std::string& source, const Entry& entry, const std::string& target,
+                          const FolderLookup& lookup) {
+    std::string text;
+    std::string present_text;
+    Entry present;
+    Error error = source_.files.read_link(source, text);
+    const bool is_there = !error && !lookup.find(base_name(target), present) &&
+                          present.kind == EntryKind::kLink && !(present.identity == entry.identity) &&
+                          !target_.files.read_link(target, present_text) && text == present_text;
+    if (is_there)
+        return progress_.finish_present(entry);
+    const Verdict verdict =
+        succeeded(source, error) ? judge_target(source, entry, target, lookup, present) : Verdict::kLeave;
+    if (verdict != Verdict::kLeave) {
+        error = target_.files.make_link(target, text, entry, verdict == Verdict::kReplace);
+        if (succeeded(source, error))
+            pending_.add_touched(parent_path(target));
     }
-    buffer_.resize(kBufferSize);
-    while (true) {
-        if (stopped())
-            return ECANCELED;
-        tell_progress();
-        std::size_t got = 0;
-        if (const Error error = source.read(buffer_.data(), buffer_.size(), got); error)
-            return error;
-        if (got == 0)
-            return 0;
-        if (const Error error = sink.write(buffer_.data(), got); error)
-            return error;
-        count_written(sink, got);
-    }
-}
-
-// Leaves copied_any false, and no error, when the kernel cannot copy between these two.
-Error CopyBatch::copy_in_kernel(FileSource& source, FileSink& sink, bool& copied_any) {
-    while (true) {
-        if (stopped())
-            return ECANCELED;
-        tell_progress();
-        const ssize_t count =
-            copy_file_range(source.descriptor(), nullptr, sink.descriptor(), nullptr, kKernelSlice, 0);
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count < 0)
-            return copied_any ? errno : 0;
-        if (count == 0)
-            return 0;
-        copied_any = true;
-        count_written(sink, static_cast<std::uint64_t>(count));
-    }
-}
-
-void CopyBatch::count_written(FileSink& sink, std::uint64_t bytes) {
-    done_bytes_ += bytes;
-    unflushed_bytes_ += bytes;
-    if (unflushed_bytes_ < kFlushStep)
-        return;
-    sink.start_flush();
-    unflushed_bytes_ = 0;
-}
-
-void CopyBatch::copy_link(const std::string& source, const Entry& entry, const std::string& target) {
-    const Verdict verdict = judge_target(source, entry, target);
-    if (verdict == Verdict::kLeave)
-        return;
-    std::string link;
-    Error error = source_.files.read_link(source, link);
-    if (!error)
-        error = target_.files.make_link(target, link, entry, verdict == Verdict::kReplace);
-    if (error)
-        return fail(source, error);
-    touched_folders_.insert(parent_path(target));
-    anything_done_ = true;
-}
-
-void CopyBatch::publish_waiting() {
-    if (sinks_.empty())
-        return;
-    const std::vector<Error> results = target_.files.commit(sinks_);
-    for (std::size_t i = 0; i < results.size(); ++i) {
-        if (results[i])
-            fail(waiting_[i].source, results[i]);
-        else
-            anything_done_ = true;
-        touched_folders_.insert(parent_path(waiting_[i].target));
-    }
-    sinks_.clear();
-    waiting_.clear();
-    waiting_targets_.clear();
-    waiting_bytes_ = 0;
-}
-
-void CopyBatch::finish_folders() {
-    for (const auto& [path, entry] : made_folders_) {
-        if (const Error error = target_.files.set_attributes(path, entry); error)
-            add_failure(target_.show(path), reason_text(error));
-    }
-    if (!anything_done_)
-        return;
-    const std::vector<std::string> touched(touched_folders_.begin(), touched_folders_.end());
-    if (const Error error = target_.files.settle(touched); error)
-        add_failure(target_.show(touched.front()), reason_text(error));
+    if (!progress_.stopped())
+        progress_.finish(entry);
 }
 
 }  // namespace relay_hub::engine

@@ -1,16 +1,21 @@
 #pragma once
 // One copy request carried out: every item with all below it, from one tree of files into another. Asks once
-// for each file in the way, tells the progress, stops when told, collects failures and goes on. One object
-// per request, used on one thread; trees and front end must outlive it.
-#include <chrono>
+// for each file in the way, passes over what is there already, tells the progress, stops when told, collects
+// failures and goes on. One object per request, used on one thread; trees and front end must outlive it.
 #include <functional>
-#include <memory>
+#include <list>
 #include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "engine/copy_failures.h"
+#include "engine/copy_progress.h"
+#include "engine/file_content.h"
+#include "engine/folder_lookup.h"
 #include "engine/front_end.h"
+#include "engine/measured_tree.h"
+#include "engine/pending_writes.h"
 #include "engine/remote_file_system.h"
 
 namespace relay_hub::engine {
@@ -26,84 +31,78 @@ struct CopyItem {
     std::string target_folder;  // inner path on the target side
 };
 
-struct Failure {
-    std::string item;
-    std::string reason;
-};
-
 class CopyBatch {
   public:
     // may_travel says which names exist for both sides; others are told as failures.
     CopyBatch(CopySide source, CopySide target, std::function<bool(const std::string& name)> may_travel,
               FrontEnd& front_end);
+    ~CopyBatch();
+    CopyBatch(const CopyBatch&) = delete;
+    CopyBatch& operator=(const CopyBatch&) = delete;
+
     // When it returns, every file that was copied is on the disk under its name.
     void run(const std::vector<CopyItem>& items);
     // An item that failed before it could be tried.
-    void add_failure(std::string item, std::string reason);
+    void add_failure(std::string item, std::string reason) {
+        failures_.add(std::move(item), std::move(reason));
+    }
 
-    [[nodiscard]] bool anything_done() const { return anything_done_; }
-    [[nodiscard]] const std::vector<Failure>& failures() const { return failures_; }
+    [[nodiscard]] bool anything_done() const { return pending_.anything_done(); }
+    [[nodiscard]] const FailureList& failures() const { return failures_; }
+    // The target of a question that nobody answered: there the copy ended. Empty for none.
+    [[nodiscard]] const std::string& unanswered() const { return unanswered_; }
+    // How many entries were neither copied nor failed, and of how many.
+    [[nodiscard]] std::uint64_t left() const { return progress_.left(); }
+    [[nodiscard]] std::uint64_t total() const { return progress_.total(); }
 
   private:
-    struct Waiting {
-        std::string source;
-        std::string target;
-        std::uint64_t size;
-    };
+    struct Item;
+    struct Level;
 
-    bool stopped();
-    void tell_progress();
-    void measure(const std::string& path, const Entry& entry);
-    void copy_item(const CopyItem& item);
-    void copy_entry(const std::string& source, const Entry& entry, const std::string& target_folder);
-    void copy_folder(const std::string& source, const Entry& entry, const std::string& target);
-    void copy_file(const std::string& source, const Entry& entry, const std::string& target);
-    void copy_link(const std::string& source, const Entry& entry, const std::string& target);
-    enum class Verdict { kWrite, kReplace, kLeave };
-    Verdict judge_target(const std::string& source, const Entry& entry, const std::string& target);
-    bool may_replace(const std::string& target);
-    // 0, an errno value, or ECANCELED when the work is to stop.
-    Error copy_content(FileSource& source, FileSink& sink);
-    Error copy_in_kernel(FileSource& source, FileSink& sink, bool& copied_any);
-    void count_written(FileSink& sink, std::uint64_t bytes);
-    void publish_waiting();
-    void finish_folders();
+    std::vector<Item> look_at_items(const std::vector<CopyItem>& items);
+    void copy_item(const Item& item, const FolderLookup& target);
+    // Whether things can be copied into the folder; told for source when not.
+    bool enter_target(const std::string& source, const std::string& folder);
+    // source and target_folder: the paths so far. A folder is only begun: its level is put on top.
+    void copy_entry(const std::string& source, const Entry& entry, const std::string& target_folder,
+                    const FolderLookup& lookup);
+    void begin_folder(const std::string& source, const Entry& entry, const std::string& target,
+                      const FolderLookup& lookup);
+    bool make_or_take_folder(const std::string& source, const Entry& entry, const std::string& target,
+                             const FolderLookup& lookup, Level& level);
+    void copy_below();
+    void copy_file(const std::string& source, const Entry& entry, const std::string& target,
+                   const FolderLookup& lookup);
+    void copy_link(const std::string& source, const Entry& entry, const std::string& target,
+                   const FolderLookup& lookup);
+    enum class Verdict { kWrite, kReplace, kPresent, kLeave };
+    Verdict judge_target(const std::string& source, const Entry& entry, const std::string& target,
+                         const FolderLookup& lookup, Entry& present);
+    bool may_replace(const std::string& target, const Entry& entry, const Entry& present);
+    void announce_next(Level& level);
+    bool succeeded(const std::string& source, const Error& error);
     void fail(const std::string& source, const Error& error);
-    void fail(const std::string& source, std::string reason);
 
     CopySide source_;
     CopySide target_;
     std::function<bool(const std::string&)> may_travel_;
     FrontEnd& front_end_;
-    std::size_t most_waiting_files_;
+    FailureList failures_;
+    CopyProgress progress_;
+    FileContent content_;
+    PendingWrites pending_;
+    MeasuredTree measured_;
 
-    bool stop_ = false;
     bool replace_all_ = false;
-    bool anything_done_ = false;
-    std::vector<Failure> failures_;
-    std::chrono::steady_clock::time_point start_;
-    std::chrono::steady_clock::time_point last_poll_;
-    std::chrono::steady_clock::time_point last_report_;
-    std::string current_;
-    std::uint64_t total_bytes_ = 0;
-    std::uint64_t total_entries_ = 0;
-    std::uint64_t done_bytes_ = 0;
-    std::uint64_t unflushed_bytes_ = 0;
-    std::uint64_t done_entries_ = 0;
-    // Written, but not yet under their names: they are flushed together.
-    std::vector<std::unique_ptr<FileSink>> sinks_;
-    std::vector<Waiting> waiting_;
-    std::set<std::string> waiting_targets_;
-    std::uint64_t waiting_bytes_ = 0;
-    // Made folders, inner ones first: their modes and times come last.
-    std::vector<std::pair<std::string, Entry>> made_folders_;
-    std::set<std::string> touched_folders_;
-    std::vector<char> buffer_;
+    bool skip_all_ = false;
+    std::string unanswered_;
+    std::set<std::string> swept_;  // target folders of items
+    // Entering one of these as a source would never end: the target, what it lies in, what this copy made.
+    std::set<std::pair<dev_t, ino_t>> never_entered_;
+    bool has_identities_ = false;  // the target's folders
+    std::list<Level> levels_;      // folders being copied, each in the one before
+    std::string source_path_;      // of the innermost
+    std::string target_path_;
 };
-
-// "3 items could not be copied:" with the first names and reasons.
-std::string failure_summary(const std::vector<Failure>& failures, const std::string& what_failed);
-// Plain English for an errno value.
-std::string reason_text(const Error& error);
 
 }  // namespace relay_hub::engine

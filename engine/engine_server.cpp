@@ -70,6 +70,10 @@ EngineServer::EngineServer(ServerSettings settings, RequestHandlers& handlers, F
       stop_(stop) {}
 
 EngineServer::~EngineServer() {
+    remove_pipes();
+}
+
+void EngineServer::remove_pipes() {
     if (!owns_pipes_)
         return;
     for (const std::string& path : {in_path_, out_path_}) {
@@ -136,14 +140,18 @@ FileDescriptor EngineServer::await_client() {
     return in;
 }
 
-void EngineServer::stop() {
+bool EngineServer::stop(std::optional<milliseconds> limit) {
     stop_.stop();
     // By descriptor, so that run() is reached even if somebody took the name away.
     const std::string pipe = "/proc/self/fd/" + std::to_string(pipe_.get());
+    const Deadline end = limit ? after(*limit) : std::nullopt;
     while (!ended_) {
+        if (end && Clock::now() >= *end)
+            return false;
         const FileDescriptor wake(open(pipe.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
         (void)poll(nullptr, 0, kWakePause);
     }
+    return true;
 }
 
 EngineServer::Reading EngineServer::read_request(int in, std::string& body) {

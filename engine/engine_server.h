@@ -26,7 +26,6 @@ class EngineServer {
   public:
     EngineServer(ServerSettings settings, RequestHandlers& handlers, FrontEndLink& front_end,
                  StopToken& stop);
-    // Removes the pipes that create_pipes made or took.
     ~EngineServer();
     EngineServer(const EngineServer&) = delete;
     EngineServer& operator=(const EngineServer&) = delete;
@@ -35,8 +34,11 @@ class EngineServer {
     bool create_pipes(std::string& why);
     // Returns after stop() or when a client asked the engine to exit: true. False when the pipe was lost.
     bool run();
-    // Wakes run() from whatever it waits for; it returns soon after.
-    void stop();
+    // Wakes run() from whatever it waits for, and returns once that has returned; false when it did not
+    // within the limit.
+    bool stop(std::optional<std::chrono::milliseconds> limit = std::nullopt);
+    // For an end that leaves run() behind; the destructor does it too.
+    void remove_pipes();
     [[nodiscard]] bool ended() const { return ended_; }
 
   private:

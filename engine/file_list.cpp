@@ -1,10 +1,12 @@
 #include "engine/file_list.h"
 
 #include <algorithm>
+#include <tuple>
 #include <utility>
+#include <vector>
 
-#include "base/diagnostics.h"
 #include "base/name_order.h"
+#include "base/translated_text.h"
 #include "engine/wire_text.h"
 #include "link_engine/message_names.h"
 
@@ -16,24 +18,23 @@ constexpr char kFolder[] = "1";
 // Room for what ends the message.
 constexpr std::size_t kTail = 64;
 
-bool is_shown(const Entry& entry, Style style) {
-    if (entry.name.front() == '.')
-        return false;
-    if (can_travel(style, entry.name))
-        return true;
-    report(RELAY_HUB_HERE,
-           "left out of the list, its name cannot be told to the front end:", in_one_line(entry.name));
-    return false;
+bool is_left_out(const std::string& name, HiddenFiles hidden) {
+    return name.empty() || (hidden == HiddenFiles::kLeftOut && name.front() == '.');
 }
 
 using KeyedEntry = std::pair<std::string, const Entry*>;
 
-std::vector<KeyedEntry> in_natural_order(const std::vector<Entry>& entries, Style style) {
+std::vector<KeyedEntry> in_natural_order(const std::vector<Entry>& entries, Style style, HiddenFiles hidden,
+                                         FailureList& missing) {
     std::vector<KeyedEntry> ordered;
     ordered.reserve(entries.size());
     for (const Entry& entry : entries) {
-        if (!is_shown(entry, style))
+        if (is_left_out(entry.name, hidden))
             continue;
+        if (!can_travel(style, entry.name)) {
+            missing.add(entry.name, translated("IDS_REASON_NAME_CANNOT_TRAVEL"));
+            continue;
+        }
         ordered.emplace_back(name_sort_key(entry.name.c_str()).get(), &entry);
     }
     std::sort(ordered.begin(), ordered.end(), [](const KeyedEntry& a, const KeyedEntry& b) {
@@ -78,19 +79,27 @@ std::size_t add_entries(WireText& text, const std::vector<KeyedEntry>& entries, 
 
 }  // namespace
 
-std::string file_list_text(const std::vector<Entry>& entries, Style style, std::size_t longest) {
-    const std::vector<KeyedEntry> ordered = in_natural_order(entries, style);
+FileList file_list(const Listing& listing, Style style, HiddenFiles hidden, std::optional<std::uint64_t> free,
+                   std::size_t longest) {
+    FileList list;
+    for (const FailedLook& failed : listing.failed) {
+        if (!is_left_out(failed.name, hidden))
+            list.missing.add(failed.name, reason_text(failed.error));
+    }
+    const std::vector<KeyedEntry> ordered = in_natural_order(listing.entries, style, hidden, list.missing);
     WireText text;
     text.add(wire::kResult, wire::kSuccess);
+    if (free)
+        text.add(wire::kFreeSpace, *free);
     const std::size_t start = text.size();
-    if (add_entries(text, ordered, true, longest) == ordered.size())
-        return text.finish();
-    text.cut_back(start);
-    const std::size_t told = add_entries(text, ordered, false, longest);
-    if (told < ordered.size())
-        report(RELAY_HUB_HERE, "the folder has more entries than one answer holds, left out:",
-               std::to_string(ordered.size() - told));
-    return text.finish();
+    list.shown = ordered.size();
+    list.told = add_entries(text, ordered, true, longest);
+    if (list.told < list.shown) {
+        text.cut_back(start);
+        list.told = add_entries(text, ordered, false, longest);
+    }
+    list.text = text.finish();
+    return list;
 }
 
 }  // namespace relay_hub::engine

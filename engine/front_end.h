@@ -6,13 +6,15 @@
 
 namespace relay_hub::engine {
 
-enum class Answer { kYes, kNo, kReplaceAll, kCancel };
+// kNone: nobody could be asked, or the question was closed without an answer.
+enum class Answer { kYes, kNo, kNoToAll, kReplaceAll, kCancel, kNone };
 
 struct Progress {
     std::string item;  // the path being copied, as the user knows it
     std::chrono::seconds elapsed{0};
     std::uint64_t done = 0;
     std::uint64_t total = 0;
+    std::string how_far;  // the same and more in words; empty: the time that has passed is told
 };
 
 class FrontEnd {
@@ -22,12 +24,13 @@ class FrontEnd {
     FrontEnd& operator=(const FrontEnd&) = delete;
     virtual ~FrontEnd() = default;
 
-    // Waits for the user. kCancel when nobody answers.
+    // Waits for the user.
     virtual Answer confirm(const std::string& question) = 0;
     // Whether the work is to stop: the user said so, or nobody waits for it any more.
     virtual bool cancelled() = 0;
     virtual void progress(const Progress& report) = 0;
-    virtual void message(const std::string& text) = 0;
+    // False when it did not arrive.
+    virtual bool message(const std::string& text) = 0;
 };
 
 }  // namespace relay_hub::engine

@@ -105,16 +105,19 @@ Answer FrontEndLink::confirm(const std::string& question) {
     const auto text = exchange(Caller::request, message.finish(), kOpenPatiently, kUntilTheUserAnswers);
     CZEVXML answer;
     if (!text || !answer.LoadXML(*text))
-        return Answer::kCancel;
-    static constexpr std::array<std::pair<const char*, Answer>, 3> kAnswers{
-        {{wire::kConfirmationYes, Answer::kYes},
+        return Answer::kNone;
+    // In this order: who answers for all that follow answers for this one too.
+    static constexpr std::array<std::pair<const char*, Answer>, 5> kAnswers{
+        {{wire::kConfirmationNoToAll, Answer::kNoToAll},
+         {wire::kConfirmationYes, Answer::kYes},
          {wire::kConfirmationNo, Answer::kNo},
-         {wire::kConfirmationReplaceAll, Answer::kReplaceAll}}};
+         {wire::kConfirmationReplaceAll, Answer::kReplaceAll},
+         {wire::kConfirmationCancel, Answer::kCancel}}};
     for (const auto& [field, meaning] : kAnswers) {
         if (answer.Query(field) == wire::kYes)
             return meaning;
     }
-    return Answer::kCancel;
+    return Answer::kNone;
 }
 
 bool FrontEndLink::cancelled() {
@@ -134,18 +137,22 @@ void FrontEndLink::progress(const Progress& report) {
     WireText message;
     message.add(wire::kCommand, wire::kCopyProgressStatusNotify);
     message.add(wire::kProgressInfo, in_one_line(report.item, kLongestText));
-    message.add(wire::kProgressElapsedTime, clock_text(report.elapsed));
+    message.add(wire::kProgressElapsedTime, report.how_far.empty()
+                                                ? clock_text(report.elapsed)
+                                                : in_one_line(report.how_far, kLongestText));
     message.add(wire::kProgressTotal, report.total);
     message.add(wire::kProgressCurrent, report.done);
     (void)exchange(Caller::request, message.finish(), kOpenBriefly, kAnswerLimit);
 }
 
-void FrontEndLink::message(const std::string& text) {
+bool FrontEndLink::message(const std::string& text) {
     WireText message;
     message.add(wire::kCommand, wire::kShowMessageBox);
     message.add(wire::kMessageBoxContent, presentable(text, kLongestText));
-    if (!exchange(Caller::request, message.finish(), kOpenPatiently, kAnswerLimit))
+    const bool taken = exchange(Caller::request, message.finish(), kOpenPatiently, kAnswerLimit).has_value();
+    if (!taken)
         relay_hub::report(RELAY_HUB_HERE, "the front end did not take the message:", in_one_line(text));
+    return taken;
 }
 
 bool FrontEndLink::tell_remote_is_offline() {

@@ -24,7 +24,7 @@ class FrontEndLink : public FrontEnd {
     Answer confirm(const std::string& question) override;
     bool cancelled() override;
     void progress(const Progress& report) override;
-    void message(const std::string& text) override;
+    bool message(const std::string& text) override;
 
     // Any thread. False when the front end did not take it.
     bool tell_remote_is_offline();

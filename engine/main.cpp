@@ -9,6 +9,7 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <clocale>
 #include <csignal>
 #include <cstdio>
@@ -16,6 +17,7 @@
 
 #include "base/diagnostics.h"
 #include "base/instance_lock.h"
+#include "base/program_locale.h"
 #include "base/worker.h"
 #include "engine/connected_computer.h"
 #include "engine/engine_server.h"
@@ -39,6 +41,7 @@ constexpr char kNotifyBase[] = "/tmp/ZEV_KorvaleMarrowglintNotify";
 constexpr char kEngineLock[] = "relay-hub-engine.lock";
 constexpr int kCannotServe = 1;
 constexpr int kWrongUsage = 2;
+constexpr std::chrono::milliseconds kEndLimit{1500};
 
 int complain(int status, const std::string& what) {
     std::fprintf(stderr, "relay-hub-engine: %s\n", what.c_str());
@@ -98,6 +101,15 @@ void serve_signals(int signals, Control& control) {
     }
 }
 
+// Something hangs in the system, a file of a dead server for one, and uses all there is: nothing is torn
+// down.
+[[noreturn]] void leave_behind(EngineServer& server) {
+    (void)complain(0, "ended in the middle of a request that hangs");
+    server.remove_pipes();
+    (void)std::fflush(stdout);
+    _exit(0);
+}
+
 bool take_lock(const InstanceLock& lock) {
     if (lock.result() == InstanceLock::Result::held_by_another)
         (void)complain(kCannotServe, "another engine of this user is running (it holds " + lock.path() + ")");
@@ -112,7 +124,8 @@ int serve_tree(const Options& options, int signals, Control& control, RemoteFile
     const auto local = FolderFileSystem::open("/", Reach::kWholeMachine, Style::kPosix);
     if (!local)
         return complain(kCannotServe, error_text(errno));
-    RequestHandlers handlers(remote, *local, control.front_end, control.state);
+    RequestHandlers handlers(remote, *local, control.front_end, control.state,
+                             options.hidden ? HiddenFiles::kListed : HiddenFiles::kLeftOut);
     EngineServer server({kCommandBase, options.delay, options.chunk, options.quiet}, handlers,
                         control.front_end, control.stop);
     std::string why;
@@ -127,7 +140,8 @@ int serve_tree(const Options& options, int signals, Control& control, RemoteFile
         serve_signals(signals, control);
     remote.interrupt();
     local->interrupt();
-    server.stop();
+    if (!server.stop(kEndLimit))
+        leave_behind(server);
     serving.join();
     return error != 0 ? complain(kCannotServe, error_text(error)) : served ? 0 : kCannotServe;
 }
@@ -178,7 +192,9 @@ int serve(const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    (void)relay_hub::choose_locale();
     (void)std::setlocale(LC_ALL, "");
+    relay_hub::bind_catalogue();
     (void)std::setvbuf(stdout, nullptr, _IOLBF, 0);
     std::string wrong;
     const auto options = parse_options({argv + 1, argv + argc}, wrong);

@@ -73,7 +73,8 @@ struct Switch {
     bool Options::*field;
 };
 
-constexpr std::array<Switch, 3> kSwitches{{
+constexpr std::array<Switch, 4> kSwitches{{
+    {"--hidden", &Options::hidden},
     {"--quiet", &Options::quiet},
     {"--help", &Options::help},
     {"--version", &Options::version},
@@ -141,6 +142,7 @@ std::string help_text() {
            "                   posix (\"/...\"); another computer's are found out\n"
            "  --delay MS       wait this long before each list is answered\n"
            "  --chunk BYTES    write answers in separate pieces of this size\n"
+           "  --hidden         list files whose names begin with a dot, too\n"
            "  --quiet          do not print the requests\n"
            "  --help           print this text and exit\n"
            "  --version        print the version and exit\n"

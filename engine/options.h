@@ -17,6 +17,7 @@ struct Options {
     int status_descriptor = -1;
     std::chrono::milliseconds delay{0};
     std::size_t chunk = 0;
+    bool hidden = false;
     bool quiet = false;
     bool help = false;
     bool version = false;

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <new>
 #include <optional>
 #include <string_view>
 
 #include "base/diagnostics.h"
+#include "base/translated_text.h"
 #include "engine/file_list.h"
 #include "engine/wire_text.h"
 #include "link_engine/message_names.h"
@@ -15,7 +17,7 @@
 namespace relay_hub::engine {
 namespace {
 
-constexpr char kOfflineReason[] = "The remote computer is offline.";
+constexpr std::size_t kLongestShownPath = 600;
 
 // What a request says of one path: plain, hex or both. before stands in front of the tags.
 std::string requested_text(CZEVXML& request, const std::string& before, const char* plain_tag,
@@ -25,17 +27,15 @@ std::string requested_text(CZEVXML& request, const std::string& before, const ch
 }
 
 std::string quoted(const std::string& text) {
-    return "\"" + in_one_line(text, 600) + "\"";
+    return "\"" + in_one_line(text, kLongestShownPath) + "\"";
 }
 
 std::string not_a_path(const std::string& text) {
-    return failure_text(quoted(text) + " is not a path of this computer.");
+    return fill_translated("IDS_REASON_NOT_A_PATH", {in_one_line(text, kLongestShownPath)});
 }
 
-std::string done_or_reason(const Error& error, const std::string& path, const std::string& what_failed) {
-    if (!error)
-        return success_text();
-    return failure_text(quoted(path) + " cannot be " + what_failed + ": " + reason_text(error) + ".");
+std::string done_or_reason(const Error& error) {
+    return error ? failure_text(reason_text(error)) : success_text();
 }
 
 std::string item_record(std::size_t index) {
@@ -91,10 +91,18 @@ const RequestHandlers::Handler* RequestHandlers::find_handler(const std::string&
 }
 
 RequestHandlers::RequestHandlers(RemoteFileSystem& remote, RemoteFileSystem& local, FrontEnd& front_end,
-                                 const LinkState& state)
-    : remote_(remote), local_(local), front_end_(front_end), state_(state) {}
+                                 const LinkState& state, HiddenFiles hidden)
+    : remote_(remote), local_(local), front_end_(front_end), state_(state), hidden_(hidden) {}
 
 Reply RequestHandlers::handle(const std::string& message) {
+    try {
+        return answer(message);
+    } catch (const std::bad_alloc&) {
+        return {failure_text(error_text(ENOMEM))};
+    }
+}
+
+Reply RequestHandlers::answer(const std::string& message) {
     CZEVXML request;
     if (!request.LoadXML(message))
         return {failure_text("The request could not be read: " + request.GetOperErrDesc())};
@@ -103,7 +111,7 @@ Reply RequestHandlers::handle(const std::string& message) {
     if (handler == nullptr)
         return {failure_text("There is no command " + quoted(command) + ".")};
     if (handler->needs_remote && !state_.remote_online)
-        return {failure_text(kOfflineReason), handler->is_list};
+        return {failure_text(translated("IDS_ERROR_DISCONNECT")), handler->is_list};
     return {(this->*handler->answer)(request), handler->is_list, command == wire::kExitLinkEngine};
 }
 
@@ -111,11 +119,16 @@ std::string RequestHandlers::list_files(CZEVXML& request) {
     const std::string path = requested_text(request, "", wire::kPath, wire::kPathHex);
     const auto folder = inner_path(style(), path);
     if (!folder)
-        return not_a_path(path);
+        return failure_text(not_a_path(path));
     Listing listing;
     if (const Error error = remote_.list(*folder, listing); error)
-        return done_or_reason(error, path, "read");
-    return file_list_text(listing.entries, style(), kLongestAnswer);
+        return done_or_reason(error);
+    std::uint64_t bytes = 0;
+    const bool knows_free = !remote_.free_space(*folder, bytes);
+    const FileList list = file_list(listing, style(), hidden_,
+                                    knows_free ? std::optional(bytes) : std::nullopt, kLongestAnswer);
+    tell_what_is_missing(wire_path(style(), *folder), list);
+    return list.text;
 }
 
 std::string RequestHandlers::list_drives(CZEVXML& /*request*/) {
@@ -154,11 +167,10 @@ std::string RequestHandlers::rename(CZEVXML& request) {
     const auto from = inner_path(style(), from_text);
     const auto to = inner_path(style(), to_text);
     if (!from || !to)
-        return not_a_path(from ? to_text : from_text);
+        return failure_text(not_a_path(from ? to_text : from_text));
     const std::string old_path = known_path(*from);
     const std::string new_path = join_path(known_path(parent_path(*to)), with_pictographs(base_name(*to)));
-    return done_or_reason(remote_.rename(old_path, new_path), wire_path(style(), old_path),
-                          "renamed to " + quoted(base_name(new_path)));
+    return done_or_reason(remote_.rename(old_path, new_path));
 }
 
 std::string RequestHandlers::known_path(const std::string& path) {
@@ -196,10 +208,13 @@ std::string RequestHandlers::remove(CZEVXML& request, EntryKind kind) {
     const std::string text = requested_text(request, "", wire::kPath, wire::kPathHex);
     const auto path = inner_path(style(), text);
     if (!path)
-        return not_a_path(text);
+        return failure_text(not_a_path(text));
     std::string failed;
     const Error error = remote_.remove(*path, kind, failed);
-    return done_or_reason(error, wire_path(style(), failed), "deleted");
+    if (!error || failed == *path)
+        return done_or_reason(error);
+    return failure_text(in_one_line(wire_path(style(), failed), kLongestShownPath) + ": " +
+                        reason_text(error));
 }
 
 std::string RequestHandlers::delete_file(CZEVXML& request) {
@@ -211,26 +226,27 @@ std::string RequestHandlers::delete_folder(CZEVXML& request) {
 }
 
 std::string RequestHandlers::move_to_trash(CZEVXML& request) {
-    std::vector<Failure> failures;
+    FailureList failures;
     const std::size_t count = item_count(request);
     for (std::size_t i = 0; i < count; ++i) {
         const std::string text = requested_text(request, item_record(i), nullptr, wire::kPathHex);
         const auto path = inner_path(style(), text);
-        const Error error = path ? remote_.move_to_trash(known_path(*path)) : EINVAL;
-        if (error)
-            failures.push_back({text, reason_text(error)});
+        if (!path)
+            failures.add(text, not_a_path(text));
+        else if (const Error error = remote_.move_to_trash(known_path(*path)); error)
+            failures.add(text, reason_text(error));
     }
-    return failures.empty() ? success_text() : failure_text(failure_summary(failures, "moved to the trash"));
+    return failures.empty() ? success_text() : failure_text(failures.summary());
 }
 
 std::string RequestHandlers::create_folder(CZEVXML& request) {
     const std::string text = requested_text(request, "", wire::kPath, wire::kPathHex);
     const auto path = inner_path(style(), text);
     if (!path)
-        return not_a_path(text);
+        return failure_text(not_a_path(text));
     constexpr mode_t kEveryRight = 0777;
     const Error error = is_root(style(), *path) ? EEXIST : remote_.make_folder(*path, kEveryRight);
-    return done_or_reason(error, text, "created");
+    return done_or_reason(error);
 }
 
 CopySide RequestHandlers::remote_side() const {
@@ -256,8 +272,7 @@ std::string RequestHandlers::copy_to_local(CZEVXML& request) {
         if (source && target)
             items.push_back({*source, *target});
         else
-            batch.add_failure(from, source ? quoted(to) + " is not a folder's full path"
-                                           : "it is not a path of the remote computer");
+            batch.add_failure(from, not_a_path(source ? to : from));
     }
     return run_copy(batch, items);
 }
@@ -278,25 +293,42 @@ std::string RequestHandlers::copy_to_remote(CZEVXML& request) {
         if (source && target)
             items.push_back({*source, *target});
         else
-            batch.add_failure(from, source ? quoted(to) + " is not a folder of the remote computer"
-                                           : "it is not a full path of this computer");
+            batch.add_failure(from, not_a_path(source ? to : from));
     }
     return run_copy(batch, items);
 }
 
 std::string RequestHandlers::run_copy(CopyBatch& batch, const std::vector<CopyItem>& items) {
     batch.run(items);
-    if (!state_.remote_online)
-        return failure_text("The remote computer went offline before everything was copied.");
-    if (batch.failures().empty())
-        return success_text();
-    for (const Failure& failure : batch.failures())
+    const FailureList& failures = batch.failures();
+    for (const Failure& failure : failures.kept())
         report(RELAY_HUB_HERE, "not copied:", in_one_line(failure.item + ": " + failure.reason));
-    const std::string summary = failure_summary(batch.failures(), "copied");
-    if (!batch.anything_done())
-        return failure_text(summary);
-    front_end_.message(summary);
-    return success_text();
+    if (!state_.remote_online)
+        return failure_text(translated("IDS_COPY_WENT_OFFLINE"));
+    if (!batch.unanswered().empty())
+        return failure_text(fill_translated("IDS_COPY_UNANSWERED",
+                                            {in_one_line(batch.unanswered(), kLongestShownPath),
+                                             std::to_string(batch.left()), std::to_string(batch.total())}));
+    if (failures.empty())
+        return success_text();
+    // Where something was done the answer is a success, and the box alone tells the rest.
+    const std::string summary = failures.summary();
+    return batch.anything_done() && front_end_.message(summary) ? success_text() : failure_text(summary);
+}
+
+// The call-back works in the middle of the request: the box opens when that has ended.
+void RequestHandlers::tell_what_is_missing(const std::string& folder, const FileList& list) {
+    const std::string shown = in_one_line(folder, kLongestShownPath);
+    std::string text;
+    if (list.told < list.shown)
+        text =
+            fill_translated("IDS_LIST_CUT", {shown, std::to_string(list.shown), std::to_string(list.told)});
+    if (!list.missing.empty())
+        text += (text.empty() ? "" : "\n") +
+                fill_translated("IDS_LIST_LEFT_OUT",
+                                {shown, std::to_string(list.missing.count()), list.missing.lines()});
+    if (!text.empty() && !front_end_.message(text))
+        report(RELAY_HUB_HERE, "not told:", in_one_line(text));
 }
 
 std::string RequestHandlers::connection_status(CZEVXML& /*request*/) {

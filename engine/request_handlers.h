@@ -5,6 +5,7 @@
 #include <string>
 
 #include "engine/copy_batch.h"
+#include "engine/file_list.h"
 #include "engine/front_end.h"
 #include "engine/link_state.h"
 #include "engine/names.h"
@@ -24,12 +25,13 @@ class RequestHandlers {
   public:
     // remote is what the front end calls the remote computer, local this machine as the user sees it.
     RequestHandlers(RemoteFileSystem& remote, RemoteFileSystem& local, FrontEnd& front_end,
-                    const LinkState& state);
-    // message: one document, without the marker.
+                    const LinkState& state, HiddenFiles hidden = HiddenFiles::kLeftOut);
+    // message: one document, without the marker. Out of memory is a failure of the request.
     Reply handle(const std::string& message);
 
   private:
     struct Handler;
+    Reply answer(const std::string& message);
     static const Handler* find_handler(const std::string& command);
 
     std::string list_files(CZEVXML& request);
@@ -48,6 +50,7 @@ class RequestHandlers {
     std::string exit_engine(CZEVXML& request);
 
     std::string remove(CZEVXML& request, EntryKind kind);
+    void tell_what_is_missing(const std::string& folder, const FileList& list);
     std::string run_copy(CopyBatch& batch, const std::vector<CopyItem>& items);
     // The item that a path known from hex alone means: one whose hex is the same.
     std::string known_path(const std::string& path);
@@ -61,6 +64,7 @@ class RequestHandlers {
     RemoteFileSystem& local_;
     FrontEnd& front_end_;
     const LinkState& state_;
+    const HiddenFiles hidden_;
 };
 
 // The longest answer that the front end takes.

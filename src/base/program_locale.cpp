@@ -6,8 +6,10 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <type_traits>
 
 namespace relay_hub {
@@ -28,6 +30,20 @@ using Locale = std::unique_ptr<std::remove_pointer_t<locale_t>, FreeLocale>;
 bool names_would_be_utf8() {
     const Locale locale(::newlocale(LC_ALL_MASK, "", nullptr));
     return locale != nullptr && std::strcmp(::nl_langinfo_l(CODESET, locale.get()), "UTF-8") == 0;
+}
+
+// Of a program that was started elsewhere: beside its folder, as it is built, or where it is installed.
+std::string catalogue_folder() {
+    std::error_code unreadable;
+    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", unreadable);
+    const std::filesystem::path above = program.parent_path().parent_path();
+    for (const std::filesystem::path& base : {above, above / "share/relay-hub"}) {
+        std::error_code error;
+        const std::filesystem::path folder = base / kCatalogueFolder;
+        if (!unreadable && std::filesystem::is_directory(folder, error))
+            return folder;
+    }
+    return kCatalogueFolder;
 }
 
 }  // namespace
@@ -57,7 +73,9 @@ bool choose_locale() {
 }
 
 void bind_catalogue() {
-    (void)::bindtextdomain(kTextDomain, kCatalogueFolder);
+    std::error_code error;
+    const bool is_here = std::filesystem::is_directory(kCatalogueFolder, error);
+    (void)::bindtextdomain(kTextDomain, is_here ? kCatalogueFolder : catalogue_folder().c_str());
     (void)::bind_textdomain_codeset(kTextDomain, "UTF-8");
     (void)::textdomain(kTextDomain);
 }

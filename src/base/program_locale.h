@@ -16,7 +16,8 @@ const char* supported_locale(const char* lang);
 // installed, names still convert as UTF-8 and texts still translate. False when LANG was replaced.
 bool choose_locale();
 
-// Makes the catalogue the source of the program's texts.
+// Makes the catalogue the source of the program's texts; where the working directory holds none, the one that
+// belongs to the program's own folder.
 void bind_catalogue();
 
 }  // namespace relay_hub

@@ -108,10 +108,10 @@ class Names(DesktopTest):
         os.mkdir(back)
         self.keys(LOCAL, "ctrl+a", "ctrl+c")
         self.keys(REMOTE, "ctrl+v")
-        box = wait_for(lambda: d.dialog() if "could not be copied" in "".join(labels(d.dialog())) else None, 60,
+        box = wait_for(lambda: d.dialog() if "could not be processed" in "".join(labels(d.dialog())) else None, 60,
                        what="the box that tells")
         told = "\n".join(labels(box))
-        self.assertIn(f"{len(NAMES) - len(carried)} items could not be copied", told)
+        self.assertIn(f"Items that could not be processed: {len(NAMES) - len(carried)}", told)
         self.assertIn("its name cannot be told to the other computer", told)
         d.take_notes()
         sent, wanted = tree_of(d.remote), tree_of(self.odd)

@@ -82,7 +82,7 @@ class SilentFrontEnd : public FrontEnd {
     Answer confirm(const Path&) override { return Answer::kReplaceAll; }
     bool cancelled() override { return false; }
     void progress(const Progress&) override {}
-    void message(const Path&) override {}
+    bool message(const Path&) override { return true; }
 };
 
 }  // namespace

@@ -31,7 +31,7 @@ class Copying : public EngineSandbox {
     }
     std::vector<std::string> failed_items() {
         std::vector<std::string> items;
-        for (const Failure& failure : batch_->failures())
+        for (const Failure& failure : batch_->failures().kept())
             items.push_back(failure.item);
         return items;
     }
@@ -98,6 +98,118 @@ TEST_F(Copying, WhereAFileCannotGetItsNameByALink) {
     ASSERT_EQ(stat((mine_ + "/tree/new").c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 07777U, 0640U);
     EXPECT_EQ(status.st_mtim.tv_sec, 1'500'000'000);
+}
+
+TEST_F(Copying, WhatIsThereIsPassedOverAndTheRestIsAskedAboutOnce) {
+    const timespec nanoseconds[2] = {{1'600'000'000, 0}, {1'600'000'000, 123'456'789}};
+    const timespec seconds[2] = {{1'600'000'000, 0}, {1'600'000'000, 0}};
+    const struct {
+        const char* name;
+        const char* present;
+        const timespec (&times)[2];
+    } cases[] = {
+        {"same", "ABC", nanoseconds},
+        {"same as far as seconds go", "ABC", seconds},
+        {"other size", "ABCD", nanoseconds},
+        {"other time", "ABC", {{0, 0}, {1'600'000'001, 0}}},
+        {"later", "ABC", {{0, 0}, {1'700'000'000, 0}}},
+    };
+    for (const auto& item : cases) {
+        make_file(std::string("served/tree/") + item.name, "abc");
+        utimensat(AT_FDCWD, at(std::string("served/tree/") + item.name).c_str(), nanoseconds, 0);
+        make_file(std::string("mine/tree/") + item.name, item.present);
+        utimensat(AT_FDCWD, at(std::string("mine/tree/") + item.name).c_str(), item.times, 0);
+    }
+    make_link("served/tree/link", "somewhere");
+    make_link("mine/tree/link", "somewhere");
+    make_file("served/tree/new", "n");
+    for (const Answer answer : {Answer::kNoToAll, Answer::kReplaceAll}) {
+        front_end_.questions.clear();
+        front_end_.answers = {answer};
+        EXPECT_TRUE(run({"tree"}).failures().empty());
+        EXPECT_EQ(front_end_.questions.size(), 1U);
+        for (const auto& item : cases) {
+            const bool asked = std::string_view(item.name).find("same") == std::string_view::npos;
+            EXPECT_EQ(content(mine_ + "/tree/" + item.name),
+                      asked && answer == Answer::kReplaceAll ? "abc" : item.present)
+                << item.name;
+        }
+        EXPECT_EQ(batch_->left(), 0U);
+    }
+    front_end_.questions.clear();
+    EXPECT_TRUE(run({"tree"}).failures().empty());
+    EXPECT_TRUE(front_end_.questions.empty());
+}
+
+TEST_F(Copying, AQuestionThatNobodyAnswersEndsTheCopyAndSaysWhatIsLeft) {
+    for (const char* name : {"1", "2", "3"}) {
+        make_file(std::string("served/tree/") + name, "new");
+        make_file(std::string("mine/tree/") + name, "here");
+    }
+    run({"tree"});
+    EXPECT_TRUE(batch_->unanswered().starts_with(mine_ + "/tree/"));
+    EXPECT_EQ(batch_->left(), 3U);
+    EXPECT_EQ(batch_->total(), 4U);
+    EXPECT_EQ(front_end_.questions.size(), 1U);
+}
+
+TEST_F(Copying, AFolderThatCannotBeReadCostsItsContentOnly) {
+    make_file("served/tree/a/1/x", "1");
+    make_file("served/tree/b/2/x", "2");
+    make_file("served/tree/c/3/x", "3");
+    make_file("mine/tree/b", "no folder");
+    run({"tree"});
+    EXPECT_EQ(failed_items(), Names{"/tree/b"});
+    EXPECT_EQ(content(mine_ + "/tree/a/1/x"), "1");
+    EXPECT_EQ(content(mine_ + "/tree/c/3/x"), "3");
+    EXPECT_EQ(content(mine_ + "/tree/b"), "no folder");
+}
+
+TEST_F(Copying, ManyItemsOfOneFolderAndTwoOfOneName) {
+    Names sources;
+    for (int number = 0; number < 20; ++number)
+        sources.push_back("set/" + std::to_string(number));
+    for (const std::string& name : sources)
+        make_file("served/" + name, "x");
+    make_file("served/other/7", "other");
+    sources.emplace_back("other/7");
+    front_end_.answers = {Answer::kYes};
+    run(sources);
+    EXPECT_EQ(failed_items(), Names{});
+    EXPECT_EQ(names_in(mine_).size(), 20U);
+    EXPECT_EQ(front_end_.questions.size(), 1U);
+    EXPECT_EQ(content(mine_ + "/7"), "other");
+}
+
+TEST_F(Copying, HolesStayHoles) {
+    const std::string path = make_file("served/sparse", "");
+    const FileDescriptor file(open(path.c_str(), O_RDWR | O_CLOEXEC));
+    constexpr off_t kSize = 64L << 20;
+    ASSERT_EQ(pwrite(file.get(), "middle", 6, kSize / 2), 6);
+    ASSERT_EQ(ftruncate(file.get(), kSize), 0);
+    run({"sparse"});
+    EXPECT_EQ(failed_items(), Names{});
+    EXPECT_EQ(record(mine_ + "/sparse").st_size, kSize);
+    EXPECT_LT(record(mine_ + "/sparse").st_blocks, 4096);
+    EXPECT_EQ(content(mine_ + "/sparse"), content(path));
+}
+
+TEST_F(Copying, ADeepTreeInBoundedTime) {
+    constexpr int kLevels = 3000;
+    FileDescriptor folder(open(served_.c_str(), O_RDONLY | O_CLOEXEC));
+    for (int level = 0; level < kLevels; ++level) {
+        ASSERT_EQ(mkdirat(folder.get(), "deeper", 0755), 0);
+        folder.reset(openat(folder.get(), "deeper", O_RDONLY | O_CLOEXEC));
+    }
+    const auto start = Clock::now();
+    run({"deeper"});
+    EXPECT_LT(Clock::now() - start, 20s);
+    EXPECT_EQ(failed_items(), Names{});
+    EXPECT_EQ(batch_->total(), static_cast<std::uint64_t>(kLevels));
+    std::string failed;
+    for (FolderFileSystem* files : {remote_.get(), local_.get()})
+        EXPECT_FALSE(files->remove(files == remote_.get() ? "deeper" : mine_.substr(1) + "/deeper",
+                                   EntryKind::kFolder, failed));
 }
 
 TEST_F(Copying, NothingOntoOrIntoItself) {

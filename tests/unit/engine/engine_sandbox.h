@@ -31,14 +31,20 @@ class PresetFrontEnd : public FrontEnd {
   public:
     Answer confirm(const std::string& question) override {
         questions.push_back(question);
-        return questions.size() <= answers.size() ? answers[questions.size() - 1] : Answer::kCancel;
+        return questions.size() <= answers.size() ? answers[questions.size() - 1] : Answer::kNone;
     }
     bool cancelled() override { return false; }
-    void progress(const Progress& /*report*/) override {}
-    void message(const std::string& /*text*/) override {}
+    void progress(const Progress& report) override { last_progress = report; }
+    bool message(const std::string& text) override {
+        messages.push_back(text);
+        return takes_messages;
+    }
 
     std::vector<Answer> answers;
     std::vector<std::string> questions;
+    std::vector<std::string> messages;
+    bool takes_messages = true;
+    Progress last_progress;
 };
 
 }  // namespace relay_hub::engine

@@ -138,9 +138,10 @@ TEST_F(CallingBack, AnswersOfAPaddedFrame) {
         Answer answer;
     } cases[] = {{"NP_Copy_Confirmation_Yes", Answer::kYes},
                  {"NP_Copy_Confirmation_No", Answer::kNo},
+                 {"NP_Copy_Confirmation_No_To_All", Answer::kNoToAll},
                  {"NP_Copy_Confirmation_Replace_All", Answer::kReplaceAll},
                  {"NP_Copy_Confirmation_Cancel", Answer::kCancel},
-                 {"Other", Answer::kCancel}};
+                 {"Other", Answer::kNone}};
     listen();
     for (const auto& item : cases) {
         next_answer = std::string("<ZEVMSG><") + item.field + ">Y</" + item.field + "></ZEVMSG>";
@@ -152,13 +153,13 @@ TEST_F(CallingBack, AnswersOfAPaddedFrame) {
         EXPECT_EQ(front_end_.cancelled(), flag == 'Y');
     }
     next_answer.clear();
-    EXPECT_EQ(front_end_.confirm("?"), Answer::kCancel);
+    EXPECT_EQ(front_end_.confirm("?"), Answer::kNone);
     EXPECT_FALSE(front_end_.cancelled());
 
     // In a row, as fast as can be: none is lost.
     for (int i = 0; i < 100; ++i)
-        front_end_.progress({"C:\\a & b", 3661s, 7, 9});
-    EXPECT_EQ(calls, 109);
+        front_end_.progress({"C:\\a & b", 3661s, 7, 9, ""});
+    EXPECT_EQ(calls, 110);
     EXPECT_EQ(last_message,
               "<ZEVMSG><NP_Cmd>NP_Cmd_Copy_Progress_Status_Notify</NP_Cmd>"
               "<NP_Copy_Process_Progress_Info>C:\\a &amp; b</NP_Copy_Process_Progress_Info>"
@@ -174,7 +175,7 @@ TEST_F(CallingBack, AnswersOfAPaddedFrame) {
 }
 
 TEST_F(CallingBack, AQuestionEndsWithItsReasonAndNothingHangsWithoutAFrontEnd) {
-    EXPECT_EQ(front_end_.confirm("no pipes"), Answer::kCancel);
+    EXPECT_EQ(front_end_.confirm("no pipes"), Answer::kNone);
     EXPECT_FALSE(front_end_.cancelled());
     for (const char* end : {"_IN", "_OUT"})
         ASSERT_EQ(mkfifo((notify_ + end).c_str(), 0777), 0);
@@ -188,7 +189,7 @@ TEST_F(CallingBack, AQuestionEndsWithItsReasonAndNothingHangsWithoutAFrontEnd) {
     for (const auto& item : cases) {
         std::atomic<bool> answered = false;
         std::thread asking([&] {
-            EXPECT_EQ(front_end_.confirm("?"), Answer::kCancel) << item.what;
+            EXPECT_EQ(front_end_.confirm("?"), Answer::kNone) << item.what;
             answered = true;
         });
         Peer listener(notify_);

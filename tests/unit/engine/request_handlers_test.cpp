@@ -21,6 +21,13 @@ std::string hex_field(const std::string& tag, const std::string& value) {
     return field(tag, encode_hex_as_front_end(value));
 }
 
+// The field in a list answer that no test can foresee.
+std::string without_free_space(std::string answer) {
+    const std::size_t start = answer.find("<NP_Free_Space>");
+    const std::size_t end = answer.find("<Line>", start);
+    return start == std::string::npos ? answer : answer.erase(start, end - start);
+}
+
 class Handling : public EngineSandbox {
   protected:
     std::string ask(const std::string& text, Style style = Style::kWindows) {
@@ -55,7 +62,7 @@ TEST_F(Handling, StatusPlacesAndDrives) {
         {"NP_Cmd_Get_Remote_Special_Path", true, Style::kPosix,
          "<T1>NP_Exe_Result_Success</T1><TK2>2F0044006F00630075006D0065006E0074007300</TK2>"},
         {"NP_Cmd_Get_Driver_List", false, Style::kWindows,
-         "<T1>NP_Exe_Result_Fail</T1><T2>The remote computer is offline.</T2>"},
+         "<T1>NP_Exe_Result_Fail</T1><T2>IDS_ERROR_DISCONNECT</T2>"},
         {"NP_Cmd_Unheard_Of", true, Style::kWindows,
          "<T1>NP_Exe_Result_Fail</T1><T2>There is no command &dq;NP_Cmd_Unheard_Of&dq;.</T2>"},
     };
@@ -79,7 +86,8 @@ TEST_F(Handling, AListInNaturalOrderWithoutWhatCannotBeTold) {
     const std::string first =
         "<ZEVMSG><T1>NP_Exe_Result_Success</T1><Line><TA>a&amp;b</TA>"
         "<TF>610026006200</TF><TY>1536</TY><TZ2>1.5 KB</TZ2><TO>";
-    EXPECT_EQ(answer.substr(0, first.size()), first);
+    const std::string plain = without_free_space(answer);
+    EXPECT_EQ(plain.substr(0, first.size()), first);
     EXPECT_NE(answer.find("<TR>1600000001</TR><TU>1600000002</TU><TH>0</TH>"), std::string::npos);
     for (const char* name : {".hidden", "bad", "slash", "line"})
         EXPECT_EQ(answer.find(name), std::string::npos);
@@ -87,9 +95,9 @@ TEST_F(Handling, AListInNaturalOrderWithoutWhatCannotBeTold) {
     EXPECT_NE(answer.find("<TH>1</TH>", answer.find("<TA>folder</TA>")), std::string::npos);
 
     EXPECT_EQ(ask(message("NP_Cmd_Get_File_List", field("TG", "C:\\none"))),
-              failure_text("\"C:\\none\" cannot be read: No such file or directory."));
+              failure_text("No such file or directory"));
     EXPECT_EQ(ask(message("NP_Cmd_Get_File_List", field("TG", "C:\\d\\..\\.."))),
-              failure_text("\"C:\\d\\..\\..\" is not a path of this computer."));
+              failure_text("IDS_REASON_NOT_A_PATH"));
 }
 
 TEST_F(Handling, ChangesInTheTree) {
@@ -101,20 +109,16 @@ TEST_F(Handling, ChangesInTheTree) {
         const char* reason;  // of a failure; null for success
     } cases[] = {
         {field("TG", "C:\\new") + hex_field("TF", "C:\\new"), "NP_Cmd_Create_Folder", nullptr},
-        {field("TG", "C:\\new"), "NP_Cmd_Create_Folder",
-         "\"C:\\new\" cannot be created: an item of that name is there already."},
+        {field("TG", "C:\\new"), "NP_Cmd_Create_Folder", "IDS_REASON_NAME_TAKEN"},
         {hex_field("TJ", "C:\\old 🎉") + hex_field("TK", "C:\\taken"), "NP_Cmd_Rename",
-         "\"C:\\old 🎉\" cannot be renamed to \"taken\": an item of that name is there already."},
+         "IDS_REASON_NAME_TAKEN"},
         {hex_field("TJ", "C:\\old 🎉") + hex_field("TK", "C:\\new\\moved 😀"), "NP_Cmd_Rename", nullptr},
-        {field("TG", "C:\\taken"), "NP_Cmd_Delete_Folder",
-         "\"C:\\taken\" cannot be deleted: Not a directory."},
+        {field("TG", "C:\\taken"), "NP_Cmd_Delete_Folder", "Not a directory"},
         {field("TG", "C:\\taken"), "NP_Cmd_Delete_File", nullptr},
-        {field("TG", "C:\\"), "NP_Cmd_Delete_Folder",
-         "\"C:\\\" cannot be deleted: it is in use or the root of the drive."},
+        {field("TG", "C:\\"), "NP_Cmd_Delete_Folder", "IDS_REASON_BUSY"},
         {field("T8", field("Line", hex_field("TF", "C:\\gone")) +
                          field("Line", hex_field("TF", "C:\\new\\moved 😀"))),
-         "NP_Cmd_Move_File_To_Trash",
-         "1 item could not be moved to the trash:\nC:\\gone: No such file or directory"},
+         "NP_Cmd_Move_File_To_Trash", "IDS_MSG_ITEMS_FAILED"},
     };
     for (const auto& item : cases)
         EXPECT_EQ(ask(message(item.command, item.fields)),
@@ -124,10 +128,14 @@ TEST_F(Handling, ChangesInTheTree) {
 }
 
 TEST_F(Handling, AListNeverOutgrowsTheFrontEndsBuffer) {
-    std::vector<Entry> entries(90000);
-    for (std::size_t i = 0; i < entries.size(); ++i)
-        entries[i].name = std::string(30, 'n') + std::to_string(i);
-    const std::string answer = file_list_text(entries, Style::kWindows, kLongestAnswer);
+    Listing listing;
+    listing.entries.resize(90000);
+    for (std::size_t i = 0; i < listing.entries.size(); ++i)
+        listing.entries[i].name = std::string(30, 'n') + std::to_string(i);
+    const FileList list = file_list(listing, Style::kWindows, HiddenFiles::kLeftOut, 5, kLongestAnswer);
+    const std::string& answer = list.text;
+    EXPECT_EQ(list.shown, listing.entries.size());
+    EXPECT_LT(list.told, list.shown);
     EXPECT_LE(answer.size(), kLongestAnswer);
     EXPECT_GT(answer.size(), kLongestAnswer * 9 / 10);
     EXPECT_TRUE(answer.ends_with("</Line></ZEVMSG>"));

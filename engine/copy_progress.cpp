@@ -1,0 +1,74 @@
+#include "engine/copy_progress.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace relay_hub::engine {
+namespace {
+
+using std::chrono::steady_clock;
+
+constexpr std::chrono::milliseconds kBeat{100};
+
+std::uint64_t content_size(const Entry& entry) {
+    return entry.kind == EntryKind::kFile ? entry.size : 0;
+}
+
+}  // namespace
+
+CopyProgress::CopyProgress(FrontEnd& front_end)
+    : front_end_(front_end),
+      start_(steady_clock::now()),
+      last_poll_(start_ - kBeat),
+      last_report_(start_ - kBeat) {}
+
+bool CopyProgress::stopped() {
+    if (stop_ || steady_clock::now() - last_poll_ < kBeat)
+        return stop_;
+    stop_ = front_end_.cancelled();
+    last_poll_ = steady_clock::now();
+    return stop_;
+}
+
+void CopyProgress::add_to_do(const Entry& entry) {
+    ++counts_.items_total;
+    counts_.bytes_total += content_size(entry);
+}
+
+void CopyProgress::begin(std::string shown) {
+    current_ = std::move(shown);
+    bytes_before_ = counts_.bytes_done;
+    report();
+}
+
+void CopyProgress::finish(const Entry& entry) {
+    ++counts_.items_done;
+    counts_.bytes_done = std::max(counts_.bytes_done, bytes_before_ + content_size(entry));
+    // What came up only while it was copied belongs to the whole as well.
+    counts_.items_total = std::max(counts_.items_total, counts_.items_done);
+    counts_.bytes_total = std::max(counts_.bytes_total, counts_.bytes_done);
+}
+
+void CopyProgress::finish_present(const Entry& entry) {
+    ++counts_.items_present;
+    text_.forget(content_size(entry));
+    finish(entry);
+}
+
+void CopyProgress::report() {
+    const auto now = steady_clock::now();
+    if (now - last_report_ < kBeat)
+        return;
+    Progress report;
+    report.item = current_;
+    report.elapsed = std::chrono::duration_cast<std::chrono::seconds>(now - start_);
+    // Where there is nothing but empty files, the files themselves are what there is to do.
+    const bool counts_bytes = counts_.bytes_total > 0;
+    report.total = counts_bytes ? counts_.bytes_total : counts_.items_total;
+    report.done = std::min(counts_bytes ? counts_.bytes_done : counts_.items_done, report.total);
+    report.how_far = text_.text(counts_, now);
+    front_end_.progress(report);
+    last_report_ = steady_clock::now();
+}
+
+}  // namespace relay_hub::engine

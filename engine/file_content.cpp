@@ -1,0 +1,116 @@
+#include "engine/file_content.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+namespace relay_hub::engine {
+namespace {
+
+constexpr std::size_t kBufferSize = 256UL * 1024;
+constexpr off_t kSlice = 1024L * 1024;
+constexpr std::uint64_t kFlushStep = 32ULL * 1024 * 1024;
+
+struct Stretch {
+    off_t start;
+    off_t end;  // as start: nothing but a hole follows, or the end
+};
+
+// The data that come next in a file. Where the file system knows no holes, all is data.
+Stretch next_data(int fd, off_t at) {
+    const off_t start = lseek(fd, at, SEEK_DATA);
+    if (start < 0)
+        return {at, errno == ENXIO ? at : at + kSlice};
+    const off_t hole = lseek(fd, start, SEEK_HOLE);
+    return {start, hole > start ? hole : start + kSlice};
+}
+
+}  // namespace
+
+Error FileContent::copy(FileSource& source, FileSink& sink) {
+    in_kernel_ = true;
+    struct stat status {};
+    const int from = source.descriptor();
+    // A size of 0 may only mean that nobody knows it.
+    if (from >= 0 && sink.descriptor() >= 0 && fstat(from, &status) == 0 && status.st_size > 0)
+        return copy_stretches(from, sink);
+    return copy_through_buffer(source, sink);
+}
+
+Error FileContent::copy_stretches(int from, FileSink& sink) {
+    off_t at = 0;
+    while (true) {
+        if (progress_.stopped())
+            return ECANCELED;
+        progress_.report();
+        const Stretch data = next_data(from, at);
+        const auto size = static_cast<std::size_t>(std::min<off_t>(data.end - data.start, kSlice));
+        const ssize_t copied = size > 0 ? copy_slice(from, sink.descriptor(), data.start, size) : 0;
+        if (copied < 0)
+            return errno;
+        if (copied == 0)
+            break;
+        at = data.start + copied;
+        count(sink, static_cast<std::uint64_t>(copied));
+    }
+    struct stat status {};
+    if (fstat(from, &status) != 0)
+        return errno;
+    const bool ends_in_a_hole = status.st_size > at;
+    return ends_in_a_hole && ftruncate(sink.descriptor(), status.st_size) != 0 ? Error(errno) : Error();
+}
+
+ssize_t FileContent::copy_slice(int from, int to, off_t at, std::size_t size) {
+    off_t read_at = at;
+    off_t write_at = at;
+    while (in_kernel_) {
+        const ssize_t copied = copy_file_range(from, &read_at, to, &write_at, size, 0);
+        if (copied > 0)
+            return copied;
+        // It may give nothing, too, for files that can be read.
+        in_kernel_ = copied < 0 && errno == EINTR;
+    }
+    buffer_.resize(kBufferSize);
+    ssize_t got = -1;
+    do {
+        got = pread(from, buffer_.data(), std::min(size, buffer_.size()), at);
+    } while (got < 0 && errno == EINTR);
+    for (ssize_t done = 0; done < got;) {
+        const ssize_t put =
+            pwrite(to, buffer_.data() + done, static_cast<std::size_t>(got - done), at + done);
+        if (put < 0 && errno != EINTR)
+            return -1;
+        done += std::max<ssize_t>(put, 0);
+    }
+    return got;
+}
+
+Error FileContent::copy_through_buffer(FileSource& source, FileSink& sink) {
+    buffer_.resize(kBufferSize);
+    while (true) {
+        if (progress_.stopped())
+            return ECANCELED;
+        progress_.report();
+        std::size_t got = 0;
+        if (const Error error = source.read(buffer_.data(), buffer_.size(), got); error)
+            return error;
+        if (got == 0)
+            return {};
+        if (const Error error = sink.write(buffer_.data(), got); error)
+            return error;
+        count(sink, got);
+    }
+}
+
+void FileContent::count(FileSink& sink, std::uint64_t bytes) {
+    progress_.add_written(bytes);
+    unflushed_ += bytes;
+    if (unflushed_ < kFlushStep)
+        return;
+    sink.start_flush();
+    unflushed_ = 0;
+}
+
+}  // namespace relay_hub::engine

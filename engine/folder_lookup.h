@@ -1,0 +1,27 @@
+#pragma once
+// Looks entries of one folder up: with one listing when many are asked for, else one by one. One thread; the
+// tree must outlive it. Later changes of the folder are not seen.
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "engine/remote_file_system.h"
+
+namespace relay_hub::engine {
+
+class FolderLookup {
+  public:
+    // A folder that holds nothing.
+    FolderLookup() = default;
+    // lookups: how many are to come.
+    FolderLookup(RemoteFileSystem& files, std::string folder, std::size_t lookups);
+    // ENOENT when there is none.
+    Error find(const std::string& name, Entry& entry) const;
+
+  private:
+    RemoteFileSystem* files_ = nullptr;  // null: the entries are all there is
+    std::string folder_;
+    std::vector<Entry> entries_;  // by name
+};
+
+}  // namespace relay_hub::engine

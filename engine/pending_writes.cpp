@@ -1,0 +1,83 @@
+#include "engine/pending_writes.h"
+
+#include <algorithm>
+#include <cerrno>
+
+namespace relay_hub::engine {
+namespace {
+
+constexpr std::uint64_t kMostWaitingBytes = 64ULL * 1024 * 1024;
+// Of folders to be finished, before that is done in between.
+constexpr std::size_t kMostPathBytes = 4UL * 1024 * 1024;
+
+}  // namespace
+
+PendingWrites::PendingWrites(RemoteFileSystem& target, FailureSink failed)
+    : target_(target), failed_(std::move(failed)), most_files_(target.most_waiting_files()) {}
+
+void PendingWrites::add_file(std::unique_ptr<FileSink> sink, const std::string& source,
+                             const std::string& target_folder, std::uint64_t size) {
+    sinks_.push_back(std::move(sink));
+    files_.push_back({source, target_folder});
+    waiting_bytes_ += size;
+    if (sinks_.size() >= most_files_ || waiting_bytes_ >= kMostWaitingBytes)
+        publish();
+}
+
+void PendingWrites::add_made_folder(const std::string& folder, const Entry& entry) {
+    made_folders_.emplace_back(folder, entry);
+    add_touched(folder);
+    path_bytes_ += folder.size() + sizeof(Entry);
+    if (path_bytes_ < kMostPathBytes)
+        return;
+    publish();
+    settle();
+}
+
+void PendingWrites::add_touched(const std::string& folder) {
+    anything_done_ = true;
+    if (touched_.insert(folder).second)
+        path_bytes_ += folder.size();
+}
+
+bool PendingWrites::waits_in(const std::string& folder) const {
+    return std::any_of(files_.begin(), files_.end(),
+                       [&](const File& file) { return file.target_folder == folder; });
+}
+
+void PendingWrites::publish() {
+    if (sinks_.empty())
+        return;
+    const std::vector<Error> results = target_.commit(sinks_);
+    for (std::size_t i = 0; i < results.size(); ++i) {
+        if (results[i])
+            failed_.file(files_[i].source, results[i]);
+        else
+            add_touched(files_[i].target_folder);
+    }
+    sinks_.clear();
+    files_.clear();
+    waiting_bytes_ = 0;
+}
+
+void PendingWrites::settle() {
+    for (const auto& [folder, entry] : made_folders_) {
+        if (const Error error = target_.set_attributes(folder, entry); error)
+            failed_.folder(folder, error);
+    }
+    const std::vector<std::string> touched(touched_.begin(), touched_.end());
+    if (!touched.empty()) {
+        if (const Error error = target_.settle(touched); error)
+            failed_.folder(touched.front(), error);
+    }
+    made_folders_.clear();
+    touched_.clear();
+    path_bytes_ = 0;
+}
+
+void PendingWrites::finish() {
+    publish();
+    settle();
+}
+
+}  // namespace relay_hub::engine

@@ -1,0 +1,59 @@
+#pragma once
+// What a copy has written but not finished: files without their final names, flushed together, and folders
+// that get their modes and times after what goes into them. One copy, one thread; the tree must outlive it.
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "engine/remote_file_system.h"
+
+namespace relay_hub::engine {
+
+class PendingWrites {
+  public:
+    // Called with what failed: where a file came from, or a folder of the target.
+    struct FailureSink {
+        std::function<void(const std::string& source, const Error& error)> file;
+        std::function<void(const std::string& folder, const Error& error)> folder;
+    };
+
+    PendingWrites(RemoteFileSystem& target, FailureSink failed);
+
+    void add_file(std::unique_ptr<FileSink> sink, const std::string& source, const std::string& target_folder,
+                  std::uint64_t size);
+    // A folder that was made, with all in it added before.
+    void add_made_folder(const std::string& folder, const Entry& entry);
+    // Something got its name in the folder.
+    void add_touched(const std::string& folder);
+    // Whether a file waits for its name in the folder.
+    [[nodiscard]] bool waits_in(const std::string& folder) const;
+    // Gives every file its name.
+    void publish();
+    // Puts all of it on the disk.
+    void finish();
+    [[nodiscard]] bool anything_done() const { return anything_done_; }
+
+  private:
+    struct File {
+        std::string source;
+        std::string target_folder;
+    };
+    void settle();
+
+    RemoteFileSystem& target_;
+    FailureSink failed_;
+    std::size_t most_files_;
+    std::vector<std::unique_ptr<FileSink>> sinks_;
+    std::vector<File> files_;  // of each sink
+    std::uint64_t waiting_bytes_ = 0;
+    std::vector<std::pair<std::string, Entry>> made_folders_;  // inner ones first
+    std::set<std::string> touched_;
+    std::size_t path_bytes_ = 0;  // of both
+    bool anything_done_ = false;
+};
+
+}  // namespace relay_hub::engine

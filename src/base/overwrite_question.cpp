@@ -1,0 +1,63 @@
+#include "base/overwrite_question.h"
+
+#include <algorithm>
+#include <array>
+
+#include "base/size_text.h"
+#include "base/translated_text.h"
+
+namespace relay_hub {
+namespace {
+
+// Nanoseconds that the clocks of file systems count in.
+constexpr std::array<long, 6> kTicks{1'000'000'000, 10'000'000, 1'000'000, 1'000, 100, 1};
+
+// The coarsest clock that could have given this time.
+long tick_of(const timespec& time) {
+    for (const long tick : kTicks) {
+        if (time.tv_nsec % tick == 0)
+            return tick;
+    }
+    return 1;
+}
+
+std::string date_text(std::time_t time) {
+    std::tm parts{};
+    std::array<char, 128> text{};
+    if (localtime_r(&time, &parts) == nullptr ||
+        std::strftime(text.data(), text.size(), "%x %X", &parts) == 0)
+        return std::to_string(time);
+    return text.data();
+}
+
+std::string facts_line(const char* id, const FileFacts& facts) {
+    return "\n" + fill_translated(
+                      id, {size_text(facts.size), facts.has_time ? date_text(facts.modified.tv_sec) : "–"});
+}
+
+const char* comparison(const FileFacts& present, const FileFacts& incoming) {
+    if (is_same_time(present.modified, incoming.modified))
+        return present.size == incoming.size ? "IDS_OVERWRITE_SAME" : "IDS_OVERWRITE_SAME_DATE";
+    const bool is_newer = incoming.modified.tv_sec != present.modified.tv_sec
+                              ? incoming.modified.tv_sec > present.modified.tv_sec
+                              : incoming.modified.tv_nsec > present.modified.tv_nsec;
+    return is_newer ? "IDS_OVERWRITE_INCOMING_NEWER" : "IDS_OVERWRITE_PRESENT_NEWER";
+}
+
+}  // namespace
+
+bool is_same_time(const timespec& one, const timespec& other) {
+    const long tick = std::max(tick_of(one), tick_of(other));
+    return one.tv_sec == other.tv_sec && one.tv_nsec / tick == other.tv_nsec / tick;
+}
+
+std::string overwrite_question(const std::string& path, const FileFacts& present, const FileFacts& incoming) {
+    std::string text = fill_translated("IDS_EXIST_FILE_NAME", {path}) + " ?\n" +
+                       facts_line("IDS_OVERWRITE_PRESENT", present) +
+                       facts_line("IDS_OVERWRITE_INCOMING", incoming);
+    if (present.has_time && incoming.has_time)
+        text.append("\n").append(translated(comparison(present, incoming)));
+    return text;
+}
+
+}  // namespace relay_hub
