@@ -23,7 +23,7 @@ class FolderFileSystem : public RemoteFileSystem {
     Error places(Places& places) override;
     Error free_space(const std::string& folder, std::uint64_t& bytes) override;
     [[nodiscard]] std::size_t most_waiting_files() const override;
-    void keep_folder_open(bool keep) override { tree_.keep_parent(keep); }
+    void keep_folder_open(bool keep) override { tree_.keep_folders(keep); }
     Error list(const std::string& folder, Listing& listing) override;
     Error stat(const std::string& path, Entry& entry) override;
     Error read_link(const std::string& path, std::string& target) override;

@@ -5,7 +5,9 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
 
 #include "engine/names.h"
@@ -15,6 +17,9 @@ namespace {
 
 // Longer paths are opened in stretches of this length.
 constexpr std::size_t kStretch = 3500;
+// Of folders that are kept open, in bytes of their paths, and how many there are at most.
+constexpr std::size_t kSpacing = 1024;
+constexpr std::size_t kMostKept = 48;
 constexpr int kBusyTreeRetries = 32;
 
 int open_beneath(int base, const char* path, int flags) {
@@ -64,47 +69,81 @@ int TreeRoot::open_step(int base, const std::string& path, int flags) const {
     return has_openat2 ? open_beneath(base, path.c_str(), flags) : open_without_links(base, path, flags);
 }
 
-int TreeRoot::open(const std::string& path, int flags, FileDescriptor& opened) const {
-    std::string rest = path.empty() ? "." : path;
+int TreeRoot::open_from(int base, std::string rest, int flags, FileDescriptor& opened) const {
     FileDescriptor stretch;
     while (rest.size() > kStretch) {
         const std::size_t slash = rest.rfind('/', kStretch);
         if (slash == std::string::npos)
             return ENAMETOOLONG;
-        const int base = stretch ? stretch.get() : root_.get();
-        const int fd = open_step(base, rest.substr(0, slash), O_PATH | O_DIRECTORY | O_CLOEXEC);
+        const int fd = open_step(stretch ? stretch.get() : base, rest.substr(0, slash),
+                                 O_PATH | O_DIRECTORY | O_CLOEXEC);
         if (fd < 0)
             return errno;
         stretch.reset(fd);
         rest.erase(0, slash + 1);
     }
-    opened.reset(open_step(stretch ? stretch.get() : root_.get(), rest, flags | O_CLOEXEC));
+    opened.reset(open_step(stretch ? stretch.get() : base, rest.empty() ? "." : rest, flags | O_CLOEXEC));
     return opened ? 0 : errno;
+}
+
+std::size_t TreeRoot::kept_above(const std::string& path) const {
+    const auto end = std::mismatch(path.begin(), path.end(), kept_path_.begin(), kept_path_.end()).first;
+    const auto common = static_cast<std::size_t>(end - path.begin());
+    std::size_t count = kept_.size();
+    while (count > 0 && (kept_[count - 1].length > common ||
+                         (path.size() > kept_[count - 1].length && path[kept_[count - 1].length] != '/')))
+        --count;
+    return count;
+}
+
+void TreeRoot::keep(const std::string& path, SharedFolder folder) const {
+    kept_.resize(kept_above(path));
+    kept_path_ = path;
+    // The one above is near enough to those above it to be done without.
+    if (kept_.size() >= 2 && path.size() - kept_[kept_.size() - 2].length < kSpacing)
+        kept_.pop_back();
+    if (kept_.size() >= kMostKept) {
+        for (std::size_t i = 1; i < kept_.size(); ++i)
+            kept_.erase(kept_.begin() + static_cast<std::ptrdiff_t>(i));
+    }
+    kept_.push_back({path.size(), std::move(folder)});
+}
+
+int TreeRoot::open(const std::string& path, int flags, FileDescriptor& opened) const {
+    if (const std::size_t count = kept_above(path); count > 0) {
+        const KeptFolder& above = kept_[count - 1];
+        const int error = open_from(above.folder->get(), path.substr(std::min(path.size(), above.length + 1)),
+                                    flags, opened);
+        // A link may lead out of that folder, and yet not out of the tree.
+        if (error != EXDEV && error != ELOOP)
+            return error;
+    }
+    return open_from(root_.get(), path, flags, opened);
 }
 
 int TreeRoot::open_parent(const std::string& path, SharedFolder& parent, std::string& name) const {
     if (path.empty())
         return EBUSY;
     name = base_name(path);
-    std::string folder_path = parent_path(path);
-    if (parent_ && folder_path == parent_path_) {
-        parent = parent_;
+    const std::string folder_path = parent_path(path);
+    const std::size_t count = kept_above(folder_path);
+    if (count > 0 && kept_[count - 1].length == folder_path.size()) {
+        parent = kept_[count - 1].folder;
         return 0;
     }
     FileDescriptor folder;
     if (const int error = open(folder_path, O_PATH | O_DIRECTORY, folder); error != 0)
         return error;
     parent = std::make_shared<const FileDescriptor>(std::move(folder));
-    if (keeps_parent_) {
-        parent_ = parent;
-        parent_path_ = std::move(folder_path);
-    }
+    if (keeps_folders_)
+        keep(folder_path, parent);
     return 0;
 }
 
-void TreeRoot::keep_parent(bool keep) {
-    keeps_parent_ = keep;
-    parent_.reset();
+void TreeRoot::keep_folders(bool keep) {
+    keeps_folders_ = keep;
+    kept_.clear();
+    kept_path_.clear();
 }
 
 }  // namespace relay_hub::engine

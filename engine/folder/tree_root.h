@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "base/file_descriptor.h"
 
@@ -24,17 +25,27 @@ class TreeRoot {
     int open(const std::string& path, int flags, FileDescriptor& opened) const;
     // The folder that holds path, for the *at() calls, and the last component. EBUSY for the root itself.
     int open_parent(const std::string& path, SharedFolder& parent, std::string& name) const;
-    // Whether the last folder that open_parent() opened is used again while the same one is asked for.
-    void keep_parent(bool keep);
+    // Between true and false folders that open_parent() opened are used again for what lies in or below them,
+    // so that the cost of a path does not grow with its length. Takes some dozen descriptors at most.
+    void keep_folders(bool keep);
 
   private:
+    struct KeptFolder {
+        std::size_t length;  // its path is that much of kept_path_
+        SharedFolder folder;
+    };
+
     [[nodiscard]] int open_step(int base, const std::string& path, int flags) const;
+    [[nodiscard]] int open_from(int base, std::string rest, int flags, FileDescriptor& opened) const;
+    // The number of kept folders that path lies in or is.
+    [[nodiscard]] std::size_t kept_above(const std::string& path) const;
+    void keep(const std::string& path, SharedFolder folder) const;
 
     FileDescriptor root_;
     Reach reach_;
-    bool keeps_parent_ = false;
-    mutable std::string parent_path_;
-    mutable SharedFolder parent_;  // null: none is kept
+    bool keeps_folders_ = false;
+    mutable std::string kept_path_;
+    mutable std::vector<KeptFolder> kept_;  // each below the one before
 };
 
 }  // namespace relay_hub::engine
