@@ -89,7 +89,7 @@ class AnnouncementListener {
         AnnouncementListener* listener;
         GObjectPtr<GCancellable> stop;
         std::string name;
-        ComputerAddress address;
+        SshAddress address;
     };
 
     static void on_client(AvahiClient* client, AvahiClientState state, void* self) {
@@ -135,11 +135,11 @@ class AnnouncementListener {
         const bool is_new = !listener->is_known(host);
         service->second.computer = host;
         // What is announced is not to be trusted: it goes the way of a typed address.
-        ComputerAddress announced;
+        SshAddress announced;
         announced.user = user_of(texts);
         announced.host = address_text(*address, interface);
-        announced.port = port == kSshPort ? 0 : port;
-        const auto checked = parse_address(computer_of(announced));
+        announced.port = port == kSshPort ? "" : std::to_string(port);
+        const auto checked = parse_typed(announced.computer());
         if (!is_new || !checked)
             return;
         listener->watcher_.found(host, *checked);
@@ -148,10 +148,10 @@ class AnnouncementListener {
 
     // A name stays when the address of a cable changes, and ssh knows the computer by it again: where the
     // system can find the computer by its name, that is the better address.
-    void look_up(const std::string& name, const ComputerAddress& address) {
-        ComputerAddress named = address;
+    void look_up(const std::string& name, const SshAddress& address) {
+        SshAddress named = address;
         named.host = name;
-        const auto checked = parse_address(computer_of(named));
+        const auto checked = parse_typed(named.computer());
         if (!checked)
             return;
         auto stop = GObjectPtr<GCancellable>(static_cast<GCancellable*>(g_object_ref(stop_.get())));

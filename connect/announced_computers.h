@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "connect/computer_address.h"
+#include "connect/typed_address.h"
 
 namespace relay_hub::connect {
 
@@ -16,7 +16,7 @@ class AnnouncedComputers {
     struct Watcher {
         // name: the computer's own, by which lost() names it. Called again when the same computer can be
         // reached by a better address.
-        std::function<void(const std::string& name, const ComputerAddress& address)> found;
+        std::function<void(const std::string& name, const SshAddress& address)> found;
         std::function<void(const std::string& name)> lost;
     };
 

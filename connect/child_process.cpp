@@ -18,14 +18,11 @@ constexpr int kSignalStatusBase = 128;
 struct Preparation {
     pid_t parent;
     int signal_when_orphaned;
-    bool own_session;
 };
 
 // Between fork and exec: nothing but plain system calls.
 void prepare(gpointer data) {
     const auto* preparation = static_cast<const Preparation*>(data);
-    if (preparation->own_session)
-        setsid();
     prctl(PR_SET_PDEATHSIG, preparation->signal_when_orphaned);
     // The parent may have died before the request was made.
     if (getppid() != preparation->parent)
@@ -39,7 +36,7 @@ std::string ChildProcess::start(const ProgramToStart& program, Ended ended) {
     std::ranges::transform(program.words, std::back_inserter(words),
                            [](const auto& word) { return word.c_str(); });
     words.push_back(nullptr);
-    Preparation preparation{getpid(), program.signal_when_orphaned, program.own_session};
+    Preparation preparation{getpid(), program.signal_when_orphaned};
     const int target = kStatusDescriptor;
     GError* error = nullptr;
     const bool started =
@@ -52,7 +49,6 @@ std::string ChildProcess::start(const ProgramToStart& program, Ended ended) {
         pid_ = 0;
         return owned->message;
     }
-    own_session_ = program.own_session;
     ended_ = std::move(ended);
     watch_ = g_child_watch_add(pid_, on_exit, this);
     return {};
@@ -60,7 +56,7 @@ std::string ChildProcess::start(const ProgramToStart& program, Ended ended) {
 
 void ChildProcess::send_signal(int number) const {
     if (running())
-        (void)kill(own_session_ ? -pid_ : pid_, number);
+        (void)kill(pid_, number);
 }
 
 void ChildProcess::on_exit(GPid, gint wait_status, gpointer self) {

@@ -13,7 +13,6 @@ namespace relay_hub::connect {
 struct ProgramToStart {
     std::vector<std::string> words;  // words[0]: the program's path
     int signal_when_orphaned = 0;    // sent to it when this process dies, however that happens
-    bool own_session = false;        // no terminal, and a process group of its own
     int status_descriptor = -1;      // borrowed; the program finds it as kStatusDescriptor; -1: none
     int error_descriptor = -1;       // borrowed; its standard error; -1: this process's
 };
@@ -33,14 +32,13 @@ class ChildProcess {
     // Empty, or why the program could not be started. Not while one runs.
     std::string start(const ProgramToStart& program, Ended ended);
     [[nodiscard]] bool running() const { return pid_ > 0; }
-    // To the program, and to those that it started where it has a session of its own. Nothing when none runs.
+    // Nothing when none runs.
     void send_signal(int number) const;
 
   private:
     static void on_exit(GPid pid, gint wait_status, gpointer self);
 
     GPid pid_ = 0;
-    bool own_session_ = false;
     guint watch_ = 0;
     Ended ended_;
 };

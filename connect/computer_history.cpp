@@ -30,19 +30,20 @@ ComputerHistory::ComputerHistory(std::string path) : path_(std::move(path)) {
         return;
     const GStrv texts(g_key_file_get_string_list(file.get(), kGroup, kRecent, nullptr, nullptr));
     for (char** text = texts.get(); text != nullptr && *text != nullptr; ++text) {
-        const auto address = parse_address(*text);
+        const auto address = parse_typed(*text);
         if (address && computers_.size() < kMostComputers)
             computers_.push_back(*address);
     }
 }
 
-std::string ComputerHistory::remember(const ComputerAddress& address) {
-    std::erase_if(computers_, [&](const auto& known) { return computer_of(known) == computer_of(address); });
+std::string ComputerHistory::remember(const SshAddress& address) {
+    std::erase_if(computers_, [&](const auto& known) { return known.computer() == address.computer(); });
     computers_.insert(computers_.begin(), address);
     computers_.resize(std::min(computers_.size(), kMostComputers));
 
     std::vector<std::string> texts;
-    std::ranges::transform(computers_, std::back_inserter(texts), whole_address);
+    std::ranges::transform(computers_, std::back_inserter(texts),
+                           [](const auto& known) { return known.whole(); });
     std::vector<const char*> list;
     std::ranges::transform(texts, std::back_inserter(list), [](const auto& text) { return text.c_str(); });
     const KeyFile file(g_key_file_new());

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "connect/computer_address.h"
+#include "connect/typed_address.h"
 
 namespace relay_hub::connect {
 
@@ -14,15 +14,15 @@ class ComputerHistory {
     explicit ComputerHistory(std::string path);
 
     // Most recent first, once each, with the folder that was opened last.
-    [[nodiscard]] const std::vector<ComputerAddress>& computers() const { return computers_; }
+    [[nodiscard]] const std::vector<SshAddress>& computers() const { return computers_; }
 
     // Puts the computer first and saves the file, readable by the user alone. Empty, or why it could not be
     // saved.
-    std::string remember(const ComputerAddress& address);
+    std::string remember(const SshAddress& address);
 
   private:
     std::string path_;
-    std::vector<ComputerAddress> computers_;
+    std::vector<SshAddress> computers_;
 };
 
 // Below $XDG_STATE_HOME.

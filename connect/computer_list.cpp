@@ -55,34 +55,32 @@ bool ComputerList::find(Column column, const std::string& text, GtkTreeIter* ite
     return false;
 }
 
-void ComputerList::append(const ComputerAddress& address, const char* source_id,
-                          const std::string& announced_as) {
+void ComputerList::append(const SshAddress& address, const char* source_id, const std::string& announced_as) {
     GtkTreeIter iter;
-    gtk_list_store_insert_with_values(store_.get(), &iter, -1, kName,
-                                      shown_text(computer_of(address)).c_str(), kSource,
-                                      translated(source_id), kAddress, whole_address(address).c_str(),
+    gtk_list_store_insert_with_values(store_.get(), &iter, -1, kName, shown_text(address.computer()).c_str(),
+                                      kSource, translated(source_id), kAddress, address.whole().c_str(),
                                       kAnnouncedAs, announced_as.c_str(), -1);
 }
 
-void ComputerList::add_used(const std::vector<ComputerAddress>& computers) {
-    for (const ComputerAddress& address : computers)
+void ComputerList::add_used(const std::vector<SshAddress>& computers) {
+    for (const SshAddress& address : computers)
         append(address, "IDS_CONNECT_USED_BEFORE", {});
 }
 
 void ComputerList::add_configured(const std::vector<std::string>& hosts) {
     for (const std::string& host : hosts) {
         GtkTreeIter iter;
-        const auto address = parse_address(host);
-        if (address && !find(kName, shown_text(computer_of(*address)), &iter))
+        const auto address = parse_typed(host);
+        if (address && !find(kName, shown_text(address->computer()), &iter))
             append(*address, "IDS_CONNECT_CONFIGURED", {});
     }
 }
 
-void ComputerList::show_announced(const std::string& name, const ComputerAddress& address) {
+void ComputerList::show_announced(const std::string& name, const SshAddress& address) {
     GtkTreeIter iter;
     if (find(kAnnouncedAs, name, &iter))
-        gtk_list_store_set(store_.get(), &iter, kName, shown_text(computer_of(address)).c_str(), kAddress,
-                           whole_address(address).c_str(), -1);
+        gtk_list_store_set(store_.get(), &iter, kName, shown_text(address.computer()).c_str(), kAddress,
+                           address.whole().c_str(), -1);
     else
         append(address, "IDS_CONNECT_ANNOUNCED", name);
 }
@@ -98,7 +96,7 @@ void ComputerList::on_cursor(GtkTreeView* view, gpointer self) {
     GtkTreeIter iter;
     if (gtk_tree_selection_get_selected(gtk_tree_view_get_selection(view), nullptr, &iter) == FALSE)
         return;
-    if (const auto address = parse_address(list->text_at(&iter, kAddress)))
+    if (const auto address = parse_typed(list->text_at(&iter, kAddress)))
         list->chosen_(*address);
 }
 

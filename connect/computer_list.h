@@ -8,14 +8,14 @@
 #include <vector>
 
 #include "base/glib_owners.h"
-#include "connect/computer_address.h"
+#include "connect/typed_address.h"
 
 namespace relay_hub::connect {
 
 class ComputerList {
   public:
     // activated: a row was double clicked, or Return pressed in it; its address has been chosen before.
-    using Chosen = std::function<void(const ComputerAddress&)>;
+    using Chosen = std::function<void(const SshAddress&)>;
     ComputerList(Chosen chosen, std::function<void()> activated);
     ComputerList(const ComputerList&) = delete;
     ComputerList& operator=(const ComputerList&) = delete;
@@ -26,10 +26,10 @@ class ComputerList {
     // The list itself, for a label's mnemonic and for the focus.
     [[nodiscard]] GtkWidget* view() const { return view_; }
 
-    void add_used(const std::vector<ComputerAddress>& computers);
+    void add_used(const std::vector<SshAddress>& computers);
     void add_configured(const std::vector<std::string>& hosts);
     // name: that of the announcement, by which it is taken away again. Replaces the address of the same name.
-    void show_announced(const std::string& name, const ComputerAddress& address);
+    void show_announced(const std::string& name, const SshAddress& address);
     void remove_announced(const std::string& name);
 
   private:
@@ -38,7 +38,7 @@ class ComputerList {
     static void on_row(GtkTreeView*, GtkTreePath*, GtkTreeViewColumn*, gpointer self);
     [[nodiscard]] std::string text_at(GtkTreeIter* iter, Column column) const;
     [[nodiscard]] bool find(Column column, const std::string& text, GtkTreeIter* iter) const;
-    void append(const ComputerAddress& address, const char* source_id, const std::string& announced_as);
+    void append(const SshAddress& address, const char* source_id, const std::string& announced_as);
     void append_column(Column column, bool grows);
 
     Chosen chosen_;

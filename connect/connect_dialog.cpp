@@ -65,8 +65,8 @@ ConnectDialog::~ConnectDialog() {
 }
 
 void ConnectDialog::build_computers() {
-    computers_ = std::make_unique<ComputerList>(
-        [this](const ComputerAddress& address) { set_address(address); }, [this] { connect_to_typed(); });
+    computers_ = std::make_unique<ComputerList>([this](const SshAddress& address) { set_address(address); },
+                                                [this] { connect_to_typed(); });
     GtkWidget* label = new_mnemonic_label("IDS_CONNECT_COMPUTERS", computers_->view());
     gtk_widget_set_size_request(computers_->widget(), kWidth, kListHeight);
     gtk_box_pack_start(GTK_BOX(choices_), label, FALSE, FALSE, 0);
@@ -134,8 +134,8 @@ void ConnectDialog::build_buttons() {
     gtk_dialog_set_default_response(GTK_DIALOG(dialog_), kConnect);
 }
 
-void ConnectDialog::set_address(const ComputerAddress& address) {
-    gtk_entry_set_text(GTK_ENTRY(address_), computer_of(address).c_str());
+void ConnectDialog::set_address(const SshAddress& address) {
+    gtk_entry_set_text(GTK_ENTRY(address_), address.computer().c_str());
     gtk_entry_set_text(GTK_ENTRY(folder_), address.folder.c_str());
 }
 
@@ -161,7 +161,7 @@ void ConnectDialog::on_response(GtkDialog*, gint response, gpointer self) {
 }
 
 void ConnectDialog::connect_to_typed() {
-    auto address = parse_address(text_of(address_));
+    auto address = parse_typed(text_of(address_));
     if (!address)
         return show_failure(translated("IDS_CONNECT_NO_ADDRESS"));
     // The folder may also stand behind the computer, as on the command line.

@@ -7,15 +7,15 @@
 #include <memory>
 #include <string>
 
-#include "connect/computer_address.h"
 #include "connect/computer_list.h"
+#include "connect/typed_address.h"
 
 namespace relay_hub::connect {
 
 class ConnectDialog {
   public:
     struct Actions {
-        std::function<void(const ComputerAddress&)> connect;
+        std::function<void(const SshAddress&)> connect;
         std::function<void(const std::string& folder)> serve;
         // Cancel, Escape or the window's close button; the dialog stays as it is.
         std::function<void()> cancel;
@@ -27,7 +27,7 @@ class ConnectDialog {
     ~ConnectDialog();
 
     [[nodiscard]] ComputerList& computers() { return *computers_; }
-    void set_address(const ComputerAddress& address);
+    void set_address(const SshAddress& address);
     void show();
     // Gives a question for a folder up, too.
     void hide();

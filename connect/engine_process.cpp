@@ -49,7 +49,6 @@ std::string EngineProcess::start(const EngineTarget& target) {
     program.words = {program_,      target.is_folder ? "--serve" : "--connect", target.what,
                      "--status-fd", std::to_string(kStatusDescriptor),          "--quiet"};
     program.signal_when_orphaned = SIGTERM;
-    program.own_session = true;  // ssh asks in a window of its own, never on a terminal
     program.status_descriptor = status.writing.get();
     program.error_descriptor = errors.writing.get();
     last_words_.clear();

@@ -33,7 +33,7 @@ class EngineProcess {
     // Empty, or why it could not be started. Not while it runs.
     std::string start(const EngineTarget& target);
     [[nodiscard]] bool running() const { return child_.running(); }
-    // Asks the engine, and what it started, to end; kills them when that takes too long.
+    // Asks the engine to end; kills it when that takes too long.
     void end();
 
   private:

@@ -35,7 +35,7 @@ std::optional<Options> parse_options(const std::vector<std::string>& words, std:
         } else if (options.computer || word.starts_with('-')) {
             wrong = "there is no option " + word;
         } else {
-            options.computer = parse_address(word);
+            options.computer = parse_typed(word);
             wrong = options.computer ? "" : word + " names no computer";
         }
         if (!wrong.empty())

@@ -4,12 +4,12 @@
 #include <string>
 #include <vector>
 
-#include "connect/computer_address.h"
+#include "connect/typed_address.h"
 
 namespace relay_hub::connect {
 
 struct Options {
-    std::optional<ComputerAddress> computer;
+    std::optional<SshAddress> computer;
     std::string serve;  // a folder of this computer
     bool share = false;
     bool help = false;

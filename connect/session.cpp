@@ -18,7 +18,7 @@ constexpr int kFailed = 1;
 Session::Session(const Programs& programs)
     : programs_(programs),
       history_(computer_history_path()),
-      dialog_({[this](const ComputerAddress& address) { connect(address); },
+      dialog_({[this](const SshAddress& address) { connect(address); },
                [this](const std::string& folder) { serve(folder); }, [this] { cancel(); }}),
       engine_(programs.engine, {[this](const EngineStatus& status) { on_status(status); },
                                 [this](const std::string& last_words) { on_engine_end(last_words); }}) {
@@ -32,7 +32,7 @@ void Session::ask() {
         dialog_.set_address(history_.computers().front());
     dialog_.show();
     announced_ = std::make_unique<AnnouncedComputers>(AnnouncedComputers::Watcher{
-        [this](const std::string& name, const ComputerAddress& address) {
+        [this](const std::string& name, const SshAddress& address) {
             dialog_.computers().show_announced(name, address);
         },
         [this](const std::string& name) { dialog_.computers().remove_announced(name); }});
@@ -44,11 +44,11 @@ void Session::ask_for_folder() {
         cancel();
 }
 
-void Session::connect(const ComputerAddress& address) {
+void Session::connect(const SshAddress& address) {
     address_ = address;
     dialog_.set_address(address);
     dialog_.show();
-    begin({false, whole_address(address)}, address.host);
+    begin({false, address.whole()}, address.host);
 }
 
 void Session::serve(const std::string& folder) {
@@ -120,7 +120,7 @@ void Session::tell_failure(Failure failure, const std::string& text) {
     (void)std::fprintf(stderr, "relay-hub-connect: %s: %s\n", shown_name_.c_str(), text.c_str());
     std::string message = what_to_do(failure, shown_text(shown_name_));
     if (failure == Failure::other && !text.empty())
-        message += "\n" + shown_text(text);
+        message += "\n" + shown_message(text);
     dialog_.show();
     dialog_.show_failure(message);
 }

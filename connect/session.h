@@ -24,7 +24,7 @@ class Session {
     // How to begin: with the dialog, with the question for a folder, or at once with a computer or a folder.
     void ask();
     void ask_for_folder();
-    void connect(const ComputerAddress& address);
+    void connect(const SshAddress& address);
     void serve(const std::string& folder);
 
     // Ends the window and the engine; run() returns when both have gone.
@@ -49,7 +49,7 @@ class Session {
     State state_ = State::asking;
     int exit_status_ = 0;
     ComputerHistory history_;
-    ComputerAddress address_;  // the computer that is being reached; of a folder empty
+    SshAddress address_;  // the computer that is being reached; of a folder empty
     std::string shown_name_;
     EngineStatus failure_;  // what the engine told before it ended
     ConnectDialog dialog_;

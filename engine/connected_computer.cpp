@@ -17,7 +17,7 @@ bool may_pass(sftp::FailureKind kind) {
 
 }  // namespace
 
-ConnectedComputer::ConnectedComputer(const sftp::SshAddress& address, std::optional<Style> style, News news)
+ConnectedComputer::ConnectedComputer(const SshAddress& address, std::optional<Style> style, News news)
     : news_(std::move(news)),
       keeper_(address, *this, interruption_),
       files_([this] { return keeper_.session(); }, interruption_, style) {}

@@ -22,7 +22,7 @@ class ConnectedComputer : private sftp::LinkObserver {
         std::function<void()> give_up;                  // there will be no link
     };
     // Everything in news outlives it, and is called on a thread of the link's.
-    ConnectedComputer(const sftp::SshAddress& address, std::optional<Style> style, News news);
+    ConnectedComputer(const SshAddress& address, std::optional<Style> style, News news);
 
     // Begins to connect; until there is a link the computer is offline. 0 or errno.
     int start();

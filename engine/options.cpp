@@ -28,7 +28,7 @@ bool set_style(Options& options, const std::string& value) {
 
 bool set_computer(Options& options, const std::string& value) {
     std::string wrong;
-    options.computer = sftp::parse_ssh_address(value, wrong);
+    options.computer = parse_ssh_address(value, wrong);
     return options.computer.has_value();
 }
 

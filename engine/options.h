@@ -5,14 +5,14 @@
 #include <string>
 #include <vector>
 
+#include "base/ssh_address.h"
 #include "engine/names.h"
-#include "engine/sftp/ssh_address.h"
 
 namespace relay_hub::engine {
 
 struct Options {
-    std::string folder;                        // of this machine; empty: another computer is served
-    std::optional<sftp::SshAddress> computer;  // exactly one of the two is there
+    std::string folder;                  // of this machine; empty: another computer is served
+    std::optional<SshAddress> computer;  // exactly one of the two is there
     std::optional<Style> style;
     int status_descriptor = -1;
     std::chrono::milliseconds delay{0};

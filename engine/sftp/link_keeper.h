@@ -5,10 +5,10 @@
 #include <mutex>
 #include <string>
 
+#include "base/ssh_address.h"
 #include "base/worker.h"
 #include "engine/sftp/link_failure.h"
 #include "engine/sftp/session.h"
-#include "engine/sftp/ssh_address.h"
 #include "engine/sftp/ssh_process.h"
 
 namespace relay_hub::engine::sftp {

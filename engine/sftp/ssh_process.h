@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "base/file_descriptor.h"
+#include "base/ssh_address.h"
 #include "engine/sftp/link_failure.h"
-#include "engine/sftp/ssh_address.h"
 
 namespace relay_hub::engine::sftp {
 

@@ -14,11 +14,9 @@ namespace {
 using testing::ElementsAre;
 
 // user|host|port|folder, or "-" for what names no computer.
-std::string parts_of(std::string_view text) {
-    const auto address = parse_address(text);
-    return address ? address->user + "|" + address->host + "|" + std::to_string(address->port) + "|" +
-                         address->folder
-                   : "-";
+std::string parts_of(const std::string& text) {
+    const auto address = parse_typed(text);
+    return address ? address->user + "|" + address->host + "|" + address->port + "|" + address->folder : "-";
 }
 
 TEST(Addresses, AreReadAndWritten) {
@@ -27,20 +25,20 @@ TEST(Addresses, AreReadAndWritten) {
         const char* parts;
         const char* written;  // null: as typed
     } cases[] = {
-        {"laptop", "|laptop|0|", nullptr},
-        {" anna@laptop \n", "anna|laptop|0|", "anna@laptop"},
+        {"laptop", "|laptop||", nullptr},
+        {" anna@laptop \n", "anna|laptop||", "anna@laptop"},
         {"anna@corp@laptop:2222/srv/my music", "anna@corp|laptop|2222|/srv/my music", nullptr},
-        {"sftp://laptop/", "|laptop|0|/", "laptop/"},
+        {"sftp://laptop/my%20music", "|laptop||/my music", "laptop/my music"},
         {"192.168.7.2:22", "|192.168.7.2|22|", nullptr},
-        {"fe80::1%usb0", "|fe80::1%usb0|0|", "[fe80::1%usb0]"},
+        {"fe80::1%usb0", "|fe80::1%usb0||", "[fe80::1%usb0]"},
         {"anna@[fe80::1%usb0]:2222/x", "anna|fe80::1%usb0|2222|/x", nullptr},
-        {"пк/Музыка", "|пк|0|/Музыка", nullptr},
-        {"laptop:22/~/a:b@c", "|laptop|22|/~/a:b@c", nullptr},
+        {"пк/Музыка", "|пк||/Музыка", nullptr},
+        {"laptop:22/~/a:b@c", "|laptop|22|~/a:b@c", nullptr},
     };
     for (const auto& row : cases) {
         EXPECT_EQ(parts_of(row.typed), row.parts);
-        const auto address = parse_address(row.typed);
-        EXPECT_EQ(address ? whole_address(*address) : "", row.written != nullptr ? row.written : row.typed);
+        const auto address = parse_typed(row.typed);
+        EXPECT_EQ(address ? address->whole() : "", row.written != nullptr ? row.written : row.typed);
     }
     for (const char* none :
          {"",           " ",   "/srv",    "@laptop",  "anna@",        "-oProxyCommand=x",  "-l@laptop",
@@ -51,9 +49,9 @@ TEST(Addresses, AreReadAndWritten) {
 
 TEST(Addresses, TakeAFolderAsItWasTyped) {
     const std::pair<const char*, const char*> cases[] = {
-        {"", ""},      {" /srv ", "/srv"},    {"C:\\Users\\anna", "/C:/Users/anna"},
-        {"d:", "/d:"}, {"Music", "/~/Music"}, {"~/Music", "/~/Music"},
-        {"~", "/~"},
+        {"", ""},      {" /srv ", "/srv"},   {"C:\\Users\\anna", "/C:/Users/anna"},
+        {"d:", "/d:"}, {"Music", "~/Music"}, {"~/Music", "~/Music"},
+        {"~", "~"},
     };
     for (const auto& [typed, folder] : cases)
         EXPECT_EQ(folder_of_typed(typed), folder) << typed;
@@ -85,24 +83,24 @@ TEST(History, IsKeptMostRecentFirst) {
     const test::Sandbox sandbox;
     const std::string path = sandbox.at("state/relay-hub/computers");
     for (const char* used : {"nas", "anna@laptop/old", "nas:2222", "anna@laptop/new;\\ x"})
-        EXPECT_EQ(ComputerHistory(path).remember(*parse_address(used)), "");
+        EXPECT_EQ(ComputerHistory(path).remember(*parse_typed(used)), "");
     const auto listed = [&] {
         test::Names names;
         const ComputerHistory history(path);
-        for (const ComputerAddress& address : history.computers())
-            names.push_back(whole_address(address));
+        for (const SshAddress& address : history.computers())
+            names.push_back(address.whole());
         return names;
     };
     EXPECT_THAT(listed(), ElementsAre("anna@laptop/new;\\ x", "nas:2222", "nas"));
     EXPECT_EQ(test::mode_of(path), 0600U);
     for (int i = 0; i < 30; ++i)
-        (void)ComputerHistory(path).remember(*parse_address("host" + std::to_string(i)));
+        (void)ComputerHistory(path).remember(*parse_typed("host" + std::to_string(i)));
     EXPECT_EQ(listed().size(), 20U);
     test::put(path, "[Computers]\nRecent=-oProxyCommand=x;nas;;\n");
     EXPECT_THAT(listed(), ElementsAre("nas"));
     test::put(path, "no key file");
     EXPECT_THAT(listed(), ElementsAre());
-    EXPECT_THAT(ComputerHistory(path + "/below").remember(*parse_address("nas")), testing::HasSubstr(path));
+    EXPECT_THAT(ComputerHistory(path + "/below").remember(*parse_typed("nas")), testing::HasSubstr(path));
 }
 
 TEST(EngineStatus, IsReadFromItsLines) {

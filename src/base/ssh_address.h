@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-namespace relay_hub::engine::sftp {
+namespace relay_hub {
 
 struct SshAddress {
     std::string user;    // empty: as ssh decides
@@ -14,9 +14,12 @@ struct SshAddress {
 
     // "user@host", as far as known.
     [[nodiscard]] std::string shown() const;
+    // "[user@]host[:port]" and "[user@]host[:port][/folder]", to be read again.
+    [[nodiscard]] std::string computer() const;
+    [[nodiscard]] std::string whole() const;
 };
 
 // Nothing, with what is wrong told, for what is no such text.
 std::optional<SshAddress> parse_ssh_address(const std::string& text, std::string& wrong);
 
-}  // namespace relay_hub::engine::sftp
+}  // namespace relay_hub

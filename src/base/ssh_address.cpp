@@ -1,4 +1,4 @@
-#include "engine/sftp/ssh_address.h"
+#include "base/ssh_address.h"
 
 #include <arpa/inet.h>
 
@@ -7,7 +7,7 @@
 #include <charconv>
 #include <string_view>
 
-namespace relay_hub::engine::sftp {
+namespace relay_hub {
 namespace {
 
 constexpr unsigned kLargestPort = 65535;
@@ -84,6 +84,16 @@ std::string SshAddress::shown() const {
     return user.empty() ? host : user + "@" + host;
 }
 
+std::string SshAddress::computer() const {
+    const bool is_numeric = host.find(':') != std::string::npos;
+    return (user.empty() ? "" : user + "@") + (is_numeric ? "[" + host + "]" : host) +
+           (port.empty() ? "" : ":" + port);
+}
+
+std::string SshAddress::whole() const {
+    return computer() + (folder.starts_with('~') ? "/" : "") + folder;
+}
+
 std::optional<SshAddress> parse_ssh_address(const std::string& text, std::string& wrong) {
     wrong = "\"" + text + "\" is no address of a computer: [user@]host[:port][/folder]";
     std::string_view rest = text;
@@ -117,4 +127,4 @@ std::optional<SshAddress> parse_ssh_address(const std::string& text, std::string
     return address;
 }
 
-}  // namespace relay_hub::engine::sftp
+}  // namespace relay_hub

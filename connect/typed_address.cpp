@@ -1,0 +1,49 @@
+#include "connect/typed_address.h"
+
+#include <glib.h>
+
+#include <algorithm>
+
+#include "base/glib_owners.h"
+
+namespace relay_hub::connect {
+namespace {
+
+std::string trimmed(const std::string& text) {
+    const GText copy(g_strdup(text.c_str()));
+    return g_strstrip(copy.get());
+}
+
+// What cannot be seen could pass for another name.
+bool can_be_seen(const std::string& word) {
+    for (const char* letter = word.c_str(); *letter != '\0'; letter = g_utf8_next_char(letter)) {
+        if (g_unichar_isgraph(g_utf8_get_char(letter)) == FALSE)
+            return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+std::optional<SshAddress> parse_typed(const std::string& text) {
+    if (g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr) == FALSE)
+        return std::nullopt;
+    std::string wrong;
+    const auto address = parse_ssh_address(trimmed(text), wrong);
+    if (!address || !can_be_seen(address->user) || !can_be_seen(address->host))
+        return std::nullopt;
+    return address;
+}
+
+std::string folder_of_typed(const std::string& typed) {
+    std::string folder = trimmed(typed);
+    if (folder.empty() || folder.front() == '/' || folder.front() == '~')
+        return folder;
+    const bool has_drive = folder.size() >= 2 && folder[1] == ':' && g_ascii_isalpha(folder[0]) != FALSE;
+    if (!has_drive)
+        return "~/" + folder;
+    std::ranges::replace(folder, '\\', '/');
+    return "/" + folder;
+}
+
+}  // namespace relay_hub::connect
