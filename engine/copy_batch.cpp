@@ -135,7 +135,7 @@ void CopyBatch::run(const std::vector<CopyItem>& items) {
         copy_below();
     }
     pending_.finish();
-    progress_.report();
+    progress_.report_end();
 }
 
 std::vector<CopyBatch::Item> CopyBatch::look_at_items(const std::vector<CopyItem>& items) {
@@ -153,7 +153,7 @@ std::vector<CopyBatch::Item> CopyBatch::look_at_items(const std::vector<CopyItem
             folder = parent_path(paths.source);
             lookup = FolderLookup(source_.files, folder, items.size());
         }
-        item.error = lookup.find(base_name(paths.source), item.entry);
+        item.error = lookup.find(folder, base_name(paths.source), item.entry);
     }
     return result;
 }
@@ -248,7 +248,7 @@ void CopyBatch::begin_folder(const std::string& source, const Entry& entry, cons
 bool CopyBatch::make_or_take_folder(const std::string& source, const Entry& entry, const std::string& target,
                                     const FolderLookup& lookup, Level& level) {
     Entry present;
-    const Error missing = lookup.find(base_name(target), present);
+    const Error missing = lookup.find(parent_path(target), base_name(target), present);
     if (missing && missing.number != ENOENT)
         return succeeded(source, missing);
     if (!missing && present.identity == entry.identity)
@@ -300,7 +300,8 @@ void CopyBatch::announce_next(Level& level) {
     while (level.announced < level.children.size() && level.announced < level.next + kAnnounced) {
         const Entry& child = level.children[level.announced++];
         Entry present;
-        if (child.kind != EntryKind::kFile || level.lookup.find(child.name, present).number != ENOENT)
+        if (child.kind != EntryKind::kFile ||
+            level.lookup.find(target_path_, child.name, present).number != ENOENT)
             continue;
         files.push_back({join_path(source_path_, child.name), child});
     }
@@ -311,7 +312,7 @@ void CopyBatch::announce_next(Level& level) {
 CopyBatch::Verdict CopyBatch::judge_target(const std::string& source, const Entry& entry,
                                            const std::string& target, const FolderLookup& lookup,
                                            Entry& present) {
-    const Error missing = lookup.find(base_name(target), present);
+    const Error missing = lookup.find(parent_path(target), base_name(target), present);
     if (missing.number == ENOENT)
         return Verdict::kWrite;
     Error wrong = missing;
@@ -386,7 +387,7 @@ void CopyBatch::copy_link(const std::string& source, const Entry& entry, const s
     std::string present_text;
     Entry present;
     Error error = source_.files.read_link(source, text);
-    const bool is_there = !error && !lookup.find(base_name(target), present) &&
+    const bool is_there = !error && !lookup.find(parent_path(target), base_name(target), present) &&
                           present.kind == EntryKind::kLink && !(present.identity == entry.identity) &&
                           !target_.files.read_link(target, present_text) && text == present_text;
     if (is_there)

@@ -57,8 +57,11 @@ void CopyProgress::finish_present(const Entry& entry) {
 
 void CopyProgress::report() {
     const auto now = steady_clock::now();
-    if (now - last_report_ < kBeat)
-        return;
+    if (now - last_report_ >= kBeat)
+        tell(now);
+}
+
+void CopyProgress::tell(steady_clock::time_point now) {
     Progress report;
     report.item = current_;
     report.elapsed = std::chrono::duration_cast<std::chrono::seconds>(now - start_);

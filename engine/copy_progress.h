@@ -30,11 +30,15 @@ class CopyProgress {
     void finish_present(const Entry& entry);
     // Tells the front end, if it has not been told just now.
     void report();
+    // Tells it where the copy ended.
+    void report_end() { tell(std::chrono::steady_clock::now()); }
 
     [[nodiscard]] std::uint64_t left() const { return counts_.items_total - counts_.items_done; }
     [[nodiscard]] std::uint64_t total() const { return counts_.items_total; }
 
   private:
+    void tell(std::chrono::steady_clock::time_point now);
+
     FrontEnd& front_end_;
     std::chrono::steady_clock::time_point start_;
     std::chrono::steady_clock::time_point last_poll_;

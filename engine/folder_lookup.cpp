@@ -16,20 +16,20 @@ bool by_name(const Entry& a, const Entry& b) {
 
 }  // namespace
 
-FolderLookup::FolderLookup(RemoteFileSystem& files, std::string folder, std::size_t lookups)
-    : files_(&files), folder_(std::move(folder)) {
+FolderLookup::FolderLookup(RemoteFileSystem& files, const std::string& folder, std::size_t lookups)
+    : files_(&files) {
     Listing listing;
     // What is in a folder that cannot be listed may still be looked at.
-    if (lookups < kFewLookups || files.list(folder_, listing) || !listing.failed.empty())
+    if (lookups < kFewLookups || files.list(folder, listing) || !listing.failed.empty())
         return;
     files_ = nullptr;
     entries_ = std::move(listing.entries);
     std::sort(entries_.begin(), entries_.end(), by_name);
 }
 
-Error FolderLookup::find(const std::string& name, Entry& entry) const {
+Error FolderLookup::find(const std::string& folder, const std::string& name, Entry& entry) const {
     if (files_ != nullptr)
-        return files_->stat(join_path(folder_, name), entry);
+        return files_->stat(join_path(folder, name), entry);
     const auto found = std::lower_bound(
         entries_.begin(), entries_.end(), name,
         [](const Entry& candidate, const std::string& wanted) { return candidate.name < wanted; });

@@ -14,14 +14,13 @@ class FolderLookup {
     // A folder that holds nothing.
     FolderLookup() = default;
     // lookups: how many are to come.
-    FolderLookup(RemoteFileSystem& files, std::string folder, std::size_t lookups);
-    // ENOENT when there is none.
-    Error find(const std::string& name, Entry& entry) const;
+    FolderLookup(RemoteFileSystem& files, const std::string& folder, std::size_t lookups);
+    // folder as before. ENOENT when there is none.
+    Error find(const std::string& folder, const std::string& name, Entry& entry) const;
 
   private:
     RemoteFileSystem* files_ = nullptr;  // null: the entries are all there is
-    std::string folder_;
-    std::vector<Entry> entries_;  // by name
+    std::vector<Entry> entries_;         // by name
 };
 
 }  // namespace relay_hub::engine

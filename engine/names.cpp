@@ -122,7 +122,8 @@ bool is_root(Style style, std::string_view inner) {
 }
 
 bool can_travel(Style style, std::string_view name) {
-    if (!g_utf8_validate(name.data(), static_cast<gssize>(name.size()), nullptr))
+    if (name.empty() || name == "." || name == ".." ||
+        !g_utf8_validate(name.data(), static_cast<gssize>(name.size()), nullptr))
         return false;
     for (const char c : name) {
         if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f || is_separator(style, c))

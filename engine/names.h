@@ -19,7 +19,7 @@ std::string wire_path(Style style, std::string_view inner);
 // Whether it is the root or a whole drive.
 bool is_root(Style style, std::string_view inner);
 // Whether a name can be told to the front end at all: valid UTF-8 without control characters and separators
-// of the style.
+// of the style, and no name of the folder itself or the one above.
 bool can_travel(Style style, std::string_view name);
 
 std::string join_path(std::string_view folder, std::string_view name);

@@ -26,18 +26,19 @@ void PendingWrites::add_file(std::unique_ptr<FileSink> sink, const std::string& 
 
 void PendingWrites::add_made_folder(const std::string& folder, const Entry& entry) {
     made_folders_.emplace_back(folder, entry);
-    add_touched(folder);
     path_bytes_ += folder.size() + sizeof(Entry);
-    if (path_bytes_ < kMostPathBytes)
-        return;
-    publish();
-    settle();
+    add_touched(folder);
 }
 
 void PendingWrites::add_touched(const std::string& folder) {
     anything_done_ = true;
     if (touched_.insert(folder).second)
         path_bytes_ += folder.size();
+    if (path_bytes_ < kMostPathBytes || settling_)
+        return;
+    settling_ = true;
+    finish();
+    settling_ = false;
 }
 
 bool PendingWrites::waits_in(const std::string& folder) const {

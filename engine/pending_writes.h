@@ -53,6 +53,7 @@ class PendingWrites {
     std::vector<std::pair<std::string, Entry>> made_folders_;  // inner ones first
     std::set<std::string> touched_;
     std::size_t path_bytes_ = 0;  // of both
+    bool settling_ = false;
     bool anything_done_ = false;
 };
 

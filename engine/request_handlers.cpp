@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <filesystem>
 #include <new>
 #include <optional>
 #include <string_view>
@@ -54,6 +55,16 @@ std::optional<std::string> local_path(const std::string& text) {
     if (start == std::string::npos)
         return std::string();
     return text.substr(start, text.find_last_not_of('/') + 1 - start);
+}
+
+// As local_path, for an item: one that ends in "." or ".." is called by its own name.
+std::optional<std::string> local_item(const std::string& text) {
+    const auto path = local_path(text);
+    if (!path || (base_name(*path) != "." && base_name(*path) != ".."))
+        return path;
+    std::error_code error;
+    const std::filesystem::path real = std::filesystem::canonical("/" + *path, error);
+    return error ? std::nullopt : local_path(real);
 }
 
 }  // namespace
@@ -288,7 +299,7 @@ std::string RequestHandlers::copy_to_remote(CZEVXML& request) {
             requested_text(request, item_record(i), wire::kLocalPath, wire::kLocalPathHex);
         const std::string to =
             requested_text(request, item_record(i), wire::kRemotePath, wire::kRemotePathHex);
-        const auto source = local_path(from);
+        const auto source = local_item(from);
         const auto target = inner_path(style(), to);
         if (source && target)
             items.push_back({*source, *target});

@@ -195,10 +195,10 @@ int FolderFileSystem::look_at(int opened, const std::string& folder, const std::
 }
 
 Error FolderFileSystem::list(const std::string& folder, Listing& listing) {
-    FileDescriptor opened;
-    if (const int error = tree_.open(folder, kFolderFlags, opened); error != 0)
+    SharedFolder opened;
+    if (const int error = tree_.open_folder(folder, opened); error != 0)
         return error;
-    FileDescriptor stream(openat(opened.get(), ".", kFolderFlags | O_CLOEXEC));
+    FileDescriptor stream(openat(opened->get(), ".", kFolderFlags | O_CLOEXEC));
     std::vector<std::string> names;
     if (const int error = stream ? read_names(std::move(stream), names) : errno; error != 0)
         return error;
@@ -210,7 +210,7 @@ Error FolderFileSystem::list(const std::string& folder, Listing& listing) {
         if (stopped())
             return ECANCELED;
         Entry entry;
-        const int error = look_at(opened.get(), folder, name, entry);
+        const int error = look_at(opened->get(), folder, name, entry);
         // What vanished since the names were read is not there to be listed.
         if (error != 0 && error != ENOENT)
             listing.failed.push_back({std::move(name), error});

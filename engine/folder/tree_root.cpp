@@ -87,12 +87,13 @@ int TreeRoot::open_from(int base, std::string rest, int flags, FileDescriptor& o
 }
 
 std::size_t TreeRoot::kept_above(const std::string& path) const {
-    const auto end = std::mismatch(path.begin(), path.end(), kept_path_.begin(), kept_path_.end()).first;
-    const auto common = static_cast<std::size_t>(end - path.begin());
     std::size_t count = kept_.size();
-    while (count > 0 && (kept_[count - 1].length > common ||
-                         (path.size() > kept_[count - 1].length && path[kept_[count - 1].length] != '/')))
-        --count;
+    for (; count > 0; --count) {
+        const std::size_t length = kept_[count - 1].length;
+        const bool ends_there = path.size() == length || (path.size() > length && path[length] == '/');
+        if (ends_there && path.compare(0, length, kept_path_, 0, length) == 0)
+            break;
+    }
     return count;
 }
 
@@ -121,23 +122,26 @@ int TreeRoot::open(const std::string& path, int flags, FileDescriptor& opened) c
     return open_from(root_.get(), path, flags, opened);
 }
 
+int TreeRoot::open_folder(const std::string& path, SharedFolder& folder) const {
+    const std::size_t count = kept_above(path);
+    if (count > 0 && kept_[count - 1].length == path.size()) {
+        folder = kept_[count - 1].folder;
+        return 0;
+    }
+    FileDescriptor opened;
+    if (const int error = open(path, O_PATH | O_DIRECTORY, opened); error != 0)
+        return error;
+    folder = std::make_shared<const FileDescriptor>(std::move(opened));
+    if (keeps_folders_)
+        keep(path, folder);
+    return 0;
+}
+
 int TreeRoot::open_parent(const std::string& path, SharedFolder& parent, std::string& name) const {
     if (path.empty())
         return EBUSY;
     name = base_name(path);
-    const std::string folder_path = parent_path(path);
-    const std::size_t count = kept_above(folder_path);
-    if (count > 0 && kept_[count - 1].length == folder_path.size()) {
-        parent = kept_[count - 1].folder;
-        return 0;
-    }
-    FileDescriptor folder;
-    if (const int error = open(folder_path, O_PATH | O_DIRECTORY, folder); error != 0)
-        return error;
-    parent = std::make_shared<const FileDescriptor>(std::move(folder));
-    if (keeps_folders_)
-        keep(folder_path, parent);
-    return 0;
+    return open_folder(parent_path(path), parent);
 }
 
 void TreeRoot::keep_folders(bool keep) {

@@ -23,9 +23,11 @@ class TreeRoot {
 
     // openat() below the root, close-on-exec. 0 or errno; EXDEV for a path that leads out.
     int open(const std::string& path, int flags, FileDescriptor& opened) const;
+    // A folder, for the *at() calls.
+    int open_folder(const std::string& path, SharedFolder& folder) const;
     // The folder that holds path, for the *at() calls, and the last component. EBUSY for the root itself.
     int open_parent(const std::string& path, SharedFolder& parent, std::string& name) const;
-    // Between true and false folders that open_parent() opened are used again for what lies in or below them,
+    // Between true and false folders that these two opened are used again for what lies in or below them,
     // so that the cost of a path does not grow with its length. Takes some dozen descriptors at most.
     void keep_folders(bool keep);
 

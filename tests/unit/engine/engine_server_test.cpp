@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <latch>
 #include <thread>
 
 #include "engine_sandbox.h"
@@ -105,6 +106,34 @@ TEST_F(Serving, TheNextClientNeverGetsAnAnswerThatWasGivenUp) {
         }));
     }
     EXPECT_EQ(ask(command(kHeartbeat)), kAlive);
+}
+
+// A tree whose server is dead.
+class HangingTree : public FolderFileSystem {
+  public:
+    using FolderFileSystem::FolderFileSystem;
+    Error list(const std::string& /*folder*/, Listing& /*listing*/) override {
+        listing.count_down();
+        freed.wait();
+        return EIO;
+    }
+    std::latch listing{1};
+    std::latch freed{1};
+};
+
+TEST_F(Serving, ItsEndIsNotHeldUpByAFileThatHangs) {
+    auto tree =
+        std::make_unique<HangingTree>(FileDescriptor(open(served_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)),
+                                      Reach::kBeneath, Style::kWindows);
+    HangingTree& hanging = *tree;
+    remote_ = std::move(tree);
+    start();
+    Peer client(base_);
+    client.as_client().request(command(kListRoot));
+    hanging.listing.wait();
+    EXPECT_FALSE(server_->stop(50ms));
+    hanging.freed.count_down();
+    EXPECT_TRUE(server_->stop(10s));
 }
 
 // The real listener of the front end with a preset way to answer.

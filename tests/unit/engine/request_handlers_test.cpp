@@ -127,6 +127,47 @@ TEST_F(Handling, ChangesInTheTree) {
     EXPECT_TRUE(names_in(served_ + "/new").empty());
 }
 
+TEST_F(Handling, NothingIsMadeBesideTheTarget) {
+    make_file("mine/sub/file", "f");
+    const std::pair<std::string, Names> cases[] = {
+        {mine_ + "/sub/.", {"sub"}}, {mine_ + "/sub/..", {"mine"}}, {"/", {}}, {"/..", {}}, {"/.", {}}};
+    for (const auto& [source, made] : cases) {
+        const std::string item = hex_field("TB", source) + hex_field("TC", "C:\\target");
+        std::filesystem::create_directory(served_ + "/target");
+        const std::string answer = ask(message("NP_Cmd_Local_To_Remote", field("T8", field("Line", item))));
+        EXPECT_EQ(answer == kDone, !made.empty()) << source << answer;
+        EXPECT_EQ(names_in(served_ + "/target"), made) << source;
+        EXPECT_EQ(names_in(served_), Names{"target"}) << source;
+        std::filesystem::remove_all(served_ + "/target");
+    }
+}
+
+TEST_F(Handling, WhatAListOrACopyLeavesOutIsTold) {
+    for (const char* name : {"good", ".hidden", "back\\slash"})
+        put(served_ + "/d/" + name, "x");
+    (void)ask(message("NP_Cmd_Get_File_List", field("TG", "C:\\d")));
+    EXPECT_EQ(front_end_.messages, Names{"IDS_LIST_LEFT_OUT"});
+    (void)ask(message("NP_Cmd_Get_File_List", field("TG", "C:\\")));
+    EXPECT_EQ(front_end_.messages.size(), 1U);
+    // Where the box cannot be delivered, the answer tells.
+    const std::string item = hex_field("TC", "C:\\d") + hex_field("TB", mine_);
+    const std::string copy = message("NP_Cmd_Remote_to_Local", field("T8", field("Line", item)));
+    EXPECT_EQ(ask(copy), kDone);
+    EXPECT_EQ(front_end_.messages.size(), 2U);
+    front_end_.takes_messages = false;
+    EXPECT_EQ(ask(copy), failure_text("IDS_MSG_ITEMS_FAILED"));
+}
+
+TEST_F(Handling, ThousandsOfFoldersThatAreNotThere) {
+    std::string path = "C:";
+    for (int level = 0; level < 20000; ++level)
+        path += "\\x";
+    for (const char* command : {"NP_Cmd_Rename", "NP_Cmd_Create_Folder", "NP_Cmd_Delete_Folder"})
+        EXPECT_EQ(
+            ask(message(command, hex_field("TJ", path) + hex_field("TK", path) + hex_field("TF", path))),
+            failure_text("No such file or directory"));
+}
+
 TEST_F(Handling, AListNeverOutgrowsTheFrontEndsBuffer) {
     Listing listing;
     listing.entries.resize(90000);
