@@ -38,6 +38,11 @@ void fill_list_colmum(const char* name, const char* folder, void* tree_view);
 // Shows a local folder. Small folders are filled in one turn; a large one is read on a worker and filled in
 // slices between main-loop turns, told to the ListingWatcher. Returns 0.
 int once_search_and_insert_to_treeview(const std::string& folder, GtkWidget* tree_view);
+// Whether that lists names that begin with "."; not at first. For the next listing.
+namespace relay_hub {
+void show_hidden_files(GtkWidget* tree_view, bool shown);
+bool hidden_files_are_shown(GtkWidget* tree_view);
+}  // namespace relay_hub
 void append_data(GtkWidget* tree_view, const int* column_ids, const char* const* texts);
 void clean_tree_view(GtkWidget* tree_view);
 void clean_combo_box(GtkWidget* combo);

@@ -1,3 +1,5 @@
+#include <sys/statvfs.h>
+
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -5,6 +7,7 @@
 #include <vector>
 
 #include "tree_view_op/file_list_view.h"
+#include "tree_view_op/list_summary.h"
 #include "tree_view_op/listing_turns.h"
 #include "tree_view_op/local_row.h"
 #include "util/file_op.h"
@@ -18,8 +21,11 @@ constexpr std::size_t kNamesStep = 1;
 
 // The worker's, but for what it has told of.
 struct FolderReading {
-    void read(const std::string& path, const WorkBesideWindow::Tell& tell) {
-        folder.emplace(path);
+    void read(const std::string& path, bool with_hidden, const WorkBesideWindow::Tell& tell) {
+        folder.emplace(path, with_hidden);
+        struct statvfs space {};
+        if (statvfs(path.c_str(), &space) == 0)
+            free_bytes = std::uint64_t{space.f_bavail} * space.f_frsize;
         rows.resize(folder->size());
         tell(kNamesStep);
         LocalRowFormatter formatter;
@@ -34,6 +40,7 @@ struct FolderReading {
 
     std::optional<SortedFolder> folder;
     std::vector<LocalRow> rows;
+    std::optional<std::uint64_t> free_bytes;
 };
 
 class LocalListing {
@@ -41,14 +48,14 @@ class LocalListing {
     LocalListing(const std::string& folder, GtkWidget* tree_view)
         : folder_(folder),
           tree_view_(tree_view),
-          beside_([reading = reading_, folder](const WorkBesideWindow::Tell& tell) {
-              reading->read(folder, tell);
-          }) {}
+          beside_([reading = reading_, folder, with_hidden = hidden_files_are_shown(tree_view)](
+                      const WorkBesideWindow::Tell& tell) { reading->read(folder, with_hidden, tell); }) {}
 
     void fill() {
         ListingTurns turns(0);
         if (!beside_.wait_for(kNamesStep, turns))
             return;
+        set_free_space(tree_view_, reading_->free_bytes);
         if (!reading_->folder || reading_->folder->error_number() != 0)
             // Fails again, and tells why in its own words.
             Gfile_all_list_pointer(folder_, 0, fill_list_colmum, tree_view_);
@@ -66,6 +73,7 @@ class LocalListing {
             if (!add_row(filler, reading_->rows[index]))
                 return;
         }
+        std::move(sizes_).give_to(tree_view_);
     }
 
     bool add_row(RowFiller& filler, const LocalRow& row) {
@@ -74,6 +82,8 @@ class LocalListing {
         if (row.vanished)
             return add_row_again(filler, row.name);
         Gfile_size += row.size;
+        if (!row.is_folder)
+            sizes_.add(row.name, row.size);
         return filler.add(row.texts().data());
     }
 
@@ -86,11 +96,23 @@ class LocalListing {
 
     std::string folder_;
     GtkWidget* tree_view_;
+    ListedSizes sizes_;
     std::shared_ptr<FolderReading> reading_ = std::make_shared<FolderReading>();
     WorkBesideWindow beside_;
 };
 
+constexpr char kHiddenShown[] = "relay-hub-hidden-shown";
+
 }  // namespace
+
+void show_hidden_files(GtkWidget* tree_view, bool shown) {
+    g_object_set_data(G_OBJECT(tree_view), kHiddenShown, GINT_TO_POINTER(shown ? 1 : 0));
+}
+
+bool hidden_files_are_shown(GtkWidget* tree_view) {
+    return g_object_get_data(G_OBJECT(tree_view), kHiddenShown) != nullptr;
+}
+
 }  // namespace relay_hub
 
 int once_search_and_insert_to_treeview(const std::string& folder, GtkWidget* tree_view) {

@@ -5,6 +5,7 @@
 
 #include "tree_view_op/file_list_view.h"
 #include "ui/event_handlers.h"
+#include "ui/key_table.h"
 #include "ui/menus.h"
 #include "ui/navigation.h"
 #include "window/closing.h"
@@ -22,28 +23,22 @@ bool menu_item(GtkWidget* tree_view) {
     return true;
 }
 
-bool first_row_is_parent(GtkTreeView* tree_view) {
-    GtkTreeModel* model = gtk_tree_view_get_model(tree_view);
-    GtkTreeIter iter;
-    return gtk_tree_model_get_iter_first(model, &iter) != FALSE && relay_hub::row_name(model, &iter) == "..";
-}
-
 bool select_everything(GtkWidget* tree_view) {
     GtkTreeSelection* selection = gtk_tree_view_get_selection(GTK_TREE_VIEW(tree_view));
     gtk_tree_selection_select_all(selection);
     GtkTreeIter first;
-    if (first_row_is_parent(GTK_TREE_VIEW(tree_view)) &&
-        gtk_tree_model_get_iter_first(gtk_tree_view_get_model(GTK_TREE_VIEW(tree_view)), &first) != FALSE)
+    GtkTreeModel* model = gtk_tree_view_get_model(GTK_TREE_VIEW(tree_view));
+    if (gtk_tree_model_get_iter_first(model, &first) != FALSE && relay_hub::row_name(model, &first) == "..")
         gtk_tree_selection_unselect_iter(selection, &first);
     return true;
 }
 
 bool open_parent(GtkWidget* tree_view) {
     __single* side = relay_hub::side_of(tree_view);
-    if (side == nullptr || relay_hub::window_is_busy() || !first_row_is_parent(GTK_TREE_VIEW(tree_view)))
+    if (side == nullptr || relay_hub::window_is_busy())
         return true;
     const relay_hub::WindowWork work;
-    relay_hub::open_sub_folder(side, "..");
+    relay_hub::open_parent_folder(side);
     return true;
 }
 
@@ -79,29 +74,6 @@ constexpr Key kKeys[] = {
     {GDK_KEY_KP_Tab, 0, enter_other_pane},
 };
 
-const Key* find_key(guint value, guint modifiers) {
-    for (const Key& key : kKeys) {
-        if (key.value == gdk_keyval_to_lower(value) && key.modifiers == modifiers)
-            return &key;
-    }
-    return nullptr;
-}
-
-// The key by its place on the keyboard's first layout: on a Russian one, Ctrl and the key of C still copy.
-guint first_layout_value(const GdkEventKey* event) {
-    guint value = 0;
-    (void)gdk_keymap_translate_keyboard_state(gdk_keymap_get_default(), event->hardware_keycode,
-                                              static_cast<GdkModifierType>(event->state), 0, &value, nullptr,
-                                              nullptr, nullptr);
-    return value;
-}
-
-const Key* find_key(const GdkEventKey* event) {
-    const guint modifiers = event->state & gtk_accelerator_get_default_mod_mask();
-    const Key* key = find_key(event->keyval, modifiers);
-    return key != nullptr ? key : find_key(first_layout_value(event), modifiers);
-}
-
 // A new listing takes the cursor away, and without one the toolkit ignores the arrow keys. Taking the focus
 // anew puts it on the first row.
 void ensure_cursor(GtkWidget* tree_view) {
@@ -118,7 +90,7 @@ void ensure_cursor(GtkWidget* tree_view) {
 gboolean on_treeview_1_key_press_event(GtkWidget* tree_view, GdkEventKey* event, gpointer) {
     std::puts(__func__);
     ensure_cursor(tree_view);
-    const Key* key = find_key(event);
+    const Key* key = relay_hub::find_key(kKeys, event);
     return key != nullptr && key->action(tree_view) ? TRUE : FALSE;
 }
 

@@ -8,9 +8,11 @@
 #include "name_pipe/name_pipe_base.h"
 #include "ui/desktop_locale.h"
 #include "ui/event_handlers.h"
+#include "ui/folder_watch.h"
 #include "ui/main_window.h"
 #include "ui/signals.h"
 #include "ui/start_up.h"
+#include "ui/window_state.h"
 #include "window/window_thread.h"
 
 namespace {
@@ -28,7 +30,9 @@ void bring_up_toolkit(int* argc, char*** argv) {
 // Showing the window runs handlers that turn the main loop, which gives the lock away and takes it back.
 void show_window() {
     gdk_threads_enter();
-    new_zev_window();
+    const UI* ui = new_zev_window();
+    relay_hub::remember_window(ui, relay_hub::window_state_path());
+    relay_hub::follow_local_folder(ui->left_side);
     visible_main_window();
     visible_local_widget();
     gdk_threads_leave();

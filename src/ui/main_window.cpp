@@ -7,9 +7,11 @@
 #include "base/glib_owners.h"
 #include "base/translated_text.h"
 #include "tree_view_op/file_list_view.h"
+#include "tree_view_op/list_summary.h"
 #include "tree_view_op/row_store.h"
 #include "ui/event_handlers.h"
 #include "ui/window_icon.h"
+#include "ui/window_keys.h"
 #include "window/closing.h"
 
 namespace {
@@ -45,6 +47,7 @@ const Connection kListConnections[] = {
 };
 
 const Connection kWindowConnections[] = {
+    {"key-press-event", G_CALLBACK(relay_hub::on_window_key_press)},
     {"show", G_CALLBACK(on_main_window_show)},
     {"delete-event", G_CALLBACK(on_main_window_delete)},
     {"destroy", G_CALLBACK(on_main_window_destroy)},
@@ -120,6 +123,7 @@ GtkWidget* new_drive_box() {
     gtk_cell_layout_pack_start(cells, icon, FALSE);
     gtk_cell_layout_add_attribute(cells, icon, "icon-name", 0);
     GtkCellRenderer* label = gtk_cell_renderer_text_new();
+    g_object_set(label, "single-paragraph-mode", TRUE, "ellipsize", PANGO_ELLIPSIZE_MIDDLE, nullptr);
     gtk_cell_layout_pack_start(cells, label, TRUE);
     gtk_cell_layout_add_attribute(cells, label, "text", 1);
     GtkCellRenderer* path = gtk_cell_renderer_text_new();
@@ -150,7 +154,7 @@ GtkWidget* packed_row(GtkWidget* box, bool expand, guint padding) {
     return row;
 }
 
-// The four rows of a side: path, current folder, drives, files.
+// The rows of a side: path, current folder, drives, files, and what these come to.
 GtkWidget* new_rows(const __single* side) {
     GtkWidget* box = gtk_vbox_new(FALSE, 0);
     GtkWidget* path_row = packed_row(box, false, 0);
@@ -160,6 +164,8 @@ GtkWidget* new_rows(const __single* side) {
     gtk_box_pack_start(GTK_BOX(packed_row(box, false, 0)), side->drive_combo, TRUE, TRUE, 0);
     gtk_container_add(GTK_CONTAINER(side->scroller), side->tree_view);
     gtk_box_pack_start(GTK_BOX(packed_row(box, true, 1)), side->scroller, TRUE, TRUE, 1);
+    gtk_box_pack_start(GTK_BOX(packed_row(box, false, 1)), relay_hub::new_list_summary(side->tree_view), TRUE,
+                       TRUE, 5);
     return box;
 }
 

@@ -1,5 +1,7 @@
 #include "ui/menus.h"
 
+#include <gdk/gdkkeysyms.h>
+
 #include <cstdio>
 #include <cstring>
 
@@ -30,17 +32,21 @@ struct PopupItem {
     bool after_separator;
     const char* label;  // may hold the program name's "%s"
     ItemHandler handler;
+    guint key;  // does the same in the list; 0 for none
+    GdkModifierType modifiers;
 };
+constexpr auto kNone = static_cast<GdkModifierType>(0);
+constexpr auto kControlShift = static_cast<GdkModifierType>(GDK_CONTROL_MASK | GDK_SHIFT_MASK);
 
 // In menu order.
 constexpr PopupItem kPopupItems[] = {
-    {kMenuCopy, false, "IDS_MN_COPY", on_popup_menu_copy},
-    {kMenuPaste, false, "IDS_MN_PASTE", on_popup_menu_paste},
-    {kMenuDelete, false, "IDS_MN_DELETE", on_popup_menu_delete},
-    {kMenuNewFolder, true, "IDS_TXT_NEWFOLDER", on_popup_menu_mkdir},
-    {kMenuRename, true, "IDS_MN_RENAME", on_popup_menu_rename},
-    {kMenuRefresh, false, "IDS_REFRESH_ALIAS", on_popup_menu_refresh},
-    {kMenuAbout, true, "IDS_MENUITEM_ABOUT", on_popup_menu_about},
+    {kMenuCopy, false, "IDS_MN_COPY", on_popup_menu_copy, GDK_KEY_c, GDK_CONTROL_MASK},
+    {kMenuPaste, false, "IDS_MN_PASTE", on_popup_menu_paste, GDK_KEY_v, GDK_CONTROL_MASK},
+    {kMenuDelete, false, "IDS_MN_DELETE", on_popup_menu_delete, GDK_KEY_Delete, kNone},
+    {kMenuNewFolder, true, "IDS_TXT_NEWFOLDER", on_popup_menu_mkdir, GDK_KEY_n, kControlShift},
+    {kMenuRename, true, "IDS_MN_RENAME", on_popup_menu_rename, GDK_KEY_F2, kNone},
+    {kMenuRefresh, false, "IDS_REFRESH_ALIAS", on_popup_menu_refresh, GDK_KEY_F5, kNone},
+    {kMenuAbout, true, "IDS_MENUITEM_ABOUT", on_popup_menu_about, 0, kNone},
 };
 
 GtkWidget* main_window() {
@@ -96,11 +102,40 @@ bool deletion_confirmed() {
     return false;
 }
 
-void append_item(GtkWidget* menu, const PopupItem& row, GtkWidget* tree_view) {
+// The letters that choose an item of one menu: of each label the first one that no item before has taken.
+// Letters of scripts that are written with an input method cannot be pressed and stay unmarked.
+class Mnemonics {
+  public:
+    std::string mark(const std::string& label) {
+        std::string marked;
+        bool found = false;
+        for (const char* at = label.c_str(); *at != '\0'; at = g_utf8_next_char(at)) {
+            const char32_t letter = g_unichar_tolower(g_utf8_get_char(at));
+            if (!found && g_unichar_isalpha(letter) && !g_unichar_iswide(letter) &&
+                taken_.find(letter) == taken_.npos) {
+                found = true;
+                taken_ += letter;
+                marked += '_';
+            }
+            marked.append(*at == '_' ? "_" : "")
+                .append(at, static_cast<std::size_t>(g_utf8_next_char(at) - at));
+        }
+        return marked;
+    }
+
+  private:
+    std::u32string taken_;
+};
+
+// keys only lets the items show their keys: the lists act on them.
+void append_item(GtkWidget* menu, const PopupItem& row, Mnemonics& mnemonics, GtkAccelGroup* keys,
+                 GtkWidget* tree_view) {
     if (row.after_separator)
         gtk_menu_shell_append(GTK_MENU_SHELL(menu), gtk_separator_menu_item_new());
-    const std::string label = fill_translated(row.label, {kProgram});
-    GtkWidget* item = gtk_menu_item_new_with_label(label.c_str());
+    const std::string label = mnemonics.mark(fill_translated(row.label, {kProgram}));
+    GtkWidget* item = gtk_menu_item_new_with_mnemonic(label.c_str());
+    if (row.key != 0)
+        gtk_widget_add_accelerator(item, "activate", keys, row.key, row.modifiers, GTK_ACCEL_VISIBLE);
     g_signal_connect(item, "activate", G_CALLBACK(row.handler), tree_view);
     gtk_menu_shell_append(GTK_MENU_SHELL(menu), item);
 }
@@ -137,9 +172,12 @@ int show_opoup_menu(GtkWidget*) {
 
 GtkWidget* new_popup_menu(GtkWidget* tree_view, GdkEventButton* event, _popup_menu_switch items, gpointer) {
     GtkWidget* menu = gtk_menu_new();
+    GtkAccelGroup* keys = gtk_accel_group_new();
+    g_object_set_data_full(G_OBJECT(menu), "relay-hub-keys", keys, g_object_unref);
+    Mnemonics mnemonics;
     for (const PopupItem& row : kPopupItems) {
         if ((items & row.bit) != 0)
-            append_item(menu, row, tree_view);
+            append_item(menu, row, mnemonics, keys, tree_view);
     }
     gtk_menu_attach_to_widget(GTK_MENU(menu), tree_view, nullptr);
     g_signal_connect(menu, "selection-done", G_CALLBACK(gtk_widget_destroy), nullptr);

@@ -17,6 +17,7 @@
 #include "tree_view_op/file_list_view.h"
 #include "ui/event_handlers.h"
 #include "ui/link_status_monitor.h"
+#include "ui/window_state.h"
 #include "util/file_op.h"
 #include "util/path_time_text.h"
 #include "window/closing.h"
@@ -182,6 +183,22 @@ void open_sub_folder(__single* side, const std::string& name) {
         select_row_by_name(side->tree_view, last_component(from));
 }
 
+void open_parent_folder(__single* side) {
+    GtkTreeModel* model = gtk_tree_view_get_model(GTK_TREE_VIEW(side->tree_view));
+    GtkTreeIter iter;
+    // The digit groups of a descending sort put the parent row behind the files.
+    for (gboolean more = gtk_tree_model_get_iter_first(model, &iter); more;
+         more = gtk_tree_model_iter_next(model, &iter))
+        if (row_text(model, &iter, kColumnKind) == kKindParent)
+            return open_sub_folder(side, "..");
+}
+
+void toggle_hidden_files() {
+    const __single* side = get_UI_sets()->left_side;
+    show_hidden_files(side->tree_view, !hidden_files_are_shown(side->tree_view));
+    left_treeview_load_file(main_window(), current_folder(side));
+}
+
 void open_typed_path(__single* side) {
     const std::string entered = entered_path(side);
     if (!is_remote(side)) {
@@ -249,6 +266,8 @@ void reload_remote_folder() {
 }
 
 void sort_by_name(const __single* side) {
+    if (order_is_remembered(side))
+        return;
     GtkTreeView* tree_view = GTK_TREE_VIEW(side->tree_view);
     int column = 0;
     GtkSortType order = GTK_SORT_DESCENDING;

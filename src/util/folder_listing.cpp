@@ -37,6 +37,12 @@ GText sort_key(const char* name) {
     return name_sort_key(shown.get());
 }
 
+bool is_listed(const char* name, bool with_hidden) {
+    if (name[0] != '.')
+        return true;
+    return with_hidden && std::strcmp(name, ".") != 0 && std::strcmp(name, "..") != 0;
+}
+
 void sort_part(Names::iterator begin, Names::iterator end) {
     for (auto each = begin; each != end; ++each)
         each->key = sort_key(each->name);
@@ -80,18 +86,18 @@ bool is_real_folder(const std::string& path) {
 
 }  // namespace
 
-SortedFolder::SortedFolder(const std::string& path) : folder_(open_folder(path)) {
+SortedFolder::SortedFolder(const std::string& path, bool with_hidden) : folder_(open_folder(path)) {
     if (folder_)
-        read_names();
+        read_names(with_hidden);
     else
         error_number_ = errno;
 }
 
-void SortedFolder::read_names() {
+void SortedFolder::read_names(bool with_hidden) {
     std::vector<std::size_t> starts;
     errno = 0;
     while (const dirent* entry = readdir(folder_.get())) {
-        if (entry->d_name[0] != '.') {
+        if (is_listed(entry->d_name, with_hidden)) {
             starts.push_back(text_.size());
             text_.append(entry->d_name, std::strlen(entry->d_name) + 1);
         }

@@ -17,8 +17,8 @@ class SortedFolder {
         GText key;  // what it is sorted by; gone once the entry has been looked at
     };
 
-    // Reads the names that do not begin with ".", in natural order.
-    explicit SortedFolder(const std::string& path);
+    // Reads the names in natural order; those that begin with "." only if asked for, "." and ".." never.
+    explicit SortedFolder(const std::string& path, bool with_hidden = false);
     SortedFolder(const SortedFolder&) = delete;
     SortedFolder& operator=(const SortedFolder&) = delete;
 
@@ -29,7 +29,7 @@ class SortedFolder {
     [[nodiscard]] FolderEntry entry(std::size_t index);
 
   private:
-    void read_names();
+    void read_names(bool with_hidden);
 
     FolderHandle folder_;
     std::string text_;  // all names, each ended by a zero byte

@@ -31,7 +31,7 @@ void name_last_entry(GtkWidget* combo, int index, const std::string& name) {
 
 int append_combobox_item(GtkWidget* combo, const char* icon, const char* name, const char* path) {
     GtkTreeModel* model = gtk_combo_box_get_model(GTK_COMBO_BOX(combo));
-    const std::string shown = relay_hub::shown_text(name != nullptr ? name : "");
+    const std::string shown = relay_hub::shown_line(name != nullptr ? name : "", relay_hub::kCellCharacters);
     if (icon != nullptr)
         provide_icon(combo, icon);
     gtk_list_store_insert_with_values(GTK_LIST_STORE(model), nullptr, -1, kDriveIcon, icon, kDriveName,

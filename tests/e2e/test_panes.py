@@ -141,7 +141,12 @@ class Mouse(PaneTest):
                 d.wait_rows(target, *names)
                 self.assertEqual([read(os.path.join(self.below[target], name)).decode() for name in names], names)
                 self.assertEqual(d.selected(side), [])
+        answers = d.output().count("on_treeview_1_drag_motion\n")
+        d.xdo("mousemove", *centre(d.cell(LOCAL, "..")), "mousedown", 1, "mousemove", *centre(d.table(REMOTE)),
+              "mouseup", 1)
         before = sorted(os.listdir(self.below[REMOTE]))
+        d.select(LOCAL, "b.txt")
+        self.assertEqual(d.output().count("on_treeview_1_drag_motion\n"), answers, "the parent row was dragged")
         self.drag_to_pane(centre(d.cell(REMOTE, "a.txt")), REMOTE)
         d.wait_quiet()
         self.assertEqual(sorted(os.listdir(self.below[REMOTE])), before)
@@ -153,11 +158,6 @@ class Mouse(PaneTest):
         write(offered, b"offered")
         d.spawn(["env", "-u", "GTK_MODULES", "/usr/bin/python3", PARTNER, offered])
         wait_for(lambda: "shown" in d.output("env"), what="the other program")
-        for side in SIDES:
-            with self.subTest(f"into {side}"):
-                self.drag_to_pane((50, 50), side)
-                d.wait_rows(side, "öffered file")
-                self.assertEqual(read(os.path.join(self.below[side], "öffered file")), b"offered")
         with self.subTest("out of the local pane"):
             d.select(LOCAL, "a.txt", "b.txt")
             d.drag(centre(d.cell(LOCAL, "a.txt")), (150, 50), lambda: d.output("env").count("motion"))
@@ -165,6 +165,11 @@ class Mouse(PaneTest):
             self.assertEqual(sorted(dropped.group(1).split()),
                              [f"file://{self.below[LOCAL]}/{name}" for name in ("a.txt", "b.txt")])
             self.assertTrue(os.path.exists(os.path.join(self.below[LOCAL], "a.txt")))
+        for side in SIDES:
+            with self.subTest(f"into {side}"):
+                self.drag_to_pane((50, 50), side)
+                d.wait_rows(side, "öffered file")
+                self.assertEqual(read(os.path.join(self.below[side], "öffered file")), b"offered")
 
 
 class Clipboard(PaneTest):

@@ -53,7 +53,9 @@ void forget_dialog(GtkWidget* dialog, gpointer) {
 GtkWidget* add_label(GtkBox* content, const char* text) {
     GtkWidget* row = gtk_hbox_new(FALSE, 0);
     GtkWidget* label = gtk_label_new(text);
-    gtk_box_pack_start(GTK_BOX(row), label, FALSE, FALSE, kRowPadding);
+    gtk_misc_set_alignment(GTK_MISC(label), 0, 0.5);
+    gtk_label_set_ellipsize(GTK_LABEL(label), PANGO_ELLIPSIZE_MIDDLE);
+    gtk_box_pack_start(GTK_BOX(row), label, TRUE, TRUE, kRowPadding);
     gtk_box_pack_start(content, row, FALSE, FALSE, kRowPadding);
     return label;
 }

@@ -1,8 +1,10 @@
 #include "window/dialogs/mkdir_dialog.h"
 
+#include <cstring>
 #include <memory>
 #include <string>
 
+#include "base/shown_text.h"
 #include "base/translated_text.h"
 #include "window/closing.h"
 #include "window/dialogs/dialog_parts.h"
@@ -14,15 +16,20 @@ namespace {
 
 std::string g_folder_name;
 
+void refuse(const _mkdir_dialog& record, const std::string& reason) {
+    relay_hub::show_error_box(record.dialog, GTK_BUTTONS_OK, reason.c_str(), nullptr);
+    gtk_widget_grab_focus(record.entry);
+}
+
 void on_mkdir_ok(GtkButton*, gpointer data) {
     const auto* record = static_cast<const _mkdir_dialog*>(data);
     const char* text = gtk_entry_get_text(GTK_ENTRY(record->entry));
-    if (*text == '\0') {
-        const std::string refusal = std::string(translated("IDS_ERROR_PATH")) + ".";
-        relay_hub::show_error_box(record->dialog, GTK_BUTTONS_OK, refusal.c_str(), nullptr);
-        gtk_widget_grab_focus(record->entry);
-        return;
-    }
+    if (*text == '\0')
+        return refuse(*record, std::string(translated("IDS_ERROR_PATH")) + ".");
+    if (std::strchr(text, '/') != nullptr)
+        return refuse(*record, relay_hub::fill_translated(
+                                   "IDS_MSG_ERR_FAIL_TO_RENAME_FILE",
+                                   {relay_hub::shown_text(text), translated("IDS_ERROR_SLASHES")}));
     g_folder_name = text;
     gtk_dialog_response(GTK_DIALOG(record->dialog), GTK_RESPONSE_OK);
 }

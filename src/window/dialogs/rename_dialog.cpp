@@ -112,9 +112,32 @@ void check_remote(GtkButton*, gpointer data) {
     accept(record, name);
 }
 
+// As the list shows it: the stem of a folder's name is all of it.
+bool names_a_file(const std::string& name) {
+    GtkTreeModel* model =
+        g_treeview != nullptr ? gtk_tree_view_get_model(GTK_TREE_VIEW(g_treeview)) : nullptr;
+    GtkTreeIter iter;
+    for (gboolean more = model != nullptr && gtk_tree_model_get_iter_first(model, &iter); more;
+         more = gtk_tree_model_iter_next(model, &iter))
+        if (relay_hub::row_name(model, &iter) == name)
+            return relay_hub::row_text(model, &iter, kColumnKind) == kKindFile;
+    return false;
+}
+
+// What stands before the last dot is what a new name usually changes.
+void select_stem(GtkEntry* entry) {
+    const std::string text = gtk_entry_get_text(entry);
+    const std::size_t dot = text.rfind('.');
+    if (dot != std::string::npos && dot > 0)
+        gtk_editable_select_region(GTK_EDITABLE(entry), 0,
+                                   static_cast<gint>(g_utf8_strlen(text.c_str(), static_cast<gssize>(dot))));
+}
+
 void fill_entry(GtkWidget*, gpointer entry) {
     gtk_entry_set_text(GTK_ENTRY(entry), shown_text(last_component(old_name)).c_str());
     gtk_widget_grab_focus(GTK_WIDGET(entry));
+    if (names_a_file(last_component(old_name)))
+        select_stem(GTK_ENTRY(entry));
 }
 
 void close_dialog(_rename_dialog* record) {

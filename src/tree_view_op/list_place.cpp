@@ -1,0 +1,69 @@
+#include "tree_view_op/list_place.h"
+
+#include <memory>
+#include <unordered_set>
+
+#include "tree_view_op/file_list_view.h"
+
+namespace relay_hub {
+namespace {
+
+struct FreePath {
+    void operator()(GtkTreePath* path) const { gtk_tree_path_free(path); }
+};
+using PathPtr = std::unique_ptr<GtkTreePath, FreePath>;
+
+std::string name_at(GtkTreeView* view, GtkTreePath* path) {
+    GtkTreeModel* model = gtk_tree_view_get_model(view);
+    GtkTreeIter iter;
+    if (path == nullptr || gtk_tree_model_get_iter(model, &iter, path) == FALSE)
+        return {};
+    return row_name(model, &iter);
+}
+
+}  // namespace
+
+ListPlace::ListPlace(GtkWidget* tree_view)
+    : view_(GTK_TREE_VIEW(tree_view)), selected_(get_selected_to_glist(tree_view)) {
+    GtkTreePath* path = nullptr;
+    gtk_tree_view_get_cursor(view_, &path, nullptr);
+    cursor_ = name_at(view_, PathPtr(path).get());
+    GtkTreePath* top = nullptr;
+    GtkTreePath* bottom = nullptr;
+    if (gtk_tree_view_get_visible_range(view_, &top, &bottom) == FALSE)
+        return;
+    const PathPtr owned_top(top);
+    const PathPtr owned_bottom(bottom);
+    // What stands at the very top stays there, also when rows come before it.
+    if (gtk_tree_path_get_indices(top)[0] > 0)
+        top_ = name_at(view_, top);
+}
+
+void ListPlace::restore() const {
+    GtkTreeModel* model = gtk_tree_view_get_model(view_);
+    GtkTreeSelection* selection = gtk_tree_view_get_selection(view_);
+    const std::unordered_set<std::string> wanted(selected_.begin(), selected_.end());
+    std::vector<PathPtr> found;
+    PathPtr cursor;
+    PathPtr top;
+    GtkTreeIter iter;
+    for (gboolean more = model != nullptr && gtk_tree_model_get_iter_first(model, &iter); more;
+         more = gtk_tree_model_iter_next(model, &iter)) {
+        const std::string name = row_name(model, &iter);
+        if (wanted.contains(name))
+            found.emplace_back(gtk_tree_model_get_path(model, &iter));
+        if (!cursor_.empty() && name == cursor_)
+            cursor.reset(gtk_tree_model_get_path(model, &iter));
+        if (!top_.empty() && name == top_)
+            top.reset(gtk_tree_model_get_path(model, &iter));
+    }
+    if (cursor != nullptr)
+        gtk_tree_view_set_cursor(view_, cursor.get(), nullptr, FALSE);
+    gtk_tree_selection_unselect_all(selection);
+    for (const PathPtr& path : found)
+        gtk_tree_selection_select_path(selection, path.get());
+    if (top != nullptr)
+        gtk_tree_view_scroll_to_cell(view_, top.get(), nullptr, TRUE, 0, 0);
+}
+
+}  // namespace relay_hub

@@ -1,0 +1,24 @@
+#pragma once
+// What the user has before him in a list, to be found again by its names after the list was filled anew: the
+// selected rows, the cursor, the row on top. Window's thread.
+#include <gtk/gtk.h>
+
+#include <string>
+#include <vector>
+
+namespace relay_hub {
+
+class ListPlace {
+  public:
+    explicit ListPlace(GtkWidget* tree_view);
+    // Rows that are gone stay out of the selection; the keyboard focus stays where it is.
+    void restore() const;
+
+  private:
+    GtkTreeView* view_;
+    std::vector<std::string> selected_;
+    std::string cursor_;
+    std::string top_;
+};
+
+}  // namespace relay_hub

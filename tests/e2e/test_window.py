@@ -1,0 +1,122 @@
+"""What the window does by itself from day to day: it remembers how it was left, follows the disk, tells what its
+lists come to, and obeys keys wherever the keyboard is."""
+import configparser
+import os
+import subprocess
+
+from common import wait_for, write
+from desktop import LOCAL, REMOTE, DesktopTest, box_of, find, has_state, labels, main, STATES, text_of
+
+
+class Window(DesktopTest):
+    def size(self):
+        box = box_of(self.desktop.frame())
+        return box.width, box.height
+
+    def summary(self, side):
+        return next((text for text in labels(self.desktop.side(side)) if text.startswith("Items: ")), "")
+
+    def test_is_as_it_was_left(self):
+        d = self.desktop
+        state = os.path.join(d.home, "state", "relay-hub", "window")
+        d.env["XDG_STATE_HOME"] = os.path.join(d.home, "state")
+        write(state, b"[window\nwidth=x")
+        d.start_window()
+        self.assertEqual(self.size(), (700, 400))
+        subprocess.run(["wmctrl", "-r", "Relay Hub", "-e", "0,-1,-1,900,500"], check=True)
+        wait_for(lambda: self.size() == (900, 500), what="the new size")
+        header = find(d.table(LOCAL), "table column header") or d.table(LOCAL).get_column_header(0)
+        header.do_action(0)  # descending
+        wait_for(lambda: d.rows(LOCAL)[-1] in ("..", "state"), what="the other order")
+        rows = d.rows(LOCAL)
+        self.assertEqual(d.close(), 0)
+        kept = configparser.ConfigParser()
+        kept.read(state)
+        self.assertEqual((kept["window"]["width"], kept["window"]["height"]), ("900", "500"))
+        self.assertEqual(kept["local list"]["order"], "1")
+        d.start_window()
+        wait_for(lambda: self.size() == (900, 500), what="the size kept")
+        self.assertEqual(d.rows(LOCAL), rows)
+        self.assertEqual(d.close(), 0)
+
+    def test_the_local_list_follows_the_disk(self):
+        d = self.desktop
+        for number in range(60):
+            write(os.path.join(d.home, f"file {number}"), b"x" * 1024)
+        d.start_window()
+        d.select(LOCAL, "file 30", "file 32")
+        write(os.path.join(d.home, "a new one"))
+        d.wait_rows(LOCAL, "a new one")
+        os.unlink(os.path.join(d.home, "file 32"))
+        wait_for(lambda: "file 32" not in d.rows(LOCAL), what="the end of file 32")
+        self.assertEqual(d.selected(LOCAL), ["file 30"])
+        row = d.table(LOCAL).get_accessible_at(d.rows(LOCAL).index("file 30"), 0)
+        self.assertTrue(has_state(row, STATES.SHOWING), "scrolled away")
+        d.ask("Rename", "F2")
+        write(os.path.join(d.home, "while asked"))
+        d.press(d.wait_dialog("Rename"), "Cancel")
+        d.wait_rows(LOCAL, "while asked")
+        self.assertEqual(d.close(), 0)
+
+    def test_lists_tell_what_they_come_to(self):
+        d = self.desktop
+        for folder in (d.home, d.remote):
+            for name, size in (("one", 1024), ("two", 2048)):
+                write(os.path.join(folder, "work", name), b"x" * size)
+        d.start("--style", "posix")
+        d.go(LOCAL, os.path.join(d.home, "work"), "one", "two")
+        d.go(REMOTE, "/work", "one", "two")
+        for side in (LOCAL, REMOTE):
+            wait_for(lambda: self.summary(side).startswith("Items: 2"), what="two items")
+            d.select(side, "one", "two")
+            wait_for(lambda: "Items: 2 · Selected: 2 (3.0 KB)" in self.summary(side), what="both selected")
+        self.assertIn("Free: ", self.summary(LOCAL))
+        self.assertEqual(d.close(), 0)
+
+    def test_keys_of_the_window(self):
+        d = self.desktop
+        work = os.path.join(d.home, "work")
+        for name in ("note.txt", "other.tar.gz", ".hidden"):
+            write(os.path.join(work, name))
+        d.start_window()
+        d.go(LOCAL, work, "note.txt", "other.tar.gz")
+        d.click(d.cell(LOCAL, "other.tar.gz"))
+        d.key("n", "o", "Escape")
+        wait_for(lambda: d.selected(LOCAL) == ["note.txt"], what="the name searched for")
+        for key in ("F6", "ctrl+l"):
+            d.click(d.cell(LOCAL, "note.txt"))
+            d.key(key)
+            wait_for(lambda: has_state(d.entry(LOCAL), STATES.FOCUSED), what="the path entry's focus")
+        d.key("ctrl+h")
+        d.wait_rows(LOCAL, ".hidden")
+        d.key("ctrl+h")
+        wait_for(lambda: ".hidden" not in d.rows(LOCAL), what="the hidden file to go")
+        d.key("alt+Up")
+        wait_for(lambda: d.folder(LOCAL) == d.home, what="the parent folder")
+        d.go(LOCAL, work, "note.txt", "other.tar.gz")
+        d.key("alt+Home")
+        wait_for(lambda: d.folder(LOCAL) == d.home and not d.dialog(), what="the first drive")
+        d.go(LOCAL, work, "note.txt", "other.tar.gz")
+        d.select(LOCAL, "other.tar.gz")
+        d.ask("Rename", "shift+F10", "r")
+        entry = find(d.wait_dialog("Rename"), "text")
+        wait_for(lambda: text_of(entry) == "other.tar.gz", what="the old name")
+        self.assertEqual(text_of(entry)[slice(*self.selection(entry))], "other.tar")
+        d.press(d.wait_dialog("Rename"), "Cancel")
+        d.ask("Create New Folder", "ctrl+shift+n")
+        d.answer("Create New Folder", "x/y")
+        box = wait_for(d.error_box, what="the refusal")
+        self.assertIn("“x/y” cannot be renamed: a name cannot contain “/”.", labels(box))
+        d.press(box, "OK")
+        d.press(d.wait_dialog("Create New Folder"), "Cancel")
+        d.key("ctrl+q")
+        self.assertEqual(d.window.wait(10), 0)
+
+    @staticmethod
+    def selection(entry):
+        chosen = entry.get_text_iface().get_selection(0)
+        return chosen.start_offset, chosen.end_offset
+
+
+if __name__ == "__main__":
+    main()
