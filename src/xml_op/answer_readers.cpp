@@ -1,9 +1,11 @@
 #include "xml_op/answer_readers.h"
 
+#include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <memory>
 #include <optional>
+#include <string_view>
 #include <utility>
 
 #include "base/shown_text.h"
@@ -12,6 +14,7 @@
 #include "link_engine/message_names.h"
 #include "link_engine/transfer_state.h"
 #include "tree_view_op/file_list_view.h"
+#include "tree_view_op/list_summary.h"
 #include "tree_view_op/listing_turns.h"
 #include "util/path_time_text.h"
 #include "window/closing.h"
@@ -42,16 +45,27 @@ void tell_no_data(const std::string& path) {
 // An answer of less than this is read in a moment.
 constexpr std::size_t kLongAnswer = std::size_t{256} * 1024;
 
+std::optional<std::uint64_t> bytes_of(std::string_view digits) {
+    std::uint64_t bytes = 0;
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), bytes);
+    if (error != std::errc() || end != digits.data() + digits.size())
+        return {};
+    return bytes;
+}
+
 // A file list's answer, with its records as rows. Owned by whoever reads it, and by the window.
 struct FileList {
     explicit FileList(std::string answer_text) : text(std::move(answer_text)) {}
     void read() {
         walk_context context{nullptr, wire::kGetFileList, &rows};
         answer.emplace(std::move(text), RIGHT_SIDE_HERE, get_xml_detial, &context);
+        if (const XmlText field = answer->field(wire::kFreeSpace))
+            free_bytes = bytes_of(text_of(field));
     }
 
     std::string text;
     relay_hub::RecordRows rows;
+    std::optional<std::uint64_t> free_bytes;  // not every engine tells
     std::optional<Answer> answer;
 };
 
@@ -77,6 +91,7 @@ void show_folder(FileList& list, const std::string& path) {
         relay_hub::RowFiller filler(side->tree_view, list.rows.size());
         list.rows.move_to(filler, check_path_for_platform(path.c_str()) == 1 ? "/\\" : "/");
     }
+    relay_hub::set_free_space(side->tree_view, list.free_bytes);
     relay_hub::set_current_folder(side, path.c_str());
 }
 
