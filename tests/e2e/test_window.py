@@ -2,16 +2,21 @@
 lists come to, and obeys keys wherever the keyboard is."""
 import configparser
 import os
+import re
 import subprocess
 
 from common import wait_for, write
-from desktop import LOCAL, REMOTE, DesktopTest, box_of, find, has_state, labels, main, STATES, text_of
+from desktop import LOCAL, REMOTE, DesktopTest, find, has_state, labels, main, STATES, text_of
 
 
 class Window(DesktopTest):
     def size(self):
-        box = box_of(self.desktop.frame())
-        return box.width, box.height
+        """Without what the window manager draws around it."""
+        window = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", "^Relay Hub$"], text=True, check=True,
+                                capture_output=True).stdout.split()[0]
+        shown = subprocess.run(["xdotool", "getwindowgeometry", "--shell", window], text=True, check=True,
+                               capture_output=True).stdout
+        return tuple(int(re.search(f"{side}=(.*)", shown).group(1)) for side in ("WIDTH", "HEIGHT"))
 
     def summary(self, side):
         return next((text for text in labels(self.desktop.side(side)) if text.startswith("Items: ")), "")
