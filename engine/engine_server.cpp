@@ -9,12 +9,14 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <exception>
 #include <utility>
 
 #include "base/diagnostics.h"
 #include "base/frame.h"
 #include "engine/wire_text.h"
 #include "name_pipe/name_pipe_base.h"
+#include "name_pipe/taken_place.h"
 
 namespace relay_hub::engine {
 namespace {
@@ -25,7 +27,7 @@ constexpr mode_t kPipeMode = 0600;
 constexpr milliseconds kClientLimit{3000};
 constexpr milliseconds kOpenLimit{2000};
 constexpr milliseconds kPartingLimit{1000};
-constexpr std::size_t kLongestRequest = 256UL * 1024 * 1024;
+constexpr std::size_t kLongestRequest = 64UL * 1024 * 1024;
 constexpr milliseconds kFirstPause{1};
 constexpr milliseconds kSlowestPause{20};
 constexpr int kWakePause = 5;
@@ -53,9 +55,11 @@ void await_drained(int fd) {
             return;
 }
 
-std::string reason_of_failure(int error) {
-    return error == EINVAL || error == ELOOP || error == EPERM ? "is there and is no FIFO of this user"
-                                                               : error_text(error);
+std::string reason_of_failure(const std::string& base, const std::string& path, int error) {
+    if (std::string taken = taken_place(base); !taken.empty())
+        return taken;
+    return path + (error == EINVAL || error == ELOOP ? " is there and is no FIFO of this user"
+                                                     : std::string(": ") + error_text(error));
 }
 
 }  // namespace
@@ -85,9 +89,11 @@ void EngineServer::remove_pipes() {
 bool EngineServer::create_pipes(std::string& why) {
     for (const std::string& path : {in_path_, out_path_}) {
         if (!make_fifo(path, kPipeMode)) {
-            why = path + ": " + reason_of_failure(errno);
+            why = reason_of_failure(settings_.base, path, errno);
             return false;
         }
+        // One left behind by an older engine may be open to everybody.
+        make_fifo_private(path);
     }
     pipe_.reset(open(in_path_.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     if (!pipe_) {
@@ -103,10 +109,22 @@ bool EngineServer::run() {
     const StopScope scope(stop_);
     bool pipe_is_there = true;
     while (pipe_is_there && !stop_.stopped())
-        pipe_is_there = serve_client();
+        pipe_is_there = serve_safely();
     ended_ = true;
     stop_.stop();
     return pipe_is_there;
+}
+
+// A request that takes more memory than there is fails; the service goes on.
+bool EngineServer::serve_safely() {
+    try {
+        return serve_client();
+    } catch (const std::exception& failure) {
+        report(RELAY_HUB_HERE, "a request could not be served:", failure.what());
+        keeper_.reset();
+        out_.reset();
+        return true;
+    }
 }
 
 bool EngineServer::serve_client() {
@@ -208,6 +226,7 @@ void EngineServer::answer(const std::string& request) {
         std::printf("request %s\n", in_one_line(request, kLongestTracedText).c_str());
     // Whoever left until now was an earlier client: this one sent its request after opening its end.
     clients_->forget();
+    front_end_.make_pipes_private();
     // A client that left has nothing left to do, to be asked or to be told.
     const PeerScope for_this_client(out_.get(), clients_->descriptor());
     const Reply reply = handlers_.handle(request);

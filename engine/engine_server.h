@@ -46,6 +46,7 @@ class EngineServer {
     enum class Reading { complete, client_left, failed };
 
     // One round. False when the pipe of the requests was lost.
+    bool serve_safely();
     bool serve_client();
     // Blocks until a client opens its end, or stop() does. Empty, after a diagnostic, when the pipe was lost.
     FileDescriptor await_client();

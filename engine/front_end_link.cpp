@@ -190,8 +190,14 @@ std::optional<std::string> FrontEndLink::exchange(Caller caller, const std::stri
     return answer;
 }
 
+void FrontEndLink::make_pipes_private() const {
+    for (const char* end : {"_IN", "_OUT"})
+        make_fifo_private(base_ + end);
+}
+
 // Leaves the write end closed: the listener shall not take it for the next exchange's.
 WriteEnd FrontEndLink::send(const std::string& message, milliseconds open_limit, FileDescriptor& out) {
+    make_pipes_private();
     // IN first: the front end opens it only when it is through with the answer before.
     const FileDescriptor in = open_fifo_writer(base_ + "_IN", after(open_limit));
     if (!in)

@@ -26,6 +26,10 @@ class FrontEndLink : public FrontEnd {
     void progress(const Progress& report) override;
     bool message(const std::string& text) override;
 
+    // Any thread. Takes from all other users the right to write to the front end's pipes: they could answer
+    // its user's questions to us, or end its listener.
+    void make_pipes_private() const;
+
     // Any thread. False when the front end did not take it.
     bool tell_remote_is_offline();
     bool ask_to_handle_remote_request();

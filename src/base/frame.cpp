@@ -104,6 +104,7 @@ std::uint32_t FrameProgress::announced() const {
 ReadEnd read_frame(int fd, FrameProgress& progress, Patience patience, const BodySink& sink) {
     std::array<char, kReadChunk> chunk;
     std::optional<milliseconds> limit = patience.first;
+    bool writer_left = false;
     while (!progress.complete()) {
         const ssize_t count = read_some(fd, chunk.data(), std::min(chunk.size(), progress.wanted()));
         if (count == 0)
@@ -119,9 +120,15 @@ ReadEnd read_frame(int fd, FrameProgress& progress, Patience patience, const Bod
         }
         if (errno != EAGAIN)
             return ReadEnd::failed;
-        const WaitEnd end = wait_for(fd, POLLIN, limit_of(limit, patience.total));
+        // What it wrote before it left has been read by now.
+        if (writer_left)
+            return ReadEnd::closed;
+        std::array<pollfd, 2> watches{
+            {{fd, POLLIN, 0}, {patience.writer == nullptr ? -1 : patience.writer->descriptor(), POLLIN, 0}}};
+        const WaitEnd end = wait_on(watches, limit_of(limit, patience.total));
         if (end != WaitEnd::ready)
             return end == WaitEnd::timed_out ? ReadEnd::timed_out : ReadEnd::stopped;
+        writer_left = watches[1].revents != 0 && patience.writer->has_left();
     }
     return ReadEnd::complete;
 }

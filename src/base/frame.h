@@ -41,11 +41,26 @@ class FrameProgress {
 // came for too long; the wait was ended (the thread was stopped or its peer left); or the read failed.
 enum class ReadEnd { complete, enough, closed, timed_out, stopped, failed };
 
-// How long to wait for the first and for each further byte (none: no limit), and when the whole reading ends.
+// Tells that the writer of a frame has closed its end. A FIFO alone shows that only until somebody opens it
+// for writing again.
+class WriterWatch {
+  public:
+    WriterWatch() = default;
+    WriterWatch(const WriterWatch&) = delete;
+    WriterWatch& operator=(const WriterWatch&) = delete;
+    virtual ~WriterWatch() = default;
+    // Readable when has_left() is worth a look; -1 without a watch. Borrowed.
+    [[nodiscard]] virtual int descriptor() const = 0;
+    virtual bool has_left() = 0;
+};
+
+// How long to wait for the first and for each further byte (none: no limit), when the whole reading ends, and
+// who tells of the writer's end; null for nobody.
 struct Patience {
     std::optional<std::chrono::milliseconds> first;
     std::chrono::milliseconds next;
     Deadline total = std::nullopt;
+    WriterWatch* writer = nullptr;
 };
 
 // Gets each piece of the body, and an empty one when the length came alone; false ends the reading.

@@ -13,15 +13,17 @@
 #include <vector>
 
 #include "base/file_descriptor.h"
+#include "base/ownership.h"
 
 constinit Log theLog;
+// Only the pages that a line fills are ever used.
+char g_log_message[kLogMessageSize];
 
 namespace {
 
-constexpr mode_t kLogMode = 0666;
+// They hold every name that the user sees.
+constexpr mode_t kLogMode = 0600;
 
-// Where callers compose an event-log line; only the pages that a line fills are ever used.
-char g_log_message[4194304];
 std::mutex g_log_message_mutex;
 
 // O_NONBLOCK keeps a FIFO that stands at the path from holding up the open; regular files ignore it.
@@ -29,9 +31,12 @@ relay_hub::FileDescriptor open_log(const char* path, int flags) {
     relay_hub::FileDescriptor file(
         ::open(path, O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | flags, kLogMode));
     struct stat status {};
-    // A second name is a link to somebody's file as well.
-    if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_nlink > 1)
+    // A second name is a link to somebody's file as well; what another user can read tells them our names.
+    if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_nlink > 1 ||
+        !relay_hub::is_ours_or_roots(status))
         return {};
+    if (status.st_uid == ::geteuid() && (status.st_mode & ALLPERMS) != kLogMode)
+        (void)::fchmod(file.get(), kLogMode);
     return file;
 }
 

@@ -3,6 +3,7 @@
 // event log. Both may be used on any thread. A log that cannot be opened stays silent: the program goes on.
 #include <atomic>
 #include <cstdarg>
+#include <cstddef>
 #include <initializer_list>
 #include <string_view>
 
@@ -33,6 +34,10 @@ class Log {
   private:
     std::atomic<int> m_nFile = -1;
 };
+
+// Where callers compose an event-log line, under a private mutex (log_event).
+inline constexpr std::size_t kLogMessageSize = 4194304;
+extern char g_log_message[kLogMessageSize];
 
 // The trace of the pipes. Silent until main opens kPipeTracePath: a second start, which ends at once, and the
 // engine, which shares this room, must leave the trace of the running window alone.

@@ -9,7 +9,7 @@
 namespace relay_hub {
 namespace {
 
-constexpr std::size_t kMostWatches = 2;
+constexpr std::size_t kMostWatches = 3;
 // How long a wait goes without a look at a token that has no descriptor of its own.
 constexpr int kBlindSlice = 50;
 

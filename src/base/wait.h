@@ -21,7 +21,7 @@ inline Deadline after(std::chrono::milliseconds limit) {
     return Clock::now() + limit;
 }
 
-// Waits until one of at most two watches has an event, and fills their revents.
+// Waits until one of at most three watches has an event, and fills their revents.
 WaitEnd wait_on(std::span<pollfd> watches, Deadline deadline);
 // Waits until descriptor is ready for events (POLLIN or POLLOUT), or shows an error or a hang-up.
 WaitEnd wait_for(int descriptor, short events, Deadline deadline);

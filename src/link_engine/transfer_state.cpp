@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
@@ -18,19 +19,8 @@ namespace {
 // A setter takes a text of up to this many bytes, terminator included, whatever its field holds; a longer
 // one runs on into the fields behind.
 constexpr std::size_t kTextLimit = 2048;
+constexpr std::chrono::seconds kUnservedQuestionLimit{20};
 
-struct TransferRecord {
-    std::int32_t request_lock = kNoRequest;
-    float total_percent = 0;
-    float current_percentage = 0;
-    std::uint16_t enable = kSwitchOff;
-    char progress_info[2048] = {};
-    char elapsed_time[1024] = {};
-    char dialog_message[1024] = {};
-    char confirm_message[1024] = {};
-    char user_cancel = 'N';
-    std::int32_t confirm_value = kConfirmNone;
-};
 static_assert(offsetof(TransferRecord, total_percent) == 4);
 static_assert(offsetof(TransferRecord, current_percentage) == 8);
 static_assert(offsetof(TransferRecord, enable) == 12);
@@ -59,8 +49,6 @@ struct SharedTransfer {
 };
 
 SharedTransfer shared;
-std::atomic<int> change_flag = 0;
-std::atomic<int> offline_interrupt = 0;
 
 template <typename Action>
 auto with_record(Action action) {
@@ -118,14 +106,18 @@ int value_within(int value, int first, int last) {
 
 }  // namespace
 
+TransferRecord& g_pInformation = shared.storage.record;
+std::atomic<int> change_flag = 0;
+std::atomic<int> g_offline_interrupt = 0;
+
 void SetEnableInformation(int value) {
     with_record([value](TransferRecord& record) {
         record.enable = static_cast<std::uint16_t>(value_within(value, kSwitchOff, kSwitchOn));
     });
 }
 
-int IsEnableInformation() {
-    return with_record([](const TransferRecord& record) -> int { return record.enable; });
+_switch_info IsEnableInformation() {
+    return with_record([](const TransferRecord& record) { return static_cast<_switch_info>(record.enable); });
 }
 
 int SetInformationRequest(int value) {
@@ -136,8 +128,9 @@ int SetInformationRequest(int value) {
     });
 }
 
-int GetInformationRequest() {
-    return with_record([](const TransferRecord& record) { return record.request_lock; });
+_lock_status GetInformationRequest() {
+    return with_record(
+        [](const TransferRecord& record) { return static_cast<_lock_status>(record.request_lock); });
 }
 
 void SetCurrentPercentage(float value) {
@@ -213,8 +206,9 @@ void SetConfirmValue(int value) {
     });
 }
 
-int GetConfirmValue() {
-    return with_record([](const TransferRecord& record) { return record.confirm_value; });
+_confirm_value GetConfirmValue() {
+    return with_record(
+        [](const TransferRecord& record) { return static_cast<_confirm_value>(record.confirm_value); });
 }
 
 void CleanUpInformationVar() {
@@ -233,14 +227,33 @@ void set_change_flag(int value) {
 }
 
 int get_offline_interrupt() {
-    return offline_interrupt;
+    return g_offline_interrupt;
 }
 
 void set_offline_interrupt(int value) {
-    offline_interrupt = value;
+    g_offline_interrupt = value;
 }
 
 namespace relay_hub {
+namespace {
+
+// Until somebody has decided the question, or nobody is there to decide it: whoever served questions has
+// gone, or nobody has come for as long as a question without a request may wait.
+void await_decision(std::unique_lock<std::mutex>& lock) {
+    const auto unserved_end = std::chrono::steady_clock::now() + kUnservedQuestionLimit;
+    bool was_served = false;
+    while (shared.storage.record.request_lock != kNoRequest && !shared.closing) {
+        if (shared.confirmation_servers > 0) {
+            was_served = true;
+            shared.lock_changed.wait(lock);
+        } else if (was_served ||
+                   shared.lock_changed.wait_until(lock, unserved_end) == std::cv_status::timeout) {
+            return;
+        }
+    }
+}
+
+}  // namespace
 
 int wait_for_confirmation(const std::string& question) {
     std::unique_lock lock(shared.mutex);
@@ -252,10 +265,7 @@ int wait_for_confirmation(const std::string& question) {
         record.request_lock = kConfirmationWanted;
         announce_lock();
     }
-    shared.lock_changed.wait(lock, [] {
-        return shared.storage.record.request_lock == kNoRequest || shared.closing ||
-               shared.confirmation_servers == 0;
-    });
+    await_decision(lock);
     release_confirmation();
     return record.confirm_value;
 }

@@ -1,6 +1,8 @@
 #pragma once
 // The shared transfer state: what the engine's call-backs tell the window, and what the user answers.
 // Every accessor locks a private mutex and may be called on any thread; texts are returned as copies.
+#include <atomic>
+#include <cstdint>
 #include <string>
 
 #include "link_engine/send_args.h"
@@ -17,11 +19,27 @@ enum _confirm_value {
     kConfirmCancel = 4
 };
 
+// The record itself, laid out as its readers outside expect it. Only the accessors touch it: its mutex is
+// theirs.
+struct TransferRecord {
+    std::int32_t request_lock = kNoRequest;
+    float total_percent = 0;
+    float current_percentage = 0;
+    std::uint16_t enable = kSwitchOff;
+    char progress_info[2048] = {};
+    char elapsed_time[1024] = {};
+    char dialog_message[1024] = {};
+    char confirm_message[1024] = {};
+    char user_cancel = 'N';
+    std::int32_t confirm_value = kConfirmNone;
+};
+extern TransferRecord& g_pInformation;
+
 void SetEnableInformation(int value);
-int IsEnableInformation();
+_switch_info IsEnableInformation();
 // Values outside 1-2 store 0. Wakes the main loop and whoever waits for the lock. Returns 0.
 int SetInformationRequest(int value);
-int GetInformationRequest();
+_lock_status GetInformationRequest();
 void SetCurrentPercentage(float value);
 float GetCurrentPercentage();
 void SetTotalPercent(float value);
@@ -40,10 +58,12 @@ int SetUserClickCancel(char value);
 // -1 when the user pressed Cancel, else 0.
 int IsUserClickCancel();
 void SetConfirmValue(int value);
-int GetConfirmValue();
+_confirm_value GetConfirmValue();
 // Zeroes the record, releases a waiting confirmation as value 0, sets the cancel flag to 'N'.
 void CleanUpInformationVar();
 
+extern std::atomic<int> change_flag;
+extern std::atomic<int> g_offline_interrupt;
 // 3 while a transfer is being prepared, 4 once the engine has called back.
 int get_change_flag();
 void set_change_flag(int value);

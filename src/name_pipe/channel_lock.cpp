@@ -15,7 +15,7 @@ namespace {
 
 struct Registry {
     std::mutex mutex;
-    std::map<std::string, Channel> channels;  // under mutex; the channels themselves stay where they are
+    std::map<std::string, ChannelState> channels;  // under mutex; the channels themselves stay where they are
 };
 
 Registry& registry() {
@@ -23,9 +23,9 @@ Registry& registry() {
     return all;
 }
 
-Channel* channel_of(const std::string& base) {
+ChannelState* channel_of(const std::string& base) {
     const std::lock_guard lock(registry().mutex);
-    Channel& channel = registry().channels[base];
+    ChannelState& channel = registry().channels[base];
     if (!channel.free)
         channel.free.reset(::eventfd(1, EFD_CLOEXEC | EFD_NONBLOCK));
     if (channel.free)
@@ -37,7 +37,7 @@ Channel* channel_of(const std::string& base) {
 }  // namespace
 
 ChannelLock::ChannelLock(const std::string& base, Deadline deadline) {
-    Channel* channel = channel_of(base);
+    ChannelState* channel = channel_of(base);
     while (channel != nullptr && wait_for(channel->free.get(), POLLIN, deadline) == WaitEnd::ready) {
         std::uint64_t one = 0;
         if (read_some(channel->free.get(), &one, sizeof one) == sizeof one) {

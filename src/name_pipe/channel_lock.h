@@ -1,19 +1,21 @@
 #pragma once
-// What the process knows of each channel that it sends on: who holds it, and whether the peer still owes the
-// answer to a request that was given up. Channels live as long as the process. Any thread.
+// What the process knows of each channel that it sends on: who holds it, and whether the reply to a request
+// that was given up is still to come. Channels live as long as the process. Any thread.
 #include <string>
 
 #include "base/fifo.h"
 #include "base/frame.h"
+#include "name_pipe/round_watch.h"
 
 namespace relay_hub {
 
-struct Channel {
+struct ChannelState {
     // Readable while nobody holds the channel: a wait for it can be stopped, which no mutex offers.
     FileDescriptor free;
-    // Both belong to the holder. The frame in which a late answer stands, if it has begun.
-    bool answer_owed = false;
-    FrameProgress owed;
+    // The rest belongs to the holder. The frame in which a late reply stands, if it has begun.
+    bool reply_pending = false;
+    FrameProgress pending_reply;
+    RoundWatch round;
 };
 
 // Holds the channel of base for its life. Converts to false when the wait for it ended without it.
@@ -25,10 +27,10 @@ class ChannelLock {
     ~ChannelLock();
 
     explicit operator bool() const { return held_ != nullptr; }
-    [[nodiscard]] Channel& channel() const { return *held_; }
+    [[nodiscard]] ChannelState& channel() const { return *held_; }
 
   private:
-    Channel* held_ = nullptr;
+    ChannelState* held_ = nullptr;
 };
 
 }  // namespace relay_hub

@@ -1,5 +1,6 @@
 #include "name_pipe/name_pipe_base.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <mutex>
 #include <string_view>
@@ -14,6 +15,7 @@ constinit std::atomic<std::uint32_t> CNamePipeBase::m_dwNPInputBufferSize = 8192
 constinit std::atomic<std::uint32_t> CNamePipeBase::m_dwNPOutputBufferSize = 8192;
 constinit std::atomic<std::uint32_t> CNamePipeBase::m_dwNPOutputSize = 0;
 constinit std::atomic<bool> CNamePipeBase::m_bExitFromListenLoop = false;
+constinit relay_hub::ZeroedMemory CNamePipeBase::m_pbyteResultBuffer;
 std::string CNamePipeBase::m_strResultData;
 std::string CNamePipeBase::m_strPipeName = "/tmp/ZEV_Korvale";
 
@@ -44,6 +46,14 @@ void set_pipe_name(std::string name) {
     CNamePipeBase::m_strPipeName = std::move(name);
 }
 
+constinit std::atomic<std::uint32_t> answer_size_limit = 8192;
+
+void set_sizes(std::uint32_t in_size, std::uint32_t out_size) {
+    CNamePipeBase::m_dwNPInputBufferSize = in_size;
+    CNamePipeBase::m_dwNPOutputBufferSize = out_size;
+    answer_size_limit = out_size;
+}
+
 std::string marked(std::string_view payload, unsigned int kind) {
     return std::string(kind == kCommandData ? relay_hub::kCommandMarker : kUserMarker).append(payload);
 }
@@ -65,8 +75,10 @@ void apply_pipe_params(CZEVXML& command) {
         set_pipe_name(std::move(name));
     if (const auto size = static_cast<std::uint32_t>(command.QueryLng(kNewInputSize)); size != 0)
         CNamePipeBase::m_dwNPInputBufferSize = size;
-    if (const auto size = static_cast<std::uint32_t>(command.QueryLng(kNewOutputSize)); size != 0)
+    if (const auto size = static_cast<std::uint32_t>(command.QueryLng(kNewOutputSize)); size != 0) {
         CNamePipeBase::m_dwNPOutputBufferSize = size;
+        answer_size_limit = std::max(answer_size_limit.load(), size);
+    }
 }
 
 }  // namespace
@@ -76,6 +88,10 @@ namespace relay_hub {
 std::string listener_pipe_name() {
     const std::lock_guard lock(pipe_name_mutex);
     return CNamePipeBase::m_strPipeName;
+}
+
+std::size_t answer_limit() {
+    return answer_size_limit;
 }
 
 std::string terminate_request() {
@@ -93,16 +109,14 @@ CNamePipeBase::CNamePipeBase() = default;
 
 CNamePipeBase::CNamePipeBase(std::string name, unsigned int in_size, unsigned int out_size)
     : m_strOwnPipeName(std::move(name)) {
-    m_dwNPInputBufferSize = in_size;
-    m_dwNPOutputBufferSize = out_size;
+    set_sizes(in_size, out_size);
 }
 
 CNamePipeBase::~CNamePipeBase() = default;
 
 void CNamePipeBase::SetupParam(const char* name, unsigned int in_size, unsigned int out_size) {
     set_pipe_name(name == nullptr ? "" : name);
-    m_dwNPInputBufferSize = in_size;
-    m_dwNPOutputBufferSize = out_size;
+    set_sizes(in_size, out_size);
 }
 
 void CNamePipeBase::ResetStatus() {
@@ -152,7 +166,7 @@ bool CNamePipeBase::NPSendMessage(char* data, unsigned int size, char* answer, u
 bool CNamePipeBase::NPSendMessage(std::string data, std::string& answer, std::string pipe,
                                   unsigned int kind) {
     trace_payload("Enter into CNamePipeBase::NPSendMessage - strInputData=\n", data);
-    return relay_hub::exchange(target(pipe), marked(data, kind), answer, m_dwNPOutputBufferSize,
+    return relay_hub::exchange(target(pipe), marked(data, kind), answer, relay_hub::answer_limit(),
                                relay_hub::AnswerKind::text);
 }
 

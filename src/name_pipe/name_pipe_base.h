@@ -10,6 +10,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/zeroed_memory.h"
+
 inline constexpr char kCommandPipe[] = "/tmp/ZEV_KorvaleMarrowglint";
 inline constexpr char kNotifyPipe[] = "/tmp/ZEV_KorvaleMarrowglintNotify";
 inline constexpr unsigned int kPipeBufferSize = 10485760;
@@ -40,6 +42,9 @@ class CNamePipeBase {
     static void SetupParam(const char* name, unsigned int in_size, unsigned int out_size);
     // Class-wide: who answers call-backs. Set once, before ListenForService.
     static void SetServiceProvider(service_provider_t provider);
+    // Class-wide: called on the listener thread when a control command, and not ExitListenService, has ended
+    // the listener; ListenForService may then start it again, on another thread. Set once.
+    static void SetListenerEndedByCommand(void (*tell)());
     static void ResetStatus();
     // Null is neither. A zero-terminated body may be shorter than the marker only if six bytes can be read.
     static bool IsUserData(const char* body);
@@ -65,6 +70,9 @@ class CNamePipeBase {
     static std::atomic<std::uint32_t>
         m_dwNPOutputBufferSize;                          // 8192, bytes; the length of a call-back answer
     static std::atomic<std::uint32_t> m_dwNPOutputSize;  // what the service provider returned
+    // What the service provider answered: m_dwNPOutputBufferSize + 1 bytes, so that a text in it always ends.
+    // Listener thread only while one runs.
+    static relay_hub::ZeroedMemory m_pbyteResultBuffer;
     static std::string m_strResultData;  // the answer of the last control command; listener thread only
     static std::string m_strPipeName;    // set it with SetupParam: that locks out the senders that read it
     static std::atomic<bool> m_bExitFromListenLoop;

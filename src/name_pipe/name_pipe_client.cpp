@@ -22,8 +22,9 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// An answer that has begun and then pauses this long has ended; so has a peer that is gone this long.
-constexpr milliseconds kQuiet{2000};
+// An answer that has begun and then pauses this long has ended; a peer whose ends are gone this long has
+// died.
+constexpr milliseconds kPeerSilence{2000};
 // What follows a text that is complete: its padding, which is read off so that the peer can finish its write.
 constexpr milliseconds kPaddingPause{20};
 constexpr milliseconds kPaddingLimit{200};
@@ -47,7 +48,7 @@ bool is_fifo(const std::string& path) {
 
 void discard_pending(int out) {
     std::array<char, 65536> dropped;
-    const Deadline limit = after(kQuiet);
+    const Deadline limit = after(kPeerSilence);
     while (read_some(out, dropped.data(), dropped.size()) > 0 && Clock::now() < *limit) {
     }
 }
@@ -131,7 +132,8 @@ Writer find_writer(int out, FrameProgress& progress) {
     return Writer::sent;
 }
 
-struct Ends {
+// Both ends of one exchange.
+struct Connection {
     FileDescriptor in;
     FileDescriptor out;
     std::string out_path;
@@ -144,59 +146,73 @@ bool request_unread(int in) {
 
 // After a hang-up on the answers' end. A peer that has not read the request only ended a round before it: the
 // end is opened afresh, because a hang-up stays to be seen. False when the peer has had the request.
-bool joins_next_round(Ends& ends) {
-    if (!request_unread(ends.in.get()))
+bool joins_next_round(Connection& connection) {
+    if (!request_unread(connection.in.get()))
         return false;
-    ends.out = open_fifo(ends.out_path, O_RDONLY | O_NONBLOCK);
-    return static_cast<bool>(ends.out);
+    connection.out = open_fifo(connection.out_path, O_RDONLY | O_NONBLOCK);
+    return static_cast<bool>(connection.out);
 }
 
-// Waits without limit for the first byte of the answer, but not for a peer that has died. That shows by a
-// writer's hang-up or, where the peer died before it opened its end, by requests without a reader and
-// answers without a writer at once. A living peer may be in that state too, between its reading and its
-// answering, but only for moments.
-ReadEnd await_answer(Ends& ends, FrameProgress& progress) {
-    // Most answers come at once, and a peer that closes the requests' end before it answers need not wake us.
-    pollfd answered{ends.out.get(), POLLIN, 0};
+// The peer closed the answers' end; what it wrote before is still there.
+ReadEnd answer_at_round_end(int out, FrameProgress& progress) {
+    return find_writer(out, progress) == Writer::sent ? ReadEnd::complete : ReadEnd::closed;
+}
+
+// Waits without limit for the first byte of the answer, but not for a peer that ended the round or has died.
+// The end of the round shows by a writer's hang-up or, where the next round began at once, by the watch. A
+// peer that died before it opened its end shows by requests without a reader and answers without a writer at
+// once; a living peer may be in that state too, between its reading and its answering, but only for moments.
+ReadEnd await_answer(Connection& connection, FrameProgress& progress, RoundWatch& round) {
+    // Most answers come at once, and what the peer does before it answers need not wake us.
+    pollfd answered{connection.out.get(), POLLIN, 0};
     if (wait_on({&answered, 1}, after(kAtOnce)) == WaitEnd::ready && (answered.revents & POLLIN) != 0)
         return ReadEnd::complete;
-    bool in_watched = true;
+    bool peer_reads = true;
     Deadline peer_gone;
     for (;;) {
-        std::array<pollfd, 2> watches{pollfd{ends.out.get(), POLLIN, 0},
-                                      pollfd{in_watched ? ends.in.get() : -1, 0, 0}};
+        std::array<pollfd, 3> watches{{{connection.out.get(), POLLIN, 0},
+                                       {round.descriptor(), POLLIN, 0},
+                                       {peer_reads ? connection.in.get() : -1, 0, 0}}};
         const WaitEnd end = wait_on(watches, peer_gone);
         if (end == WaitEnd::stopped)
             return ReadEnd::stopped;
-        if (end == WaitEnd::ready && watches[0].revents != 0) {
-            if ((watches[0].revents & POLLIN) != 0)
-                return ReadEnd::complete;
-            if (!joins_next_round(ends))
+        if ((watches[0].revents & POLLIN) != 0)
+            return ReadEnd::complete;
+        if (watches[0].revents != 0) {
+            if (!joins_next_round(connection))
                 return ReadEnd::closed;
             continue;
         }
-        in_watched = false;
-        const Writer writer = find_writer(ends.out.get(), progress);
+        if (round.has_left()) {
+            if (!request_unread(connection.in.get()))
+                return answer_at_round_end(connection.out.get(), progress);
+            round.forget();
+        }
+        if (end == WaitEnd::ready && watches[2].revents == 0)
+            continue;
+        peer_reads = false;
+        const Writer writer = find_writer(connection.out.get(), progress);
         if (writer == Writer::sent)
             return ReadEnd::complete;
         if (writer == Writer::absent && end == WaitEnd::timed_out)
             return ReadEnd::closed;
-        peer_gone = writer == Writer::absent ? after(kQuiet) : Deadline{};
+        peer_gone = writer == Writer::absent ? after(kPeerSilence) : Deadline{};
     }
 }
 
 bool ends_at_zero(AnswerKind kind, const FrameProgress& progress) {
-    return kind == AnswerKind::text || progress.announced() >= CNamePipeBase::m_dwNPOutputBufferSize;
+    return kind == AnswerKind::text || progress.announced() >= answer_limit();
 }
 
 // Collects the answer's body. Returns complete also where the text ended before the frame did and the rest
 // of it has been read off.
-ReadEnd read_answer(Ends& ends, FrameProgress& progress, std::string& answer, std::size_t limit,
+ReadEnd read_answer(Connection& connection, ChannelState& channel, std::string& answer, std::size_t limit,
                     AnswerKind kind) {
-    const ReadEnd awaited = await_answer(ends, progress);
+    FrameProgress& progress = channel.pending_reply;
+    const ReadEnd awaited = await_answer(connection, progress, channel.round);
     if (awaited != ReadEnd::complete)
         return awaited;
-    const int out = ends.out.get();
+    const int out = connection.out.get();
     const auto collect = [&](std::string_view piece) {
         if (answer.empty()) {
             answer.reserve(std::min<std::size_t>({progress.announced(), limit, kMostReserved}));
@@ -207,11 +223,11 @@ ReadEnd read_answer(Ends& ends, FrameProgress& progress, std::string& answer, st
         answer.append(piece.substr(0, std::min(zero, limit - answer.size())));
         return zero == std::string_view::npos && answer.size() < limit;
     };
-    const ReadEnd end = read_frame(out, progress, {kQuiet, kQuiet}, collect);
+    const ReadEnd end = read_frame(out, progress, {kPeerSilence, kPeerSilence, {}, &channel.round}, collect);
     if (end != ReadEnd::enough)
         return end;
     const Deadline padding = after(kPaddingLimit);
-    return read_frame(out, progress, {kPaddingPause, kPaddingPause},
+    return read_frame(out, progress, {kPaddingPause, kPaddingPause, {}, &channel.round},
                       [&](std::string_view) { return Clock::now() < *padding; });
 }
 
@@ -227,63 +243,63 @@ void trace_answer(const FrameProgress& progress, std::size_t limit, std::size_t 
 // Waits until the peer is through with a request that was given up: its answer must not be taken for the
 // next one's. The peer is through when it has closed its end or its answer is complete. False when the wait
 // was ended.
-bool await_owed_answer(int out, Channel& channel) {
-    if (!channel.owed.started() && find_writer(out, channel.owed) == Writer::absent)
+bool await_pending_reply(int out, ChannelState& channel) {
+    FrameProgress& reply = channel.pending_reply;
+    if (!reply.started() && find_writer(out, reply) == Writer::absent)
         return true;
-    const ReadEnd end = read_frame(out, channel.owed,
-                                   {channel.owed.started() ? kQuiet : std::optional<milliseconds>{}, kQuiet},
+    const std::optional<milliseconds> first = reply.started() ? kPeerSilence : std::optional<milliseconds>{};
+    const ReadEnd end = read_frame(out, reply, {first, kPeerSilence, {}, &channel.round},
                                    [](std::string_view) { return true; });
     if (end == ReadEnd::stopped)
         return false;
     return end == ReadEnd::closed || wait_for(out, 0, after(kPaddingLimit)) != WaitEnd::stopped;
 }
 
-// The end on which a late answer arrives, kept open until the next round has begun: a peer that opens its
-// end only to answer would wait for a reader for good. Sets settled.
-FileDescriptor settle(const std::string& out_path, Channel& channel, bool& settled) {
-    settled = true;
-    if (!channel.answer_owed)
-        return {};
-    FileDescriptor out = open_fifo(out_path, O_RDONLY | O_NONBLOCK);
-    if (out)
-        settled = await_owed_answer(out.get(), channel);
-    if (settled) {
-        channel.answer_owed = false;
-        channel.owed = {};
-    }
-    return out;
+// Takes a late reply off the channel. The end on which it arrives is kept open until the next round has
+// begun: a peer that opens its end only to answer would wait for a reader for good. False when the wait was
+// ended.
+bool settle(const std::string& out_path, ChannelState& channel, FileDescriptor& out) {
+    if (!channel.reply_pending)
+        return true;
+    out = open_fifo(out_path, O_RDONLY | O_NONBLOCK);
+    if (out && !await_pending_reply(out.get(), channel))
+        return false;
+    channel.reply_pending = false;
+    channel.pending_reply = {};
+    return true;
 }
 
-bool exchange_on(Channel& channel, const std::string& base, std::string_view body, std::string& answer,
+bool exchange_on(ChannelState& channel, const std::string& base, std::string_view body, std::string& answer,
                  std::size_t limit, AnswerKind kind) {
     trace("Open Name Pipe (IN) with block method!!!\n");
     const std::string out_path = base + "_OUT";
-    bool settled = false;
-    FileDescriptor late_answers = settle(out_path, channel, settled);
-    if (!settled)
+    FileDescriptor late_answers;
+    if (!settle(out_path, channel, late_answers))
         return fail_in_open();
-    Ends ends{open_in(base + "_IN", late_answers), {}, out_path};
-    if (!ends.in)
+    const std::string in_path = base + "_IN";
+    Connection connection{open_in(in_path, late_answers), {}, out_path};
+    if (!connection.in)
         return fail_in_open();
-    ends.out = open_fifo(out_path, O_RDONLY | O_NONBLOCK);
-    if (!ends.out) {
+    connection.out = open_fifo(out_path, O_RDONLY | O_NONBLOCK);
+    if (!connection.out) {
         trace("Failed to Open Name Pipe (OUT) with block method - return FALSE!!!\n");
         return false;
     }
     late_answers.reset();
-    discard_pending(ends.out.get());
+    discard_pending(connection.out.get());
 
-    channel.answer_owed = true;
-    if (!write_request(ends.in.get(), body, std::nullopt))
+    channel.reply_pending = true;
+    channel.round.begin(in_path, out_path);
+    if (!write_request(connection.in.get(), body, std::nullopt))
         return false;
     trace("Prepare to reading...!!!\n");
-    const ReadEnd end = read_answer(ends, channel.owed, answer, limit, kind);
+    const ReadEnd end = read_answer(connection, channel, answer, limit, kind);
     if (end == ReadEnd::stopped || end == ReadEnd::failed)
         return false;
-    trace_answer(channel.owed, limit, answer.size());
+    trace_answer(channel.pending_reply, limit, answer.size());
     if (end == ReadEnd::complete || end == ReadEnd::closed) {
-        channel.answer_owed = false;
-        channel.owed = {};
+        channel.reply_pending = false;
+        channel.pending_reply = {};
     }
     return true;
 }

@@ -24,7 +24,8 @@ extern std::atomic<bool> bThreadContinue;
 
 // The body of the next frame, followed by zeros; *count is its length. A length of 0 or, as a signed number,
 // below gives an empty body; a writer that ends within the body gives what came. Null when no whole header
-// came, nothing came for three seconds, or the read failed. fd is non-blocking.
+// came, it did not come within three seconds, more than 16 MiB are announced, or the read failed. fd is
+// non-blocking.
 std::unique_ptr<char[]> ReadPipeData(int fd, unsigned int* count);
 // Writes data as one frame. A reader that has gone counts as delivered. False when the write fails or the
 // reader takes nothing for three seconds. fd is non-blocking.

@@ -12,7 +12,6 @@
 #include "base/diagnostics.h"
 #include "base/frame.h"
 #include "base/signals_blocked.h"
-#include "base/zeroed_memory.h"
 #include "name_pipe/name_pipe_base.h"
 #include "name_pipe/name_pipe_client.h"
 #include "name_pipe/name_pipe_io.h"
@@ -26,6 +25,8 @@ constexpr milliseconds kExitLimit{1000};
 constexpr milliseconds kExitTry{50};
 constexpr milliseconds kExitPause{100};
 constexpr unsigned int kMarkerSize = 6;
+// Every answer of ours is shorter. A reset command may set a smaller size.
+constexpr std::uint32_t kLeastAnswerRoom = 1024;
 
 struct Listener {
     std::mutex mutex;
@@ -34,19 +35,20 @@ struct Listener {
     pthread_t thread{};
     bool joinable = false;
     bool running = false;
+    bool exit_asked = false;
     std::string base;
 };
 
 Listener the_listener;
 std::atomic<service_provider_t> service_provider = nullptr;
-// m_dwNPOutputBufferSize + 1 bytes, so that a text in it always ends. Listener thread only while one runs.
-relay_hub::ZeroedMemory result_buffer;
+std::atomic<void (*)()> ended_by_command = nullptr;
 
 bool allocate_result_buffer() {
-    if (result_buffer.data() != nullptr)
+    if (CNamePipeBase::m_pbyteResultBuffer.data() != nullptr)
         return true;
-    const std::size_t size = std::size_t{CNamePipeBase::m_dwNPOutputBufferSize} + 1;
-    if (result_buffer.allocate(size))
+    const std::size_t size =
+        std::size_t{std::max(kLeastAnswerRoom, CNamePipeBase::m_dwNPOutputBufferSize.load())} + 1;
+    if (CNamePipeBase::m_pbyteResultBuffer.allocate(size))
         return true;
     relay_hub::report_memory_error(RELAY_HUB_HERE, errno, size);
     return false;
@@ -70,26 +72,30 @@ void ask_service_provider(char* body, unsigned int count) {
     const service_provider_t provider = service_provider;
     if (provider == nullptr || !allocate_result_buffer())
         return;
-    result_buffer.clear();
-    const auto room = static_cast<unsigned int>(result_buffer.size() - 1);
-    const std::uint32_t size = std::min<std::uint32_t>(room, CNamePipeBase::m_dwNPOutputBufferSize);
-    CNamePipeBase::m_dwNPOutputSize = provider(body, count, result_buffer.data(), size);
+    CNamePipeBase::m_pbyteResultBuffer.clear();
+    const auto room = static_cast<unsigned int>(CNamePipeBase::m_pbyteResultBuffer.size() - 1);
+    const std::uint32_t size =
+        std::min(room, std::max(kLeastAnswerRoom, CNamePipeBase::m_dwNPOutputBufferSize.load()));
+    CNamePipeBase::m_dwNPOutputSize = provider(body, count, CNamePipeBase::m_pbyteResultBuffer.data(), size);
 }
 
-// The length on the wire is the whole buffer's; what follows the text is not read from it, because its
-// untouched pages are zeros anyway.
+// The length on the wire is the whole buffer's (a size that a reset command made too small cuts nothing);
+// what follows the text is not read from it, because its untouched pages are zeros anyway.
 void send_padded_answer(int fd) {
-    const std::uint32_t frame_size = CNamePipeBase::m_dwNPOutputBufferSize;
-    const std::size_t text_size =
-        std::min<std::size_t>(strnlen(result_buffer.data(), result_buffer.size()), frame_size);
+    const relay_hub::ZeroedMemory& buffer = CNamePipeBase::m_pbyteResultBuffer;
+    const auto text_size = static_cast<std::uint32_t>(strnlen(buffer.data(), buffer.size()));
+    const std::uint32_t frame_size = std::max(CNamePipeBase::m_dwNPOutputBufferSize.load(), text_size);
     const relay_hub::FrameHeader header = relay_hub::frame_header(frame_size);
-    const std::string start =
-        std::string(header.data(), header.size()).append(result_buffer.data(), text_size);
+    const std::string start = std::string(header.data(), header.size()).append(buffer.data(), text_size);
     if (relay_hub::write_bytes(fd, start, kReaderPause) == relay_hub::WriteEnd::done)
         (void)relay_hub::write_zeros(fd, frame_size - text_size, kReaderPause);
 }
 
 }  // namespace
+
+bool relay_hub::answer_is_waiting() {
+    return !CNamePipeBase::m_strResultData.empty() || CNamePipeBase::m_dwNPOutputSize != 0;
+}
 
 bool pipe_read_func(int fd, void*) {
     unsigned int count = 0;
@@ -104,31 +110,43 @@ bool pipe_write_func(int fd) {
     const std::string& text = CNamePipeBase::m_strResultData;
     if (!text.empty())
         (void)WritePipeData(fd, text.data(), static_cast<unsigned int>(text.size()));
-    else if (CNamePipeBase::m_dwNPOutputSize != 0 && result_buffer.data() != nullptr)
+    else if (CNamePipeBase::m_dwNPOutputSize != 0 && CNamePipeBase::m_pbyteResultBuffer.data() != nullptr)
         send_padded_answer(fd);
     return true;
 }
 
 void* ListenThread(void*) {
+    bool served = false;
     try {
         const std::string base = relay_hub::listener_pipe_name();
         {
             const std::lock_guard lock(the_listener.mutex);
             the_listener.base = base;
         }
-        if (!ListenPipeClient(base.c_str(), pipe_read_func, pipe_write_func, nullptr))
+        served = ListenPipeClient(base.c_str(), pipe_read_func, pipe_write_func, nullptr);
+        if (!served)
             relay_hub::report(RELAY_HUB_HERE, "no call-backs can be served on", base);
     } catch (const std::exception& failure) {
         relay_hub::report(RELAY_HUB_HERE, "the call-back listener ended:", failure.what());
     }
-    const std::lock_guard lock(the_listener.mutex);
-    the_listener.running = false;
-    the_listener.ended.notify_all();
+    bool exit_asked = false;
+    {
+        const std::lock_guard lock(the_listener.mutex);
+        the_listener.running = false;
+        exit_asked = the_listener.exit_asked;
+        the_listener.ended.notify_all();
+    }
+    if (void (*const tell)() = ended_by_command; tell != nullptr && served && !exit_asked)
+        tell();
     return nullptr;
 }
 
 void CNamePipeBase::SetServiceProvider(service_provider_t provider) {
     service_provider = provider;
+}
+
+void CNamePipeBase::SetListenerEndedByCommand(void (*tell)()) {
+    ended_by_command = tell;
 }
 
 bool CNamePipeBase::ListenForService() {
@@ -148,6 +166,7 @@ bool CNamePipeBase::ListenForService() {
         return false;
     }
     the_listener.joinable = the_listener.running = true;
+    the_listener.exit_asked = false;
     return true;
 }
 
@@ -155,6 +174,7 @@ bool CNamePipeBase::ExitListenService() {
     const relay_hub::Clock::time_point deadline = relay_hub::Clock::now() + kExitLimit;
     const std::string request = relay_hub::terminate_request();
     std::unique_lock lock(the_listener.mutex);
+    the_listener.exit_asked = true;
     // Repeated, because a request that arrives while another is being served is dropped with it.
     while (the_listener.running && relay_hub::Clock::now() < deadline) {
         const std::string base = the_listener.base;
@@ -169,6 +189,6 @@ bool CNamePipeBase::ExitListenService() {
     if (the_listener.running)
         return false;
     join_ended_listener();
-    result_buffer.release();
+    CNamePipeBase::m_pbyteResultBuffer.release();
     return true;
 }

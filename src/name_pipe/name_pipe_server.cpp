@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <exception>
@@ -12,6 +13,8 @@
 #include "base/frame.h"
 #include "name_pipe/name_pipe_base.h"
 #include "name_pipe/name_pipe_io.h"
+#include "name_pipe/name_pipe_listener.h"
+#include "name_pipe/taken_place.h"
 
 constinit std::atomic<bool> bThreadContinue = false;
 
@@ -22,8 +25,14 @@ using relay_hub::ReadEnd;
 using relay_hub::WriteEnd;
 using std::chrono::milliseconds;
 
-// How long a client may pause before its round ends.
-constexpr milliseconds kClientPause{3000};
+// What a client is given in all: to send its request, and to open its end for the answer. Also how long one
+// that reads the answer may pause.
+constexpr milliseconds kClientTime{3000};
+constexpr milliseconds kReaderPause{3000};
+constexpr milliseconds kFirstLook{1};
+constexpr milliseconds kSlowestLook{20};
+// No call-back is longer.
+constexpr std::uint32_t kLongestBody = 16U * 1024 * 1024;
 // Engines of other accounts write here.
 constexpr mode_t kNotifyMode = 0777;
 constexpr milliseconds kReopenPause{200};
@@ -31,6 +40,11 @@ constexpr milliseconds kReopenPause{200};
 constexpr milliseconds kLeaving{1};
 // A body is followed by this many zeros, so that its marker can be looked at whatever its length.
 constexpr std::size_t kBodyEnd = 8;
+
+// A length that is negative as a signed number stands for an empty body.
+bool is_negative(const relay_hub::FrameProgress& progress) {
+    return static_cast<std::int32_t>(progress.announced()) < 0;
+}
 
 struct Server {
     std::string in_path;
@@ -52,6 +66,12 @@ FileDescriptor open_out(const std::string& path) {
     return out;
 }
 
+void report_unusable(const char* base, const std::string& path) {
+    relay_hub::report_error(RELAY_HUB_HERE, errno, path);
+    if (const std::string taken = relay_hub::taken_place(base); !taken.empty())
+        relay_hub::report(RELAY_HUB_HERE, taken);
+}
+
 // A FIFO that cannot be opened is put back where it is missing, after a pause.
 void mend(const std::string& path) {
     relay_hub::report_error(RELAY_HUB_HERE, errno, path);
@@ -59,54 +79,102 @@ void mend(const std::string& path) {
     (void)relay_hub::make_fifo(path, kNotifyMode);
 }
 
-// Whether all clients have left within the time, without having sent anything.
-bool left_silently(int in, milliseconds time) {
-    pollfd watch{in, POLLIN, 0};
-    return relay_hub::wait_on({&watch, 1}, relay_hub::after(time)) == relay_hub::WaitEnd::ready &&
-           (watch.revents & POLLIN) == 0;
+// The time that the client of the current round has left; null outside of a round.
+thread_local milliseconds* client_time = nullptr;
+
+class ClientTime {
+  public:
+    explicit ClientTime(milliseconds& left) { client_time = &left; }
+    ClientTime(const ClientTime&) = delete;
+    ClientTime& operator=(const ClientTime&) = delete;
+    ~ClientTime() { client_time = nullptr; }
+};
+
+void spend(milliseconds& left, relay_hub::Clock::time_point since) {
+    left -= std::chrono::duration_cast<milliseconds>(relay_hub::Clock::now() - since);
 }
 
-struct Ends {
+enum class Client { sent, left, silent };
+
+Client await_request(int in, milliseconds time) {
+    pollfd watch{in, POLLIN, 0};
+    if (relay_hub::wait_on({&watch, 1}, relay_hub::after(time)) != relay_hub::WaitEnd::ready)
+        return Client::silent;
+    return (watch.revents & POLLIN) != 0 ? Client::sent : Client::left;
+}
+
+struct Connection {
     FileDescriptor in;
     FileDescriptor out;
 };
 
-// Waits for the next client that stays, and opens both ends to it. The client before it may still be leaving:
-// for that one no answers' end is opened, whose closing the next client would take for its own; and the
-// requests' end stays open through the change, so that what the next client has written is not lost.
-Ends await_client(const Server& server) {
-    Ends ends;
+// Waits for the next client that sends something within its time, and opens both ends to it. The client
+// before it may still be leaving: for that one no answers' end is opened, whose closing the next client would
+// take for its own; and the requests' end stays open through the change, so that what the next client has
+// written is not lost.
+Connection await_client(const Server& server, milliseconds& time) {
+    Connection client;
     do {
-        ends.out.reset();
-        ends.in = relay_hub::open_fifo(server.in_path, O_RDONLY);
-        if (!ends.in) {
+        client.out.reset();
+        client.in = relay_hub::open_fifo(server.in_path, O_RDONLY);
+        if (!client.in) {
             mend(server.in_path);
             return {};
         }
         if (server.on_write == nullptr)
-            return ends;
-        if (left_silently(ends.in.get(), kLeaving))
+            return client;
+        if (await_request(client.in.get(), kLeaving) == Client::left)
             continue;
-        ends.out = open_out(server.out_path);
-        if (!ends.out) {
+        client.out = open_out(server.out_path);
+        if (!client.out) {
             mend(server.out_path);
             return {};
         }
-        if (!left_silently(ends.in.get(), kClientPause))
-            return ends;
+        const auto since = relay_hub::Clock::now();
+        const Client state = await_request(client.in.get(), time);
+        spend(time, since);
+        if (state == Client::sent)
+            return client;
+        if (state == Client::silent)
+            return {};
     } while (bThreadContinue);
     return {};
 }
 
+bool has_reader(int out) {
+    pollfd watch{out, 0, 0};
+    return ::poll(&watch, 1, 0) == 0;
+}
+
+// A client may open its end for the answer only after its request.
+void await_reader(int out, milliseconds time) {
+    const relay_hub::Deadline end = relay_hub::after(time);
+    milliseconds pause = kFirstLook;
+    while (!has_reader(out) && bThreadContinue && relay_hub::Clock::now() < *end &&
+           relay_hub::interruptible_sleep(pause))
+        pause = std::min(pause * 2, kSlowestLook);
+}
+
 // False when a step ends the loop.
 bool serve_client(const Server& server) {
-    Ends ends = await_client(server);
-    if (!ends.in)
+    milliseconds time = kClientTime;
+    Connection client = await_client(server, time);
+    if (!client.in)
         return true;
-    if (!server.on_read(ends.in.get(), server.ctx))
-        return false;
-    ends.in.reset();
-    return server.on_write == nullptr || server.on_write(ends.out.get());
+    const bool had_reader = client.out && has_reader(client.out.get());
+    {
+        const ClientTime scope(time);
+        if (!server.on_read(client.in.get(), server.ctx))
+            return false;
+    }
+    client.in.reset();
+    if (server.on_write == nullptr)
+        return true;
+    // A reader that was there and has gone does not come back.
+    const bool has_answer = server.on_write != pipe_write_func || relay_hub::answer_is_waiting();
+    if (!had_reader && has_answer)
+        await_reader(client.out.get(), time);
+    return server.on_write(client.out.get());
 }
 
 // One client's failure, memory included, is not the end of the service.
@@ -128,13 +196,13 @@ bool ListenPipeClient(const char* base, bool (*on_read)(int fd, void* ctx), bool
     relay_hub::ignore_broken_pipes();
     const Server server{std::string(base) + "_IN", std::string(base) + "_OUT", on_read, on_write, ctx};
     if (!relay_hub::make_fifo(server.in_path, kNotifyMode)) {
-        relay_hub::report_error(RELAY_HUB_HERE, errno, server.in_path);
+        report_unusable(base, server.in_path);
         return false;
     }
     if (on_write == nullptr) {
         (void)::unlink(server.out_path.c_str());
     } else if (!relay_hub::make_fifo(server.out_path, kNotifyMode)) {
-        relay_hub::report_error(RELAY_HUB_HERE, errno, server.out_path);
+        report_unusable(base, server.out_path);
         return false;
     }
     bThreadContinue = true;
@@ -148,12 +216,17 @@ std::unique_ptr<char[]> ReadPipeData(int fd, unsigned int* count) {
     relay_hub::FrameProgress progress;
     std::string body;
     const auto collect = [&](std::string_view piece) {
-        if (static_cast<std::int32_t>(progress.announced()) > 0)
+        const bool believed = progress.announced() <= kLongestBody;
+        if (believed)
             body.append(piece);
-        return static_cast<std::int32_t>(progress.announced()) > 0;
+        return believed;
     };
-    const ReadEnd end = relay_hub::read_frame(fd, progress, {kClientPause, kClientPause}, collect);
-    const bool usable = end == ReadEnd::complete || end == ReadEnd::enough || end == ReadEnd::closed;
+    const milliseconds time = client_time != nullptr ? *client_time : kClientTime;
+    const auto since = relay_hub::Clock::now();
+    const ReadEnd end = relay_hub::read_frame(fd, progress, {time, time, relay_hub::after(time)}, collect);
+    if (client_time != nullptr)
+        spend(*client_time, since);
+    const bool usable = end == ReadEnd::complete || end == ReadEnd::closed || is_negative(progress);
     if (!usable || !progress.header_complete())
         return nullptr;
     auto result = std::make_unique<char[]>(body.size() + kBodyEnd);
@@ -164,8 +237,8 @@ std::unique_ptr<char[]> ReadPipeData(int fd, unsigned int* count) {
 
 bool WritePipeData(int fd, const char* data, unsigned int size) {
     const relay_hub::FrameHeader header = relay_hub::frame_header(size);
-    WriteEnd end = relay_hub::write_bytes(fd, {header.data(), header.size()}, kClientPause);
+    WriteEnd end = relay_hub::write_bytes(fd, {header.data(), header.size()}, kReaderPause);
     if (end == WriteEnd::done)
-        end = relay_hub::write_bytes(fd, {data, size}, kClientPause);
+        end = relay_hub::write_bytes(fd, {data, size}, kReaderPause);
     return end == WriteEnd::done || end == WriteEnd::closed;
 }

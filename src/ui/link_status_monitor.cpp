@@ -6,9 +6,13 @@
 #include <memory>
 
 #include "base/log.h"
+#include "base/translated_text.h"
 #include "base/wait.h"
 #include "base/worker.h"
+#include "link_engine/request_builders.h"
 #include "link_engine/transfer_state.h"
+#include "name_pipe/name_pipe_listener.h"
+#include "name_pipe/taken_place.h"
 #include "side_function/right_side.h"
 #include "tree_view_op/file_list_view.h"
 #include "window/closing.h"
@@ -98,9 +102,23 @@ void start_probe() {
     own.probe.start("a probe of the engine", [poll = own.poll] { probe(poll); });
 }
 
+// Why the remote side is not there; another user's pipes in the way are a reason that the user can do
+// something about.
+void show_disconnection() {
+    std::string text = relay_hub::translated("IDS_ERROR_DISCONNECT");
+    for (const std::string& base : {relay_hub::command_pipe(), relay_hub::listener_pipe_name()})
+        if (const std::string taken = relay_hub::taken_place(base); !taken.empty())
+            text.append("\n\n").append(taken);
+    GtkLabel* label = GTK_LABEL(get_UI_sets()->right_side->disconnect_label);
+    gtk_label_set_line_wrap(label, TRUE);
+    if (text != gtk_label_get_text(label))
+        gtk_label_set_text(label, text.c_str());
+}
+
 void tick() {
     std::puts("waiting_linkengine");
     (void)write_log(kEventLogPath, "waiting_linkengine");
+    show_disconnection();
     Monitor& own = monitor();
     if (own.probe.running()) {
         if (steady_clock::now() - own.probe_started > kProbeLimit)
@@ -204,6 +222,7 @@ void start_waiting() {
 
 void show_offline_view() {
     const __single& side = *get_UI_sets()->right_side;
+    show_disconnection();
     gtk_widget_hide(side.content_box);
     gtk_widget_show(side.offline_box);
     gtk_widget_show(side.disconnect_label);

@@ -53,6 +53,15 @@ class BusyListings : public ListingWatcher {
     std::unique_ptr<BusyDialog> busy_;
 };
 
+// The channel's own commands end the listener, whoever sends them; the engine's call-backs are still to come.
+void start_listener_again() {
+    post_to_window([] {
+        CNamePipeBase listener;
+        if (!window_is_closing())
+            (void)listener.ListenForService();
+    });
+}
+
 }  // namespace
 
 void remember_work_path() {
@@ -83,6 +92,7 @@ void install_window_services() {
     set_user_questions(window_questions());
     set_callback_handlers({set_line_status, run_override_request});
     CNamePipeBase::SetServiceProvider(ServiceProvider);
+    CNamePipeBase::SetListenerEndedByCommand(start_listener_again);
     set_listing_watcher(&busy_listings);
 }
 

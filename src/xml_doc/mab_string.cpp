@@ -32,6 +32,12 @@ int found(size_t position) {
     return position == std::string::npos ? -1 : static_cast<int>(position);
 }
 
+// The last match counts only where it does not lie before `start`.
+int found_behind(size_t position, int start) {
+    const bool before = position != std::string::npos && start > 0 && position < static_cast<size_t>(start);
+    return found(before ? std::string::npos : position);
+}
+
 int lower(char c) {
     return std::tolower(static_cast<unsigned char>(c));
 }
@@ -41,10 +47,6 @@ bool same_no_case(char a, char b) {
 }
 
 // Where the last search that may begin at or before `start` begins; npos (the end) for -1.
-size_t backward_from(int start) {
-    return start < 0 ? std::string::npos : static_cast<size_t>(start);
-}
-
 size_t search_no_case(std::string_view text, std::string_view wanted, size_t start) {
     if (start > text.size())
         return std::string::npos;
@@ -54,10 +56,10 @@ size_t search_no_case(std::string_view text, std::string_view wanted, size_t sta
     return none ? std::string::npos : static_cast<size_t>(at - text.begin());
 }
 
-size_t search_back_no_case(std::string_view text, std::string_view wanted, size_t start) {
+size_t search_back_no_case(std::string_view text, std::string_view wanted) {
     if (wanted.size() > text.size())
         return std::string::npos;
-    for (size_t at = std::min(start, text.size() - wanted.size()) + 1; at-- > 0;)
+    for (size_t at = text.size() - wanted.size() + 1; at-- > 0;)
         if (std::equal(wanted.begin(), wanted.end(), text.begin() + static_cast<ptrdiff_t>(at), same_no_case))
             return at;
     return std::string::npos;
@@ -247,15 +249,15 @@ int CMabString::ReverseFind(char c) const {
 }
 
 int CMabString::ReverseFind(const char* text, int start) const {
-    return found(m_text.rfind(or_empty(text), backward_from(start)));
+    return found_behind(m_text.rfind(or_empty(text)), start);
 }
 
 int CMabString::ReverseFindNoCase(char c, int start) const {
-    return found(search_back_no_case(m_text, {&c, 1}, backward_from(start)));
+    return found_behind(search_back_no_case(m_text, {&c, 1}), start);
 }
 
 int CMabString::ReverseFindNoCase(const char* text, int start) const {
-    return found(search_back_no_case(m_text, or_empty(text), backward_from(start)));
+    return found_behind(search_back_no_case(m_text, or_empty(text)), start);
 }
 
 int CMabString::FindOneOf(const char* set) const {

@@ -68,7 +68,7 @@ class CMabString {
     int Find(const char* text, int start = 0) const;
     int FindNoCase(char c, int start = 0) const;
     int FindNoCase(const char* text, int start = 0) const;
-    // The last position that is not behind `start`; -1 searches from the end.
+    // The last match that begins at `start` or behind it; -1 searches the whole text.
     int ReverseFind(char c) const;
     int ReverseFind(const char* text, int start = -1) const;
     int ReverseFindNoCase(char c, int start = -1) const;

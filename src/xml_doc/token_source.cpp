@@ -8,6 +8,12 @@
 namespace relay_hub {
 namespace {
 
+struct Unparsed {
+    std::string_view begin;
+    std::string_view end;
+};
+constexpr Unparsed kUnparsed[] = {{"<!--", "-->"}, {"<?", "?>"}, {kCdataBegin, kCdataEnd}};
+
 constexpr size_t kReadAhead = size_t{64} * 1024;
 
 // Where the first mark from `at` on stands that is not quoted, or the end. `quoted` says how the run begins
@@ -38,6 +44,21 @@ void CharacterData::add(std::string_view run) {
         ++dropped_;
 }
 
+void CharacterData::add_cdata(std::string_view token) {
+    if (!token.starts_with(kCdataBegin) || !token.ends_with(kCdataEnd))
+        return;
+    token.remove_prefix(kCdataBegin.size());
+    token.remove_suffix(kCdataEnd.size());
+    for (const char c : token) {
+        if (c == '&')
+            text_ += "&amp;";
+        else if (c == '<')
+            text_ += "&lt;";
+        else
+            text_ += c;
+    }
+}
+
 TokenSource::TokenSource(CVMemFile& file)
     : file_(&file),
       ended_(true),
@@ -62,10 +83,27 @@ bool TokenSource::next(std::string_view& token, CharacterData* text) {
     const std::string_view run = take('<', Stop::before);
     if (text != nullptr)
         text->add(run);
-    token = take('>', Stop::behind);
+    token = take_unparsed();
+    if (token.empty())
+        token = take('>', Stop::behind);
     // A token ends at a NUL like every text of the library; the parser then finds it incomplete.
     token = token.substr(0, token.find('\0'));
     return !token.empty();
+}
+
+// A comment, processing instruction or CDATA section, which may hold brackets and quotes, as one token; empty
+// where none begins or its end is not in the window.
+std::string_view TokenSource::take_unparsed() {
+    const std::string_view text = window_.substr(std::min(at_, window_.size()));
+    for (const Unparsed& kind : kUnparsed) {
+        const size_t end =
+            text.starts_with(kind.begin) ? text.find(kind.end, kind.begin.size()) : std::string_view::npos;
+        if (end == std::string_view::npos)
+            continue;
+        at_ += end + kind.end.size();
+        return text.substr(0, end + kind.end.size());
+    }
+    return {};
 }
 
 // The bytes up to a mark that is not quoted, or to the end of the input. A view of the window where they lie

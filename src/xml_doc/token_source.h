@@ -10,12 +10,19 @@
 
 namespace relay_hub {
 
+// What encloses character data in which markup means nothing.
+inline constexpr std::string_view kCdataBegin = "<![CDATA[";
+inline constexpr std::string_view kCdataEnd = "]]>";
+
 // The character data of one element, collected piece by piece between its tags.
 class CharacterData {
   public:
     explicit CharacterData(std::string_view text = {}) : text_(text) {}
     // Adds what stood between two tokens; a lone byte below 33 is layout and dropped.
     void add(std::string_view run);
+    // Adds a CDATA section's token, escaped as its text would have to be outside of one. Any other token adds
+    // nothing.
+    void add_cdata(std::string_view token);
     std::string_view text() const { return std::string_view(text_).substr(dropped_); }
 
   private:
@@ -41,6 +48,7 @@ class TokenSource {
   private:
     enum class Stop { before, behind };
     std::string_view take(char mark, Stop stop);
+    std::string_view take_unparsed();
     bool fill();
 
     CVMemFile* file_ = nullptr;

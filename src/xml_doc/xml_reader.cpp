@@ -164,8 +164,10 @@ bool CXML::parse_content(TokenSource& source, int depth) {
         m_endOfData = !source.next(token, &data);
         if (m_endOfData || relay_hub::is_end_tag(token, m_tagName.view()))
             break;
-        if (relay_hub::is_declaration_or_comment(token))
+        if (relay_hub::is_declaration_or_comment(token)) {
+            data.add_cdata(token);
             continue;
+        }
         auto child = std::make_unique<CXML>();
         parsed = child->parse_block(token, source, depth + 1);
         if (parsed && !child->m_tagName.IsEmpty())

@@ -9,17 +9,19 @@
 #include "xml_op/answer_parser.h"
 #include "xml_op/answer_readers.h"
 #include "xml_op/answer_text.h"
+#include "xml_op/field_text.h"
 #include "xml_op/record_rows.h"
 #include "xml_op/xml_owners.h"
-
-#define XML_OP_HERE                                        \
-    relay_hub::CallSite {                                  \
-        "../src/xml_op/Zev_xml_op.cpp", __func__, __LINE__ \
-    }
 
 namespace {
 
 using relay_hub::XmlDocPtr;
+
+// Whoever has an answer parsed, readers of the logs know the failure by this function.
+#define STRUCTURE_SITE                                                \
+    relay_hub::CallSite {                                             \
+        "../src/xml_op/Zev_xml_op.cpp", "get_xml_structure", __LINE__ \
+    }
 
 bool is_named(const xmlNode* node, const char* name) {
     return node->name != nullptr && std::strcmp(reinterpret_cast<const char*>(node->name), name) == 0;
@@ -107,10 +109,10 @@ class Walk {
     xmlNode* above_;
 };
 
-xmlChar* content_copy(xmlNode* node) {
-    xmlNode* const holder = node->type == XML_ELEMENT_NODE ? node->children : node;
-    xmlChar* const content = holder == nullptr ? nullptr : xmlNodeGetContent(holder);
-    return content != nullptr ? content : xmlStrdup(reinterpret_cast<const xmlChar*>(""));
+xmlChar* content_copy(const xmlNode* node) {
+    if (node->type == XML_ELEMENT_NODE)
+        return xmlStrdup(reinterpret_cast<const xmlChar*>(relay_hub::FieldText(node).get()));
+    return xmlStrdup(node->content != nullptr ? node->content : reinterpret_cast<const xmlChar*>(""));
 }
 
 }  // namespace
@@ -125,11 +127,11 @@ XmlDocPtr parse_answer(std::string_view text, record_callback callback, void* co
     if (text.size() <= INT_MAX)
         document = parse(readable_answer(text, storage), {callback, context});
     if (document == nullptr) {
-        report(XML_OP_HERE, "Document not parsed successfully.");
+        report(STRUCTURE_SITE, "Document not parsed successfully.");
         return nullptr;
     }
     if (xmlDocGetRootElement(document.get()) == nullptr) {
-        report(XML_OP_HERE, "empty document");
+        report(STRUCTURE_SITE, "empty document");
         return nullptr;
     }
     return document;
@@ -142,7 +144,7 @@ xmlDoc* get_xml_structure(const char* text, int length, xmlNode** root) {
     XmlDocPtr document = relay_hub::parse_answer(
         given ? std::string_view(text, static_cast<std::size_t>(length)) : "", nullptr, nullptr);
     if (!given)
-        relay_hub::report(XML_OP_HERE, "Document not parsed successfully.");
+        relay_hub::report(STRUCTURE_SITE, "Document not parsed successfully.");
     *root = document == nullptr ? nullptr : xmlDocGetRootElement(document.get());
     return document.release();
 }

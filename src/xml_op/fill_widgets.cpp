@@ -5,22 +5,18 @@
 #include <string>
 #include <string_view>
 
-#include "base/diagnostics.h"
 #include "base/log.h"
 #include "base/translated_text.h"
 #include "link_engine/message_names.h"
 #include "util/path_time_text.h"
 #include "window/drive_box.h"
 #include "xml_op/answer_readers.h"
+#include "xml_op/field_text.h"
 #include "xml_op/record_rows.h"
-#include "xml_op/xml_owners.h"
-
-#define XML_OP_HERE                                        \
-    relay_hub::CallSite {                                  \
-        "../src/xml_op/Zev_xml_op.cpp", __func__, __LINE__ \
-    }
 
 namespace {
+
+using relay_hub::FieldText;
 
 // A time field with this number has no date to show.
 constexpr unsigned long long kNoDate = 34;
@@ -36,29 +32,6 @@ constexpr char kOtherDriveIcon[] = "gtk-info";
 std::string_view name_of(const xmlNode* node) {
     return node->name == nullptr ? std::string_view() : reinterpret_cast<const char*>(node->name);
 }
-
-// The text of a field, borrowed from the tree where it stands there in one piece.
-class FieldText {
-  public:
-    explicit FieldText(const xmlNode* field) {
-        const xmlNode* const child = field->children;
-        if (child == nullptr)
-            return;
-        if (child->type == XML_TEXT_NODE || child->type == XML_CDATA_SECTION_NODE) {
-            if (child->content != nullptr)
-                text_ = reinterpret_cast<const char*>(child->content);
-            return;
-        }
-        copy_.reset(xmlNodeGetContent(child));
-        if (copy_ != nullptr)
-            text_ = reinterpret_cast<const char*>(copy_.get());
-    }
-    const char* get() const { return text_; }
-
-  private:
-    relay_hub::XmlText copy_;
-    const char* text_ = "";
-};
 
 const char* drive_icon(std::string_view drive_type) {
     for (const NamedIcon& known : kDriveIcons) {

@@ -68,8 +68,8 @@ ANSWERS = {
     "duplicate fields": (whole(listing(row("valid.txt", extra="<TA>second</TA>"))), ["valid.txt", "second"]),
     "drives instead of files": (whole(message(OK + "<Line><TD>3</TD><TA>D</TA></Line>")), ["D"]),
     "attributes everywhere": (whole(b'<ZEVMSG a="1">' + OK.encode() + GOOD.encode() + b"</ZEVMSG>"), ["valid.txt"]),
-    "comment and CDATA": (whole(message("<!-- c -->" + OK + "<Line><TA><![CDATA[valid.txt]]></TA></Line>")),
-                          ["valid.txt", ""]),
+    "comments, instructions and CDATA": (whole(message(
+        "<!-- c -->" + OK + "<Line><TA><!--evil--><?evil x?>va<!-- -->lid<![CDATA[.txt]]></TA></Line>")), ["valid.txt"]),
 }
 ANSWERS |= {f"time {text}": (whole(listing(row("valid.txt", modified=text))), ["valid.txt"])
             for text in ("0", "34", str(2 ** 63), "-1", "soon")}
@@ -156,7 +156,7 @@ class Hostile(DesktopTest):
         for name, (body, times) in cases.items():
             with self.subTest(name):
                 for _ in range(times):
-                    self.assertIsNotNone(call_back(body), "no answer")
+                    self.assertIsNotNone(call_back(body, limit=25), "no answer")
                 self.check_alive()
         call_back(command("Show_Message_Box"), marker=b"\0" * 6, limit=3)
         for _ in range(3):

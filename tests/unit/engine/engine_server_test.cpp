@@ -203,6 +203,26 @@ TEST_F(CallingBack, AnswersOfAPaddedFrame) {
     EXPECT_EQ(last_message, "<ZEVMSG><NP_Cmd>NP_Cmd_Remote_Is_Offline</NP_Cmd></ZEVMSG>");
 }
 
+TEST_F(CallingBack, ThePipesAreClosedToOthersAndLongAnswersAreNotBelieved) {
+    for (const char* end : {"_IN", "_OUT"}) {
+        ASSERT_EQ(mkfifo((notify_ + end).c_str(), 0600), 0);
+        ASSERT_EQ(chmod((notify_ + end).c_str(), 0777), 0);
+    }
+    start();
+    EXPECT_EQ(ask(command(kHeartbeat)), kAlive);
+    EXPECT_EQ(mode_of(notify_ + "_IN"), 0600U);
+    EXPECT_EQ(mode_of(notify_ + "_OUT"), 0600U);
+    Background listener([this] {
+        Peer peer(notify_);
+        (void)peer.as_server().take_request();
+        peer.answer(length_field(0xFFFFFFFF) + std::string(100000, 'x'));
+        peer.await_reader_gone();
+    });
+    const auto begin = Clock::now();
+    EXPECT_EQ(front_end_.confirm("?"), Answer::kCancel);
+    EXPECT_LT(Clock::now() - begin, 2s);
+}
+
 TEST_F(CallingBack, AQuestionEndsWithItsReasonAndNothingHangsWithoutAFrontEnd) {
     EXPECT_EQ(front_end_.confirm("no pipes"), Answer::kNone);
     EXPECT_FALSE(front_end_.cancelled());

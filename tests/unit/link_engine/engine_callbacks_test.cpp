@@ -92,6 +92,19 @@ TEST(EngineCallbacks, AnswersThatDoNotFitAndShortBodiesLeaveTheBufferAlone) {
     EXPECT_EQ(ServiceProvider(marker, 0, nullptr, 0), 0U);
 }
 
+TEST(EngineCallbacks, AConfirmationBesideNoRequestGetsTheValueThatIsSet) {
+    CleanUpInformationVar();
+    std::string body = message("Get_Confirmation_For_Copy"), answer(1024, '\0');
+    std::jthread listener(
+        [&] { ServiceProvider(body.data(), static_cast<unsigned int>(body.size()), answer.data(), 1024); });
+    ASSERT_TRUE(wait_until([] { return GetInformationRequest() == kConfirmationWanted; }));
+    SetConfirmValue(kConfirmNo);
+    SetInformationRequest(kNoRequest);
+    listener.join();
+    EXPECT_STREQ(answer.c_str(), "<ZEVMSG><NP_Copy_Confirmation_No>Y</NP_Copy_Confirmation_No></ZEVMSG>");
+    CleanUpInformationVar();
+}
+
 TEST(TransferState, LongTextsRunOnIntoTheFieldBehindAndLongerOnesAreDropped) {
     const struct {
         std::size_t length, message_length;

@@ -4,6 +4,9 @@
 #include <csignal>
 #include <functional>
 
+#include "base/fifo.h"
+#include "base/log.h"
+#include "base/ownership.h"
 #include "base/stop_token.h"
 #include "name_pipe/name_pipe_base.h"
 #include "name_pipe/name_pipe_io.h"
@@ -81,6 +84,62 @@ TEST_F(Client, EndsUpWithWhatThePeerGave) {
         EXPECT_EQ(request, kMarker + "<ZEVMSG></ZEVMSG>") << one.name;
         EXPECT_TRUE(answer == one.expected) << one.name << ": " << answer.size() << " bytes";
     }
+}
+
+TEST_F(Client, SeesEveryEndOfARoundHoweverFastTheNextBegins) {
+    for (const std::string& bytes : {std::string(), std::string("\x05"), test::frame("half").substr(0, 7)}) {
+        test::Background server([&] {
+            Peer peer(base_);
+            (void)peer.as_server().take_request();
+            peer.answer(bytes);
+            Peer next(base_);
+            next.open_out(O_WRONLY);
+            peer.close_out();
+            next.await_reader_gone();
+        });
+        std::string answer = "untouched";
+        const auto start = Clock::now();
+        EXPECT_TRUE(send("?", answer));
+        EXPECT_LT(Clock::now() - start, 1s) << bytes.size();
+        EXPECT_EQ(answer, bytes.size() > 4 ? "hal" : "");
+    }
+}
+
+TEST_F(Client, TakesNothingThatStoodInThePipeBefore) {
+    Peer stale(base_);
+    stale.open_out(O_RDWR).answer(test::frame("stale"));
+    test::Background server([&] {
+        Peer peer(base_);
+        (void)peer.as_server().take_request();
+        peer.answer(test::frame("new"));
+    });
+    std::string answer;
+    EXPECT_TRUE(send("?", answer));
+    EXPECT_EQ(answer, "new");
+}
+
+TEST_F(Client, UsesNoPipeOfAnotherUser) {
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "needs the right to give files away";
+    Peer reader(base_);
+    reader.open_in(O_RDWR);
+    for (const char* end : {"_IN", "_OUT"}) {
+        const std::string path = base_ + end;
+        ASSERT_EQ(::chown(path.c_str(), 54321, 0), 0);
+        ASSERT_EQ(::chmod(path.c_str(), 0777), 0);
+        std::string answer;
+        EXPECT_FALSE(send("?", answer)) << end;
+        EXPECT_FALSE(relay_hub::make_fifo(path, 0600)) << end;
+        EXPECT_EQ(relay_hub::foreign_owner(path), "54321");
+        ASSERT_EQ(::chown(path.c_str(), 0, 0), 0);
+    }
+    const std::string log = folder_.at("log");
+    write_log(log.c_str(), "mine");
+    EXPECT_EQ(test::mode_of(log), 0600U);
+    ASSERT_EQ(::chown(log.c_str(), 54321, 0), 0);
+    const std::string before = test::content(log);
+    write_log(log.c_str(), "stolen");
+    EXPECT_EQ(test::content(log), before);
 }
 
 TEST_F(Client, FillsTheCallersBufferAndNoMore) {

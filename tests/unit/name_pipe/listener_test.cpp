@@ -112,6 +112,57 @@ TEST_F(Listener, ServesManySendersEachItsOwnAnswer) {
         });
 }
 
+TEST_F(Listener, AnswersAClientThatOpensItsOtherEndLate) {
+    Peer late(base_);
+    late.open_in(O_WRONLY).request(test::frame(kMarker + "late"));
+    ASSERT_TRUE(test::wait_until([] { return provider_calls == 1; }));
+    late.close_in();
+    EXPECT_STREQ(late.open_out(O_RDONLY).take_answer().c_str(), "echo:late");
+}
+
+TEST_F(Listener, GivesASlowClientThreeSecondsInAll) {
+    for (const bool drips : {false, true}) {
+        Peer slow(base_);
+        slow.as_client();
+        const auto start = test::Clock::now();
+        test::Background dripping([&](const std::stop_token& stop) {
+            for (const char byte : test::frame(std::string(1000, 'd'))) {
+                if (!drips || stop.stop_requested())
+                    return;
+                slow.request({byte});
+                std::this_thread::sleep_for(100ms);
+            }
+        });
+        EXPECT_EQ(slow.take_answer(), "");
+        const auto held = test::Clock::now() - start;
+        EXPECT_GT(held, 2500ms) << drips;
+        EXPECT_LT(held, 4500ms) << drips;
+        dripping.request_stop();
+        dripping.join();
+        slow.close_in();
+    }
+    Peer large(base_);
+    large.as_client().request(test::length_field(17U << 20) + std::string(1000, 'x'));
+    const auto start = test::Clock::now();
+    EXPECT_EQ(large.take_answer(), "");
+    EXPECT_LT(test::Clock::now() - start, 1s);
+    large.close_in();
+    EXPECT_STREQ(ask(kMarker + "next").c_str(), "echo:next");
+}
+
+TEST_F(Listener, ASizeOfAResetCutsNoAnswer) {
+    EXPECT_NE(ask(kMarker + "<ZEVMSG><NP_Cmd>NP_Cmd_ResetPipeParams</NP_Cmd><T7>1</T7></ZEVMSG>"), "");
+    EXPECT_EQ(CNamePipeBase::m_dwNPOutputBufferSize, 1U);
+    ASSERT_TRUE(test::wait_until([this] { return service_.ListenForService(); }));
+    EXPECT_EQ(ask(kMarker + "whole"), "echo:whole");
+    std::string answer;
+    CNamePipeBase channel;
+    EXPECT_TRUE(channel.NPSendMessage(std::string("all"), answer, base_, kCommandData));
+    EXPECT_EQ(answer, "echo:all");
+}
+
+std::atomic<int> ends_by_command = 0;
+
 TEST_F(Listener, EndsOnAResetOfItsParameters) {
     EXPECT_EQ(ask(kMarker + "<ZEVMSG><NP_Cmd>NP_Cmd_ResetPipeParams</NP_Cmd><T5>/tmp/next</T5>"
                             "<T6>4096</T6><T7>0</T7></ZEVMSG>"),
@@ -123,8 +174,13 @@ TEST_F(Listener, EndsOnAResetOfItsParameters) {
 }
 
 TEST_F(Listener, EndsWithoutAnAnswerWhenToldTo) {
+    CNamePipeBase::SetListenerEndedByCommand([] { ++ends_by_command; });
     EXPECT_EQ(ask(kMarker + "<ZEVMSG><NP_Cmd>NP_Cmd_Iterminate_Listen_Thread</NP_Cmd></ZEVMSG>"), "");
+    EXPECT_TRUE(test::wait_until([] { return ends_by_command == 1; }));
     EXPECT_TRUE(test::wait_until([this] { return service_.ListenForService(); }));
+    EXPECT_TRUE(service_.ExitListenService());
+    EXPECT_EQ(ends_by_command, 1) << "an exit that the program asks for is none";
+    CNamePipeBase::SetListenerEndedByCommand(nullptr);
 }
 
 TEST_F(Listener, ExitGivesUpOnAProviderThatWaits) {

@@ -41,6 +41,12 @@ TEST(CMabString, edits) {
          "2"},
         {"close_mark_counts_whole", "[[1]][2]", [](auto& s) { s = s.GetDelimitedField("[", "]]", 1); }, ""},
         {"field_beyond_all", "(1)", [](auto& s) { s = s.GetDelimitedField("(", "", INT_MAX); }, ""},
+        {"last_from_start", "abAb",
+         [](auto& s) {
+             s.Format("%d %d %d %d", s.ReverseFind("b", 3), s.ReverseFind("ab", 1),
+                      s.ReverseFindNoCase("AB", 1), s.ReverseFindNoCase('a', 3));
+         },
+         "3 -1 2 -1"},
         {"significant_point", "", [](auto& s) { s.PutDoubleS(12345, 5, 'E'); }, "12345."},
     };
     for (const auto& one : cases) {
