@@ -33,6 +33,7 @@ GtkWidget* new_mnemonic_label(const char* id, GtkWidget* target) {
     GtkWidget* label = gtk_label_new_with_mnemonic(translated(id));
     gtk_misc_set_alignment(GTK_MISC(label), 0, 0.5);
     gtk_label_set_mnemonic_widget(GTK_LABEL(label), target);
+    atk_object_set_name(gtk_widget_get_accessible(target), gtk_label_get_text(GTK_LABEL(label)));
     return label;
 }
 

@@ -1,9 +1,11 @@
 #include "engine/sftp/places_finder.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "engine/sftp/folder_reader.h"
 #include "engine/sftp/remote_entry.h"
@@ -31,6 +33,25 @@ Error find_drives(Session& session, std::vector<Drive>& drives) {
     return {};
 }
 
+// Desktop and documents, which the front end opens before any drive, become drives after the folder.
+void put_first(const std::string& folder, Places& places) {
+    std::vector<std::string> order{folder};
+    for (auto* place : {&places.desktop, &places.documents}) {
+        if (*place)
+            order.push_back(**place);
+        place->reset();
+    }
+    std::vector<Drive> drives;
+    const auto add = [&drives](const Drive& drive) {
+        if (std::ranges::find(drives, drive.path, &Drive::path) == drives.end())
+            drives.push_back(drive);
+    };
+    for (const std::string& each : order)
+        add({each, {}, DriveKind::kFixed});
+    std::ranges::for_each(places.drives, add);
+    places.drives = std::move(drives);
+}
+
 }  // namespace
 
 std::string user_folder(const std::string& user_dirs, const std::string& key, const std::string& home) {
@@ -51,16 +72,10 @@ std::string user_folder(const std::string& user_dirs, const std::string& key, co
 }
 
 Error find_places(Session& session, Style style, const std::string& first_folder, Places& places) {
-    if (!first_folder.empty())
-        places.drives.push_back({inner_of(first_folder), {}, DriveKind::kFixed});
-    if (style == Style::kDrives) {
-        if (Error error = find_drives(session, places.drives); error)
-            return error;
-    } else if (!first_folder.empty() && inner_of(first_folder).empty()) {
-        places.drives.clear();
-    }
     if (style != Style::kDrives)
         places.drives.push_back({});
+    else if (Error error = find_drives(session, places.drives); error)
+        return error;
     const std::string& home = session.facts().home;
     std::string user_dirs;
     if (!session.facts().has_drives)
@@ -86,6 +101,9 @@ Error find_places(Session& session, Style style, const std::string& first_folder
         if (!error && entry_of({}, attributes).kind == EntryKind::kFolder)
             *wanted[i].second = inner_of(wanted[i].first);
     }
+    // The home stands in for a desktop that is not there.
+    if (!first_folder.empty() || !places.desktop)
+        put_first(inner_of(first_folder.empty() ? home : first_folder), places);
     return {};
 }
 

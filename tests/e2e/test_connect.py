@@ -1,0 +1,267 @@
+"""From two computers to two filled panes by the keyboard alone: relay-hub-connect, an sshd of another user, and what
+can go wrong between them."""
+import os
+import shutil
+import signal
+import socket
+import subprocess
+import tempfile
+import unittest
+
+from common import SLOW, read, wait_for, write
+from desktop import BUILD, LOCAL, REMOTE, STATES, DesktopTest, app_of, children, find, has_state, labels, main, text_of, walk
+from far_computer import children_of, free_port, run
+
+CONNECT = os.path.join(BUILD, "bin", "relay-hub-connect")
+PASSWORD = "sesame"
+USER_NUMBER = 4711
+
+
+class Neighbour:
+    """An sshd whose user anna logs in with a password. The accounts are its own: a mount namespace hides ours."""
+
+    def __init__(self):
+        self.top = tempfile.mkdtemp(prefix="neighbour-", dir="/tmp")
+        os.chmod(self.top, 0o755)
+        self.home, self.port = self.path("home"), free_port()
+        os.mkdir(self.home)
+        os.chown(self.home, USER_NUMBER, USER_NUMBER)
+        os.makedirs("/run/sshd", exist_ok=True)
+        self.new_host_key()
+        secret = run("openssl", "passwd", "-6", PASSWORD, text=True).stdout.strip()
+        for name, line in (("passwd", f"anna:x:{USER_NUMBER}:{USER_NUMBER}::{self.home}:/bin/sh"),
+                           ("shadow", f"anna:{secret}:19000:0:99999:7:::"), ("group", f"anna:x:{USER_NUMBER}:")):
+            write(self.path(name), read("/etc/" + name) + line.encode() + b"\n", 0o600 if name == "shadow" else 0o644)
+        write(self.path("sshd_config"), f"""Port {self.port}
+ListenAddress 127.0.0.1
+HostKey {self.path("host")}
+PidFile none
+UsePAM no
+Subsystem sftp internal-sftp
+""".encode())
+        self.sshd = None
+        self.start()
+
+    def path(self, name):
+        return os.path.join(self.top, name)
+
+    def new_host_key(self):
+        for name in filter(os.path.exists, (self.path("host"), self.path("host.pub"))):
+            os.unlink(name)
+        run("ssh-keygen", "-q", "-t", "ed25519", "-N", "", "-f", self.path("host"))
+
+    def start(self):
+        mounts = " && ".join(f"mount --bind {self.path(name)} /etc/{name}" for name in ("passwd", "shadow", "group"))
+        self.sshd = subprocess.Popen(["unshare", "--mount", "sh", "-c", mounts + f" && exec /usr/sbin/sshd -D -e -f "
+                                      f"{self.path('sshd_config')}"], stderr=open(self.path("sshd.log"), "ab"))
+        wait_for(self.listens, what="sshd")
+
+    def listens(self):
+        with socket.socket() as probe:
+            return probe.connect_ex(("127.0.0.1", self.port)) == 0
+
+    def stop(self):
+        for pid in children_of(self.sshd.pid) + [self.sshd.pid]:
+            os.kill(pid, signal.SIGKILL)
+        self.sshd.wait()
+
+    def close(self):
+        self.stop()
+        shutil.rmtree(self.top)
+
+    @property
+    def address(self):
+        return f"anna@127.0.0.1:{self.port}"
+
+
+@unittest.skipUnless(os.geteuid() == 0, "only root can run an sshd with accounts of its own")
+class Connect(DesktopTest):
+    def setUp(self):
+        super().setUp()
+        self.neighbour = Neighbour()
+        self.addCleanup(self.neighbour.close)
+        self.files = self.desktop.top
+        self.told = self.path("asked")
+        # The user's ssh, with known hosts of this test, and what asks in place of a window.
+        write(self.path("ssh_config"), f"Host *\nUserKnownHostsFile {self.path('known')}\n"
+              "GlobalKnownHostsFile /dev/null\nPubkeyAuthentication no\n".encode())
+        write(self.path("bin/ssh"), f'#!/bin/sh\nexec /usr/bin/ssh -F {self.path("ssh_config")} "$@"\n'.encode(), 0o755)
+        write(self.path("bin/askpass"), f"""#!/bin/sh
+echo "$1" >> {self.told}
+head -n 1 {self.path("answers")}
+sed -i 1d {self.path("answers")}
+""".encode(), 0o755)
+        self.desktop.env.update(PATH=self.path("bin") + ":" + os.environ["PATH"], SSH_ASKPASS=self.path("bin/askpass"),
+                                XDG_STATE_HOME=self.path("state"))
+        self.answers()
+
+    def path(self, name):
+        return os.path.join(self.files, name)
+
+    def answers(self, *lines):
+        """What the user will answer to ssh's next questions."""
+        write(self.path("answers"), "".join(line + "\n" for line in lines).encode())
+
+    def asked(self):
+        text = read(self.told).decode() if os.path.exists(self.told) else ""
+        return [kind for line in text.splitlines() for kind in ("password", "yes/no") if kind in line]
+
+    def start(self, *words):
+        d = self.desktop
+        d.window = d.spawn([CONNECT, *words], cwd=BUILD)
+        os.path.lexists(self.path("relay-hub.log")) or os.symlink("relay-hub-connect.log", self.path("relay-hub.log"))
+
+    def start_dialog(self, *words):
+        self.start(*words)
+        d = self.desktop
+        d.app = wait_for(lambda: app_of(d.window), what="the program")
+        wait_for(lambda: d.dialog("Connect to a Computer"), what="the dialog")
+
+    def focus(self):
+        return next((node for node in walk(self.desktop.dialog()) if has_state(node, STATES.FOCUSED)), None)
+
+    def type_address(self, address):
+        """Into the entry by its letter."""
+        d = self.desktop
+        d.key("alt+m")
+        entry = wait_for(lambda: find(d.dialog(), "text", "Computer:"), what="the entry")
+        wait_for(lambda: has_state(entry, STATES.FOCUSED), what="the focus in the entry")
+        d.fill(entry, address)
+
+    def connect_to(self, address):
+        self.type_address(address)
+        self.desktop.key("Return")
+
+    def message(self, words, limit=20):
+        return wait_for(lambda: next((text for text in labels(self.desktop.dialog()) if words in text), None), limit,
+                        what=f"the message {words}")
+
+    def take_window(self):
+        """The window that the program has opened."""
+        d = self.desktop
+
+        def opened():
+            for pid in children_of(d.window.pid):
+                with open(f"/proc/{pid}/comm") as name:
+                    if name.read().strip() == "relay-hub":
+                        d.app = app_of(type("Window", (), {"pid": pid}))
+                        return d.app and find(d.app, "frame", "Relay Hub")
+            return None
+        wait_for(opened, 30, what="the window")
+        d.wait_remote()
+
+    def left(self):
+        """The processes of this test's user session, but for the window manager."""
+        found = []
+        for pid in filter(str.isdigit, os.listdir("/proc")):
+            try:
+                with open(f"/proc/{pid}/environ", "rb") as environ, open(f"/proc/{pid}/comm") as name:
+                    if os.fsencode("HOME=" + self.desktop.home) in environ.read() and name.read().strip() != "openbox":
+                        found.append(pid)
+            except OSError:
+                continue
+        return found
+
+    def test_by_keyboard_alone(self):
+        d = self.desktop
+        write(os.path.join(self.neighbour.home, "letter.txt"), b"from afar")
+        self.answers("yes", "wrong", PASSWORD)
+        self.start_dialog()
+        wait_for(lambda: self.focus() and self.focus().get_name() == "Computer:", 3,
+                 what=f"the focus in the entry, not in {[(n.get_role_name(), n.get_name()) for n in walk(d.dialog())]}")
+        self.connect_to(self.neighbour.address)
+        self.take_window()
+        self.assertEqual(self.asked(), ["yes/no", "password", "password"])
+        self.assertEqual(d.folder(REMOTE), self.neighbour.home)
+        wait_for(lambda: "letter.txt" in d.rows(REMOTE), what="the far file")
+
+        d.take_keyboard()
+        for _ in range(20):
+            if d.has_focus(REMOTE):
+                break
+            d.key("Tab")
+        self.assertTrue(d.has_focus(REMOTE))
+        d.key("ctrl+a", "ctrl+c", "Tab", "ctrl+v")
+        wait_for(lambda: os.path.exists(os.path.join(d.home, "letter.txt")), what="the copy")
+        d.wait_quiet()
+        self.assertEqual(read(os.path.join(d.home, "letter.txt")), b"from afar")
+        self.assertEqual(d.close(), 0)
+        wait_for(lambda: not self.left(), 3, what="the end of all processes")
+
+        known = os.path.join(d.env["XDG_STATE_HOME"], "relay-hub", "computers")
+        self.assertIn(self.neighbour.address, read(known).decode())
+        self.assertNotIn(PASSWORD, read(known).decode() + d.output("relay-hub-connect"))
+        self.answers(PASSWORD)
+        self.start_dialog()  # with the computer that was used last
+        d.key("Return")
+        self.take_window()
+        self.assertEqual(self.asked()[3:], ["password"])
+
+    def test_failures_are_told_in_place(self):
+        d = self.desktop
+        os.makedirs(os.path.join(d.home, ".ssh"))
+        write(os.path.join(d.home, ".ssh", "config"), b"Host *.x\nHost tower nas\n")
+        silent = socket.create_server(("127.0.0.1", 0))
+        self.addCleanup(silent.close)
+        self.start_dialog()
+        rows = [node.get_name() for node in children(find(d.dialog(), "table")) if node.get_name()]
+        self.assertEqual(rows, ["tower", "from the SSH configuration", "nas", "from the SSH configuration"])
+        cases = ((("anna laptop",), (), "not the name or address"),
+                 (("nowhere.invalid",), (), "No computer named “nowhere.invalid”"),
+                 ((f"anna@127.0.0.1:{free_port()}",), (), "refused"),
+                 ((self.neighbour.address,), ("no",), "was not confirmed"),
+                 ((self.neighbour.address,), ("yes", "a", "b", "c"), "did not let you log in"))
+        for (address,), answers, words in cases:
+            self.answers(*answers)
+            self.connect_to(address)
+            self.message(words)
+            wait_for(lambda: self.focus() and self.focus().get_name() == "Computer:", what="the focus in the entry")
+            self.assertIn(words, self.focus().get_description())
+        self.assertIn("Permission denied", text_of(find(d.dialog(), "text", "What ssh says:")))
+
+        self.neighbour.stop()
+        self.neighbour.new_host_key()
+        self.neighbour.start()
+        self.connect_to(self.neighbour.address)
+        self.message("has changed")
+
+        self.connect_to(f"127.0.0.1:{silent.getsockname()[1]}")
+        self.message("Connecting to")
+        d.key("Escape")
+        wait_for(lambda: find(d.dialog(), "push button", "Connect") and
+                 has_state(find(d.dialog(), "push button", "Connect"), STATES.SENSITIVE), 4, what="the end of the attempt")
+        d.key("Escape")
+        self.assertEqual(d.window.wait(5 * SLOW), 1)
+        self.assertEqual(self.left(), [])
+
+    def test_nothing_outlives_the_other(self):
+        d = self.desktop
+        pid_of = lambda name: next(pid for pid in children_of(d.window.pid)
+                                   if read(f"/proc/{pid}/comm").strip() == name)
+        ends = (("killed", lambda: d.window.kill(), -signal.SIGKILL),
+                ("asked to end", lambda: d.window.terminate(), 0),
+                ("window killed", lambda: os.kill(pid_of(b"relay-hub"), signal.SIGKILL), 128 + signal.SIGKILL))
+        for what, end, status in ends:
+            with self.subTest(what):
+                self.answers("yes", PASSWORD) if what == "killed" else self.answers(PASSWORD)
+                self.start(self.neighbour.address)
+                self.take_window()
+                end()
+                self.assertIn(d.window.wait(5 * SLOW), (status, 255) if what == "asked to end" else (status,))
+                wait_for(lambda: not self.left(), 4, what="the end of all processes")
+
+    def test_a_folder_of_this_computer(self):
+        d = self.desktop
+        write(os.path.join(d.remote, "here.txt"))
+        self.start("--serve", d.remote)
+        self.take_window()
+        wait_for(lambda: "here.txt" in d.rows(REMOTE), what="the folder's file")
+        self.assertEqual(d.close(), 0)
+        wait_for(lambda: not self.left(), 3, what="the end of all processes")
+        self.start("--serve", os.path.join(d.remote, "missing"))
+        d.app = wait_for(lambda: app_of(d.window), what="the program")
+        self.message("failed")
+
+
+if __name__ == "__main__":
+    main()
