@@ -258,8 +258,9 @@ bool CopyBatch::make_or_take_folder(const std::string& source, const Entry& entr
     if (!missing) {
         if (pending_.waits_in(target))
             pending_.publish();
+        // Sweeping reads the folder anyway, and a tree may keep what it read just before.
+        level.lookup = FolderLookup(target_.files, target, FolderLookup::kManyLookups);
         target_.files.sweep(target);
-        level.lookup = FolderLookup(target_.files, target, level.children.size());
         return true;
     }
     if (!succeeded(source, target_.files.make_folder(target, kPrivateFolder)))

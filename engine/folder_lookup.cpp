@@ -7,9 +7,6 @@
 namespace relay_hub::engine {
 namespace {
 
-// For fewer a listing, which may be long, does not pay.
-constexpr std::size_t kFewLookups = 4;
-
 bool by_name(const Entry& a, const Entry& b) {
     return a.name < b.name;
 }
@@ -20,7 +17,7 @@ FolderLookup::FolderLookup(RemoteFileSystem& files, const std::string& folder, s
     : files_(&files) {
     Listing listing;
     // What is in a folder that cannot be listed may still be looked at.
-    if (lookups < kFewLookups || files.list(folder, listing) || !listing.failed.empty())
+    if (lookups < kManyLookups || files.list(folder, listing) || !listing.failed.empty())
         return;
     files_ = nullptr;
     entries_ = std::move(listing.entries);

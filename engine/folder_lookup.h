@@ -11,6 +11,9 @@ namespace relay_hub::engine {
 
 class FolderLookup {
   public:
+    // From here on a listing, which may be long, pays.
+    static constexpr std::size_t kManyLookups = 4;
+
     // A folder that holds nothing.
     FolderLookup() = default;
     // lookups: how many are to come.

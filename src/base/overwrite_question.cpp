@@ -25,7 +25,7 @@ std::string date_text(std::time_t time) {
     std::tm parts{};
     std::array<char, 128> text{};
     if (localtime_r(&time, &parts) == nullptr ||
-        std::strftime(text.data(), text.size(), "%x %X", &parts) == 0)
+        std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &parts) == 0)
         return std::to_string(time);
     return text.data();
 }
