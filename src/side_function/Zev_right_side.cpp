@@ -81,6 +81,17 @@ int request_rename(const std::string& old_path, const std::string& new_path) {
     return send_command_t(set_NP_VAL_CMD_RENAME, get_NP_VAL_CMD_RENAME, &args);
 }
 
+int request_list(const std::string& path) {
+    // Also for the reloads that end other actions: an engine that stays silent then must not hold the window.
+    const relay_hub::BusyDialog busy;
+    __send_args args;
+    args.list_path = path;
+    args.list_path_hex = relay_hub::traced_unicode_hex(path);
+    args.command_code = kCodeFileList;
+    args.parent_window = relay_hub::message_parent();
+    return send_command_t(set_NP_VAL_CMD_GET_FILE_LIST, get_NP_VAL_CMD_GET_FILE_LIST, &args);
+}
+
 // True when the entry bears the new name now.
 bool rename_remote(const std::string& folder, const std::string& old_name, const std::string& new_name) {
     const int result = request_rename(relay_hub::join_remote_path(folder, old_name),
@@ -135,14 +146,10 @@ int right_treeview_load_file(GtkWidget*, const std::string& path) {
     if (relay_hub::window_is_closing())
         return -1;
     const WindowWork work;
-    // Also for the reloads that end other actions: an engine that stays silent then must not hold the window.
-    const relay_hub::BusyDialog busy;
-    __send_args args;
-    args.list_path = path;
-    args.list_path_hex = relay_hub::traced_unicode_hex(path);
-    args.command_code = kCodeFileList;
-    args.parent_window = relay_hub::message_parent();
-    return send_command_t(set_NP_VAL_CMD_GET_FILE_LIST, get_NP_VAL_CMD_GET_FILE_LIST, &args);
+    const int result = request_list(path);
+    // What the engine said of the list while it was asked for: entries that are not in it.
+    relay_hub::show_waiting_message();
+    return result;
 }
 
 int right_combobox_load_partition(GtkWidget*, gpointer) {
