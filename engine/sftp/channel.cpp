@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "base/diagnostics.h"
+#include "base/fifo.h"
 
 namespace relay_hub::engine::sftp {
 namespace {
@@ -86,6 +87,7 @@ Channel::Channel(FileDescriptor to_server, FileDescriptor from_server,
       last_words_(std::move(last_words)),
       last_sign_(steady_clock::now()),
       incoming_(kIncomingSize) {
+    ignore_broken_pipes();
     append_number(outgoing_, sizeof(std::uint32_t) + 1);
     outgoing_ += static_cast<char>(PacketType::kInit);
     append_number(outgoing_, kProtocolVersion);

@@ -10,6 +10,7 @@ namespace {
 
 constexpr std::size_t kMostInFlight = 32;
 constexpr std::size_t kMostNames = 1000000;
+constexpr std::size_t kEmptyAnswer = 1000;
 constexpr std::size_t kMostNameBytes = 128UL * 1024 * 1024;
 
 }  // namespace
@@ -32,8 +33,8 @@ Error read_folder(Session& session, const std::string& path, const std::function
         error = session.take_names(replies.front(), answer);
         replies.pop_front();
         wanted = std::min(2 * wanted, kMostInFlight);
-        // An answer without names must not be asked for for ever.
-        names += answer.empty() ? 1 : answer.size();
+        // Answers without names must not go on for ever either.
+        names += answer.empty() ? kEmptyAnswer : answer.size();
         for (NamedEntry& entry : answer) {
             bytes += entry.name.size();
             take(std::move(entry));

@@ -58,13 +58,6 @@ Error write_new_file(Session& session, const std::string& path, const std::strin
     return error;
 }
 
-Error rename_free(Session& session, const std::string& from, const std::string& to) {
-    PendingReply reply = session.send_rename(from, to, false);
-    const Error error = session.take_status(reply);
-    Attributes taken;
-    return error.number == EREMOTEIO && !session.lstat(to, taken) ? Error(EEXIST) : error;
-}
-
 Error explain_refusal(Session& session, const Error& error, const std::string& path,
                       const std::string& trash) {
     FileSystemSpace here;
@@ -83,7 +76,7 @@ std::string numbered(const std::string& name, int number) {
 Error move_to_mac_trash(Session& session, const std::string& path, const std::string& trash) {
     Error error = EEXIST;
     for (int number = 1; error.number == EEXIST && number <= kMostNamesTried; ++number)
-        error = rename_free(session, path, trash + "/" + numbered(base_name(path), number));
+        error = session.rename_to_free(path, trash + "/" + numbered(base_name(path), number));
     return explain_refusal(session, error, path, trash);
 }
 
@@ -101,7 +94,7 @@ Error move_to_home_trash(Session& session, const std::string& path, const std::s
             continue;
         if (error)
             return session.explain(error, trash, text.size());
-        error = rename_free(session, path, trash + "/files/" + reserved);
+        error = session.rename_to_free(path, trash + "/files/" + reserved);
         if (!error)
             return {};
         (void)session.send_remove(info);

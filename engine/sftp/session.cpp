@@ -206,7 +206,20 @@ Error Session::make_folder(const std::string& path, std::uint32_t mode) {
 Error Session::make_link(const std::string& path, const std::string& target) {
     // The order that OpenSSH takes; the drafts have it the other way round.
     PendingReply reply = channel_->send({PacketType::kSymlink}, Fields().add(target).add(path));
-    return take_status(reply);
+    const Error error = take_status(reply);
+    Attributes taken;
+    return error.number == EREMOTEIO && !lstat(path, taken) ? Error(EEXIST) : error;
+}
+
+Error Session::rename_to_free(const std::string& from, const std::string& to) {
+    Attributes found;
+    const Error looked = lstat(to, found);
+    if (looked.number != ENOENT)
+        return looked ? looked : Error(EEXIST);
+    PendingReply reply = send_rename(from, to, false);
+    const Error error = take_status(reply);
+    // Somebody may have taken the name just then.
+    return error.number == EREMOTEIO && !lstat(to, found) ? Error(EEXIST) : error;
 }
 
 Error Session::read_link(const std::string& path, std::string& target) {

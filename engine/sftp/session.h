@@ -61,6 +61,9 @@ class Session {
     Error take_names(PendingReply& reply, std::vector<NamedEntry>& names);
 
     Error make_folder(const std::string& path, std::uint32_t mode);
+    // Anything, to a name that is free: EEXIST.
+    Error rename_to_free(const std::string& from, const std::string& to);
+    // EEXIST for a taken name.
     Error make_link(const std::string& path, const std::string& target);
     Error read_link(const std::string& path, std::string& target);
     Error real_path(const std::string& path, std::string& absolute);

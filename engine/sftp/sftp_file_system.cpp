@@ -319,23 +319,22 @@ Error SftpFileSystem::make_link(const std::string& path, const std::string& targ
         return error;
     if (replace && !session->facts().replaces_atomically)
         return {ENOTSUP, "the other computer cannot replace it without a moment in which neither is there"};
-    const std::string final_path = server_path(path);
-    const std::string temporary = server_path(join_path(parent_path(path), new_part_name()));
-    if (Error error = session->make_link(temporary, target); error)
-        return session->explain(error, server_path(parent_path(path)), 0);
+    const std::string folder = server_path(parent_path(path));
+    const std::string made = replace ? folder + "/" + new_part_name() : server_path(path);
+    if (Error error = session->make_link(made, target); error)
+        return session->explain(error, folder, 0);
     if (session->facts().sets_attributes_of_links && entry.has_times) {
         Attributes times;
         times.times = attributes_of(entry).times;
-        PendingReply ignored = session->send_set_attributes(temporary, times, true);
+        PendingReply ignored = session->send_set_attributes(made, times, true);
         (void)session->take_status(ignored);
     }
-    PendingReply renaming = session->send_rename(temporary, final_path, replace);
-    Error error = session->take_status(renaming);
-    Attributes existing;
-    if (error.number == EREMOTEIO && !replace && !session->lstat(final_path, existing))
-        error = EEXIST;
+    if (!replace)
+        return {};
+    PendingReply renaming = session->send_rename(made, server_path(path), true);
+    const Error error = session->take_status(renaming);
     if (error)
-        (void)session->send_remove(temporary);
+        (void)session->send_remove(made);
     return error;
 }
 
@@ -351,14 +350,9 @@ Error SftpFileSystem::rename(const std::string& from, const std::string& to) {
     std::shared_ptr<Session> session;
     if (Error error = begin(session); error)
         return error;
-    PendingReply reply = session->send_rename(server_path(from), server_path(to), false);
-    const Error error = session->take_status(reply);
-    if (error.number != EREMOTEIO)
-        return error;
+    const Error error = session->rename_to_free(server_path(from), server_path(to));
     Attributes found;
-    if (session->lstat(server_path(from), found))
-        return ENOENT;
-    return session->lstat(server_path(to), found) ? error : EEXIST;
+    return error.number == EREMOTEIO && session->lstat(server_path(from), found) ? Error(ENOENT) : error;
 }
 
 Error SftpFileSystem::remove(const std::string& path, EntryKind kind, std::string& failed) {

@@ -99,8 +99,11 @@ class Relay:
 
 
 class FarComputer:
-    def __init__(self, home=None):
-        """home: where the far user begins; made where there is none."""
+    def __init__(self, home=None, as_self=False):
+        """home: where the far user begins; made where there is none. as_self: the far user is who runs this, with a
+        shell of his own."""
+        self.user = pwd.getpwuid(os.geteuid()).pw_name if as_self else FAR_USER
+        self.server = "/usr/lib/openssh/sftp-server" if as_self else "internal-sftp"
         self.top = tempfile.mkdtemp(prefix="far-", dir="/tmp")
         os.chmod(self.top, 0o755)
         self.home = home or os.path.join(self.top, "home")
@@ -118,21 +121,16 @@ class FarComputer:
     def path(self, name):
         return os.path.join(self.top, name)
 
-    @staticmethod
-    def give(*paths):
+    def give(self, *paths):
         """To the far user."""
-        if os.geteuid() == 0:
-            for path in paths:
-                shutil.chown(path, FAR_USER, pwd.getpwnam(FAR_USER).pw_gid)
+        user = pwd.getpwnam(self.user)
+        for path in paths if os.geteuid() == 0 else []:
+            os.lchown(path, user.pw_uid, user.pw_gid)
 
     def give_all(self, top):
         self.give(top)
         for folder, folders, files in os.walk(top):
-            for name in folders + files:
-                path = os.path.join(folder, name)
-                if os.geteuid() == 0:
-                    user = pwd.getpwnam(FAR_USER)
-                    os.lchown(path, user.pw_uid, user.pw_gid)
+            self.give(*(os.path.join(folder, name) for name in folders + files))
 
     def start(self):
         write(self.path("sshd_config"), f"""Port {self.port}
@@ -143,16 +141,17 @@ PidFile none
 StrictModes no
 UsePAM yes
 PasswordAuthentication no
-Subsystem sftp internal-sftp -d {self.home}
+PermitRootLogin yes
+Subsystem sftp {self.server} -d {self.home}
 """.encode())
-        as_user = ["setpriv", f"--reuid={FAR_USER}", f"--regid={pwd.getpwnam(FAR_USER).pw_gid}", "--clear-groups"]
+        user = pwd.getpwnam(self.user)
+        as_user = ["setpriv", f"--reuid={user.pw_uid}", f"--regid={user.pw_gid}", "--clear-groups"]
         if os.geteuid() == 0:
             os.makedirs("/run/sshd", exist_ok=True)
-        self.sshd = subprocess.Popen((as_user if os.geteuid() == 0 else []) +
+        self.sshd = subprocess.Popen((as_user if user.pw_uid != os.geteuid() else []) +
                                      ["/usr/sbin/sshd", "-D", "-e", "-f", self.path("sshd_config")],
                                      stderr=open(self.path("sshd.log"), "ab"))
-        wait_for(lambda: socket.create_connection(("127.0.0.1", self.port)).close() or True
-                 if self.listens() else False, what="sshd")
+        wait_for(self.listens, what="sshd")
 
     def listens(self):
         with socket.socket() as probe:
@@ -182,7 +181,7 @@ exec /usr/bin/ssh -F {self.path("ssh_config")} "$@"
 
     @property
     def address(self):
-        return f"{FAR_USER}@127.0.0.1:{self.relay.port}"
+        return f"{self.user}@127.0.0.1:{self.relay.port}"
 
     def close(self):
         self.relay.close()

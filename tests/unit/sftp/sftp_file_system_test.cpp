@@ -1,0 +1,319 @@
+// The tree behind a real SFTP server on a pair of pipes.
+#include "engine/sftp/sftp_file_system.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <map>
+
+#include "engine/sftp/part_name.h"
+#include "engine/sftp/remote_entry.h"
+#include "sandbox.h"
+
+namespace relay_hub::engine::sftp {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+using testing::UnorderedElementsAre;
+
+class SftpTree : public testing::Test, protected test::Sandbox {
+  protected:
+    SftpTree() {
+        int up[2];
+        int down[2];
+        EXPECT_EQ(pipe2(up, O_CLOEXEC), 0);
+        EXPECT_EQ(pipe2(down, O_CLOEXEC), 0);
+        server_ = fork();
+        if (server_ == 0) {
+            dup2(up[0], STDIN_FILENO);
+            dup2(down[1], STDOUT_FILENO);
+            setenv("HOME", home_.c_str(), 1);
+            execl("/usr/lib/openssh/sftp-server", "sftp-server", "-d", home_.c_str(), nullptr);
+            _exit(127);
+        }
+        ::close(up[0]);
+        ::close(down[1]);
+        for (const int end : {up[1], down[0]})
+            fcntl(end, F_SETFL, O_NONBLOCK);
+        session_ = std::make_shared<Session>(
+            std::make_unique<Channel>(FileDescriptor(up[1]), FileDescriptor(down[0]), [] { return "bye"; }));
+        while (session_->channel().state() == Channel::State::kGreeting)
+            usleep(1000);
+        std::string folder;
+        EXPECT_FALSE(session_->learn_facts(folder));
+        session_->obey(interruption_);
+    }
+    ~SftpTree() override {
+        session_->channel().end("over");
+        kill(server_, SIGKILL);
+        waitpid(server_, nullptr, 0);
+    }
+
+    std::string inner(const std::string& name) { return inner_of(home_ + "/" + name); }
+    std::string real(const std::string& name) { return home_ + "/" + name; }
+
+    static Entry file_entry(std::uint64_t size) {
+        Entry entry;
+        entry.size = size;
+        entry.mode = 0640;
+        entry.accessed.tv_sec = 1500000000;
+        entry.modified.tv_sec = 1600000000;
+        return entry;
+    }
+
+    Error write_file(const std::string& name, const std::string& content, bool replace) {
+        std::unique_ptr<FileSink> sink;
+        if (Error error = files_.open_sink(inner(name), file_entry(content.size()), replace, sink); error)
+            return error;
+        for (std::size_t at = 0; at < content.size(); at += 100000) {
+            const std::string piece = content.substr(at, 100000);
+            if (Error error = sink->write(piece.data(), piece.size()); error)
+                return error;
+            sink->start_flush();
+        }
+        sinks_.push_back(std::move(sink));
+        return {};
+    }
+    std::vector<Error> finish() {
+        struct Nothing : FileSource {
+            Error read(char* /*buffer*/, std::size_t /*size*/, std::size_t& got) override {
+                got = 0;
+                return {};
+            }
+            [[nodiscard]] int descriptor() const override { return -1; }
+        };
+        for (const auto& sink : sinks_)
+            (void)sink->finish(Nothing());
+        auto results = files_.commit(sinks_);
+        sinks_.clear();
+        return results;
+    }
+
+    std::string read_file(const std::string& name, std::uint64_t expected_size) {
+        std::unique_ptr<FileSource> source;
+        if (Error error = files_.open_source(inner(name), file_entry(expected_size), source); error)
+            return "error " + std::to_string(error.number);
+        std::string content;
+        std::vector<char> buffer(100000);
+        std::size_t got = 1;
+        while (got > 0) {
+            EXPECT_FALSE(source->read(buffer.data(), buffer.size(), got));
+            content.append(buffer.data(), got);
+        }
+        return content;
+    }
+
+    std::vector<std::string> names_of(const std::string& folder) {
+        std::vector<std::string> names;
+        for (const auto& entry : fs::directory_iterator(real(folder)))
+            names.push_back(entry.path().filename());
+        return names;
+    }
+
+    const std::string home_ = make_folder("home");
+    pid_t server_ = -1;
+    Interruption interruption_;
+    std::shared_ptr<Session> session_;
+    SftpFileSystem files_{[this] { return session_; }, interruption_, std::nullopt};
+    std::vector<std::unique_ptr<FileSink>> sinks_;
+};
+
+std::string noise(std::size_t size) {
+    std::string text(size, '\0');
+    unsigned state = 1;
+    for (char& c : text) {
+        state = state * 1103515245U + 12345U;
+        c = static_cast<char>(state >> 16U);
+    }
+    return text;
+}
+
+TEST_F(SftpTree, WritesAndReadsFilesOfEverySize) {
+    const std::vector<std::size_t> sizes{0, 1, 4096, 65536, 65537, 131072, 1048577, 9000000};
+    for (const std::size_t size : sizes)
+        ASSERT_FALSE(write_file("f" + std::to_string(size), noise(size), false));
+    EXPECT_EQ(names_of(".").size(), 4U) << "the large ones, under temporary names";
+    for (const Error& error : finish())
+        EXPECT_FALSE(error) << error.text;
+    for (const std::size_t size : sizes) {
+        const std::string name = "f" + std::to_string(size);
+        EXPECT_EQ(test::content(real(name)), noise(size)) << size;
+        // Whatever the expected size was, the content counts.
+        for (const std::size_t expected : {size, size / 2, size + 100000, std::size_t{0}})
+            EXPECT_EQ(read_file(name, expected), noise(size)) << size << " as " << expected;
+        struct stat status {};
+        ASSERT_EQ(::stat(real(name).c_str(), &status), 0);
+        EXPECT_EQ(status.st_mode & 07777U, 0640U);
+        EXPECT_EQ(status.st_mtime, 1600000000);
+    }
+    EXPECT_EQ(names_of(".").size(), sizes.size());
+    EXPECT_FALSE(files_.settle({inner("")}));
+}
+
+TEST_F(SftpTree, ReplacesOnlyWhereItMay) {
+    test::put(real("old"), "old");
+    test::put(real("kept"), "old");
+    ASSERT_FALSE(write_file("old", "new", true));
+    ASSERT_FALSE(write_file("kept", "new", false));
+    ASSERT_FALSE(write_file("none/x", "new", false));
+    ASSERT_FALSE(write_file("dropped", noise(1000000), false));
+    sinks_.pop_back();
+    const auto results = finish();
+    EXPECT_FALSE(results[0]);
+    EXPECT_EQ(results[1].number, EEXIST);
+    EXPECT_EQ(results[2].number, ENOENT);
+    EXPECT_EQ(test::content(real("old")), "new");
+    EXPECT_EQ(test::content(real("kept")), "old");
+    session_->channel().drain(std::chrono::seconds(5));
+    EXPECT_THAT(names_of("."), UnorderedElementsAre("old", "kept"));
+}
+
+TEST_F(SftpTree, ReadsAheadWhatComesNext) {
+    std::vector<FileToRead> next;
+    for (int i = 0; i < 200; ++i) {
+        const std::string name = "f" + std::to_string(i);
+        test::put(real(name), name);
+        next.push_back({inner(name), file_entry(name.size())});
+    }
+    fs::remove(real("f7"));
+    files_.read_ahead(next);
+    for (int i = 0; i < 200; i += i == 10 ? 40 : 1) {
+        const std::string name = "f" + std::to_string(i);
+        EXPECT_EQ(read_file(name, name.size()), i == 7 ? "error " + std::to_string(ENOENT) : name);
+    }
+    files_.read_ahead({});
+    EXPECT_EQ(read_file("f3", 2), "f3");
+}
+
+TEST_F(SftpTree, ListsWhatIsThere) {
+    for (int i = 0; i < 1234; ++i)
+        test::put(real("file " + std::to_string(i)), "x");
+    fs::create_directory(real("sub"));
+    fs::create_symlink("sub", real("to folder"));
+    fs::create_symlink("file 1", real("to file"));
+    fs::create_symlink("nowhere", real("to nothing"));
+    fs::create_symlink("loop", real("loop"));
+    ASSERT_EQ(mkfifo(real("fifo").c_str(), 0600), 0);
+    test::put(real(new_part_name()), "x");
+    Listing listing;
+    ASSERT_FALSE(files_.list(inner(""), listing));
+    std::map<std::string, Entry> found;
+    for (const Entry& entry : listing.entries)
+        found[entry.name] = entry;
+    EXPECT_EQ(found.size(), 1234U + 6U);
+    EXPECT_TRUE(found["to folder"].opens_as_folder);
+    EXPECT_FALSE(found["to file"].opens_as_folder);
+    EXPECT_FALSE(found["loop"].opens_as_folder);
+    EXPECT_EQ(found["to nothing"].kind, EntryKind::kLink);
+    EXPECT_EQ(found["fifo"].kind, EntryKind::kSpecial);
+    EXPECT_EQ(found["sub"].kind, EntryKind::kFolder);
+    EXPECT_EQ(files_.list(inner("none"), listing).number, ENOENT);
+    std::string target;
+    EXPECT_FALSE(files_.read_link(inner("to nothing"), target));
+    EXPECT_EQ(target, "nowhere");
+}
+
+TEST_F(SftpTree, ChangesNamesLinksAndFolders) {
+    EXPECT_FALSE(files_.make_folder(inner("new"), 0755));
+    EXPECT_EQ(files_.make_folder(inner("new"), 0755).number, EEXIST);
+    EXPECT_FALSE(files_.make_link(inner("link"), "some where", file_entry(0), false));
+    EXPECT_EQ(fs::read_symlink(real("link")), "some where");
+    struct stat status {};
+    ASSERT_EQ(::lstat(real("link").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mtime, 1600000000);
+    EXPECT_EQ(files_.make_link(inner("link"), "other", file_entry(0), false).number, EEXIST);
+    EXPECT_FALSE(files_.make_link(inner("link"), "other", file_entry(0), true));
+    EXPECT_EQ(fs::read_symlink(real("link")), "other");
+    fs::create_symlink("nowhere", real("dangling"));
+    for (const char* taken : {"new", "dangling"})
+        EXPECT_EQ(files_.rename(inner("link"), inner(taken)).number, EEXIST) << taken;
+    EXPECT_EQ(files_.rename(inner("none"), inner("x")).number, ENOENT);
+    EXPECT_FALSE(files_.rename(inner("link"), inner("moved")));
+    EXPECT_THAT(names_of("."), UnorderedElementsAre("new", "moved", "dangling"));
+}
+
+TEST_F(SftpTree, RemovesTreesAndNothingBehindLinks) {
+    for (int folder = 0; folder < 30; ++folder) {
+        fs::create_directories(real("tree/" + std::to_string(folder) + "/a/b/c"));
+        for (int i = 0; i < 20; ++i)
+            test::put(real("tree/" + std::to_string(folder) + "/a/f" + std::to_string(i)), "x");
+    }
+    test::put(real("kept/file"), "x");
+    fs::create_symlink("../kept", real("tree/link"));
+    fs::create_symlink("kept", real("link"));
+    std::string failed;
+    EXPECT_EQ(files_.remove(inner("tree"), EntryKind::kFile, failed).number, EISDIR);
+    EXPECT_EQ(files_.remove(inner("kept/file"), EntryKind::kFolder, failed).number, ENOTDIR);
+    EXPECT_FALSE(files_.remove(inner("tree"), EntryKind::kFolder, failed)) << failed;
+    EXPECT_FALSE(files_.remove(inner("link"), EntryKind::kFolder, failed));
+    EXPECT_TRUE(fs::exists(real("kept/file")));
+    EXPECT_THAT(names_of("."), UnorderedElementsAre("kept"));
+}
+
+TEST_F(SftpTree, MovesIntoTheHomeTrash) {
+    for (int round = 0; round < 2; ++round) {
+        test::put(real("a b"), "x");
+        EXPECT_FALSE(files_.move_to_trash(inner("a b")));
+    }
+    EXPECT_THAT(names_of(".local/share/Trash/files"), UnorderedElementsAre("a b", "a b.2"));
+    EXPECT_THAT(test::content(real(".local/share/Trash/info/a b.2.trashinfo")),
+                HasSubstr("[Trash Info]\nPath=" + home_ + "/a%20b\nDeletionDate="));
+    for (const char* never : {".local/share/Trash", ".local/share/Trash/files/a b", ".local"})
+        EXPECT_EQ(files_.move_to_trash(inner(never)).number, EINVAL) << never;
+    EXPECT_EQ(files_.move_to_trash(inner("none")).number, ENOENT);
+    EXPECT_EQ(names_of(".local/share/Trash/info").size(), 2U);
+}
+
+TEST_F(SftpTree, SweepsWhatDeadProcessesLeft) {
+    const std::string own = new_part_name();
+    std::string dead = own;
+    dead.replace(dead.find('-', 11) + 1, 1, "7ffffff");
+    for (const std::string& name : {own, dead, std::string("file")})
+        test::put(real(name), "x");
+    files_.sweep(inner(""));
+    session_->channel().drain(std::chrono::seconds(5));
+    EXPECT_THAT(names_of("."), UnorderedElementsAre(own, "file"));
+}
+
+TEST_F(SftpTree, TellsPlaces) {
+    fs::create_directories(real("Schreibtisch"));
+    fs::create_directories(real("Documents"));
+    test::put(real(".config/user-dirs.dirs"),
+              "XDG_DESKTOP_DIR=\"$HOME/Schreibtisch\"\nXDG_DOCUMENTS_DIR=\"$HOME/gone\"\n");
+    files_.set_first_folder(real("Documents"));
+    Places places;
+    ASSERT_FALSE(files_.places(places));
+    EXPECT_EQ(places.drives.size(), 2U);
+    EXPECT_EQ(places.drives.front().path, inner("Documents"));
+    EXPECT_EQ(places.drives.back().path, "");
+    EXPECT_EQ(places.home, inner_of(home_));
+    EXPECT_EQ(places.desktop, inner("Schreibtisch"));
+    EXPECT_EQ(places.documents, std::nullopt);
+    std::uint64_t free = 0;
+    EXPECT_FALSE(files_.free_space(inner(""), free));
+    EXPECT_GT(free, 0U);
+    EXPECT_EQ(files_.style(), Style::kPosix);
+}
+
+TEST_F(SftpTree, FailsWithAReasonWhenTheServerIsGone) {
+    ASSERT_FALSE(write_file("f", noise(3000000), false));
+    kill(server_, SIGKILL);
+    const Error error = finish().front();
+    EXPECT_EQ(error.number, ENOTCONN);
+    EXPECT_EQ(error.text, "the connection was closed: bye");
+    session_.reset();
+    Listing listing;
+    EXPECT_EQ(files_.list("x", listing).number, ENOTCONN);
+    session_ = std::make_shared<Session>(std::make_unique<Channel>(
+        FileDescriptor(open("/dev/null", O_WRONLY)), FileDescriptor(open("/dev/null", O_RDONLY)), nullptr));
+}
+
+}  // namespace
+}  // namespace relay_hub::engine::sftp

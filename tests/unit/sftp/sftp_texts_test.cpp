@@ -1,0 +1,169 @@
+// What needs no server: addresses, reasons, names of parts, folders of the user, fields of answers.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "base/ssh_address.h"
+#include "engine/sftp/link_failure.h"
+#include "engine/sftp/packet.h"
+#include "engine/sftp/part_name.h"
+#include "engine/sftp/places_finder.h"
+#include "engine/sftp/remote_entry.h"
+#include "engine/sftp/ssh_process.h"
+
+namespace relay_hub::engine::sftp {
+namespace {
+
+TEST(SshAddress, IsReadInEveryForm) {
+    struct Case {
+        const char* text;
+        SshAddress address;
+    };
+    const std::vector<Case> cases{
+        {"host", {"", "host", "", ""}},
+        {"me@host", {"me", "host", "", ""}},
+        {"a@b@host:2222/x/y", {"a@b", "host", "2222", "/x/y"}},
+        {"host/", {"", "host", "", "/"}},
+        {"host/~", {"", "host", "", "~"}},
+        {"host/~/x y", {"", "host", "", "~/x y"}},
+        {"host/a%20b:c@d", {"", "host", "", "/a%20b:c@d"}},
+        {"::1", {"", "::1", "", ""}},
+        {"me@[fe80::1%eth0]:22/x", {"me", "fe80::1%eth0", "22", "/x"}},
+        {"fe80::1%eth0/x", {"", "fe80::1%eth0", "", "/x"}},
+        {"ssh://me@host:22/a%20b", {"me", "host", "22", "/a b"}},
+        {"sftp://[::1]/~/x", {"", "::1", "", "~/x"}},
+    };
+    for (const Case& each : cases) {
+        std::string wrong;
+        const auto found = parse_ssh_address(each.text, wrong);
+        ASSERT_TRUE(found) << each.text;
+        EXPECT_EQ(found->user, each.address.user) << each.text;
+        EXPECT_EQ(found->host, each.address.host) << each.text;
+        EXPECT_EQ(found->port, each.address.port) << each.text;
+        EXPECT_EQ(found->folder, each.address.folder) << each.text;
+    }
+    for (const char* text : {"", "/x", "@host", "-oProxyCommand=x", "me@-x", "-l@host", "host:", "host:0",
+                             "host:65536", "host:2x", "ho st", "[::1", "[host]", "[::1]x", "ssh://host/%2",
+                             "ssh://host/%00", "ssh://", "host\n", "a\\b"}) {
+        std::string wrong;
+        EXPECT_FALSE(parse_ssh_address(text, wrong)) << text;
+        EXPECT_NE(wrong, "") << text;
+    }
+}
+
+TEST(SshArguments, PutTheAddressWhereNoOptionIsRead) {
+    const auto arguments = ssh_arguments({{"me", "::1", "22", "/x"}, false, std::chrono::seconds(4)});
+    const std::vector<std::string> end(arguments.end() - 6, arguments.end());
+    EXPECT_EQ(end, (std::vector<std::string>{"-p", "22", "-s", "--", "me@::1", "sftp"}));
+    EXPECT_NE(std::find(arguments.begin(), arguments.end(), "-oBatchMode=yes"), arguments.end());
+}
+
+TEST(LinkFailure, IsToldFromWhatSshSays) {
+    const std::vector<std::pair<std::vector<std::string>, const char*>> cases{
+        {{"ssh: Could not resolve hostname x: Name or service not known"}, "unknown-host"},
+        {{"ssh: connect to host x port 22: Connection refused"}, "refused"},
+        {{"ssh: connect to host x port 22: Connection timed out"}, "timed-out"},
+        {{"Connection timed out during banner exchange"}, "timed-out"},
+        {{"ssh: connect to host x port 22: No route to host"}, "timed-out"},
+        {{"@    WARNING: REMOTE HOST IDENTIFICATION HAS CHANGED!     @", "Host key verification failed."},
+         "host-key-changed"},
+        {{"Host key verification failed."}, "host-key-unknown"},
+        {{"Permission denied, please try again.", "me@x: Permission denied (publickey,password)."}, "denied"},
+        {{"subsystem request failed on channel 0"}, "no-sftp"},
+        {{"kex_exchange_identification: read: Connection reset by peer"}, "other"},
+        {{}, "other"},
+    };
+    for (const auto& [lines, word] : cases)
+        EXPECT_STREQ(kind_word(failure_kind(lines)), word) << last_words(lines);
+    EXPECT_EQ(last_words({"1", "Warning: Permanently added x", "2", "3", "4"}), "2\n3\n4");
+}
+
+TEST(PartName, SaysWhoWritesIt) {
+    const std::string own = new_part_name();
+    const auto now = std::time(nullptr);
+    EXPECT_NE(own, new_part_name());
+    EXPECT_TRUE(is_part_name(own));
+    EXPECT_FALSE(is_left_over(own, now + 365 * 24 * 3600));
+    const std::string host = own.substr(11, own.find('-', 11) - 11);
+    const auto name = [](const std::string& of_host, const std::string& process, std::time_t time) {
+        std::array<char, 32> hex{};
+        std::snprintf(hex.data(), hex.size(), "%llx", static_cast<unsigned long long>(time));
+        return ".relay-hub-" + of_host + "-" + process + "-" + hex.data() + "-1.part";
+    };
+    EXPECT_TRUE(is_left_over(name(host, "7fffffff", now), now)) << "no such process";
+    EXPECT_TRUE(is_left_over(name(host, "1", 1000), now)) << "the process is younger than the file";
+    EXPECT_FALSE(is_left_over(name("0", "7fffffff", now - 24 * 3600), now)) << "another computer's";
+    EXPECT_TRUE(is_left_over(name("0", "1", now - 8 * 24 * 3600), now)) << "another computer's, old";
+    for (const char* other : {"", ".relay-hub-.part", ".relay-hub-1-2-3.part", ".relay-hub-1-2-3-4-5.part",
+                              ".relay-hub-1-2-3-g.part", ".relay-hub-1-2-3-4.parts", "relay-hub-1-2-3-4.part",
+                              ".relay-hub-1-2--4.part", ".relay-hub-1-2-3-4-.part"}) {
+        EXPECT_FALSE(is_part_name(other)) << other;
+        EXPECT_FALSE(is_left_over(other, now)) << other;
+    }
+}
+
+TEST(UserFolder, IsReadFromItsFile) {
+    const std::string file =
+        "# comment\nXDG_DESKTOP_DIR=\"$HOME/Schreibtisch\"\nXDG_DOCUMENTS_DIR=\"/data/d\"\n"
+        "XDG_MUSIC_DIR=\"$HOME/\"\nXDG_VIDEOS_DIR=\"$HOME/V";
+    EXPECT_EQ(user_folder(file, "XDG_DESKTOP_DIR", "/home/me"), "/home/me/Schreibtisch");
+    EXPECT_EQ(user_folder(file, "XDG_DOCUMENTS_DIR", "/home/me"), "/data/d");
+    for (const char* none : {"XDG_MUSIC_DIR", "XDG_VIDEOS_DIR", "XDG_PICTURES_DIR", "DESKTOP_DIR"})
+        EXPECT_EQ(user_folder(file, none, "/home/me"), "") << none;
+}
+
+TEST(RemoteEntry, TakesOnlyNamesThatAreOne) {
+    for (const std::string& name :
+         {std::string("a"), std::string("..."), std::string(255, 'x'), std::string("\xff")})
+        EXPECT_TRUE(is_possible_name(name)) << name;
+    for (const std::string& name : {std::string(), std::string("."), std::string(".."), std::string("a/b"),
+                                    std::string("/"), std::string("a\0b", 3), std::string(60000, 'x')})
+        EXPECT_FALSE(is_possible_name(name)) << name;
+}
+
+std::string bytes(const Fields& fields) {
+    return fields.bytes();
+}
+
+TEST(Answer, IsReadOnlyWhole) {
+    Attributes all;
+    all.size = 1ULL << 40U;
+    all.owner = {1, 2};
+    all.permissions = 0100644;
+    all.times = {3, 4};
+    const std::string attributes = bytes(Fields().add(all));
+    ASSERT_EQ(attributes.size(), 32U);
+    const auto read = read_attributes(attributes);
+    ASSERT_TRUE(read);
+    EXPECT_EQ(read->size, all.size);
+    EXPECT_EQ(read->permissions, all.permissions);
+    EXPECT_EQ(read->times->modified, 4U);
+    const std::string extended = bytes(Fields().add(0x80000000U).add(2U).add("a").add("b").add("c").add("d"));
+    EXPECT_TRUE(read_attributes(extended));
+    const std::string names =
+        bytes(Fields().add(2U).add("x").add("long").add(all).add("y").add("").add(Attributes()));
+    ASSERT_TRUE(read_names(names));
+    EXPECT_EQ(read_names(names)->at(1).name, "y");
+    const std::string version = bytes(Fields().add(3U).add("limits@openssh.com").add("1"));
+    EXPECT_EQ(read_version(version)->front().name, "limits@openssh.com");
+    EXPECT_FALSE(read_version(bytes(Fields().add(6U))));
+    EXPECT_EQ(read_status(bytes(Fields().add(4U)))->code, StatusCode::kFailure) << "old servers say no more";
+    EXPECT_FALSE(read_handle(bytes(Fields().add(std::string(257, 'h')))));
+    EXPECT_FALSE(read_names(bytes(Fields().add(0xffffffffU)))) << "a count is no reason to take memory";
+    EXPECT_FALSE(read_attributes(bytes(Fields().add(0x80000000U).add(0xffffffffU))));
+    // Cut at any place, or with a byte too many, nothing is an answer.
+    for (const auto& [text, reads] :
+         std::vector<std::pair<std::string, std::function<bool(std::string_view)>>>{
+             {attributes, [](auto fields) { return read_attributes(fields).has_value(); }},
+             {extended, [](auto fields) { return read_attributes(fields).has_value(); }},
+             {names, [](auto fields) { return read_names(fields).has_value(); }},
+             {bytes(Fields().add("data")), [](auto fields) { return read_data(fields).has_value(); }},
+             {bytes(Fields().add("h")), [](auto fields) { return read_handle(fields).has_value(); }}}) {
+        EXPECT_TRUE(reads(text));
+        EXPECT_FALSE(reads(text + "x"));
+        for (std::size_t size = 0; size < text.size(); ++size)
+            EXPECT_FALSE(reads(std::string_view(text).substr(0, size))) << size;
+    }
+}
+
+}  // namespace
+}  // namespace relay_hub::engine::sftp
