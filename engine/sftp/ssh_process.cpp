@@ -123,8 +123,8 @@ class SpawnSettings {
 std::vector<std::string> ssh_arguments(const SshStart& start) {
     std::vector<std::string> arguments{
         "ssh", "-x", "-a",
-        // A dead link ends ssh, and so us, within nine seconds.
-        "-oServerAliveInterval=3", "-oServerAliveCountMax=2", "-oTCPKeepAlive=yes",
+        // A dead link ends ssh, and so us, within eight seconds.
+        "-oServerAliveInterval=2", "-oServerAliveCountMax=3", "-oTCPKeepAlive=yes",
         "-oConnectTimeout=" + std::to_string(start.connect_limit.count()),
         // What a configuration may ask for in a terminal session has no place on these pipes. A connection
         // shared with others would not end with the link, and others' would end with ours.

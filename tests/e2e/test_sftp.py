@@ -1,0 +1,344 @@
+"""Another computer over SSH, for real: an sshd of our own behind a relay that is held and cut, and the engine connected
+to it. What goes over arrives whole or not at all, a lost link is told and mended, and every failure says why."""
+import os
+import random
+import shutil
+import signal
+import subprocess
+import sys
+import time
+import unittest
+
+from common import (NOTIFY, OK, both, command, frame, message, open_writer, read, read_answer, tree_of, wait_for, write)
+from far_computer import ENGINE, ConnectedEngine, FarComputer, children_of, run
+from front_end import DONE, GO_ON, REPLACE_ALL, FrontEnd, copy_request
+
+SEED = int(os.environ.get("RELAY_HUB_SEED", time.time_ns() % 1_000_000))
+RANDOM = random.Random(SEED)
+MOMENTS = int(os.environ.get("RELAY_HUB_MOMENTS", 50))
+CANCEL = message("<NP_User_Click_Cancel>Y</NP_User_Click_Cancel>")
+ODD_NAMES = ["plain", "with space", "-rf", "a'b\"c`d$e", "ünï — 中文 🎉", "back\\slash", "%s%n", "*?[x]", ".hidden",
+             "trailing.", "x" * 255, "~", "#", "a:b|c<d>"]
+
+
+class RecordingFrontEnd(FrontEnd):
+    """Keeps what it is asked and told. cancels: what it says to the question whether the user wants no more."""
+
+    def __init__(self):
+        self.heard, self.cancels = [], False
+        super().__init__()
+
+    def serve(self):
+        while not self.ending:
+            question = self.next_question()
+            if not question:
+                continue
+            self.heard.append(question)
+            answer = REPLACE_ALL if b"Confirmation" in question else GO_ON
+            if b"User_Click_Cancel" in question and self.cancels:
+                answer = CANCEL
+            if b"Remote_Is_Offline" in question:
+                answer = DONE
+            try:
+                with open(open_writer(NOTIFY + "_OUT", limit=0.1), "wb", buffering=0) as out:
+                    out.write(frame(answer))
+            except OSError:
+                continue
+
+    def count(self, word):
+        return sum(word in each for each in self.heard)
+
+
+class SftpTest(unittest.TestCase):
+    def setUp(self):
+        self.far = FarComputer()
+        self.addCleanup(self.far.close)
+        self.engine = ConnectedEngine(self.far)
+        self.addCleanup(self.end_engine)
+        self.engine.connected()
+        self.front_end = RecordingFrontEnd()
+        self.addCleanup(self.front_end.close)
+        self.here = self.far.path("here")
+        os.makedirs(self.here)
+
+    def end_engine(self):
+        if self.engine.process.poll() is None:
+            self.engine.stop(5)
+
+    def ask(self, request, limit=60):
+        answer = self.front_end.ask(request, limit)
+        self.assertIsNotNone(answer, self.engine.errors)
+        return answer.decode("utf-8", "replace")
+
+    def copy(self, upwards, local, remote, limit=120):
+        return self.ask(copy_request(upwards, local, remote), limit)
+
+    def folder_at_far(self, name):
+        path = os.path.join(self.far.home, name)
+        os.makedirs(path)
+        self.far.give(path)
+        return path
+
+    def list(self, folder):
+        return self.ask(command("Get_File_List", both("TG", "TF", folder)))
+
+    # -- copies
+
+    def make_odd_tree(self, top):
+        for number, name in enumerate(ODD_NAMES):
+            write(os.path.join(top, name), os.urandom(number * 9000), 0o600 + number, 1_500_000_000 + number)
+            write(os.path.join(top, "folder " + name[:200], "inner"), b"x", 0o444)
+        write(os.path.join(top, "large"), os.urandom(20 << 20))
+        os.makedirs(os.path.join(top, "empty", "er"))
+        os.chmod(os.path.join(top, "empty"), 0o750)
+        for name, target in (("link", "plain"), ("dangling", "no\\where x"), ("loop", "loop"), ("up", "..")):
+            os.symlink(target, os.path.join(top, name))
+
+    def test_trees_go_both_ways_whole_and_only_once(self):
+        source = os.path.join(self.here, "set")
+        self.make_odd_tree(source)
+        there, back = self.folder_at_far("there"), os.path.join(self.here, "back")
+        os.makedirs(back)
+        self.assertIn(OK, self.copy(True, source, there))
+        self.assertIn(OK, self.copy(False, back, there + "/set"))
+        self.assertEqual(tree_of(source), tree_of(there + "/set"))
+        self.assertEqual(tree_of(source), tree_of(back + "/set"))
+        # What is there already is neither asked about nor written again.
+        def nodes(top):
+            return {name: os.lstat(os.path.join(top, name)).st_ino for name in os.listdir(top)
+                    if os.path.isfile(os.path.join(top, name))}
+        before = nodes(there + "/set"), nodes(back + "/set")
+        self.assertIn(OK, self.copy(True, source, there))
+        self.assertIn(OK, self.copy(False, back, there + "/set"))
+        self.assertEqual(before, (nodes(there + "/set"), nodes(back + "/set")))
+        # What differs is replaced, where the user says so.
+        write(source + "/plain", b"other")
+        self.assertIn(OK, self.copy(True, source + "/plain", there + "/set"))
+        self.assertEqual(read(there + "/set/plain"), b"other")
+
+    def test_panes_requests(self):
+        folder = self.folder_at_far("folder")
+        for name in ODD_NAMES[:8]:
+            write(os.path.join(folder, name))
+        self.far.give_all(folder)
+        os.symlink("loop", folder + "/loop")
+        listing = self.list(folder)
+        self.assertEqual(listing.count("<Line>"), 9, listing)
+        self.assertNotIn(OK, self.list(folder + "/loop"))
+        self.assertNotIn(OK, self.list(folder + "/none"))
+        self.assertIn(OK, self.ask(command("Create_Folder", both("TG", "TF", folder + "/new"))))
+        self.assertNotIn(OK, self.ask(command("Create_Folder", both("TG", "TF", folder + "/new"))))
+        trash = "<T8><Line>" + both("TG", "TF", folder + "/plain") + "</Line></T8>"
+        self.assertIn(OK, self.ask(command("Move_File_To_Trash", trash)))
+        self.assertEqual(os.listdir(self.far.home + "/.local/share/Trash/files"), ["plain"])
+        self.assertIn(OK, self.ask(command("Delete_Folder", both("TG", "TF", folder))))
+        self.assertFalse(os.path.exists(folder))
+
+    def test_no_rights(self):
+        mine = self.folder_at_far("locked")
+        write(mine + "/secret", b"x", 0o000)
+        os.chown(mine, os.geteuid(), os.getegid())
+        os.chmod(mine, 0o555)
+        write(self.here + "/file")
+        self.assertIn("Permission denied", self.copy(True, self.here + "/file", mine))
+        self.assertIn("Permission denied", self.copy(False, self.here, mine + "/secret"))
+        self.assertIn("Permission denied", self.ask(command("Delete_File", both("TG", "TF", mine + "/secret"))))
+        self.assertEqual(os.listdir(mine), ["secret"])
+        self.assertEqual(os.listdir(self.here), ["file"])
+
+    @unittest.skipIf(os.geteuid() != 0, "only root can mount a small disk")
+    def test_full_disk(self):
+        small = self.folder_at_far("small")
+        run("mount", "-t", "tmpfs", "-o", f"size=4m,mode=777", "tmpfs", small)
+        self.addCleanup(run, "umount", "-l", small)
+        write(self.here + "/large", os.urandom(8 << 20))
+        for number in range(2000):
+            write(f"{self.here}/many/{number}", b"x" * 4096)
+        for source in ("large", "many"):
+            self.assertIn("disk is full", self.copy(True, f"{self.here}/{source}", small) +
+                          str(self.front_end.heard[-1:]))
+            wait_for(lambda: not [name for _, _, names in os.walk(small) for name in names if "relay-hub" in name],
+                     what="no left-overs")
+        for name in os.listdir(small + "/many"):
+            self.assertEqual(read(f"{small}/many/{name}"), b"x" * 4096)
+
+    # -- the link
+
+    def lose_and_mend(self, lose, mend):
+        """The loss is told within ten seconds, nothing waits, and the link is there within five of its return."""
+        count = len(self.engine.seen("lost")) + 1
+        told = self.front_end.count(b"Remote_Is_Offline")
+        lose()
+        start = time.monotonic()
+        self.engine.await_event("lost", count, 12)
+        wait_for(lambda: self.front_end.count(b"Remote_Is_Offline") > told, what="the offline call-back")
+        self.assertLess(time.monotonic() - start, 11)
+        start = time.monotonic()
+        self.assertIn("not connected", self.list(self.far.home))
+        self.assertLess(time.monotonic() - start, 1)
+        mend()
+        start = time.monotonic()
+        self.engine.await_event("connected", count + 1)
+        self.assertLess(time.monotonic() - start, 6)
+        self.assertIn(OK, self.list(self.far.home))
+
+    def test_lost_links_are_told_and_mended(self):
+        def hold(held):
+            self.far.relay.held = held
+        self.far.relay.cut()
+        self.engine.await_event("connected", 2, 6)
+        self.lose_and_mend(lambda: hold(True), lambda: hold(False))
+        self.lose_and_mend(self.far.stop, self.far.start)
+        self.lose_and_mend(lambda: self.far.signal(signal.SIGSTOP), lambda: self.far.signal(signal.SIGCONT))
+
+    def begin_large_copy(self):
+        write(self.here + "/large", os.urandom(64 << 20))
+        there = self.folder_at_far("there")
+        ends = self.front_end.send(copy_request(True, self.here + "/large", there))
+        wait_for(lambda: os.listdir(there), what="the copy's beginning")
+        return ends, there
+
+    def test_copies_end_with_the_link_and_on_cancel(self):
+        for held in (False, True):
+            with self.subTest(held=held):
+                ends, there = self.begin_large_copy()
+                self.far.relay.held = held
+                time.sleep(0.3 * held)
+                self.front_end.cancels = True
+                start = time.monotonic()
+                self.assertTrue(read_answer(ends[1], start + 1))
+                self.front_end.leave(ends)
+                self.front_end.cancels = False
+                if not held:
+                    wait_for(lambda: not os.listdir(there), what="no left-over")
+                    os.rmdir(there)
+        start = time.monotonic()
+        self.assertEqual(self.engine.stop(2), 0, "with a dead link")
+        self.assertLess(time.monotonic() - start, 2)
+        self.assertEqual([pid for pid in children_of(os.getpid()) if "ssh\0" in read_words(pid)], [])
+
+    def test_killed_servers_leave_old_or_new(self):
+        """At many moments of a copy. Each file is the old or the new one, and the next copy completes the set."""
+        source, there = os.path.join(self.here, "set"), self.folder_at_far("there")
+        for number in range(40):
+            write(f"{source}/{number:02}", bytes([number]) * (number * 2000), seconds=1_600_000_000)
+        write(source + "/large", b"new" * (1 << 20))
+        target = there + "/set"
+        new = tree_of(source)
+
+        def fill(what):
+            shutil.rmtree(target, ignore_errors=True)
+            for number in range(40):
+                write(f"{target}/{number:02}", what, seconds=1_500_000_000)
+            write(target + "/large", what, seconds=1_500_000_000)
+            self.far.give_all(there)
+
+        fill(b"old")
+        start = time.monotonic()
+        self.assertIn(OK, self.copy(True, source, there))
+        whole_time = time.monotonic() - start
+        for moment in range(MOMENTS):
+            fill(b"old")
+            connected = len(self.engine.seen("connected"))
+            ends = self.front_end.send(copy_request(True, source, there))
+            time.sleep(RANDOM.uniform(0, whole_time))
+            for pid in children_of(self.far.sshd.pid):
+                try:
+                    os.kill(pid, signal.SIGKILL)
+                except ProcessLookupError:
+                    pass
+            self.assertTrue(read_answer(ends[1], time.monotonic() + 30))
+            self.front_end.leave(ends)
+            for name, (kind, content, *_) in tree_of(target).items():
+                if name.startswith(b".relay-hub-") or kind != "file":
+                    continue
+                self.assertIn(content, (b"old", new[name][1]), f"moment {moment}, seed {SEED}: {name}")
+            self.engine.await_event("connected", connected + 1)
+            self.assertIn(OK, self.copy(True, source, there), f"moment {moment}, seed {SEED}")
+            self.assertEqual({name: entry[1] for name, entry in tree_of(target).items()
+                              if not name.startswith(b".relay-hub-")},
+                             {name: entry[1] for name, entry in new.items()}, f"moment {moment}, seed {SEED}")
+
+
+def read_words(pid):
+    try:
+        with open(f"/proc/{pid}/cmdline") as file:
+            return file.read()
+    except OSError:
+        return ""
+
+
+class ConnectingTest(unittest.TestCase):
+    def setUp(self):
+        self.far = FarComputer()
+        self.addCleanup(self.far.close)
+
+    def failed(self, **more):
+        engine = ConnectedEngine(self.far, **more)
+        kind, text = engine.await_event("failed")[1:]
+        self.assertEqual(engine.process.wait(5), 1)
+        for thread in engine.threads:
+            thread.join(5)
+        self.assertEqual(engine.seen("connected"), [])
+        self.assertIn(text.split("\\n")[-1].encode(), engine.errors)
+        return kind, text
+
+    def test_kinds_of_failure(self):
+        self.far.use_ssh("ProxyCommand /bin/false")
+        self.assertEqual(self.failed()[0], "other")
+        self.far.use_ssh("Hostname no-such-host.invalid")
+        self.assertEqual(self.failed()[0], "unknown-host")
+        self.far.use_ssh(f"Port {1}")
+        self.far.relay.port = 1
+        self.assertEqual(self.failed()[0], "refused")
+
+    def test_changed_host_key_is_refused_with_sshs_words(self):
+        engine = ConnectedEngine(self.far)
+        engine.connected()
+        engine.stop()
+        self.far.stop()
+        for name in ("host", "host.pub"):
+            os.unlink(self.far.path(name))
+        run("ssh-keygen", "-q", "-t", "ed25519", "-N", "", "-f", self.far.path("host"))
+        self.far.give(self.far.path("host"))
+        self.far.start()
+        kind, text = self.failed()
+        self.assertEqual(kind, "host-key-changed")
+        self.assertIn("has changed", text)
+
+    def test_secrets_are_asked_by_ssh_alone(self):
+        run("ssh-keygen", "-q", "-p", "-N", "right phrase", "-f", self.far.path("user"))
+        asked = self.far.path("asked")
+        for phrase, kind in (("wrong phrase", "denied"), ("right phrase", None)):
+            write(self.far.path("askpass"), f'#!/bin/sh\necho "$1" >>{asked}\necho "{phrase}"\n'.encode(), 0o755)
+            environment = {"SSH_ASKPASS": self.far.path("askpass"), "SSH_AUTH_SOCK": ""}
+            if kind:
+                self.assertEqual(self.failed(environment=environment)[0], kind)
+            else:
+                engine = ConnectedEngine(self.far, environment=environment)
+                engine.connected()
+                engine.stop()
+        self.assertIn("Enter passphrase", read(asked).decode())
+
+    def test_folder_and_style(self):
+        os.makedirs(self.far.home + "/in here")
+        engine = ConnectedEngine(self.far, folder=f"{self.far.home}/in here")
+        self.assertEqual(engine.connected()[1], "posix")
+        self.assertEqual(engine.connected()[3], f"{self.far.home}/in here")
+        engine.stop()
+        self.assertIn("is not on the other computer", self.failed(folder="/no/such folder")[1])
+
+    def test_server_without_sftp(self):
+        write(self.far.path("bin/ssh"), b"#!/bin/sh\necho 'subsystem request failed on channel 0' >&2\nexit 1\n", 0o755)
+        self.assertEqual(self.failed()[0], "no-sftp")
+        write(self.far.path("bin/ssh"), b"#!/bin/sh\necho 'Welcome to this machine, have a nice day'\n", 0o755)
+        self.assertEqual(self.failed()[0], "no-sftp")
+
+    def test_no_ssh(self):
+        os.unlink(self.far.path("bin/ssh"))
+        self.assertEqual(self.failed(environment={"PATH": self.far.path("bin")})[0], "no-ssh")
+
+
+if __name__ == "__main__":
+    print("seed", SEED)
+    unittest.main(argv=sys.argv[:1] + ["-v"] + sys.argv[1:], warnings="ignore")
