@@ -20,8 +20,8 @@
 
 #include "base/file_descriptor.h"
 #include "bench/measure.h"
-#include "util/file_op.h"
-#include "util/path_time_text.h"
+#include "util/ansi_unicode_hex.h"
+#include "util/copy_job.h"
 #include "util/sorted_folder.h"
 
 namespace {

@@ -6,7 +6,9 @@
 #include <vector>
 
 #include "base/name_order.h"
+#include "base/size_text.h"
 #include "base/translated_text.h"
+#include "base/unicode_hex.h"
 #include "engine/wire_text.h"
 #include "link_engine/message_names.h"
 
@@ -51,7 +53,7 @@ void add_entry(WireText& text, const Entry& entry, bool with_hex) {
     text.begin_record();
     text.add(wire::kDisplayName, entry.name);
     if (with_hex)
-        text.add(wire::kNameHex, encode_hex(entry.name));
+        text.add(wire::kNameHex, utf16_hex(entry.name));
     // A folder's own size says nothing of what it holds.
     text.add(wire::kEntrySize, entry.opens_as_folder ? 0 : entry.size);
     if (!entry.opens_as_folder)

@@ -4,15 +4,13 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdint>
-#include <cstdio>
-#include <memory>
 #include <vector>
+
+#include "base/unicode_hex.h"
 
 namespace relay_hub::engine {
 namespace {
 
-constexpr std::size_t kDigitsPerUnit = 4;
 // What the front end's hex makes of U+1F300 to U+1F6FE.
 constexpr gunichar kFirstLost = 0xF300;
 constexpr gunichar kLastLost = 0xF6FF;
@@ -51,33 +49,6 @@ std::vector<std::string_view> split(Style style, std::string_view path) {
         start = i + 1;
     }
     return parts;
-}
-
-void append_unit(std::string& hex, unsigned unit) {
-    std::array<char, kDigitsPerUnit + 1> digits{};
-    std::snprintf(digits.data(), digits.size(), "%02X%02X", unit & 0xFFU, (unit >> 8U) & 0xFFU);
-    hex += digits.data();
-}
-
-std::optional<std::vector<gunichar2>> hex_units(std::string_view hex) {
-    if (hex.empty() || hex.size() % kDigitsPerUnit != 0)
-        return std::nullopt;
-    std::vector<gunichar2> units;
-    units.reserve(hex.size() / kDigitsPerUnit);
-    for (std::size_t i = 0; i < hex.size(); i += kDigitsPerUnit) {
-        std::array<unsigned, kDigitsPerUnit> digit{};
-        for (std::size_t k = 0; k < kDigitsPerUnit; ++k) {
-            const int value = g_ascii_xdigit_value(hex[i + k]);
-            if (value < 0)
-                return std::nullopt;
-            digit[k] = static_cast<unsigned>(value);
-        }
-        const unsigned unit = digit[0] << 4U | digit[1] | digit[2] << 12U | digit[3] << 8U;
-        if (unit == 0)
-            return std::nullopt;
-        units.push_back(static_cast<gunichar2>(unit));
-    }
-    return units;
 }
 
 }  // namespace
@@ -149,45 +120,10 @@ std::string base_name(std::string_view path) {
     return std::string(slash == std::string_view::npos ? path : path.substr(slash + 1));
 }
 
-std::optional<std::string> decode_hex(std::string_view hex) {
-    const auto units = hex_units(hex);
-    if (!units)
-        return std::nullopt;
-    const std::unique_ptr<char, decltype(&g_free)> text(
-        g_utf16_to_utf8(units->data(), static_cast<glong>(units->size()), nullptr, nullptr, nullptr), g_free);
-    if (!text)
-        return std::nullopt;
-    return std::string(text.get());
-}
-
-std::string encode_hex(std::string_view text) {
-    glong count = 0;
-    const std::unique_ptr<gunichar2, decltype(&g_free)> units(
-        g_utf8_to_utf16(text.data(), static_cast<glong>(text.size()), nullptr, &count, nullptr), g_free);
-    std::string hex;
-    for (glong i = 0; units && i < count; ++i)
-        append_unit(hex, units.get()[i]);
-    return hex;
-}
-
-std::string encode_hex_as_front_end(std::string_view text) {
-    glong count = 0;
-    const std::unique_ptr<gunichar, decltype(&g_free)> characters(
-        g_utf8_to_ucs4(text.data(), static_cast<glong>(text.size()), nullptr, &count, nullptr), g_free);
-    std::string hex;
-    for (glong i = 0; characters && i < count; ++i) {
-        const std::uint32_t value = characters.get()[i];
-        std::array<char, 16> digits{};
-        std::snprintf(digits.data(), digits.size(), "%04X", ((value << 8U) & 0xFFFFU) + (value >> 8U));
-        hex.append(digits.data(), kDigitsPerUnit);
-    }
-    return hex;
-}
-
 std::optional<std::string> meant_text(const std::string& plain, const std::string& hex) {
-    if (!plain.empty() && encode_hex_as_front_end(plain) == hex)
+    if (!plain.empty() && character_hex(plain) == hex)
         return plain;
-    if (auto decoded = decode_hex(hex))
+    if (auto decoded = text_from_utf16_hex(hex))
         return decoded;
     if (plain.empty())
         return std::nullopt;
@@ -207,25 +143,6 @@ std::string with_pictographs(const std::string& text) {
         result.append(bytes.data(), static_cast<std::size_t>(g_unichar_to_utf8(character, bytes.data())));
     }
     return result;
-}
-
-std::string size_text(unsigned long long bytes) {
-    struct Unit {
-        unsigned long long size;
-        const char* name;
-    };
-    static constexpr std::array<Unit, 3> kUnits{
-        {{1ULL << 30U, "GB"}, {1ULL << 20U, "MB"}, {1ULL << 10U, "KB"}}};
-    std::array<char, 32> text{};
-    for (const Unit& unit : kUnits) {
-        if (bytes < unit.size)
-            continue;
-        std::snprintf(text.data(), text.size(), "%.1f %s",
-                      static_cast<double>(bytes) / static_cast<double>(unit.size), unit.name);
-        return text.data();
-    }
-    std::snprintf(text.data(), text.size(), "%llu bytes", bytes);
-    return text.data();
 }
 
 }  // namespace relay_hub::engine

@@ -1,7 +1,7 @@
 #pragma once
 // How paths are written on the wire and inside the engine. Inside, a path is components joined by "/" without
 // a leading or trailing one; "" is the root. On the wire it is a text in one of the styles and, beside it,
-// the same in unicode hex: four upper-case digits per UTF-16 unit, low byte first. Pure functions.
+// the same in unicode hex (base/unicode_hex.h). Pure functions.
 #include <optional>
 #include <string>
 #include <string_view>
@@ -26,14 +26,6 @@ std::string join_path(std::string_view folder, std::string_view name);
 std::string parent_path(std::string_view path);
 std::string base_name(std::string_view path);
 
-// Nothing for a text whose length is no multiple of four, with other characters than hex digits, with a
-// U+0000 or with half a surrogate pair; nothing, too, for an empty text.
-std::optional<std::string> decode_hex(std::string_view hex);
-// Empty when text is not valid UTF-8.
-std::string encode_hex(std::string_view text);
-
-// The hex as the front end writes it: what does not fit into 16 bits loses bits there.
-std::string encode_hex_as_front_end(std::string_view text);
 // The text that a request means by a plain text and its hex. The plain one is believed when the front end
 // would have written just that hex for it, since only it still tells characters above U+FFFF.
 std::optional<std::string> meant_text(const std::string& plain, const std::string& hex);
@@ -41,8 +33,5 @@ std::optional<std::string> meant_text(const std::string& plain, const std::strin
 // A text of which only that hex is left, with the pictographs (U+1F300 to U+1F6FF) put back. They had become
 // private characters, which nobody types.
 std::string with_pictographs(const std::string& text);
-
-// Size as the front end displays it: "1023 bytes", "1.0 KB".
-std::string size_text(unsigned long long bytes);
 
 }  // namespace relay_hub::engine

@@ -10,6 +10,7 @@
 
 #include "base/diagnostics.h"
 #include "base/translated_text.h"
+#include "base/unicode_hex.h"
 #include "engine/file_list.h"
 #include "engine/wire_text.h"
 #include "link_engine/message_names.h"
@@ -153,7 +154,7 @@ std::string RequestHandlers::list_drives(CZEVXML& /*request*/) {
         answer.begin_record();
         answer.add(wire::kDriveType, static_cast<std::uint64_t>(drive.kind));
         answer.add(wire::kDisplayName, drive.name.empty() ? path : drive.name);
-        answer.add(wire::kNameHex, encode_hex(path));
+        answer.add(wire::kNameHex, utf16_hex(path));
         answer.end_record();
     }
     return answer.finish();
@@ -166,9 +167,9 @@ std::string RequestHandlers::list_special_paths(CZEVXML& /*request*/) {
     WireText answer;
     answer.add(wire::kResult, wire::kSuccess);
     if (places.desktop)
-        answer.add(wire::kDesktopFolder, encode_hex(wire_path(style(), *places.desktop)));
+        answer.add(wire::kDesktopFolder, utf16_hex(wire_path(style(), *places.desktop)));
     if (places.documents)
-        answer.add(wire::kDocumentsFolder, encode_hex(wire_path(style(), *places.documents)));
+        answer.add(wire::kDocumentsFolder, utf16_hex(wire_path(style(), *places.documents)));
     return answer.finish();
 }
 
@@ -209,7 +210,7 @@ std::optional<std::string> RequestHandlers::known_name(const std::string& folder
     Listing listing;
     (void)remote_.list(folder, listing);
     for (const Entry& candidate : listing.entries) {
-        if (decode_hex(encode_hex_as_front_end(candidate.name)) == name)
+        if (text_from_utf16_hex(character_hex(candidate.name).value_or("")) == name)
             return candidate.name;
     }
     return std::nullopt;

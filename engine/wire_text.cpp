@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "base/message_escape.h"
 #include "link_engine/message_names.h"
 
 namespace relay_hub::engine {
@@ -12,27 +13,6 @@ namespace {
 
 void append_tag(std::string& text, std::string_view open, std::string_view tag) {
     text.append(open).append(tag).push_back('>');
-}
-
-void append_escaped(std::string& text, std::string_view value) {
-    for (const char c : value) {
-        switch (c) {
-            case '&':
-                text += "&amp;";
-                break;
-            case '<':
-                text += "&lt;";
-                break;
-            case '>':
-                text += "&gt;";
-                break;
-            case '"':
-                text += "&dq;";
-                break;
-            default:
-                text += c;
-        }
-    }
 }
 
 }  // namespace

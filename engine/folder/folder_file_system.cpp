@@ -13,7 +13,12 @@
 #include <climits>
 #include <utility>
 
-#include "base/diagnostics.h"
+#include "base/file_attributes.h"
+#include "base/folder_handle.h"
+#include "base/remove_tree.h"
+#include "base/rename_without_replacing.h"
+#include "base/sync_batch.h"
+#include "base/temporary_file.h"
 #include "engine/folder/folder_sink.h"
 #include "engine/folder/folder_trash.h"
 #include "engine/names.h"
@@ -62,23 +67,6 @@ int read_entry(int folder, const char* name, int flags, Entry& entry) {
     return 0;
 }
 
-// Gives the descriptor to the stream; 0 or errno.
-int read_names(FileDescriptor folder, std::vector<std::string>& names) {
-    const std::unique_ptr<DIR, int (*)(DIR*)> stream(fdopendir(folder.get()), closedir);
-    if (!stream)
-        return errno;
-    (void)folder.release();
-    while (true) {
-        errno = 0;
-        const dirent* item = readdir(stream.get());
-        if (item == nullptr)
-            return errno;
-        const std::string_view name = item->d_name;
-        if (name != "." && name != "..")
-            names.emplace_back(name);
-    }
-}
-
 class FolderSource : public FileSource {
   public:
     explicit FolderSource(FileDescriptor file) : file_(std::move(file)) {}
@@ -96,41 +84,6 @@ class FolderSource : public FileSource {
   private:
     FileDescriptor file_;
 };
-
-int remove_at(int parent, const std::string& name, std::string& failed);
-
-int remove_content(int parent, const std::string& name, std::string& failed) {
-    FileDescriptor folder(openat(parent, name.c_str(), kFolderFlags | O_NOFOLLOW | O_CLOEXEC));
-    if (!folder)
-        return errno;
-    FileDescriptor stream(openat(folder.get(), ".", kFolderFlags | O_CLOEXEC));
-    std::vector<std::string> names;
-    if (const int error = stream ? read_names(std::move(stream), names) : errno; error != 0)
-        return error;
-    for (const std::string& child : names) {
-        if (const int error = remove_at(folder.get(), child, failed); error != 0) {
-            failed = join_path(name, failed);
-            return error;
-        }
-    }
-    return 0;
-}
-
-int remove_at(int parent, const std::string& name, std::string& failed) {
-    failed = name;
-    if (unlinkat(parent, name.c_str(), 0) == 0)
-        return 0;
-    if (errno != EISDIR && errno != EPERM)
-        return errno;
-    const int file_error = errno;
-    const int error = remove_content(parent, name, failed);
-    if (error == ENOTDIR || error == ELOOP)
-        return file_error;
-    if (error != 0)
-        return error;
-    failed = name;
-    return unlinkat(parent, name.c_str(), AT_REMOVEDIR) == 0 ? 0 : errno;
-}
 
 }  // namespace
 
@@ -198,9 +151,8 @@ Error FolderFileSystem::list(const std::string& folder, Listing& listing) {
     SharedFolder opened;
     if (const int error = tree_.open_folder(folder, opened); error != 0)
         return error;
-    FileDescriptor stream(openat(opened->get(), ".", kFolderFlags | O_CLOEXEC));
     std::vector<std::string> names;
-    if (const int error = stream ? read_names(std::move(stream), names) : errno; error != 0)
+    if (const int error = read_names(opened->get(), names); error != 0)
         return error;
     listing.entries.reserve(names.size());
     for (std::string& name : names) {
@@ -319,8 +271,8 @@ Error FolderFileSystem::settle(const std::vector<std::string>& folders) {
         int error = tree_.open(path, kFolderFlags, folder);
         if (error == 0 && folders.size() > kFewFolders)
             return syncfs(folder.get()) == 0 ? 0 : errno;
-        if (error == 0 && fsync(folder.get()) != 0)
-            error = errno;
+        if (error == 0)
+            error = sync_folder(folder.get());
         if (error != 0)
             result = error;
     }
@@ -329,12 +281,8 @@ Error FolderFileSystem::settle(const std::vector<std::string>& folders) {
 
 void FolderFileSystem::sweep(const std::string& folder) {
     FileDescriptor opened;
-    if (tree_.open(folder, kFolderFlags, opened) != 0)
-        return;
-    FileDescriptor stream(openat(opened.get(), ".", kFolderFlags | O_CLOEXEC));
-    std::vector<std::string> names;
-    if (stream && read_names(std::move(stream), names) == 0)
-        sweep_temporary_files(opened.get(), names);
+    if (tree_.open(folder, kFolderFlags, opened) == 0)
+        sweep_temporary_files(opened.get());
 }
 
 Error FolderFileSystem::make_folder(const std::string& path, mode_t mode) {
@@ -351,19 +299,8 @@ Error FolderFileSystem::make_link(const std::string& path, const std::string& ta
     std::string name;
     if (const int error = tree_.open_parent(path, parent, name); error != 0)
         return error;
-    const std::string temporary = temporary_name();
-    if (symlinkat(target.c_str(), parent->get(), temporary.c_str()) != 0)
-        return errno;
     const std::array<timespec, 2> times{entry.accessed, entry.modified};
-    (void)utimensat(parent->get(), temporary.c_str(), times.data(), AT_SYMLINK_NOFOLLOW);
-    int error = 0;
-    if (!replace)
-        error = rename_to_free_name(parent->get(), temporary, parent->get(), name);
-    else if (renameat(parent->get(), temporary.c_str(), parent->get(), name.c_str()) != 0)
-        error = errno;
-    if (error != 0)
-        (void)unlinkat(parent->get(), temporary.c_str(), 0);
-    return error;
+    return place_link(parent->get(), name, target, replace, times.data());
 }
 
 Error FolderFileSystem::set_attributes(const std::string& path, const Entry& entry) {
@@ -382,7 +319,7 @@ Error FolderFileSystem::rename(const std::string& from, const std::string& to) {
         return error;
     if (const int error = tree_.open_parent(to, to_parent, to_name); error != 0)
         return error;
-    return rename_to_free_name(from_parent->get(), from_name, to_parent->get(), to_name);
+    return rename_without_replacing(from_parent->get(), from_name, to_parent->get(), to_name);
 }
 
 Error FolderFileSystem::remove(const std::string& path, EntryKind kind, std::string& failed) {
@@ -399,7 +336,7 @@ Error FolderFileSystem::remove(const std::string& path, EntryKind kind, std::str
     // A link to a folder is listed as one, but it is the link that goes.
     if (kind == EntryKind::kFolder && entry.kind != EntryKind::kFolder && entry.kind != EntryKind::kLink)
         return ENOTDIR;
-    const int error = remove_at(parent->get(), name, failed);
+    const int error = remove_tree(parent->get(), name, FolderRights::keep, &failed);
     failed = join_path(parent_path(path), failed);
     return error;
 }

@@ -11,7 +11,7 @@
 #include <memory>
 
 #include "base/file_descriptor.h"
-#include "engine/folder/folder_sink.h"
+#include "base/rename_without_replacing.h"
 #include "engine/names.h"
 #include "engine/wire_text.h"
 
@@ -98,7 +98,7 @@ int trash_item(int root, int parent, const std::string& path) {
         error = reserve_name(info.get(), kept_name, text, number, reserved);
         if (error != 0)
             return error;
-        error = rename_to_free_name(parent, name, files.get(), reserved);
+        error = rename_without_replacing(parent, name, files.get(), reserved);
         if (error != 0)
             (void)unlinkat(info.get(), (reserved + kInfoSuffix).c_str(), 0);
         ++number;

@@ -4,6 +4,7 @@
 #include <iterator>
 #include <utility>
 
+#include "base/path_text.h"
 #include "base/translated_text.h"
 #include "link_engine/command_runner.h"
 #include "link_engine/request_builders.h"
@@ -14,7 +15,6 @@
 #include "side_function/right_side.h"
 #include "side_function/transfer.h"
 #include "tree_view_op/file_list_view.h"
-#include "util/path_time_text.h"
 #include "window/closing.h"
 #include "window/dialogs/message_dialog.h"
 #include "window/dialogs/search_dialog.h"

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/path_text.h"
 #include "base/translated_text.h"
 #include "side_function/panes.h"
 #include "tree_view_op/file_list_view.h"
-#include "util/path_time_text.h"
 
 int g_copy_source = kNothingCopied;
 GtkWidget* g_p_tree_view = nullptr;

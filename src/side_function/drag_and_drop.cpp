@@ -11,7 +11,8 @@
 #include "side_function/right_side.h"
 #include "side_function/transfer.h"
 #include "tree_view_op/file_list_view.h"
-#include "util/file_op.h"
+#include "util/Zev_file_op.h"
+#include "util/folder_listing.h"
 #include "window/closing.h"
 
 namespace {

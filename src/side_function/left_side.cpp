@@ -1,5 +1,6 @@
 #include "side_function/left_side.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -8,16 +9,16 @@
 
 #include "base/diagnostics.h"
 #include "base/glib_owners.h"
+#include "base/path_text.h"
+#include "base/rename_without_replacing.h"
 #include "base/shown_text.h"
 #include "base/translated_text.h"
 #include "side_function/copy_source.h"
 #include "side_function/local_job.h"
 #include "side_function/name_dialogs.h"
 #include "side_function/panes.h"
-#include "side_function/rename_entry.h"
 #include "side_function/transfer.h"
 #include "tree_view_op/file_list_view.h"
-#include "util/path_time_text.h"
 #include "window/closing.h"
 #include "window/dialogs/message_dialog.h"
 #include "window/dialogs/search_dialog.h"
@@ -48,10 +49,12 @@ bool rename_entry(const std::string& folder, const std::string& old_name, const 
     const std::string old_path = relay_hub::join_local_path(folder, old_name);
     const std::string new_path = relay_hub::join_local_path(folder, new_name);
     std::printf("rename [%s] to [%s]\n", old_path.c_str(), new_path.c_str());
-    if (relay_hub::rename_without_replacing(old_path, new_path) == 0)
-        return true;
-    show_failure("IDS_MSG_ERR_FAIL_TO_RENAME_FILE", old_name, errno);
-    return false;
+    const int error = old_path == new_path
+                          ? 0
+                          : relay_hub::rename_without_replacing(AT_FDCWD, old_path, AT_FDCWD, new_path);
+    if (error != 0)
+        show_failure("IDS_MSG_ERR_FAIL_TO_RENAME_FILE", old_name, error);
+    return error == 0;
 }
 
 void paste_offered_files() {

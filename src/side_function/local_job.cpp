@@ -12,7 +12,6 @@ namespace {
 int run_with_dialog(int kind, std::vector<std::string> items, const std::string& folder) {
     const TaskListPtr job(new_task_list());
     job->task_kind = kind;
-    job->total = kind == TASK_COPY ? items.size() : 0;
     job->items = std::move(items);
     job->folder = folder;
     const ProgressDialog dialog(&job->state, &job->task_kind, nullptr);

@@ -7,7 +7,7 @@
 #include "side_function/left_side.h"
 #include "side_function/right_side.h"
 #include "tree_view_op/file_list_view.h"
-#include "util/path_time_text.h"
+#include "util/ansi_unicode_hex.h"
 #include "window/closing.h"
 #include "window/dialogs/file_read_write_dialog.h"
 #include "window/dialogs/message_dialog.h"

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/main_loop.h"
+#include "base/path_text.h"
 #include "base/worker.h"
 #include "link_engine/answer_slot.h"
 #include "link_engine/command_runner.h"
@@ -16,8 +17,7 @@
 #include "side_function/panes.h"
 #include "side_function/right_side.h"
 #include "tree_view_op/file_list_view.h"
-#include "util/file_op.h"
-#include "util/path_time_text.h"
+#include "util/Zev_file_op.h"
 #include "window/closing.h"
 #include "window/message_parent.h"
 #include "xml_op/answer_readers.h"

@@ -15,8 +15,6 @@
 #include "tree_view_op/file_list_view.h"
 #include "tree_view_op/local_row.h"
 #include "tree_view_op/row_store.h"
-#include "util/file_op.h"
-#include "util/path_time_text.h"
 
 using relay_hub::list_store_of;
 

@@ -5,9 +5,9 @@
 #include <functional>
 #include <memory>
 
+#include "base/size_text.h"
 #include "base/translated_text.h"
 #include "tree_view_op/file_list_view.h"
-#include "util/path_time_text.h"
 
 namespace relay_hub {
 namespace {
@@ -86,9 +86,9 @@ std::string text_of(const Summary& summary) {
     if (selected.items > 0)
         text += kBetween + fill_translated("IDS_SUMMARY_SELECTED", {std::to_string(selected.items)});
     if (selected.bytes > 0)
-        text += " (" + size_for_display(selected.bytes) + ")";
+        text += " (" + size_text(selected.bytes) + ")";
     if (summary.free_bytes)
-        text += kBetween + fill_translated("IDS_SUMMARY_FREE", {size_for_display(*summary.free_bytes)});
+        text += kBetween + fill_translated("IDS_SUMMARY_FREE", {size_text(*summary.free_bytes)});
     return text;
 }
 

@@ -10,7 +10,8 @@
 #include "tree_view_op/list_summary.h"
 #include "tree_view_op/listing_turns.h"
 #include "tree_view_op/local_row.h"
-#include "util/file_op.h"
+#include "util/Zev_file_op.h"
+#include "util/folder_listing.h"
 #include "util/sorted_folder.h"
 
 namespace relay_hub {

@@ -6,8 +6,10 @@
 #include <cstdio>
 #include <utility>
 
+#include "base/size_text.h"
 #include "base/translated_text.h"
-#include "util/path_time_text.h"
+#include "util/folder_listing.h"
+#include "util/sorted_folder.h"
 
 namespace relay_hub {
 
@@ -66,7 +68,7 @@ LocalRow LocalRowFormatter::row_of(FolderEntry entry) {
     if (entry.vanished)
         return row;
     row.size = static_cast<std::uint64_t>(entry.status.st_size);
-    row.size_text = size_for_display(row.size);
+    row.size_text = size_text(row.size);
     row.modified = modified_.of(entry.status.st_mtime);
     row.accessed = accessed_.of(entry.status.st_atime);
     row.is_folder = entry.is_folder;

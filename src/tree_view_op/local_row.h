@@ -6,7 +6,7 @@
 #include <string>
 
 #include "tree_view_op/row_store.h"
-#include "util/file_op.h"
+#include "util/sorted_folder.h"
 
 namespace relay_hub {
 

@@ -1,3 +1,5 @@
+#include "util/Zev_file_op.h"
+
 // The globals of the local file operations, and the probes.
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -9,8 +11,8 @@
 
 #include "base/file_descriptor.h"
 #include "base/glib_owners.h"
-#include "util/file_op.h"
 #include "util/file_op_unit.h"
+#include "util/folder_listing.h"
 
 GList* Gfile_list = nullptr;
 std::uint64_t Gfile_size = 0;

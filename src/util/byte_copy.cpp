@@ -4,9 +4,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <limits>
 #include <memory>
+
+#include "base/file_attributes.h"
 
 #include "util/file_op_unit.h"
 
@@ -75,67 +79,120 @@ CopyOutcome failed(int error_number) {
     return outcome;
 }
 
-// A failed close is a failed write.
-CopyOutcome fill_target(int source, FileDescriptor& target, const CancelTest& cancel, SyncTime sync_time) {
-    CopyOutcome outcome = copy_content(source, target.get(), cancel, sync_time);
+// Leads a copy past the holes of a sparse source.
+class DataRuns {
+  public:
+    explicit DataRuns(int source) : source_(source) {
+        struct stat status {};
+        constexpr off_t kBlock = 512;
+        if (fstat(source, &status) == 0 && S_ISREG(status.st_mode) &&
+            status.st_blocks < status.st_size / kBlock)
+            end_ = 0;
+    }
+
+    // Where the data at or after `at` begins: both descriptors stand there then. *limit is how much may be
+    // read at once; 0 when only a hole is left, which target then has. 0 or errno.
+    int find(int target, off_t& at, std::size_t* limit) {
+        if (at >= end_) {
+            const off_t data = lseek(source_, at, SEEK_DATA);
+            if (data < 0 && errno == ENXIO)
+                return end_with_hole(target, at, limit);
+            const off_t hole = data < 0 ? -1 : lseek(source_, data, SEEK_HOLE);
+            end_ = hole < 0 ? kNoEnd : hole;
+            at = std::max(at, data);
+            if (lseek(source_, at, SEEK_SET) < 0 || lseek(target, at, SEEK_SET) < 0)
+                return errno;
+        }
+        *limit = static_cast<std::size_t>(std::min<off_t>(end_ - at, kBufferSize));
+        return 0;
+    }
+
+  private:
+    int end_with_hole(int target, off_t at, std::size_t* limit) const {
+        *limit = 0;
+        const off_t end = lseek(source_, 0, SEEK_END);
+        return end <= at || ftruncate(target, end) == 0 ? 0 : errno;
+    }
+
+    static constexpr off_t kNoEnd = std::numeric_limits<off_t>::max();
+
+    int source_;
+    off_t end_ = kNoEnd;  // of the data that is being read
+};
+
+// Attributes, the disk, and the close: what fails there is a failed copy.
+void finish_target(int source, const struct stat& record, FileDescriptor& target, NewFile options,
+                   CopyOutcome& outcome) {
+    if (outcome.error_number == 0 && options.take_attributes)
+        outcome.error_number = copy_attributes(source, record, target.get(), TargetAge::fresh);
+    if (outcome.complete() && (options.sync_time == SyncTime::now || outcome.write_back_began)) {
+        outcome.error_number = fsync(target.get()) == 0 ? 0 : errno;
+        outcome.synced = true;
+    }
     const int close_error = target.close();
     if (outcome.error_number == 0)
         outcome.error_number = close_error;
-    return outcome;
 }
 
 }  // namespace
 
-// Never waits for a peer: a FIFO or terminal that slipped in fails at the seek or the first read.
+// Never waits for a peer: a FIFO or device that slipped in is opened without waiting, and refused.
 FileDescriptor open_source(const std::string& path) {
     FileDescriptor source(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
-    if (source && lseek(source.get(), 0, SEEK_SET) != 0) {
-        const int seek_error = errno;
+    struct stat status {};
+    const bool failed_look = source && fstat(source.get(), &status) != 0;
+    const int error = failed_look ? errno : ENOTSUP;
+    if (source && !S_ISREG(status.st_mode)) {
         source.reset();
-        errno = seek_error;
+        errno = error;
     }
     return source;
 }
 
-CopyOutcome copy_content(int source, int target, const CancelTest& cancel, SyncTime sync_time) {
+CopyOutcome copy_content(int source, int target, const CancelTest& cancel, const CopyWatch& watch) {
     const auto buffer = std::make_unique_for_overwrite<char[]>(kBufferSize);
     WriteBack write_back(target);
+    DataRuns runs(source);
     CopyOutcome outcome;
+    off_t at = 0;
     while (true) {
-        const ssize_t count = read_some(source, buffer.get(), kBufferSize);
-        if (count < 0)
-            return failed(errno);
+        std::size_t limit = 0;
+        int error = runs.find(target, at, &limit);
+        const ssize_t count = error == 0 && limit > 0 ? read_some(source, buffer.get(), limit) : 0;
+        if (error != 0 || count < 0)
+            return failed(error != 0 ? error : errno);
         if (count == 0)
             break;
         outcome.cancelled = cancel.cancelled();
         if (outcome.cancelled)
             return outcome;
-        int error = write_all(target, buffer.get(), static_cast<std::size_t>(count));
+        error = write_all(target, buffer.get(), static_cast<std::size_t>(count));
+        at += count;
         outcome.bytes += static_cast<std::uint64_t>(count);
         if (error == 0)
-            error = write_back.advance(static_cast<off_t>(outcome.bytes));
+            error = write_back.advance(at);
         if (error != 0)
             return failed(error);
+        if (watch)
+            watch(static_cast<std::uint64_t>(at));
     }
     outcome.error_number = write_back.finish(cancel, &outcome.cancelled);
-    if (!outcome.complete())
-        return outcome;
-    if (sync_time == SyncTime::now || write_back.used()) {
-        outcome.error_number = fsync(target) == 0 ? 0 : errno;
-        outcome.synced = true;
-    }
+    outcome.write_back_began = write_back.used();
     return outcome;
 }
 
 CopyOutcome copy_new_file(const std::string& src, const std::string& dst, const CancelTest& cancel,
-                          SyncTime sync_time) {
+                          NewFile options, const CopyWatch& watch) {
     const FileDescriptor source = open_source(src);
-    if (!source)
+    struct stat record {};
+    if (!source || fstat(source.get(), &record) != 0)
         return failed(errno);
-    FileDescriptor target(open(dst.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    FileDescriptor target(
+        open(dst.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
     if (!target)
         return failed(errno);
-    const CopyOutcome outcome = fill_target(source.get(), target, cancel, sync_time);
+    CopyOutcome outcome = copy_content(source.get(), target.get(), cancel, watch);
+    finish_target(source.get(), record, target, options, outcome);
     if (outcome.error_number != 0)
         unlink(dst.c_str());
     return outcome;
@@ -143,15 +200,21 @@ CopyOutcome copy_new_file(const std::string& src, const std::string& dst, const 
 
 }  // namespace relay_hub
 
-int Gfile_copy_file(const std::string& src, const std::string& dst, Gfile_cancel_test cancel_fn,
-                    void* cancel_arg) {
-    const relay_hub::CopyOutcome outcome =
-        relay_hub::copy_new_file(src, dst, {cancel_fn, cancel_arg}, relay_hub::SyncTime::now);
+namespace {
+
+int told(const relay_hub::CopyOutcome& outcome, const std::string& dst) {
     if (outcome.error_number == 0)
         return 0;
-    relay_hub::report_error(FILE_OP_LINE(710), outcome.error_number, dst);
+    relay_hub::report_error({relay_hub::kFileOpUnit, "Gfile_copy_file", 710}, outcome.error_number, dst);
     errno = outcome.error_number;
     return -1;
+}
+
+}  // namespace
+
+int Gfile_copy_file(const std::string& src, const std::string& dst, Gfile_cancel_test cancel_fn,
+                    void* cancel_arg) {
+    return told(relay_hub::copy_new_file(src, dst, {cancel_fn, cancel_arg}, {}), dst);
 }
 
 int low_copy_file(const char* src, const char* dst) {
@@ -160,9 +223,5 @@ int low_copy_file(const char* src, const char* dst) {
         std::perror("Source file or Destination file wrong!");
         return -1;
     }
-    if (Gfile_copy_file(src, dst, nullptr, nullptr) != 0)
-        return -1;
-    if (duplicate_file_mode(src, dst) != 0 || duplicate_file_owner(src, dst) != 0)
-        return -1;
-    return 0;
+    return told(relay_hub::copy_new_file(src, dst, {}, {relay_hub::SyncTime::now, true}), dst);
 }

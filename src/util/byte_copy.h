@@ -2,10 +2,20 @@
 // Moving the bytes of one file. Workers only; a result carries the errno of what failed, and nothing is told
 // here.
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "base/file_descriptor.h"
-#include "util/file_op.h"
+#include "base/sync_batch.h"
+
+// Copies the bytes of src (no link) into a new file dst and syncs it. The cancel test runs before each
+// write; 0 from it ends the copy with success and what was written so far. A null test never cancels. 0, or
+// -1 with errno set, a diagnostic, and no dst made by this call left behind.
+using Gfile_cancel_test = int (*)(void* argument);
+int Gfile_copy_file(const std::string& src, const std::string& dst, Gfile_cancel_test cancel_fn,
+                    void* cancel_arg);
+// Copies src with mode and owner into a new file dst and syncs it. 0, or -1 and a diagnostic.
+int low_copy_file(const char* src, const char* dst);
 
 namespace relay_hub {
 
@@ -16,35 +26,34 @@ struct CancelTest {
     [[nodiscard]] bool cancelled() const { return function != nullptr && function(argument) == 0; }
 };
 
-// Whether a file must be on the disk when the call returns, or may be left to a SyncBatch.
-enum class SyncTime { now, later };
-
 struct CopyOutcome {
     int error_number = 0;  // 0 unless the copy failed
     bool cancelled = false;
     bool synced = false;
+    bool write_back_began = false;  // so much was written that a sync should follow at once
     std::uint64_t bytes = 0;
 
     [[nodiscard]] bool complete() const { return error_number == 0 && !cancelled; }
 };
 
-// A source opened for reading, links refused. Empty with errno set when it cannot be read from its start.
+// A regular file opened for reading, links refused. Empty with errno set when it is none or cannot be read.
 FileDescriptor open_source(const std::string& path);
 
-// Copies what source still gives to the end of target. Big files are synced whatever sync_time says; a
-// cancelled copy never is.
-CopyOutcome copy_content(int source, int target, const CancelTest& cancel, SyncTime sync_time);
+// Told how far into the file the copy has come, in bytes, after each piece.
+using CopyWatch = std::function<void(std::uint64_t position)>;
 
-// Copies the content of src into the new file dst (0600). Cancelling leaves what was written; a failure
-// leaves no dst, unless dst was there before: then EEXIST and dst untouched.
+// Copies source from its start into the empty target; holes stay holes. Nothing is synced.
+CopyOutcome copy_content(int source, int target, const CancelTest& cancel, const CopyWatch& watch = nullptr);
+
+// Big files are synced whatever sync_time says; a cancelled copy never is.
+struct NewFile {
+    SyncTime sync_time = SyncTime::now;
+    bool take_attributes = false;  // else the file stays 0600
+};
+
+// Copies src into the new file dst. Cancelling leaves what was written; a failure leaves no dst, unless dst
+// was there before: then EEXIST and dst untouched.
 CopyOutcome copy_new_file(const std::string& src, const std::string& dst, const CancelTest& cancel,
-                          SyncTime sync_time);
-
-// Copies src with mode and owner over the existing entry dst, through a temporary file beside it that is on
-// the disk before it takes dst's name. Unless the outcome is complete, dst is as it was.
-CopyOutcome replace_file(const std::string& src, const std::string& dst, const CancelTest& cancel);
-
-// Puts a link with the given text in the place of the existing entry dst. 0, or errno with dst as it was.
-int replace_link(const std::string& link_text, const std::string& dst);
+                          NewFile options, const CopyWatch& watch = nullptr);
 
 }  // namespace relay_hub

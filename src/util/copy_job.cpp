@@ -1,72 +1,84 @@
+#include "util/copy_job.h"
+
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <exception>
-#include <utility>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <vector>
 
 #include "base/glib_owners.h"
+#include "base/path_text.h"
 #include "base/translated_text.h"
+#include "util/Zev_file_op.h"
 #include "util/byte_copy.h"
+#include "util/entry_copy.h"
 #include "util/file_identity.h"
-#include "util/file_op.h"
 #include "util/file_op_unit.h"
 #include "util/job_failures.h"
-#include "util/sync_batch.h"
-#include "util/temporary_file.h"
+#include "util/tree_walk.h"
 #include "util/user_questions.h"
 
 namespace {
 
-using relay_hub::CopyOutcome;
 using relay_hub::note_failure;
 using relay_hub::report;
 using relay_hub::translated;
+using relay_hub::WalkEntry;
 
-constexpr int kWalkDescriptors = 500;
 constexpr int kGoOn = 0;
 constexpr int kStop = -1;
 constexpr int kCopyIt = 1;
 constexpr int kFlagFile = 0;
 constexpr int kFlagFolder = 1;
 constexpr int kClosedByWindowManager = -4;
-constexpr const char* kSameFile = "source and destination are the same file";
-constexpr const char* kIntoItself = "a folder cannot be copied into itself";
-
-// A folder whose attributes wait until its content is there.
-struct WaitingFolder {
-    std::string src;
-    std::string dst;
-    mode_t new_folder_mode =
-        0;  // for a folder made by this job; an existing one takes all of src's attributes
-    bool existed = false;
-};
 
 // What one run of the job keeps beside the globals.
 struct CopyRun {
-    struct stat root {};  // of the source being walked
-    std::vector<WaitingFolder> waiting_folders;
-    relay_hub::SyncBatch batch;
-    bool stopped = false;  // by a step of the walk, which has told why
+    explicit CopyRun(__task_list* job) : entries(job) {}
+
+    relay_hub::EntryCopy entries;
+    struct stat root {};                      // of the source being walked
+    std::vector<std::uint64_t> source_items;  // how many entries each source has
+    std::uint64_t visited = 0;                // of the source being walked
+    // Access times of the folders, by device and inode, from before the counting read them.
+    std::map<std::pair<dev_t, ino_t>, timespec> folder_times;
+    bool skip_all = false;
+    bool only_this_entry = false;  // what stopped the last step concerns no other entry
     bool stopped_by_user = false;
 };
 
-CopyRun copy_run;
+std::unique_ptr<CopyRun> copy_run;
 
 void show_error(const char* primary, const std::string& secondary) {
     if (relay_hub::UserQuestions* questions = relay_hub::get_user_questions())
         questions->show_error(primary, secondary);
 }
 
-int ask_overwrite(const std::string& dst) {
+relay_hub::FileFacts facts_of(const struct stat& status) {
+    return {S_ISDIR(status.st_mode), static_cast<std::uint64_t>(status.st_size), status.st_mtim};
+}
+
+int ask_overwrite(const struct stat& source, const std::string& dst) {
     const relay_hub::GText shown(g_filename_display_name(dst.c_str()));
     relay_hub::UserQuestions* questions = relay_hub::get_user_questions();
     if (questions == nullptr)
         return kClosedByWindowManager;
-    return questions->ask_overwrite(relay_hub::fill_translated("IDS_EXIST_FILE_NAME", {shown.get()}) + " ?");
+    relay_hub::OverwriteQuestion question{relay_hub::fill_translated("IDS_EXIST_FILE_NAME", {shown.get()}) +
+                                          " ?"};
+    question.incoming = facts_of(source);
+    struct stat target {};
+    if (lstat(dst.c_str(), &target) == 0)
+        question.existing = facts_of(target);
+    return questions->ask_overwrite(question);
 }
 
 // The result for file_op_check; sets cp_st and cp_op.
@@ -91,165 +103,74 @@ int act_on_answer(int answer) {
             return row.result;
         }
     }
+    if (answer == kRequestSkipAll) {
+        copy_run->skip_all = true;
+        return act_on_answer(REQUEST_NO);
+    }
     if (answer == REQUEST_CANCEL)
         std::puts("request REQUEST_CANCEL");
     else
         report({relay_hub::kFileOpUnit, "file_op_check", 1438}, "no capture any response!", answer);
-    copy_run.stopped_by_user = true;
+    copy_run->stopped_by_user = true;
     return kStop;
-}
-
-void put_on_disk() {
-    const relay_hub::CallSite site = FILE_OP_HERE;
-    copy_run.batch.flush([&site](const std::string& path, int error_number) {
-        note_failure(tasks, site, path, error_number);
-    });
-}
-
-void copy_file_entry(const std::string& src, const std::string& dst) {
-    const relay_hub::CancelTest cancel{check_cancel, tasks};
-    const bool replace = cp_op == OVERRIDE_YES;
-    if (replace)
-        std::printf("OVERRIDE_YES: remove %s\n", dst.c_str());
-    std::printf("copy [%s] file to [%s]\n", src.c_str(), dst.c_str());
-    const CopyOutcome outcome =
-        replace ? relay_hub::replace_file(src, dst, cancel)
-                : relay_hub::copy_new_file(src, dst, cancel, copy_run.batch.time_for(dst));
-    if (outcome.error_number != 0) {
-        note_failure(tasks, {relay_hub::kFileOpUnit, "Gfile_copy_file", 710}, dst, outcome.error_number);
-        return;
-    }
-    if (!replace) {
-        (void)duplicate_file_mode(src, dst);
-        (void)duplicate_file_owner(src, dst);
-    }
-    if (outcome.synced)
-        copy_run.batch.add(dst);
-    else if (!outcome.cancelled)
-        copy_run.batch.add_unsynced(dst, outcome.bytes);
-    if (copy_run.batch.is_full())
-        put_on_disk();
-}
-
-// The link's text, whatever its length. 0 or errno.
-int read_link_text(const std::string& path, std::string* text) {
-    text->resize(256);
-    while (true) {
-        const ssize_t length = readlink(path.c_str(), text->data(), text->size());
-        if (length < 0)
-            return errno;
-        if (static_cast<std::size_t>(length) < text->size()) {
-            text->resize(static_cast<std::size_t>(length));
-            return 0;
-        }
-        text->resize(text->size() * 2);
-    }
-}
-
-int make_link(const std::string& text, const std::string& dst) {
-    return symlink(text.c_str(), dst.c_str()) == 0 ? 0 : errno;
-}
-
-void copy_link_entry(const std::string& src, const std::string& dst, bool to_folder) {
-    const bool replace = cp_op == OVERRIDE_YES;
-    if (replace)
-        std::printf("OVERRIDE_YES: unlink %s\n", dst.c_str());
-    std::printf("copy [%s] symbolic link %sto [%s]\n", src.c_str(), to_folder ? "directory " : "",
-                dst.c_str());
-    std::string text;
-    int error = read_link_text(src, &text);
-    if (error == 0)
-        error = replace ? relay_hub::replace_link(text, dst) : make_link(text, dst);
-    if (error != 0)
-        note_failure(tasks, FILE_OP_HERE, dst, error);
-    else
-        copy_run.batch.add(dst);
-}
-
-int make_folder(const std::string& src, const struct stat& status, const std::string& dst) {
-    std::printf("makdir [%s] directory to [%s]\n", src.c_str(), dst.c_str());
-    if (mkdir(dst.c_str(), (status.st_mode & ALLPERMS) | S_IRWXU) != 0) {
-        const int mkdir_error = errno;
-        std::perror("create directory fail!");
-        note_failure(tasks, FILE_OP_HERE, dst, mkdir_error);
-        return kStop;
-    }
-    if ((status.st_mode & S_IRWXU) != S_IRWXU)
-        copy_run.waiting_folders.push_back({src, dst, status.st_mode & ALLPERMS, false});
-    copy_run.batch.add(dst);
-    return kGoOn;
-}
-
-int merge_into_folder(const std::string& src, const struct stat& status, const std::string& dst) {
-    struct stat target {};
-    if (stat(dst.c_str(), &target) == 0 && !S_ISDIR(target.st_mode)) {
-        note_failure(tasks, FILE_OP_HERE, dst, ENOTDIR);
-        return FTW_SKIP_SUBTREE;
-    }
-    // An existing destination can be a link that leads back into what is being copied.
-    if (relay_hub::lies_within(dst, copy_run.root)) {
-        note_failure(tasks, FILE_OP_HERE, dst, kIntoItself);
-        return FTW_SKIP_SUBTREE;
-    }
-    std::printf("OVERRIDE_YES: change attribute [%s] to [%s]\n", src.c_str(), dst.c_str());
-    (void)chmod(dst.c_str(), (status.st_mode & ALLPERMS) | S_IRWXU);
-    copy_run.waiting_folders.push_back({src, dst, 0, true});
-    relay_hub::sweep_temporary_files(dst);
-    return kGoOn;
-}
-
-void finish_folder(const WaitingFolder& folder) {
-    if (folder.existed) {
-        (void)duplicate_file_mode(folder.src, folder.dst);
-        (void)duplicate_file_owner(folder.src, folder.dst);
-        (void)duplicate_file_access_time(folder.src, folder.dst);
-        (void)duplicate_file_modify_time(folder.src, folder.dst);
-        return;
-    }
-    // The owner's rights were widened at creation; the others have been through the umask already.
-    struct stat made {};
-    if (lstat(folder.dst.c_str(), &made) != 0 ||
-        chmod(folder.dst.c_str(), made.st_mode & ALLPERMS & (folder.new_folder_mode | ~mode_t{S_IRWXU})) != 0)
-        relay_hub::report_error(FILE_OP_HERE, errno, folder.dst);
-}
-
-// Deepest first: a folder that loses its search permission hides what is below it.
-void finish_waiting_folders() {
-    for (auto folder = copy_run.waiting_folders.rbegin(); folder != copy_run.waiting_folders.rend(); ++folder)
-        finish_folder(*folder);
-    copy_run.waiting_folders.clear();
 }
 
 int poll_job() {
     if (relay_hub::wait_while_paused(&tasks->state) != TASK_CANCEL)
         return kGoOn;
     report({relay_hub::kFileOpUnit, "tree_walk_copy", 1335}, "TASK_CANCEL");
-    copy_run.stopped_by_user = true;
+    copy_run->stopped_by_user = true;
     return kStop;
 }
 
-// What nftw says of a link, in the words of a walk that follows them.
-int flag_of(const char* path, int walk_flag) {
-    if (walk_flag != FTW_SL && walk_flag != FTW_SLN)
-        return walk_flag;
-    struct stat target {};
-    return stat(path, &target) == 0 && S_ISDIR(target.st_mode) ? kFlagFolder : kFlagFile;
+std::string destination_of(const std::string& path) {
+    const std::size_t base = std::min(static_cast<std::size_t>(source_base_path_length), path.size());
+    return relay_hub::join_local_path(dest_path, path.substr(base));
 }
 
-int walk_step(const char* path, const struct stat* status, int walk_flag, struct FTW* /*place*/) {
+// Tells of an entry that nothing else depends on.
+int refuse(const std::string& src, const std::string& reason) {
+    note_failure(tasks, FILE_OP_HERE, src, reason, {src, destination_of(src)});
+    copy_run->only_this_entry = true;
+    return kStop;
+}
+
+// In the words of a walk that follows links.
+int flag_of(const WalkEntry& entry) {
+    if (entry.flag != FTW_SL)
+        return entry.flag;
+    struct stat target {};
+    return stat(entry.path.c_str(), &target) == 0 && S_ISDIR(target.st_mode) ? kFlagFolder : kFlagFile;
+}
+
+int copy_walked_entry(const WalkEntry& entry) {
+    const bool unreadable = entry.flag == FTW_DNR && (entry.broken_off || entry.error_number != EACCES);
+    if (unreadable)
+        return refuse(entry.path, relay_hub::error_text(entry.error_number));
+    // Reached once more through a mount.
+    if (entry.flag == FTW_D && copy_run->entries.made(entry.status))
+        return refuse(entry.path, translated("IDS_REASON_INTO_ITSELF"));
+    struct stat status = entry.status;
+    if (const auto known = copy_run->folder_times.find({status.st_dev, status.st_ino});
+        known != copy_run->folder_times.end())
+        status.st_atim = known->second;
+    return do_copy_callback(entry.path.c_str(), &status, flag_of(entry));
+}
+
+int walk_step(const WalkEntry& entry) {
+    copy_run->only_this_entry = false;
     int result = kStop;
     try {
-        result = do_copy_callback(path, status, flag_of(path, walk_flag));
+        result = copy_walked_entry(entry);
     } catch (const std::exception&) {
-        relay_hub::report_error(FILE_OP_HERE, ENOMEM, path);
+        relay_hub::report_error(FILE_OP_HERE, ENOMEM, entry.path);
     }
-    copy_run.stopped = result == kStop;
-    return result;
-}
-
-std::string destination_of(const char* path) {
-    const std::size_t base = std::min(static_cast<std::size_t>(source_base_path_length), std::strlen(path));
-    return dest_path + (path + base);
+    if (!entry.broken_off) {
+        ++copy_run->visited;
+        const bool has_bytes = S_ISREG(entry.status.st_mode);
+        tasks->counters.finish_item(has_bytes ? static_cast<std::uint64_t>(entry.status.st_size) : 0);
+    }
+    return result == kStop && copy_run->only_this_entry ? FTW_SKIP_SUBTREE : result;
 }
 
 // A folder is never copied into itself: its copy would be part of what is copied, without end.
@@ -257,48 +178,109 @@ bool copies_into_itself(const std::string& source) {
     struct stat status {};
     if (lstat(source.c_str(), &status) != 0 || !S_ISDIR(status.st_mode))
         return false;
-    copy_run.root = status;
-    const std::string target = destination_of(source.c_str());
+    copy_run->root = status;
+    const std::string target = destination_of(source);
     const relay_hub::GText parent(g_path_get_dirname(target.c_str()));
     struct stat there {};
     return relay_hub::lies_within(parent.get(), status) ||
            (lstat(target.c_str(), &there) == 0 && relay_hub::is_same_entry(there, status));
 }
 
-std::string without_trailing_slashes(std::string path) {
+// The source by a path that ends in its name: what ends in ".", ".." is resolved. Nothing when it has none,
+// or is not there.
+std::optional<std::string> named_path(std::string path) {
     while (path.size() > 1 && path.back() == '/')
         path.pop_back();
-    return path;
+    const std::string name = path.substr(path.rfind('/') + 1);
+    if (name != "." && name != ".." && !name.empty())
+        return path;
+    const std::unique_ptr<char, decltype(&std::free)> resolved(realpath(path.c_str(), nullptr), std::free);
+    if (resolved == nullptr || std::string_view(resolved.get()) == "/")
+        return std::nullopt;
+    return resolved.get();
+}
+
+// Where the walk ends before the source's end, that is told of the source, too.
+void tell_unfinished(const std::string& source, std::uint64_t items) {
+    const std::uint64_t left = items - std::min(items, copy_run->visited);
+    if (!copy_run->stopped_by_user && left > 0)
+        note_failure(tasks, FILE_OP_HERE, source,
+                     relay_hub::fill_translated("IDS_REASON_STOPPED_EARLY", {std::to_string(left)}),
+                     {source, destination_of(source)});
 }
 
 // False when the whole job ends.
-bool copy_source(const std::string& source) {
+bool copy_source(const std::string& source, std::uint64_t items) {
     const relay_hub::GText parent(g_path_get_dirname(source.c_str()));
     source_base_path_length = static_cast<int>(std::strlen(parent.get()));
-    copy_run.root = {};
+    copy_run->root = {};
+    copy_run->visited = 0;
+    int result = kGoOn;
     if (copies_into_itself(source)) {
-        note_failure(tasks, FILE_OP_HERE, source, kIntoItself);
-        source_base_path_length = 0;
-        return true;
+        note_failure(tasks, FILE_OP_HERE, source, translated("IDS_REASON_INTO_ITSELF"));
+    } else {
+        result = relay_hub::walk_tree(source, walk_step);
+        if (result != kGoOn)
+            tell_unfinished(source, items);
+        copy_run->entries.finish_folders();
     }
-    const int result = nftw(source.c_str(), walk_step, kWalkDescriptors, FTW_PHYS | FTW_ACTIONRETVAL);
-    if (result != kGoOn && !copy_run.stopped)
-        note_failure(tasks, FILE_OP_HERE, source, errno);
     source_base_path_length = 0;
-    finish_waiting_folders();
     return result == kGoOn;
+}
+
+const std::string& folder_of_item(std::size_t index) {
+    return index < tasks->item_folders.size() ? tasks->item_folders[index] : tasks->folder;
+}
+
+void note_untried(std::size_t first) {
+    for (std::size_t index = first; index < tasks->items.size(); ++index) {
+        const std::string& source = tasks->items[index];
+        const std::string name = source.substr(source.rfind('/') + 1);
+        note_failure(tasks, FILE_OP_HERE, source, ECANCELED,
+                     {source, relay_hub::join_local_path(folder_of_item(index), name)});
+    }
 }
 
 void copy_all_sources() {
     for (std::size_t index = 0; index < tasks->items.size(); ++index) {
         if (poll_job() != kGoOn)
             return;
-        if (copy_source(without_trailing_slashes(tasks->items[index])))
+        dest_path = folder_of_item(index);
+        const std::optional<std::string> source = named_path(tasks->items[index]);
+        if (!source) {
+            note_failure(tasks, FILE_OP_HERE, tasks->items[index], translated("IDS_REASON_NO_NAME"));
             continue;
-        if (!copy_run.stopped_by_user)
-            note_untried_items(tasks, FILE_OP_HERE, index + 1);
+        }
+        if (copy_source(*source, copy_run->source_items[index]))
+            continue;
+        if (!copy_run->stopped_by_user)
+            note_untried(index + 1);
         return;
     }
+}
+
+// What the job will go through, for whoever watches it. Ends early on a cancel.
+void count_sources() {
+    std::uint64_t items = 0;
+    std::uint64_t bytes = 0;
+    const auto count = [&](const WalkEntry& entry) {
+        if (entry.broken_off)
+            return kGoOn;
+        ++items;
+        if (S_ISDIR(entry.status.st_mode))
+            copy_run->folder_times.try_emplace({entry.status.st_dev, entry.status.st_ino},
+                                               entry.status.st_atim);
+        bytes += S_ISREG(entry.status.st_mode) ? static_cast<std::uint64_t>(entry.status.st_size) : 0;
+        return get_atomic(&tasks->state) == TASK_CANCEL ? kStop : kGoOn;
+    };
+    for (const std::string& item : tasks->items) {
+        const std::uint64_t before = items;
+        const std::optional<std::string> source = named_path(item);
+        if (source)
+            (void)relay_hub::walk_tree(*source, count);
+        copy_run->source_items.push_back(items - before);
+    }
+    tasks->counters.set_totals(items, bytes);
 }
 
 bool destination_is_writable() {
@@ -327,20 +309,24 @@ int file_op_check(const std::string& src, const std::string& dst, const struct s
     if (lstat(src.c_str(), &source) != 0) {
         const int lstat_error = errno;
         report(FILE_OP_LINE(1362), "file/dir not exist!");
-        note_failure(tasks, FILE_OP_HERE, src, lstat_error);
-        return kStop;
+        return refuse(src, relay_hub::error_text(lstat_error));
     }
+    const bool link = S_ISLNK(source.st_mode);
+    const bool special = !link && !S_ISREG(source.st_mode) && !S_ISDIR(source.st_mode);
     // A link is made anew from its text; whether its target is there or may be read does not matter.
     __file_permission permission;
     permission.readable = 1;
-    if (!S_ISLNK(source.st_mode) && Gfile_check_file_type_permission(src, &permission) != 0) {
+    if (!link && Gfile_check_file_type_permission(src, &permission) != 0) {
         const int probe_error = errno;
         report(FILE_OP_LINE(1372), "can't get file permission!");
-        note_failure(tasks, FILE_OP_HERE, src, probe_error);
-        return kStop;
+        return refuse(src,
+                      special ? translated("IDS_REASON_SPECIAL_FILE") : relay_hub::error_text(probe_error));
     }
+    if (special)
+        return refuse(src, translated("IDS_REASON_SPECIAL_FILE"));
     if (permission.readable == 0) {
-        note_failure(tasks, FILE_OP_HERE, src, EACCES);
+        note_failure(tasks, FILE_OP_HERE, src, EACCES, {src, dst});
+        tasks->failures.back().told = relay_hub::get_user_questions() != nullptr;
         show_error(translated("IDS_MSG_TITLE_ERROR"), std::string(translated("IDS_ERROR_DISPLAY")) + "\n" +
                                                           translated("IDS_ERROR_NO_PERMISSION"));
         return kGoOn;
@@ -350,40 +336,40 @@ int file_op_check(const std::string& src, const std::string& dst, const struct s
         return kCopyIt;
     }
     if (relay_hub::replaces_its_source(src, source, dst)) {
-        note_failure(tasks, FILE_OP_HERE, src, kSameFile);
+        note_failure(tasks, FILE_OP_HERE, src, translated("IDS_REASON_ONTO_ITSELF"));
         return S_ISDIR(source.st_mode) ? FTW_SKIP_SUBTREE : kGoOn;
     }
     if (cp_st == 1) {
         cp_op = OVERRIDE_YES;
         return kCopyIt;
     }
-    return act_on_answer(ask_overwrite(dst));
+    return act_on_answer(copy_run->skip_all ? REQUEST_NO : ask_overwrite(source, dst));
 }
 
 int tree_walk_copy(const std::string& src, const struct stat* status, int flag, const std::string& dst) {
     const bool link = S_ISLNK(status->st_mode);
+    const bool replace = cp_op == OVERRIDE_YES;
+    relay_hub::EntryCopy& entries = copy_run->entries;
     int result = kGoOn;
     switch (flag) {
         case kFlagFile:
-            if (link)
-                copy_link_entry(src, dst, false);
-            else
-                copy_file_entry(src, dst);
-            break;
         case kFlagFolder:
             if (link)
-                copy_link_entry(src, dst, true);
+                entries.copy_link(src, *status, dst, replace, flag == kFlagFolder);
+            else if (flag == kFlagFile)
+                entries.copy_file(src, dst, replace);
+            else if (replace)
+                result = entries.merge_folder(src, *status, dst, copy_run->root) ? kGoOn : FTW_SKIP_SUBTREE;
             else
-                result = cp_op == OVERRIDE_YES ? merge_into_folder(src, *status, dst)
-                                               : make_folder(src, *status, dst);
+                result = entries.make_folder(src, *status, dst) ? kGoOn : kStop;
             break;
         case FTW_DNR:
             std::printf("%s can't read this directory\n", src.c_str());
-            note_failure(tasks, FILE_OP_HERE, src, EACCES);
+            note_failure(tasks, FILE_OP_HERE, src, EACCES, {src, dst});
             break;
         case FTW_NS:
             std::printf("%s is permission death\n", src.c_str());
-            note_failure(tasks, FILE_OP_HERE, src, EACCES);
+            note_failure(tasks, FILE_OP_HERE, src, EACCES, {src, dst});
             break;
         case FTW_SL:
             std::printf("%s is symbolic link\n", src.c_str());
@@ -414,12 +400,13 @@ int Gfile_local_copy(void* job) {
         return 0;
     cp_st = 0;
     cp_op = OVERRIDE_NO;
-    copy_run = {};
-    relay_hub::sweep_temporary_files(dest_path);
+    copy_run = std::make_unique<CopyRun>(tasks);
+    count_sources();
+    relay_hub::sweep_folder(dest_path);
     copy_all_sources();
     // Nobody waits for a cancelled copy to reach the disk.
     if (get_atomic(&tasks->state) != TASK_CANCEL)
-        put_on_disk();
-    copy_run = {};
+        copy_run->entries.put_on_disk();
+    copy_run.reset();
     return 0;
 }

@@ -1,10 +1,11 @@
+#include "util/file_attributes.h"
+
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utime.h>
 
 #include <cerrno>
 
-#include "util/file_op.h"
 #include "util/file_op_unit.h"
 
 namespace {

@@ -1,5 +1,5 @@
 #pragma once
-// How the sources behind file_op.h and trash.h name themselves in diagnostics: as one unit, whichever of
+// How the sources of local file operations name themselves in diagnostics: as one unit, whichever of
 // them speaks.
 #include "base/diagnostics.h"
 

@@ -2,6 +2,10 @@
 
 #include <glib.h>
 
+#include <algorithm>
+#include <set>
+#include <utility>
+
 pthread_mutex_t fast_mutex = PTHREAD_MUTEX_INITIALIZER;
 
 namespace {
@@ -58,6 +62,50 @@ int free_task_list(__task_list* task) {
 }
 
 namespace relay_hub {
+
+JobProgress JobCounters::snapshot() const {
+    const std::lock_guard lock(mutex_);
+    JobProgress progress = finished_;
+    progress.bytes_done += position_;
+    // What grew since it was counted.
+    progress.items_total = std::max(progress.items_total, progress.items_done);
+    progress.bytes_total = std::max(progress.bytes_total, progress.bytes_done);
+    return progress;
+}
+
+void JobCounters::set_totals(std::uint64_t items, std::uint64_t bytes) {
+    const std::lock_guard lock(mutex_);
+    finished_.items_total = items;
+    finished_.bytes_total = bytes;
+    finished_.counted = true;
+}
+
+void JobCounters::move_to(std::uint64_t position) {
+    const std::lock_guard lock(mutex_);
+    position_ = std::max(position_, position);
+}
+
+void JobCounters::finish_item(std::uint64_t bytes) {
+    const std::lock_guard lock(mutex_);
+    ++finished_.items_done;
+    finished_.bytes_done += std::max(bytes, position_);
+    position_ = 0;
+}
+
+TaskListPtr retry_job(const __task_list& job) {
+    TaskListPtr retry(new_task_list());
+    retry->task_kind = job.task_kind;
+    retry->folder = job.folder;
+    std::set<std::string> seen;
+    for (const __task_failure& failure : job.failures) {
+        if (failure.source.empty() || !seen.insert(failure.source).second)
+            continue;
+        retry->items.push_back(failure.source);
+        if (job.task_kind == TASK_COPY)
+            retry->item_folders.push_back(failure.destination.substr(0, failure.destination.rfind('/') + 1));
+    }
+    return retry->items.empty() ? nullptr : std::move(retry);
+}
 
 int wait_while_paused(volatile int* where) {
     const FastLock lock;

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -32,9 +33,43 @@ extern pthread_mutex_t fast_mutex;
 
 // One entry that a local job could not handle.
 struct __task_failure {
-    std::string path;
-    std::string reason;
+    std::string path;           // what the user is told of
+    std::string reason;         // in the user's language
+    std::string source{};       // what to try again; empty when nothing can be
+    std::string destination{};  // copy: the full path that source was to get
+    bool told = false;          // a box has told it already: the summary leaves it out
 };
+
+namespace relay_hub {
+
+// How far a job has come. Of a copy every entry counts, of a delete what was selected, without bytes.
+struct JobProgress {
+    std::uint64_t items_done = 0;
+    std::uint64_t items_total = 0;
+    std::uint64_t bytes_done = 0;
+    std::uint64_t bytes_total = 0;
+    bool counted = false;  // the totals are known
+};
+
+// Kept by the worker, read by whoever watches the job. Any thread; never goes back.
+class JobCounters {
+  public:
+    // One consistent state.
+    [[nodiscard]] JobProgress snapshot() const;
+
+    void set_totals(std::uint64_t items, std::uint64_t bytes);
+    // The current item has come so far, in bytes.
+    void move_to(std::uint64_t position);
+    // The current item, of that size, is done with, whatever became of it.
+    void finish_item(std::uint64_t bytes);
+
+  private:
+    mutable std::mutex mutex_;
+    JobProgress finished_;        // guarded by mutex_
+    std::uint64_t position_ = 0;  // in the current item; guarded by mutex_
+};
+
+}  // namespace relay_hub
 
 // The record of one local copy or delete. The window fills it, the worker reads it and writes state,
 // finished and failures; failures are read by the window after the join only.
@@ -44,8 +79,8 @@ struct __task_list {
     int task_kind = TASK_COPY;
     std::vector<std::string> items;  // copy: full source paths; delete: entry names
     std::string folder;              // copy: destination folder; delete: the folder that holds the names
-    std::uint64_t total = 0;
-    std::uint64_t done = 0;
+    std::vector<std::string> item_folders;  // copy: each item's own destination folder; empty: folder for all
+    relay_hub::JobCounters counters;
     std::vector<__task_failure> failures;
 };
 
@@ -63,5 +98,9 @@ struct TaskListDeleter {
     void operator()(__task_list* task) const { free_task_list(task); }
 };
 using TaskListPtr = std::unique_ptr<__task_list, TaskListDeleter>;
+
+// A job of the same kind for what the finished job could not handle. Null when there is nothing of it that
+// could be tried again.
+TaskListPtr retry_job(const __task_list& job);
 
 }  // namespace relay_hub

@@ -9,13 +9,11 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
-#include <cstring>
 
 #include "base/diagnostics.h"
 #include "base/file_descriptor.h"
-#include "base/folder_handle.h"
-#include "util/file_op_unit.h"
+#include "base/remove_tree.h"
+#include "util/tree_walk.h"
 
 namespace relay_hub {
 namespace {
@@ -102,49 +100,23 @@ bool ended_well(pid_t child) {
     return waited == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
-std::string first_line(const std::string& text) {
-    return text.substr(0, text.find('\n'));
+// mv says "mv: cannot ...: REASON", the reason being what the system says, in the user's language.
+std::string reason_in(const std::string& said) {
+    const std::string line = said.substr(0, said.find('\n'));
+    const std::size_t colon = line.rfind(": ");
+    return colon == std::string::npos ? error_text(EIO) : line.substr(colon + 2);
 }
 
 // True when some entry below copy has no counterpart below original any more.
 bool holds_more(const std::string& copy, const std::string& original) {
-    const FolderHandle folder = open_folder(copy);
-    if (!folder)
-        return true;
-    while (const dirent* entry = readdir(folder.get())) {
-        if (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0)
-            continue;
-        const std::string inner_copy = copy + "/" + entry->d_name;
-        const std::string inner_original = original + "/" + entry->d_name;
+    bool more = false;
+    const int walked = walk_tree(copy, [&](const WalkEntry& entry) {
         struct stat status {};
-        if (lstat(inner_original.c_str(), &status) != 0)
-            return true;
-        if (S_ISDIR(status.st_mode) && holds_more(inner_copy, inner_original))
-            return true;
-    }
-    return false;
-}
-
-void remove_tree(int parent, const char* name) {
-    if (unlinkat(parent, name, 0) == 0 || (errno != EISDIR && errno != EPERM))
-        return;
-    const FileDescriptor search(openat(parent, name, O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (!search)
-        return;
-    // A copied folder may have been made read-only already.
-    (void)fchmodat(parent, name, S_IRWXU, 0);
-    FileDescriptor fd(openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (!fd)
-        return;
-    const FolderHandle folder(fdopendir(fd.get()));
-    if (!folder)
-        return;
-    (void)fd.release();
-    while (const dirent* entry = readdir(folder.get())) {
-        if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0)
-            remove_tree(dirfd(folder.get()), entry->d_name);
-    }
-    (void)unlinkat(parent, name, AT_REMOVEDIR);
+        more = entry.error_number != 0 ||
+               lstat((original + entry.path.substr(copy.size())).c_str(), &status) != 0;
+        return more ? -1 : 0;
+    });
+    return more || walked != 0;
 }
 
 }  // namespace
@@ -163,7 +135,7 @@ MoveEnd run_mv(const std::string& path, const std::string& target, const CancelT
         (void)write_all(STDERR_FILENO, said.data(), said.size());
     if (ended_well(move.child))
         return MoveEnd::moved;
-    *reason = said.empty() ? "mv failed" : first_line(said);
+    *reason = reason_in(said);
     return cancelled ? MoveEnd::cancelled : MoveEnd::failed;
 }
 
@@ -175,7 +147,7 @@ bool discard_copy(const std::string& folder, const std::string& path) {
     struct stat status {};
     if (lstat(path.c_str(), &status) != 0 || (S_ISDIR(status.st_mode) && holds_more(copy, path)))
         return false;
-    remove_tree(AT_FDCWD, folder.c_str());
+    (void)remove_tree(AT_FDCWD, folder, FolderRights::widen, nullptr);
     return true;
 }
 

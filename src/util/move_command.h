@@ -9,8 +9,8 @@ namespace relay_hub {
 
 enum class MoveEnd { moved, failed, cancelled };
 
-// Runs mv on path with target as its destination. When it failed, *reason is what mv said. A cancel ends mv
-// at once.
+// Runs mv on path with target as its destination. When it failed, *reason is why, without the names that mv
+// puts before it. A cancel ends mv at once.
 MoveEnd run_mv(const std::string& path, const std::string& target, const CancelTest& cancel,
                std::string* reason);
 

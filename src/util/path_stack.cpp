@@ -1,8 +1,7 @@
+#include "util/path_stack.h"
+
 #include <cstdio>
 #include <cstring>
-#include <string_view>
-
-#include "util/path_time_text.h"
 
 std::string gPathStack[kPathStackEntries];
 int gTopOfStack = -1;
@@ -57,34 +56,3 @@ int ConvertToRealPath(const char* path, const char* delimiters, std::string& dst
     std::puts("SolveRealPath");
     return SolveRealPath(dst, separator);
 }
-
-namespace relay_hub {
-namespace {
-
-bool is_drive_path(std::string_view path) {
-    return path.size() >= 2 && path[1] == ':' &&
-           ((path[0] >= 'a' && path[0] <= 'z') || (path[0] >= 'A' && path[0] <= 'Z'));
-}
-
-std::string join_path(std::string_view folder, std::string_view name, char separator,
-                      std::string_view separators) {
-    const std::size_t last = folder.find_last_not_of(separators);
-    const std::size_t first = name.find_first_not_of(separators);
-    std::string joined(folder.substr(0, last == std::string_view::npos ? 0 : last + 1));
-    joined += separator;
-    if (first != std::string_view::npos)
-        joined += name.substr(first);
-    return joined;
-}
-
-}  // namespace
-
-std::string join_remote_path(const std::string& folder, const std::string& name) {
-    return is_drive_path(folder) ? join_path(folder, name, '\\', "\\/") : join_path(folder, name, '/', "/");
-}
-
-std::string join_local_path(const std::string& folder, const std::string& name) {
-    return join_path(folder, name, '/', "/");
-}
-
-}  // namespace relay_hub

@@ -1,48 +1,76 @@
+#include "util/replace_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 
-#include "util/byte_copy.h"
-#include "util/temporary_file.h"
+#include "base/file_attributes.h"
+#include "base/temporary_file.h"
 
 namespace relay_hub {
+namespace {
 
-CopyOutcome replace_file(const std::string& src, const std::string& dst, const CancelTest& cancel) {
+// A folder and a name in it, so that the new entry and its temporary name stay in one folder.
+struct Place {
+    FileDescriptor folder;
+    std::string name;
+};
+
+// folder is empty, with errno set, when it cannot be entered.
+Place place_of(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+    return {FileDescriptor(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)),
+            slash == std::string::npos ? path : path.substr(slash + 1)};
+}
+
+CopyOutcome failed(int error_number) {
     CopyOutcome outcome;
-    const FileDescriptor source = open_source(src);
-    if (!source) {
-        outcome.error_number = errno;
-        return outcome;
-    }
-    TemporaryFile part = TemporaryFile::beside(dst);
-    if (!part.valid()) {
-        outcome.error_number = errno;
-        return outcome;
-    }
-    // Synced once it has its attributes.
-    outcome = copy_content(source.get(), part.fd(), cancel, SyncTime::later);
-    if (!outcome.complete())
-        return outcome;
-    // What a file system does not keep is told, and no reason to give up the content.
-    (void)duplicate_file_mode(src, part.path());
-    (void)duplicate_file_owner(src, part.path());
-    outcome.error_number = fsync(part.fd()) == 0 ? part.flush() : errno;
-    outcome.synced = true;
-    if (outcome.error_number == 0)
-        outcome.error_number = part.take_name(dst);
+    outcome.error_number = error_number;
     return outcome;
 }
 
-int replace_link(const std::string& link_text, const std::string& dst) {
-    const std::string part = temporary_path_beside(dst);
-    if (symlink(link_text.c_str(), part.c_str()) != 0)
-        return errno;
-    if (rename(part.c_str(), dst.c_str()) == 0)
-        return 0;
-    const int rename_error = errno;
-    unlink(part.c_str());
-    return rename_error;
+// A file takes the place of an empty folder, too.
+int put_in_place(TemporaryFile& part, const Place& place) {
+    const int error = part.replace(place.name);
+    if (error == EISDIR && unlinkat(place.folder.get(), place.name.c_str(), AT_REMOVEDIR) == 0)
+        return part.replace(place.name);
+    return error;
+}
+
+}  // namespace
+
+CopyOutcome replace_file(const std::string& src, const std::string& dst, const CancelTest& cancel,
+                         const CopyWatch& watch) {
+    const FileDescriptor source = open_source(src);
+    struct stat record {};
+    if (!source || fstat(source.get(), &record) != 0)
+        return failed(errno);
+    const Place place = place_of(dst);
+    if (!place.folder)
+        return failed(errno);
+    TemporaryFile part = TemporaryFile::create(place.folder.get());
+    if (!part.valid())
+        return failed(errno);
+    // Synced once it has its attributes.
+    CopyOutcome outcome = copy_content(source.get(), part.fd(), cancel, watch);
+    if (!outcome.complete())
+        return outcome;
+    outcome.error_number = copy_attributes(source.get(), record, part.fd(), TargetAge::fresh);
+    if (outcome.error_number == 0)
+        outcome.error_number = fsync(part.fd()) == 0 ? part.flush() : errno;
+    outcome.synced = true;
+    if (outcome.error_number == 0)
+        outcome.error_number = put_in_place(part, place);
+    return outcome;
+}
+
+int put_link(const std::string& link_text, const struct stat& record, const std::string& dst, bool replace) {
+    const Place place = place_of(dst);
+    const timespec times[] = {record.st_atim, record.st_mtim};
+    return place.folder ? place_link(place.folder.get(), place.name, link_text, replace, times) : errno;
 }
 
 }  // namespace relay_hub

@@ -1,14 +1,23 @@
 #pragma once
 // A local folder read in two steps: all names in their order, then each entry's record, so that the first
 // rows can be filled while later entries are still being looked at. One thread at a time.
+#include <sys/stat.h>
+
 #include <string>
 #include <vector>
 
 #include "base/folder_handle.h"
 #include "base/glib_owners.h"
-#include "util/file_op.h"
 
 namespace relay_hub {
+
+// One visible entry of a local folder.
+struct FolderEntry {
+    std::string name;
+    struct stat status {};   // of the entry itself, links not followed
+    bool is_folder = false;  // links followed
+    bool vanished = false;   // its lstat failed; status is empty
+};
 
 class SortedFolder {
   public:

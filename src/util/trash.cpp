@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -11,14 +12,14 @@
 
 #include "base/file_descriptor.h"
 #include "base/glib_owners.h"
+#include "base/translated_text.h"
+#include "util/file_identity.h"
 #include "util/file_op_unit.h"
 #include "util/move_command.h"
 
 namespace {
 
-using relay_hub::error_text;
 using relay_hub::FileDescriptor;
-using relay_hub::report_error;
 
 constexpr char kAlphabet[] = "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
 constexpr unsigned kAlphabetSize = sizeof kAlphabet - 1;
@@ -30,21 +31,6 @@ std::string trash_folder() {
     if (folder.empty() || folder.back() != '/')
         folder += '/';
     return folder + "Trash/";
-}
-
-// Makes the entry's own folder in the trash. Its path, or nothing with errno set.
-std::string make_entry_folder(unsigned long salt) {
-    const std::string trash = trash_folder();
-    if (mkdir(trash.c_str(), S_IRWXU) != 0 && errno != EEXIST)
-        return {};
-    std::string name;
-    do {
-        GenTrashName(name, salt);
-        if (mkdir((trash + name).c_str(), 0755) == 0)
-            return trash + name;
-        // Another program may have taken the name since.
-    } while (errno == EEXIST);
-    return {};
 }
 
 std::string info_text(const std::string& path, const struct stat& status) {
@@ -61,8 +47,9 @@ std::string info_text(const std::string& path, const struct stat& status) {
 }
 
 // 0 or errno; a half-written file does not stay.
-int write_info_file(const std::string& path, const std::string& text) {
-    FileDescriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0664));
+int write_info_file(int folder, const std::string& name, const std::string& text) {
+    FileDescriptor file(
+        openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0664));
     if (!file)
         return errno;
     int error = relay_hub::write_all(file.get(), text.data(), text.size());
@@ -70,7 +57,7 @@ int write_info_file(const std::string& path, const std::string& text) {
     if (error == 0)
         error = close_error;
     if (error != 0)
-        unlink(path.c_str());
+        unlinkat(folder, name.c_str(), 0);
     return error;
 }
 
@@ -78,60 +65,8 @@ int state_allows(void* job_state) {
     return job_state != nullptr && get_atomic(static_cast<volatile int*>(job_state)) == TASK_CANCEL ? 0 : -1;
 }
 
-class Run {
-  public:
-    Run(std::vector<__task_failure>* failures, volatile int* job_state)
-        : failures_(failures), cancel_{state_allows, const_cast<int*>(job_state)} {}
-
-    [[nodiscard]] bool cancelled() const { return cancel_.cancelled(); }
-    // False, with errno set, when the info file could not be made.
-    bool trash(const std::string& path);
-
-  private:
-    void note(const std::string& path, const std::string& reason);
-    // False when the entry stays where it was.
-    bool move(const std::string& path, const std::string& folder);
-
-    std::vector<__task_failure>* failures_;
-    relay_hub::CancelTest cancel_;
-};
-
-void Run::note(const std::string& path, const std::string& reason) {
-    relay_hub::report(FILE_OP_HERE, path, ": ", reason);
-    if (failures_ != nullptr)
-        failures_->push_back({path, reason});
-}
-
-bool Run::move(const std::string& path, const std::string& folder) {
-    std::string reason;
-    const relay_hub::MoveEnd end = relay_hub::run_mv(path, folder + "/", cancel_, &reason);
-    if (end == relay_hub::MoveEnd::failed)
-        note(path, reason);
-    // A move that got so far that part of the entry is only in the trash counts as one: what is there stays,
-    // and can be found by its info file.
-    return end == relay_hub::MoveEnd::moved || !relay_hub::discard_copy(folder, path);
-}
-
-bool Run::trash(const std::string& path) {
-    struct stat status {};
-    if (stat(path.c_str(), &status) != 0) {
-        note(path, error_text(errno));
-        return true;
-    }
-    const std::string text = info_text(path, status);
-    const std::string folder = make_entry_folder(reinterpret_cast<unsigned long>(path.c_str()));
-    if (folder.empty()) {
-        note(path, error_text(errno));
-        return true;
-    }
-    if (!move(path, folder))
-        return true;
-    const int info_error = write_info_file(folder + ".info", text);
-    if (info_error == 0)
-        return true;
-    report_error(FILE_OP_HERE, info_error, folder + ".info");
-    errno = info_error;
-    return false;
+std::string last_component(const std::string& path) {
+    return path.substr(path.rfind('/') + 1);
 }
 
 }  // namespace
@@ -154,14 +89,87 @@ void GenTrashName(std::string& out_name, unsigned long salt) {
     }
 }
 
-bool DeleteDirectory(const std::vector<std::string>& paths, std::vector<__task_failure>* failures,
-                     volatile int* job_state) {
-    Run run(failures, job_state);
+bool DeleteDirectory(const std::vector<std::string>& paths) {
+    relay_hub::Trash trash(nullptr);
     for (const std::string& path : paths) {
-        if (run.cancelled())
-            break;
-        if (!run.trash(path))
+        std::string reason;
+        const relay_hub::TrashResult result = trash.put(path, &reason);
+        if (result == relay_hub::TrashResult::no_info)
             return false;
+        if (result == relay_hub::TrashResult::stays)
+            relay_hub::report(FILE_OP_HERE, path, ": ", reason);
     }
     return true;
 }
+
+namespace relay_hub {
+
+bool Trash::open_folder() {
+    if (folder_)
+        return true;
+    const std::string path = trash_folder();
+    if (mkdir(path.c_str(), S_IRWXU) != 0 && errno != EEXIST)
+        return false;
+    folder_.reset(open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    return static_cast<bool>(folder_);
+}
+
+std::string Trash::make_entry_folder(unsigned long salt) const {
+    // Names differ also where one address follows another within a second.
+    static std::atomic<unsigned long> count{0};
+    std::string name;
+    do {
+        GenTrashName(name, salt + count++);
+        if (mkdirat(folder_.get(), name.c_str(), 0755) == 0)
+            return name;
+        // Another program may have taken the name since.
+    } while (errno == EEXIST);
+    return {};
+}
+
+TrashResult Trash::move(const std::string& path, const std::string& entry, std::string* reason) const {
+    const std::string inner = entry + "/" + last_component(path);
+    if (renameat2(AT_FDCWD, path.c_str(), folder_.get(), inner.c_str(), RENAME_NOREPLACE) == 0)
+        return TrashResult::moved;
+    const int rename_error = errno;
+    const std::string folder = trash_folder() + entry;
+    struct stat status {};
+    const bool holds_trash = rename_error == EINVAL && lstat(path.c_str(), &status) == 0 &&
+                             S_ISDIR(status.st_mode) && lies_within(folder, status);
+    // Another file system, or one without the flag.
+    const bool can_be_copied = rename_error == EXDEV || rename_error == EINVAL || rename_error == ENOSYS;
+    if (holds_trash || !can_be_copied) {
+        (void)unlinkat(folder_.get(), entry.c_str(), AT_REMOVEDIR);
+        *reason = holds_trash ? translated("IDS_REASON_INTO_ITSELF") : error_text(rename_error);
+        return TrashResult::stays;
+    }
+    const CancelTest cancel{state_allows, const_cast<int*>(job_state_)};
+    const MoveEnd end = run_mv(path, folder + "/", cancel, reason);
+    // A move that got so far that part of the entry is only in the trash counts as one: what is there stays,
+    // and can be found by its info file.
+    if (end == MoveEnd::moved || !discard_copy(folder, path))
+        return end == MoveEnd::failed ? TrashResult::partly : TrashResult::moved;
+    return end == MoveEnd::failed ? TrashResult::stays : TrashResult::cancelled;
+}
+
+TrashResult Trash::put(const std::string& path, std::string* reason) {
+    struct stat status {};
+    std::string entry;
+    if (lstat(path.c_str(), &status) == 0 && open_folder())
+        entry = make_entry_folder(reinterpret_cast<unsigned long>(path.c_str()));
+    if (entry.empty()) {
+        *reason = error_text(errno);
+        return TrashResult::stays;
+    }
+    const TrashResult result = move(path, entry, reason);
+    if (result == TrashResult::stays || result == TrashResult::cancelled)
+        return result;
+    const int info_error = write_info_file(folder_.get(), entry + ".info", info_text(path, status));
+    if (info_error == 0)
+        return result;
+    report_error(FILE_OP_HERE, info_error, trash_folder() + entry + ".info");
+    errno = info_error;
+    return TrashResult::no_info;
+}
+
+}  // namespace relay_hub

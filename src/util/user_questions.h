@@ -2,6 +2,9 @@
 // What a worker may ask or tell the user. The window supplies the implementation, which hands each call
 // over to the window's thread and waits for the answer; closing the window or cancelling releases the
 // waiting worker. Tests supply one with preset answers.
+#include <cstdint>
+#include <ctime>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,15 +15,31 @@ inline constexpr int REQUEST_YES = 1024;
 inline constexpr int REQUEST_NO = 2048;
 inline constexpr int REQUEST_ALL = 4096;
 inline constexpr int REQUEST_CANCEL = 8192;
+// No, and no more questions: everything that is there already is skipped.
+inline constexpr int kRequestSkipAll = 16384;
 
 namespace relay_hub {
+
+// One side of a clash.
+struct FileFacts {
+    bool is_folder = false;
+    std::uint64_t size = 0;  // bytes
+    timespec modified{};
+};
+
+struct OverwriteQuestion {
+    std::string text;
+    // What stands at the destination and what is to take its place; nothing where that is not known.
+    std::optional<FileFacts> existing{};
+    std::optional<FileFacts> incoming{};
+};
 
 class UserQuestions {
   public:
     virtual ~UserQuestions() = default;
-    // The overwrite question with the given text. Returns one of REQUEST_*, or what the dialog gave when
-    // it was closed (-4 for the window manager's close). Any thread.
-    virtual int ask_overwrite(const std::string& question) = 0;
+    // Returns one of REQUEST_*, or what the dialog gave when it was closed (-4 for the window manager's
+    // close). Any thread.
+    virtual int ask_overwrite(const OverwriteQuestion& question) = 0;
     // Modal error box with one OK button; secondary may be empty. Returns once it is closed. Any thread.
     virtual void show_error(const std::string& primary, const std::string& secondary) = 0;
     // Modal error box of a delete job: one Close button and the text alone. Any thread.

@@ -12,7 +12,9 @@
 #include "base/worker.h"
 #include "link_engine/request_builders.h"
 #include "link_engine/send_args.h"
-#include "util/file_op.h"
+#include "util/copy_job.h"
+#include "util/delete_job.h"
+#include "util/job_failures.h"
 #include "window/closing.h"
 #include "window/dialogs/message_dialog.h"
 #include "window/message_parent.h"
@@ -46,9 +48,9 @@ void finish_state(volatile int* state) {
 }
 
 void show_failures(const __task_list& job) {
-    if (job.failures.empty() || relay_hub::window_is_closing())
-        return;
     const std::string text = relay_hub::failure_summary(job.failures);
+    if (text.empty() || relay_hub::window_is_closing())
+        return;
     relay_hub::show_error_box(relay_hub::message_parent(), GTK_BUTTONS_OK, text.c_str(), nullptr);
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "base/message_escape.h"
 #include "xml_doc/number_text.h"
 #include "xml_doc/tree_walk.h"
 
@@ -14,52 +15,11 @@ constexpr const char* kRootPath = "/ZEVMSG";
 constexpr const char* kTagNotFound = "Tag not found";
 constexpr const char* kNoAttributeName = "Attribute should not be empty string";
 
-struct Entity {
-    char plain;
-    std::string_view escaped;
-};
-
-constexpr Entity kEntities[] = {{'&', "&amp;"}, {'<', "&lt;"}, {'>', "&gt;"}, {'"', "&dq;"}};
-
-// Empty for a byte that stands for itself.
-std::string_view escaped_form(char c) {
-    for (const Entity& entity : kEntities)
-        if (entity.plain == c)
-            return entity.escaped;
-    return {};
-}
-
-// One pass gives what a pass for each entity would: no replacement makes or breaks another entity.
-std::string escape(std::string_view text) {
+std::string escaped(std::string_view text) {
     std::string out;
     out.reserve(text.size());
-    size_t start = 0;
-    for (size_t at = 0; at < text.size(); ++at) {
-        const std::string_view escaped = escaped_form(text[at]);
-        if (escaped.empty())
-            continue;
-        out.append(text.substr(start, at - start)).append(escaped);
-        start = at + 1;
-    }
-    return out.append(text.substr(start));
-}
-
-std::string unescape(std::string_view text) {
-    std::string out;
-    size_t start = 0;
-    for (size_t at = text.find('&'); at != std::string_view::npos; at = text.find('&', start)) {
-        out.append(text.substr(start, at - start));
-        start = at + 1;
-        char plain = '&';
-        for (const Entity& entity : kEntities) {
-            if (text.substr(at).starts_with(entity.escaped)) {
-                plain = entity.plain;
-                start = at + entity.escaped.size();
-            }
-        }
-        out.push_back(plain);
-    }
-    return out.append(text.substr(start));
+    relay_hub::append_escaped(out, text);
+    return out;
 }
 
 // Gives `parent` what the text holds: of a whole message its elements, else the element itself.
@@ -143,7 +103,7 @@ void CZEVXML::Generate(const std::string& path, const std::string& value, bool f
     CXML* node = nullptr;
     CXML* parent = nullptr;
     if (GetXMLByTag(path, true, &node, &parent))
-        node->SetText(escape(value).c_str());
+        node->SetText(escaped(value).c_str());
 }
 
 void CZEVXML::Generate(const std::string& path, int value, bool force) {
@@ -164,7 +124,7 @@ void CZEVXML::Generate(const std::string& path, double value, bool force) {
 
 std::string CZEVXML::Query(const std::string& path) {
     const CXML* const node = find(path);
-    return node != nullptr ? unescape(node->GetText().view()) : std::string();
+    return node != nullptr ? relay_hub::unescaped(node->GetText().view()) : std::string();
 }
 
 int CZEVXML::QueryInt(const std::string& path) {

@@ -16,7 +16,7 @@
 #include "tree_view_op/file_list_view.h"
 #include "tree_view_op/list_summary.h"
 #include "tree_view_op/listing_turns.h"
-#include "util/path_time_text.h"
+#include "util/path_kind.h"
 #include "window/closing.h"
 #include "window/dialogs/message_dialog.h"
 #include "window/message_parent.h"

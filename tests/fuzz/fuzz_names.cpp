@@ -5,9 +5,13 @@
 #include <cstring>
 #include <cwchar>
 
+#include "base/path_text.h"
+#include "base/unicode_hex.h"
 #include "engine/names.h"
 #include "fuzz_input.h"
-#include "util/path_time_text.h"
+#include "util/ansi_unicode_hex.h"
+#include "util/path_kind.h"
+#include "util/path_stack.h"
 
 namespace {
 
@@ -24,7 +28,7 @@ void decode_into_buffers(const std::string& hex) {
         std::wstring wide(static_cast<std::size_t>(size) / sizeof(wchar_t) + 1, L'\0');
         (void)HexStr2UnicodeStr(hex.c_str(), wide.data(), size);
     }
-    if (const auto decoded = engine::decode_hex(hex))
+    if (const auto decoded = relay_hub::text_from_utf16_hex(hex))
         fuzz::check(engine::meant_text("", hex) == decoded, "the engine means what it decodes");
 }
 
@@ -40,7 +44,7 @@ void encode(const std::string& text) {
     if (count > 0 && wide.find_first_of(L'\0') == static_cast<std::size_t>(count) &&
         *std::max_element(wide.begin(), wide.end()) <= 0xFFFF) {
         fuzz::check(relay_hub::text_from_unicode_hex(encoded) == text.c_str(), "a text travels unchanged");
-        fuzz::check(engine::decode_hex(encoded) == text.c_str(), "the engine reads it alike");
+        fuzz::check(relay_hub::text_from_utf16_hex(encoded) == text.c_str(), "the engine reads it alike");
     }
     (void)engine::meant_text(text, encoded);
     (void)engine::with_pictographs(text);

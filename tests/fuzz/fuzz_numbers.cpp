@@ -2,8 +2,9 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "base/size_text.h"
 #include "fuzz_input.h"
-#include "util/path_time_text.h"
+#include "util/time_and_size.h"
 #include "xml_doc/mab_string.h"
 #include "xml_doc/zev_xml.h"
 
@@ -19,7 +20,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::check(ms_filetime_to_timet(&filetime, &seconds) == 0, "every time is one");
     fuzz::check(!taken || raw > INT32_MAX || convert_to_timet_for_link_engine(raw) == static_cast<int>(raw),
                 "seconds stay");
-    const std::string shown = relay_hub::size_for_display(raw);
+    const std::string shown = relay_hub::size_text(raw);
     fuzz::check(shown.size() <= 24 && (raw >= 1024 || shown == std::to_string(raw) + " bytes"),
                 "a size is short");
 

@@ -3,10 +3,11 @@
 
 #include <cstdlib>
 
+#include "base/folder_handle.h"
+#include "base/temporary_file.h"
 #include "engine/folder/folder_file_system.h"
 #include "fuzz_input.h"
 #include "sandbox.h"
-#include "util/temporary_file.h"
 #include "util/trash.h"
 
 namespace {
@@ -35,9 +36,8 @@ void trash_in_the_engine(const std::string& name) {
 }
 
 void trash_in_the_window(const std::string& path) {
-    std::vector<__task_failure> failures;
-    fuzz::check(DeleteDirectory({path}, &failures), "the info file is made");
-    fuzz::check(failures.empty() && !test::exists(path), "what can be made can be trashed");
+    fuzz::check(DeleteDirectory({path}), "the info file is made");
+    fuzz::check(!test::exists(path), "what can be made can be trashed");
     const test::Names entries = test::names_in(sandbox().at("Trash"));
     fuzz::check(entries.size() == 2 && entries[1] == entries[0] + ".info", "one of each");
     fuzz::check(test::content(sandbox().at("Trash/" + entries[1])).starts_with(path + "\n"),
@@ -63,7 +63,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     trash_in_the_engine(name);
     trash_in_the_window(sandbox().make_file("work/" + name));
     const std::string beside = sandbox().make_file("work/" + name);
-    sweep_temporary_files(sandbox().at("work"));
+    const FolderHandle work = open_folder(sandbox().at("work"));
+    sweep_temporary_files(::dirfd(work.get()));
     fuzz::check(test::exists(beside) == !is_temporary_name(name), "only what is temporary is swept");
     std::filesystem::remove_all(sandbox().at("work"));
     return 0;

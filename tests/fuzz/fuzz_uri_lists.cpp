@@ -3,7 +3,7 @@
 
 #include "fuzz_input.h"
 #include "side_function/copy_source.h"
-#include "util/file_op.h"
+#include "util/folder_listing.h"
 #include "window/window_thread.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include "link_engine/answer_slot.h"
 #include "link_engine/transfer_state.h"
 #include "tree_view_op/file_list_view.h"
-#include "util/path_time_text.h"
+#include "util/ansi_unicode_hex.h"
 #include "xml_op/answer_readers.h"
 #include "xml_op/answer_text.h"
 

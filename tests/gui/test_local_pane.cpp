@@ -6,7 +6,6 @@
 #include "gui/pane_fixture.h"
 #include "side_function/copy_source.h"
 #include "side_function/left_side.h"
-#include "side_function/rename_entry.h"
 #include "tree_view_op/file_list_view.h"
 
 namespace {
@@ -42,22 +41,6 @@ TEST_F(LocalPane, FilesThatAnotherProgramCopiesLaterReplaceOurCopy) {
     EXPECT_EQ(names(local_), ".. ours theirs");
     EXPECT_TRUE(relay_hub::clipboard_offers_files()) << "the other program's offer is not ours to end";
     gtk_clipboard_clear(clipboard);
-}
-
-TEST(RenameEntry, NeverReplacesAnotherEntry) {
-    const test::Sandbox folder;
-    const std::string a = folder.make_file("a", "a");
-    const std::string b = folder.make_file("b", "b");
-    EXPECT_EQ(relay_hub::rename_without_replacing(a, b), -1);
-    EXPECT_EQ(errno, EEXIST);
-    EXPECT_EQ(test::content(a) + test::content(b), "ab");
-    const std::string link = folder.at("link");
-    ASSERT_EQ(::link(a.c_str(), link.c_str()), 0);
-    EXPECT_EQ(relay_hub::rename_without_replacing(a, link), -1);
-    EXPECT_EQ(relay_hub::rename_without_replacing(a, a), 0);
-    EXPECT_EQ(relay_hub::rename_without_replacing(a, folder.at("c")), 0);
-    EXPECT_EQ(relay_hub::rename_without_replacing(a, folder.at("d")), -1);
-    EXPECT_EQ(errno, ENOENT);
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 #include "side_function/right_side.h"
 #include "side_function/transfer.h"
 #include "tree_view_op/file_list_view.h"
-#include "util/path_time_text.h"
+#include "util/ansi_unicode_hex.h"
 #include "window/closing.h"
 
 namespace {

@@ -10,7 +10,7 @@
 #include "ui/desktop_locale.h"
 #include "ui/link_status_monitor.h"
 #include "ui/menus.h"
-#include "util/file_op.h"
+#include "util/job_failures.h"
 #include "window/dialogs/file_read_write_dialog.h"
 #include "window/dialogs/override_request_dialog.h"
 #include "window/dialogs/search_dialog.h"

@@ -96,10 +96,10 @@ int apply_to_all(int response) {
 // Opens every box over the window that is on top when its turn comes.
 class WindowQuestions : public relay_hub::UserQuestions {
   public:
-    int ask_overwrite(const std::string& question) override {
+    int ask_overwrite(const relay_hub::OverwriteQuestion& question) override {
         int response = GTK_RESPONSE_DELETE_EVENT;
         relay_hub::call_on_window([&] {
-            response = relay_hub::run_override_request(relay_hub::message_parent(), question.c_str());
+            response = relay_hub::run_override_request(relay_hub::message_parent(), question.text.c_str());
         });
         return response;
     }

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "base/unicode_hex.h"
+
 namespace relay_hub::engine {
 namespace {
 
@@ -53,10 +55,11 @@ TEST(EngineNames, HexIsDecodedOrRefused) {
                  {"4100420", nullptr},          {"41004X00", nullptr}, {"0000", nullptr}, {"3DD8", nullptr},
                  {"00DE3DD8", nullptr}};
     for (const auto& item : cases)
-        EXPECT_EQ(decode_hex(item.hex).value_or("(refused)"), item.text != nullptr ? item.text : "(refused)")
+        EXPECT_EQ(text_from_utf16_hex(item.hex).value_or("(refused)"),
+                  item.text != nullptr ? item.text : "(refused)")
             << item.hex;
-    EXPECT_EQ(encode_hex("C:\\é😀"), "43003A005C00E9003DD800DE");
-    EXPECT_EQ(encode_hex("\xff"), "");
+    EXPECT_EQ(utf16_hex("C:\\é😀"), "43003A005C00E9003DD800DE");
+    EXPECT_EQ(utf16_hex("\xff"), "");
 }
 
 TEST(EngineNames, TheMeantTextSurvivesTheFrontEndsHex) {

@@ -1,5 +1,6 @@
 #include "engine/request_handlers.h"
 
+#include "base/unicode_hex.h"
 #include "engine/file_list.h"
 #include "engine/wire_text.h"
 #include "engine_sandbox.h"
@@ -18,7 +19,7 @@ std::string field(const std::string& tag, const std::string& value) {
 }
 
 std::string hex_field(const std::string& tag, const std::string& value) {
-    return field(tag, encode_hex_as_front_end(value));
+    return field(tag, character_hex(value).value());
 }
 
 // The field in a list answer that no test can foresee.

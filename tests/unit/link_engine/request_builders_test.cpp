@@ -12,7 +12,7 @@
 #include "link_engine/answer_slot.h"
 #include "link_engine/send_args.h"
 #include "name_pipe/name_pipe_base.h"
-#include "util/path_time_text.h"
+#include "util/ansi_unicode_hex.h"
 
 namespace test {
 namespace {

@@ -1,18 +1,23 @@
 #include "unit/util/fault_injection.h"
 
+#include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
+#include <utility>
 
 namespace {
 
 const char* failing_function = nullptr;
+std::function<void()> before_writes;
 int failing_error = 0;
 std::atomic<int> calls_to_skip{0};
 std::atomic<unsigned> transfers{0};
@@ -55,6 +60,8 @@ ssize_t read(int fd, void* buffer, size_t size) {
 
 ssize_t write(int fd, const void* buffer, size_t size) {
     static const auto next = REAL(write);
+    if (before_writes && is_touched(fd))
+        before_writes();
     return is_touched(fd) && fails("write") ? -1 : next(fd, buffer, cut(size));
 }
 
@@ -66,6 +73,11 @@ int close(int fd) {
     return written && is_touched(fd) && armed("close") && fails("close") ? -1 : result;
 }
 
+dirent* readdir(DIR* folder) {
+    static const auto next = REAL(readdir);
+    return armed("readdir") && fails("readdir") ? nullptr : next(folder);
+}
+
 #define FAILING_CALL(name, parameters, arguments, exception_spec)  \
     int name parameters exception_spec {                           \
         static const auto next = REAL(name);                       \
@@ -74,8 +86,18 @@ int close(int fd) {
 
 FAILING_CALL(fsync, (int fd), (fd), )
 FAILING_CALL(syncfs, (int fd), (fd), noexcept)
-FAILING_CALL(rename, (const char* from, const char* to), (from, to), noexcept)
-FAILING_CALL(symlink, (const char* text, const char* path), (text, path), noexcept)
+FAILING_CALL(renameat, (int from_folder, const char* from, int to_folder, const char* to),
+             (from_folder, from, to_folder, to), noexcept)
+FAILING_CALL(renameat2, (int from_folder, const char* from, int to_folder, const char* to, unsigned flags),
+             (from_folder, from, to_folder, to, flags), noexcept)
+FAILING_CALL(linkat, (int from_folder, const char* from, int to_folder, const char* to, int flags),
+             (from_folder, from, to_folder, to, flags), noexcept)
+FAILING_CALL(symlinkat, (const char* text, int folder, const char* path), (text, folder, path), noexcept)
+FAILING_CALL(fchmod, (int fd, mode_t mode), (fd, mode), noexcept)
+FAILING_CALL(futimens, (int fd, const timespec times[2]), (fd, times), noexcept)
+FAILING_CALL(fchown, (int fd, uid_t user, gid_t group), (fd, user, group), noexcept)
+FAILING_CALL(fsetxattr, (int fd, const char* name, const void* value, size_t size, int flags),
+             (fd, name, value, size, flags), noexcept)
 FAILING_CALL(mkdir, (const char* path, mode_t mode), (path, mode), noexcept)
 
 }  // extern "C"
@@ -86,6 +108,14 @@ Fault::Fault(const char* function, int error_number, int skip) {
     failing_error = error_number;
     calls_to_skip = skip;
     failing_function = function;
+}
+
+BeforeWrites::BeforeWrites(std::function<void()> action) {
+    before_writes = std::move(action);
+}
+
+BeforeWrites::~BeforeWrites() {
+    before_writes = nullptr;
 }
 
 Fault::~Fault() {

@@ -1,6 +1,7 @@
 #pragma once
 // Makes system calls of this program fail. The test program defines these calls itself, so that
 // they stand before the C library's; unarmed they pass everything through.
+#include <functional>
 
 namespace util_test {
 
@@ -13,6 +14,15 @@ class Fault {
     ~Fault();
     Fault(const Fault&) = delete;
     Fault& operator=(const Fault&) = delete;
+};
+
+// While it lives, the action runs before each write above standard error.
+class BeforeWrites {
+  public:
+    explicit BeforeWrites(std::function<void()> action);
+    ~BeforeWrites();
+    BeforeWrites(const BeforeWrites&) = delete;
+    BeforeWrites& operator=(const BeforeWrites&) = delete;
 };
 
 }  // namespace util_test

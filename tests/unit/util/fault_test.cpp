@@ -1,5 +1,6 @@
 // What a failing system call may cost: either the copy is whole, or the old state stands and it is told.
 #include <sys/mount.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -39,12 +40,12 @@ TEST_F(Faults, each_failing_call_leaves_the_old_state_and_is_told) {
         bool replace;
         int skip;
     } cases[] = {
-        {"read", "file", false, 0},    {"read", "file", true, 0},    {"read", "file", true, 2},
-        {"write", "file", false, 0},   {"write", "file", true, 0},   {"write", "file", true, 2},
-        {"write", "file", false, 2},   {"close", "file", false, 0},  {"close", "file", true, 0},
-        {"fsync", "file", false, 0},   {"fsync", "file", true, 0},   {"rename", "file", true, 0},
-        {"symlink", "link", false, 0}, {"symlink", "link", true, 0}, {"rename", "link", true, 0},
-        {"mkdir", "", false, 0},
+        {"read", "file", false, 0},      {"read", "file", true, 0},      {"read", "file", true, 2},
+        {"write", "file", false, 0},     {"write", "file", true, 0},     {"write", "file", true, 2},
+        {"write", "file", false, 2},     {"close", "file", false, 0},    {"close", "file", true, 0},
+        {"fsync", "file", false, 0},     {"fsync", "file", true, 0},     {"renameat", "file", true, 0},
+        {"symlinkat", "link", false, 0}, {"symlinkat", "link", true, 0}, {"renameat", "link", true, 0},
+        {"renameat2", "link", false, 0}, {"fchmod", "file", false, 0},   {"futimens", "file", true, 0},
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(std::string(each.function) + " " + each.source + (each.replace ? " replaced" : " new"));
@@ -54,8 +55,7 @@ TEST_F(Faults, each_failing_call_leaves_the_old_state_and_is_told) {
         const std::vector<std::string> before = names_in(dst);
         {
             const Fault fault(each.function, EIO, each.skip);
-            const std::string source = *each.source == '\0' ? at("src") : at("src/") + each.source;
-            const auto failures = copy({source}, dst);
+            const auto failures = copy({at("src/") + each.source}, dst);
             ASSERT_EQ(failures.size(), 1U);
             EXPECT_EQ(failures.front().reason, "Input/output error");
         }
@@ -71,6 +71,88 @@ TEST_F(Faults, a_failed_sync_of_everything_is_told) {
         make_file("src/many/" + std::to_string(index), "x");
     const Fault fault("syncfs", EIO);
     EXPECT_EQ(copy({at("src/many")}, at("dst")).front().path, at("dst/"));
+}
+
+// Each file is synced, and then, once, each folder whose names changed.
+TEST_F(Faults, the_folders_of_a_batch_reach_the_disk) {
+    make_file("src/tree/sub/file", "x");
+    for (int skip = 0; skip < 4; ++skip) {
+        make_folder("dst" + std::to_string(skip));
+        const Fault fault("fsync", EIO, skip);
+        const auto failures = copy({at("src/tree")}, at("dst" + std::to_string(skip)));
+        ASSERT_FALSE(failures.empty()) << skip;
+        EXPECT_EQ(failures.front().path.ends_with('/'), skip > 0) << failures.front().path;
+    }
+    make_folder("dst4");
+    const Fault fault("fsync", EIO, 4);
+    EXPECT_TRUE(copy({at("src/tree")}, at("dst4")).empty());
+}
+
+TEST_F(Faults, a_folder_that_cannot_be_made_ends_the_job_and_all_that_was_left_is_told) {
+    make_file("src/other");
+    const Fault fault("mkdir", ENOSPC);
+    const auto failures = copy({at("src"), at("src/other")}, at("dst"));
+    ASSERT_EQ(failures.size(), 3U);
+    EXPECT_EQ(failures[0].reason, "No space left on device");
+    EXPECT_EQ(failures[1].path, at("src"));
+    EXPECT_EQ(failures[1].reason, "IDS_REASON_STOPPED_EARLY");
+    EXPECT_EQ(failures[2].path, at("src/other"));
+    __task_list job;
+    job.failures = failures;
+    job.task_kind = TASK_COPY;
+    const relay_hub::TaskListPtr retry = relay_hub::retry_job(job);
+    EXPECT_EQ(retry->items, (Names{at("src"), at("src/other")}));
+    EXPECT_EQ(retry->item_folders, (Names{at("dst/"), at("dst/")}));
+}
+
+TEST_F(Faults, a_folder_whose_reading_breaks_off_is_told) {
+    make_file("src/tree/file", "x");
+    for (const int skip : {0, 1}) {
+        const auto failures = [&] {
+            // As many calls as the counting walk needs come first.
+            const Fault fault("readdir", EIO, 4 + skip);
+            return copy({at("src/tree")}, at("dst"));
+        }();
+        ASSERT_EQ(failures.size(), 1U) << skip;
+        EXPECT_EQ(failures.front().path, at("src/tree"));
+        EXPECT_EQ(failures.front().reason, "Input/output error");
+    }
+}
+
+TEST_F(Faults, without_the_owner_or_the_access_list_a_copy_grants_no_more) {
+    if (geteuid() != 0)
+        GTEST_SKIP() << "needs another user's file";
+    make_file("src/program", "x", 0600);
+    ASSERT_EQ(chown(at("src/program").c_str(), 1, 1), 0);
+    ASSERT_EQ(chmod(at("src/program").c_str(), 06755), 0);
+    for (const bool replace : {false, true}) {
+        const Fault fault("fchown", EPERM);
+        EXPECT_TRUE(copy({at("src/program")}, at("dst")).empty()) << replace;
+        EXPECT_EQ(mode_of(at("dst/program")), 0755U) << replace;
+    }
+    EXPECT_TRUE(copy({at("src/program")}, at("dst")).empty());
+    EXPECT_EQ(mode_of(at("dst/program")), 06755U);
+    EXPECT_EQ(record(at("dst/program")).st_uid, 1U);
+
+    // user::rw- user:1:rw- group::--- mask::rw- other::---
+    constexpr unsigned char kList[] =
+        "\2\0\0\0"
+        "\1\0\6\0\377\377\377\377"
+        "\2\0\6\0\1\0\0\0"
+        "\4\0\0\0\377\377\377\377"
+        "\20\0\6\0\377\377\377\377"
+        "\40\0\0\0\377\377\377\377";
+    make_file("src/shared", "x", 0600);
+    if (setxattr(at("src/shared").c_str(), "system.posix_acl_access", kList, sizeof kList - 1, 0) != 0)
+        GTEST_SKIP() << "no access control lists here";
+    EXPECT_EQ(mode_of(at("src/shared")), 0660U);
+    EXPECT_TRUE(copy({at("src/shared")}, at("dst")).empty());
+    unsigned char copied[sizeof kList] = {};
+    EXPECT_EQ(getxattr(at("dst/shared").c_str(), "system.posix_acl_access", copied, sizeof copied),
+              static_cast<ssize_t>(sizeof kList - 1));
+    const Fault fault("fsetxattr", ENOTSUP);
+    EXPECT_TRUE(copy({at("src/shared")}, at("dst")).empty());
+    EXPECT_EQ(mode_of(at("dst/shared")), 0600U);
 }
 
 TEST_F(Faults, a_full_disk_keeps_what_was_there) {

@@ -4,7 +4,10 @@
 #include "base/name_order.h"
 #include "base/shown_text.h"
 #include "base/translated_text.h"
-#include "util/path_time_text.h"
+#include "util/ansi_unicode_hex.h"
+#include "util/path_kind.h"
+#include "util/path_stack.h"
+#include "util/time_and_size.h"
 
 namespace {
 
@@ -102,6 +105,12 @@ TEST(UnicodeHex, writes_the_low_byte_first) {
         EXPECT_EQ(relay_hub::unicode_hex(text), hex) << text;
     for (const char* text : {"ab", "é", "a/文\\", ""})
         EXPECT_EQ(relay_hub::text_from_unicode_hex(relay_hub::unicode_hex(text)), text);
+    const std::pair<const char*, long> counts[] = {{"ab", 2}, {"é文", 2}, {"", 0}, {"a\xff", -1}};
+    for (const auto& [text, characters] : counts) {
+        long count = 7;
+        EXPECT_EQ(ansi_to_unicode_hex(text, nullptr, &count, nullptr), -1);
+        EXPECT_EQ(count, characters) << text;
+    }
 }
 
 }  // namespace

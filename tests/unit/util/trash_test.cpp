@@ -7,6 +7,7 @@
 
 #include "unit/util/fault_injection.h"
 #include "unit/util/util_sandbox.h"
+#include "util/Zev_file_op.h"
 #include "util/trash.h"
 
 namespace {
@@ -34,6 +35,19 @@ TEST_F(Trash, an_entry_that_does_not_move_stays_and_the_rest_goes) {
     EXPECT_TRUE(answers.job_errors.empty());
 }
 
+TEST_F(Trash, takes_links_and_many_entries_in_one_second) {
+    const std::string folder = make_folder("f");
+    make_link("f/dangling", "nowhere");
+    Names names{"dangling"};
+    for (int index = 0; index < 300; ++index) {
+        names.push_back(std::to_string(index));
+        make_file("f/" + names.back(), "x");
+    }
+    EXPECT_TRUE(remove(folder, names).empty());
+    EXPECT_TRUE(names_in(folder).empty());
+    EXPECT_EQ(names_in(trash()).size(), 2 * names.size());
+}
+
 TEST_F(Trash, a_move_that_half_succeeded_keeps_the_only_copy) {
     const std::string other = make_folder("other");
     if (mount("tmpfs", other.c_str(), "tmpfs", 0, "size=1m") != 0)
@@ -42,7 +56,9 @@ TEST_F(Trash, a_move_that_half_succeeded_keeps_the_only_copy) {
     put(other + "/f/a", "a");
     // Copied like everything else, but a mount point cannot be removed from where it was.
     ASSERT_EQ(mount("tmpfs", (other + "/f/busy").c_str(), "tmpfs", 0, "size=1m"), 0);
-    EXPECT_EQ(remove(other, {"f"}).size(), 1U);
+    const auto failures = remove(other, {"f"});
+    ASSERT_EQ(failures.size(), 1U);
+    EXPECT_EQ(failures.front().reason, "Device or resource busy");
     const std::string entry = trash() + "/" + names_in(trash()).front();
     EXPECT_TRUE(exists(other + "/f/a") != exists(entry + "/f/a"));
     EXPECT_EQ(umount((other + "/f/busy").c_str()), 0);

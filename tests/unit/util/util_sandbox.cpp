@@ -4,6 +4,10 @@
 #include <clocale>
 #include <cstdlib>
 
+#include "util/Zev_file_op.h"
+#include "util/copy_job.h"
+#include "util/delete_job.h"
+
 namespace util_test {
 namespace {
 
@@ -34,8 +38,9 @@ std::string home() {
     return private_home.folder.at();
 }
 
-int PresetAnswers::ask_overwrite(const std::string& question) {
-    questions.push_back(question);
+int PresetAnswers::ask_overwrite(const relay_hub::OverwriteQuestion& question) {
+    questions.push_back(question.text);
+    last_question = question;
     if (answers.empty())
         return -4;
     return answers[std::min(questions.size(), answers.size()) - 1];

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "sandbox.h"
-#include "util/file_op.h"
+#include "util/job_state.h"
 #include "util/user_questions.h"
 
 namespace util_test {
@@ -17,7 +17,7 @@ std::string home();
 // Gives preset answers; the last one again and again.
 class PresetAnswers : public relay_hub::UserQuestions {
   public:
-    int ask_overwrite(const std::string& question) override;
+    int ask_overwrite(const relay_hub::OverwriteQuestion& question) override;
     void show_error(const std::string& primary, const std::string& secondary) override {
         errors.push_back(primary + "|" + secondary);
     }
@@ -25,6 +25,7 @@ class PresetAnswers : public relay_hub::UserQuestions {
 
     std::vector<int> answers;
     std::vector<std::string> questions;
+    relay_hub::OverwriteQuestion last_question;
     std::vector<std::string> errors;
     std::vector<std::string> job_errors;
 };

@@ -12,9 +12,15 @@
 #include <vector>
 
 #include "base/file_descriptor.h"
-#include "util/byte_copy.h"
 
 namespace relay_hub {
+
+// Whether a file must be on the disk when the call returns, or may be left to a SyncBatch.
+enum class SyncTime { now, later };
+
+// Brings the names in an open folder to the disk. 0 or errno; a file system that knows no sync of a folder is
+// no failure.
+int sync_folder(int folder);
 
 class SyncBatch {
   public:

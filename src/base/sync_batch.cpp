@@ -1,4 +1,4 @@
-#include "util/sync_batch.h"
+#include "base/sync_batch.h"
 
 #include <fcntl.h>
 #include <linux/magic.h>
@@ -24,13 +24,12 @@ bool syncs_as_a_whole(int fd) {
                      static_cast<unsigned long>(status.f_type)) != std::end(kWholeSyncFileSystems);
 }
 
-int sync_folder(const std::string& path) {
+int sync_folder_at(const std::string& path) {
     const FileDescriptor folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     // A folder that may be written but not read cannot be synced on its own.
     if (!folder)
         return errno == EACCES || errno == ENOENT ? 0 : errno;
-    // Some file systems know no sync of a folder.
-    return fsync(folder.get()) == 0 || errno == EINVAL || errno == EROFS ? 0 : errno;
+    return sync_folder(folder.get());
 }
 
 // 0 or errno. Content that did not reach the disk does not stay.
@@ -61,6 +60,10 @@ void blame_files(const std::vector<std::string>& files, const std::string& folde
 }
 
 }  // namespace
+
+int sync_folder(int folder) {
+    return fsync(folder) == 0 || errno == EINVAL || errno == EROFS ? 0 : errno;
+}
 
 SyncTime SyncBatch::time_for(const std::string& path) {
     return entries_ >= kFewEntries && volume_of(path).whole ? SyncTime::later : SyncTime::now;
@@ -116,7 +119,7 @@ void SyncBatch::flush_volume(Volume& volume, const FailureSink& failure) {
             failure(file, error);
     }
     for (const std::string& folder : volume.folders) {
-        const int error = sync_folder(folder);
+        const int error = sync_folder_at(folder);
         if (error != 0)
             failure(folder, error);
     }

@@ -1,0 +1,132 @@
+#include "base/file_attributes.h"
+
+#include <linux/posix_acl.h>
+#include <linux/posix_acl_xattr.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace relay_hub {
+namespace {
+
+constexpr mode_t kSpecialBits = S_ISUID | S_ISGID | S_ISVTX;
+constexpr const char* kAccessList = "system.posix_acl_access";
+constexpr const char* kDefaultList = "system.posix_acl_default";
+
+// Some file systems hold neither modes nor exact times, and only some users may give a file away.
+bool is_refused(int error) {
+    return error == EPERM || error == ENOTSUP || error == ENOSYS;
+}
+
+// Empty when there is none, or it cannot be read.
+std::vector<char> attribute_of(int fd, const char* name) {
+    while (true) {
+        const ssize_t size = fgetxattr(fd, name, nullptr, 0);
+        std::vector<char> value(size > 0 ? static_cast<std::size_t>(size) : 0);
+        if (value.empty())
+            return value;
+        const ssize_t got = fgetxattr(fd, name, value.data(), value.size());
+        if (got >= 0) {
+            value.resize(static_cast<std::size_t>(got));
+            return value;
+        }
+        // It grew in between.
+        if (errno != ERANGE)
+            return {};
+    }
+}
+
+// Each name ended by a zero byte.
+std::string attribute_names(int fd) {
+    const ssize_t size = flistxattr(fd, nullptr, 0);
+    std::string names(size > 0 ? static_cast<std::size_t>(size) : 0, '\0');
+    const ssize_t got = names.empty() ? 0 : flistxattr(fd, names.data(), names.size());
+    names.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
+    return names;
+}
+
+// What the list gives to the owning group, or -1 when it does not say.
+int group_rights(const std::vector<char>& list) {
+    int group = -1;
+    int mask = ACL_READ | ACL_WRITE | ACL_EXECUTE;
+    posix_acl_xattr_entry entry{};
+    for (std::size_t at = sizeof(posix_acl_xattr_header); at + sizeof entry <= list.size();
+         at += sizeof entry) {
+        std::memcpy(&entry, list.data() + at, sizeof entry);
+        if (entry.e_tag == ACL_GROUP_OBJ)
+            group = entry.e_perm;
+        else if (entry.e_tag == ACL_MASK)
+            mask = entry.e_perm;
+    }
+    return group < 0 ? group : group & mask;
+}
+
+// False when target does not hold source's list.
+bool copy_list(const char* name, const std::vector<char>& list, int target, TargetAge age) {
+    if (!list.empty())
+        return fsetxattr(target, name, list.data(), list.size(), 0) == 0;
+    if (age == TargetAge::fresh)
+        (void)fremovexattr(target, name);
+    return true;
+}
+
+// 0, or errno; a refusal is none.
+int checked(int result) {
+    return result == 0 || is_refused(errno) ? 0 : errno;
+}
+
+// Whether owner and group of target are those of the record afterwards.
+bool take_owner(int target, const struct stat& record) {
+    // Who may not give a file away may still give it to a group of his own.
+    if (fchown(target, record.st_uid, record.st_gid) != 0)
+        (void)!fchown(target, static_cast<uid_t>(-1), record.st_gid);
+    struct stat now {};
+    return fstat(target, &now) == 0 && now.st_uid == record.st_uid && now.st_gid == record.st_gid;
+}
+
+}  // namespace
+
+mode_t copy_extended_attributes(int source, mode_t source_mode, int target, TargetAge age) {
+    const std::string names = attribute_names(source);
+    for (std::size_t at = 0; at < names.size(); at += std::strlen(names.c_str() + at) + 1) {
+        const char* const name = names.c_str() + at;
+        if (!std::string_view(name).starts_with("user."))
+            continue;
+        const std::vector<char> value = attribute_of(source, name);
+        (void)fsetxattr(target, name, value.data(), value.size(), 0);
+    }
+    if (S_ISDIR(source_mode))
+        (void)copy_list(kDefaultList, attribute_of(source, kDefaultList), target, age);
+    const std::vector<char> list = attribute_of(source, kAccessList);
+    if (copy_list(kAccessList, list, target, age))
+        return source_mode;
+    // The mode's group bits are the list's mask: without the list they would be the group's own rights.
+    const int group = group_rights(list);
+    const mode_t kept = group < 0 ? 0 : static_cast<mode_t>(group) << 3U;
+    return (source_mode & ~mode_t{S_IRWXG}) | (source_mode & kept);
+}
+
+int apply_mode(int fd, mode_t mode) {
+    return checked(fchmod(fd, mode & ALLPERMS));
+}
+
+int apply_times(int fd, const timespec& accessed, const timespec& modified) {
+    const timespec times[] = {accessed, modified};
+    return checked(futimens(fd, times));
+}
+
+int copy_attributes(int source, const struct stat& record, int target, TargetAge age) {
+    const bool same_owner = take_owner(target, record);
+    mode_t mode = source < 0 ? record.st_mode : copy_extended_attributes(source, record.st_mode, target, age);
+    if (!same_owner)
+        mode &= ~kSpecialBits;
+    const int error = apply_mode(target, mode);
+    return error != 0 ? error : apply_times(target, record.st_atim, record.st_mtim);
+}
+
+}  // namespace relay_hub

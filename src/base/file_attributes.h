@@ -1,0 +1,28 @@
+#pragma once
+// What a copy takes over from its source beside the content, always through open descriptors. What a file
+// system or the system refuses to keep is no failure of a copy. Any thread.
+#include <sys/stat.h>
+
+#include <ctime>
+
+namespace relay_hub {
+
+// Whether the target was made by this copy, or had attributes of its own before.
+enum class TargetAge { fresh, existing };
+
+// Extended attributes, owner and group, mode, and access and modification time in nanoseconds, of source onto
+// target. record tells them as they were before source was read; -1 for source takes over what it tells.
+// The special mode bits are kept only where owner and group really became those of the record. 0, or the
+// errno of what failed otherwise.
+int copy_attributes(int source, const struct stat& record, int target, TargetAge age);
+
+// The extended attributes user.* and the access control lists alone; a fresh target gets rid of lists that it
+// inherited. Returns the mode to set on target afterwards: that of source, where target does not hold its
+// list with what the list gave to the owning group alone.
+mode_t copy_extended_attributes(int source, mode_t source_mode, int target, TargetAge age);
+
+// 0 or errno.
+int apply_mode(int fd, mode_t mode);
+int apply_times(int fd, const timespec& accessed, const timespec& modified);
+
+}  // namespace relay_hub
