@@ -27,10 +27,6 @@ inline constexpr char kShowMessageBox[] = "NP_Cmd_Show_Message_Box";
 inline constexpr char kHandleRemoteRequest[] = "NP_Cmd_Handle_Remote_Request";
 inline constexpr char kRemoteIsOffline[] = "NP_Cmd_Remote_Is_Offline";
 
-// The channel's own control commands.
-inline constexpr char kTerminateListenThread[] = "NP_Cmd_Iterminate_Listen_Thread";
-inline constexpr char kResetPipeParams[] = "NP_Cmd_ResetPipeParams";
-
 // Envelope and results.
 inline constexpr char kRoot[] = "ZEVMSG";
 inline constexpr char kCommand[] = "NP_Cmd";
@@ -63,8 +59,6 @@ inline constexpr char kEntrySizeText[] = "TZ2";
 inline constexpr char kEntryModified[] = "TU";
 inline constexpr char kEntryAccessed[] = "TR";
 inline constexpr char kEntryCreated[] = "TO";
-inline constexpr char kIgnoredX[] = "TX";
-inline constexpr char kIgnoredI[] = "TI";
 inline constexpr char kDesktopFolder[] = "TK1";
 inline constexpr char kDocumentsFolder[] = "TK2";
 
@@ -99,10 +93,5 @@ inline constexpr char kProgressElapsedTime[] = "NP_Copy_Process_Elasp_Time";
 inline constexpr char kProgressTotal[] = "NP_Copy_Process_Progress_Bar_Total";
 inline constexpr char kProgressCurrent[] = "NP_Copy_Process_Progress_Bar_Current";
 inline constexpr char kMessageBoxContent[] = "NP_Message_Box_Content";
-
-// Fields of the pipe reset command.
-inline constexpr char kResetPipeName[] = "T5";
-inline constexpr char kResetInputSize[] = "T6";
-inline constexpr char kResetOutputSize[] = "T7";
 
 }  // namespace wire

@@ -118,13 +118,9 @@ ChannelPath channel_path;
 std::string compose(const Request& request, const __send_args& args) {
     CZEVXML message;
     message.Generate(wire::kCommand, std::string(request.command));
-    for (const Field& field : request.fields) {
-        if (!field.name)
-            continue;
-        CZEVXML scratch;
-        scratch.Generate(field.name, args.*field.value);
-        message.AppendSibling(wire::kCommand, scratch.GetXML());
-    }
+    for (const Field& field : request.fields)
+        if (field.name)
+            message.Generate(field.name, args.*field.value);
     if (request.add_items)
         request.add_items(message, args);
     return message.GetXML();

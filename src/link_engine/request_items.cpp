@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <initializer_list>
+#include <utility>
 
 #include "link_engine/command_runner.h"
 #include "link_engine/message_names.h"
@@ -44,20 +46,36 @@ struct Attributes {
     Halves modified = {};
 };
 
+struct Number {
+    const char* name;
+    int value;
+};
+
+// Numbers need no escaping, and there is one document an item: it is written at once.
+void append(std::string& text, std::initializer_list<Number> numbers) {
+    for (const Number& number : numbers)
+        text.append("<")
+            .append(number.name)
+            .append(">")
+            .append(std::to_string(number.value))
+            .append("</")
+            .append(number.name)
+            .append(">");
+}
+
 std::string attribute_document(const Attributes& attributes) {
-    CZEVXML document;
-    document.Generate(wire::kAttributeWord, attributes.word);
-    document.Generate(wire::kSizeHigh, attributes.size.high);
-    document.Generate(wire::kSizeLow, attributes.size.low);
-    if (attributes.has_times) {
-        document.Generate(wire::kCreatedHigh, attributes.created.high);
-        document.Generate(wire::kCreatedLow, attributes.created.low);
-        document.Generate(wire::kAccessedHigh, attributes.accessed.high);
-        document.Generate(wire::kAccessedLow, attributes.accessed.low);
-        document.Generate(wire::kModifiedHigh, attributes.modified.high);
-        document.Generate(wire::kModifiedLow, attributes.modified.low);
-    }
-    return document.GetXML();
+    std::string text = std::string("<") + wire::kRoot + ">";
+    append(text, {{wire::kAttributeWord, attributes.word},
+                  {wire::kSizeHigh, attributes.size.high},
+                  {wire::kSizeLow, attributes.size.low}});
+    if (attributes.has_times)
+        append(text, {{wire::kCreatedHigh, attributes.created.high},
+                      {wire::kCreatedLow, attributes.created.low},
+                      {wire::kAccessedHigh, attributes.accessed.high},
+                      {wire::kAccessedLow, attributes.accessed.low},
+                      {wire::kModifiedHigh, attributes.modified.high},
+                      {wire::kModifiedLow, attributes.modified.low}});
+    return text.append("</").append(wire::kRoot).append(">");
 }
 
 // An item of another type than file and folder keeps the previous item's word and size.
@@ -102,7 +120,7 @@ void add_copy_record(CZEVXML& message, const Side& source, const Side& target, c
         record.Generate(side->hex_name, side->hex);
     }
     record.Generate(wire::kAttributes, attribute_document(attributes));
-    message.MergeMRS(wire::kItems, record.GetXML());
+    message.MergeMRS(wire::kItems, std::move(record));
 }
 
 }  // namespace
@@ -112,7 +130,7 @@ void add_trash_items(CZEVXML& message, const __send_args& args) {
         CZEVXML record;
         record.AddNew();
         record.Generate(wire::kPathHex, path_hex);
-        message.MergeMRS(wire::kItems, record.GetXML());
+        message.MergeMRS(wire::kItems, std::move(record));
     }
 }
 

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "base/log.h"
+#include "base/ownership.h"
 #include "name_pipe/name_pipe_base.h"
 #include "ui/desktop_locale.h"
 #include "ui/event_handlers.h"
@@ -56,7 +57,8 @@ int main(int argc, char** argv) {
         return 0;
     }
     theLog.SetFile(kPipeTracePath, false);
-    (void)std::remove(kEventLogPath);
+    if (!relay_hub::foreign_owner(kEventLogPath))
+        (void)std::remove(kEventLogPath);
     bring_up_toolkit(&argc, &argv);
     relay_hub::remember_window_thread();
     relay_hub::install_window_services();

@@ -28,7 +28,6 @@ class CVMemFile {
     unsigned int GetPosition() const { return m_position; }
     unsigned int GetCapacity() const { return m_capacity; }
     int GetGrowthFactor() const { return m_factor; }
-    bool IsAutoDelete() const { return m_autoDelete; }
     // The data from the read position on, and how much of it there is; valid until the next write.
     const unsigned char* GetUnread() const { return GetUnreadSize() > 0 ? m_buffer + m_position : nullptr; }
     unsigned int GetUnreadSize() const;

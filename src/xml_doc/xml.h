@@ -82,8 +82,6 @@ class CXML {
     int GetIndex() const { return m_index; }
     // How many children bore the name when the last GetChildByTag counted them all; -1 before.
     int GetMatchCount() const { return m_matchCount; }
-    // True once the reader found the input exhausted.
-    bool IsEndOfData() const { return m_endOfData; }
 
     // Children. The adders take ownership when they return true. A null child is refused; so is one without a
     // tag name ("No Valid Tag Name").

@@ -29,10 +29,6 @@ int Answer::judge_form(const CallSite& site) {
     return 0;
 }
 
-std::size_t Answer::field_count() const {
-    return fields_ == nullptr ? 0 : xmlChildElementCount(fields_->parent);
-}
-
 XmlText Answer::field(const char* tag) const {
     return XmlText(get_xml_content_by_first(fields_, tag));
 }

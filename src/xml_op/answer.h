@@ -26,8 +26,6 @@ class Answer {
     const std::string& text() const { return text_; }
     // The root's first child; null when the form is not 0.
     xmlNode* fields() const { return fields_; }
-    // How many fields the root holds, records included.
-    std::size_t field_count() const;
     // The first field of that name, null when there is none.
     XmlText field(const char* tag) const;
     // 0 success, -1 failure, or the form's code, or RET_XML_TAG_MISS without a "T1".

@@ -252,10 +252,6 @@ void free_return_message() {
     g_return_message.clear();
 }
 
-int judge_connection_status(const char* answer) {
-    return judge_connection(given_answer(answer));
-}
-
 int judge_connection_status_offline(const char* answer) {
     return judge_local_device(given_answer(answer));
 }

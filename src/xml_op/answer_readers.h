@@ -62,7 +62,6 @@ const std::string& return_message();
 void free_return_message();
 
 // The status readers' judgement on a given answer text; no widget, no slot: any thread.
-int judge_connection_status(const char* answer);
 int judge_connection_status_offline(const char* answer);
 int judge_remote_online(const char* answer);
 

@@ -31,10 +31,11 @@ HONEST = {
 
 
 class Answer:
-    """What a case writes, piece by piece; `hold` keeps OUT open without writing on until the case ends."""
+    """What a case writes, piece by piece; `hold` keeps OUT open without writing on until the case ends; with `again`
+    OUT is open for the next round before this one's is closed."""
 
-    def __init__(self, *pieces, hold=False, open_out=True):
-        self.pieces, self.hold, self.open_out = pieces, hold, open_out
+    def __init__(self, *pieces, hold=False, open_out=True, again=False):
+        self.pieces, self.hold, self.open_out, self.again = pieces, hold, open_out, again
 
 
 def whole(body):
@@ -46,6 +47,7 @@ class HostileEngine:
         self.case = None  # the answer to Get_File_List
         self.served = 0  # requests that met the case
         self.ending = False
+        self.next_out = None
         make_fifos(BASE)
         self.thread = threading.Thread(target=self.serve, daemon=True)
         self.thread.start()
@@ -96,10 +98,13 @@ class HostileEngine:
             self.served += 1
 
     def write(self, answer, case):
-        fd = open_writer(BASE + "_OUT", leave=lambda: self.ending)
+        fd = self.next_out if self.next_out is not None else open_writer(BASE + "_OUT", leave=lambda: self.ending)
+        self.next_out = None
         try:
             for piece in answer.pieces:
                 write_all(fd, piece)
+            if answer.again:
+                self.next_out = open_writer(BASE + "_OUT", leave=lambda: self.ending)
             self.served += answer.hold
             reader = select.poll()
             reader.register(fd, 0)

@@ -143,6 +143,18 @@ class Hostile(DesktopTest):
                 self.go_honest()
         self.assertEqual(self.desktop.close(), 0)
 
+    def test_rounds_that_end_as_the_next_begins(self):
+        """Every listing ends by itself, although the engine's end never shows as closed."""
+        for pieces in ([], [frame(BODY)[:40]]) * 4:
+            self.hostile.lie(Answer(*pieces, again=True))
+            clicks = self.clicks()
+            self.ask()
+            wait_for(lambda: self.clicks() > clicks and self.hostile.served, what="the request")
+            self.settle(limit=15)
+            self.assertEqual(self.desktop.rows(REMOTE), HONEST_ROWS)
+        self.go_honest()
+        self.assertEqual(self.desktop.close(), 0)
+
     def test_call_backs(self):
         text = "x" * (2 << 20)
         poll, request = command("Check_For_User_Click_Cancel"), command("Handle_Remote_Request")

@@ -6,7 +6,7 @@ import subprocess
 import unittest
 
 from common import FIFOS, read, readable, remove, wait_for, write
-from desktop import ENGINE, LOCAL, DesktopTest, main
+from desktop import ENGINE, LOCAL, REMOTE, DesktopTest, labels, main
 
 OTHERS = ["/tmp/Pondmark.log", "/tmp/NamePipe1.log", "/tmp/relay_hub.ico"]
 ENGINE_FOLDER = f"/tmp/relay-hub-{os.geteuid()}"
@@ -93,6 +93,31 @@ class Planted(DesktopTest):
             os.mkfifo(path, 0o666)
             os.chown(path, 65534, 65534)
         self.assertIn(FIFOS[0], self.run_both())
+
+    @unittest.skipIf(os.geteuid() != 0, "only root can be two users")
+    def test_two_users(self):
+        """Another user's engine and logs are left alone, and the window says whose they are."""
+        folder = os.path.join(self.desktop.top, "theirs")
+        os.mkdir(folder, 0o755)
+        os.chmod(self.desktop.top, 0o755)
+        for path in OTHERS[:2]:
+            write(path, b"theirs", 0o666)
+            os.chown(path, 65534, 65534)
+        engine = subprocess.Popen([ENGINE, "--serve", folder, "--quiet"], user=65534, group=65534, extra_groups=[],
+                                  env={"PATH": os.environ["PATH"], "LANG": "C"}, stdin=subprocess.DEVNULL)
+        self.addCleanup(engine.kill)
+        wait_for(lambda: os.path.exists(FIFOS[1]), what="the other user's engine")
+        self.desktop.start_window()
+        texts = wait_for(lambda: [text for text in labels(self.desktop.side(REMOTE)) if FIFOS[0] in text],
+                         what="the off-line view")
+        self.assertIn("nobody", texts[0])
+        second = self.desktop.spawn([ENGINE, "--serve", self.desktop.remote, "--quiet"])
+        self.assertEqual(second.wait(10), 1)
+        self.assertIn("nobody", self.desktop.output("relay-hub-engine"))
+        self.assertEqual([read(path) for path in OTHERS[:2]], [b"theirs"] * 2)
+        self.assertEqual(self.desktop.close(), 0)
+        engine.terminate()
+        self.assertEqual(engine.wait(10), 0)
 
     def test_lock(self):
         """Without a runtime folder the engine's lock lies in one of its own under /tmp."""

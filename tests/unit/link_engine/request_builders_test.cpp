@@ -159,6 +159,12 @@ TEST(RequestBuilders, AFileListIsAskedForAgainAfterABadAnswer) {
     set_NP_VAL_CMD_GET_FILE_LIST(&args);
     EXPECT_EQ(engine.frames().size(), 2U);
     EXPECT_STREQ(get_xml_string(), "<ZEVMSG></ZEVMSG>");
+    // Five times in one run of the program, and then never again.
+    bad_answers = 100;
+    set_NP_VAL_CMD_GET_FILE_LIST(&args);
+    EXPECT_EQ(engine.frames().size(), 7U);
+    set_NP_VAL_CMD_GET_FILE_LIST(&args);
+    EXPECT_EQ(engine.frames().size(), 8U);
     reset_file_list_retries();
 }
 
