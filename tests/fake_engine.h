@@ -59,6 +59,12 @@ class FakeEngine {
         return found;
     }
 
+    // The last of them; empty when there was none.
+    std::string last_request(const std::string& command) const {
+        const std::vector<std::string> found = requests(command);
+        return found.empty() ? std::string() : found.back();
+    }
+
   private:
     static relay_hub::FileDescriptor served(const std::string& path) {
         relay_hub::make_fifo(path, 0600);

@@ -27,6 +27,14 @@ bool wait_until(const Condition& condition, std::chrono::milliseconds limit = 10
     return condition();
 }
 
+// Whether a thread of this process waits for something.
+inline bool is_asleep(pid_t thread) {
+    std::ifstream status("/proc/self/task/" + std::to_string(thread) + "/stat");
+    const std::string text{std::istreambuf_iterator<char>(status), {}};
+    const std::size_t name_end = text.rfind(')');
+    return name_end != std::string::npos && text.substr(name_end, 3) == ") S";
+}
+
 // "(none)" when it cannot be read.
 inline std::string content(const std::string& path) {
     std::ifstream file(path, std::ios::binary);

@@ -57,7 +57,7 @@ TEST_F(RemotePane, ANewFolderIsMadeWhereThePaneStandsAndBecomesSelected) {
                              gtk_button_clicked(GTK_BUTTON(find_button(dialog, GTK_STOCK_OK)));
                          });
         EXPECT_EQ(right_popup_menu_mkdir(nullptr, nullptr), 0);
-        EXPECT_THAT(engine_.requests("NP_Cmd_Create_Folder").back(),
+        EXPECT_THAT(engine_.last_request("NP_Cmd_Create_Folder"),
                     HasSubstr(field("TG", c.made) + hex_field("TF", c.made)));
         EXPECT_EQ(selected(remote_), "new");
     }
@@ -99,7 +99,8 @@ TEST_F(RemotePane, RemoteItemsTravelWithTheAttributesOfTheirRows) {
         EXPECT_EQ(left_popup_menu_paste(nullptr, nullptr), 0);
         EXPECT_THAT(names(local_), HasSubstr(browsed_on ? "second" : "first"));
         EXPECT_EQ(g_copy_source, kNothingCopied);
-        const std::string request = engine_.requests("NP_Cmd_Remote_to_Local").back();
+        EXPECT_EQ(engine_.requests("NP_Cmd_Remote_to_Local").size(), browsed_on ? 2U : 1U);
+        const std::string request = engine_.last_request("NP_Cmd_Remote_to_Local");
         EXPECT_THAT(request, HasSubstr(field("TA", "/home/dir") + hex_field("TC", "/home/dir") +
                                        field("T9", target.at())));
         for (const char* attribute :

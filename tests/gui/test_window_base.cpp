@@ -69,8 +69,12 @@ TEST_F(WindowBase, TheEndOfTheMainLoopReleasesWhoeverWaits) {
     std::atomic<bool> ran = false;
     auto owned = std::make_shared<int>(1);
     relay_hub::post_to_window([owned, &ran] { ran = true; });
-    std::thread worker([&] { called = relay_hub::call_on_window([&] { ran = true; }) ? 1 : 0; });
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    std::atomic<pid_t> id = 0;
+    std::thread worker([&] {
+        id = ::gettid();
+        called = relay_hub::call_on_window([&] { ran = true; }) ? 1 : 0;
+    });
+    EXPECT_TRUE(test::wait_until([&id] { return id != 0 && test::is_asleep(id); }));
     relay_hub::end_hand_over();
     worker.join();
     EXPECT_EQ(called, 0);

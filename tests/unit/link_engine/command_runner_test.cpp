@@ -3,9 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <gtk/gtk.h>
+#include <sys/ipc.h>
 
 #include <atomic>
 #include <chrono>
+#include <cstring>
 
 #include "fake_engine.h"
 #include "link_engine/answer_slot.h"
@@ -225,6 +227,37 @@ TEST_F(CommandRunner, AQuestionNeverHoldsTheListenerWhenNobodyCanAnswer) {
     send_command_t(set_NP_VAL_CMD_COPY_LOCAL_TO_REMOTE, read_slot, &args_);
     EXPECT_EQ(answer, none) << "the program closes";
     EXPECT_EQ(listener.call_back(kQuestion), none);
+}
+
+int leave_in_shared_memory(void* text) {
+    int id = 0;
+    void* address = create_shared_memory(IPC_PRIVATE, 64, &id);
+    if (address != nullptr)
+        std::strcpy(static_cast<char*>(address), static_cast<const char*>(text));
+    return id;
+}
+
+int take_from_shared_memory(void* text) {
+    void* address = attache_shared_memory(get_shared_mem_id());
+    if (address == nullptr)
+        return -1;
+    char* begin = static_cast<char*>(address) - 1;
+    const bool same = std::strcmp(begin, static_cast<const char*>(text)) == 0;
+    return destroy_shared_memory(begin, get_shared_mem_id()) == 0 && same ? 7 : -1;
+}
+
+TEST_F(CommandRunner, a_child_process_leaves_its_answer_in_shared_memory) {
+    int word_id = 0;
+    g_shm_id_ptr = static_cast<int*>(create_shared_memory(IPC_PRIVATE, sizeof(int), &word_id));
+    ASSERT_NE(g_shm_id_ptr, nullptr);
+    char text[] = "an answer";
+    EXPECT_EQ(send_command(leave_in_shared_memory, take_from_shared_memory, text), 7);
+    EXPECT_EQ(attache_shared_memory(get_shared_mem_id()), nullptr) << "it is gone";
+    EXPECT_EQ(send_command([](void*) { return 3; }, nullptr, nullptr), 0);
+    EXPECT_EQ(get_shared_mem_id(), 3);
+    EXPECT_EQ(destroy_shared_memory(g_shm_id_ptr, word_id), 0);
+    g_shm_id_ptr = nullptr;
+    EXPECT_EQ(create_shared_memory(IPC_PRIVATE, 0, &word_id), nullptr);
 }
 
 }  // namespace

@@ -59,6 +59,7 @@ TEST_F(Trash, a_move_that_half_succeeded_keeps_the_only_copy) {
     const auto failures = remove(other, {"f"});
     ASSERT_EQ(failures.size(), 1U);
     EXPECT_EQ(failures.front().reason, "Device or resource busy");
+    ASSERT_FALSE(names_in(trash()).empty());
     const std::string entry = trash() + "/" + names_in(trash()).front();
     EXPECT_TRUE(exists(other + "/f/a") != exists(entry + "/f/a"));
     EXPECT_EQ(umount((other + "/f/busy").c_str()), 0);

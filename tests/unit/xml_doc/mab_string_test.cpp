@@ -5,6 +5,7 @@
 #include <cfloat>
 #include <climits>
 #include <cmath>
+#include <cstring>
 #include <functional>
 #include <string>
 
@@ -48,6 +49,31 @@ TEST(CMabString, edits) {
          },
          "3 -1 2 -1"},
         {"significant_point", "", [](auto& s) { s.PutDoubleS(12345, 5, 'E'); }, "12345."},
+        {"append_first_bytes", "ab", [](auto& s) { s.ConcatCopy2("cdef", 2); }, "abcd"},
+        {"join_two", "ab", [](auto& s) { s.ConcatCopy("x", s.c_str()); }, "xab"},
+        {"cut_and_keep", "abcdef", [](auto& s) { s.ReAllocString(3); }, "abc"},
+        {"own_buffer", "abc", [](auto& s) { std::strcpy(s.GetBuffer(10), "xyz!"), s.ReleaseBuffer(); },
+         "xyz!"},
+        {"own_buffer_cut", "abc", [](auto& s) { std::strcpy(s.GetBuffer(10), "xyz!"), s.ReleaseBuffer(2); },
+         "xy"},
+        {"first_of_set", "abc", [](auto& s) { s.PutInt(s.FindOneOf("xcb"), 1); }, "1"},
+        {"none_of_set", "abc", [](auto& s) { s.PutInt(s.FindOneOf("x"), 2); }, "-1"},
+        {"span_of_set", "abac", [](auto& s) { s = s.SpanIncluding("ba"); }, "aba"},
+        {"span_up_to_set", "abac", [](auto& s) { s = s.SpanExcluding("cb"); }, "a"},
+        {"upper", "aB\xE9", [](auto& s) { s.MakeUpper(); }, "AB\xE9"},
+        {"reverse", "abc", [](auto& s) { s.MakeReverse(); }, "cba"},
+        {"right_end", "abc", [](auto& s) { s = s.Right(2) + s.Right(-1) + s.Right(99); }, "bcabc"},
+        {"remove_each", "banana", [](auto& s) { s.Remove('a'); }, "bnn"},
+        {"control_bytes", "a\tb\n\xFF", [](auto& s) { s.NoControlChar(); }, "a b  "},
+        {"runs_of_blanks", " a   b  ", [](auto& s) { s.NoDoubleSpace(); }, " a b "},
+        {"fill_up", "ab", [](auto& s) { s.Fill(4, '-'), s.Fill(1, '*'); }, "ab--"},
+        {"begins_with_point", ".5", [](auto& s) { s.PutInt(s.IsInt() * 10 + s.IsFloat(), 2); }, "10"},
+        {"has_a_point", "1.5", [](auto& s) { s.PutInt(s.IsInt() * 10 + s.IsFloat(), 2); }, " 1"},
+        {"int_right_aligned", "", [](auto& s) { s.PutInt(-5, 4); }, "  -5"},
+        {"float_as_double", "", [](auto& s) { s.PutFloat(1.5F, 8, 'E'); }, "1.500000"},
+        {"significant_float", "", [](auto& s) { s.PutFloatS(2.5F, 3, 'E'); }, "2.50"},
+        {"money", "1234.5", [](auto& s) { s.UsCur(); }, "1234.50"},
+        {"no_money", "-3", [](auto& s) { s.UsCur(); }, ""},
     };
     for (const auto& one : cases) {
         CMabString text(one.before);

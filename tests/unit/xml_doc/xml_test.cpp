@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <memory>
 #include <string>
 #include <thread>
 
@@ -176,6 +178,68 @@ TEST_F(Xml, saves_over_the_tail_of_a_file_and_tells_why_one_cannot_be_read) {
     EXPECT_FALSE(root.OpenFile("/tmp")) << "a folder opens, but does not read";
     EXPECT_FALSE(root.OpenFile(folder.at("none")));
     EXPECT_EQ(CXML::m_strOperErrDesc, "Fail to open input XML file");
+}
+
+TEST_F(Xml, edits_elements_and_attributes) {
+    const std::string before = R"(<A k="1"><C ID="3" NAME="c"></C><E ID="5" NAME="e"></E></A>)";
+    const auto named = [](const char* name, int id) {
+        auto made = std::make_unique<CXML>("D");
+        made->SetAttr("NAME", name);
+        made->SetAttr("ID", id);
+        return made.release();
+    };
+    const std::string d = R"(<D ID="4" NAME="D"></D>)", c = R"(<C ID="3" NAME="c"></C>)",
+                      e = R"(<E ID="5" NAME="e"></E>)";
+    const struct {
+        const char* name;
+        std::function<void(CXML&)> edit;
+        std::string after;
+    } cases[] = {
+        {"add_by_name", [&](CXML& a) { a.AddChildByName(named("D", 4)); },
+         R"(<A k="1">)" + c + d + e + "</A>"},
+        {"add_by_id", [&](CXML& a) { a.AddChildById(named("D", 4)); }, R"(<A k="1">)" + c + d + e + "</A>"},
+        {"remove_at", [](CXML& a) { a.RemoveAt(0), a.RemoveAt(7); }, R"(<A k="1">)" + e + "</A>"},
+        {"remove_current", [](CXML& a) { a.GetFirstChild(), a.GetNextChild(), a.RemoveCurrentChild(); },
+         R"(<A k="1">)" + c + "</A>"},
+        {"found_by_name", [](CXML& a) { a.FindByName("e")->SetTagName("F"); },
+         R"(<A k="1">)" + c + R"(<F ID="5" NAME="e"></F></A>)"},
+        {"not_found", [](CXML& a) { a.FindByName("x") == nullptr ? a.ResetContents() : (void)0; }, "<A></A>"},
+        {"attribute_added",
+         [](CXML& a) {
+             a.ResetContents(), a.AddAttr(new CAttribute("z", "1")), a.AddAttr(new CAttribute("z", "2"));
+         },
+         R"(<A z="2"></A>)"},
+        {"attribute_removed",
+         [](CXML& a) { a.RemoveAttr("k"), a.RemoveAttr("none"), a.RemoveAt(0), a.RemoveAt(0); }, "<A></A>"},
+        {"current_attribute",
+         [](CXML& a) {
+             a.ResetContents(), a.SetAttr("x", 1), a.SetAttr("y", 2);
+             a.SetCurrentAttr(a.GetAttributePointer("x")), a.RemoveCurrentAttr();
+         },
+         R"(<A y="2"></A>)"},
+        {"attribute_cursor",
+         [](CXML& a) {
+             a.ResetContents(), a.SetAttr("x", 1), a.SetAttr("y", 2);
+             const CAttribute* last = a.GetLastAttribute();
+             const CAttribute* first = a.GetPrevAttribute();
+             a.SetText((first->GetAttributeName() + last->GetAttributeName()).c_str());
+             EXPECT_EQ(a.GetPrevAttribute(), nullptr);
+         },
+         R"(<A x="1" y="2">xy</A>)"},
+        {"money_attribute",
+         [](CXML& a) {
+             a.ResetContents(), a.SetAttrUS("m", 2.5);
+             a.SetText((a.GetAttrTextUS("m") + a.GetAttrTextUS("none")).c_str());
+         },
+         R"(<A m="2.50">2.500.00</A>)"},
+    };
+    for (const auto& one : cases) {
+        CXML root;
+        ASSERT_TRUE(root.LoadXML(before));
+        one.edit(root);
+        EXPECT_EQ(root.GetXML(), one.after) << one.name;
+    }
+    EXPECT_TRUE(CXML::IsAlpha('q') && !CXML::IsAlpha('1'));
 }
 
 }  // namespace

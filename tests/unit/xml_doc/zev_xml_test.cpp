@@ -107,4 +107,22 @@ TEST_F(Document, drops_the_old_content_when_a_load_fails) {
     EXPECT_TRUE(document_.LoadXML("<ZEVMSG></ZEVMSG>")) << "a later load starts afresh";
 }
 
+TEST_F(Document, grafts_counts_and_steps) {
+    load("<ZEVMSG><A>x</A><Line><N>1</N></Line><Line><N>2</N></Line></ZEVMSG>");
+    EXPECT_EQ(document_.GetTagCount(""), 3);
+    EXPECT_EQ(document_.GetTagCount("/ZEVMSG"), 1) << "the record's";
+    EXPECT_EQ(document_.GetTagCount("/ZEVMSG/None"), 0);
+    EXPECT_TRUE(document_.IsBOF());
+    document_.MoveNext();
+    EXPECT_FALSE(document_.IsBOF());
+    EXPECT_TRUE(document_.AppendXML("<ZEVMSG><B>y</B></ZEVMSG>"));
+    EXPECT_EQ(document_.Query("B"), "y");
+    const std::string before = document_.GetXML();
+    document_.LoadArray(document_.GetParent());
+    EXPECT_EQ(document_.GetXML(), before);
+    std::string text = "aXbXX";
+    document_.ReplaceSubstring(text, "X", "XX");
+    EXPECT_EQ(text, "aXXbXXXX");
+}
+
 }  // namespace
