@@ -1,0 +1,58 @@
+#include "base/progress_text.h"
+
+#include <gtest/gtest.h>
+
+#include "base/overwrite_question.h"
+
+namespace relay_hub {
+namespace {
+
+using namespace std::chrono_literals;
+
+TEST(ProgressTexts, SpeedAndTimeLeftAreThoseOfTheLastSeconds) {
+    constexpr std::uint64_t kTotal = 1'000'000'000;
+    const struct {
+        std::chrono::milliseconds at;
+        std::uint64_t bytes;
+        const char* end;  // of the text, by ids
+    } cases[] = {
+        {0ms, 0, "IDS_PROGRESS_BYTES"},
+        {900ms, 9'000'000, "IDS_PROGRESS_BYTES"},
+        {2000ms, 20'000'000, "IDS_PROGRESS_SPEED · IDS_PROGRESS_MINUTES"},
+        {10000ms, 400'000'000, "IDS_PROGRESS_SPEED · IDS_PROGRESS_UNDER_A_MINUTE"},
+        {20000ms, 400'000'000, "IDS_PROGRESS_BYTES"},
+        {31000ms, kTotal, "IDS_PROGRESS_SPEED"},
+    };
+    ProgressText text;
+    const auto start = ProgressText::Clock::now();
+    for (const auto& item : cases)
+        EXPECT_TRUE(text.text({1, 2, 0, item.bytes, kTotal}, start + item.at).ends_with(item.end))
+            << item.at.count();
+
+    // What was there already was not moved.
+    ProgressText resumed;
+    (void)resumed.text({0, 2, 0, 0, kTotal}, start);
+    resumed.forget(kTotal / 2);
+    EXPECT_EQ(resumed.text({1, 2, 1, kTotal / 2, kTotal}, start + 2s),
+              "IDS_PROGRESS_ITEMS · IDS_PROGRESS_PRESENT · IDS_PROGRESS_BYTES");
+}
+
+TEST(OverwriteQuestions, TimesAreComparedAsFarAsBothSidesHoldThem) {
+    const struct {
+        timespec one;
+        timespec other;
+        bool same;
+    } cases[] = {
+        {{5, 123'456'789}, {5, 123'456'789}, true}, {{5, 123'456'789}, {5, 123'456'788}, false},
+        {{5, 123'456'789}, {5, 0}, true},           {{5, 123'456'789}, {6, 0}, false},
+        {{5, 123'456'789}, {5, 123'456'700}, true}, {{5, 123'456'789}, {5, 123'456'600}, false},
+        {{5, 123'456'789}, {5, 120'000'000}, true}, {{5, 123'456'789}, {5, 140'000'000}, false},
+    };
+    for (const auto& item : cases) {
+        EXPECT_EQ(is_same_time(item.one, item.other), item.same);
+        EXPECT_EQ(is_same_time(item.other, item.one), item.same);
+    }
+}
+
+}  // namespace
+}  // namespace relay_hub
