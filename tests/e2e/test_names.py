@@ -61,7 +61,8 @@ class Names(DesktopTest):
         copy = os.path.join(d.home, "copy")
         os.mkdir(copy)
         self.assertGreater(len(NAMES), 150)
-        self.assertEqual({name.decode() for name in NAMES if can_travel(name)} - set(d.rows(LOCAL)), set())
+        plain = {name.decode() for name in NAMES if can_travel(name)}
+        self.assertEqual(plain - set(d.rows(LOCAL)), {name for name in plain if re.search("[\u2028\u202e]", name)})
         d.go(LOCAL, copy)
         self.offer_as_another_program()
         self.keys(LOCAL, "ctrl+v")
@@ -93,7 +94,8 @@ class Names(DesktopTest):
         for number, name in enumerate(names):
             with self.subTest(name=name):
                 d.select(LOCAL, next(row for row in d.rows(LOCAL) if row.encode() == name or
-                                     (b"\xff" in name and row.startswith("bad"))))
+                                     (b"\xff" in name and row.startswith("bad")) or
+                                     (b"\n" in name and re.fullmatch("a.+b", row))))
                 d.ask("Rename", "F2")
                 d.answer("Rename", f"new name {number}'s")
                 path = os.path.join(folder, f"new name {number}'s")
