@@ -51,13 +51,16 @@ bool is_same_time(const timespec& one, const timespec& other) {
     return one.tv_sec == other.tv_sec && one.tv_nsec / tick == other.tv_nsec / tick;
 }
 
-std::string overwrite_question(const std::string& path, const FileFacts& present, const FileFacts& incoming) {
-    std::string text = fill_translated("IDS_EXIST_FILE_NAME", {path}) + " ?\n" +
-                       facts_line("IDS_OVERWRITE_PRESENT", present) +
-                       facts_line("IDS_OVERWRITE_INCOMING", incoming);
+std::string overwrite_facts(const FileFacts& present, const FileFacts& incoming) {
+    std::string text =
+        "\n" + facts_line("IDS_OVERWRITE_PRESENT", present) + facts_line("IDS_OVERWRITE_INCOMING", incoming);
     if (present.has_time && incoming.has_time)
         text.append("\n").append(translated(comparison(present, incoming)));
     return text;
+}
+
+std::string overwrite_question(const std::string& path, const FileFacts& present, const FileFacts& incoming) {
+    return fill_translated("IDS_EXIST_FILE_NAME", {path}) + " ?" + overwrite_facts(present, incoming);
 }
 
 }  // namespace relay_hub

@@ -16,7 +16,9 @@ struct FileFacts {
 // hundredths of microseconds.
 bool is_same_time(const timespec& one, const timespec& other);
 
-// Asks for path (as it is shown); below, size and date of both and which is newer.
+// What a question says below its text: size and date of both, which is newer or that they are the same.
+std::string overwrite_facts(const FileFacts& present, const FileFacts& incoming);
+// Asks for path (as it is shown), with the facts below.
 std::string overwrite_question(const std::string& path, const FileFacts& present, const FileFacts& incoming);
 
 }  // namespace relay_hub

@@ -17,6 +17,7 @@
 
 #include "base/glib_owners.h"
 #include "base/path_text.h"
+#include "base/shown_text.h"
 #include "base/translated_text.h"
 #include "util/Zev_file_op.h"
 #include "util/byte_copy.h"
@@ -64,16 +65,15 @@ void show_error(const char* primary, const std::string& secondary) {
 }
 
 relay_hub::FileFacts facts_of(const struct stat& status) {
-    return {S_ISDIR(status.st_mode), static_cast<std::uint64_t>(status.st_size), status.st_mtim};
+    return {static_cast<std::uint64_t>(status.st_size), status.st_mtim};
 }
 
 int ask_overwrite(const struct stat& source, const std::string& dst) {
-    const relay_hub::GText shown(g_filename_display_name(dst.c_str()));
     relay_hub::UserQuestions* questions = relay_hub::get_user_questions();
     if (questions == nullptr)
         return kClosedByWindowManager;
-    relay_hub::OverwriteQuestion question{relay_hub::fill_translated("IDS_EXIST_FILE_NAME", {shown.get()}) +
-                                          " ?"};
+    relay_hub::OverwriteQuestion question{
+        relay_hub::fill_translated("IDS_EXIST_FILE_NAME", {relay_hub::shown_text(dst)}) + " ?"};
     question.incoming = facts_of(source);
     struct stat target {};
     if (lstat(dst.c_str(), &target) == 0)

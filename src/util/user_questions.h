@@ -2,12 +2,11 @@
 // What a worker may ask or tell the user. The window supplies the implementation, which hands each call
 // over to the window's thread and waits for the answer; closing the window or cancelling releases the
 // waiting worker. Tests supply one with preset answers.
-#include <cstdint>
-#include <ctime>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "base/overwrite_question.h"
 #include "util/job_state.h"
 
 // Answers to the overwrite question. Any other value means that the question was closed otherwise.
@@ -19,13 +18,6 @@ inline constexpr int REQUEST_CANCEL = 8192;
 inline constexpr int kRequestSkipAll = 16384;
 
 namespace relay_hub {
-
-// One side of a clash.
-struct FileFacts {
-    bool is_folder = false;
-    std::uint64_t size = 0;  // bytes
-    timespec modified{};
-};
 
 struct OverwriteQuestion {
     std::string text;

@@ -17,6 +17,7 @@
 #include "util/job_failures.h"
 #include "window/closing.h"
 #include "window/dialogs/message_dialog.h"
+#include "window/job_progress.h"
 #include "window/message_parent.h"
 
 volatile int atomic_flag = 0;
@@ -126,6 +127,7 @@ int run_local_job(__task_list* job) {
         std::puts("create thread fail !");
         return error;
     }
+    const JobProgressLine progress(job->counters);
     set_running_job(job);
     turn_main_loop_until([&worker] { return !worker.running(); });
     worker.join();

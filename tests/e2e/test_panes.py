@@ -4,7 +4,7 @@ import re
 import subprocess
 
 from common import read, wait_for, write
-from desktop import LOCAL, REMOTE, DesktopTest, centre, labels, main
+from desktop import LOCAL, REMOTE, DesktopTest, centre, find, labels, main
 
 NAMES = ["a.txt", "b.txt", "c.txt"]
 SIDES = (LOCAL, REMOTE)
@@ -196,6 +196,27 @@ class Clipboard(PaneTest):
                 d.menu(side, "Paste")
                 d.wait_rows(side, name)
                 self.assertTrue(os.path.exists(path), "only copied, never moved")
+
+    def test_one_answer_for_all_that_follow(self):
+        d = self.desktop
+        self.start()
+        other = os.path.join(d.top, "other")
+        for side in SIDES:
+            for answer, content in (("No", b"content"), ("Yes", b"changed " + side.encode())):
+                with self.subTest(side=side, answer=answer):
+                    for name in NAMES:
+                        write(os.path.join(other, name), b"changed " + side.encode(), seconds=1_700_000_000)
+                    uris = "".join(f"file://{other}/{name}\r\n" for name in NAMES)
+                    self.clipboard(URIS, "-i", input=uris.encode(), stdout=subprocess.DEVNULL)
+                    d.menu(side, "Paste")
+                    box = d.wait_dialog("Confirmation")
+                    said = " ".join(labels(box))
+                    for fact in ("Existing: 7 bytes, 2020-09-13", "2023-11-14", "The new one is newer."):
+                        self.assertIn(fact, said)
+                    find(box, "check box").do_action(0)
+                    d.press(box, answer)
+                    d.wait_quiet()
+                    self.assertEqual([read(os.path.join(self.below[side], name)) for name in NAMES], [content] * 3)
 
     def test_files_for_another_program(self):
         d = self.desktop

@@ -98,9 +98,11 @@ class WindowQuestions : public relay_hub::UserQuestions {
   public:
     int ask_overwrite(const relay_hub::OverwriteQuestion& question) override {
         int response = GTK_RESPONSE_DELETE_EVENT;
-        relay_hub::call_on_window([&] {
-            response = relay_hub::run_override_request(relay_hub::message_parent(), question.text.c_str());
-        });
+        std::string text = question.text;
+        if (question.existing && question.incoming)
+            text += relay_hub::overwrite_facts(*question.existing, *question.incoming);
+        relay_hub::call_on_window(
+            [&] { response = relay_hub::run_override_request(relay_hub::message_parent(), text.c_str()); });
         return response;
     }
 

@@ -1,0 +1,26 @@
+#pragma once
+// How far a local job is, in the progress dialog's second label. Window's thread.
+#include <glib.h>
+
+#include "base/progress_text.h"
+#include "util/job_state.h"
+
+namespace relay_hub {
+
+// Keeps the label up to date while it lives; counters must live longer.
+class JobProgressLine {
+  public:
+    explicit JobProgressLine(const JobCounters& counters);
+    JobProgressLine(const JobProgressLine&) = delete;
+    JobProgressLine& operator=(const JobProgressLine&) = delete;
+    ~JobProgressLine();
+
+  private:
+    static gboolean update(gpointer self);
+
+    const JobCounters& counters_;
+    ProgressText text_;
+    guint timer_;
+};
+
+}  // namespace relay_hub
