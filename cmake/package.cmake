@@ -55,18 +55,22 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "two folder windows, one at each end of a data-link cable")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "two computers' files side by side, copied over a cable or network")
 set(CPACK_PACKAGE_DESCRIPTION
-"Relay Hub makes the computer at the other end of a data-link cable feel like
-a second folder window. This computer's files stand on the left, the remote
-computer's on the right; files and folders are copied both ways by menu,
-keyboard, clipboard or drag and drop, with progress, Cancel and an overwrite
-question. A link engine that serves a folder of this machine is included.")
+"Relay Hub shows this computer's files on the left and another computer's on
+the right. Files and folders are copied both ways by menu, keyboard, clipboard
+or drag and drop, with progress, Cancel and an overwrite question.
+.
+The other computer is reached over SSH by a cable or any network: it needs an
+SSH server and no program of ours. Passwords are asked by ssh itself. What is
+replaced stays whole until the new file is complete.")
 set(CPACK_PACKAGE_CONTACT "The Relay Hub developers <developers@relay-hub.invalid>")
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "hicolor-icon-theme")
+# To reach another computer, to be asked for a password in a window, to see who announces himself and find him by
+# name, and to look well.
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "openssh-client, ssh-askpass-gnome | ssh-askpass, avahi-daemon, libnss-mdns, hicolor-icon-theme, adwaita-icon-theme, gnome-themes-extra")
 include(CPack)

@@ -3,7 +3,7 @@
 
 add_library(relay_hub_flags INTERFACE)
 target_compile_options(relay_hub_flags INTERFACE
-  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion $<$<BOOL:${RELAY_HUB_WERROR}>:-Werror>
   # Diagnostics name sources relative to the build folder.
   -fmacro-prefix-map=${PROJECT_SOURCE_DIR}=..)
 target_compile_definitions(relay_hub_flags INTERFACE _FILE_OFFSET_BITS=64)
