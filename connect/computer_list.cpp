@@ -20,11 +20,13 @@ ComputerList::ComputerList(Chosen chosen, std::function<void()> activated)
                                    GTK_POLICY_AUTOMATIC);
     gtk_scrolled_window_set_shadow_type(GTK_SCROLLED_WINDOW(scrolled_), GTK_SHADOW_IN);
     gtk_container_add(GTK_CONTAINER(scrolled_), view_);
-    g_signal_connect(view_, "cursor-changed", G_CALLBACK(on_cursor), this);
+    g_signal_connect(gtk_tree_view_get_selection(GTK_TREE_VIEW(view_)), "changed", G_CALLBACK(on_selection),
+                     this);
     g_signal_connect(view_, "row-activated", G_CALLBACK(on_row), this);
 }
 
 ComputerList::~ComputerList() {
+    g_signal_handlers_disconnect_by_data(gtk_tree_view_get_selection(GTK_TREE_VIEW(view_)), this);
     g_signal_handlers_disconnect_by_data(view_, this);
 }
 
@@ -91,18 +93,24 @@ void ComputerList::remove_announced(const std::string& name) {
         gtk_list_store_remove(store_.get(), &iter);
 }
 
-void ComputerList::on_cursor(GtkTreeView* view, gpointer self) {
-    const auto* list = static_cast<ComputerList*>(self);
-    GtkTreeIter iter;
-    if (gtk_tree_selection_get_selected(gtk_tree_view_get_selection(view), nullptr, &iter) == FALSE)
-        return;
-    if (const auto address = parse_typed(list->text_at(&iter, kAddress)))
-        list->chosen_(*address);
+void ComputerList::choose(GtkTreeIter* iter) const {
+    if (const auto address = parse_typed(text_at(iter, kAddress)))
+        chosen_(*address);
 }
 
-void ComputerList::on_row(GtkTreeView* view, GtkTreePath*, GtkTreeViewColumn*, gpointer self) {
-    on_cursor(view, self);
-    static_cast<ComputerList*>(self)->activated_();
+void ComputerList::on_selection(GtkTreeSelection* selection, gpointer self) {
+    GtkTreeIter iter;
+    if (gtk_tree_selection_get_selected(selection, nullptr, &iter) != FALSE)
+        static_cast<ComputerList*>(self)->choose(&iter);
+}
+
+void ComputerList::on_row(GtkTreeView* view, GtkTreePath* path, GtkTreeViewColumn*, gpointer self) {
+    const auto* list = static_cast<ComputerList*>(self);
+    GtkTreeIter iter;
+    if (gtk_tree_model_get_iter(gtk_tree_view_get_model(view), &iter, path) == FALSE)
+        return;
+    list->choose(&iter);
+    list->activated_();
 }
 
 }  // namespace relay_hub::connect

@@ -34,8 +34,9 @@ class ComputerList {
 
   private:
     enum Column { kName, kSource, kAddress, kAnnouncedAs, kColumns };
-    static void on_cursor(GtkTreeView*, gpointer self);
+    static void on_selection(GtkTreeSelection*, gpointer self);
     static void on_row(GtkTreeView*, GtkTreePath*, GtkTreeViewColumn*, gpointer self);
+    void choose(GtkTreeIter* iter) const;
     [[nodiscard]] std::string text_at(GtkTreeIter* iter, Column column) const;
     [[nodiscard]] bool find(Column column, const std::string& text, GtkTreeIter* iter) const;
     void append(const SshAddress& address, const char* source_id, const std::string& announced_as);

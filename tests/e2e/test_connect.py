@@ -74,13 +74,30 @@ Subsystem sftp internal-sftp
         return f"anna@127.0.0.1:{self.port}"
 
 
+class Dialog(DesktopTest):
+    def path(self, name):
+        return os.path.join(self.desktop.top, name)
+
+    def start(self, *words, within=()):
+        d = self.desktop
+        d.env["XDG_STATE_HOME"] = self.path("state")
+        d.window = d.spawn([*within, CONNECT, *words], cwd=BUILD)
+        if not os.path.lexists(self.path("relay-hub.log")):
+            os.symlink(os.path.basename([*within, CONNECT][0]) + ".log", self.path("relay-hub.log"))
+
+    def start_dialog(self, *words, within=()):
+        self.start(*words, within=within)
+        d = self.desktop
+        d.app = wait_for(lambda: app_of(d.window), what="the program")
+        wait_for(lambda: d.dialog("Connect to a Computer"), what="the dialog")
+
+
 @unittest.skipUnless(os.geteuid() == 0, "only root can run an sshd with accounts of its own")
-class Connect(DesktopTest):
+class Connect(Dialog):
     def setUp(self):
         super().setUp()
         self.neighbour = Neighbour()
         self.addCleanup(self.neighbour.close)
-        self.files = self.desktop.top
         self.told = self.path("asked")
         # The user's ssh, with known hosts of this test, and what asks in place of a window.
         write(self.path("ssh_config"), f"Host *\nUserKnownHostsFile {self.path('known')}\n"
@@ -91,12 +108,8 @@ echo "$1" >> {self.told}
 head -n 1 {self.path("answers")}
 sed -i 1d {self.path("answers")}
 """.encode(), 0o755)
-        self.desktop.env.update(PATH=self.path("bin") + ":" + os.environ["PATH"], SSH_ASKPASS=self.path("bin/askpass"),
-                                XDG_STATE_HOME=self.path("state"))
+        self.desktop.env.update(PATH=self.path("bin") + ":" + os.environ["PATH"], SSH_ASKPASS=self.path("bin/askpass"))
         self.answers()
-
-    def path(self, name):
-        return os.path.join(self.files, name)
 
     def answers(self, *lines):
         """What the user will answer to ssh's next questions."""
@@ -105,17 +118,6 @@ sed -i 1d {self.path("answers")}
     def asked(self):
         text = read(self.told).decode() if os.path.exists(self.told) else ""
         return [kind for line in text.splitlines() for kind in ("password", "yes/no") if kind in line]
-
-    def start(self, *words):
-        d = self.desktop
-        d.window = d.spawn([CONNECT, *words], cwd=BUILD)
-        os.path.lexists(self.path("relay-hub.log")) or os.symlink("relay-hub-connect.log", self.path("relay-hub.log"))
-
-    def start_dialog(self, *words):
-        self.start(*words)
-        d = self.desktop
-        d.app = wait_for(lambda: app_of(d.window), what="the program")
-        wait_for(lambda: d.dialog("Connect to a Computer"), what="the dialog")
 
     def focus(self):
         return next((node for node in walk(self.desktop.dialog()) if has_state(node, STATES.FOCUSED)), None)
@@ -261,6 +263,71 @@ sed -i 1d {self.path("answers")}
         self.start("--serve", os.path.join(d.remote, "missing"))
         d.app = wait_for(lambda: app_of(d.window), what="the program")
         self.message("failed")
+
+
+def why_no_announcements():
+    """What the machine lacks to have two networks with a cable between them and a daemon on each; empty for nothing."""
+    if os.geteuid() != 0:
+        return "only root can make networks"
+    missing = [name for name in ("avahi-daemon", "ip", "nsenter", "dbus-daemon") if not shutil.which(name)]
+    if missing:
+        return "missing: " + " ".join(missing)
+    tried = subprocess.run(["unshare", "--net", "--mount", "ip", "link", "add", "near0", "type", "veth"],
+                           capture_output=True, text=True, check=False)
+    return tried.stderr.strip()
+
+
+class Announced(Dialog):
+    """Two networks that a cable joins: this program and its daemon on the near one, an announced SSH server beyond."""
+    BUS = """<busconfig><type>system</type><listen>unix:path={}</listen><auth>EXTERNAL</auth>
+<policy context="default"><allow send_destination="*"/><allow own="*"/><allow receive_sender="*"/></policy></busconfig>"""
+    DAEMON = "[server]\nhost-name={}\nuse-ipv4=no\nuse-ipv6=yes\nenable-dbus={}\n[wide-area]\nenable-wide-area=no\n"
+    SERVICE = """<service-group><name>{}</name><service><type>_sftp-ssh._tcp</type><port>2222</port>
+<txt-record>u=anna</txt-record></service></service-group>"""
+
+    def setUp(self):
+        why = why_no_announcements()
+        if why:
+            self.skipTest(why)
+        super().setUp()
+        d = self.desktop
+        bus, write_bus = self.path("system_bus"), self.path("bus.conf")
+        write(write_bus, self.BUS.format(bus).encode())
+        d.spawn(["dbus-daemon", "--nofork", "--config-file", write_bus])
+        d.env["DBUS_SYSTEM_BUS_ADDRESS"] = "unix:path=" + bus
+        wait_for(lambda: os.path.exists(bus), what="the system bus")
+        networks = [d.spawn(["unshare", "--net", "sleep", "1000"]) for _ in range(2)]
+        for network in networks:
+            wait_for(lambda: os.readlink(f"/proc/{network.pid}/ns/net") != os.readlink("/proc/self/ns/net"), what="a network")
+        self.enter = [["nsenter", "--net", f"--target={network.pid}"] for network in networks]
+        run(*self.enter[0], "ip", "link", "add", "near0", "type", "veth", "peer", "far0", "netns", str(networks[1].pid))
+        for enter, name in zip(self.enter, ("near0", "far0")):
+            for interface in ("lo", name):
+                run(*enter, "ip", "link", "set", interface, "up")
+        self.daemon(self.enter[0], "nearbox", "yes")
+        self.far = self.daemon(self.enter[1], "farbox", "no")
+
+    def daemon(self, enter, name, with_bus):
+        write(self.path(name + ".conf"), self.DAEMON.format(name, with_bus).encode())
+        write(self.path(name + "/ssh.service"), self.SERVICE.format(name).encode())
+        start = (f"mount -t tmpfs tmpfs /run && mount --bind {self.path(name)} /etc/avahi/services && exec avahi-daemon "
+                 f"--file {self.path(name + '.conf')} --no-drop-root --no-chroot --no-rlimits")
+        return self.desktop.spawn(enter + ["unshare", "--mount", "sh", "-c", start])
+
+    def test_computers_come_and_go(self):
+        d = self.desktop
+        self.start_dialog(within=self.enter[0])
+
+        def found():
+            return [node.get_name() for node in children(find(d.dialog(), "table")) if node.get_name()]
+        wait_for(found, 30, what="the computer at the other end; daemons: " + d.output("nsenter")[-1500:])
+        name, source = found()
+        self.assertRegex(name, r"^anna@\[fe80::[0-9a-f:]+%near0\]:2222$")
+        self.assertEqual(source, "on the network")
+        d.key("alt+k", "space")
+        wait_for(lambda: text_of(find(d.dialog(), "text", "Computer:")) == name, what="the address in the entry")
+        self.far.terminate()
+        wait_for(lambda: not found(), what="the computer to leave the list")
 
 
 if __name__ == "__main__":
