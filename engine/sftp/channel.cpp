@@ -12,6 +12,7 @@
 
 #include "base/diagnostics.h"
 #include "base/fifo.h"
+#include "base/translated_text.h"
 
 namespace relay_hub::engine::sftp {
 namespace {
@@ -61,7 +62,7 @@ PendingReply& PendingReply::operator=(PendingReply&& other) noexcept {
 }
 
 bool PendingReply::arrived() const {
-    return request_ && request_->done;
+    return request_ && (request_->done || request_->channel->lost_);
 }
 
 void PendingReply::drop() {
@@ -200,7 +201,7 @@ Error Channel::wait(PendingReply& reply, Interruption* interruption, Answer& ans
         arrived_.wait_for(lock, kBeat);
     }
     if (!request->done)
-        return {ENOTCONN, reason_};
+        return {ENOTCONN, fill_translated("IDS_REASON_LINK_LOST", {reason_})};
     answer = std::move(request->answer);
     reply.request_.reset();
     return {};
@@ -230,6 +231,7 @@ void Channel::lose(const std::string& reason) {
             return;
         state_ = State::kLost;
         reason_ = reason;
+        lost_ = true;
         in_flight_.clear();
     }
     arrived_.notify_all();

@@ -127,6 +127,7 @@ class Channel {
     const std::function<std::string()> last_words_;
     std::atomic<std::chrono::milliseconds> silence_limit_{std::chrono::seconds(30)};
 
+    std::atomic<bool> lost_{false};
     mutable std::mutex mutex_;
     std::condition_variable arrived_;
     // All guarded by mutex_.

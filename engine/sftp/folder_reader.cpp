@@ -5,6 +5,8 @@
 #include <deque>
 #include <utility>
 
+#include "base/translated_text.h"
+
 namespace relay_hub::engine::sftp {
 namespace {
 
@@ -40,7 +42,7 @@ Error read_folder(Session& session, const std::string& path, const std::function
             take(std::move(entry));
         }
         if (!error && (names > kMostNames || bytes > kMostNameBytes))
-            error = {EOVERFLOW, "the folder holds more names than can be read"};
+            error = {EOVERFLOW, translated("IDS_REASON_TOO_MANY_NAMES")};
     }
     (void)session.send_close(handle);
     session.channel().flush();

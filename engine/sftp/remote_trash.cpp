@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "base/glib_owners.h"
+#include "base/translated_text.h"
 #include "engine/names.h"
 #include "engine/sftp/remote_entry.h"
 
@@ -66,7 +67,7 @@ Error explain_refusal(Session& session, const Error& error, const std::string& p
     if (error.number != EREMOTEIO || session.space(folder.empty() ? "/" : folder, here) ||
         session.space(trash, there) || here.id == there.id)
         return error;
-    return {EXDEV, "it lies on another drive than the trash of the other computer"};
+    return {EXDEV, translated("IDS_REASON_TRASH_ELSEWHERE")};
 }
 
 std::string numbered(const std::string& name, int number) {
@@ -109,7 +110,7 @@ Error move_to_home_trash(Session& session, const std::string& path, const std::s
 Error move_to_trash(Session& session, const std::string& path) {
     const std::string& home = session.facts().home;
     if (session.facts().has_drives)
-        return {ENOTSUP, "the trash of a Windows computer cannot be reached over SSH"};
+        return {ENOTSUP, translated("IDS_REASON_NO_TRASH_THERE")};
     Attributes item;
     if (Error error = session.lstat(path, item); error)
         return error;
@@ -118,7 +119,7 @@ Error move_to_trash(Session& session, const std::string& path) {
     const std::string trash = is_mac ? mac_trash : home + "/.local/share/Trash";
     // The trash cannot go into itself, and what is in it is trashed already.
     if (path == trash || path.starts_with(trash + "/") || trash.starts_with(path + "/"))
-        return {EINVAL, "it belongs to the trash"};
+        return {EINVAL, translated("IDS_REASON_IN_TRASH")};
     if (is_mac)
         return move_to_mac_trash(session, path, trash);
     for (const char* part : {"/.local", "/.local/share", "/.local/share/Trash", "/.local/share/Trash/files",

@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <utility>
 
+#include "base/translated_text.h"
+
 namespace relay_hub::engine::sftp {
 namespace {
 
@@ -52,13 +54,13 @@ Error status_error(const Status& status) {
         case StatusCode::kConnectionLost:
             return ENOTCONN;
         case StatusCode::kUnsupported:
-            return {ENOTSUP, "the other computer cannot do that"};
+            return {ENOTSUP, translated("IDS_REASON_UNSUPPORTED_THERE")};
         case StatusCode::kBadMessage:
-            return {EINVAL, "the other computer does not take such a name"};
+            return {EINVAL, translated("IDS_REASON_NAME_REFUSED_THERE")};
         case StatusCode::kFailure:
             break;
     }
-    std::string text = "the other computer could not do it";
+    std::string text = translated("IDS_REASON_REFUSED_THERE");
     if (!status.message.empty() && status.message != "Failure")
         text += ": " + status.message;
     return {EREMOTEIO, text};
@@ -66,7 +68,7 @@ Error status_error(const Status& status) {
 
 Error Session::malformed() {
     channel_->end("the other computer sent an answer that cannot be read");
-    return {ENOTCONN, channel_->reason()};
+    return {ENOTCONN, fill_translated("IDS_REASON_LINK_LOST", {channel_->reason()})};
 }
 
 Error Session::take(PendingReply& reply, Answer& answer, PacketType wanted) {
@@ -292,7 +294,7 @@ Error Session::explain(const Error& error, const std::string& folder, std::uint6
     const bool no_room =
         found.fragment_size > 0 && found.available < std::max(wanted, kFullBelow) / found.fragment_size;
     const bool no_nodes = found.file_nodes > 0 && found.free_file_nodes == 0;
-    return no_room || no_nodes ? Error{ENOSPC, "the other computer's disk is full"} : error;
+    return no_room || no_nodes ? Error{ENOSPC, translated("IDS_REASON_DISK_FULL_THERE")} : error;
 }
 
 Error Session::learn_facts(std::string& folder) {

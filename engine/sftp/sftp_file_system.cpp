@@ -5,19 +5,20 @@
 #include <utility>
 
 #include "base/diagnostics.h"
-#include "engine/sftp/commit.h"
+#include "base/translated_text.h"
 #include "engine/sftp/folder_reader.h"
 #include "engine/sftp/part_name.h"
 #include "engine/sftp/places_finder.h"
 #include "engine/sftp/remote_entry.h"
 #include "engine/sftp/remote_trash.h"
+#include "engine/sftp/sftp_sink.h"
 #include "engine/sftp/tree_remover.h"
 
 namespace relay_hub::engine::sftp {
 namespace {
 
-// Small files that are committed together keep up to 16 MiB.
-constexpr std::size_t kMostWaitingFiles = 256;
+constexpr std::size_t kMostWaitingFiles = 500;
+// Each with a handle of the server's; some give out no more than a hundred.
 constexpr std::size_t kMostInProgress = 64;
 constexpr std::size_t kMostLooksInFlight = 64;
 constexpr std::uint64_t kLargestAhead = 1024UL * 1024;
@@ -26,7 +27,7 @@ constexpr std::size_t kMostFilesAhead = 64;
 constexpr std::size_t kLongestNameTold = 200;
 
 Error offline() {
-    return {ENOTCONN, "the other computer is offline"};
+    return {ENOTCONN, translated("IDS_ERROR_DISCONNECT")};
 }
 
 // Which of the links lead to folders: a look at each, many at a time.
@@ -68,7 +69,10 @@ std::string tellable(const std::string& name) {
 
 SftpFileSystem::SftpFileSystem(SessionSource current_session, Interruption& interruption,
                                std::optional<Style> style)
-    : current_session_(std::move(current_session)), interruption_(interruption), wished_style_(style) {}
+    : current_session_(std::move(current_session)),
+      interruption_(interruption),
+      wished_style_(style),
+      line_(kMostInProgress) {}
 
 void SftpFileSystem::set_first_folder(const std::string& folder) {
     const std::lock_guard lock(mutex_);
@@ -143,7 +147,8 @@ Error SftpFileSystem::list(const std::string& folder, Listing& listing) {
             return;
         if (!is_possible_name(entry.name)) {
             report(RELAY_HUB_HERE, "the other computer told an impossible name in:", path);
-            listing.failed.push_back({tellable(entry.name), {EINVAL, "its name is not possible"}});
+            listing.failed.push_back(
+                {tellable(entry.name), {EINVAL, translated("IDS_REASON_NAME_REFUSED_THERE")}});
         } else if (is_part_name(entry.name)) {
             // A file that is just being written is not there yet.
             listed_parts_.push_back(std::move(entry.name));
@@ -235,20 +240,21 @@ Error SftpFileSystem::open_sink(const std::string& path, const Entry& entry, boo
     if (Error error = begin(session); error)
         return error;
     if (replace && !session->facts().replaces_atomically)
-        return {ENOTSUP,
-                "the other computer cannot replace a file without a moment in which neither is there"};
-    sink = std::make_unique<SftpSink>(session, server_path(path), entry, replace);
+        return {ENOTSUP, translated("IDS_REASON_NO_SAFE_REPLACE")};
+    sink = std::make_unique<SftpSink>(session, line_, server_path(path), entry, replace);
     return {};
 }
 
 std::vector<Error> SftpFileSystem::commit(std::vector<std::unique_ptr<FileSink>>& sinks) {
-    std::vector<SftpSink*> own;
-    own.reserve(sinks.size());
+    for (const auto& sink : sinks) {
+        auto* own = static_cast<SftpSink*>(sink.get());
+        line_.complete(*own);
+        own->send_rename();
+    }
+    std::vector<Error> results;
+    results.reserve(sinks.size());
     for (const auto& sink : sinks)
-        own.push_back(static_cast<SftpSink*>(sink.get()));
-    const auto session = current_session_();
-    const std::size_t handles = session ? session->facts().most_handles / 2 : kMostInProgress;
-    std::vector<Error> results = commit_files(own, std::clamp<std::size_t>(handles, 1, kMostInProgress));
+        results.push_back(static_cast<SftpSink*>(sink.get())->result());
     sinks.clear();
     return results;
 }
@@ -318,7 +324,7 @@ Error SftpFileSystem::make_link(const std::string& path, const std::string& targ
     if (Error error = begin(session); error)
         return error;
     if (replace && !session->facts().replaces_atomically)
-        return {ENOTSUP, "the other computer cannot replace it without a moment in which neither is there"};
+        return {ENOTSUP, translated("IDS_REASON_NO_SAFE_REPLACE")};
     const std::string folder = server_path(parent_path(path));
     const std::string made = replace ? folder + "/" + new_part_name() : server_path(path);
     if (Error error = session->make_link(made, target); error)

@@ -11,6 +11,7 @@
 #include "engine/remote_file_system.h"
 #include "engine/sftp/session.h"
 #include "engine/sftp/sftp_source.h"
+#include "engine/sftp/write_line.h"
 
 namespace relay_hub::engine::sftp {
 
@@ -72,6 +73,7 @@ class SftpFileSystem : public RemoteFileSystem {
     mutable std::mutex mutex_;
     std::string first_folder_;  // guarded by mutex_
 
+    WriteLine line_;
     std::deque<Ahead> ahead_;
     // What list() saw that a sweep of the same folder would look for.
     std::string listed_folder_;

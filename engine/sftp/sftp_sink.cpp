@@ -25,8 +25,10 @@ std::string folder_of(const std::string& path) {
 
 }  // namespace
 
-SftpSink::SftpSink(std::shared_ptr<Session> session, std::string path, const Entry& entry, bool replace)
+SftpSink::SftpSink(std::shared_ptr<Session> session, WriteLine& line, std::string path, const Entry& entry,
+                   bool replace)
     : session_(std::move(session)),
+      line_(line),
       path_(std::move(path)),
       temporary_(path_.substr(0, path_.rfind('/') + 1) + new_part_name()),
       attributes_(attributes_of(entry)),
@@ -34,6 +36,7 @@ SftpSink::SftpSink(std::shared_ptr<Session> session, std::string path, const Ent
       block_(std::min(session_->facts().longest_write, kBlock)) {}
 
 SftpSink::~SftpSink() {
+    line_.leave(*this);
     if (opening_.arrived())
         (void)session_->take_handle(opening_, handle_);
     if (opened() && !closed_)
@@ -112,20 +115,20 @@ void SftpSink::send_attributes_and_close() {
         steps_.push_back({0, session_->send_sync(handle_)});
     steps_.push_back({0, session_->send_close(handle_)});
     closed_ = true;
+    // Hundreds of sinks wait for their names.
+    buffer_.shrink_to_fit();
 }
 
 Error SftpSink::finish(const FileSource& /*source*/) {
     if (opened() && !error_)
         send_attributes_and_close();
+    if (!error_)
+        line_.join(*this);
     return error_;
 }
 
-bool SftpSink::ready() const {
-    if (opening_.sent())
-        return opening_.arrived();
-    if (renaming_.sent())
-        return renaming_.arrived();
-    return steps_.empty() || steps_.back().reply.arrived();
+bool SftpSink::answered() const {
+    return opening_.sent() ? opening_.arrived() : steps_.empty() || steps_.back().reply.arrived();
 }
 
 void SftpSink::send_rest() {
@@ -137,9 +140,13 @@ void SftpSink::send_rest() {
     send_attributes_and_close();
 }
 
-void SftpSink::send_rename() {
+void SftpSink::take_answers() {
     while (!steps_.empty())
         wait_for_oldest();
+}
+
+void SftpSink::send_rename() {
+    take_answers();
     if (!error_)
         renaming_ = session_->send_rename(temporary_, path_, replace_);
 }

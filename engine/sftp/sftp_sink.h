@@ -9,12 +9,15 @@
 
 #include "engine/remote_file_system.h"
 #include "engine/sftp/session.h"
+#include "engine/sftp/write_line.h"
 
 namespace relay_hub::engine::sftp {
 
 class SftpSink : public FileSink {
   public:
-    SftpSink(std::shared_ptr<Session> session, std::string path, const Entry& entry, bool replace);
+    // line, which outlives the sink, takes it on once it is finished.
+    SftpSink(std::shared_ptr<Session> session, WriteLine& line, std::string path, const Entry& entry,
+             bool replace);
     // Without a commit the temporary file goes.
     ~SftpSink() override;
 
@@ -23,13 +26,20 @@ class SftpSink : public FileSink {
     void start_flush() override;
     Error finish(const FileSource& source) override;
 
-    // The steps of a commit, each asked for without waiting. ready() tells that the next step would not wait.
-    [[nodiscard]] bool ready() const;
+    // The steps of a commit, each asked for without waiting for its answer. answered() tells that the next
+    // step would not wait.
+    [[nodiscard]] bool answered() const;
+    [[nodiscard]] bool begun() const { return exists_ || error_; }
+    [[nodiscard]] bool sent() const { return error_ || closed_; }
     // Asks for the file to be opened, where it is not.
     void begin();
     // Waits for that; then all content, attributes, the sync and the close are on their way.
     void send_rest();
-    // Waits for all of it, and asks for the final name unless something failed.
+    // Waits for all of that.
+    void take_answers();
+    // Whether all of it is answered, or something failed.
+    [[nodiscard]] bool complete() const { return error_ || (closed_ && steps_.empty()); }
+    // Asks for the final name, where nothing failed.
     void send_rename();
     // Waits for the name. What became of the file.
     Error result();
@@ -48,6 +58,7 @@ class SftpSink : public FileSink {
     };
 
     std::shared_ptr<Session> session_;
+    WriteLine& line_;
     const std::string path_;
     const std::string temporary_;
     const Attributes attributes_;

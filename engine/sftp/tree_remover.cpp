@@ -61,7 +61,7 @@ Error remove_tree(Session& session, const std::string& path, std::string& failed
         to_empty.pop_back();
         failed = folder.path;
         if (folder.depth > kDeepest)
-            return {ELOOP, "its folders lie too deep in each other"};
+            return ENAMETOOLONG;
         Error error = read_folder(session, folder.path, [&](NamedEntry entry) {
             if (!is_possible_name(entry.name))
                 return;
