@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "base/glib_owners.h"
 #include "base/translated_text.h"
 #include "link_engine/transfer_state.h"
 #include "window/dialogs/dialog_parts.h"
@@ -50,11 +51,22 @@ void forget_dialog(GtkWidget* dialog, gpointer) {
         the_dialog = {};
 }
 
+// In this language: a label that may be shortened asks for the room of an ellipsis only, which a script with
+// a taller font does not fit.
+int text_height(GtkWidget* label) {
+    const relay_hub::GObjectPtr<PangoLayout> layout(
+        gtk_widget_create_pango_layout(label, relay_hub::translated("IDS_MSG_PROCESSING")));
+    int height = 0;
+    pango_layout_get_pixel_size(layout.get(), nullptr, &height);
+    return height;
+}
+
 GtkWidget* add_label(GtkBox* content, const char* text) {
     GtkWidget* row = gtk_hbox_new(FALSE, 0);
     GtkWidget* label = gtk_label_new(text);
     gtk_misc_set_alignment(GTK_MISC(label), 0, 0.5);
     gtk_label_set_ellipsize(GTK_LABEL(label), PANGO_ELLIPSIZE_MIDDLE);
+    gtk_widget_set_size_request(label, -1, text_height(label));
     gtk_box_pack_start(GTK_BOX(row), label, TRUE, TRUE, kRowPadding);
     gtk_box_pack_start(content, row, FALSE, FALSE, kRowPadding);
     return label;
