@@ -27,7 +27,11 @@ ListPlace::ListPlace(GtkWidget* tree_view)
     : view_(GTK_TREE_VIEW(tree_view)), selected_(get_selected_to_glist(tree_view)) {
     GtkTreePath* path = nullptr;
     gtk_tree_view_get_cursor(view_, &path, nullptr);
-    cursor_ = name_at(view_, PathPtr(path).get());
+    const PathPtr cursor(path);
+    cursor_ = name_at(view_, path);
+    // Among the selected names the parent folder's row is left out.
+    cursor_selected_ = path != nullptr &&
+                       gtk_tree_selection_path_is_selected(gtk_tree_view_get_selection(view_), path) != FALSE;
     GtkTreePath* top = nullptr;
     GtkTreePath* bottom = nullptr;
     if (gtk_tree_view_get_visible_range(view_, &top, &bottom) == FALSE)
@@ -62,6 +66,8 @@ void ListPlace::restore() const {
     gtk_tree_selection_unselect_all(selection);
     for (const PathPtr& path : found)
         gtk_tree_selection_select_path(selection, path.get());
+    if (cursor != nullptr && cursor_selected_)
+        gtk_tree_selection_select_path(selection, cursor.get());
     if (top != nullptr)
         gtk_tree_view_scroll_to_cell(view_, top.get(), nullptr, TRUE, 0, 0);
 }

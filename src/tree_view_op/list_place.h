@@ -18,6 +18,7 @@ class ListPlace {
     GtkTreeView* view_;
     std::vector<std::string> selected_;
     std::string cursor_;
+    bool cursor_selected_ = false;
     std::string top_;
 };
 

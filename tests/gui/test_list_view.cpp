@@ -6,6 +6,7 @@
 
 #include "gui/gui_fixture.h"
 #include "tree_view_op/file_list_view.h"
+#include "tree_view_op/list_place.h"
 
 namespace {
 
@@ -119,6 +120,21 @@ TEST_F(LocalListing, ACellIsOneBoundedLineAndTheNameTakesFurtherRoom) {
     EXPECT_TRUE(gtk_tree_view_column_get_expand(name_column));
     GtkWidget* title = gtk_tree_view_column_get_widget(name_column);
     EXPECT_STREQ(gtk_label_get_text(GTK_LABEL(title)), "IDS_STR_LISTVIEW_NAME");
+}
+
+TEST_F(LocalListing, TheParentRowStaysSelectedWhenTheListIsFilledAnew) {
+    insert_root_row(list_.view());
+    list_.select({0});
+    GtkTreePath* first = gtk_tree_path_new_first();
+    gtk_tree_view_set_cursor(GTK_TREE_VIEW(list_.view()), first, nullptr, FALSE);
+    const relay_hub::ListPlace place(list_.view());
+    clean_tree_view(list_.view());
+    insert_root_row(list_.view());
+    place.restore();
+    // Without it the next key of a direction would only select the row where it stands.
+    EXPECT_TRUE(
+        gtk_tree_selection_path_is_selected(gtk_tree_view_get_selection(GTK_TREE_VIEW(list_.view())), first));
+    gtk_tree_path_free(first);
 }
 
 TEST_F(LocalListing, ALongListingTurnsTheMainLoopAndStopsWhenTold) {
