@@ -68,6 +68,17 @@ void handle_event(GdkEvent* event, gpointer) {
         gtk_main_do_event(event);
 }
 
+// Of this window and of all that open later: the about box shows it as its picture.
+void set_icon(GtkWidget* window) {
+    const auto pictures = relay_hub::load_window_icons(kWindowIconPath);
+    GList* list = nullptr;
+    for (const auto& picture : pictures)
+        list = g_list_append(list, picture.get());
+    gtk_window_set_icon_list(GTK_WINDOW(window), list);
+    gtk_window_set_default_icon_list(list);
+    g_list_free(list);
+}
+
 GtkWidget* new_top_level() {
     GtkWidget* window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
     gtk_window_set_title(GTK_WINDOW(window), kTitle);
@@ -75,8 +86,7 @@ GtkWidget* new_top_level() {
     gtk_container_set_border_width(GTK_CONTAINER(window), 0);
     gtk_widget_set_size_request(window, kWindowWidth, kWindowHeight);
     gtk_window_set_resizable(GTK_WINDOW(window), TRUE);
-    if (const auto icon = relay_hub::load_window_icon(kWindowIconPath))
-        gtk_window_set_icon(GTK_WINDOW(window), icon.get());
+    set_icon(window);
     connect_all(window, kWindowConnections);
     return window;
 }

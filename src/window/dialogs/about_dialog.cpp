@@ -7,6 +7,9 @@
 
 namespace {
 
+constexpr char kCopyright[] = "© 2026 The Relay Hub developers";
+constexpr char kLicence[] = "Apache-2.0\nhttps://www.apache.org/licenses/LICENSE-2.0";
+
 // A full field has no terminating NUL.
 template <std::size_t size>
 std::string field_text(const char (&field)[size]) {
@@ -26,6 +29,8 @@ void new_about_dialog(GtkWidget* parent, const about_info* info) {
     const std::string version = field_text(info->version);
     if (!version.empty())
         gtk_about_dialog_set_version(GTK_ABOUT_DIALOG(dialog), version.c_str());
+    gtk_about_dialog_set_copyright(GTK_ABOUT_DIALOG(dialog), kCopyright);
+    gtk_about_dialog_set_license(GTK_ABOUT_DIALOG(dialog), kLicence);
     relay_hub::run_dialog(GTK_DIALOG(dialog));
     gtk_widget_destroy(dialog);
 }
