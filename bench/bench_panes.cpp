@@ -259,7 +259,8 @@ void bench_window(const fs::path& folder, const std::string& answer, const Peer&
     settle();
     remote_folder(answer, peer);
     local_folder(folder / "many", folder / "home");
-    relay_hub::reset_main_window();
+    gtk_widget_destroy(get_UI_sets()->main_window);
+    relay_hub::release_widgets();
 }
 
 }  // namespace

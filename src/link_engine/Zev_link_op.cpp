@@ -1,3 +1,5 @@
+#include "link_engine/Zev_link_op.h"
+
 #include <fcntl.h>
 #include <glib-unix.h>
 #include <sys/ipc.h>
@@ -15,7 +17,6 @@
 #include "base/file_descriptor.h"
 #include "base/main_loop.h"
 #include "link_engine/answer_slot.h"
-#include "link_engine/command_runner.h"
 
 int* g_shm_id_ptr = nullptr;
 volatile int signal_count = 0;

@@ -20,8 +20,6 @@ void SetArgument(__send_args* args);
 __send_args* GetArgument();
 void ReleaseArgument();
 
-// The identifier that the last child process of send_command left, 0 before the first.
-int get_shared_mem_id();
 void release_notify_name_pipe();
 
 namespace relay_hub {

@@ -70,6 +70,7 @@ struct Run {
     // The worker's waits end; a start function that never sets the state does not hold the window's thread
     // either.
     void abandon() {
+        args.given_up = true;
         worker.stop();
         finish();
     }

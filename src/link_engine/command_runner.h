@@ -2,8 +2,6 @@
 // Runs one request on a worker thread while the window stays live, then hands the answer to its reader.
 // send_command_t is called on the window's thread, with the GDK lock held; it turns the main loop with
 // blocking turns, serves the engine's overwrite questions, and returns the reader's result. Requests nest.
-#include <sys/stat.h>
-
 #include "link_engine/send_args.h"
 
 using command_start_t = int (*)(void* args);
@@ -19,19 +17,6 @@ int send_command_t(command_start_t start, command_finish_t finish, __send_args* 
 // The one-second timer of a run with a time limit; args is the __send_args block. 1 to keep the timer, 0
 // once the limit has passed: the request is then given up.
 int block_timer(void* args);
-
-// The process-based runner: start runs in a child process and returns the identifier of the segment that
-// holds its answer. Window's thread.
-int send_command(int (*start)(void*), int (*finish)(void*), void* arg);
-extern int* g_shm_id_ptr;          // a word in memory shared with the child, or null
-extern volatile int signal_count;  // child processes that have ended; the SIGCHLD handler counts
-// The attached address, or null after a line on standard error.
-void* create_shared_memory(int key, int size, int* id);
-// The attached address plus one (callers subtract one), or null after a line on standard error.
-void* attache_shared_memory(int id);
-int destroy_shared_memory(void* address, int id);
-// stat(path): 0, or -1 after a line on standard error.
-int get_file_stat(const char* path, struct stat* out);
 
 namespace relay_hub {
 

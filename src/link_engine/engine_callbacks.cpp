@@ -172,10 +172,12 @@ void note_activity() {
 }
 
 void ask_user(__send_args& args) {
-    const auto ask = current_handlers().ask_overwrite;
+    const auto ask = args.skip_existing ? [](GtkWidget*, const char*) { return REQUEST_NO; }
+                                        : current_handlers().ask_overwrite;
     const int response = ask ? ask(args.parent_window, GetConfirmMessage().c_str()) : 0;
     const int value = confirm_value_of(response);
     SetConfirmValue(value);
+    args.refused = args.refused || (value != kConfirmYes && value != kConfirmReplaceAll);
     if (value == kConfirmCancel)
         cancel_atomic(&args.state);
 }

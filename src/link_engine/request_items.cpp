@@ -8,7 +8,7 @@
 #include <initializer_list>
 #include <utility>
 
-#include "link_engine/command_runner.h"
+#include "link_engine/Zev_link_op.h"
 #include "link_engine/message_names.h"
 #include "xml_doc/zev_xml.h"
 

@@ -47,5 +47,9 @@ struct __send_args {
     // How long the engine may stay silent after the user cancelled.
     std::chrono::milliseconds cancel_grace{5000};
     std::time_t started_at = 0;
+    // What became of the request; the window's thread reads and writes these.
+    bool given_up = false;       // its waits were ended; what the engine does with it is not known
+    bool refused = false;        // the user answered a question of its copy with anything but yes
+    bool skip_existing = false;  // such questions are answered with no, without asking
     int command_code = 0;
 };

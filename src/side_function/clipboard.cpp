@@ -1,3 +1,5 @@
+#include "side_function/clipboard.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -7,8 +9,6 @@
 
 #include "base/diagnostics.h"
 #include "base/glib_owners.h"
-#include "side_function/copy_source.h"
-#include "side_function/panes.h"
 #include "window/closing.h"
 
 namespace {
@@ -87,16 +87,13 @@ std::string bytes_of(GtkSelectionData* selection) {
     return {bytes, strnlen(bytes, static_cast<std::size_t>(length))};
 }
 
-void print_first_line(std::string_view text) {
-    std::puts(text.substr(0, 3) == "cut" ? "cut!" : "copy!");
-}
-
-std::string offered_uris() {
+std::string offered_uris(bool& cut) {
     if (const SelectionPtr files = wait_for(kGnomeFiles)) {
         std::string text = bytes_of(files.get());
         if (text.empty())
             return {};
-        print_first_line(text);
+        cut = text.starts_with("cut");
+        std::puts(cut ? "cut!" : "copy!");
         const std::size_t line_end = text.find('\n');
         return line_end == std::string::npos ? std::string() : text.substr(line_end + 1);
     }
@@ -158,17 +155,29 @@ void release_clipboard(GtkClipboard* clipboard) {
 }
 
 int get_from_clipboard(std::vector<std::string>& list) {
-    std::puts("get_from_clipboard");
-    const relay_hub::WindowWork work;
-    const std::string uris = offered_uris();
-    if (uris.empty())
-        return -1;
-    const std::vector<std::string> paths = local_paths(uris);
+    const std::vector<std::string> paths = relay_hub::read_offer().paths;
     list.insert(list.begin(), paths.rbegin(), paths.rend());
-    return 0;
+    return paths.empty() ? -1 : 0;
 }
 
 namespace relay_hub {
+
+Offer read_offer() {
+    std::puts("get_from_clipboard");
+    const WindowWork work;
+    Offer offer;
+    const std::string uris = offered_uris(offer.cut);
+    if (!uris.empty())
+        offer.paths = local_paths(uris);
+    return offer;
+}
+
+void end_offer() {
+    nothing_copied();
+    release_copy_to_remote_file_list();
+    free_old_copy_path();
+    release_clipboard(nullptr);
+}
 
 bool clipboard_offers_files() {
     if (!g_pClipboardFileList.empty())

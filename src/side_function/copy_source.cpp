@@ -5,7 +5,7 @@
 
 #include "base/path_text.h"
 #include "base/translated_text.h"
-#include "side_function/panes.h"
+#include "side_function/pane.h"
 #include "tree_view_op/file_list_view.h"
 
 int g_copy_source = kNothingCopied;
@@ -17,8 +17,12 @@ std::vector<std::string> g_copy_to_remote_file_list;
 namespace {
 
 std::string g_old_copy_path;
-std::vector<relay_hub::RemoteItem> remembered;
-std::vector<relay_hub::RemoteItem> copied;
+struct RemoteRows {
+    std::vector<relay_hub::RemoteItem> remembered;
+    std::vector<relay_hub::RemoteItem> copied;
+    bool cut = false;
+};
+RemoteRows rows;
 
 void remember_row(GtkTreeModel* model, GtkTreePath*, GtkTreeIter* iter, gpointer folder) {
     const std::string name = relay_hub::row_name(model, iter);
@@ -26,7 +30,7 @@ void remember_row(GtkTreeModel* model, GtkTreePath*, GtkTreeIter* iter, gpointer
         return;
     relay_hub::RemoteItem item = relay_hub::remote_row(model, iter);
     item.path = relay_hub::join_remote_path(*static_cast<const std::string*>(folder), name);
-    remembered.push_back(std::move(item));
+    rows.remembered.push_back(std::move(item));
 }
 
 }  // namespace
@@ -41,7 +45,8 @@ const std::vector<std::string>& get_copy_to_remote_file_list() {
 
 int release_copy_to_remote_file_list() {
     g_copy_to_remote_file_list.clear();
-    copied.clear();
+    rows.copied.clear();
+    rows.cut = false;
     return 0;
 }
 
@@ -70,36 +75,32 @@ RemoteItem remote_row(GtkTreeModel* model, GtkTreeIter* iter) {
 }
 
 void remember_remote_selection(GtkWidget* tree_view, const std::string& folder) {
-    remembered.clear();
+    rows.remembered.clear();
     std::string base = folder;
     gtk_tree_selection_selected_foreach(gtk_tree_view_get_selection(GTK_TREE_VIEW(tree_view)), remember_row,
                                         &base);
 }
 
 const std::vector<RemoteItem>& remembered_remote_selection() {
-    return remembered;
+    return rows.remembered;
 }
 
-void keep_remote_copy() {
-    copied = remembered;
+void keep_remote_copy(bool cut) {
+    rows.copied = rows.remembered;
+    rows.cut = cut;
+}
+
+Offer remote_copy() {
+    return {g_copy_to_remote_file_list, rows.cut};
 }
 
 const std::vector<RemoteItem>& kept_remote_copy() {
-    return copied;
+    return rows.copied;
 }
 
 void nothing_copied() {
     g_copy_source = kNothingCopied;
     g_p_tree_view = nullptr;
-}
-
-void reset_copy_source() {
-    nothing_copied();
-    clipboard_action = kNothingOffered;
-    g_pClipboardFileList.clear();
-    release_copy_to_remote_file_list();
-    free_old_copy_path();
-    remembered.clear();
 }
 
 }  // namespace relay_hub

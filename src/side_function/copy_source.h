@@ -20,7 +20,7 @@ extern int g_copy_source;
 extern GtkWidget* g_p_tree_view;  // the list whose selection was copied; null for none
 extern int clipboard_action;
 extern std::vector<std::string> g_pClipboardFileList;        // full local paths, in the order of the list
-extern std::vector<std::string> g_copy_to_remote_file_list;  // full remote paths
+extern std::vector<std::string> g_copy_to_remote_file_list;  // full remote paths, in the order of the list
 
 void set_copy_to_remote_file_list(std::vector<std::string> paths);
 const std::vector<std::string>& get_copy_to_remote_file_list();
@@ -31,23 +31,13 @@ std::string get_old_copy_path();
 void set_old_copy_path(const std::string& folder);
 void free_old_copy_path();
 
-// Offers g_pClipboardFileList on the desktop clipboard; the caller then says so in clipboard_action. 0, or -1
-// when the clipboard could not be taken.
-int save_to_clipboard(gpointer data);
-// The clipboard asks for one target, or tells that the offer is over.
-void clipboard_get_data(GtkClipboard* clipboard, GtkSelectionData* selection, guint info, gpointer data);
-void clipboard_clean_data(GtkClipboard* clipboard, gpointer data);
-// Takes our offer back; the offer of another program stays.
-void release_clipboard(GtkClipboard* clipboard);
-// Prepends the offered local paths to list. 0, or -1 when nothing usable is offered. Turns the main loop
-// until the other program has answered.
-int get_from_clipboard(std::vector<std::string>& list);
-
 namespace relay_hub {
 
-// True when another program (or this one) offers files on the desktop clipboard. Asks for the kinds of data
-// only, not for the data.
-bool clipboard_offers_files();
+// What is to be copied: full paths, in their order. What is cut leaves its place once all of it has arrived.
+struct Offer {
+    std::vector<std::string> paths;
+    bool cut = false;
+};
 
 inline constexpr int kFileItem = 0;
 inline constexpr int kFolderItem = 1;
@@ -67,13 +57,14 @@ const std::vector<RemoteItem>& remembered_remote_selection();
 // The row's attributes; the path stays empty.
 RemoteItem remote_row(GtkTreeModel* model, GtkTreeIter* iter);
 
-// What was remembered last becomes the attributes of the copied items, which later drags do not touch.
-void keep_remote_copy();
+// What was remembered last becomes the attributes of the copied (or cut) items, which later drags do not
+// touch.
+void keep_remote_copy(bool cut);
 const std::vector<RemoteItem>& kept_remote_copy();
+// What was copied or cut in the remote pane.
+Offer remote_copy();
 
-// The end of every paste: nothing is copied any more.
+// Nothing is copied any more.
 void nothing_copied();
-// Every global above back to its start value, for tests. Leaves the desktop clipboard alone.
-void reset_copy_source();
 
 }  // namespace relay_hub

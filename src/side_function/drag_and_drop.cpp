@@ -1,15 +1,16 @@
+#include "side_function/drag_and_drop.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "side_function/copy_source.h"
-#include "side_function/left_side.h"
+#include "side_function/clipboard.h"
 #include "side_function/local_job.h"
-#include "side_function/panes.h"
-#include "side_function/right_side.h"
+#include "side_function/pane.h"
 #include "side_function/transfer.h"
+#include "side_function/wire_path.h"
 #include "tree_view_op/file_list_view.h"
 #include "util/Zev_file_op.h"
 #include "util/folder_listing.h"
@@ -17,6 +18,7 @@
 
 namespace {
 
+using relay_hub::Pane;
 using relay_hub::WindowWork;
 
 constexpr guint kTreeRows = 0;
@@ -68,37 +70,40 @@ bool local_folder_takes_files(const std::string& folder) {
     return Gfile_check_file_type_permission(folder, &permission) == 0 && permission.writable != 0;
 }
 
+// What was dropped, in the order of the drag: splitting turns it round.
+relay_hub::Offer dropped(const std::string& text, const char* line_end, bool are_uris) {
+    relay_hub::Offer offer{Gfile_split_string_to_list(text, line_end, are_uris ? 1 : 0)};
+    std::reverse(offer.paths.begin(), offer.paths.end());
+    return offer;
+}
+
 int receive_local_files(const std::string& uris) {
     std::puts("TEXT_URI_LIST");
-    const std::string folder = relay_hub::folder_of(relay_hub::local_side());
+    const std::string folder = Pane::local().folder();
     if (!local_folder_takes_files(folder))
         return -1;
-    std::vector<std::string> paths = Gfile_split_string_to_list(uris, "\n", 1);
-    if (paths.empty())
-        return -1;
-    for (const std::string& path : paths)
+    const relay_hub::Offer offer = dropped(uris, "\n", true);
+    for (const std::string& path : offer.paths)
         std::puts(path.c_str());
-    Gfile_count = paths.size();
-    return relay_hub::copy_into_local_folder(std::move(paths), folder);
+    Gfile_count = offer.paths.size();
+    return relay_hub::put_into_local_folder(offer, folder);
 }
 
 // The list loses its selection while a drop is under way; then what was dragged counts.
-std::vector<std::string> dragged_remote_names(const std::string& folder) {
-    GtkWidget* const list = relay_hub::remote_side()->tree_view;
-    std::vector<std::string> names = relay_hub::selected_names(list);
+std::vector<std::string> dragged_remote_names(const Pane& pane) {
+    std::vector<std::string> names = pane.selection();
     if (!names.empty()) {
-        relay_hub::remember_remote_selection(list, folder);
+        relay_hub::remember_remote_selection(pane.list(), pane.folder());
         return names;
     }
     for (const relay_hub::RemoteItem& item : relay_hub::remembered_remote_selection())
         names.push_back(relay_hub::remote_base_name(item.path));
-    std::reverse(names.begin(), names.end());
     return names;
 }
 
 }  // namespace
 
-int left_drag_data_get(GtkWidget* widget, GdkDragContext*, GtkSelectionData* selection, guint info, guint,
+int left_drag_data_get(GtkWidget*, GdkDragContext*, GtkSelectionData* selection, guint info, guint,
                        gpointer) {
     std::puts("left_drag_data_get");
     if (relay_hub::window_is_closing())
@@ -106,8 +111,7 @@ int left_drag_data_get(GtkWidget* widget, GdkDragContext*, GtkSelectionData* sel
     if (info == kTreeRows)
         set_text(selection, "ABC");
     else if (info == kUriList)
-        set_text(selection, set_glist_to_string(relay_hub::selected_names(widget),
-                                                relay_hub::folder_of(relay_hub::local_side()), 1));
+        set_text(selection, set_glist_to_string(Pane::local().selection(), Pane::local().folder(), 1));
     return 0;
 }
 
@@ -136,8 +140,8 @@ int right_drag_data_get(GtkWidget*, GdkDragContext*, GtkSelectionData* selection
         return -1;
     }
     std::puts("TEXT_URI_LIST");
-    const std::string folder = relay_hub::folder_of(relay_hub::remote_side());
-    set_text(selection, set_glist_to_string(dragged_remote_names(folder), folder, 0));
+    const Pane pane = Pane::remote();
+    set_text(selection, set_glist_to_string(dragged_remote_names(pane), pane.folder(), 0));
     return 0;
 }
 
@@ -154,13 +158,15 @@ int right_drag_data_received(GtkWidget*, GdkDragContext* context, gint, gint, Gt
     if (info != kUriList)
         return -1;
     std::puts("TEXT_URI_LIST");
-    return relay_hub::paste_into_remote_folder([&] { return Gfile_split_string_to_list(text, "\r\n", 1); });
+    const int result = relay_hub::copy_to_remote_folder([&] { return dropped(text, "\r\n", true); });
+    relay_hub::end_offer();
+    return result;
 }
 
 int remote_receive_data(GtkWidget*, GtkSelectionData* selection) {
     if (relay_hub::window_is_closing() || !holds_bytes(selection))
         return -1;
     const std::string text = text_of(selection);
-    return relay_hub::copy_to_local_folder([&] { return Gfile_split_string_to_list(text, "\r\n", 0); },
+    return relay_hub::copy_to_local_folder([&] { return dropped(text, "\r\n", false); },
                                            relay_hub::remembered_remote_selection());
 }

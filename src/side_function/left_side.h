@@ -12,7 +12,3 @@ int left_popup_menu_rename(GtkWidget* item, gpointer data);
 int left_popup_menu_refresh(GtkWidget* item, gpointer data);
 int left_popup_menu_copy(GtkWidget* item, gpointer tree_view);
 int left_popup_menu_paste(GtkWidget* item, gpointer data);
-int left_drag_data_get(GtkWidget* widget, GdkDragContext* context, GtkSelectionData* selection, guint info,
-                       guint time, gpointer data);
-int left_drag_data_received(GtkWidget* widget, GdkDragContext* context, gint x, gint y,
-                            GtkSelectionData* selection, guint info, guint time, gpointer data);

@@ -1,8 +1,9 @@
+#include "side_function/link_probes.h"
+
 #include "link_engine/answer_slot.h"
 #include "link_engine/command_runner.h"
 #include "link_engine/request_builders.h"
 #include "name_pipe/name_pipe_base.h"
-#include "side_function/right_side.h"
 #include "window/closing.h"
 #include "window/message_parent.h"
 #include "window/window_thread.h"

@@ -1,33 +1,117 @@
 #include "side_function/local_job.h"
 
+#include <functional>
+#include <map>
 #include <utility>
 
-#include "side_function/panes.h"
-#include "util/job_state.h"
+#include "base/glib_owners.h"
+#include "base/main_loop.h"
+#include "base/worker.h"
+#include "side_function/local_move.h"
+#include "side_function/pane.h"
+#include "side_function/progress_dialog.h"
+#include "util/job_failures.h"
+#include "window/closing.h"
+#include "window/dialogs/message_dialog.h"
 #include "window/jobs.h"
+#include "window/message_parent.h"
 
 namespace relay_hub {
 namespace {
 
-int run_with_dialog(int kind, std::vector<std::string> items, const std::string& folder) {
-    const TaskListPtr job(new_task_list());
+using Names = std::vector<std::string>;
+
+std::string parent_of(const std::string& path) {
+    return GText(g_path_get_dirname(path.c_str())).get();
+}
+
+// The summary of what failed, and the job of trying that again when the user wants it.
+TaskListPtr job_to_try_again(const __task_list& job) {
+    const std::string text = failure_summary(job.failures);
+    if (text.empty() || window_is_closing())
+        return nullptr;
+    TaskListPtr again = retry_job(job);
+    if (again == nullptr) {
+        show_error_box(message_parent(), GTK_BUTTONS_OK, text.c_str(), nullptr);
+        return nullptr;
+    }
+    return ask_to_try_again(message_parent(), text.c_str()) ? std::move(again) : nullptr;
+}
+
+struct JobEnd {
+    int result = 0;
+    bool cancelled = false;
+};
+
+// With whatever the user wants to try again.
+JobEnd run_job(int kind, const Names& items, const std::string& folder) {
+    const WindowWork work;
+    TaskListPtr job(new_task_list());
     job->task_kind = kind;
-    job->items = std::move(items);
+    job->items = items;
     job->folder = folder;
-    const ProgressDialog dialog(&job->state, &job->task_kind, nullptr);
-    return run_local_job(job.get());
+    JobEnd end;
+    while (job != nullptr) {
+        TaskListPtr again;
+        {
+            const ProgressDialog dialog(&job->state, &job->task_kind, nullptr);
+            end.result = run_local_job(job.get());
+            end.cancelled = end.cancelled || get_atomic(&job->state) == TASK_CANCEL;
+            again = job_to_try_again(*job);
+        }
+        job = std::move(again);
+    }
+    return end;
+}
+
+// Runs work, which touches no widget, on a worker; otherwise when it could not be done.
+Names beside_window(const std::function<Names()>& work, const Names& otherwise) {
+    Names names;
+    Worker worker;
+    if (worker.start("a move", [&] { names = work(); }) != 0)
+        return otherwise;
+    turn_main_loop_until([&worker] { return !worker.running(); });
+    worker.join();
+    return worker.failure() == nullptr ? names : otherwise;
+}
+
+int move_into(const Names& paths, const std::string& folder) {
+    const WindowWork work;
+    const Names left = beside_window([&] { return rename_into(folder, paths); }, paths);
+    if (left.empty() || window_is_closing())
+        return 0;
+    const JobEnd end = run_job(TASK_COPY, left, folder);
+    if (end.cancelled || window_is_closing())
+        return end.result;
+    const Names arrived = beside_window([&] { return arrived_whole(folder, left); }, {});
+    if (!arrived.empty())
+        trash_locally(arrived);
+    return end.result;
 }
 
 }  // namespace
 
-int copy_into_local_folder(std::vector<std::string> paths, const std::string& folder) {
-    const int result = run_with_dialog(TASK_COPY, std::move(paths), folder);
-    reload_local();
+int put_into_local_folder(const Offer& offer, const std::string& folder) {
+    if (offer.paths.empty())
+        return -1;
+    const int result =
+        offer.cut ? move_into(offer.paths, folder) : run_job(TASK_COPY, offer.paths, folder).result;
+    (void)Pane::local().reload();
     return result;
 }
 
-int delete_from_local_folder(std::vector<std::string> names, const std::string& folder) {
-    return run_with_dialog(TASK_DEL, std::move(names), folder);
+int trash_from_local_folder(const Names& names, const std::string& folder) {
+    return run_job(TASK_DEL, names, folder).result;
+}
+
+int trash_locally(const Names& paths) {
+    std::map<std::string, Names> names_by_folder;
+    for (const std::string& path : paths)
+        names_by_folder[parent_of(path)].emplace_back(GText(g_path_get_basename(path.c_str())).get());
+    int result = 0;
+    for (const auto& [folder, names] : names_by_folder)
+        result = trash_from_local_folder(names, folder);
+    return result;
 }
 
 }  // namespace relay_hub

@@ -1,6 +1,5 @@
 #include "side_function/name_dialogs.h"
 
-#include "side_function/panes.h"
 #include "window/dialogs/mkdir_dialog.h"
 #include "window/dialogs/rename_dialog.h"
 
@@ -14,10 +13,10 @@ std::string ask_folder_name() {
     return get_folder_name();
 }
 
-std::string ask_new_name(const __single* side, const std::string& old_name, const std::string& folder) {
+std::string ask_new_name(const Pane& pane, const std::string& old_name) {
     _rename_dialog* const dialog = create_rename_dialog();
-    const int is_remote = side == remote_side() ? 1 : 0;
-    set_rename_dialog_oldname(old_name.c_str(), "", folder.c_str(), is_remote, side->tree_view);
+    set_rename_dialog_oldname(old_name.c_str(), "", pane.folder().c_str(), pane.is_remote() ? 1 : 0,
+                              pane.list());
     init_rename_dialog(dialog);
     show_rename_dialog(dialog);
     std::string new_name;

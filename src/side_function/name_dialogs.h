@@ -3,12 +3,12 @@
 // cancelled.
 #include <string>
 
-#include "window/ui_sets.h"
+#include "side_function/pane.h"
 
 namespace relay_hub {
 
 std::string ask_folder_name();
-// The new name of the side's entry in folder; the dialog refuses names that are taken there.
-std::string ask_new_name(const __single* side, const std::string& old_name, const std::string& folder);
+// The new name of the pane's entry; the dialog refuses names that are taken in its folder.
+std::string ask_new_name(const Pane& pane, const std::string& old_name);
 
 }  // namespace relay_hub

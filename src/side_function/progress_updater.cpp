@@ -1,3 +1,5 @@
+#include "side_function/progress_updater.h"
+
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -5,10 +7,9 @@
 #include "base/shown_text.h"
 #include "base/translated_text.h"
 #include "link_engine/transfer_state.h"
-#include "side_function/right_side.h"
 #include "util/job_state.h"
 #include "window/dialogs/file_read_write_dialog.h"
-#include "window/jobs.h"
+#include "window/loops.h"
 
 namespace {
 

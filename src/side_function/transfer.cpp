@@ -6,16 +6,17 @@
 #include <unordered_map>
 #include <utility>
 
+#include "base/diagnostics.h"
 #include "base/main_loop.h"
-#include "base/path_text.h"
 #include "base/worker.h"
 #include "link_engine/answer_slot.h"
-#include "link_engine/command_runner.h"
 #include "link_engine/request_builders.h"
 #include "link_engine/transfer_state.h"
-#include "side_function/copy_source.h"
-#include "side_function/panes.h"
-#include "side_function/right_side.h"
+#include "side_function/engine_messages.h"
+#include "side_function/local_job.h"
+#include "side_function/pane.h"
+#include "side_function/progress_updater.h"
+#include "side_function/wire_path.h"
 #include "tree_view_op/file_list_view.h"
 #include "util/Zev_file_op.h"
 #include "window/closing.h"
@@ -24,6 +25,9 @@
 
 namespace relay_hub {
 namespace {
+
+// The unit that the remote pane's diagnostics name, whichever source speaks.
+constexpr const char* kRemotePaneUnit = "../src/side_function/Zev_right_side.cpp";
 
 constexpr int kPreparing = 3;
 constexpr int kNothingPrepared = 0;
@@ -40,39 +44,21 @@ struct Direction {
     command_start_t start;
     command_finish_t finish;
     int (*build_lists)(void* job);
-    __single* (*target_side)();
-    int (*reload)();
+    bool to_remote;
 };
 constexpr Direction kToRemote{set_NP_VAL_CMD_COPY_LOCAL_TO_REMOTE, get_NP_VAL_CMD_COPY_LOCAL_TO_REMOTE,
-                              build_xml_string, remote_side, reload_remote};
+                              build_xml_string, true};
 constexpr Direction kToLocal{set_NP_VAL_CMD_COPY_REMOTE_TO_LOCAL, get_NP_VAL_CMD_COPY_REMOTE_TO_LOCAL,
-                             build_xml_string_2, local_side, reload_local};
-
-// The shared transfer state belongs to one transfer from the scope's beginning to its end.
-class TransferScope {
-  public:
-    explicit TransferScope(__send_args* args) {
-        CleanUpInformationVar();
-        set_change_flag(kPreparing);
-        SetArgument(args);
-    }
-    TransferScope(const TransferScope&) = delete;
-    TransferScope& operator=(const TransferScope&) = delete;
-    ~TransferScope() {
-        ReleaseArgument();
-        CleanUpInformationVar();
-        set_change_flag(kNothingPrepared);
-    }
-};
+                             build_xml_string_2, false};
 
 // Only the window knows its rows, so what they show is read here, before the worker starts.
 void read_live_attributes(__send_args& args) {
     if (args.item_paths.empty())
         return;
     const std::string& path = args.item_paths.front();
-    const __single* const side = remote_side();
-    const bool still_shown = join_remote_path(folder_of(side), remote_base_name(path)) == path;
-    set_file_system_attribute(still_shown ? side->tree_view : nullptr, &args);
+    const Pane pane = Pane::remote();
+    const bool still_shown = pane.path_of(remote_base_name(path)) == path;
+    set_file_system_attribute(still_shown ? pane.list() : nullptr, &args);
 }
 
 bool build_item_lists(const Direction& direction, ItemListJob& job) {
@@ -84,39 +70,52 @@ bool build_item_lists(const Direction& direction, ItemListJob& job) {
     return worker.failure() == nullptr && !job.args.item_paths_hex.empty();
 }
 
-int send_items(const Direction& direction, __send_args& args) {
-    if (get_atomic(&args.state) == TASK_CANCEL || window_is_closing())
-        return -1;
-    std::puts("create thread!");
-    const int result = send_command_t(direction.start, direction.finish, &args);
-    show_end_message(result);
-    return result;
+// What came of a copy, and what may go to the trash after it.
+struct Copied {
+    int result = -1;
+    std::vector<std::string> moved;
+};
+
+Copied copy_items(const Direction& direction, const OfferSource& source, std::vector<RemoteItem> attributes) {
+    const Pane target = direction.to_remote ? Pane::remote() : Pane::local();
+    Transfer transfer(TASK_COPY);
+    __send_args& args = transfer.args();
+    args.target_path = target.folder();
+    args.target_path_hex = traced_unicode_hex(args.target_path);
+    const Offer offer = source();
+    args.item_paths = offer.paths;
+    if (!direction.to_remote)
+        read_live_attributes(args);
+    ItemListJob job{args, std::move(attributes)};
+    Copied copied;
+    if (build_item_lists(direction, job))
+        copied.result = transfer.send(direction.start, direction.finish);
+    const bool cancelled = get_atomic(&args.state) == TASK_CANCEL || args.given_up;
+    if (offer.cut && copied.result == 0 && !cancelled && !args.refused)
+        copied.moved = offer.paths;
+    if (!args.given_up)
+        (void)target.reload();
+    return copied;
 }
 
-int run_transfer(const Direction& direction, const PathSource& source, std::vector<RemoteItem> attributes) {
+void trash_what_was_moved(const Direction& direction, const std::vector<std::string>& paths) {
+    if (direction.to_remote) {
+        trash_locally(paths);
+    } else {
+        Transfer transfer(TASK_DEL);
+        trash_remotely(transfer, paths);
+    }
+    (void)(direction.to_remote ? Pane::local() : Pane::remote()).reload();
+}
+
+int run_transfer(const Direction& direction, const OfferSource& source, std::vector<RemoteItem> attributes) {
     if (window_is_closing())
         return -1;
     const WindowWork work;
-    __send_args args;
-    args.task_kind = TASK_COPY;
-    const TransferScope scope(&args);
-    ProgressDialog dialog(&args.state, &args.task_kind, update_dialog_info);
-    args.parent_window = message_parent();
-    args.target_path = folder_of(direction.target_side());
-    args.target_path_hex = traced_unicode_hex(args.target_path);
-    Gfile_count = 0;
-    args.item_paths = source();
-    // Lists are built by prepending.
-    std::reverse(args.item_paths.begin(), args.item_paths.end());
-    if (direction.start == kToLocal.start)
-        read_live_attributes(args);
-    ItemListJob job{args, std::move(attributes)};
-    const int result = build_item_lists(direction, job) ? send_items(direction, args) : -1;
-    direction.reload();
-    set_atomic(&args.state, kStateFinished);
-    dialog.close();
-    show_waiting_message();
-    return result;
+    const Copied copied = copy_items(direction, source, std::move(attributes));
+    if (!copied.moved.empty() && !window_is_closing())
+        trash_what_was_moved(direction, copied.moved);
+    return copied.result;
 }
 
 struct WantedItem {
@@ -147,25 +146,69 @@ gboolean take_attributes(GtkTreeModel* model, GtkTreePath*, GtkTreeIter* iter, g
 
 }  // namespace
 
-int paste_into_remote_folder(const PathSource& source) {
-    const int result = run_transfer(kToRemote, source, {});
-    release_clipboard(nullptr);
-    nothing_copied();
+Transfer::Transfer(int kind)
+    : kind_((CleanUpInformationVar(), kind)), dialog_(&args_.state, &kind_, update_dialog_info) {
+    args_.task_kind = kind;
+    args_.parent_window = message_parent();
+    if (kind != TASK_COPY)
+        return;
+    set_change_flag(kPreparing);
+    SetArgument(&args_);
+    Gfile_count = 0;
+}
+
+Transfer::~Transfer() {
+    set_atomic(&args_.state, kStateFinished);
+    dialog_.close();
+    show_waiting_message();
+    ReleaseArgument();
+    CleanUpInformationVar();
+    set_change_flag(kNothingPrepared);
+}
+
+int Transfer::send(command_start_t start, command_finish_t finish) {
+    if (get_atomic(&args_.state) == TASK_CANCEL || window_is_closing())
+        return -1;
+    std::puts("create thread!");
+    int result = send_command_t(start, finish, &args_);
+    while (result == -1 && can_be_tried_again()) {
+        if (!ask_about_failure())
+            return result;
+        // What is there already is then left alone without a question.
+        args_.skip_existing = true;
+        set_atomic(&args_.state, kStateRunning);
+        result = send_command_t(start, finish, &args_);
+    }
+    show_end_message(result);
     return result;
 }
 
-int copy_to_local_folder(const PathSource& source, const std::vector<RemoteItem>& attributes) {
+bool Transfer::can_be_tried_again() const {
+    return kind_ == TASK_COPY && !args_.given_up && IsUserClickCancel() == 0 && !window_is_closing();
+}
+
+int copy_to_remote_folder(const OfferSource& source) {
+    return run_transfer(kToRemote, source, {});
+}
+
+int copy_to_local_folder(const OfferSource& source, const std::vector<RemoteItem>& attributes) {
     return run_transfer(kToLocal, source, attributes);
 }
 
-int paste_remote_copy() {
-    const int result =
-        copy_to_local_folder([] { return get_copy_to_remote_file_list(); }, kept_remote_copy());
-    release_copy_to_remote_file_list();
-    free_old_copy_path();
-    nothing_copied();
-    release_clipboard(nullptr);
-    return result;
+int trash_remotely(Transfer& transfer, const std::vector<std::string>& paths) {
+    std::vector<std::string>& list = transfer.args().item_paths_hex;
+    for (auto path = paths.rbegin(); path != paths.rend(); ++path) {
+        std::printf("delete [%s]\n", remote_base_name(*path).c_str());
+        std::string hex = traced_unicode_hex(*path);
+        if (hex.empty())
+            report({kRemotePaneUnit, __func__, __LINE__},
+                   "the name cannot be sent, entry left alone:", *path);
+        else
+            list.push_back(std::move(hex));
+    }
+    if (list.empty())
+        return -1;
+    return transfer.send(set_NP_VAL_CMD_MOVE_FILE_TO_TRASH, get_NP_VAL_CMD_MOVE_FILE_TO_TRASH);
 }
 
 }  // namespace relay_hub

@@ -1,26 +1,59 @@
 #pragma once
-// Copies between this machine and the remote one: one sequence for pasting and dropping, in both directions.
-// The progress dialog is open from the gathering of the items to the reading of the list that changed.
+// Work of the engine that takes its time: copies between this machine and the remote one, and the remote
+// trash. The progress dialog is open from the gathering of the items to the reading of the list that changed.
 // Window's thread.
+#include <gtk/gtk.h>
+
 #include <functional>
 #include <string>
 #include <vector>
 
+#include "link_engine/command_runner.h"
 #include "side_function/copy_source.h"
+#include "side_function/progress_dialog.h"
 
 namespace relay_hub {
 
-// Gives the full paths of what is copied; called with the progress dialog open, may turn the main loop.
-using PathSource = std::function<std::vector<std::string>()>;
+// One such work from its beginning to the end of its dialog. The shared transfer state is its own meanwhile.
+class Transfer {
+  public:
+    // kind: TASK_COPY, or TASK_DEL for the trash.
+    explicit Transfer(int kind);
+    Transfer(const Transfer&) = delete;
+    Transfer& operator=(const Transfer&) = delete;
+    // Closes the dialog and shows the text that waits for the user.
+    ~Transfer();
 
-// Local items into the remote folder. Ends the offer of what was copied. 0 success, negative as the reader
+    [[nodiscard]] __send_args& args() { return args_; }
+    // Sends args, unless the user cancelled meanwhile, and shows what is left to tell; a copy that failed is
+    // sent again as often as the user wants it. As send_command_t, -1 when nothing was sent.
+    int send(command_start_t start, command_finish_t finish);
+    // The engine was left alone with the request: it may hang still.
+    [[nodiscard]] bool was_given_up() const { return args_.given_up; }
+
+  private:
+    [[nodiscard]] bool can_be_tried_again() const;
+
+    __send_args args_;
+    int kind_;
+    ProgressDialog dialog_;
+};
+
+// Gives what is copied; called with the progress dialog open, may turn the main loop. What is moved goes to
+// the trash of the side that it came from, once all of it has arrived; where the user refused to replace
+// something, all of it stays.
+using OfferSource = std::function<Offer()>;
+
+// Local items into the remote folder, and the remote list read again. 0 success, negative as the reader
 // judged, -1 when nothing was sent.
-int paste_into_remote_folder(const PathSource& source);
-// attributes are what is known of the items from the time when they were copied or dragged; what the remote
-// list shows of them now counts first.
-int copy_to_local_folder(const PathSource& source, const std::vector<RemoteItem>& attributes);
-// What was copied in the remote pane, into the local folder. Ends the offer.
-int paste_remote_copy();
+int copy_to_remote_folder(const OfferSource& source);
+// The same the other way. attributes are what is known of the items from the time when they were copied or
+// dragged; what the remote list shows of them now counts first.
+int copy_to_local_folder(const OfferSource& source, const std::vector<RemoteItem>& attributes);
+
+// Moves the items (full remote paths) into the remote trash, in the reverse of their order. As
+// send_command_t, -1 when nothing was sent.
+int trash_remotely(Transfer& transfer, const std::vector<std::string>& paths);
 
 }  // namespace relay_hub
 
@@ -28,3 +61,4 @@ int paste_remote_copy();
 // the remote machine also the attributes that its list no longer shows.
 int build_xml_string(void* job);
 int build_xml_string_2(void* job);
+int set_file_system_attribute(GtkWidget* tree_view, __send_args* args);

@@ -27,6 +27,15 @@ bool can_be_opened(GtkTreeModel* model, GtkTreeIter* iter, const std::string& na
            relay_hub::row_text(model, iter, kColumnType) == relay_hub::translated("IDS_FH_FOLDER");
 }
 
+constexpr char kShownDrive[] = "relay-hub-shown-drive";
+
+// The choice of another entry is told by the box itself.
+void open_shown_drive(GtkMenuItem*, gpointer combo) {
+    const int shown = GPOINTER_TO_INT(g_object_get_data(G_OBJECT(combo), kShownDrive));
+    if (gtk_combo_box_get_active(GTK_COMBO_BOX(combo)) == shown)
+        on_combobox_1_changed(GTK_COMBO_BOX(combo), nullptr);
+}
+
 void load_local_side() {
     __single* side = get_UI_sets()->left_side;
     const relay_hub::BusyDialog busy;
@@ -42,6 +51,9 @@ int single_clicked = kClickIdle;
 
 void on_main_window_show(GtkWidget*, gpointer) {
     std::puts(__func__);
+    window_gone = false;
+    instance = nullptr;
+    single_clicked = kClickIdle;
     const WindowWork work;
     const UI* ui = get_UI_sets();
     std::printf("left:%p\tright:%p\n", static_cast<void*>(ui->left_side->tree_view),
@@ -101,6 +113,24 @@ void on_combobox_1_changed(GtkComboBox* combo, gpointer) {
     relay_hub::open_chosen_drive(side);
 }
 
+// Only the menu's own items tell of the choice of the entry that is active already.
+void on_drive_list_shown(GtkWidget* combo, GParamSpec*, gpointer) {
+    gboolean shown = FALSE;
+    g_object_get(combo, "popup-shown", &shown, nullptr);
+    GtkWidget* menu =
+        gtk_accessible_get_widget(GTK_ACCESSIBLE(gtk_combo_box_get_popup_accessible(GTK_COMBO_BOX(combo))));
+    if (shown == FALSE || !GTK_IS_MENU(menu))
+        return;
+    g_object_set_data(G_OBJECT(combo), kShownDrive,
+                      GINT_TO_POINTER(gtk_combo_box_get_active(GTK_COMBO_BOX(combo))));
+    GList* const items = gtk_container_get_children(GTK_CONTAINER(menu));
+    for (const GList* item = items; item != nullptr; item = item->next) {
+        g_signal_handlers_disconnect_by_func(item->data, reinterpret_cast<gpointer>(open_shown_drive), combo);
+        g_signal_connect(item->data, "activate", G_CALLBACK(open_shown_drive), combo);
+    }
+    g_list_free(items);
+}
+
 void on_treeview_1_row_activated(GtkTreeView* tree_view, GtkTreePath* path, GtkTreeViewColumn*, gpointer) {
     std::puts(__func__);
     (void)write_log(kEventLogPath, __func__);
@@ -126,12 +156,6 @@ namespace relay_hub {
 
 bool main_window_is_gone() {
     return window_gone;
-}
-
-void reset_event_handlers() {
-    window_gone = false;
-    instance = nullptr;
-    single_clicked = kClickIdle;
 }
 
 }  // namespace relay_hub

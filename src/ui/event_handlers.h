@@ -28,6 +28,8 @@ void on_button_1_clicked(GtkButton* button, gpointer data);
 void on_button_2_clicked(GtkButton* button, gpointer data);
 gboolean on_textbox_1_key_press_event(GtkWidget* entry, GdkEventKey* event, gpointer data);
 void on_combobox_1_changed(GtkComboBox* combo, gpointer data);
+// The drive box opens or closes its list: choosing the entry that it shows opens that again.
+void on_drive_list_shown(GtkWidget* combo, GParamSpec* property, gpointer data);
 
 void on_treeview_1_row_activated(GtkTreeView* tree_view, GtkTreePath* path, GtkTreeViewColumn* column,
                                  gpointer data);
@@ -61,8 +63,5 @@ gboolean on_list_motion(GtkWidget* tree_view, GdkEventMotion* event, gpointer da
 void on_list_drag_begin(GtkWidget* tree_view, GdkDragContext* context, gpointer data);
 // However the drag ended, in another program too.
 void on_list_drag_end(GtkWidget* tree_view, GdkDragContext* context, gpointer data);
-
-// Sets the handlers' globals back to their start values, for tests.
-void reset_event_handlers();
 
 }  // namespace relay_hub

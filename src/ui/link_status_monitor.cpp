@@ -13,7 +13,7 @@
 #include "link_engine/transfer_state.h"
 #include "name_pipe/name_pipe_listener.h"
 #include "name_pipe/taken_place.h"
-#include "side_function/right_side.h"
+#include "side_function/link_probes.h"
 #include "tree_view_op/file_list_view.h"
 #include "window/closing.h"
 #include "window/closing_watchdog.h"

@@ -2,8 +2,7 @@
 #include <cstdio>
 
 #include "base/glib_owners.h"
-#include "side_function/left_side.h"
-#include "side_function/right_side.h"
+#include "side_function/drag_and_drop.h"
 #include "ui/event_handlers.h"
 #include "ui/navigation.h"
 #include "window/closing.h"

@@ -3,6 +3,8 @@
 
 #include <cstdio>
 
+#include "side_function/actions.h"
+#include "side_function/copy_source.h"
 #include "tree_view_op/file_list_view.h"
 #include "ui/event_handlers.h"
 #include "ui/key_table.h"
@@ -20,6 +22,27 @@ template <void (*Item)(GtkWidget*, gpointer), _popup_menu_switch Needed>
 bool menu_item(GtkWidget* tree_view) {
     if ((relay_hub::offered_items(tree_view) & Needed) != 0)
         Item(nullptr, tree_view);
+    return true;
+}
+
+// What was cut may come to another folder of its own pane, which the menu does not offer.
+bool paste(GtkWidget* tree_view) {
+    if (tree_view == g_p_tree_view && clipboard_action == kCutOffered)
+        on_popup_menu_paste(nullptr, tree_view);
+    else
+        menu_item<on_popup_menu_paste, kMenuPaste>(tree_view);
+    return true;
+}
+
+template <relay_hub::Action What>
+bool act(GtkWidget* tree_view) {
+    const __single* side = relay_hub::side_of(tree_view);
+    if (side == nullptr || relay_hub::window_is_busy())
+        return true;
+    const bool remote = relay_hub::is_remote(side);
+    const bool link_is_up = gtk_widget_get_mapped(get_UI_sets()->right_side->tree_view) != FALSE;
+    if (link_is_up || What != relay_hub::Action::copy_across)
+        relay_hub::run_action(remote ? relay_hub::Pane::remote() : relay_hub::Pane::local(), What);
     return true;
 }
 
@@ -62,7 +85,9 @@ constexpr guint kControlShift = GDK_CONTROL_MASK | GDK_SHIFT_MASK;
 
 constexpr Key kKeys[] = {
     {GDK_KEY_c, kControl, menu_item<on_popup_menu_copy, kMenuCopy>},
-    {GDK_KEY_v, kControl, menu_item<on_popup_menu_paste, kMenuPaste>},
+    {GDK_KEY_x, kControl, act<relay_hub::Action::cut>},
+    {GDK_KEY_v, kControl, paste},
+    {GDK_KEY_t, kControl, act<relay_hub::Action::copy_across>},
     {GDK_KEY_a, kControl, select_everything},
     {GDK_KEY_n, kControlShift, menu_item<on_popup_menu_mkdir, kMenuNewFolder>},
     {GDK_KEY_Delete, 0, menu_item<on_popup_menu_delete, kMenuDelete>},

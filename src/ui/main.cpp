@@ -19,7 +19,6 @@
 namespace {
 
 void bring_up_toolkit(int* argc, char*** argv) {
-    gdk_threads_init();
     gtk_disable_setlocale();  // the locale is not settled yet
     gtk_init(argc, argv);
     relay_hub::settle_locale();
@@ -44,6 +43,9 @@ void show_window() {
 int main(int argc, char** argv) {
     // The lines of a run that is killed are to be there.
     (void)std::setvbuf(stdout, nullptr, _IOLBF, 0);
+    gdk_threads_init();
+    if (const auto status = relay_hub::serve_command_line(&argc, &argv))
+        return *status;
     CNamePipeBase listener;
     relay_hub::remember_work_path();
     if (handle_register() != 0) {

@@ -141,6 +141,7 @@ GtkWidget* new_drive_box() {
     gtk_cell_layout_pack_start(cells, path, FALSE);
     gtk_cell_layout_add_attribute(cells, path, "text", 2);
     g_signal_connect(combo, "changed", G_CALLBACK(on_combobox_1_changed), nullptr);
+    g_signal_connect(combo, "notify::popup-shown", G_CALLBACK(on_drive_list_shown), nullptr);
     return combo;
 }
 
@@ -276,14 +277,3 @@ void visible_remote_widget() {
 void invisible_remote_widget() {
     set_remote_visible(false);
 }
-
-namespace relay_hub {
-
-void reset_main_window() {
-    if (GtkWidget* window = get_UI_sets()->main_window)
-        gtk_widget_destroy(window);
-    release_widgets();
-    reset_event_handlers();
-}
-
-}  // namespace relay_hub

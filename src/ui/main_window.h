@@ -18,10 +18,3 @@ void visible_local_widget();
 void invisible_local_widget();
 void visible_remote_widget();
 void invisible_remote_widget();
-
-namespace relay_hub {
-
-// Destroys the window and drops every widget of the records, for tests.
-void reset_main_window();
-
-}  // namespace relay_hub

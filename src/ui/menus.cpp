@@ -6,9 +6,9 @@
 #include <cstring>
 
 #include "base/translated_text.h"
-#include "side_function/copy_source.h"
+#include "side_function/Zev_right_side.h"
+#include "side_function/clipboard.h"
 #include "side_function/left_side.h"
-#include "side_function/right_side.h"
 #include "tree_view_op/file_list_view.h"
 #include "ui/navigation.h"
 #include "window/closing.h"

@@ -13,10 +13,10 @@
 #include "base/translated_text.h"
 #include "base/wait.h"
 #include "link_engine/command_runner.h"
+#include "side_function/Zev_right_side.h"
 #include "side_function/left_side.h"
-#include "side_function/right_side.h"
+#include "side_function/link_probes.h"
 #include "tree_view_op/file_list_view.h"
-#include "ui/event_handlers.h"
 #include "ui/link_status_monitor.h"
 #include "ui/window_state.h"
 #include "util/Zev_file_op.h"
@@ -71,14 +71,28 @@ std::string listable_folder(const std::string& path) {
     return resolved.get();
 }
 
-bool open_local_folder(__single* side, const std::string& path) {
+// A typed path stays in the entry as it was typed.
+enum class Entry { shows_folder, stays };
+
+bool open_local_folder(__single* side, const std::string& path, Entry entry) {
     const std::string folder = listable_folder(path);
     if (folder.empty())
         return false;
     set_current_folder(side, folder.c_str());
-    set_path_entry(side, folder.c_str());
+    if (entry == Entry::shows_folder)
+        set_path_entry(side, folder.c_str());
     once_search_and_insert_to_treeview(folder, side->tree_view);
     return true;
+}
+
+// The folder above; while that is gone too, the one above it.
+std::string nearest_parent(const std::string& folder) {
+    std::string parent = join_local_path(folder, "..");
+    for (std::string path = folder; g_file_test(parent.c_str(), G_FILE_TEST_IS_DIR) == FALSE;) {
+        path = GText(g_path_get_dirname(path.c_str())).get();
+        parent = path;
+    }
+    return parent;
 }
 
 bool is_drive_path(const std::string& path) {
@@ -92,14 +106,15 @@ std::string normalised_remote_path(const std::string& path, bool with_drives) {
     return result;
 }
 
-bool open_remote_folder(__single* side, const std::string& path) {
+bool open_remote_folder(__single* side, const std::string& path, Entry entry) {
     std::printf("real path: %s\n", path.c_str());
     const BusyDialog busy;
     const int result = right_treeview_load_file(main_window(), path);
     std::printf("ret= %d\n", result);
     if (result != 0 || window_is_closing())
         return false;
-    set_path_entry(side, path.c_str());
+    if (entry == Entry::shows_folder)
+        set_path_entry(side, path.c_str());
     return true;
 }
 
@@ -175,13 +190,28 @@ std::string typed_remote_path(const std::string& typed, const std::string& folde
     return normalised_remote_path(absolute ? typed : join_remote_path(folder, typed), with_drives);
 }
 
+std::string typed_local_path(const std::string& typed, const std::string& folder) {
+    if (typed.starts_with("file://")) {
+        const GText path(g_filename_from_uri(typed.c_str(), nullptr, nullptr));
+        return path != nullptr ? path.get() : typed;
+    }
+    if (typed == "~" || typed.starts_with("~/"))
+        return g_get_home_dir() + typed.substr(1);
+    return typed.empty() || typed.starts_with('/') ? typed : join_local_path(folder, typed);
+}
+
 void open_sub_folder(__single* side, const std::string& name) {
     const std::string from = current_folder(side);
-    const bool opened =
-        is_remote(side) ? open_remote_folder(
-                              side, normalised_remote_path(join_remote_path(from, name), is_drive_path(from)))
-                        : open_local_folder(side, join_local_path(from, name));
-    if (opened && name == "..")
+    const bool up = name == "..";
+    bool opened = false;
+    if (is_remote(side))
+        opened = open_remote_folder(side,
+                                    normalised_remote_path(join_remote_path(from, name), is_drive_path(from)),
+                                    Entry::shows_folder);
+    else
+        opened = open_local_folder(side, up ? nearest_parent(from) : join_local_path(from, name),
+                                   Entry::shows_folder);
+    if (opened && up)
         select_row_by_name(side->tree_view, last_component(from));
 }
 
@@ -204,12 +234,12 @@ void toggle_hidden_files() {
 void open_typed_path(__single* side) {
     const std::string entered = entered_path(side);
     if (!is_remote(side)) {
-        open_local_folder(side, entered);
+        open_local_folder(side, typed_local_path(entered, current_folder(side)), Entry::stays);
         return;
     }
     std::puts("remote");
     if (!entered.empty())
-        open_remote_folder(side, typed_remote_path(entered, current_folder(side)));
+        open_remote_folder(side, typed_remote_path(entered, current_folder(side)), Entry::stays);
 }
 
 void open_chosen_drive(__single* side) {
@@ -231,12 +261,8 @@ void open_chosen_drive(__single* side) {
 }
 
 void open_first_drive(__single* side) {
-    g_signal_handlers_block_by_func(side->drive_combo, reinterpret_cast<gpointer>(on_combobox_1_changed),
-                                    nullptr);
+    // Its handler finds this work under way, and leaves the opening to it.
     gtk_combo_box_set_active(GTK_COMBO_BOX(side->drive_combo), 0);
-    (void)std::fputs("on_combobox_1_changed\n", stderr);
-    g_signal_handlers_unblock_by_func(side->drive_combo, reinterpret_cast<gpointer>(on_combobox_1_changed),
-                                      nullptr);
     open_chosen_drive(side);
 }
 

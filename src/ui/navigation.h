@@ -34,6 +34,9 @@ void sort_by_name(const __single* side);
 // Clears and reloads the remote list; with no drive loaded yet, loads the drives.
 void reload_remote_folder();
 
+// The path that is meant by what was typed over a local folder: relative to the folder, below the home folder
+// ("~"), or a file URI.
+std::string typed_local_path(const std::string& typed, const std::string& folder);
 // Where a path typed over a remote folder leads, normalised.
 std::string typed_remote_path(const std::string& typed, const std::string& folder);
 

@@ -9,7 +9,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "link_engine/command_runner.h"
+#include "link_engine/Zev_link_op.h"
 
 namespace {
 

@@ -29,6 +29,15 @@ namespace relay_hub {
 namespace {
 
 constexpr char kProgram[] = "Relay Hub";
+constexpr char kHelp[] =
+    "Usage: relay-hub [option]\n"
+    "Opens Relay Hub's window: the files of this computer on the left, those of the remote computer on the\n"
+    "right. relay-hub-connect starts what reaches the remote computer, and then the window.\n"
+    "\n"
+    "  --help     print this text and exit\n"
+    "  --version  print the version and exit\n"
+    "\n"
+    "Exit status: 0 ended as asked, 2 for a wrong command line.\n";
 
 // The busy dialog behind a listing that takes several turns of the main loop. Listings nest.
 class BusyListings : public ListingWatcher {
@@ -69,6 +78,22 @@ void remember_work_path() {
         report_error(RELAY_HUB_HERE, errno);
         g_absolute_work_path[0] = '\0';
     }
+}
+
+std::optional<int> serve_command_line(int* argc, char*** argv) {
+    constexpr int kWrongUsage = 2;
+    // The display is opened later.
+    gtk_disable_setlocale();
+    gtk_parse_args(argc, argv);
+    if (*argc < 2)
+        return {};
+    const std::string word = (*argv)[1];
+    if (word == "--help" || word == "--version") {
+        const char* const text = word == "--help" ? kHelp : "relay-hub " RELAY_HUB_VERSION "\n";
+        return std::fputs(text, stdout) < 0 ? 1 : 0;
+    }
+    (void)std::fprintf(stderr, "relay-hub: there is no option %s\nTry relay-hub --help.\n", word.c_str());
+    return kWrongUsage;
 }
 
 bool may_run(const InstanceLock& lock) {

@@ -1,6 +1,8 @@
 #pragma once
 // What main does besides the window: the working directory, the lock against a second start, the order of
 // the end. Window's thread.
+#include <optional>
+
 #include "base/instance_lock.h"
 
 class CNamePipeBase;
@@ -10,6 +12,11 @@ inline constexpr int kWorkPathSize = 4096;
 extern char g_absolute_work_path[kWorkPathSize];
 
 namespace relay_hub {
+
+// Serves --help and --version, and names what it does not know on standard error. The status with which the
+// process is to end; empty when it is to go on. Takes the toolkit's own options (--display, --class ...) out
+// of argc and argv.
+std::optional<int> serve_command_line(int* argc, char*** argv);
 
 void remember_work_path();
 

@@ -1,104 +1,99 @@
 #include "window/closing.h"
 
 #include <algorithm>
-#include <atomic>
-#include <utility>
-#include <vector>
 
 #include "base/glib_owners.h"
 #include "link_engine/command_runner.h"
 #include "link_engine/transfer_state.h"
-#include "window/closing_watchdog.h"
 #include "window/ui_sets.h"
 
 namespace relay_hub {
 namespace {
 
-std::atomic<bool> closing = false;
-Watchdog watchdog;
-int works = 0;
-bool destruction_scheduled = false;
-__task_list* running_job = nullptr;
-std::vector<GtkDialog*> open_dialogs;  // innermost last
+std::atomic<Closing*> current = nullptr;
+Closing of_the_program;
 
-bool handlers_have_unwound() {
-    return works == 0 && open_dialogs.empty();
+}  // namespace
+
+Closing::Closing() : outer_(current.exchange(this)) {
+    allow_requests(true);
+    accept_confirmations_again();
 }
 
-gboolean destroy_window(gpointer) {
-    destruction_scheduled = false;
+Closing::~Closing() {
+    if (destruction_ != 0)
+        g_source_remove(destruction_);
+    current = outer_;
+}
+
+// By way of the main loop: the handler that held the last work may still have widgets in its hands.
+void Closing::destroy_window_when_unwound() {
+    if (begun_ && handlers_have_unwound() && destruction_ == 0)
+        destruction_ = gdk_threads_add_idle_full(G_PRIORITY_DEFAULT, destroy_window, this, nullptr);
+}
+
+gboolean Closing::destroy_window(gpointer data) {
+    auto& self = *static_cast<Closing*>(data);
+    self.destruction_ = 0;
     GtkWidget* window = get_UI_sets()->main_window;
-    if (closing && handlers_have_unwound() && window != nullptr)
+    if (self.handlers_have_unwound() && window != nullptr)
         gtk_widget_destroy(window);
     return G_SOURCE_REMOVE;
 }
 
-// By way of the main loop: the handler that held the last work may still have widgets in its hands.
-void destroy_window_when_unwound() {
-    if (!closing || !handlers_have_unwound() || std::exchange(destruction_scheduled, true))
-        return;
-    gdk_threads_add_idle_full(G_PRIORITY_DEFAULT, destroy_window, nullptr, nullptr);
-}
-
-void end_open_dialogs() {
-    const std::vector<GtkDialog*> dialogs = open_dialogs;
+void Closing::end_open_dialogs() const {
+    const std::vector<GtkDialog*> dialogs = open_dialogs_;
     std::for_each(dialogs.rbegin(), dialogs.rend(),
                   [](GtkDialog* dialog) { gtk_dialog_response(dialog, GTK_RESPONSE_DELETE_EVENT); });
 }
 
-}  // namespace
-
 bool window_is_closing() {
-    return closing;
+    return current.load()->begun_;
 }
 
 void close_window() {
-    if (closing.exchange(true))
+    Closing& closing = *current.load();
+    if (closing.begun_.exchange(true))
         return;
-    watchdog.arm();
+    closing.watchdog_.arm();
     allow_requests(false);
     end_confirmations();
-    if (running_job != nullptr)
-        cancel_atomic(&running_job->state);
-    end_open_dialogs();
-    destroy_window_when_unwound();
-}
-
-void reset_closing() {
-    watchdog.disarm();
-    allow_requests(true);
-    accept_confirmations_again();
-    closing = false;
+    if (closing.running_job_ != nullptr)
+        cancel_atomic(&closing.running_job_->state);
+    closing.end_open_dialogs();
+    closing.destroy_window_when_unwound();
 }
 
 WindowWork::WindowWork() {
-    ++works;
+    ++current.load()->works_;
 }
 
 WindowWork::~WindowWork() {
-    --works;
-    destroy_window_when_unwound();
+    --current.load()->works_;
+    current.load()->destroy_window_when_unwound();
 }
 
 int run_dialog(GtkDialog* dialog) {
-    if (closing)
+    Closing& closing = *current.load();
+    if (closing.begun_)
         return GTK_RESPONSE_DELETE_EVENT;
     const GObjectPtr<GtkDialog> held(static_cast<GtkDialog*>(g_object_ref(dialog)));
-    open_dialogs.push_back(dialog);
+    closing.open_dialogs_.push_back(dialog);
     const int response = gtk_dialog_run(dialog);
-    open_dialogs.pop_back();
-    destroy_window_when_unwound();
+    closing.open_dialogs_.pop_back();
+    closing.destroy_window_when_unwound();
     return response;
 }
 
 void set_running_job(__task_list* job) {
-    running_job = job;
-    if (job != nullptr && closing)
+    Closing& closing = *current.load();
+    closing.running_job_ = job;
+    if (job != nullptr && closing.begun_)
         cancel_atomic(&job->state);
 }
 
 bool window_is_busy() {
-    return works > 0;
+    return current.load()->works_ > 0;
 }
 
 }  // namespace relay_hub

@@ -4,9 +4,44 @@
 // ever meets a dead widget. Window's thread only, but for window_is_closing.
 #include <gtk/gtk.h>
 
+#include <atomic>
+#include <vector>
+
 #include "util/job_state.h"
+#include "window/closing_watchdog.h"
 
 namespace relay_hub {
+
+// The state of one window's end. The program has one; a newer one counts while it lives, as if nothing had
+// begun to close.
+class Closing {
+  public:
+    Closing();
+    Closing(const Closing&) = delete;
+    Closing& operator=(const Closing&) = delete;
+    ~Closing();
+
+  private:
+    friend bool window_is_closing();
+    friend void close_window();
+    friend class WindowWork;
+    friend int run_dialog(GtkDialog* dialog);
+    friend void set_running_job(__task_list* job);
+    friend bool window_is_busy();
+
+    static gboolean destroy_window(gpointer self);
+    [[nodiscard]] bool handlers_have_unwound() const { return works_ == 0 && open_dialogs_.empty(); }
+    void destroy_window_when_unwound();
+    void end_open_dialogs() const;
+
+    Closing* outer_;
+    std::atomic<bool> begun_ = false;
+    int works_ = 0;
+    guint destruction_ = 0;  // its source; 0 for none
+    __task_list* running_job_ = nullptr;
+    std::vector<GtkDialog*> open_dialogs_;  // innermost last
+    Watchdog watchdog_;
+};
 
 // Any thread.
 bool window_is_closing();
@@ -15,9 +50,6 @@ bool window_is_closing();
 // with GTK_RESPONSE_DELETE_EVENT, and destroys the main window when the last WindowWork is gone. Should that
 // take more than 1.5 seconds, writes the trace's closing lines and ends the process with status 0.
 void close_window();
-
-// Undoes close_window's flags, for tests.
-void reset_closing();
 
 class WindowWork {
   public:

@@ -20,23 +20,25 @@ namespace {
 struct HandedOver {
     enum class State { waiting, running, done, dropped };
     std::function<void()> function;
-    State state = State::waiting;  // guarded by hand_over_mutex
+    State state = State::waiting;  // guarded by the way's mutex
 };
 using HandedOverPtr = std::shared_ptr<HandedOver>;
 
-std::atomic<std::thread::id> window_thread;
-
-std::mutex hand_over_mutex;
-std::condition_variable state_changed;      // with hand_over_mutex
-bool ended = false;                         // guarded by hand_over_mutex
-std::unordered_set<HandedOverPtr> pending;  // guarded by hand_over_mutex
+struct Way {
+    std::atomic<std::thread::id> thread;
+    std::mutex mutex;
+    std::condition_variable state_changed;
+    bool ended = false;                         // guarded by mutex
+    std::unordered_set<HandedOverPtr> pending;  // guarded by mutex
+};
+Way way;
 
 // Null for one that was dropped. The reference, too, is read under the lock that it was made under: a checker
 // of threads sees that lock, and not GLib's.
 HandedOverPtr begin(const HandedOverPtr* reference) {
-    const std::lock_guard lock(hand_over_mutex);
+    const std::lock_guard lock(way.mutex);
     HandedOverPtr task = *reference;
-    pending.erase(task);
+    way.pending.erase(task);
     if (task->state != HandedOver::State::waiting)
         return nullptr;
     task->state = HandedOver::State::running;
@@ -46,10 +48,10 @@ HandedOverPtr begin(const HandedOverPtr* reference) {
 void finish(const HandedOverPtr& task) {
     task->function = nullptr;
     {
-        const std::lock_guard lock(hand_over_mutex);
+        const std::lock_guard lock(way.mutex);
         task->state = HandedOver::State::done;
     }
-    state_changed.notify_all();
+    way.state_changed.notify_all();
 }
 
 gboolean run_handed_over(gpointer data) {
@@ -75,11 +77,11 @@ HandedOverPtr hand_over(std::function<void()> function) {
     task->function = std::move(function);
     std::unique_ptr<HandedOverPtr> reference;
     {
-        const std::lock_guard lock(hand_over_mutex);
-        if (ended)
+        const std::lock_guard lock(way.mutex);
+        if (way.ended)
             return nullptr;
         reference = std::make_unique<HandedOverPtr>(task);
-        pending.insert(task);
+        way.pending.insert(task);
     }
     gdk_threads_add_idle_full(G_PRIORITY_DEFAULT_IDLE, run_handed_over, reference.release(), drop_reference);
     return task;
@@ -88,15 +90,15 @@ HandedOverPtr hand_over(std::function<void()> function) {
 }  // namespace
 
 void remember_window_thread() {
-    window_thread = std::this_thread::get_id();
+    way.thread = std::this_thread::get_id();
     // The toolkit's turn lets go of its lock while it sleeps.
     set_main_loop_turn([] { gtk_main_iteration(); });
-    const std::lock_guard lock(hand_over_mutex);
-    ended = false;
+    const std::lock_guard lock(way.mutex);
+    way.ended = false;
 }
 
 bool on_window_thread() {
-    return window_thread.load() == std::this_thread::get_id();
+    return way.thread.load() == std::this_thread::get_id();
 }
 
 void post_to_window(std::function<void()> function) {
@@ -111,8 +113,8 @@ bool call_on_window(const std::function<void()>& function) {
     const HandedOverPtr task = hand_over(function);
     if (task == nullptr)
         return false;
-    std::unique_lock lock(hand_over_mutex);
-    state_changed.wait(lock, [&task] {
+    std::unique_lock lock(way.mutex);
+    way.state_changed.wait(lock, [&task] {
         return task->state == HandedOver::State::done || task->state == HandedOver::State::dropped;
     });
     return task->state == HandedOver::State::done;
@@ -121,13 +123,13 @@ bool call_on_window(const std::function<void()>& function) {
 void end_hand_over() {
     std::unordered_set<HandedOverPtr> dropped;
     {
-        const std::lock_guard lock(hand_over_mutex);
-        ended = true;
-        dropped.swap(pending);
+        const std::lock_guard lock(way.mutex);
+        way.ended = true;
+        dropped.swap(way.pending);
         for (const HandedOverPtr& task : dropped)
             task->state = HandedOver::State::dropped;
     }
-    state_changed.notify_all();
+    way.state_changed.notify_all();
     // Without the lock: what a function owns may do anything when it goes.
     for (const HandedOverPtr& task : dropped)
         task->function = nullptr;

@@ -3,16 +3,14 @@
 
 #include <vector>
 
-#include "xml_doc/xml.h"
-
 namespace relay_hub {
 
 // enter(element, level) comes before an element's children and ends the walk by returning false;
 // leave(element, level) comes after them. The root's level is 0. Neither may add or remove elements.
-template <typename Enter, typename Leave>
-void walk_tree(const CXML& root, Enter enter, Leave leave) {
+template <typename Element, typename Enter, typename Leave>
+void walk_tree(const Element& root, Enter enter, Leave leave) {
     struct Open {
-        const CXML* element;
+        const Element* element;
         int next_child;
     };
     if (!enter(root, 0))
@@ -21,7 +19,7 @@ void walk_tree(const CXML& root, Enter enter, Leave leave) {
     while (!path.empty()) {
         Open& top = path.back();
         const int level = static_cast<int>(path.size());
-        if (const CXML* child = top.element->GetChildAt(top.next_child++)) {
+        if (const Element* child = top.element->GetChildAt(top.next_child++)) {
             if (!enter(*child, level))
                 return;
             path.push_back({child, 0});

@@ -251,7 +251,7 @@ class Desktop:
             box = self.error_box()
             if box:
                 said.extend(labels(box))
-                find(box, "push button").do_action(0)
+                (find(box, "push button", "OK") or find(box, "push button")).do_action(0)
             elif give_up and self.dialog("Processing…"):
                 subprocess.run(["wmctrl", "-F", "-c", "Processing…"], check=False)
             return not self.dialog()

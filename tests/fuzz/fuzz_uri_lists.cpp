@@ -2,7 +2,7 @@
 #include <gtk/gtk.h>
 
 #include "fuzz_input.h"
-#include "side_function/copy_source.h"
+#include "side_function/clipboard.h"
 #include "util/folder_listing.h"
 #include "window/window_thread.h"
 

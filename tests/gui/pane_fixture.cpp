@@ -2,7 +2,7 @@
 
 #include "link_engine/request_builders.h"
 #include "link_engine/transfer_state.h"
-#include "side_function/copy_source.h"
+#include "side_function/clipboard.h"
 #include "tree_view_op/file_list_view.h"
 
 namespace gui_test {
@@ -43,7 +43,7 @@ Panes::Panes() {
     fill_side(sub[0], local_.view());
     fill_side(sub[1], remote_.view());
     relay_hub::hold_widgets();
-    relay_hub::reset_copy_source();
+    relay_hub::end_offer();
     relay_hub::reset_file_list_retries();
     CleanUpInformationVar();
 }
@@ -51,7 +51,7 @@ Panes::Panes() {
 Panes::~Panes() {
     gtk_widget_destroy(get_UI_sets()->main_window);
     relay_hub::release_widgets();
-    relay_hub::reset_copy_source();
+    relay_hub::end_offer();
 }
 
 std::string Panes::names(const PaneList& list) {

@@ -3,14 +3,14 @@
 
 #include "gui/gui_fixture.h"
 #include "link_engine/transfer_state.h"
-#include "side_function/right_side.h"
+#include "side_function/progress_updater.h"
 #include "tree_view_op/file_list_view.h"
 #include "window/dialogs/file_read_write_dialog.h"
 #include "window/dialogs/message_dialog.h"
 #include "window/dialogs/override_request_dialog.h"
 #include "window/dialogs/rename_dialog.h"
 #include "window/dialogs/search_dialog.h"
-#include "window/jobs.h"
+#include "window/loops.h"
 
 namespace {
 

@@ -2,7 +2,8 @@
 
 #include "gui/pane_fixture.h"
 #include "link_engine/message_names.h"
-#include "side_function/right_side.h"
+#include "side_function/Zev_right_side.h"
+#include "side_function/link_probes.h"
 #include "util/job_state.h"
 #include "window/jobs.h"
 

@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "gui/pane_fixture.h"
-#include "side_function/copy_source.h"
+#include "side_function/clipboard.h"
 #include "side_function/left_side.h"
 #include "tree_view_op/file_list_view.h"
 

@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "gui/window_fixture.h"
-#include "side_function/copy_source.h"
+#include "side_function/clipboard.h"
 #include "tree_view_op/file_list_view.h"
 #include "ui/event_handlers.h"
 #include "ui/main_window.h"

@@ -1,8 +1,7 @@
 #include "gui/pane_fixture.h"
+#include "side_function/Zev_right_side.h"
 #include "side_function/copy_source.h"
 #include "side_function/left_side.h"
-#include "side_function/right_side.h"
-#include "side_function/transfer.h"
 #include "tree_view_op/file_list_view.h"
 #include "util/ansi_unicode_hex.h"
 #include "window/closing.h"
@@ -111,13 +110,13 @@ TEST_F(RemotePane, RemoteItemsTravelWithTheAttributesOfTheirRows) {
 }
 
 TEST_F(RemotePane, AClosingProgramStartsNothing) {
+    const relay_hub::Closing closing;
     relay_hub::close_window();
     for (const auto action : {right_popup_menu_mkdir, right_popup_menu_rename, right_popup_menu_delete,
                               right_popup_menu_paste, left_popup_menu_mkdir, left_popup_menu_delete,
                               left_popup_menu_rename, left_popup_menu_refresh, left_popup_menu_paste})
         EXPECT_EQ(action(nullptr, remote_.view()), -1);
     EXPECT_EQ(right_treeview_load_file(nullptr, "/"), -1);
-    relay_hub::reset_closing();
     EXPECT_THAT(engine_.requests("NP_Cmd"), IsEmpty());
 }
 

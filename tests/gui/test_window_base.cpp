@@ -40,11 +40,11 @@ class WindowBase : public testing::Test {
     ~WindowBase() override {
         gtk_widget_destroy(get_UI_sets()->main_window);
         relay_hub::release_widgets();
-        relay_hub::reset_closing();
         relay_hub::remember_window_thread();
     }
     static void note_destruction(GtkWidget*, gpointer destroyed) { *static_cast<bool*>(destroyed) = true; }
 
+    relay_hub::Closing closing_;
     bool destroyed_ = false;
 };
 

@@ -1,6 +1,6 @@
 #include "gui/window_fixture.h"
 
-#include "side_function/copy_source.h"
+#include "side_function/clipboard.h"
 #include "tree_view_op/file_list_view.h"
 #include "ui/link_status_monitor.h"
 #include "ui/main_window.h"
@@ -27,8 +27,7 @@ void empty_clipboard() {
 
 MainWindowTest::MainWindowTest() {
     empty_clipboard();
-    relay_hub::reset_closing();
-    relay_hub::reset_copy_source();
+    relay_hub::end_offer();
     new_zev_window();
     visible_main_window();
     visible_local_widget();
@@ -42,8 +41,8 @@ MainWindowTest::~MainWindowTest() {
         gtk_menu_shell_cancel(GTK_MENU_SHELL(menu));
     empty_clipboard();
     relay_hub::reset_link_monitor();
-    relay_hub::reset_main_window();
-    relay_hub::reset_closing();
+    gtk_widget_destroy(get_UI_sets()->main_window);
+    relay_hub::release_widgets();
     run_pending();
 }
 

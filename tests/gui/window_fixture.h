@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "gui/gui_fixture.h"
+#include "window/closing.h"
 #include "window/ui_sets.h"
 
 namespace gui_test {
@@ -21,6 +22,7 @@ class MainWindowTest : public testing::Test {
     [[nodiscard]] static __single& local() { return *get_UI_sets()->left_side; }
     [[nodiscard]] static __single& remote() { return *get_UI_sets()->right_side; }
 
+    relay_hub::Closing closing_;
     Sandbox sandbox_;
 };
 

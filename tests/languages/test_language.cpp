@@ -14,7 +14,7 @@
 #include "window/dialogs/file_read_write_dialog.h"
 #include "window/dialogs/override_request_dialog.h"
 #include "window/dialogs/search_dialog.h"
-#include "window/jobs.h"
+#include "window/loops.h"
 #include "window/window_thread.h"
 
 namespace {

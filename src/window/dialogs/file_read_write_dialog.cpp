@@ -6,7 +6,7 @@
 #include "base/translated_text.h"
 #include "link_engine/transfer_state.h"
 #include "window/dialogs/dialog_parts.h"
-#include "window/jobs.h"
+#include "window/loops.h"
 
 GSourceFunc g_pUpdateFun = nullptr;
 

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "base/translated_text.h"
 #include "window/closing.h"
 #include "window/dialogs/dialog_parts.h"
 
@@ -10,6 +11,7 @@ namespace relay_hub {
 namespace {
 
 constexpr char kTitle[] = "Relay Hub";
+constexpr int kMoreResponse = 1;
 
 // The labels of a message dialog in the order of their making: the text, then what is said below it.
 std::vector<GtkLabel*> labels_of(GtkWidget* dialog) {
@@ -25,13 +27,13 @@ std::vector<GtkLabel*> labels_of(GtkWidget* dialog) {
 
 // No text, no box. Made with texts of the same kind, so that the toolkit gives the labels their fonts; the
 // real ones come once the room for them is known.
-void run_error_box(GtkWidget* parent, GtkButtonsType buttons, const std::string& primary,
-                   const std::string& secondary) {
+int run_error_box(GtkWidget* parent, GtkButtonsType buttons, const std::string& primary,
+                  const std::string& secondary, const char* more_button = nullptr) {
     constexpr auto kFlags = static_cast<GtkDialogFlags>(GTK_DIALOG_MODAL | GTK_DIALOG_DESTROY_WITH_PARENT);
     if (primary.empty() && secondary.empty())
-        return;
+        return GTK_RESPONSE_NONE;
     if (primary.empty())
-        return run_error_box(parent, buttons, secondary, {});
+        return run_error_box(parent, buttons, secondary, {}, more_button);
     GtkWindow* over = parent != nullptr ? GTK_WINDOW(parent) : nullptr;
     GtkWidget* dialog = gtk_message_dialog_new(over, kFlags, GTK_MESSAGE_ERROR, buttons, "%s", kTitle);
     if (!secondary.empty())
@@ -42,8 +44,14 @@ void run_error_box(GtkWidget* parent, GtkButtonsType buttons, const std::string&
     set_fitting_text(labels.at(0), primary, parent, secondary.empty() ? 1 : 2);
     if (!secondary.empty())
         set_fitting_text(labels.at(1), secondary, parent, 2);
-    run_dialog(GTK_DIALOG(dialog));
+    if (more_button != nullptr) {
+        gtk_dialog_add_button(GTK_DIALOG(dialog), more_button, kMoreResponse);
+        gtk_dialog_add_button(GTK_DIALOG(dialog), GTK_STOCK_OK, GTK_RESPONSE_OK);
+    }
+    gtk_dialog_set_default_response(GTK_DIALOG(dialog), GTK_RESPONSE_OK);
+    const int response = run_dialog(GTK_DIALOG(dialog));
     gtk_widget_destroy(dialog);
+    return response;
 }
 
 std::string with_single_percents(std::string text) {
@@ -56,6 +64,10 @@ std::string with_single_percents(std::string text) {
 
 void show_error_box(GtkWidget* parent, GtkButtonsType buttons, const char* primary, const char* secondary) {
     run_error_box(parent, buttons, primary, secondary != nullptr ? secondary : "");
+}
+
+bool ask_to_try_again(GtkWidget* parent, const char* text) {
+    return run_error_box(parent, GTK_BUTTONS_NONE, text, {}, translated("IDS_TRY_AGAIN")) == kMoreResponse;
 }
 
 }  // namespace relay_hub

@@ -11,5 +11,7 @@ namespace relay_hub {
 
 // Error box with one button (GTK_BUTTONS_OK or GTK_BUTTONS_CLOSE), primary text and optional secondary.
 void show_error_box(GtkWidget* parent, GtkButtonsType buttons, const char* primary, const char* secondary);
+// The same with the buttons "Try again" and OK. True for the first.
+bool ask_to_try_again(GtkWidget* parent, const char* text);
 
 }  // namespace relay_hub

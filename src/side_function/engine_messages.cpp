@@ -1,0 +1,40 @@
+#include "side_function/engine_messages.h"
+
+#include <cstdio>
+#include <string>
+
+#include "link_engine/transfer_state.h"
+#include "window/closing.h"
+#include "window/dialogs/message_dialog.h"
+#include "window/message_parent.h"
+
+namespace relay_hub {
+namespace {
+
+constexpr char kNoReason[] = "Operation Fail.";
+
+}  // namespace
+
+void show_waiting_message() {
+    const std::string message = GetShowMessageBox();
+    if (message.empty() || window_is_closing())
+        return;
+    SetShowMessageBox("");
+    std::puts("show error message");
+    show_message_dialog(message_parent(), message.c_str(), nullptr);
+}
+
+void show_end_message(int result) {
+    if (result == -1 && IsUserClickCancel() == 0 && GetShowMessageBox().empty())
+        SetShowMessageBox(kNoReason);
+    show_waiting_message();
+}
+
+bool ask_about_failure() {
+    const std::string message = GetShowMessageBox();
+    SetShowMessageBox("");
+    std::puts("show error message");
+    return ask_to_try_again(message_parent(), message.empty() ? kNoReason : message.c_str());
+}
+
+}  // namespace relay_hub

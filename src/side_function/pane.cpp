@@ -1,0 +1,93 @@
+#include "side_function/pane.h"
+
+#include <algorithm>
+
+#include "base/path_text.h"
+#include "link_engine/command_runner.h"
+#include "link_engine/request_builders.h"
+#include "side_function/engine_messages.h"
+#include "side_function/wire_path.h"
+#include "tree_view_op/file_list_view.h"
+#include "window/closing.h"
+#include "window/dialogs/search_dialog.h"
+#include "window/message_parent.h"
+#include "xml_op/answer_readers.h"
+
+namespace relay_hub {
+namespace {
+
+int load_remote(const std::string& folder) {
+    // Also for the reloads that end other actions: an engine that stays silent then must not hold the window.
+    const BusyDialog busy;
+    __send_args args;
+    args.list_path = folder;
+    args.list_path_hex = traced_unicode_hex(folder);
+    args.command_code = kCodeFileList;
+    args.parent_window = message_parent();
+    const int result = send_command_t(set_NP_VAL_CMD_GET_FILE_LIST, get_NP_VAL_CMD_GET_FILE_LIST, &args);
+    // An engine that left entries out says so.
+    show_waiting_message();
+    return result;
+}
+
+}  // namespace
+
+std::string Pane::path_of(const std::string& name) const {
+    return is_remote_ ? join_remote_path(folder(), name) : join_local_path(folder(), name);
+}
+
+std::vector<std::string> Pane::selection() const {
+    std::vector<std::string> names = get_selected_to_glist(list());
+    std::erase_if(names, [](const std::string& name) { return name.empty(); });
+    std::reverse(names.begin(), names.end());
+    return names;
+}
+
+std::vector<std::string> Pane::selected_paths() const {
+    std::vector<std::string> paths = selection();
+    for (std::string& path : paths)
+        path = path_of(path);
+    return paths;
+}
+
+int Pane::first_selected_position() const {
+    GList* const paths = get_selected_to_treepath_list(list());
+    int first = -1;
+    for (const GList* link = paths; link != nullptr; link = link->next) {
+        const int position = gtk_tree_path_get_indices(static_cast<GtkTreePath*>(link->data))[0];
+        first = first < 0 ? position : std::min(first, position);
+    }
+    g_list_free_full(paths, [](gpointer path) { gtk_tree_path_free(static_cast<GtkTreePath*>(path)); });
+    return std::max(first, 0);
+}
+
+int Pane::load(const std::string& folder) const {
+    if (window_is_closing())
+        return -1;
+    const WindowWork work;
+    return is_remote_ ? load_remote(folder) : once_search_and_insert_to_treeview(folder, list());
+}
+
+int Pane::reload() const {
+    const std::vector<std::string> selected = selection();
+    const int result = load(folder());
+    if (result == 0 && selected.size() == 1)
+        select_row_by_name(list(), selected.front());
+    return result;
+}
+
+void Pane::select(const std::vector<std::string>& names, const std::string& cursor) const {
+    if (window_is_closing() || names.empty())
+        return;
+    select_rows_by_name(list(), names, cursor);
+    gtk_widget_grab_focus(list());
+}
+
+void Pane::select_near(int position) const {
+    if (window_is_closing())
+        return;
+    select_row_near(list(), position);
+    gtk_widget_grab_focus(list());
+}
+
+}  // namespace relay_hub

@@ -1,0 +1,30 @@
+#include "side_function/progress_dialog.h"
+
+#include <cstdio>
+
+#include "window/dialogs/file_read_write_dialog.h"
+#include "window/ui_sets.h"
+
+namespace relay_hub {
+
+ProgressDialog::ProgressDialog(volatile int* state, const int* task_kind, GSourceFunc updater) {
+    set_update_fun(updater);
+    std::puts("show dialog!");
+    show_file_read_write_dialog(get_UI_sets()->main_window, &dialog_, dialog_job{state, task_kind},
+                                *task_kind);
+}
+
+ProgressDialog::~ProgressDialog() {
+    close();
+}
+
+void ProgressDialog::close() {
+    if (!open_)
+        return;
+    open_ = false;
+    std::puts("close dialog!");
+    close_file_read_write_dialog(dialog_);
+    relese_update_fun();
+}
+
+}  // namespace relay_hub

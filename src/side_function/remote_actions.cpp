@@ -1,0 +1,175 @@
+#include "side_function/remote_actions.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <iterator>
+
+#include "base/diagnostics.h"
+#include "base/translated_text.h"
+#include "link_engine/request_builders.h"
+#include "link_engine/transfer_state.h"
+#include "side_function/clipboard.h"
+#include "side_function/copy_source.h"
+#include "side_function/name_dialogs.h"
+#include "side_function/transfer.h"
+#include "side_function/wire_path.h"
+#include "tree_view_op/file_list_view.h"
+#include "window/closing.h"
+#include "window/dialogs/message_dialog.h"
+#include "window/dialogs/search_dialog.h"
+#include "window/message_parent.h"
+#include "xml_op/answer_readers.h"
+
+namespace relay_hub {
+namespace {
+
+int send_busily(command_start_t start, command_finish_t finish, __send_args& args) {
+    std::puts("create thread!");
+    const BusyDialog busy;
+    args.parent_window = message_parent();
+    return send_command_t(start, finish, &args);
+}
+
+void show_operation_failure() {
+    const std::string& reason = return_message();
+    if (reason.empty() || window_is_closing())
+        return;
+    show_error_box(message_parent(), GTK_BUTTONS_OK, "Operation Fail.", (reason + ".").c_str());
+}
+
+// The lines for answers that could not be judged.
+struct ResultLine {
+    int result;
+    const char* line;
+};
+constexpr ResultLine kUnjudged[] = {{RET_XML_TAG_MISS, "capture RET_XML_TAG_MISS!\n"},
+                                    {RET_XML_FMT_ERROR, "capture RET_XML_FMT_ERROR!\n"},
+                                    {RET_XML_NULL, "capture RET_XML_NULL!\n"}};
+
+void report_folder_result(int result, const std::string& path) {
+    if (result == 0) {
+        std::printf("create folder [%s]\n", path.c_str());
+        return;
+    }
+    if (result == -1) {
+        show_operation_failure();
+        return;
+    }
+    const auto* const known = std::find_if(std::begin(kUnjudged), std::end(kUnjudged),
+                                           [=](const ResultLine& row) { return row.result == result; });
+    (void)std::fputs(known == std::end(kUnjudged) ? "no capture!\n" : known->line, stderr);
+}
+
+void show_rename_failure(const std::string& old_name) {
+    // What failed on the other machine left no error number here.
+    const std::string text =
+        fill_translated("IDS_MSG_ERR_FAIL_TO_RENAME_FILE", {old_name, error_text(EREMOTEIO)});
+    if (!window_is_closing())
+        show_error_box(message_parent(), GTK_BUTTONS_OK, text.c_str(), nullptr);
+}
+
+// Asks the engine for the new name and notes in outcome what became of it.
+void rename_on_engine(const Pane& pane, const std::string& new_name, Outcome& outcome) {
+    const std::string old_name = outcome.cursor;
+    __send_args args;
+    args.task_kind = kTaskRename;
+    args.source_path_hex = traced_unicode_hex(pane.path_of(old_name));
+    args.target_path_hex = traced_unicode_hex(pane.path_of(new_name));
+    const int result = send_busily(set_NP_VAL_CMD_RENAME, get_NP_VAL_CMD_RENAME, args);
+    outcome.reload = !args.given_up;
+    if (result == -1) {
+        if (!args.given_up)
+            show_rename_failure(old_name);
+        return;
+    }
+    std::printf("rename [%s] to [%s]\n", old_name.c_str(), new_name.c_str());
+    std::replace(outcome.names.begin(), outcome.names.end(), old_name, new_name);
+    outcome.cursor = new_name;
+}
+
+Outcome remember_entries(const Pane& pane, bool cut) {
+    const std::vector<std::string> paths = pane.selected_paths();
+    if (paths.empty())
+        return Outcome::nothing(-1);
+    release_copy_to_remote_file_list();
+    remember_remote_selection(pane.list(), pane.folder());
+    keep_remote_copy(cut);
+    g_copy_source = kCopiedRemotely;
+    g_p_tree_view = pane.list();
+    for (const std::string& path : paths)
+        std::printf("set data is [%s]\n", path.c_str());
+    set_copy_to_remote_file_list(paths);
+    std::printf("create new memory addr. %p\n", static_cast<void*>(&g_copy_to_remote_file_list));
+    return Outcome::nothing(0);
+}
+
+}  // namespace
+
+Outcome make_remote_folder(const Pane& pane) {
+    const std::string name = ask_folder_name();
+    if (name.empty())
+        return Outcome::nothing(0);
+    __send_args args;
+    args.task_kind = kTaskCreateFolder;
+    args.source_path = pane.path_of(name);
+    args.source_path_hex = traced_unicode_hex(args.source_path);
+    CleanUpInformationVar();
+    free_return_message();
+    Outcome outcome = Outcome::selecting({name}, name);
+    outcome.result = send_busily(set_NP_VAL_CMD_CREATE_FOLDER, get_NP_VAL_CMD_CREATE_FOLDER, args);
+    outcome.reload = !args.given_up;
+    report_folder_result(*outcome.result, args.source_path);
+    free_return_message();
+    return outcome;
+}
+
+Outcome rename_remote_entry(const Pane& pane) {
+    Outcome outcome = Outcome::selecting(pane.selection(), name_to_rename(pane.list()));
+    CleanUpInformationVar();
+    if (outcome.cursor.empty())
+        return outcome;
+    const std::string new_name = ask_new_name(pane, outcome.cursor);
+    if (!new_name.empty() && new_name != outcome.cursor)
+        rename_on_engine(pane, new_name, outcome);
+    return outcome;
+}
+
+Outcome trash_remote_entries(const Pane& pane) {
+    Outcome outcome = Outcome::selecting_near(pane.first_selected_position());
+    const auto transfer = std::make_shared<Transfer>(TASK_DEL);
+    trash_remotely(*transfer, pane.selected_paths());
+    outcome.reload = !transfer->was_given_up();
+    outcome.until_reloaded = transfer;
+    return outcome;
+}
+
+Outcome copy_remote_entries(const Pane& pane) {
+    return remember_entries(pane, false);
+}
+
+Outcome cut_remote_entries(const Pane& pane) {
+    return remember_entries(pane, true);
+}
+
+Outcome paste_remotely(const Pane&) {
+    if (g_copy_source == kCopiedRemotely) {
+        release_copy_to_remote_file_list();
+        nothing_copied();
+        return Outcome::nothing(-1);
+    }
+    const int result = copy_to_remote_folder(read_offer);
+    end_offer();
+    return Outcome::nothing(result);
+}
+
+Outcome copy_remote_entries_across(const Pane& pane) {
+    const std::vector<std::string> paths = pane.selected_paths();
+    if (paths.empty())
+        return Outcome::nothing(-1);
+    remember_remote_selection(pane.list(), pane.folder());
+    return Outcome::nothing(
+        copy_to_local_folder([&] { return Offer{paths}; }, remembered_remote_selection()));
+}
+
+}  // namespace relay_hub

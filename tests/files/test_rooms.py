@@ -1,0 +1,85 @@
+"""Which room includes which: arrows go down, none in a circle. One place starts threads besides the listener's, one
+waits by turning the main loop."""
+import collections
+import glob
+import os
+import re
+import unittest
+
+TOP = os.path.realpath(os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", ".."))
+ROOMS = ["base", "xml_doc", "name_pipe", "util", "link_engine", "tree_view_op", "window", "xml_op", "side_function", "ui"]
+# What a room sees of those below it; the rooms that are not named see all of them.
+SEES = {"xml_doc": {"base"}, "name_pipe": {"xml_doc", "base"}, "util": {"name_pipe", "base"},
+        "link_engine": {"xml_doc", "name_pipe", "util", "base"}, "tree_view_op": {"util", "base"},
+        "window": {"tree_view_op", "link_engine", "util", "base"}}
+# Circles that are still to be untied.
+TIED = {"name_pipe/channel_lock", "name_pipe/name_pipe_base", "name_pipe/name_pipe_client", "xml_op/answer",
+        "xml_op/answer_parser", "xml_op/answer_readers", "util/folder_listing", "util/entry_copy", "util/Zev_file_op",
+        "util/copy_job"}
+WITHOUT_TOOLKIT = ["base", "xml_doc", "name_pipe", "util"]
+
+
+def sources():
+    for top in ("src", "engine"):
+        for path in glob.glob(os.path.join(TOP, top, "**", "*"), recursive=True):
+            if path.endswith((".h", ".cpp")):
+                with open(path, encoding="utf-8") as source:
+                    yield os.path.relpath(path, os.path.join(TOP, "src") if top == "src" else TOP), source.read()
+
+
+SOURCES = dict(sources())
+INCLUDES = {path: re.findall(r'#include "([^"]+)"', text) for path, text in SOURCES.items()}
+
+
+def room(path):
+    return path.split("/")[0]
+
+
+def circles(arrows):
+    """The nodes from which a way leads back to themselves."""
+    targets = collections.defaultdict(set)
+    for start, end in arrows:
+        targets[start].add(end)
+
+    def leads_back(node):
+        seen, waiting = set(), [node]
+        while waiting:
+            new = targets[waiting.pop()] - seen
+            seen |= new
+            waiting += new
+        return node in seen
+    return {node for node in list(targets) if leads_back(node)}
+
+
+class Rooms(unittest.TestCase):
+    def test_arrows_go_down(self):
+        for path, included in INCLUDES.items():
+            for target in included:
+                own, other = room(path), room(target)
+                if own == "engine":
+                    allowed = other in ("engine", "base", "xml_doc", "name_pipe") or target == "link_engine/message_names.h"
+                else:
+                    allowed = other == own or other in SEES.get(own, ROOMS[:ROOMS.index(own)])
+                self.assertTrue(allowed, f"{path} includes {target}")
+            if room(path) in (*WITHOUT_TOOLKIT, "engine"):
+                self.assertNotRegex(SOURCES[path], r"#include <g[td]k/", path)
+
+    def test_no_circle(self):
+        arrows = {(os.path.splitext(path)[0], os.path.splitext(target)[0])
+                  for path, included in INCLUDES.items() for target in included}
+        self.assertEqual(circles({(a, b) for a, b in arrows if a != b}) - TIED, set())
+
+    def test_one_of_each(self):
+        def places(pattern):
+            found = collections.Counter()
+            for path, text in SOURCES.items():
+                found.update({path: len(re.findall(pattern, text))})
+            return +found
+        starts = places(r"std::thread\(|= std::thread|pthread_create\(|std::async|std::jthread|g_thread_new")
+        self.assertLessEqual(sum(starts.values()), 2, starts)
+        turns = places(r"gtk_main_iteration|g_main_context_iteration")
+        self.assertEqual(turns, {"base/main_loop.cpp": 1, "window/window_thread.cpp": 1}, "the wait, and the toolkit's turn")
+
+
+if __name__ == "__main__":
+    unittest.main()
