@@ -11,6 +11,7 @@
 #include "base/unicode_hex.h"
 #include "engine/wire_text.h"
 #include "link_engine/message_names.h"
+#include "xml_doc/message_writer.h"
 
 namespace relay_hub::engine {
 namespace {
@@ -45,11 +46,11 @@ std::vector<KeyedEntry> in_natural_order(const std::vector<Entry>& entries, Styl
     return ordered;
 }
 
-void add_time(WireText& text, const char* tag, const timespec& time) {
+void add_time(MessageWriter& text, const char* tag, const timespec& time) {
     text.add(tag, std::to_string(time.tv_sec));
 }
 
-void add_entry(WireText& text, const Entry& entry, bool with_hex) {
+void add_entry(MessageWriter& text, const Entry& entry, bool with_hex) {
     text.begin_record();
     text.add(wire::kDisplayName, entry.name);
     if (with_hex)
@@ -66,7 +67,7 @@ void add_entry(WireText& text, const Entry& entry, bool with_hex) {
 }
 
 // How many entries fit.
-std::size_t add_entries(WireText& text, const std::vector<KeyedEntry>& entries, bool with_hex,
+std::size_t add_entries(MessageWriter& text, const std::vector<KeyedEntry>& entries, bool with_hex,
                         std::size_t longest) {
     for (std::size_t i = 0; i < entries.size(); ++i) {
         const std::size_t mark = text.size();
@@ -89,7 +90,7 @@ FileList file_list(const Listing& listing, Style style, HiddenFiles hidden, std:
             list.missing.add(failed.name, reason_text(failed.error));
     }
     const std::vector<KeyedEntry> ordered = in_natural_order(listing.entries, style, hidden, list.missing);
-    WireText text;
+    MessageWriter text;
     text.add(wire::kResult, wire::kSuccess);
     if (free)
         text.add(wire::kFreeSpace, *free);

@@ -12,6 +12,7 @@
 #include "engine/wire_text.h"
 #include "link_engine/message_names.h"
 #include "name_pipe/name_pipe_base.h"
+#include "xml_doc/message_writer.h"
 #include "xml_doc/zev_xml.h"
 
 namespace relay_hub::engine {
@@ -37,7 +38,7 @@ constexpr milliseconds kAbsence{3000};
 constexpr std::size_t kLongestText = 1000;
 
 std::string command_text(const char* command) {
-    WireText message;
+    MessageWriter message;
     message.add(wire::kCommand, command);
     return message.finish();
 }
@@ -99,7 +100,7 @@ FrontEndLink::FrontEndLink(std::string base, const StopToken& stop, const LinkSt
     : base_(std::move(base)), stop_(stop), state_(state) {}
 
 Answer FrontEndLink::confirm(const std::string& question) {
-    WireText message;
+    MessageWriter message;
     message.add(wire::kCommand, wire::kGetConfirmationForCopy);
     message.add(wire::kConfirmationMessage, presentable(question, kLongestText));
     const auto text = exchange(Caller::request, message.finish(), kOpenPatiently, kUntilTheUserAnswers);
@@ -134,7 +135,7 @@ bool FrontEndLink::cancelled() {
 void FrontEndLink::progress(const Progress& report) {
     if (Clock::now() < absent_until_)
         return;
-    WireText message;
+    MessageWriter message;
     message.add(wire::kCommand, wire::kCopyProgressStatusNotify);
     message.add(wire::kProgressInfo, in_one_line(report.item, kLongestText));
     message.add(wire::kProgressElapsedTime, report.how_far.empty()
@@ -146,7 +147,7 @@ void FrontEndLink::progress(const Progress& report) {
 }
 
 bool FrontEndLink::message(const std::string& text) {
-    WireText message;
+    MessageWriter message;
     message.add(wire::kCommand, wire::kShowMessageBox);
     message.add(wire::kMessageBoxContent, presentable(text, kLongestText));
     const bool taken = exchange(Caller::request, message.finish(), kOpenPatiently, kAnswerLimit).has_value();

@@ -14,6 +14,7 @@
 #include "engine/file_list.h"
 #include "engine/wire_text.h"
 #include "link_engine/message_names.h"
+#include "xml_doc/message_writer.h"
 #include "xml_doc/zev_xml.h"
 
 namespace relay_hub::engine {
@@ -147,7 +148,7 @@ std::string RequestHandlers::list_drives(CZEVXML& /*request*/) {
     Places places;
     if (const Error error = remote_.places(places); error)
         return failure_text(reason_text(error));
-    WireText answer;
+    MessageWriter answer;
     answer.add(wire::kResult, wire::kSuccess);
     for (const Drive& drive : places.drives) {
         const std::string path = wire_path(style(), drive.path);
@@ -164,7 +165,7 @@ std::string RequestHandlers::list_special_paths(CZEVXML& /*request*/) {
     Places places;
     if (const Error error = remote_.places(places); error)
         return failure_text(reason_text(error));
-    WireText answer;
+    MessageWriter answer;
     answer.add(wire::kResult, wire::kSuccess);
     if (places.desktop)
         answer.add(wire::kDesktopFolder, utf16_hex(wire_path(style(), *places.desktop)));
@@ -344,7 +345,7 @@ void RequestHandlers::tell_what_is_missing(const std::string& folder, const File
 }
 
 std::string RequestHandlers::connection_status(CZEVXML& /*request*/) {
-    WireText answer;
+    MessageWriter answer;
     answer.add(wire::kResult, wire::kSuccess);
     answer.add(wire::kLocalDeviceOn, wire::kYes);
     answer.add(wire::kDeviceOn, wire::kYes);
@@ -353,14 +354,14 @@ std::string RequestHandlers::connection_status(CZEVXML& /*request*/) {
 }
 
 std::string RequestHandlers::remote_online(CZEVXML& /*request*/) {
-    WireText answer;
+    MessageWriter answer;
     answer.add(wire::kResult, wire::kSuccess);
     answer.add(wire::kRemoteIsOnline, state_.remote_online ? wire::kYes : wire::kNo);
     return answer.finish();
 }
 
 std::string RequestHandlers::heartbeat(CZEVXML& /*request*/) {
-    WireText answer;
+    MessageWriter answer;
     answer.add(wire::kServerIsLive, wire::kYes);
     return answer.finish();
 }

@@ -5,55 +5,18 @@
 #include <algorithm>
 #include <memory>
 
-#include "base/message_escape.h"
 #include "link_engine/message_names.h"
+#include "xml_doc/message_writer.h"
 
 namespace relay_hub::engine {
-namespace {
-
-void append_tag(std::string& text, std::string_view open, std::string_view tag) {
-    text.append(open).append(tag).push_back('>');
-}
-
-}  // namespace
-
-WireText::WireText() {
-    append_tag(text_, "<", wire::kRoot);
-}
-
-void WireText::add(std::string_view tag, std::string_view value) {
-    if (value.empty())
-        return;
-    append_tag(text_, "<", tag);
-    append_escaped(text_, value);
-    append_tag(text_, "</", tag);
-}
-
-void WireText::add(std::string_view tag, std::uint64_t value) {
-    add(tag, std::to_string(value));
-}
-
-void WireText::begin_record() {
-    append_tag(text_, "<", wire::kRecord);
-}
-
-void WireText::end_record() {
-    append_tag(text_, "</", wire::kRecord);
-}
-
-std::string WireText::finish() {
-    append_tag(text_, "</", wire::kRoot);
-    return std::move(text_);
-}
-
 std::string success_text() {
-    WireText answer;
+    MessageWriter answer;
     answer.add(wire::kResult, wire::kSuccess);
     return answer.finish();
 }
 
 std::string failure_text(std::string_view reason) {
-    WireText answer;
+    MessageWriter answer;
     answer.add(wire::kResult, wire::kFail);
     answer.add(wire::kReason, presentable(reason, 1000));
     return answer.finish();

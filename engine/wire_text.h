@@ -1,29 +1,9 @@
 #pragma once
-// Writes one message: fields in the order they are added, escaped as the message document escapes them.
-// Written straight into one text, because a listing has a hundred thousand fields. One thread at a time.
-#include <cstdint>
+// Answers of one field or two, and texts as they may stand in any.
 #include <string>
 #include <string_view>
 
 namespace relay_hub::engine {
-
-class WireText {
-  public:
-    WireText();
-    // An empty value is not written: a missing field and an empty one look the same on the wire.
-    void add(std::string_view tag, std::string_view value);
-    void add(std::string_view tag, std::uint64_t value);
-    void begin_record();
-    void end_record();
-    [[nodiscard]] std::size_t size() const { return text_.size(); }
-    // Takes back what was added since size() returned mark.
-    void cut_back(std::size_t mark) { text_.resize(mark); }
-    // The whole message; the writer is spent.
-    std::string finish();
-
-  private:
-    std::string text_;
-};
 
 // "T1" success; failure with its reason in "T2".
 std::string success_text();

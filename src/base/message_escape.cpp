@@ -1,5 +1,7 @@
 #include "base/message_escape.h"
 
+#include <array>
+
 namespace relay_hub {
 namespace {
 
@@ -10,14 +12,13 @@ struct Entity {
 
 constexpr Entity kEntities[] = {{'&', "&amp;"}, {'<', "&lt;"}, {'>', "&gt;"}, {'"', "&dq;"}};
 
-// Empty for a byte that stands for itself.
-std::string_view escaped_form(char c) {
-    for (const Entity& entity : kEntities) {
-        if (entity.plain == c)
-            return entity.escaped;
-    }
-    return {};
-}
+// By byte; empty for one that stands for itself.
+constexpr auto kEscapedForms = [] {
+    std::array<std::string_view, 256> forms{};
+    for (const Entity& entity : kEntities)
+        forms[static_cast<unsigned char>(entity.plain)] = entity.escaped;
+    return forms;
+}();
 
 }  // namespace
 
@@ -25,7 +26,7 @@ std::string_view escaped_form(char c) {
 void append_escaped(std::string& message, std::string_view text) {
     std::size_t start = 0;
     for (std::size_t at = 0; at < text.size(); ++at) {
-        const std::string_view escaped = escaped_form(text[at]);
+        const std::string_view escaped = kEscapedForms[static_cast<unsigned char>(text[at])];
         if (escaped.empty())
             continue;
         message.append(text.substr(start, at - start)).append(escaped);

@@ -14,8 +14,8 @@
 #include "link_engine/request_items.h"
 #include "link_engine/send_args.h"
 #include "name_pipe/name_pipe_base.h"
+#include "xml_doc/message_writer.h"
 #include "xml_doc/well_formed.h"
-#include "xml_doc/zev_xml.h"
 
 namespace relay_hub {
 namespace {
@@ -35,7 +35,7 @@ struct Request {
     const char* sent_word = "Send";  // null: the request is printed without a word before it
     bool in_event_log = true;
     std::array<Field, 2> fields = {};
-    void (*add_items)(CZEVXML& message, const __send_args& args) = nullptr;
+    void (*add_items)(MessageWriter& message, const __send_args& args) = nullptr;
     bool awaits_answer = true;
     bool retries = false;
 };
@@ -116,14 +116,14 @@ struct ChannelPath {
 ChannelPath channel_path;
 
 std::string compose(const Request& request, const __send_args& args) {
-    CZEVXML message;
-    message.Generate(wire::kCommand, std::string(request.command));
+    MessageWriter message;
+    message.add(wire::kCommand, request.command);
     for (const Field& field : request.fields)
         if (field.name)
-            message.Generate(field.name, args.*field.value);
+            message.add(field.name, args.*field.value);
     if (request.add_items)
         request.add_items(message, args);
-    return message.GetXML();
+    return message.finish();
 }
 
 void trace(const Request& request, const char* word, const std::string& text) {

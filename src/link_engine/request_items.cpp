@@ -5,12 +5,11 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
-#include <initializer_list>
-#include <utility>
+#include <string>
 
 #include "link_engine/Zev_link_op.h"
 #include "link_engine/message_names.h"
-#include "xml_doc/zev_xml.h"
+#include "xml_doc/message_writer.h"
 
 namespace relay_hub {
 namespace {
@@ -46,36 +45,21 @@ struct Attributes {
     Halves modified = {};
 };
 
-struct Number {
-    const char* name;
-    int value;
-};
-
-// Numbers need no escaping, and there is one document an item: it is written at once.
-void append(std::string& text, std::initializer_list<Number> numbers) {
-    for (const Number& number : numbers)
-        text.append("<")
-            .append(number.name)
-            .append(">")
-            .append(std::to_string(number.value))
-            .append("</")
-            .append(number.name)
-            .append(">");
-}
-
 std::string attribute_document(const Attributes& attributes) {
-    std::string text = std::string("<") + wire::kRoot + ">";
-    append(text, {{wire::kAttributeWord, attributes.word},
-                  {wire::kSizeHigh, attributes.size.high},
-                  {wire::kSizeLow, attributes.size.low}});
-    if (attributes.has_times)
-        append(text, {{wire::kCreatedHigh, attributes.created.high},
-                      {wire::kCreatedLow, attributes.created.low},
-                      {wire::kAccessedHigh, attributes.accessed.high},
-                      {wire::kAccessedLow, attributes.accessed.low},
-                      {wire::kModifiedHigh, attributes.modified.high},
-                      {wire::kModifiedLow, attributes.modified.low}});
-    return text.append("</").append(wire::kRoot).append(">");
+    MessageWriter document;
+    const auto add = [&](const char* name, int value) { document.add(name, std::to_string(value)); };
+    add(wire::kAttributeWord, attributes.word);
+    add(wire::kSizeHigh, attributes.size.high);
+    add(wire::kSizeLow, attributes.size.low);
+    if (attributes.has_times) {
+        add(wire::kCreatedHigh, attributes.created.high);
+        add(wire::kCreatedLow, attributes.created.low);
+        add(wire::kAccessedHigh, attributes.accessed.high);
+        add(wire::kAccessedLow, attributes.accessed.low);
+        add(wire::kModifiedHigh, attributes.modified.high);
+        add(wire::kModifiedLow, attributes.modified.low);
+    }
+    return document.finish();
 }
 
 // An item of another type than file and folder keeps the previous item's word and size.
@@ -112,50 +96,57 @@ struct Side {
     const std::string& hex;
 };
 
-void add_copy_record(CZEVXML& message, const Side& source, const Side& target, const Attributes& attributes) {
-    CZEVXML record;
-    record.AddNew();
+void add_copy_record(MessageWriter& message, const Side& source, const Side& target,
+                     const Attributes& attributes) {
+    message.begin_record();
     for (const Side* side : {&source, &target}) {
-        record.Generate(side->path_name, side->path);
-        record.Generate(side->hex_name, side->hex);
+        message.add(side->path_name, side->path);
+        message.add(side->hex_name, side->hex);
     }
-    record.Generate(wire::kAttributes, attribute_document(attributes));
-    message.MergeMRS(wire::kItems, std::move(record));
+    message.add(wire::kAttributes, attribute_document(attributes));
+    message.end_record();
+}
+
+// Without items there is no block either.
+template <typename AddItem>
+void add_block(MessageWriter& message, std::size_t count, AddItem add_item) {
+    if (count == 0)
+        return;
+    message.begin(wire::kItems);
+    for (std::size_t item = 0; item < count; ++item)
+        add_item(item);
+    message.end(wire::kItems);
 }
 
 }  // namespace
 
-void add_trash_items(CZEVXML& message, const __send_args& args) {
-    for (const std::string& path_hex : args.item_paths_hex) {
-        CZEVXML record;
-        record.AddNew();
-        record.Generate(wire::kPathHex, path_hex);
-        message.MergeMRS(wire::kItems, std::move(record));
-    }
+void add_trash_items(MessageWriter& message, const __send_args& args) {
+    add_block(message, args.item_paths_hex.size(), [&](std::size_t item) {
+        message.begin_record();
+        message.add(wire::kPathHex, args.item_paths_hex[item]);
+        message.end_record();
+    });
 }
 
-void add_remote_to_local_items(CZEVXML& message, const __send_args& args) {
-    const std::size_t count =
-        std::min({args.item_paths.size(), args.item_paths_hex.size(), args.item_types.size()});
+void add_remote_to_local_items(MessageWriter& message, const __send_args& args) {
     const Side target{wire::kLocalPath, wire::kLocalPathHex, args.target_path, args.target_path_hex};
     Attributes attributes;
-    for (std::size_t item = 0; item < count; ++item) {
-        listed_attributes(args, item, attributes);
-        add_copy_record(
-            message,
-            {wire::kRemotePath, wire::kRemotePathHex, args.item_paths[item], args.item_paths_hex[item]},
-            target, attributes);
-    }
+    add_block(message, std::min({args.item_paths.size(), args.item_paths_hex.size(), args.item_types.size()}),
+              [&](std::size_t item) {
+                  listed_attributes(args, item, attributes);
+                  const Side source{wire::kRemotePath, wire::kRemotePathHex, args.item_paths[item],
+                                    args.item_paths_hex[item]};
+                  add_copy_record(message, source, target, attributes);
+              });
 }
 
-void add_local_to_remote_items(CZEVXML& message, const __send_args& args) {
-    const std::size_t count = std::min(args.item_paths.size(), args.item_paths_hex.size());
+void add_local_to_remote_items(MessageWriter& message, const __send_args& args) {
     const Side target{wire::kRemotePath, wire::kRemotePathHex, args.target_path, args.target_path_hex};
-    for (std::size_t item = 0; item < count; ++item)
-        add_copy_record(
-            message,
-            {wire::kLocalPath, wire::kLocalPathHex, args.item_paths[item], args.item_paths_hex[item]}, target,
-            status_attributes(args.item_paths[item]));
+    add_block(message, std::min(args.item_paths.size(), args.item_paths_hex.size()), [&](std::size_t item) {
+        const Side source{wire::kLocalPath, wire::kLocalPathHex, args.item_paths[item],
+                          args.item_paths_hex[item]};
+        add_copy_record(message, source, target, status_attributes(args.item_paths[item]));
+    });
 }
 
 }  // namespace relay_hub

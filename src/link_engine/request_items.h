@@ -3,12 +3,12 @@
 // in proportion to the number of items. Any thread, one message at a time.
 #include "link_engine/send_args.h"
 
-class CZEVXML;
-
 namespace relay_hub {
 
-void add_trash_items(CZEVXML& message, const __send_args& args);
-void add_remote_to_local_items(CZEVXML& message, const __send_args& args);
-void add_local_to_remote_items(CZEVXML& message, const __send_args& args);
+class MessageWriter;
+
+void add_trash_items(MessageWriter& message, const __send_args& args);
+void add_remote_to_local_items(MessageWriter& message, const __send_args& args);
+void add_local_to_remote_items(MessageWriter& message, const __send_args& args);
 
 }  // namespace relay_hub

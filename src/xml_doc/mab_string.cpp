@@ -100,6 +100,10 @@ CMabString::CMabString(char c, int n) {
 CMabString::CMabString(const std::string& text) {
     assign(text);
 }
+CMabString::CMabString(std::string&& text) : m_text(std::move(text)) {
+    m_text.resize(std::min(m_text.find('\0'), m_text.size()));
+    m_size = GetLength();
+}
 CMabString::CMabString(std::string_view text) {
     assign(text);
 }

@@ -19,6 +19,7 @@ class CMabString {
     CMabString(const char* text, int n);  // the first n bytes
     CMabString(char c, int n);            // c repeated n times
     CMabString(const std::string& text);
+    CMabString(std::string&& text);
     explicit CMabString(std::string_view text);
     CMabString(const CMabString& other);
     CMabString(CMabString&& other) noexcept;

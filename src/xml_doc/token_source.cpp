@@ -95,6 +95,8 @@ bool TokenSource::next(std::string_view& token, CharacterData* text) {
 // where none begins or its end is not in the window.
 std::string_view TokenSource::take_unparsed() {
     const std::string_view text = window_.substr(std::min(at_, window_.size()));
+    if (text.size() < 2 || (text[1] != '!' && text[1] != '?'))
+        return {};
     for (const Unparsed& kind : kUnparsed) {
         const size_t end =
             text.starts_with(kind.begin) ? text.find(kind.end, kind.begin.size()) : std::string_view::npos;

@@ -5,6 +5,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "xml_doc/mem_file.h"
 
@@ -24,6 +25,8 @@ class CharacterData {
     // nothing.
     void add_cdata(std::string_view token);
     std::string_view text() const { return std::string_view(text_).substr(dropped_); }
+    // The text itself, without a copy where nothing was dropped; spent then.
+    std::string take() { return dropped_ == 0 ? std::move(text_) : text_.substr(dropped_); }
 
   private:
     std::string text_;

@@ -19,13 +19,15 @@ namespace {
 constexpr size_t kNowhere = std::string::npos;
 // Up to so many children a plain walk is cheaper than an index.
 constexpr size_t kWalkLimit = 16;
+// A record has about so many: without it four vectors were made for each.
+constexpr size_t kUsualChildren = 8;
 
 int lower(char c) {
     return std::tolower(static_cast<unsigned char>(c));
 }
 
 bool same_name(std::string_view a, std::string_view b) {
-    return a.size() == b.size() && CXML::CompareStringNoCase(a, b) == 0;
+    return a == b || (a.size() == b.size() && CXML::CompareStringNoCase(a, b) == 0);
 }
 
 std::vector<size_t> in_order(size_t count) {
@@ -88,6 +90,8 @@ bool CXML::insert(size_t position, CXML* child) {
         return false;
     }
     const bool appended = position == m_children.size();
+    if (m_children.empty())
+        m_children.reserve(kUsualChildren);
     if (position <= m_currentChild)
         ++m_currentChild;
     m_children.emplace(m_children.begin() + static_cast<ptrdiff_t>(position), child);
@@ -211,16 +215,16 @@ CXML::Match CXML::match(std::string_view name, long nth) const {
     return nth == -1 ? last : Match{kNowhere, last.count};
 }
 
-CXML* CXML::GetChildByTag(const std::string& name, int nth) {
+CXML* CXML::GetChildByTag(std::string_view name, int nth) {
     long wanted = nth;
-    size_t length = name.size();
     const size_t bracket = name.find('[');
-    const bool indexed = bracket != std::string::npos && name.find(']') != std::string::npos;
+    const bool indexed = bracket != std::string_view::npos && name.find(']') != std::string_view::npos;
     if (indexed) {
-        wanted = std::clamp<long>(strtol(name.c_str() + bracket + 1, nullptr, 10), INT_MIN, INT_MAX - 1) + 1;
-        length = bracket;
+        const std::string digits(name.substr(bracket + 1));
+        wanted = std::clamp<long>(strtol(digits.c_str(), nullptr, 10), INT_MIN, INT_MAX - 1) + 1;
+        name = name.substr(0, bracket);
     }
-    const Match found = match(std::string_view(name).substr(0, length), wanted);
+    const Match found = match(name, wanted);
     if (wanted == -1 || found.position == kNowhere)
         m_matchCount = found.count;
     CXML* const child = stand_on(found.position);

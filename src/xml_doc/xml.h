@@ -96,7 +96,7 @@ class CXML {
     CXML* GetChildAt(int position) const;
     // nth is 1-based; -1 finds the last match. "Name[i]" finds the (i+1)-th and ignores nth. Case does not
     // matter. The child cursor moves to the child found, or past the end. Null when there is none.
-    CXML* GetChildByTag(const std::string& name, int nth);
+    CXML* GetChildByTag(std::string_view name, int nth);
     int GetChildCountByTag(const std::string& name) const;
     // nth is 1-based; -1 removes every child of that name.
     void RemoveChildByTag(const std::string& name, int nth);

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 #include "xml_doc/element_syntax.h"
 #include "xml_doc/token_source.h"
@@ -173,9 +174,9 @@ bool CXML::parse_content(TokenSource& source, int depth) {
         if (parsed && !child->m_tagName.IsEmpty())
             Adopt(std::move(child));
     }
-    std::string_view text = data.text();
+    std::string text = data.take();
     if (text.ends_with('\n'))
-        text.remove_suffix(1);
-    m_text = CMabString(text);
+        text.pop_back();
+    m_text = CMabString(std::move(text));
     return parsed;
 }

@@ -264,12 +264,6 @@ void CZEVXML::MergeMRS(const std::string& path, const std::string& xml) {
     AppendChild(path, xml);
 }
 
-void CZEVXML::MergeMRS(const std::string& path, CZEVXML&& record) {
-    Generate(path, std::string(), true);
-    if (CXML* const node = find(path))
-        node->AdoptChildrenOf(record.m_root);
-}
-
 bool CZEVXML::ExtractMRS(const std::string& path, CZEVXML& out) {
     CXML* const node = find(path);
     if (node == nullptr) {

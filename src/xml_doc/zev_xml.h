@@ -69,8 +69,6 @@ class CZEVXML {
     void AppendSibling(const std::string& path, const std::string& xml);
     bool AppendXML(const std::string& xml);
     void MergeMRS(const std::string& path, const std::string& xml);  // creates `path`, then AppendChild
-    // The same without writing and parsing: takes the elements of `record`, which is empty then.
-    void MergeMRS(const std::string& path, CZEVXML&& record);
     // `out` becomes the sub-tree at `path`; its later LoadXML puts a "ZEVMSG" around foreign text.
     bool ExtractMRS(const std::string& path, CZEVXML& out);
     int GetMRSCount(const std::string& path);  // "Line" children of the element; 0 when it is missing

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <limits>
+#include <string_view>
 
 #include "xml_doc/zev_xml.h"
 
@@ -10,8 +11,57 @@ constexpr const char* kRoot = "ZEVMSG";
 constexpr const char* kRecord = "Line";
 
 // Such a component could never be created, and no element bears an empty name.
-bool is_nameless(const std::string& component) {
-    return component.empty() || (component.front() == '[' && component.find(']') != std::string::npos);
+bool is_nameless(std::string_view component) {
+    return component.empty() || (component.front() == '[' && component.find(']') != std::string_view::npos);
+}
+
+// The components of a path below the document's root, one after the other, without copies.
+class Components {
+  public:
+    explicit Components(std::string_view path) : rest_(path), more_(!path.empty()) {}
+    bool next(std::string_view& component) {
+        if (!more_)
+            return false;
+        const std::size_t slash = rest_.find('/');
+        more_ = slash != std::string_view::npos;
+        component = rest_.substr(0, slash);
+        rest_.remove_prefix(more_ ? slash + 1 : rest_.size());
+        return true;
+    }
+
+  private:
+    std::string_view rest_;
+    bool more_;
+};
+
+bool has_nameless(std::string_view below_root) {
+    Components components(below_root);
+    for (std::string_view component; components.next(component);)
+        if (is_nameless(component))
+            return true;
+    return false;
+}
+
+// Cuts the root off the path. False, with the status set, for a path that leads nowhere.
+bool take_below_root(std::string_view path, std::string_view& below_root) {
+    if (path.empty()) {
+        CXML::SetFailure("TagName should not be empty string");
+        return false;
+    }
+    if (path.back() == '/') {
+        CXML::SetFailure("TagName format error");
+        return false;
+    }
+    below_root = path;
+    if (path.front() != '/')
+        return true;
+    const std::size_t slash = path.find('/', 1);
+    if (path.substr(1, slash - 1) != kRoot) {
+        CXML::SetFailure("The root tag should be \"ZEVMSG\"");
+        return false;
+    }
+    below_root = slash == std::string_view::npos ? std::string_view() : path.substr(slash + 1);
+    return true;
 }
 
 }  // namespace
@@ -28,24 +78,13 @@ void CZEVXML::Split(const std::string& path, std::vector<std::string>& parts) {
 
 bool CZEVXML::ParseTag(const std::string& path, std::vector<std::string>& parts) {
     parts.clear();
-    if (path.empty()) {
-        CXML::SetFailure("TagName should not be empty string");
+    std::string_view below_root;
+    if (!take_below_root(path, below_root))
         return false;
-    }
-    if (path.back() == '/') {
-        CXML::SetFailure("TagName format error");
-        return false;
-    }
-    Split(path, parts);
-    if (path.front() != '/') {
-        parts.insert(parts.begin(), kRoot);
-        return true;
-    }
-    if (parts[1] != kRoot) {
-        CXML::SetFailure("The root tag should be \"ZEVMSG\"");
-        return false;
-    }
-    parts.erase(parts.begin());
+    parts.emplace_back(kRoot);
+    Components components(below_root);
+    for (std::string_view component; components.next(component);)
+        parts.emplace_back(component);
     return true;
 }
 
@@ -62,20 +101,21 @@ CXML* CZEVXML::GetParent() {
 }
 
 bool CZEVXML::GetXMLByTag(const std::string& path, bool create, CXML** node, CXML** parent) {
-    std::vector<std::string> parts;
-    if (!ParseTag(path, parts))
+    std::string_view below_root;
+    if (!take_below_root(path, below_root))
         return false;
-    if (create && std::any_of(parts.begin(), parts.end(), is_nameless)) {
+    if (create && has_nameless(below_root)) {
         CXML::SetFailure("No Valid Tag Name");
         return false;
     }
     *parent = GetParent();
     *node = *parent;
-    for (size_t at = 1; at < parts.size(); ++at) {
+    Components components(below_root);
+    for (std::string_view component; components.next(component);) {
         *parent = *node;
-        CXML* child = (*parent)->GetChildByTag(parts[at], 1);
+        CXML* child = (*parent)->GetChildByTag(component, 1);
         if (child == nullptr && create)
-            child = append_missing(**parent, parts[at]);
+            child = append_missing(**parent, std::string(component));
         if (child == nullptr)
             return false;
         *node = child;
