@@ -198,7 +198,10 @@ Error Channel::wait(PendingReply& reply, Interruption* interruption, Answer& ans
             lock.lock();
             continue;
         }
-        arrived_.wait_for(lock, kBeat);
+        // The thread looks how long the server has been silent; it may have begun to wait before this
+        // request.
+        if (arrived_.wait_for(lock, kBeat) == std::cv_status::timeout)
+            (void)eventfd_write(thread_events_.get(), 1);
     }
     if (!request->done)
         return {ENOTCONN, fill_translated("IDS_REASON_LINK_LOST", {reason_})};

@@ -341,7 +341,9 @@ void Session::take_limits(PendingReply& reply) {
     const std::size_t most = packet > 2 * kDataOverhead ? packet - kDataOverhead : kShortestBlock;
     facts_.longest_read = limited(limits->read, most);
     facts_.longest_write = limited(limits->write, most);
-    facts_.most_handles = limited(limits->handles, kMostUsefulHandles);
+    if (limits->handles > 0)
+        facts_.most_handles =
+            static_cast<std::size_t>(std::min<std::uint64_t>(limits->handles, kMostUsefulHandles));
 }
 
 }  // namespace relay_hub::engine::sftp

@@ -18,7 +18,6 @@ namespace relay_hub::engine::sftp {
 namespace {
 
 constexpr std::size_t kMostWaitingFiles = 500;
-// Each with a handle of the server's; some give out no more than a hundred.
 constexpr std::size_t kMostInProgress = 64;
 constexpr std::size_t kMostLooksInFlight = 64;
 constexpr std::uint64_t kLargestAhead = 1024UL * 1024;
@@ -28,6 +27,11 @@ constexpr std::size_t kLongestNameTold = 200;
 
 Error offline() {
     return {ENOTCONN, translated("IDS_ERROR_DISCONNECT")};
+}
+
+// Reading ahead and writing may each have a part of the handles that the server gives out.
+std::size_t share_of_handles(const Session& session, std::size_t most) {
+    return std::clamp<std::size_t>(session.facts().most_handles / 3, 1, most);
 }
 
 // Which of the links lead to folders: a look at each, many at a time.
@@ -69,10 +73,7 @@ std::string tellable(const std::string& name) {
 
 SftpFileSystem::SftpFileSystem(SessionSource current_session, Interruption& interruption,
                                std::optional<Style> style)
-    : current_session_(std::move(current_session)),
-      interruption_(interruption),
-      wished_style_(style),
-      line_(kMostInProgress) {}
+    : current_session_(std::move(current_session)), interruption_(interruption), wished_style_(style) {}
 
 void SftpFileSystem::set_first_folder(const std::string& folder) {
     const std::lock_guard lock(mutex_);
@@ -199,11 +200,12 @@ void SftpFileSystem::read_ahead(std::span<const FileToRead> files) {
 }
 
 void SftpFileSystem::fetch_ahead(const std::shared_ptr<Session>& session) {
+    const std::size_t most_files = share_of_handles(*session, kMostFilesAhead);
     std::uint64_t bytes = 0;
     std::size_t files = 0;
     for (Ahead& next : ahead_) {
         bytes += next.size;
-        if (++files > kMostFilesAhead || bytes > kMostBytesAhead || next.size > kLargestAhead)
+        if (++files > most_files || bytes > kMostBytesAhead || next.size > kLargestAhead)
             break;
         if (!next.source)
             next.source = std::make_unique<SftpSource>(session, server_path(next.path), next.size);
@@ -241,6 +243,7 @@ Error SftpFileSystem::open_sink(const std::string& path, const Entry& entry, boo
         return error;
     if (replace && !session->facts().replaces_atomically)
         return {ENOTSUP, translated("IDS_REASON_NO_SAFE_REPLACE")};
+    line_.set_limit(share_of_handles(*session, kMostInProgress));
     sink = std::make_unique<SftpSink>(session, line_, server_path(path), entry, replace);
     return {};
 }

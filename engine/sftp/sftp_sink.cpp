@@ -15,6 +15,9 @@ namespace {
 
 // Up to this size a file waits in memory for its commit.
 constexpr std::size_t kSmall = 64UL * 1024;
+// The server writes nothing else while it syncs, so that is not asked for often; but a slow disk must not
+// have to take all of a large file at the end.
+constexpr std::uint64_t kSyncStep = 256ULL * 1024 * 1024;
 // How much is written on while the server opens the file.
 constexpr std::size_t kMostUnopened = 1024UL * 1024;
 
@@ -104,8 +107,10 @@ void SftpSink::wait_for_oldest() {
 }
 
 void SftpSink::start_flush() {
-    if (opened() && !error_ && session_->facts().syncs)
-        steps_.push_back({0, session_->send_sync(handle_)});
+    if (!opened() || error_ || !session_->facts().syncs || sent_ < synced_ + kSyncStep)
+        return;
+    steps_.push_back({0, session_->send_sync(handle_)});
+    synced_ = sent_;
 }
 
 void SftpSink::send_attributes_and_close() {

@@ -70,7 +70,8 @@ class SftpSink : public FileSink {
     bool exists_ = false;  // the temporary file was asked for, and was not renamed
     bool closed_ = false;
     std::uint64_t sent_ = 0;
-    std::deque<Step> steps_;  // on their way
+    std::uint64_t synced_ = 0;  // how much of that when it was last asked for
+    std::deque<Step> steps_;    // on their way
     std::size_t in_flight_ = 0;
     PendingReply renaming_;
     Error error_;  // the first one

@@ -10,8 +10,8 @@ class SftpSink;
 
 class WriteLine {
   public:
-    // At most in_progress files are open there at once.
-    explicit WriteLine(std::size_t in_progress) : in_progress_(in_progress) {}
+    // How many files may be open there at once.
+    void set_limit(std::size_t in_progress) { in_progress_ = in_progress; }
     // The sink's content is complete. It leaves before it goes.
     void join(SftpSink& sink);
     void leave(const SftpSink& sink);
@@ -23,7 +23,7 @@ class WriteLine {
   private:
     void send_rest_of_first();
 
-    const std::size_t in_progress_;
+    std::size_t in_progress_ = 1;
     // The steps of a file, in order.
     std::deque<SftpSink*> queued_;
     std::deque<SftpSink*> opening_;
