@@ -9,7 +9,7 @@ import subprocess
 import sys
 import time
 
-from common import command, read, wait_for, write
+from common import SLOW, command, read, write
 from desktop import LOCAL, REMOTE, DesktopTest, main
 from front_end import DONE, FrontEnd, copy_request
 
@@ -18,14 +18,15 @@ RANDOM = random.Random(SEED)
 PART = re.compile(r"\.relay-hub-[0-9A-Za-z]{8,16}\.part")
 FRONT_END = os.path.join(os.path.dirname(os.path.abspath(__file__)), "front_end.py")
 SIZES = {f"file {number:02}": 1000 + number * 9000 for number in range(24)} | {"large": 6 << 20, "empty": 0}
+WINDOW_DEATHS = 20 if SLOW > 1 else 100
 PATHS = {LOCAL: os.path.join, REMOTE: lambda _, name: "C:\\" + name}
 
 
 class Copies:
-    """One folder "set" to copy, and a folder that it is copied into again and again."""
+    """One folder to copy, and a folder that it is copied into again and again."""
 
-    def __init__(self, test, source, target, times=1):
-        self.test, self.source, self.target = test, os.path.join(source, "set"), os.path.join(target, "set")
+    def __init__(self, test, source, target, times=1, name="set"):
+        self.test, self.source, self.target = test, os.path.join(source, name), os.path.join(target, name)
         self.sizes = {name: size * times for name, size in SIZES.items()}
         self.fill(self.source, "new")
 
@@ -180,6 +181,34 @@ class Kill(DesktopTest):
         d.start_engine()
         d.wait_remote(40)
         self.assertEqual(d.close(), 0)
+
+    def test_window_dies_at_a_hundred_moments(self):
+        """The engine lives: it ends the copy, leaves old or new whole, and tidies up."""
+        d = self.desktop
+        ways = [(LOCAL, REMOTE, Copies(self, d.home, d.remote, 2, "up")),
+                (REMOTE, LOCAL, Copies(self, d.remote, d.home, 2, "down"))]
+        d.start_engine()
+        in_the_middle = 0
+        for number, replacing in zip(range(WINDOW_DEATHS), itertools.cycle((False, False, True, True))):
+            source, target, copies = ways[number % 2]
+            with self.subTest(source=source, replacing=replacing, number=number):
+                copies.prepare(replacing)
+                d.start_window()
+                d.wait_remote()
+                d.select(source, os.path.basename(copies.source))
+                d.key("ctrl+c")
+                d.menu(target, "Paste")
+                if replacing:
+                    d.press(d.wait_dialog("Confirmation"), "Replace All")
+                time.sleep(RANDOM.uniform(0, 0.4 * SLOW))
+                d.window.kill()
+                d.window.wait()
+                self.connect()
+                self.assertIsNotNone(self.front_end.ask(command("Check_For_Heartbeat")))
+                self.front_end.close()
+                in_the_middle += copies.check_broken_off(replacing)
+                self.assertEqual(copies.others(), set(), "left-over files")
+        self.assertGreater(in_the_middle, WINDOW_DEATHS // 20, "the moments all missed the copies")
 
     def begin_in_the_window(self, source, target, replacing):
         d = self.desktop

@@ -233,9 +233,8 @@ TEST(BusyDialog, NestsAndPulsesUntilItGoes) {
     testing::internal::CaptureStdout();
     {
         const relay_hub::BusyDialog outer;
-        EXPECT_EQ(find_window("IDS_MSG_PROCESSING"), nullptr) << "seen only when it stays";
-        ASSERT_TRUE(gui_test::run_until([] { return find_window("IDS_MSG_PROCESSING") != nullptr; }));
         GtkWidget* shown = find_window("IDS_MSG_PROCESSING");
+        ASSERT_NE(shown, nullptr);
         {
             const relay_hub::BusyDialog inner;
             EXPECT_EQ(find_window("IDS_MSG_PROCESSING"), shown);

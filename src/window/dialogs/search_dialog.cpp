@@ -10,7 +10,6 @@
 namespace {
 
 constexpr guint kPulseInterval = 500;
-constexpr guint kShowAfter = 200;
 constexpr char kTimer[] = "relay-hub-pulse-timer";
 int busy_depth = 0;
 
@@ -25,7 +24,6 @@ void start_pulsing(GtkWidget* dialog, gpointer bar) {
 }
 
 void on_show_search_dialog_destroy(GtkWidget* dialog, gpointer) {
-    gtk_grab_remove(dialog);
     const guint timer = GPOINTER_TO_UINT(g_object_steal_data(G_OBJECT(dialog), kTimer));
     if (timer == 0)
         return;
@@ -38,7 +36,9 @@ gboolean abandon_and_stay(GtkWidget*, GdkEvent*, gpointer) {
     return TRUE;
 }
 
-GtkWidget* new_search_dialog(GtkWidget* parent) {
+}  // namespace
+
+int show_search_dialog(GtkWidget* parent, GtkWidget** dialog_out, gpointer) {
     const char* text = relay_hub::translated("IDS_MSG_PROCESSING");
     GtkWidget* dialog = relay_hub::new_modal_dialog(parent, text);
     GtkWidget* bar = gtk_progress_bar_new();
@@ -47,20 +47,14 @@ GtkWidget* new_search_dialog(GtkWidget* parent) {
     GtkBox* content = GTK_BOX(gtk_dialog_get_content_area(GTK_DIALOG(dialog)));
     gtk_box_pack_start(content, gtk_label_new(text), FALSE, FALSE, 5);
     gtk_box_pack_start(content, bar, FALSE, FALSE, 5);
-    start_pulsing(dialog, bar);
+    g_signal_connect(dialog, "show", G_CALLBACK(start_pulsing), bar);
     g_signal_connect(dialog, "destroy", G_CALLBACK(on_show_search_dialog_destroy), nullptr);
     g_signal_connect(dialog, "delete-event", G_CALLBACK(abandon_and_stay), nullptr);
     relay_hub::keep_typed_ahead(dialog);
     gtk_widget_show_all(GTK_WIDGET(content));
     relay_hub::set_least_size(dialog, 400, 80);
-    return dialog;
-}
-
-}  // namespace
-
-int show_search_dialog(GtkWidget* parent, GtkWidget** dialog_out, gpointer) {
-    *dialog_out = new_search_dialog(parent);
-    gtk_widget_show(*dialog_out);
+    *dialog_out = dialog;
+    gtk_widget_show(dialog);
     return 0;
 }
 
@@ -74,35 +68,18 @@ namespace relay_hub {
 BusyDialog::BusyDialog() {
     if (busy_depth++ > 0)
         return;
+    show_search_dialog(nullptr, &dialog_, nullptr);
     // The main window takes the dialog with it when it goes first.
-    dialog_ = static_cast<GtkWidget*>(g_object_ref(new_search_dialog(nullptr)));
-    // One that came and went at once would flicker, and a window manager just about to give it the keyboard
-    // may leave the keyboard with no window at all. Unseen, it takes the input of the main window all the
-    // same.
-    gtk_widget_realize(dialog_);
-    gtk_grab_add(dialog_);
-    show_timer_ = gdk_threads_add_timeout(kShowAfter, show_while_busy, this);
+    g_object_ref(dialog_);
 }
 
 BusyDialog::~BusyDialog() {
     --busy_depth;
     if (dialog_ == nullptr)
         return;
-    if (show_timer_ != 0)
-        g_source_remove(show_timer_);
     close_search_dialog(dialog_);
     g_object_unref(dialog_);
     deliver_typed_ahead();
-}
-
-// A box that came up meanwhile stays on top.
-gboolean BusyDialog::show_while_busy(gpointer self) {
-    auto* busy = static_cast<BusyDialog*>(self);
-    if (gtk_grab_get_current() != busy->dialog_)
-        return G_SOURCE_CONTINUE;
-    gtk_widget_show(busy->dialog_);
-    busy->show_timer_ = 0;
-    return G_SOURCE_REMOVE;
 }
 
 }  // namespace relay_hub

@@ -8,8 +8,8 @@ void close_search_dialog(GtkWidget* dialog);
 
 namespace relay_hub {
 
-// The busy dialog over the main window for a scope: at once in the way of input, seen after a fifth of a
-// second. Keys pressed meanwhile reach the window afterwards. Nests: an inner one does nothing.
+// The busy dialog over the main window for a scope. Keys pressed meanwhile reach the window afterwards.
+// Nests: an inner one shows nothing.
 class BusyDialog {
   public:
     BusyDialog();
@@ -18,9 +18,7 @@ class BusyDialog {
     ~BusyDialog();
 
   private:
-    static gboolean show_while_busy(gpointer self);
     GtkWidget* dialog_ = nullptr;
-    guint show_timer_ = 0;
 };
 
 }  // namespace relay_hub
