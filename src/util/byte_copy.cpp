@@ -11,7 +11,7 @@
 #include <memory>
 
 #include "base/file_attributes.h"
-
+#include "util/file_identity.h"
 #include "util/file_op_unit.h"
 
 namespace relay_hub {
@@ -134,6 +134,13 @@ void finish_target(int source, const struct stat& record, FileDescriptor& target
         outcome.error_number = close_error;
 }
 
+// Under the name of a failed copy something else may stand by now.
+void remove_failed(const std::string& dst, const struct stat& made) {
+    struct stat now {};
+    if (lstat(dst.c_str(), &now) == 0 && is_same_entry(now, made))
+        (void)unlink(dst.c_str());
+}
+
 }  // namespace
 
 // Never waits for a peer: a FIFO or device that slipped in is opened without waiting, and refused.
@@ -189,12 +196,13 @@ CopyOutcome copy_new_file(const std::string& src, const std::string& dst, const 
         return failed(errno);
     FileDescriptor target(
         open(dst.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
-    if (!target)
+    struct stat made {};
+    if (!target || fstat(target.get(), &made) != 0)
         return failed(errno);
     CopyOutcome outcome = copy_content(source.get(), target.get(), cancel, watch);
     finish_target(source.get(), record, target, options, outcome);
     if (outcome.error_number != 0)
-        unlink(dst.c_str());
+        remove_failed(dst, made);
     return outcome;
 }
 

@@ -81,6 +81,11 @@ int ask_overwrite(const struct stat& source, const std::string& dst) {
     return questions->ask_overwrite(question);
 }
 
+bool is_folder(const std::string& path) {
+    struct stat status {};
+    return lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
 // The result for file_op_check; sets cp_st and cp_op.
 int act_on_answer(int answer) {
     struct Row {
@@ -148,7 +153,7 @@ int copy_walked_entry(const WalkEntry& entry) {
     if (unreadable)
         return refuse(entry.path, relay_hub::error_text(entry.error_number));
     // Reached once more through a mount.
-    if (entry.flag == FTW_D && copy_run->entries.made(entry.status))
+    if (entry.flag == FTW_D && copy_run->entries.fills(entry.status))
         return refuse(entry.path, translated("IDS_REASON_INTO_ITSELF"));
     struct stat status = entry.status;
     if (const auto known = copy_run->folder_times.find({status.st_dev, status.st_ino});
@@ -343,7 +348,10 @@ int file_op_check(const std::string& src, const std::string& dst, const struct s
         cp_op = OVERRIDE_YES;
         return kCopyIt;
     }
-    return act_on_answer(copy_run->skip_all ? REQUEST_NO : ask_overwrite(source, dst));
+    const int result = act_on_answer(copy_run->skip_all ? REQUEST_NO : ask_overwrite(source, dst));
+    // Nothing of a folder goes into what is none, or through a link that was to be left alone.
+    const bool leaves_all = result == kGoOn && S_ISDIR(source.st_mode) && !is_folder(dst);
+    return leaves_all ? FTW_SKIP_SUBTREE : result;
 }
 
 int tree_walk_copy(const std::string& src, const struct stat* status, int flag, const std::string& dst) {

@@ -96,7 +96,7 @@ bool EntryCopy::make_folder(const std::string& src, const struct stat& record, c
         note_failure(job_, FILE_OP_HERE, dst, error, {src, dst});
         return false;
     }
-    made_folders_.emplace(folder.target.st_dev, folder.target.st_ino);
+    target_folders_.emplace(folder.target.st_dev, folder.target.st_ino);
     waiting_folders_.push_back(std::move(folder));
     batch_.add(dst);
     return true;
@@ -124,6 +124,7 @@ bool EntryCopy::merge_folder(const std::string& src, const struct stat& record, 
         (void)fchmod(opened.get(), (now.st_mode & ALLPERMS) | S_IRWXU);
         sweep_temporary_files(opened.get());
     }
+    target_folders_.emplace(folder.target.st_dev, folder.target.st_ino);
     waiting_folders_.push_back(std::move(folder));
     return true;
 }
@@ -165,8 +166,8 @@ void EntryCopy::put_on_disk() {
     });
 }
 
-bool EntryCopy::made(const struct stat& folder) const {
-    return made_folders_.contains({folder.st_dev, folder.st_ino});
+bool EntryCopy::fills(const struct stat& folder) const {
+    return target_folders_.contains({folder.st_dev, folder.st_ino});
 }
 
 void sweep_folder(const std::string& folder) {

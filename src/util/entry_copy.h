@@ -30,8 +30,8 @@ class EntryCopy {
     // Gives the folders their attributes, once their content is there.
     void finish_folders();
     void put_on_disk();
-    // Whether the folder was made by this job.
-    [[nodiscard]] bool made(const struct stat& folder) const;
+    // Whether the folder is one that this job copies into, made or merged.
+    [[nodiscard]] bool fills(const struct stat& folder) const;
 
   private:
     // A folder whose attributes wait. It is known again by device and inode.
@@ -48,7 +48,7 @@ class EntryCopy {
     __task_list* job_;
     SyncBatch batch_;
     std::vector<WaitingFolder> waiting_folders_;
-    std::set<std::pair<dev_t, ino_t>> made_folders_;
+    std::set<std::pair<dev_t, ino_t>> target_folders_;
 };
 
 // Removes from the folder what killed runs left there.

@@ -241,6 +241,11 @@ TEST_F(CopyJob, a_link_planted_under_the_new_name_changes_nothing_elsewhere) {
     EXPECT_EQ(after.st_mode, before.st_mode);
     EXPECT_EQ(after.st_mtim.tv_nsec, before.st_mtim.tv_nsec);
     EXPECT_EQ(content(victim), "mine");
+    // Nor does a failed copy remove what is not its own.
+    unlink(at("dst/file").c_str());
+    const util_test::Fault fault("fchmod", EIO);
+    EXPECT_EQ(copy_src("file").size(), 1U);
+    EXPECT_TRUE(exists(at("dst/file")));
 }
 
 TEST_F(CopyJob, a_folder_is_not_made_in_what_is_none) {
@@ -250,6 +255,15 @@ TEST_F(CopyJob, a_folder_is_not_made_in_what_is_none) {
     const Failures failures = copy_src("f");
     ASSERT_EQ(failures.size(), 1U);
     EXPECT_EQ(failures.front().path, at("dst/f"));
+    // Nor does anything go through a link that was to be left alone.
+    make_file("src/g/file");
+    const std::string elsewhere = make_folder("elsewhere");
+    make_link("dst/g", elsewhere);
+    for (const int no : {REQUEST_NO, kRequestSkipAll}) {
+        answers.answers = {no};
+        EXPECT_TRUE(copy_src("g").empty());
+        EXPECT_TRUE(names_in(elsewhere).empty());
+    }
 }
 
 TEST_F(CopyJob, a_mount_of_the_destination_in_the_source_is_entered_once) {
@@ -257,10 +271,14 @@ TEST_F(CopyJob, a_mount_of_the_destination_in_the_source_is_entered_once) {
     make_folder("src/tree/mnt");
     if (mount(at("dst").c_str(), at("src/tree/mnt").c_str(), nullptr, MS_BIND, nullptr) != 0)
         GTEST_SKIP() << "mounting is refused";
-    const Failures failures = copy_src("tree");
+    // The second time the folder is there, and copied into all the same.
+    answers.answers = {REQUEST_ALL};
+    for (const char* run : {"new", "merged"}) {
+        const Failures failures = copy_src("tree");
+        ASSERT_EQ(failures.size(), 1U) << run;
+        EXPECT_EQ(failures.front().path, at("src/tree/mnt/tree")) << run;
+    }
     EXPECT_EQ(umount(at("src/tree/mnt").c_str()), 0);
-    ASSERT_EQ(failures.size(), 1U);
-    EXPECT_EQ(failures.front().path, at("src/tree/mnt/tree"));
     EXPECT_EQ(content(at("dst/tree/file")), "x");
     EXPECT_TRUE(names_in(at("dst/tree/mnt")).empty());
 }
