@@ -225,6 +225,7 @@ void CopyBatch::begin_folder(const std::string& source, const Entry& entry, cons
         measured_.skip();
     } else {
         const Error error = measured_.enter(source, listing);
+        level.entry.mode &= ~mode_t{S_IRWXG} | listing.group_rights;
         // What it holds is still passed over in the order in which it was measured.
         level.children = std::move(listing.entries);
         entered = succeeded(source, error) && make_or_take_folder(source, entry, target, lookup, level);

@@ -2,6 +2,7 @@
 // What stands behind the protocol: one tree of files. The engine's requests and copies know only this
 // interface, so that another kind of remote computer is another implementation of it. Paths are inner paths
 // (names.h). Every operation but interrupt() belongs to one thread at a time.
+#include <sys/stat.h>
 #include <sys/types.h>
 
 #include <cstdint>
@@ -14,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/file_attributes.h"
 #include "engine/names.h"
 
 namespace relay_hub::engine {
@@ -56,6 +58,7 @@ struct Entry {
     timespec accessed{};
     timespec modified{};  // whole seconds where the tree holds no more
     FileIdentity identity;
+    std::optional<FileOwner> owner;  // only of this machine's users
 };
 
 // An entry that is there but could not be looked at, or one whose name the tree refuses.
@@ -67,6 +70,8 @@ struct FailedLook {
 struct Listing {
     std::vector<Entry> entries;  // in no particular order, without "." and ".."
     std::vector<FailedLook> failed;
+    mode_t group_rights =
+        S_IRWXG;  // what the listed folder gives to its group at most, whatever its mode says
 };
 
 enum class DriveKind { kUnknown = 0, kRemovable = 2, kFixed = 3, kOptical = 5, kMemory = 6 };

@@ -55,11 +55,8 @@ int read_entry(int folder, const char* name, int flags, Entry& entry) {
     entry.kind = kind_of(status.stx_mode);
     entry.opens_as_folder = entry.kind == EntryKind::kFolder;
     entry.size = status.stx_size;
-    entry.mode = status.stx_mode & 07777U;
-    // A copy belongs to who copies: it may not run with that user's rights for everybody.
-    constexpr mode_t kRunsAsOwner = S_ISUID | S_ISGID;
-    if ((entry.mode & kRunsAsOwner) != 0 && status.stx_uid != geteuid())
-        entry.mode &= ~kRunsAsOwner;
+    entry.mode = status.stx_mode & ALLPERMS;
+    entry.owner = {status.stx_uid, status.stx_gid};
     entry.created = to_timespec((status.stx_mask & STATX_BTIME) != 0 ? status.stx_btime : status.stx_ctime);
     entry.accessed = to_timespec(status.stx_atime);
     entry.modified = to_timespec(status.stx_mtime);
@@ -154,6 +151,7 @@ Error FolderFileSystem::list(const std::string& folder, Listing& listing) {
     std::vector<std::string> names;
     if (const int error = read_names(opened->get(), names); error != 0)
         return error;
+    listing.group_rights = mode_without_list(opened->get(), S_IRWXG);
     listing.entries.reserve(names.size());
     for (std::string& name : names) {
         // A file that is just being written is not there yet.

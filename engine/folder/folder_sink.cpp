@@ -11,7 +11,7 @@
 namespace relay_hub::engine {
 
 int apply_attributes(int fd, const Entry& entry) {
-    const int error = entry.has_mode ? apply_mode(fd, entry.mode) : 0;
+    const int error = entry.has_mode ? apply_mode(fd, entry.mode, entry.owner) : 0;
     return error != 0 || !entry.has_times ? error : apply_times(fd, entry.accessed, entry.modified);
 }
 

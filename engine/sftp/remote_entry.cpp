@@ -10,7 +10,6 @@ namespace relay_hub::engine::sftp {
 namespace {
 
 constexpr std::size_t kLongestName = 4096;
-constexpr mode_t kModeBits = 07777;
 
 EntryKind kind_of(std::uint32_t permissions) {
     switch (permissions & S_IFMT) {
@@ -39,9 +38,8 @@ Entry entry_of(std::string name, const Attributes& attributes) {
     entry.has_times = attributes.times.has_value();
     entry.kind = entry.has_mode ? kind_of(*attributes.permissions) : EntryKind::kFile;
     entry.opens_as_folder = entry.kind == EntryKind::kFolder;
-    // A copy belongs to who copies: it may not run with another's rights.
-    constexpr mode_t kRunsAsOwner = S_ISUID | S_ISGID;
-    entry.mode = attributes.permissions.value_or(0) & kModeBits & ~kRunsAsOwner;
+    // Owners are the server's: a copy never has the same one, and so none of the special bits.
+    entry.mode = attributes.permissions.value_or(0) & ACCESSPERMS;
     entry.size = attributes.size.value_or(0);
     if (attributes.times) {
         entry.accessed.tv_sec = attributes.times->accessed;
@@ -54,7 +52,7 @@ Entry entry_of(std::string name, const Attributes& attributes) {
 Attributes attributes_of(const Entry& entry) {
     Attributes attributes;
     if (entry.has_mode)
-        attributes.permissions = entry.mode & kModeBits;
+        attributes.permissions = entry.mode & ACCESSPERMS;
     if (entry.has_times)
         attributes.times = {seconds_of(entry.accessed), seconds_of(entry.modified)};
     return attributes;

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <utility>
 
+#include "base/file_attributes.h"
 #include "engine/sftp/part_name.h"
 #include "engine/sftp/remote_entry.h"
 #include "engine/sftp/transfer_window.h"
@@ -124,7 +125,10 @@ void SftpSink::send_attributes_and_close() {
     buffer_.shrink_to_fit();
 }
 
-Error SftpSink::finish(const FileSource& /*source*/) {
+Error SftpSink::finish(const FileSource& source) {
+    // The access list stays behind.
+    if (attributes_.permissions && source.descriptor() >= 0)
+        attributes_.permissions = mode_without_list(source.descriptor(), *attributes_.permissions);
     if (opened() && !error_)
         send_attributes_and_close();
     if (!error_)

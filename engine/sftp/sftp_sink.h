@@ -61,7 +61,7 @@ class SftpSink : public FileSink {
     WriteLine& line_;
     const std::string path_;
     const std::string temporary_;
-    const Attributes attributes_;
+    Attributes attributes_;
     const bool replace_;
     const std::size_t block_;
     std::string buffer_;  // what is not on its way yet

@@ -23,14 +23,15 @@ bool is_refused(int error) {
     return error == EPERM || error == ENOTSUP || error == ENOSYS;
 }
 
-// Empty when there is none, or it cannot be read.
-std::vector<char> attribute_of(int fd, const char* name) {
+// What get fills in. Empty when there is none, or it cannot be read.
+template <typename Get>
+std::vector<char> value_of(const Get& get) {
     while (true) {
-        const ssize_t size = fgetxattr(fd, name, nullptr, 0);
+        const ssize_t size = get(nullptr, 0);
         std::vector<char> value(size > 0 ? static_cast<std::size_t>(size) : 0);
         if (value.empty())
             return value;
-        const ssize_t got = fgetxattr(fd, name, value.data(), value.size());
+        const ssize_t got = get(value.data(), value.size());
         if (got >= 0) {
             value.resize(static_cast<std::size_t>(got));
             return value;
@@ -39,6 +40,10 @@ std::vector<char> attribute_of(int fd, const char* name) {
         if (errno != ERANGE)
             return {};
     }
+}
+
+std::vector<char> attribute_of(int fd, const char* name) {
+    return value_of([=](char* to, std::size_t size) { return fgetxattr(fd, name, to, size); });
 }
 
 // Each name ended by a zero byte.
@@ -50,10 +55,14 @@ std::string attribute_names(int fd) {
     return names;
 }
 
-// What the list gives to the owning group, or -1 when it does not say.
-int group_rights(const std::vector<char>& list) {
-    int group = -1;
-    int mask = ACL_READ | ACL_WRITE | ACL_EXECUTE;
+struct GroupRights {
+    mode_t own = 0;   // what the list leaves to the owning group, as mode bits
+    mode_t mode = 0;  // the group bits of the mode of whatever holds the list
+};
+
+GroupRights group_rights(const std::vector<char>& list) {
+    int group = 0;
+    int mask = -1;
     posix_acl_xattr_entry entry{};
     for (std::size_t at = sizeof(posix_acl_xattr_header); at + sizeof entry <= list.size();
          at += sizeof entry) {
@@ -63,7 +72,8 @@ int group_rights(const std::vector<char>& list) {
         else if (entry.e_tag == ACL_MASK)
             mask = entry.e_perm;
     }
-    return group < 0 ? group : group & mask;
+    const auto bits = [](int rights) { return static_cast<mode_t>(rights) << 3U & S_IRWXG; };
+    return mask < 0 ? GroupRights{bits(group), bits(group)} : GroupRights{bits(group & mask), bits(mask)};
 }
 
 // False when target does not hold source's list.
@@ -80,13 +90,10 @@ int checked(int result) {
     return result == 0 || is_refused(errno) ? 0 : errno;
 }
 
-// Whether owner and group of target are those of the record afterwards.
-bool take_owner(int target, const struct stat& record) {
+void take_owner(int target, const FileOwner& owner) {
     // Who may not give a file away may still give it to a group of his own.
-    if (fchown(target, record.st_uid, record.st_gid) != 0)
-        (void)!fchown(target, static_cast<uid_t>(-1), record.st_gid);
-    struct stat now {};
-    return fstat(target, &now) == 0 && now.st_uid == record.st_uid && now.st_gid == record.st_gid;
+    if (fchown(target, owner.user, owner.group) != 0)
+        (void)!fchown(target, static_cast<uid_t>(-1), owner.group);
 }
 
 }  // namespace
@@ -103,16 +110,28 @@ mode_t copy_extended_attributes(int source, mode_t source_mode, int target, Targ
     if (S_ISDIR(source_mode))
         (void)copy_list(kDefaultList, attribute_of(source, kDefaultList), target, age);
     const std::vector<char> list = attribute_of(source, kAccessList);
-    if (copy_list(kAccessList, list, target, age))
+    const bool copied = copy_list(kAccessList, list, target, age);
+    if (list.empty())
         return source_mode;
     // The mode's group bits are the list's mask: without the list they would be the group's own rights.
-    const int group = group_rights(list);
-    const mode_t kept = group < 0 ? 0 : static_cast<mode_t>(group) << 3U;
-    return (source_mode & ~mode_t{S_IRWXG}) | (source_mode & kept);
+    const GroupRights group = group_rights(list);
+    const mode_t others = source_mode & ~mode_t{S_IRWXG};
+    return others | (copied ? group.mode : source_mode & group.own);
 }
 
-int apply_mode(int fd, mode_t mode) {
-    return checked(fchmod(fd, mode & ALLPERMS));
+mode_t mode_without_list(int source, mode_t mode) {
+    // By a path, since a descriptor may be open for its path alone.
+    const std::string path = "/proc/self/fd/" + std::to_string(source);
+    const std::vector<char> list =
+        value_of([&](char* to, std::size_t size) { return getxattr(path.c_str(), kAccessList, to, size); });
+    return list.empty() ? mode : mode & (~mode_t{S_IRWXG} | group_rights(list).own);
+}
+
+int apply_mode(int fd, mode_t mode, const std::optional<FileOwner>& source_owner) {
+    struct stat now {};
+    const bool kept = (mode & kSpecialBits) == 0 || (source_owner && fstat(fd, &now) == 0 &&
+                                                     FileOwner{now.st_uid, now.st_gid} == source_owner);
+    return checked(fchmod(fd, mode & (kept ? ALLPERMS : ACCESSPERMS)));
 }
 
 int apply_times(int fd, const timespec& accessed, const timespec& modified) {
@@ -121,11 +140,11 @@ int apply_times(int fd, const timespec& accessed, const timespec& modified) {
 }
 
 int copy_attributes(int source, const struct stat& record, int target, TargetAge age) {
-    const bool same_owner = take_owner(target, record);
-    mode_t mode = source < 0 ? record.st_mode : copy_extended_attributes(source, record.st_mode, target, age);
-    if (!same_owner)
-        mode &= ~kSpecialBits;
-    const int error = apply_mode(target, mode);
+    const FileOwner owner{record.st_uid, record.st_gid};
+    take_owner(target, owner);
+    const mode_t mode =
+        source < 0 ? record.st_mode : copy_extended_attributes(source, record.st_mode, target, age);
+    const int error = apply_mode(target, mode, owner);
     return error != 0 ? error : apply_times(target, record.st_atim, record.st_mtim);
 }
 

@@ -181,6 +181,13 @@ TEST_F(Copying, ManyItemsOfOneFolderAndTwoOfOneName) {
     EXPECT_EQ(content(mine_ + "/7"), "other");
 }
 
+TEST_F(Copying, WithoutTheAccessListTheGroupGetsNoMore) {
+    if (!give_access_list(make_folder("served/team")))
+        GTEST_SKIP() << "no access control lists here";
+    EXPECT_TRUE(run({"team"}).failures().empty());
+    EXPECT_EQ(mode_of(mine_ + "/team"), 0700U);
+}
+
 TEST_F(Copying, HolesStayHoles) {
     const std::string path = make_file("served/sparse", "");
     const FileDescriptor file(open(path.c_str(), O_RDWR | O_CLOEXEC));

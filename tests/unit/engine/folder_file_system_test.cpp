@@ -122,6 +122,29 @@ TEST_F(FolderFiles, AnUncommittedFileLeavesNothing) {
     EXPECT_EQ(names_in(served_), (Names{"a", "old"}));
 }
 
+TEST_F(FolderFiles, SpecialBitsStayOnlyWhereOwnerAndGroupAreTheSources) {
+    const uid_t user = geteuid();
+    const gid_t group = getegid();
+    const struct {
+        std::optional<FileOwner> owner;
+        mode_t kept;
+    } cases[] = {
+        {{{user, group}}, 07755}, {{{user + 1, group}}, 0755}, {{{user, group + 1}}, 0755}, {{}, 0755}};
+    for (const auto& each : cases) {
+        Entry entry;
+        entry.mode = 07755;
+        entry.owner = each.owner;
+        const std::string path = make_folder("served/made");
+        EXPECT_EQ(remote_->set_attributes("made", entry), 0);
+        EXPECT_EQ(mode_of(path), each.kept);
+    }
+    make_file("served/program", "x", 06755);
+    Entry entry;
+    ASSERT_EQ(remote_->stat("program", entry), 0);
+    EXPECT_EQ(entry.owner, (FileOwner{user, group}));
+    EXPECT_EQ(entry.mode, 06755U);
+}
+
 TEST_F(FolderFiles, AFolderKeptOpenIsForgottenAfterwards) {
     make_file("served/folder/file", "1");
     Entry entry;

@@ -81,16 +81,18 @@ class SftpTree : public testing::Test, protected test::Sandbox {
         sinks_.push_back(std::move(sink));
         return {};
     }
-    std::vector<Error> finish() {
+    std::vector<Error> finish(int source = -1) {
         struct Nothing : FileSource {
+            explicit Nothing(int fd) : fd_(fd) {}
             Error read(char* /*buffer*/, std::size_t /*size*/, std::size_t& got) override {
                 got = 0;
                 return {};
             }
-            [[nodiscard]] int descriptor() const override { return -1; }
+            [[nodiscard]] int descriptor() const override { return fd_; }
+            int fd_;
         };
         for (const auto& sink : sinks_)
-            (void)sink->finish(Nothing());
+            (void)sink->finish(Nothing(source));
         auto results = files_.commit(sinks_);
         sinks_.clear();
         return results;
@@ -173,6 +175,19 @@ TEST_F(SftpTree, ReplacesOnlyWhereItMay) {
     EXPECT_EQ(test::content(real("kept")), "old");
     session_->channel().drain(std::chrono::seconds(5));
     EXPECT_THAT(names_of("."), UnorderedElementsAre("old", "kept"));
+}
+
+TEST_F(SftpTree, WithoutTheAccessListTheGroupGetsNoMore) {
+    const std::string shared = make_file("shared");
+    if (!test::give_access_list(shared))
+        GTEST_SKIP() << "no access control lists here";
+    const FileDescriptor source(::open(shared.c_str(), O_RDONLY | O_CLOEXEC));
+    ASSERT_EQ(file_entry(0).mode, 0640U);
+    for (const std::size_t size : {std::size_t{10}, std::size_t{300000}}) {
+        ASSERT_FALSE(write_file("copy", std::string(size, 'x'), true));
+        EXPECT_EQ(finish(source.get()), std::vector<Error>{Error()});
+        EXPECT_EQ(test::mode_of(real("copy")), 0600U) << size;
+    }
 }
 
 TEST_F(SftpTree, ReadsAheadWhatComesNext) {
