@@ -13,7 +13,7 @@
 
 namespace relay_hub::engine::sftp {
 
-class SftpSink : public FileSink {
+class SftpSink : public FileSink, public FileOnItsWay {
   public:
     // line, which outlives the sink, takes it on once it is finished.
     SftpSink(std::shared_ptr<Session> session, WriteLine& line, std::string path, const Entry& entry,
@@ -26,19 +26,13 @@ class SftpSink : public FileSink {
     void start_flush() override;
     Error finish(const FileSource& source) override;
 
-    // The steps of a commit, each asked for without waiting for its answer. answered() tells that the next
-    // step would not wait.
-    [[nodiscard]] bool answered() const;
-    [[nodiscard]] bool begun() const { return exists_ || error_; }
-    [[nodiscard]] bool sent() const { return error_ || closed_; }
-    // Asks for the file to be opened, where it is not.
-    void begin();
-    // Waits for that; then all content, attributes, the sync and the close are on their way.
-    void send_rest();
-    // Waits for all of that.
-    void take_answers();
-    // Whether all of it is answered, or something failed.
-    [[nodiscard]] bool complete() const { return error_ || (closed_ && steps_.empty()); }
+    [[nodiscard]] bool answered() const override;
+    [[nodiscard]] bool begun() const override { return exists_ || error_; }
+    [[nodiscard]] bool sent() const override { return error_ || closed_; }
+    [[nodiscard]] bool complete() const override { return error_ || (closed_ && steps_.empty()); }
+    void begin() override;
+    void send_rest() override;
+    void take_answers() override;
     // Asks for the final name, where nothing failed.
     void send_rename();
     // Waits for the name. What became of the file.

@@ -2,21 +2,19 @@
 
 #include <array>
 
-#include "engine/sftp/sftp_sink.h"
-
 namespace relay_hub::engine::sftp {
 
-void WriteLine::join(SftpSink& sink) {
-    if (!sink.begun())
-        queued_.push_back(&sink);
+void WriteLine::join(FileOnItsWay& file) {
+    if (!file.begun())
+        queued_.push_back(&file);
     else
-        (sink.sent() ? writing_ : opening_).push_back(&sink);
+        (file.sent() ? writing_ : opening_).push_back(&file);
     advance();
 }
 
-void WriteLine::leave(const SftpSink& sink) {
+void WriteLine::leave(const FileOnItsWay& file) {
     for (auto* step : {&queued_, &opening_, &writing_})
-        std::erase(*step, &sink);
+        std::erase(*step, &file);
 }
 
 void WriteLine::advance() {
@@ -36,8 +34,8 @@ void WriteLine::send_rest_of_first() {
     opening_.pop_front();
 }
 
-void WriteLine::complete(const SftpSink& sink) {
-    for (advance(); !sink.complete(); advance()) {
+void WriteLine::complete(const FileOnItsWay& file) {
+    for (advance(); !file.complete(); advance()) {
         // Nothing more can be asked for until the oldest step is answered.
         if (!writing_.empty())
             writing_.front()->take_answers();

@@ -36,8 +36,10 @@ constexpr std::uint32_t kLongestBody = 16U * 1024 * 1024;
 // Engines of other accounts write here.
 constexpr mode_t kNotifyMode = 0777;
 constexpr milliseconds kReopenPause{200};
-// How long a client that has its answer takes to leave.
+// How long a client that has its answer takes to leave, and one that got none to see that its round has
+// ended: the answers' end that is opened for the next one would hide it.
 constexpr milliseconds kLeaving{1};
+constexpr milliseconds kNoticing{200};
 // A body is followed by this many zeros, so that its marker can be looked at whatever its length.
 constexpr std::size_t kBodyEnd = 8;
 
@@ -52,6 +54,7 @@ struct Server {
     bool (*on_read)(int fd, void* ctx);
     bool (*on_write)(int fd);
     void* ctx;
+    bool answered = true;  // the client before
 };
 
 // The answers' end as writer, without waiting for a reader: while our own short-lived reader is there, the
@@ -123,7 +126,7 @@ Connection await_client(const Server& server, milliseconds& time) {
         }
         if (server.on_write == nullptr)
             return client;
-        if (await_request(client.in.get(), kLeaving) == Client::left)
+        if (await_request(client.in.get(), server.answered ? kLeaving : kNoticing) == Client::left)
             continue;
         client.out = open_out(server.out_path);
         if (!client.out) {
@@ -156,9 +159,10 @@ void await_reader(int out, milliseconds time) {
 }
 
 // False when a step ends the loop.
-bool serve_client(const Server& server) {
+bool serve_client(Server& server) {
     milliseconds time = kClientTime;
     Connection client = await_client(server, time);
+    server.answered = false;
     if (!client.in)
         return true;
     const bool had_reader = client.out && has_reader(client.out.get());
@@ -171,14 +175,14 @@ bool serve_client(const Server& server) {
     if (server.on_write == nullptr)
         return true;
     // A reader that was there and has gone does not come back.
-    const bool has_answer = server.on_write != pipe_write_func || relay_hub::answer_is_waiting();
-    if (!had_reader && has_answer)
+    server.answered = server.on_write != pipe_write_func || relay_hub::answer_is_waiting();
+    if (!had_reader && server.answered)
         await_reader(client.out.get(), time);
     return server.on_write(client.out.get());
 }
 
 // One client's failure, memory included, is not the end of the service.
-bool serve_safely(const Server& server) {
+bool serve_safely(Server& server) {
     try {
         return serve_client(server);
     } catch (const std::exception& failure) {
@@ -194,7 +198,7 @@ bool ListenPipeClient(const char* base, bool (*on_read)(int fd, void* ctx), bool
     if (base == nullptr || on_read == nullptr)
         return false;
     relay_hub::ignore_broken_pipes();
-    const Server server{std::string(base) + "_IN", std::string(base) + "_OUT", on_read, on_write, ctx};
+    Server server{std::string(base) + "_IN", std::string(base) + "_OUT", on_read, on_write, ctx};
     if (!relay_hub::make_fifo(server.in_path, kNotifyMode)) {
         report_unusable(base, server.in_path);
         return false;

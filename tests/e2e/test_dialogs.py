@@ -50,7 +50,8 @@ class EveryDialog(test_panes.PaneTest):
 
     def copies(self, side, target):
         d = self.desktop
-        for answer in ANSWERS:
+        for seconds, answer in enumerate(ANSWERS):  # nobody is asked about a file that is the same
+            write(os.path.join(self.below[target], "a.txt"), seconds=seconds)
             d.copy(side, ["a.txt"], target, answer)
             d.wait_quiet()
         pipe = f"pipe of {side}"

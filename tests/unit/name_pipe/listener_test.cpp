@@ -130,7 +130,7 @@ TEST_F(Listener, GivesASlowClientThreeSecondsInAll) {
                 if (!drips || stop.stop_requested())
                     return;
                 slow.request({byte});
-                std::this_thread::sleep_for(100ms);
+                std::this_thread::sleep_for(700ms);
             }
         });
         EXPECT_EQ(slow.take_answer(), "");
