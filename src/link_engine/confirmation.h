@@ -6,9 +6,9 @@
 namespace relay_hub {
 
 // Stores the question, raises the request lock and waits until it falls, then returns the confirm value. Asks
-// nothing when the user has chosen "replace all" before. Gives 0 when confirmations have been ended, when the
-// last ConfirmationServer goes, or when there has been none for 20 seconds: a stray question must not hold
-// the listener for good. Listener thread.
+// nothing when the user has chosen "replace all" before, or to refuse all. Gives 0 when confirmations have
+// been ended, when the last ConfirmationServer goes, or when there has been none for 20 seconds: a stray
+// question must not hold the listener for good. Listener thread.
 int wait_for_confirmation(const std::string& question);
 
 // Says for its life that the calling thread serves questions. The last one to go releases a waiting question

@@ -60,14 +60,20 @@ constexpr ConfirmAnswer kConfirmAnswers[] = {{kConfirmYes, wire::kConfirmationYe
                                              {kConfirmCancel, wire::kConfirmationCancel}};
 
 std::string confirmation_answer(int value) {
-    for (const ConfirmAnswer& answer : kConfirmAnswers)
-        if (answer.value == value)
-            return single_field(answer.element, wire::kYes);
+    CZEVXML document;
+    for (const ConfirmAnswer& answer : kConfirmAnswers) {
+        if (answer.value != value)
+            continue;
+        document.Generate(answer.element, std::string(wire::kYes));
+        if (value == kConfirmNo && all_that_follow_is_refused())
+            document.Generate(wire::kConfirmationNoToAll, std::string(wire::kYes));
+        return document.GetXML();
+    }
     if (value == kConfirmNone)
         std::puts("is CONFIRM_NONE");
     else
         std::fputs("no capture any confirm value\n", stderr);
-    return CZEVXML().GetXML();
+    return document.GetXML();
 }
 
 // Each takes the call-back's text and document and returns the answer, empty for none.
@@ -151,6 +157,7 @@ struct Response {
 };
 constexpr Response kResponses[] = {{REQUEST_YES, kConfirmYes},
                                    {REQUEST_NO, kConfirmNo},
+                                   {kRequestSkipAll, kConfirmNo},
                                    {REQUEST_ALL, kConfirmReplaceAll},
                                    {REQUEST_CANCEL, kConfirmCancel}};
 
@@ -172,11 +179,13 @@ void note_activity() {
 }
 
 void ask_user(__send_args& args) {
-    const auto ask = args.skip_existing ? [](GtkWidget*, const char*) { return REQUEST_NO; }
+    const auto ask = args.skip_existing ? [](GtkWidget*, const char*) { return kRequestSkipAll; }
                                         : current_handlers().ask_overwrite;
     const int response = ask ? ask(args.parent_window, GetConfirmMessage().c_str()) : 0;
     const int value = confirm_value_of(response);
     SetConfirmValue(value);
+    if (response == kRequestSkipAll)
+        refuse_all_that_follow();
     args.refused = args.refused || (value != kConfirmYes && value != kConfirmReplaceAll);
     if (value == kConfirmCancel)
         cancel_atomic(&args.state);

@@ -46,6 +46,7 @@ struct SharedTransfer {
     TransferStorage storage;       // guarded by mutex
     int confirmation_servers = 0;  // guarded by mutex
     bool closing = false;          // guarded by mutex
+    bool refuses_rest = false;     // guarded by mutex
 };
 
 SharedTransfer shared;
@@ -215,6 +216,7 @@ void CleanUpInformationVar() {
     std::puts("CleanUpInformationVar");
     const std::lock_guard lock(shared.mutex);
     shared.storage = TransferStorage();
+    shared.refuses_rest = false;
     announce_lock();
 }
 
@@ -260,6 +262,8 @@ int wait_for_confirmation(const std::string& question) {
     TransferRecord& record = shared.storage.record;
     if (shared.closing)
         return kConfirmNone;
+    if (shared.refuses_rest)
+        return record.confirm_value = kConfirmNo;
     if (record.confirm_value != kConfirmReplaceAll) {
         store_text(offsetof(TransferRecord, confirm_message), question.c_str());
         record.request_lock = kConfirmationWanted;
@@ -285,6 +289,16 @@ void end_confirmations() {
     const std::lock_guard lock(shared.mutex);
     shared.closing = true;
     release_confirmation();
+}
+
+void refuse_all_that_follow() {
+    const std::lock_guard lock(shared.mutex);
+    shared.refuses_rest = true;
+}
+
+bool all_that_follow_is_refused() {
+    const std::lock_guard lock(shared.mutex);
+    return shared.refuses_rest;
 }
 
 void accept_confirmations_again() {

@@ -73,11 +73,12 @@ void show_copy_progress(const dialog_info& info) {
         return;
     const std::string text = fitting_text(snapshot.progress_info);
     const double percent = percent_of(snapshot);
+    // Time passes and items end also while the bar stands.
+    set_label(info.second_label, relay_hub::shown_text(snapshot.elapsed_time));
     // Within one file the bar never goes back.
     if (same_file_goes_on(info, text) && percent <= bar_percent(info))
         return;
     set_label(info.message_label, text);
-    set_label(info.second_label, relay_hub::shown_text(snapshot.elapsed_time));
     set_bar_percent(info, percent);
 }
 

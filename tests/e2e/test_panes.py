@@ -51,6 +51,11 @@ class PaneTest(DesktopTest):
             self.refuse(words)
 
 
+    def drag_to_pane(self, start, side):
+        d = self.desktop
+        d.drag(start, centre(d.table(side)), lambda: d.output().count("on_treeview_1_drag_motion\n"))
+
+
 class Actions(PaneTest):
     def test_windows_paths(self):
         self.start("windows")
@@ -123,10 +128,6 @@ class Mouse(PaneTest):
                     d.close_menu()
                 d.click(d.open_menu(side)["New Folder"])
                 d.press(d.wait_dialog("Create New Folder"), "Cancel")
-
-    def drag_to_pane(self, start, side):
-        d = self.desktop
-        d.drag(start, centre(d.table(side)), lambda: d.output().count("on_treeview_1_drag_motion\n"))
 
     def test_drags_between_the_panes(self):
         d = self.desktop
@@ -219,6 +220,38 @@ class Clipboard(PaneTest):
                     d.press(box, answer)
                     d.wait_quiet()
                     self.assertEqual([read(os.path.join(self.below[side], name)) for name in NAMES], [content] * 3)
+
+    def test_clashes_are_asked_about_in_the_order_of_the_list(self):
+        """However the items come, from the other pane or, in an order of its own, from another program."""
+        d = self.desktop
+        self.start()
+        theirs = [os.path.join(d.top, "other", name) for name in ("b.txt", "c.txt", "a.txt")]
+        for path in theirs:
+            write(path, b"of another program")
+        for name in NAMES:  # what is the same already is not asked about
+            write(os.path.join(self.below[LOCAL], name), b"of this computer")
+        d.spawn(["env", "-u", "GTK_MODULES", "/usr/bin/python3", PARTNER, *theirs])
+        wait_for(lambda: "shown" in d.output("env"), what="the other program")
+
+        def paste_theirs(_, target):
+            uris = "".join(f"file://{path}\r\n" for path in theirs)
+            self.clipboard(URIS, "-i", input=uris.encode(), stdout=subprocess.DEVNULL)
+            d.menu(target, "Paste")
+
+        def drag(side, target):
+            d.select(side, *NAMES)
+            self.drag_to_pane(centre(d.cell(side, NAMES[1])), target)
+        for side, target in (SIDES, SIDES[::-1]):
+            for how, order in ((lambda side, target: d.copy(side, NAMES[::-1], target), NAMES), (drag, NAMES),
+                               (paste_theirs, ["b.txt", "c.txt", "a.txt"]),
+                               (lambda _, target: self.drag_to_pane((50, 50), target), ["b.txt", "c.txt", "a.txt"])):
+                with self.subTest(target=target, how=how):
+                    how(side, target)
+                    for name in order:
+                        box = wait_for(lambda name=name: (box := d.dialog("Confirmation")) and
+                                       name in " ".join(labels(box)) and box, what=f"the question about {name}")
+                        d.press(box, "No")
+                    d.wait_quiet()
 
     def test_files_for_another_program(self):
         d = self.desktop

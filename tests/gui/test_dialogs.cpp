@@ -217,8 +217,11 @@ TEST_F(ProgressDialog, ShowsItsTextAndNeverGoesBackWithinOneFile) {
         SetProgressInfo(c.told.c_str());
         SetCurrentPercentage(c.current);
         SetTotalPercent(c.total);
+        const std::string how_far = std::to_string(&c - cases) + " items";
+        SetProcessElapseTime(how_far.c_str());
         EXPECT_TRUE(update_dialog_info(info_));
         EXPECT_EQ(text(), c.shown);
+        EXPECT_EQ(gtk_label_get_text(GTK_LABEL(info_->second_label)), how_far) << "also while the bar stands";
         EXPECT_NEAR(gtk_progress_bar_get_fraction(GTK_PROGRESS_BAR(info_->progress_bar)) * 100, c.percent,
                     0.01)
             << c.told;

@@ -6,7 +6,6 @@
 #include "base/translated_text.h"
 #include "window/closing.h"
 #include "window/dialogs/dialog_parts.h"
-#include "window/dialogs/file_read_write_dialog.h"
 #include "window/dialogs/message_dialog.h"
 #include "window/message_parent.h"
 #include "window/window_thread.h"
@@ -67,7 +66,6 @@ GtkWidget* answer_row() {
 }
 
 constexpr char kForAll[] = "relay-hub-for-all";
-constexpr char kSkipsRest[] = "relay-hub-skips-rest";
 
 GtkWidget* new_for_all_box(GtkWidget* dialog) {
     GtkWidget* box = gtk_check_button_new_with_label(relay_hub::translated("IDS_OVERWRITE_SAME_FOR_ALL"));
@@ -75,22 +73,15 @@ GtkWidget* new_for_all_box(GtkWidget* dialog) {
     return box;
 }
 
-// The progress dialog of a copy remembers for its life that the rest is to be skipped.
-GObject* copy_under_way() {
-    return reinterpret_cast<GObject*>(get_file_read_write_dialog_info()->dialog);
-}
-
-bool skips_rest() {
-    GObject* copy = copy_under_way();
-    return copy != nullptr && g_object_get_data(copy, kSkipsRest) != nullptr;
-}
-
-// "Yes" for all is "Replace All"; "No" for all answers what that copy asks from now on.
-int apply_to_all(int response) {
-    GObject* copy = copy_under_way();
-    if (response == REQUEST_NO && copy != nullptr)
-        g_object_set_data(copy, kSkipsRest, copy);
-    return response == REQUEST_YES ? REQUEST_ALL : response;
+int for_all_that_follow(int response) {
+    switch (response) {
+        case REQUEST_YES:
+            return REQUEST_ALL;
+        case REQUEST_NO:
+            return kRequestSkipAll;
+        default:
+            return response;
+    }
 }
 
 // Opens every box over the window that is on top when its turn comes.
@@ -144,15 +135,13 @@ void close_override_request_dialog(GtkWidget* dialog) {
 namespace relay_hub {
 
 int run_override_request(GtkWidget* parent, const char* message) {
-    if (skips_rest())
-        return REQUEST_NO;
     GtkWidget* dialog = nullptr;
     if (show_override_request_dialog(parent, &dialog, message) != 0)
         return GTK_RESPONSE_NONE;
     int response = run_dialog(GTK_DIALOG(dialog));
     auto* for_all = static_cast<GtkToggleButton*>(g_object_get_data(G_OBJECT(dialog), kForAll));
     if (gtk_toggle_button_get_active(for_all) != FALSE)
-        response = apply_to_all(response);
+        response = for_all_that_follow(response);
     close_override_request_dialog(dialog);
     return response;
 }

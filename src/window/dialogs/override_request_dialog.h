@@ -11,8 +11,7 @@ void close_override_request_dialog(GtkWidget* dialog);
 namespace relay_hub {
 
 // Builds, runs and closes the question; returns the response. With "Do the same for all that follow", "Yes"
-// comes back as REQUEST_ALL, and after "No" the copy whose progress dialog is open is answered REQUEST_NO
-// from then on without a box. Window's thread.
+// comes back as REQUEST_ALL and "No" as kRequestSkipAll. Window's thread.
 int run_override_request(GtkWidget* parent, const char* message);
 
 // The UserQuestions that hand over to the window's thread.

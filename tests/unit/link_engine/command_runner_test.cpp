@@ -168,6 +168,10 @@ TEST_F(CommandRunner, QuestionsAreServedForTheCopyWhicheverRunTurnsTheLoop) {
     } rows[] = {
         {REQUEST_YES, "<NP_Copy_Confirmation_Yes>Y</NP_Copy_Confirmation_Yes>", 2, kStateFinished},
         {REQUEST_NO, "<NP_Copy_Confirmation_No>Y</NP_Copy_Confirmation_No>", 2, kStateFinished},
+        {kRequestSkipAll,
+         "<NP_Copy_Confirmation_No>Y</NP_Copy_Confirmation_No>"
+         "<NP_Copy_Confirmation_No_To_All>Y</NP_Copy_Confirmation_No_To_All>",
+         1, kStateFinished},
         {REQUEST_ALL, "<NP_Copy_Confirmation_Replace_All>Y</NP_Copy_Confirmation_Replace_All>", 1,
          kStateFinished},
         {REQUEST_CANCEL, "<NP_Copy_Confirmation_Cancel>Y</NP_Copy_Confirmation_Cancel>", 2, TASK_CANCEL},
