@@ -11,7 +11,7 @@ from slips import SLIPS
 
 TREE = sys.argv[1]
 BUILD = os.path.join(TREE, "build", "release")
-LIMIT = 300  # seconds for one test program
+LIMIT = 60  # seconds for one test program
 
 
 def build(targets):
