@@ -69,6 +69,11 @@ def centre(node):
     return box.x + box.width // 2, box.y + box.height // 2
 
 
+def holds(node, x, y):
+    box = box_of(node)
+    return box.x <= x < box.x + box.width and box.y <= y < box.y + box.height
+
+
 def labels(node):
     return [label.get_name() for label in walk(node) if label.get_role_name() == "label"]
 
@@ -313,11 +318,14 @@ class Desktop:
         self.xdo("mousemove", *centre(node), "click", "--repeat", repeat, "--delay", 40, button)
 
     def cell(self, side, name):
-        cell = wait_for(lambda: self.table(side).get_accessible_at(self.rows(side).index(name), 0)
-                        if name in self.rows(side) else None, what=f"row {name} in {side}")
-        if not has_state(cell, STATES.SHOWING):
-            cell.grab_focus()  # scrolls to it, and selects it
-        return cell
+        """The row's first cell, once it is where a click reaches it: a list that is filled anew has no places yet."""
+        def reachable():
+            table, rows = self.table(side), self.rows(side)
+            cell = table.get_accessible_at(rows.index(name), 0) if name in rows else None
+            if cell and not has_state(cell, STATES.SHOWING):
+                cell.grab_focus()  # scrolls to it, and selects it
+            return cell if cell and holds(table, *centre(cell)) else None
+        return wait_for(reachable, what=f"row {name} in {side}")
 
     def open(self, side, name):
         self.click(self.cell(side, name), repeat=2)

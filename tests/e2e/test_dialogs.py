@@ -50,6 +50,7 @@ class EveryDialog(test_panes.PaneTest):
 
     def copies(self, side, target):
         d = self.desktop
+        write(os.path.join(self.below[side], "a.txt"))
         for seconds, answer in enumerate(ANSWERS):  # nobody is asked about a file that is the same
             write(os.path.join(self.below[target], "a.txt"), seconds=seconds)
             d.copy(side, ["a.txt"], target, answer)
