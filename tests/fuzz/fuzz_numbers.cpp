@@ -35,6 +35,6 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     (void)number.GetDouble();
     number.PutDouble(number.GetDouble(), 12, 'E');
     number.PutLong(number.GetLong(), 8);
-    fuzz::check(number.GetLength() == 8, "a field keeps its width");
+    fuzz::check(number.GetLength() == 8 || number.view() == "Error", "a field keeps its width, or says so");
     return 0;
 }
