@@ -4,6 +4,7 @@
 #include <gtk/gtk.h>
 #include <sched.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 #include <atomic>
 #include <clocale>
@@ -189,6 +190,21 @@ void waiting(const fs::path& folder) {
     __send_args args;
     (void)send_command_t(set_NP_VAL_CMD_CHECK_FOR_HEARTBEAT, get_NP_VAL_CMD_CHECK_FOR_HEARTBEAT, &args);
     bench::print_limit("waiting for an answer for 10 s: processor time", (cpu_seconds() - before) * 1000,
+                       "ms", 5);
+    relay_hub::set_command_pipe_for_tests("");
+}
+
+// Pipes that a dead engine left behind: nobody opens the other end.
+void waiting_for_an_engine(const fs::path& folder) {
+    const std::string base = folder / "left";
+    for (const char* end : {"_IN", "_OUT"})
+        must(::mkfifo((base + end).c_str(), 0600) == 0, "mkfifo");
+    relay_hub::set_command_pipe_for_tests(base);
+    const double before = cpu_seconds();
+    __send_args args;
+    args.timeout_seconds = static_cast<int>(kWaiting.count());
+    (void)send_command_t(set_NP_VAL_CMD_CHECK_FOR_HEARTBEAT, get_NP_VAL_CMD_CHECK_FOR_HEARTBEAT, &args);
+    bench::print_limit("waiting for an engine for 10 s: processor time", (cpu_seconds() - before) * 1000,
                        "ms", 5);
     relay_hub::set_command_pipe_for_tests("");
 }
@@ -384,6 +400,7 @@ void run(const fs::path& folder, const fs::path& engine_program) {
     fs::create_directories(served);
     long_requests();
     waiting(folder);
+    waiting_for_an_engine(folder);
     CNamePipeBase listener;
     CNamePipeBase::SetupParam(kNotifyPipe, kPipeBufferSize, kPipeBufferSize);
     must(listener.ListenForService(), "listener");

@@ -14,6 +14,7 @@
 
 #include "base/diagnostics.h"
 #include "base/frame.h"
+#include "base/translated_text.h"
 #include "engine/wire_text.h"
 #include "name_pipe/name_pipe_base.h"
 #include "name_pipe/taken_place.h"
@@ -58,8 +59,9 @@ void await_drained(int fd) {
 std::string reason_of_failure(const std::string& base, const std::string& path, int error) {
     if (std::string taken = taken_place(base); !taken.empty())
         return taken;
-    return path + (error == EINVAL || error == ELOOP ? " is there and is no FIFO of this user"
-                                                     : std::string(": ") + error_text(error));
+    if (error == EINVAL || error == ELOOP)
+        return fill_translated("IDS_MSG_PLACE_IN_THE_WAY", {path});
+    return path + ": " + error_text(error);
 }
 
 }  // namespace

@@ -18,6 +18,7 @@
 #include "base/diagnostics.h"
 #include "base/instance_lock.h"
 #include "base/program_locale.h"
+#include "base/translated_text.h"
 #include "base/worker.h"
 #include "engine/connected_computer.h"
 #include "engine/engine_server.h"
@@ -112,7 +113,7 @@ void serve_signals(int signals, Control& control) {
 
 bool take_lock(const InstanceLock& lock) {
     if (lock.result() == InstanceLock::Result::held_by_another)
-        (void)complain(kCannotServe, "another engine of this user is running (it holds " + lock.path() + ")");
+        (void)complain(kCannotServe, relay_hub::fill_translated("IDS_MSG_ENGINE_RUNNING", {lock.path()}));
     if (lock.result() == InstanceLock::Result::failed)
         (void)complain(kCannotServe, lock.path() + ": " + error_text(lock.error()));
     return lock.result() == InstanceLock::Result::taken;

@@ -1,9 +1,11 @@
 #include "base/fifo.h"
 
+#include <sys/inotify.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <csignal>
 
@@ -18,6 +20,10 @@ constexpr mode_t kPrivateMode = 0600;
 constexpr int kFifoCapacity = 1048576;
 constexpr milliseconds kFirstRetry{1};
 constexpr milliseconds kLongestRetry{20};
+// A peer that is between two rounds is back within this time. Later its opening is awaited as an event; one
+// that blocks in its open() causes none before our end is open, so that it is still looked for now and then.
+constexpr milliseconds kEagerTime{1000};
+constexpr milliseconds kPatientRetry{500};
 
 // Sets errno.
 bool is_usable_fifo(int fd) {
@@ -38,6 +44,24 @@ bool is_usable_fifo(int fd) {
 FileDescriptor find_fifo(const std::string& path) {
     FileDescriptor place(::open(path.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     return place && is_usable_fifo(place.get()) ? std::move(place) : FileDescriptor();
+}
+
+// Readable whenever somebody has opened what stands at path. Empty where the system grants no watch.
+FileDescriptor watch_opens(const std::string& path) {
+    FileDescriptor events(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+    if (events && ::inotify_add_watch(events.get(), path.c_str(), IN_OPEN | IN_DONT_FOLLOW) < 0)
+        events.reset();
+    return events;
+}
+
+// Sleeps, at most until the deadline or until somebody opens. False when the wait was ended.
+bool sleep_until_opened(int opens, milliseconds pause, Deadline deadline) {
+    const Clock::time_point end = Clock::now() + pause;
+    const WaitEnd woken = wait_for(opens, POLLIN, deadline ? std::min(*deadline, end) : end);
+    alignas(inotify_event) std::array<char, 4096> events;
+    while (woken == WaitEnd::ready && read_some(opens, events.data(), events.size()) > 0) {
+    }
+    return woken == WaitEnd::ready || woken == WaitEnd::timed_out;
 }
 
 // By descriptor: whoever swaps the name for a link gains nothing.
@@ -63,7 +87,9 @@ FileDescriptor open_fifo(const std::string& path, int flags) {
 
 FileDescriptor open_fifo_writer(const std::string& path, Deadline deadline,
                                 const std::function<void()>& between) {
+    const Clock::time_point eager_until = Clock::now() + kEagerTime;
     milliseconds pause = kFirstRetry;
+    FileDescriptor opens;
     for (;;) {
         FileDescriptor fifo = open_fifo(path, O_WRONLY | O_NONBLOCK);
         if (fifo || errno != ENXIO)
@@ -72,13 +98,15 @@ FileDescriptor open_fifo_writer(const std::string& path, Deadline deadline,
             errno = ETIMEDOUT;
             return {};
         }
-        if (!interruptible_sleep(pause)) {
+        if (!sleep_until_opened(opens.get(), opens ? kPatientRetry : pause, deadline)) {
             errno = ECANCELED;
             return {};
         }
         pause = std::min(pause * 2, kLongestRetry);
         if (between)
             between();
+        else if (!opens && Clock::now() >= eager_until)
+            opens = watch_opens(path);
     }
 }
 

@@ -16,8 +16,9 @@ namespace relay_hub {
 // access mode, with O_NONBLOCK where wanted. The result is non-blocking in any case. Empty with errno set on
 // failure: EINVAL for what is no FIFO, EPERM for another user's.
 FileDescriptor open_fifo(const std::string& path, int flags);
-// The write end as soon as there is a reader. between, if any, is called between two attempts. Empty with
-// errno set: ETIMEDOUT, ECANCELED when the wait was ended, or as open_fifo.
+// The write end as soon as there is a reader: within 20 ms in the first second and with between, which is
+// called between two attempts; later at once, too, but within half a second for a reader whose own open
+// blocks. Empty with errno set: ETIMEDOUT, ECANCELED when the wait was ended, or as open_fifo.
 FileDescriptor open_fifo_writer(const std::string& path, Deadline deadline,
                                 const std::function<void()>& between = nullptr);
 // Makes sure that a FIFO stands at path: one that is missing is created, with this mode whatever the process

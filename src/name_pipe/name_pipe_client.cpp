@@ -61,10 +61,9 @@ bool fail_in_open() {
 // Opens the requests' end as soon as somebody reads there. While the peer still serves a request that was
 // given up, late_answers (which may be empty) is kept empty, so that it comes to the end of it.
 FileDescriptor open_in(const std::string& path, const FileDescriptor& late_answers) {
-    return open_fifo_writer(path, std::nullopt, [&] {
-        if (late_answers)
-            discard_pending(late_answers.get());
-    });
+    if (!late_answers)
+        return open_fifo_writer(path, std::nullopt);
+    return open_fifo_writer(path, std::nullopt, [&] { discard_pending(late_answers.get()); });
 }
 
 // Header and body in one write, as far as the pipe takes them: the peer is woken once. Returns the count.
