@@ -22,7 +22,7 @@ bool is_drive_name(std::string_view name) {
 
 // Newer servers list the drives; others are asked for the one that holds the user's folder.
 Error find_drives(Session& session, std::vector<Drive>& drives) {
-    const Error error = read_folder(session, "/", [&drives](const NamedEntry& entry) {
+    Error error = read_folder(session, "/", [&drives](const NamedEntry& entry) {
         if (is_drive_name(entry.name))
             drives.push_back({entry.name, {}, DriveKind::kFixed});
     });
@@ -95,7 +95,7 @@ Error find_places(Session& session, Style style, const std::string& first_folder
     }
     for (std::size_t i = 0; i < wanted.size(); ++i) {
         Attributes attributes;
-        const Error error = looks[i].sent() ? session.take_attributes(looks[i], attributes) : Error(ENOENT);
+        Error error = looks[i].sent() ? session.take_attributes(looks[i], attributes) : Error(ENOENT);
         if (error.number == ENOTCONN || error.number == ECANCELED)
             return error;
         if (!error && entry_of({}, attributes).kind == EntryKind::kFolder)

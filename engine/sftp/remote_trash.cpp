@@ -85,17 +85,19 @@ Error move_to_mac_trash(Session& session, const std::string& path, const std::st
 Error move_to_home_trash(Session& session, const std::string& path, const std::string& trash) {
     const std::string name = base_name(path).substr(0, kLongestName);
     const std::string text = info_text(path);
+    const std::string infos = trash + "/info/";
+    const std::string files = trash + "/files/";
     Error error;
     for (int number = 1; number <= kMostNamesTried; ++number) {
         const std::string reserved = numbered(name, number);
-        const std::string info = trash + "/info/" + reserved + ".trashinfo";
+        const std::string info = std::string(infos).append(reserved).append(".trashinfo");
         error = write_new_file(session, info, text);
         Attributes taken;
         if (error.number == EREMOTEIO && !session.lstat(info, taken))
             continue;
         if (error)
             return session.explain(error, trash, text.size());
-        error = session.rename_to_free(path, trash + "/files/" + reserved);
+        error = session.rename_to_free(path, files + reserved);
         if (!error)
             return {};
         (void)session.send_remove(info);

@@ -284,7 +284,7 @@ Error SftpFileSystem::settle(const std::vector<std::string>& folders) {
             (void)session->send_close(handle);
         }
         for (PendingReply& sync : syncs) {
-            const Error error = session->take_status(sync);
+            Error error = session->take_status(sync);
             if (error.number == ENOTCONN || error.number == ECANCELED)
                 return error;
         }
@@ -341,7 +341,7 @@ Error SftpFileSystem::make_link(const std::string& path, const std::string& targ
     if (!replace)
         return {};
     PendingReply renaming = session->send_rename(made, server_path(path), true);
-    const Error error = session->take_status(renaming);
+    Error error = session->take_status(renaming);
     if (error)
         (void)session->send_remove(made);
     return error;
@@ -380,7 +380,7 @@ Error SftpFileSystem::remove(const std::string& path, EntryKind kind, std::strin
     if (kind == EntryKind::kFolder && entry.kind != EntryKind::kFolder && entry.kind != EntryKind::kLink)
         return ENOTDIR;
     if (entry.kind == EntryKind::kFolder) {
-        const Error error = remove_tree(*session, server_path(path), failed);
+        Error error = remove_tree(*session, server_path(path), failed);
         failed = inner_of(failed);
         return error;
     }

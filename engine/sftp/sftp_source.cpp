@@ -65,7 +65,7 @@ void SftpSource::ask_for_more() {
 
 Error SftpSource::take_piece() {
     Piece piece = std::move(pieces_.front());
-    const Error error = session_->take_data(piece.reply, fields_, rest_);
+    Error error = session_->take_data(piece.reply, fields_, rest_);
     if (error.number == ECANCELED) {
         pieces_.front() = std::move(piece);
         return error;

@@ -62,7 +62,7 @@ Error remove_tree(Session& session, const std::string& path, std::string& failed
         failed = folder.path;
         if (folder.depth > kDeepest)
             return ENAMETOOLONG;
-        Error error = read_folder(session, folder.path, [&](NamedEntry entry) {
+        Error error = read_folder(session, folder.path, [&](const NamedEntry& entry) {
             if (!is_possible_name(entry.name))
                 return;
             std::string child = folder.path + "/" + entry.name;
