@@ -1,13 +1,15 @@
 #include "side_function/local_job.h"
 
+#include <algorithm>
 #include <functional>
+#include <iterator>
 #include <map>
 #include <utility>
 
 #include "base/glib_owners.h"
 #include "base/main_loop.h"
+#include "base/translated_text.h"
 #include "base/worker.h"
-#include "side_function/local_move.h"
 #include "side_function/pane.h"
 #include "side_function/progress_dialog.h"
 #include "util/job_failures.h"
@@ -40,8 +42,17 @@ TaskListPtr job_to_try_again(const __task_list& job) {
 
 struct JobEnd {
     int result = 0;
-    bool cancelled = false;
+    bool went_through_all = true;
+    Names doubtful;  // paths of what failed, or was refused, and was not made good by trying again
 };
+
+void note_end(const __task_list& job, bool tried_again, JobEnd& end) {
+    end.went_through_all = end.went_through_all && end.result == 0 && job.went_through_all;
+    end.doubtful.insert(end.doubtful.end(), job.refused.begin(), job.refused.end());
+    for (const __task_failure& failure : job.failures)
+        if (!tried_again || failure.source.empty())
+            end.doubtful.push_back(failure.path);
+}
 
 // With whatever the user wants to try again.
 JobEnd run_job(int kind, const Names& items, const std::string& folder) {
@@ -56,8 +67,8 @@ JobEnd run_job(int kind, const Names& items, const std::string& folder) {
         {
             const ProgressDialog dialog(&job->state, &job->task_kind, nullptr);
             end.result = run_local_job(job.get());
-            end.cancelled = end.cancelled || get_atomic(&job->state) == TASK_CANCEL;
             again = job_to_try_again(*job);
+            note_end(*job, again != nullptr, end);
         }
         job = std::move(again);
     }
@@ -65,27 +76,37 @@ JobEnd run_job(int kind, const Names& items, const std::string& folder) {
 }
 
 // Runs work, which touches no widget, on a worker; otherwise when it could not be done.
-Names beside_window(const std::function<Names()>& work, const Names& otherwise) {
-    Names names;
+template <typename Result>
+Result beside_window(const std::function<Result()>& work, const Result& otherwise) {
+    Result result;
     Worker worker;
-    if (worker.start("a move", [&] { names = work(); }) != 0)
+    if (worker.start("a move", [&] { result = work(); }) != 0)
         return otherwise;
     turn_main_loop_until([&worker] { return !worker.running(); });
     worker.join();
-    return worker.failure() == nullptr ? names : otherwise;
+    return worker.failure() == nullptr ? result : otherwise;
+}
+
+void tell_changed(const Names& paths) {
+    std::vector<__task_failure> failures;
+    std::transform(paths.begin(), paths.end(), std::back_inserter(failures), [](const std::string& path) {
+        return __task_failure{path, translated("IDS_REASON_CHANGED_MEANWHILE")};
+    });
+    if (!paths.empty() && !window_is_closing())
+        show_error_box(message_parent(), GTK_BUTTONS_OK, failure_summary(failures).c_str(), nullptr);
 }
 
 int move_into(const Names& paths, const std::string& folder) {
     const WindowWork work;
-    const Names left = beside_window([&] { return rename_into(folder, paths); }, paths);
+    const Names left = beside_window<Names>([&] { return rename_into(folder, paths); }, paths);
     if (left.empty() || window_is_closing())
         return 0;
+    const Fingerprints before = look_before_move(left);
     const JobEnd end = run_job(TASK_COPY, left, folder);
-    if (end.cancelled || window_is_closing())
+    if (!end.went_through_all || window_is_closing())
         return end.result;
-    const Names arrived = beside_window([&] { return arrived_whole(folder, left); }, {});
-    if (!arrived.empty())
-        trash_locally(arrived);
+    trash_unchanged(before,
+                    beside_window<Names>([&] { return arrived_whole(folder, left, end.doubtful); }, {}));
     return end.result;
 }
 
@@ -112,6 +133,22 @@ int trash_locally(const Names& paths) {
     for (const auto& [folder, names] : names_by_folder)
         result = trash_from_local_folder(names, folder);
     return result;
+}
+
+Fingerprints look_before_move(const Names& paths) {
+    return beside_window<Fingerprints>([&] { return fingerprints_of(paths); }, {});
+}
+
+void trash_unchanged(const Fingerprints& before, const Names& paths) {
+    const WindowWork work;
+    const Names changed = beside_window<Names>([&] { return changed_since(before, paths); }, paths);
+    Names unchanged;
+    std::copy_if(paths.begin(), paths.end(), std::back_inserter(unchanged), [&](const std::string& path) {
+        return std::find(changed.begin(), changed.end(), path) == changed.end();
+    });
+    if (!unchanged.empty() && !window_is_closing())
+        trash_locally(unchanged);
+    tell_changed(changed);
 }
 
 }  // namespace relay_hub

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "side_function/copy_source.h"
+#include "side_function/local_move.h"
 
 namespace relay_hub {
 
@@ -14,5 +15,11 @@ int put_into_local_folder(const Offer& offer, const std::string& folder);
 int trash_from_local_folder(const std::vector<std::string>& names, const std::string& folder);
 // The same for entries of any folders, by their full paths.
 int trash_locally(const std::vector<std::string>& paths);
+
+// What the entries look like now, found out on a worker; empty when that could not be done.
+Fingerprints look_before_move(const std::vector<std::string>& paths);
+// The end of a move whose copies have arrived: moves the entries into the trash, but for those that were
+// changed since, of which the user is told.
+void trash_unchanged(const Fingerprints& before, const std::vector<std::string>& paths);
 
 }  // namespace relay_hub

@@ -5,12 +5,15 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <functional>
 #include <iterator>
 #include <system_error>
 
 #include "base/glib_owners.h"
 #include "base/path_text.h"
 #include "base/rename_without_replacing.h"
+#include "util/file_identity.h"
+#include "util/tree_walk.h"
 
 namespace relay_hub {
 namespace {
@@ -32,7 +35,7 @@ bool same_entry(const std::string& one, const std::string& other) {
     struct stat a {};
     struct stat b {};
     if (::lstat(one.c_str(), &a) != 0 || ::lstat(other.c_str(), &b) != 0 ||
-        (a.st_mode & S_IFMT) != (b.st_mode & S_IFMT))
+        (a.st_mode & S_IFMT) != (b.st_mode & S_IFMT) || is_same_entry(a, b))
         return false;
     if (S_ISREG(a.st_mode))
         return a.st_size == b.st_size && same_time(a.st_mtim, b.st_mtim);
@@ -54,6 +57,48 @@ bool same_tree(const std::string& one, const std::string& other) {
     return !failed;
 }
 
+bool lies_at_or_below(const std::string& path, const std::string& top) {
+    return path.starts_with(top) &&
+           (path.size() == top.size() || top.ends_with('/') || path[top.size()] == '/');
+}
+
+bool concerns(const std::string& doubtful, const std::string& path) {
+    return lies_at_or_below(doubtful, path) || lies_at_or_below(path, doubtful);
+}
+
+// A path that ends in ".." or "." names something else in the folder.
+bool has_name(const std::string& path) {
+    const GText name(g_path_get_basename(path.c_str()));
+    return std::string_view(name.get()) != "." && std::string_view(name.get()) != "..";
+}
+
+void mix(std::uint64_t& sum, std::uint64_t value) {
+    constexpr std::uint64_t kPrime = 0x100000001b3;
+    sum = (sum ^ value) * kPrime;
+}
+
+std::uint64_t look_of(const WalkEntry& entry) {
+    const struct stat& status = entry.status;
+    std::uint64_t sum = std::hash<std::string>()(entry.path);
+    for (const auto value :
+         {static_cast<std::uint64_t>(status.st_ino), static_cast<std::uint64_t>(status.st_size),
+          static_cast<std::uint64_t>(status.st_mtim.tv_sec),
+          static_cast<std::uint64_t>(status.st_mtim.tv_nsec),
+          static_cast<std::uint64_t>(status.st_ctim.tv_sec),
+          static_cast<std::uint64_t>(status.st_ctim.tv_nsec)})
+        mix(sum, value);
+    return sum;
+}
+
+std::optional<std::uint64_t> fingerprint(const std::string& path) {
+    std::uint64_t sum = 0;
+    const int end = walk_tree(path, [&sum](const WalkEntry& entry) {
+        sum += look_of(entry);  // a folder may tell its entries in another order
+        return entry.error_number == 0 ? 0 : -1;
+    });
+    return end == 0 ? std::optional(sum) : std::nullopt;
+}
+
 }  // namespace
 
 std::string place_in(const std::string& folder, const std::string& path) {
@@ -69,13 +114,33 @@ std::vector<std::string> rename_into(const std::string& folder, const std::vecto
     return left;
 }
 
-std::vector<std::string> arrived_whole(const std::string& folder, const std::vector<std::string>& paths) {
+std::vector<std::string> arrived_whole(const std::string& folder, const std::vector<std::string>& paths,
+                                       const std::vector<std::string>& doubtful) {
     std::vector<std::string> arrived;
     std::copy_if(paths.begin(), paths.end(), std::back_inserter(arrived), [&](const std::string& path) {
         const std::string place = place_in(folder, path);
-        return place != path && same_tree(path, place);
+        const bool in_doubt = std::any_of(doubtful.begin(), doubtful.end(), [&](const std::string& doubt) {
+            return concerns(doubt, path) || concerns(doubt, place);
+        });
+        return !in_doubt && has_name(path) && same_tree(path, place);
     });
     return arrived;
+}
+
+Fingerprints fingerprints_of(const std::vector<std::string>& paths) {
+    Fingerprints fingerprints;
+    for (const std::string& path : paths)
+        fingerprints.emplace(path, fingerprint(path));
+    return fingerprints;
+}
+
+std::vector<std::string> changed_since(const Fingerprints& before, const std::vector<std::string>& paths) {
+    std::vector<std::string> changed;
+    std::copy_if(paths.begin(), paths.end(), std::back_inserter(changed), [&](const std::string& path) {
+        const auto known = before.find(path);
+        return known == before.end() || !known->second || known->second != fingerprint(path);
+    });
+    return changed;
 }
 
 }  // namespace relay_hub

@@ -1,5 +1,8 @@
 #pragma once
 // Moving entries on this machine without ever leaving one at neither end. Any thread.
+#include <cstdint>
+#include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -10,7 +13,15 @@ std::string place_in(const std::string& folder, const std::string& path);
 // Renames the entries into folder where that is possible without replacing anything. The paths that still are
 // where they were: on another file system, or because their name is taken.
 std::vector<std::string> rename_into(const std::string& folder, const std::vector<std::string>& paths);
-// Those of the paths of which everything stands in folder too: same kinds, sizes, times and targets of links.
-std::vector<std::string> arrived_whole(const std::string& folder, const std::vector<std::string>& paths);
+// Those of the paths of which everything stands in folder too: same kinds, sizes, times and targets of links,
+// and with which nothing went wrong: doubtful are paths at either end that something did go wrong with.
+std::vector<std::string> arrived_whole(const std::string& folder, const std::vector<std::string>& paths,
+                                       const std::vector<std::string>& doubtful);
+
+// By its path, what an entry and all below it look like; nothing where part of that cannot be read.
+using Fingerprints = std::map<std::string, std::optional<std::uint64_t>>;
+Fingerprints fingerprints_of(const std::vector<std::string>& paths);
+// Those of the paths that do not look as they did before.
+std::vector<std::string> changed_since(const Fingerprints& before, const std::vector<std::string>& paths);
 
 }  // namespace relay_hub

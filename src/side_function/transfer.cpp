@@ -74,6 +74,7 @@ bool build_item_lists(const Direction& direction, ItemListJob& job) {
 struct Copied {
     int result = -1;
     std::vector<std::string> moved;
+    Fingerprints before;  // of local items that are to be moved
 };
 
 Copied copy_items(const Direction& direction, const OfferSource& source, std::vector<RemoteItem> attributes) {
@@ -88,6 +89,8 @@ Copied copy_items(const Direction& direction, const OfferSource& source, std::ve
         read_live_attributes(args);
     ItemListJob job{args, std::move(attributes)};
     Copied copied;
+    if (offer.cut && direction.to_remote)
+        copied.before = look_before_move(offer.paths);
     if (build_item_lists(direction, job))
         copied.result = transfer.send(direction.start, direction.finish);
     const bool cancelled = get_atomic(&args.state) == TASK_CANCEL || args.given_up;
@@ -98,12 +101,12 @@ Copied copy_items(const Direction& direction, const OfferSource& source, std::ve
     return copied;
 }
 
-void trash_what_was_moved(const Direction& direction, const std::vector<std::string>& paths) {
+void trash_what_was_moved(const Direction& direction, const Copied& copied) {
     if (direction.to_remote) {
-        trash_locally(paths);
+        trash_unchanged(copied.before, copied.moved);
     } else {
         Transfer transfer(TASK_DEL);
-        trash_remotely(transfer, paths);
+        trash_remotely(transfer, copied.moved);
     }
     (void)(direction.to_remote ? Pane::local() : Pane::remote()).reload();
 }
@@ -114,7 +117,7 @@ int run_transfer(const Direction& direction, const OfferSource& source, std::vec
     const WindowWork work;
     const Copied copied = copy_items(direction, source, std::move(attributes));
     if (!copied.moved.empty() && !window_is_closing())
-        trash_what_was_moved(direction, copied.moved);
+        trash_what_was_moved(direction, copied);
     return copied.result;
 }
 

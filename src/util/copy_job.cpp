@@ -349,6 +349,8 @@ int file_op_check(const std::string& src, const std::string& dst, const struct s
         return kCopyIt;
     }
     const int result = act_on_answer(copy_run->skip_all ? REQUEST_NO : ask_overwrite(source, dst));
+    if (result != kCopyIt)
+        tasks->refused.push_back(src);
     // Nothing of a folder goes into what is none, or through a link that was to be left alone.
     const bool leaves_all = result == kGoOn && S_ISDIR(source.st_mode) && !is_folder(dst);
     return leaves_all ? FTW_SKIP_SUBTREE : result;
@@ -415,6 +417,7 @@ int Gfile_local_copy(void* job) {
     // Nobody waits for a cancelled copy to reach the disk.
     if (get_atomic(&tasks->state) != TASK_CANCEL)
         copy_run->entries.put_on_disk();
+    tasks->went_through_all = !copy_run->stopped_by_user;
     copy_run.reset();
     return 0;
 }

@@ -72,7 +72,7 @@ class JobCounters {
 }  // namespace relay_hub
 
 // The record of one local copy or delete. The window fills it, the worker reads it and writes state,
-// finished and failures; failures are read by the window after the join only.
+// what it found; that is read by the window after the join only.
 struct __task_list {
     pthread_t worker{};
     int state = kStateRunning;
@@ -82,6 +82,8 @@ struct __task_list {
     std::vector<std::string> item_folders;  // copy: each item's own destination folder; empty: folder for all
     relay_hub::JobCounters counters;
     std::vector<__task_failure> failures;
+    std::vector<std::string> refused;  // copy: sources that the user let replace nothing
+    bool went_through_all = false;     // copy: neither cancelled nor broken off; failures may be among them
 };
 
 __task_list* new_task_list();
