@@ -23,7 +23,9 @@ class FolderLookup {
 
   private:
     RemoteFileSystem* files_ = nullptr;  // null: the entries are all there is
+    RemoteFileSystem* judge_ = nullptr;  // of names that differ in their form alone; null: there are none
     std::vector<Entry> entries_;         // by name
+    std::vector<std::size_t> forms_;     // hashes of the names' common forms, in order
 };
 
 }  // namespace relay_hub::engine

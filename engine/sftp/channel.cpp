@@ -186,15 +186,13 @@ Error Channel::wait(PendingReply& reply, Interruption* interruption, Answer& ans
     if (!request->done)
         write_some();
     while (!request->done && state_ != State::kLost) {
-        if (interruption != nullptr && interruption->raised)
+        if (interruption != nullptr && (interruption->raised || interruption->ended))
             return ECANCELED;
         const auto now = steady_clock::now();
         if (interruption != nullptr && interruption->goes_on && now - interruption->last_asked >= kBeat) {
             lock.unlock();
-            const bool goes_on = interruption->goes_on();
+            interruption->ended = !interruption->goes_on();
             interruption->last_asked = steady_clock::now();
-            if (!goes_on)
-                return ECANCELED;
             lock.lock();
             continue;
         }

@@ -31,7 +31,9 @@ struct Interruption {
     std::atomic<bool> raised{false};
     // Asked every 100 ms on the waiting thread; false from it ends the wait. Null for none.
     std::function<bool()> goes_on;
-    std::chrono::steady_clock::time_point last_asked;  // the waiting thread alone
+    // The waiting thread alone. Once ended, no later wait takes up the time of another question.
+    bool ended = false;
+    std::chrono::steady_clock::time_point last_asked;
 };
 
 class Channel;

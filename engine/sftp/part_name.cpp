@@ -4,13 +4,17 @@
 #include <unistd.h>
 
 #include <array>
-#include <atomic>
+#include <cerrno>
 #include <charconv>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <functional>
+#include <mutex>
 #include <optional>
+#include <set>
 
 namespace relay_hub::engine::sftp {
 namespace {
@@ -19,20 +23,20 @@ constexpr std::string_view kPrefix = ".relay-hub-";
 constexpr std::string_view kSuffix = ".part";
 constexpr std::time_t kOthersLimit = 7L * 24 * 3600;
 
-struct PartName {
+struct Parts {
     std::uint64_t host = 0;
     std::uint64_t process = 0;
     std::uint64_t time = 0;
     std::uint64_t number = 0;
 };
 
-std::optional<PartName> parse(std::string_view name) {
+std::optional<Parts> parse(std::string_view name) {
     if (name.size() <= kPrefix.size() + kSuffix.size() || !name.starts_with(kPrefix) ||
         !name.ends_with(kSuffix))
         return std::nullopt;
     name.remove_prefix(kPrefix.size());
     name.remove_suffix(kSuffix.size());
-    PartName parts;
+    Parts parts;
     const char* at = name.data();
     const char* const end = at + name.size();
     for (std::uint64_t* part : {&parts.host, &parts.process, &parts.time, &parts.number}) {
@@ -45,14 +49,17 @@ std::optional<PartName> parse(std::string_view name) {
     return parts;
 }
 
-// The same for every process of this installation of a system, and for no other.
+// The same for every process of this installation of a system that sees the same process numbers, and for no
+// other: a container often bears the id and the name of its host.
 std::uint32_t this_host() {
     static const std::uint32_t host = [] {
         std::string id;
         std::ifstream("/etc/machine-id") >> id;
         std::array<char, 256> name{};
         (void)gethostname(name.data(), name.size() - 1);
-        return static_cast<std::uint32_t>(std::hash<std::string>()(id + name.data()));
+        std::error_code unknown;
+        const std::string processes = std::filesystem::read_symlink("/proc/self/ns/pid", unknown);
+        return static_cast<std::uint32_t>(std::hash<std::string>()(id + name.data() + processes));
     }();
     return host;
 }
@@ -63,8 +70,9 @@ bool process_lives(std::uint64_t process, std::uint64_t since) {
     // start, in ticks since the system's, says so.
     std::ifstream stat("/proc/" + std::to_string(process) + "/stat");
     std::string line;
+    // Another user's process may be hidden there.
     if (!std::getline(stat, line))
-        return false;
+        return kill(static_cast<pid_t>(process), 0) == 0 || errno == EPERM;
     const std::size_t name_end = line.rfind(')');
     constexpr int kFieldsToStart = 20;
     std::size_t at = name_end;
@@ -83,14 +91,34 @@ bool process_lives(std::uint64_t process, std::uint64_t since) {
     return started <= since + kClockSlack;
 }
 
+// Of this process.
+struct LivingParts {
+    std::mutex mutex;
+    std::uint32_t made = 0;
+    std::set<std::string, std::less<>> names;
+};
+
+LivingParts& living_parts() {
+    static LivingParts parts;
+    return parts;
+}
+
 }  // namespace
 
-std::string new_part_name() {
-    static std::atomic<std::uint32_t> counter{0};
+PartName::PartName() {
+    LivingParts& living = living_parts();
+    const std::lock_guard lock(living.mutex);
     std::array<char, 96> text{};
     std::snprintf(text.data(), text.size(), "%x-%x-%llx-%x", this_host(), static_cast<unsigned>(getpid()),
-                  static_cast<unsigned long long>(std::time(nullptr)), ++counter);
-    return std::string(kPrefix).append(text.data()).append(kSuffix);
+                  static_cast<unsigned long long>(std::time(nullptr)), ++living.made);
+    text_.append(kPrefix).append(text.data()).append(kSuffix);
+    living.names.insert(text_);
+}
+
+PartName::~PartName() {
+    LivingParts& living = living_parts();
+    const std::lock_guard lock(living.mutex);
+    living.names.erase(text_);
 }
 
 bool is_part_name(std::string_view name) {
@@ -103,6 +131,11 @@ bool is_left_over(std::string_view name, std::time_t now) {
         return false;
     if (parts->host != this_host())
         return parts->time + kOthersLimit < static_cast<std::uint64_t>(now);
+    if (parts->process == static_cast<std::uint64_t>(getpid())) {
+        LivingParts& living = living_parts();
+        const std::lock_guard lock(living.mutex);
+        return !living.names.contains(name);
+    }
     return !process_lives(parts->process, parts->time);
 }
 

@@ -8,10 +8,22 @@
 
 namespace relay_hub::engine::sftp {
 
-// A name that nobody else uses.
-std::string new_part_name();
+// A name that nobody else uses. What bears it is left over once this object is gone.
+class PartName {
+  public:
+    PartName();
+    ~PartName();
+    PartName(const PartName&) = delete;
+    PartName& operator=(const PartName&) = delete;
+    [[nodiscard]] const std::string& text() const { return text_; }
+
+  private:
+    std::string text_;
+};
+
 bool is_part_name(std::string_view name);
-// Whether what wrote it is no longer there: on this computer the process, on another one after a week.
+// Whether what wrote it is no longer there: in this process the PartName, on this computer the process, on
+// another one after a week.
 bool is_left_over(std::string_view name, std::time_t now);
 
 }  // namespace relay_hub::engine::sftp

@@ -92,6 +92,7 @@ void SftpFileSystem::resume() {
 
 void SftpFileSystem::set_watch(std::function<bool()> goes_on) {
     interruption_.goes_on = std::move(goes_on);
+    interruption_.ended = false;
 }
 
 Style SftpFileSystem::style() const {
@@ -278,14 +279,18 @@ Error SftpFileSystem::settle(const std::vector<std::string>& folders) {
         std::vector<PendingReply> syncs;
         for (PendingReply& reply : replies) {
             std::string handle;
-            if (session->take_handle(reply, handle))
+            Error error = session->take_handle(reply, handle);
+            if (error.number == ENOTCONN || error.number == ECANCELED)
+                return error;
+            if (error)
                 continue;
             syncs.push_back(session->send_sync(handle));
             (void)session->send_close(handle);
         }
         for (PendingReply& sync : syncs) {
+            // Some file systems sync files alone, and say so; a bare failure is the disk's.
             Error error = session->take_status(sync);
-            if (error.number == ENOTCONN || error.number == ECANCELED)
+            if (error.number == ENOTCONN || error.number == ECANCELED || error.number == EREMOTEIO)
                 return error;
         }
     }
@@ -329,9 +334,18 @@ Error SftpFileSystem::make_link(const std::string& path, const std::string& targ
     if (replace && !session->facts().replaces_atomically)
         return {ENOTSUP, translated("IDS_REASON_NO_SAFE_REPLACE")};
     const std::string folder = server_path(parent_path(path));
-    const std::string made = replace ? folder + "/" + new_part_name() : server_path(path);
-    if (Error error = session->make_link(made, target); error)
+    const PartName part;
+    const std::string made = replace ? folder + "/" + part.text() : server_path(path);
+    const auto remove_part = [&] {
+        if (replace)
+            (void)session->send_remove(made);
+        session->channel().flush();
+    };
+    if (Error error = session->make_link(made, target); error) {
+        // It may be made all the same, where nobody waited for the answer.
+        remove_part();
         return session->explain(error, folder, 0);
+    }
     if (session->facts().sets_attributes_of_links && entry.has_times) {
         Attributes times;
         times.times = attributes_of(entry).times;
@@ -343,7 +357,7 @@ Error SftpFileSystem::make_link(const std::string& path, const std::string& targ
     PendingReply renaming = session->send_rename(made, server_path(path), true);
     Error error = session->take_status(renaming);
     if (error)
-        (void)session->send_remove(made);
+        remove_part();
     return error;
 }
 

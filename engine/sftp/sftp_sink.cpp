@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "base/file_attributes.h"
-#include "engine/sftp/part_name.h"
 #include "engine/sftp/remote_entry.h"
 #include "engine/sftp/transfer_window.h"
 
@@ -34,7 +33,7 @@ SftpSink::SftpSink(std::shared_ptr<Session> session, WriteLine& line, std::strin
     : session_(std::move(session)),
       line_(line),
       path_(std::move(path)),
-      temporary_(path_.substr(0, path_.rfind('/') + 1) + new_part_name()),
+      temporary_(path_.substr(0, path_.rfind('/') + 1) + part_.text()),
       attributes_(attributes_of(entry)),
       replace_(replace),
       block_(std::min(session_->facts().longest_write, kBlock)) {}

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "engine/remote_file_system.h"
+#include "engine/sftp/part_name.h"
 #include "engine/sftp/session.h"
 #include "engine/sftp/write_line.h"
 
@@ -54,6 +55,7 @@ class SftpSink : public FileSink, public FileOnItsWay {
     std::shared_ptr<Session> session_;
     WriteLine& line_;
     const std::string path_;
+    const PartName part_;
     const std::string temporary_;
     Attributes attributes_;
     const bool replace_;

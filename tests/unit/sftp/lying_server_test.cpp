@@ -1,130 +1,12 @@
 // A server that lies: each lie is a clear failure in bounded time and memory, and nothing of it is believed.
-#include <fcntl.h>
+#include "lying_server.h"
+
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <thread>
-
-#include "engine/sftp/sftp_file_system.h"
 
 namespace relay_hub::engine::sftp {
 namespace {
 
 using testing::HasSubstr;
-using namespace std::chrono_literals;
-
-struct Request {
-    PacketType type;
-    std::uint32_t number;
-    std::string fields;
-};
-
-// Answers the requests of a channel as a function says; the greeting is an honest one.
-class LyingServer {
-  public:
-    using Lie = std::function<std::string(const Request&)>;
-    explicit LyingServer(Lie lie) : lie_(std::move(lie)) {
-        int up[2];
-        int down[2];
-        EXPECT_EQ(pipe2(up, O_CLOEXEC), 0);
-        EXPECT_EQ(pipe2(down, O_CLOEXEC), 0);
-        for (const int end : {up[1], down[0]})
-            fcntl(end, F_SETFL, O_NONBLOCK);
-        in_.reset(up[0]);
-        out_.reset(down[1]);
-        auto channel = std::make_unique<Channel>(FileDescriptor(up[1]), FileDescriptor(down[0]), nullptr);
-        channel->set_silence_limit(300ms);
-        session_ = std::make_shared<Session>(std::move(channel));
-        session_->obey(interruption_);
-        thread_ = std::thread([this] { serve(); });
-    }
-    ~LyingServer() {
-        session_->channel().end("over");
-        files_.reset();
-        session_.reset();
-        thread_.join();
-    }
-    SftpFileSystem& files() { return *files_; }
-    Session& session() { return *session_; }
-
-    static std::string packet(PacketType type, std::uint32_t number, const std::string& fields) {
-        std::string text;
-        append_number(text, static_cast<std::uint32_t>(fields.size() + kAnswerHead));
-        text += static_cast<char>(type);
-        append_number(text, number);
-        return text + fields;
-    }
-
-  private:
-    bool read_exactly(char* data, std::size_t size) {
-        while (size > 0) {
-            const ssize_t count = ::read(in_.get(), data, size);
-            if (count <= 0)
-                return false;
-            data += count;
-            size -= static_cast<std::size_t>(count);
-        }
-        return true;
-    }
-    void serve() {
-        char head[4];
-        while (read_exactly(head, sizeof head)) {
-            std::string packet_text(number_at(head), '\0');
-            if (!read_exactly(packet_text.data(), packet_text.size()))
-                return;
-            const auto type = static_cast<PacketType>(packet_text[0]);
-            std::string answer;
-            if (type == PacketType::kInit) {
-                const std::string fields = Fields()
-                                               .add(3U)
-                                               .add("posix-rename@openssh.com")
-                                               .add("1")
-                                               .add("statvfs@openssh.com")
-                                               .add("2")
-                                               .bytes();
-                append_number(answer, static_cast<std::uint32_t>(fields.size() + 1));
-                answer += static_cast<char>(PacketType::kVersion) + fields;
-            } else {
-                answer = lie_({type, number_at(packet_text.data() + 1), packet_text.substr(5)});
-            }
-            if (write_all(out_.get(), answer.data(), answer.size()) != 0)
-                return;
-        }
-    }
-
-    Lie lie_;
-    FileDescriptor in_;
-    FileDescriptor out_;
-    Interruption interruption_;
-    std::shared_ptr<Session> session_;
-    std::unique_ptr<SftpFileSystem> files_ =
-        std::make_unique<SftpFileSystem>([this] { return session_; }, interruption_, std::nullopt);
-    std::thread thread_;
-};
-
-std::string status(std::uint32_t number, StatusCode code) {
-    return LyingServer::packet(PacketType::kStatus, number,
-                               Fields().add(static_cast<std::uint32_t>(code)).add("Failure").add("").bytes());
-}
-
-std::string handle(std::uint32_t number) {
-    return LyingServer::packet(PacketType::kHandle, number, Fields().add("h").bytes());
-}
-
-Attributes folder_attributes() {
-    Attributes attributes;
-    attributes.permissions = 0040755;
-    return attributes;
-}
-
-std::string names(std::uint32_t number, const std::vector<std::string>& texts) {
-    Fields fields;
-    fields.add(static_cast<std::uint32_t>(texts.size()));
-    for (const std::string& text : texts)
-        fields.add(text).add("").add(folder_attributes());
-    return LyingServer::packet(PacketType::kName, number, fields.bytes());
-}
 
 struct Lie {
     const char* name;
@@ -245,6 +127,72 @@ TEST(LyingServer, IsWaitedForOnlyUntilAnInterruption) {
     wait();
     interrupter.join();
     wait();
+}
+
+struct Nothing : FileSource {
+    Error read(char* /*buffer*/, std::size_t /*size*/, std::size_t& got) override {
+        got = 0;
+        return {};
+    }
+    [[nodiscard]] int descriptor() const override { return -1; }
+};
+
+// However many answers are missing, one question ends it.
+TEST(LyingServer, IsLeftAtOnceWithManyRequestsInFlight) {
+    LyingServer server([](const Request& request) {
+        return request.type == PacketType::kOpen ? handle(request.number) : std::string();
+    });
+    server.session().channel().set_silence_limit(60s);
+    server.files().set_watch([] { return true; });
+    std::vector<std::unique_ptr<FileSink>> sinks(64);
+    for (std::size_t i = 0; i < sinks.size(); ++i) {
+        ASSERT_FALSE(server.files().open_sink("x" + std::to_string(i), {}, false, sinks[i]));
+        ASSERT_FALSE(sinks[i]->write("x", 1));
+        ASSERT_FALSE(sinks[i]->finish(Nothing()));
+    }
+    const auto start = std::chrono::steady_clock::now();
+    server.files().set_watch([start] { return std::chrono::steady_clock::now() - start < 50ms; });
+    for (const Error& error : server.files().commit(sinks))
+        EXPECT_EQ(error.number, ECANCELED);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 300ms);
+}
+
+// What the server refuses at any step of a file is told of that file, and its part is taken away.
+TEST(LyingServer, RefusesAStepOfAFile) {
+    for (const PacketType refused : {PacketType::kOpen, PacketType::kWrite, PacketType::kFsetstat,
+                                     PacketType::kExtended, PacketType::kClose, PacketType::kRename}) {
+        int removed = 0;
+        LyingServer server(
+            [&](const Request& request) {
+                removed += request.type == PacketType::kRemove ? 1 : 0;
+                if (request.type == refused)
+                    return status(request.number, StatusCode::kFailure);
+                if (request.type == PacketType::kRealpath)
+                    return names(request.number, {"/home"});
+                if (request.type == PacketType::kLstat)
+                    return status(request.number, StatusCode::kNoSuchFile);
+                return request.type == PacketType::kOpen ? handle(request.number)
+                                                         : status(request.number, StatusCode::kOk);
+            },
+            {"fsync@openssh.com"});
+        while (server.session().channel().state() == Channel::State::kGreeting)
+            std::this_thread::sleep_for(1ms);
+        std::string home;
+        (void)server.session().learn_facts(home);
+        std::vector<std::unique_ptr<FileSink>> sinks(1);
+        Entry entry;
+        ASSERT_FALSE(server.files().open_sink("a/x", entry, false, sinks[0]));
+        ASSERT_FALSE(sinks[0]->write("x", 1));
+        (void)sinks[0]->finish(Nothing());
+        const Error error = server.files().commit(sinks).front();
+        server.session().channel().drain(5s);
+        // Modes and times are not what a copy is kept for.
+        const bool harmless = refused == PacketType::kFsetstat;
+        EXPECT_EQ(error.number, harmless ? 0 : EREMOTEIO) << static_cast<int>(refused);
+        EXPECT_EQ(removed, harmless ? 0 : 1) << static_cast<int>(refused);
+        // The names are no safer than the folder that holds them.
+        EXPECT_EQ(server.files().settle({"a"}).number, refused == PacketType::kExtended ? EREMOTEIO : 0);
+    }
 }
 
 }  // namespace

@@ -216,7 +216,7 @@ TEST_F(SftpTree, ListsWhatIsThere) {
     fs::create_symlink("nowhere", real("to nothing"));
     fs::create_symlink("loop", real("loop"));
     ASSERT_EQ(mkfifo(real("fifo").c_str(), 0600), 0);
-    test::put(real(new_part_name()), "x");
+    test::put(real(PartName().text()), "x");
     Listing listing;
     ASSERT_FALSE(files_.list(inner(""), listing));
     std::map<std::string, Entry> found;
@@ -287,10 +287,11 @@ TEST_F(SftpTree, MovesIntoTheHomeTrash) {
 }
 
 TEST_F(SftpTree, SweepsWhatDeadProcessesLeft) {
-    const std::string own = new_part_name();
+    const PartName part;
+    const std::string& own = part.text();
     std::string dead = own;
     dead.replace(dead.find('-', 11) + 1, 1, "7ffffff");
-    for (const std::string& name : {own, dead, std::string("file")})
+    for (const std::string& name : {own, dead, PartName().text(), std::string("file")})
         test::put(real(name), "x");
     files_.sweep(inner(""));
     session_->channel().drain(std::chrono::seconds(5));

@@ -1,0 +1,131 @@
+#pragma once
+// An SFTP server in a thread that answers as a test says.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <thread>
+
+#include "engine/sftp/sftp_file_system.h"
+
+namespace relay_hub::engine::sftp {
+
+using namespace std::chrono_literals;
+
+struct Request {
+    PacketType type;
+    std::uint32_t number;
+    std::string fields;
+};
+
+// Answers the requests of a channel as a function says; the greeting is an honest one.
+class LyingServer {
+  public:
+    using Lie = std::function<std::string(const Request&)>;
+    explicit LyingServer(Lie lie,
+                         std::vector<std::string> extensions = {"posix-rename@openssh.com",
+                                                                "statvfs@openssh.com"},
+                         std::optional<Style> style = std::nullopt)
+        : lie_(std::move(lie)),
+          extensions_(std::move(extensions)),
+          files_(std::make_unique<SftpFileSystem>([this] { return session_; }, interruption_, style)) {
+        int up[2];
+        int down[2];
+        EXPECT_EQ(pipe2(up, O_CLOEXEC), 0);
+        EXPECT_EQ(pipe2(down, O_CLOEXEC), 0);
+        for (const int end : {up[1], down[0]})
+            fcntl(end, F_SETFL, O_NONBLOCK);
+        in_.reset(up[0]);
+        out_.reset(down[1]);
+        auto channel = std::make_unique<Channel>(FileDescriptor(up[1]), FileDescriptor(down[0]), nullptr);
+        channel->set_silence_limit(300ms);
+        session_ = std::make_shared<Session>(std::move(channel));
+        session_->obey(interruption_);
+        thread_ = std::thread([this] { serve(); });
+    }
+    ~LyingServer() {
+        session_->channel().end("over");
+        files_.reset();
+        session_.reset();
+        thread_.join();
+    }
+    SftpFileSystem& files() { return *files_; }
+    Session& session() { return *session_; }
+
+    static std::string packet(PacketType type, std::uint32_t number, const std::string& fields) {
+        std::string text;
+        append_number(text, static_cast<std::uint32_t>(fields.size() + kAnswerHead));
+        text += static_cast<char>(type);
+        append_number(text, number);
+        return text + fields;
+    }
+
+  private:
+    bool read_exactly(char* data, std::size_t size) {
+        while (size > 0) {
+            const ssize_t count = ::read(in_.get(), data, size);
+            if (count <= 0)
+                return false;
+            data += count;
+            size -= static_cast<std::size_t>(count);
+        }
+        return true;
+    }
+    void serve() {
+        char head[4];
+        while (read_exactly(head, sizeof head)) {
+            std::string packet_text(number_at(head), '\0');
+            if (!read_exactly(packet_text.data(), packet_text.size()))
+                return;
+            const auto type = static_cast<PacketType>(packet_text[0]);
+            std::string answer;
+            if (type == PacketType::kInit) {
+                Fields greeting;
+                greeting.add(3U);
+                for (const std::string& extension : extensions_)
+                    greeting.add(extension).add("1");
+                const std::string& fields = greeting.bytes();
+                append_number(answer, static_cast<std::uint32_t>(fields.size() + 1));
+                answer += static_cast<char>(PacketType::kVersion) + fields;
+            } else {
+                answer = lie_({type, number_at(packet_text.data() + 1), packet_text.substr(5)});
+            }
+            if (write_all(out_.get(), answer.data(), answer.size()) != 0)
+                return;
+        }
+    }
+
+    Lie lie_;
+    const std::vector<std::string> extensions_;
+    FileDescriptor in_;
+    FileDescriptor out_;
+    Interruption interruption_;
+    std::shared_ptr<Session> session_;
+    std::unique_ptr<SftpFileSystem> files_;
+    std::thread thread_;
+};
+
+inline std::string status(std::uint32_t number, StatusCode code) {
+    return LyingServer::packet(PacketType::kStatus, number,
+                               Fields().add(static_cast<std::uint32_t>(code)).add("Failure").add("").bytes());
+}
+
+inline std::string handle(std::uint32_t number) {
+    return LyingServer::packet(PacketType::kHandle, number, Fields().add("h").bytes());
+}
+
+inline Attributes folder_attributes() {
+    Attributes attributes;
+    attributes.permissions = 0040755;
+    return attributes;
+}
+
+inline std::string names(std::uint32_t number, const std::vector<std::string>& texts) {
+    Fields fields;
+    fields.add(static_cast<std::uint32_t>(texts.size()));
+    for (const std::string& text : texts)
+        fields.add(text).add("").add(folder_attributes());
+    return LyingServer::packet(PacketType::kName, number, fields.bytes());
+}
+
+}  // namespace relay_hub::engine::sftp

@@ -1,0 +1,220 @@
+// Computers that are no Linux, by what their servers answer: Windows with its drives and few extensions,
+// macOS with names that it writes its own way.
+#include <glib.h>
+#include <gmock/gmock.h>
+
+#include <map>
+
+#include "base/glib_owners.h"
+#include "engine/folder_lookup.h"
+#include "lying_server.h"
+
+namespace relay_hub::engine::sftp {
+namespace {
+
+using testing::UnorderedElementsAre;
+
+const char* const kComposed = "\xc3\xa9t\xc3\xa9";
+const char* const kDecomposed = "e\xcc\x81te\xcc\x81";
+
+// A tree in memory. Paths are compared as macOS does.
+class OtherSystem {
+  public:
+    OtherSystem(std::string home, const std::vector<std::string>& folders) : home_(std::move(home)) {
+        for (const std::string& folder : folders)
+            nodes_[folder] = std::nullopt;
+    }
+    std::map<std::string, std::optional<std::string>> nodes_;  // path -> content, nothing for a folder
+
+    std::string answer(const Request& request) {
+        FieldReader fields(request.fields);
+        const std::string first(fields.text());
+        const std::string path = own_form(first);
+        const auto told = [&](StatusCode code) { return status(request.number, code); };
+        const bool there = nodes_.contains(path);
+        switch (request.type) {
+            case PacketType::kRealpath:
+                return names(request.number, {first == "." ? home_ : first});
+            case PacketType::kStat:
+            case PacketType::kLstat:
+                return there ? LyingServer::packet(PacketType::kAttributes, request.number,
+                                                   Fields().add(attributes(path)).bytes())
+                             : told(StatusCode::kNoSuchFile);
+            case PacketType::kOpendir:
+                listed_ = false;
+                return there ? opened(request, path) : told(StatusCode::kNoSuchFile);
+            case PacketType::kReaddir:
+                return std::exchange(listed_, true) ? told(StatusCode::kEndOfFile)
+                                                    : list(request, first == "/" ? "/" : first + "/");
+            case PacketType::kOpen:
+                if ((fields.number() & kOpenCreate) != 0)
+                    nodes_[path] = "";
+                return nodes_.contains(path) ? opened(request, path) : told(StatusCode::kNoSuchFile);
+            case PacketType::kRead: {
+                const std::uint64_t offset = fields.long_number();
+                const std::string& content = *nodes_[path];
+                return offset >= content.size()
+                           ? told(StatusCode::kEndOfFile)
+                           : LyingServer::packet(PacketType::kData, request.number,
+                                                 Fields().add(content.substr(offset)).bytes());
+            }
+            case PacketType::kWrite:
+                (void)fields.long_number();
+                *nodes_[path] += fields.text();
+                return told(StatusCode::kOk);
+            case PacketType::kMkdir:
+                return told(nodes_.emplace(path, std::nullopt).second ? StatusCode::kOk
+                                                                      : StatusCode::kFailure);
+            case PacketType::kRemove:
+            case PacketType::kRmdir:
+                return told(nodes_.erase(path) > 0 ? StatusCode::kOk : StatusCode::kNoSuchFile);
+            case PacketType::kRename: {
+                auto node = nodes_.extract(path);
+                node.key() = own_form(std::string(fields.text()));
+                return told(nodes_.insert(std::move(node)).inserted ? StatusCode::kOk : StatusCode::kFailure);
+            }
+            case PacketType::kFsetstat:
+                return told(StatusCode::kPermissionDenied);
+            default:
+                return told(request.type == PacketType::kClose ? StatusCode::kOk : StatusCode::kUnsupported);
+        }
+    }
+
+  private:
+    static std::string own_form(const std::string& path) {
+        return GText(g_utf8_normalize(path.c_str(), -1, G_NORMALIZE_NFD)).get();
+    }
+    static std::string opened(const Request& request, const std::string& path) {
+        return LyingServer::packet(PacketType::kHandle, request.number, Fields().add(path).bytes());
+    }
+    Attributes attributes(const std::string& path) {
+        Attributes attributes;
+        attributes.permissions = nodes_[path] ? 0100644 : 0040755;
+        attributes.size = nodes_[path].value_or("").size();
+        attributes.times = {1600000000, 1600000000};
+        return attributes;
+    }
+    std::string list(const Request& request, const std::string& folder) {
+        Fields fields;
+        std::uint32_t count = 0;
+        for (const auto& [path, content] : nodes_) {
+            if (!path.starts_with(folder) || path == folder ||
+                path.find('/', folder.size()) != std::string::npos)
+                continue;
+            fields.add(path.substr(folder.size())).add("").add(attributes(path));
+            ++count;
+        }
+        std::string head;
+        append_number(head, count);
+        return LyingServer::packet(PacketType::kName, request.number, head + fields.bytes());
+    }
+
+    const std::string home_;
+    bool listed_ = false;
+};
+
+struct System {
+    const char* name;
+    std::string home;
+    std::vector<std::string> folders;
+    std::optional<Style> wished;
+    Style style;
+    std::vector<std::string> drives;
+    const char* shown_home;
+    int trash;
+};
+
+struct Nothing : FileSource {
+    Error read(char* /*buffer*/, std::size_t /*size*/, std::size_t& got) override {
+        got = 0;
+        return {};
+    }
+    [[nodiscard]] int descriptor() const override { return -1; }
+};
+
+TEST(OtherSystem, IsKnownByItsAnswersAndServed) {
+    const std::vector<std::string> windows{
+        "/", "/C:", "/D:", "/C:/Users", "/C:/Users/x", "/C:/Users/x/Desktop"};
+    const std::vector<std::string> mac{"/", "/Users", "/Users/x", "/Users/x/Desktop", "/Users/x/.Trash"};
+    const std::vector<System> systems{
+        {"Windows", "/C:/Users/x", windows, {}, Style::kDrives, {"C:", "D:"}, "C:\\Users\\x", ENOTSUP},
+        {"Windows, without a listing of drives",
+         "/C:/Users/x",
+         {windows.begin() + 1, windows.end()},
+         {},
+         Style::kDrives,
+         {"C:"},
+         "C:\\Users\\x",
+         ENOTSUP},
+        {"Windows, shown another way",
+         "/C:/Users/x",
+         windows,
+         Style::kPosix,
+         Style::kPosix,
+         {""},
+         "/C:/Users/x",
+         ENOTSUP},
+        {"macOS", "/Users/x", mac, {}, Style::kPosix, {""}, "/Users/x", 0},
+    };
+    for (const System& system : systems) {
+        SCOPED_TRACE(system.name);
+        OtherSystem far(system.home, system.folders);
+        LyingServer server([&far](const Request& request) { return far.answer(request); }, {}, system.wished);
+        while (server.session().channel().state() == Channel::State::kGreeting)
+            std::this_thread::sleep_for(1ms);
+        std::string folder;
+        ASSERT_FALSE(server.session().learn_facts(folder));
+        SftpFileSystem& files = server.files();
+        EXPECT_EQ(files.style(), system.style);
+        Places places;
+        ASSERT_FALSE(files.places(places));
+        std::vector<std::string> drives;
+        for (const Drive& drive : places.drives)
+            drives.push_back(drive.path);
+        EXPECT_EQ(drives, system.drives);
+        const std::string home = places.home.value_or("");
+        EXPECT_EQ(wire_path(files.style(), home), system.shown_home);
+        EXPECT_EQ(inner_path(files.style(), system.shown_home), home);
+        EXPECT_EQ(places.desktop, home + "/Desktop");
+
+        EXPECT_FALSE(files.make_folder(home + "/new", 0700));
+        EXPECT_EQ(files.make_folder(home + "/new", 0700).number, EEXIST);
+        std::vector<std::unique_ptr<FileSink>> sinks(1);
+        Entry entry;
+        ASSERT_FALSE(files.open_sink(home + "/new/" + kComposed, entry, false, sinks[0]));
+        ASSERT_FALSE(sinks[0]->write("text", 4));
+        ASSERT_FALSE(sinks[0]->finish(Nothing()));
+        EXPECT_FALSE(files.commit(sinks).front());
+        EXPECT_FALSE(files.settle({home + "/new"}));
+        // The name comes back another way, and is the same all the same.
+        Listing listing;
+        ASSERT_FALSE(files.list(home + "/new", listing));
+        ASSERT_EQ(listing.entries.size(), 1U);
+        EXPECT_EQ(listing.entries[0].name, kDecomposed);
+        EXPECT_FALSE(FolderLookup(files, home + "/new", 10).find(home + "/new", kComposed, entry));
+        EXPECT_EQ(FolderLookup(files, home + "/new", 10).find(home + "/new", "ete", entry).number, ENOENT);
+        std::unique_ptr<FileSource> source;
+        ASSERT_FALSE(files.open_source(home + "/new/" + kDecomposed, listing.entries[0], source));
+        char buffer[10];
+        std::size_t got = 0;
+        EXPECT_FALSE(source->read(buffer, sizeof buffer, got));
+        EXPECT_EQ(std::string(buffer, got), "text");
+
+        const Error replace = files.open_sink(home + "/new/x", entry, true, sinks.emplace_back());
+        EXPECT_EQ(replace.number, ENOTSUP);
+        EXPECT_NE(replace.text, "");
+        EXPECT_EQ(files.make_link(home + "/link", "x", entry, false).number, ENOTSUP);
+        EXPECT_EQ(files.rename(home + "/new/" + kDecomposed, home + "/Desktop").number, EEXIST);
+        EXPECT_FALSE(files.rename(home + "/new/" + kDecomposed, home + "/moved"));
+        const Error trash = files.move_to_trash(home + "/moved");
+        EXPECT_EQ(trash.number, system.trash);
+        EXPECT_EQ(trash.text.empty(), system.trash == 0);
+        EXPECT_EQ(far.nodes_.contains("/" + home + (system.trash == 0 ? "/.Trash/moved" : "/moved")), true);
+        std::string failed;
+        EXPECT_FALSE(files.remove(home + "/new", EntryKind::kFolder, failed));
+        EXPECT_FALSE(far.nodes_.contains("/" + home + "/new"));
+    }
+}
+
+}  // namespace
+}  // namespace relay_hub::engine::sftp
