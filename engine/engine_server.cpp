@@ -177,6 +177,9 @@ bool EngineServer::stop(std::optional<milliseconds> limit) {
 EngineServer::Reading EngineServer::read_request(int in, std::string& body) {
     if (const Reading opened = out_ ? Reading::complete : open_answer_end(in); opened != Reading::complete)
         return opened;
+    // Whoever left before the request came was an earlier client: this one sends it after opening its end.
+    (void)wait_for(in, POLLIN, after(kClientLimit));
+    clients_->forget();
     FrameProgress progress;
     const auto collect = [&](std::string_view piece) {
         body += piece;
@@ -226,8 +229,6 @@ void EngineServer::await_departure() {
 void EngineServer::answer(const std::string& request) {
     if (!settings_.quiet)
         std::printf("request %s\n", in_one_line(request, kLongestTracedText).c_str());
-    // Whoever left until now was an earlier client: this one sent its request after opening its end.
-    clients_->forget();
     front_end_.make_pipes_private();
     // A client that left has nothing left to do, to be asked or to be told.
     const PeerScope for_this_client(out_.get(), clients_->descriptor());
