@@ -136,11 +136,11 @@ Error SftpSink::finish(const FileSource& source) {
 }
 
 bool SftpSink::answered() const {
-    return opening_.sent() ? opening_.arrived() : steps_.empty() || steps_.back().reply.arrived();
+    return opening_.sent() ? error_ || opening_.arrived() : steps_.empty() || steps_.back().reply.arrived();
 }
 
 void SftpSink::send_rest() {
-    if (opening_.sent())
+    if (opening_.sent() && !error_)
         fail(session_->take_handle(opening_, handle_));
     if (error_ || closed_)
         return;

@@ -53,7 +53,10 @@ class SftpTest(unittest.TestCase):
     def setUp(self):
         self.far = FarComputer()
         self.addCleanup(self.far.close)
-        self.engine = ConnectedEngine(self.far)
+        # Whoever has a key is never asked.
+        self.asked = self.far.path("asked")
+        write(self.far.path("askpass"), f'#!/bin/sh\necho "$1" >>{self.asked}\n'.encode(), 0o755)
+        self.engine = ConnectedEngine(self.far, environment={"SSH_ASKPASS": self.far.path("askpass")})
         self.addCleanup(self.end_engine)
         self.engine.connected()
         self.front_end = RecordingFrontEnd()
@@ -155,12 +158,14 @@ class SftpTest(unittest.TestCase):
         for number in range(2000):
             write(f"{self.here}/many/{number}", b"x" * 4096)
         for source in ("large", "many"):
-            self.assertIn("disk is full", self.copy(True, f"{self.here}/{source}", small) +
-                          str(self.front_end.heard[-1:]))
+            told = self.copy(True, f"{self.here}/{source}", small) + str(self.front_end.heard[-1:])
+            self.assertIn("disk is full", told)
             wait_for(lambda: not [name for _, _, names in os.walk(small) for name in names if "relay-hub" in name],
                      what="no left-overs")
-        for name in os.listdir(small + "/many"):
+        there = os.listdir(small + "/many")
+        for name in there:
             self.assertEqual(read(f"{small}/many/{name}"), b"x" * 4096)
+        self.assertRegex(told, rf"\b{2000 - len(there)}\b", "how many were not copied")
 
     # -- the link
 
@@ -190,18 +195,25 @@ class SftpTest(unittest.TestCase):
         self.lose_and_mend(lambda: hold(True), lambda: hold(False))
         self.lose_and_mend(self.far.stop, self.far.start)
         self.lose_and_mend(lambda: self.far.signal(signal.SIGSTOP), lambda: self.far.signal(signal.SIGCONT))
+        self.assertFalse(os.path.exists(self.asked))
 
-    def begin_large_copy(self):
-        write(self.here + "/large", os.urandom(64 << 20))
-        there = self.folder_at_far("there")
-        ends = self.front_end.send(copy_request(True, self.here + "/large", there))
+    def begin_copy(self, source):
+        there = self.folder_at_far("there " + source)
+        ends = self.front_end.send(copy_request(True, f"{self.here}/{source}", there))
         wait_for(lambda: os.listdir(there), what="the copy's beginning")
         return ends, there
 
     def test_copies_end_with_the_link_and_on_cancel(self):
-        for held in (False, True):
-            with self.subTest(held=held):
-                ends, there = self.begin_large_copy()
+        write(self.here + "/large", os.urandom(64 << 20))
+        for number in range(3000):
+            write(f"{self.here}/many/{number}", b"x" * 4096)
+        for source, held in (("large", False), ("large", True), ("many", True)):
+            with self.subTest(source=source, held=held):
+                if held and self.far.relay.held:
+                    self.far.relay.held = False
+                    self.engine.await_event("connected", 1)
+                    wait_for(lambda: OK in self.list(self.far.home), what="a link that answers")
+                ends, there = self.begin_copy(source)
                 self.far.relay.held = held
                 time.sleep(0.3 * held)
                 self.front_end.cancels = True
