@@ -156,6 +156,19 @@ TEST(OverrideRequest, ClosingItIsNoAnswer) {
     EXPECT_EQ(relay_hub::run_override_request(nullptr, "100%s \xff ?"), GTK_RESPONSE_DELETE_EVENT);
 }
 
+TEST(OverrideRequest, ALongPathLeavesRoomForTheQuestionAndTheFacts) {
+    const When asked([] { return find_window("IDS_CONFIRMATION") != nullptr; },
+                     [] {
+                         GtkWidget* dialog = find_window("IDS_CONFIRMATION");
+                         EXPECT_THAT(gui_test::label_texts(dialog),
+                                     testing::AllOf(testing::HasSubstr("xx…xx"),
+                                                    testing::HasSubstr("Replace?\n\nExisting: 7 bytes")));
+                         close_as_the_window_manager(dialog);
+                     });
+    const std::string text = "/" + std::string(3000, 'x') + " Replace?\n\nExisting: 7 bytes";
+    relay_hub::run_override_request(nullptr, text.c_str());
+}
+
 class ProgressDialog : public testing::Test {
   protected:
     ProgressDialog() {

@@ -1,6 +1,7 @@
 #include "window/dialogs/override_request_dialog.h"
 
 #include <algorithm>
+#include <string_view>
 
 #include "base/glib_owners.h"
 #include "base/translated_text.h"
@@ -36,12 +37,33 @@ void set_folder_icon(GtkWidget* dialog) {
         gtk_window_set_icon(GTK_WINDOW(dialog), icon.get());
 }
 
+constexpr std::string_view kCut = "…";
+
+// The facts below the question count more than the middle of a long path.
+std::string with_short_question(const std::string& message) {
+    constexpr glong kHead = 60;
+    constexpr glong kTail = 100;  // the end of the path, and what is asked about it
+    const std::size_t facts = std::min(message.find("\n\n"), message.size());
+    const relay_hub::GText question(g_utf8_make_valid(message.data(), static_cast<gssize>(facts)));
+    const glong length = g_utf8_strlen(question.get(), -1);
+    if (length <= kHead + kTail)
+        return message;
+    std::string text(question.get(), g_utf8_offset_to_pointer(question.get(), kHead));
+    text.append(kCut).append(g_utf8_offset_to_pointer(question.get(), length - kTail));
+    return text + message.substr(facts);
+}
+
+void set_question(GtkLabel* label, const char* message, GtkWidget* parent) {
+    relay_hub::set_fitting_text(label, message, parent);
+    if (std::string_view(gtk_label_get_text(label)).ends_with(kCut))
+        relay_hub::set_fitting_text(label, with_short_question(message), parent);
+}
+
 GtkWidget* question_row(GtkWidget* dialog, const char* message) {
     GtkWidget* row = gtk_hbox_new(FALSE, kPadding);
     GtkWidget* image = gtk_image_new_from_stock(GTK_STOCK_DIALOG_WARNING, GTK_ICON_SIZE_DIALOG);
     GtkWidget* label = gtk_label_new(nullptr);
-    relay_hub::set_fitting_text(GTK_LABEL(label), message,
-                                GTK_WIDGET(gtk_window_get_transient_for(GTK_WINDOW(dialog))));
+    set_question(GTK_LABEL(label), message, GTK_WIDGET(gtk_window_get_transient_for(GTK_WINDOW(dialog))));
     gtk_box_pack_start(GTK_BOX(row), image, FALSE, FALSE, kPadding);
     gtk_box_pack_start(GTK_BOX(row), label, TRUE, TRUE, kPadding);
     return row;
