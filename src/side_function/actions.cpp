@@ -20,6 +20,7 @@ struct OneSide {
 
 struct Row {
     Action action;
+    bool takes_selection;
     bool busy_reload;  // the busy dialog also over a list that is read quickly
     OneSide local;
     OneSide remote;
@@ -32,21 +33,28 @@ Outcome only_reload(const Pane&) {
 constexpr Row kActions[] = {
     {Action::make_folder,
      false,
+     false,
      {"left_popup_menu_mkdir", make_local_folder},
      {"right_popup_menu_mkdir", make_remote_folder}},
     {Action::rename,
+     true,
      false,
      {"left_popup_menu_rename", rename_local_entry},
      {"right_popup_menu_rename", rename_remote_entry}},
     {Action::remove,
+     true,
      false,
      {nullptr, trash_local_entries},
      {"right_popup_menu_delete", trash_remote_entries}},
-    {Action::refresh, true, {nullptr, only_reload}, {nullptr, only_reload}},
-    {Action::copy, false, {"left_popup_menu_copy", copy_local_entries}, {nullptr, copy_remote_entries}},
-    {Action::paste, false, {nullptr, paste_locally}, {"right_popup_menu_paste", paste_remotely}},
-    {Action::cut, false, {nullptr, cut_local_entries}, {nullptr, cut_remote_entries}},
-    {Action::copy_across, false, {nullptr, copy_local_entries_across}, {nullptr, copy_remote_entries_across}},
+    {Action::refresh, false, true, {nullptr, only_reload}, {nullptr, only_reload}},
+    {Action::copy, true, false, {"left_popup_menu_copy", copy_local_entries}, {nullptr, copy_remote_entries}},
+    {Action::paste, false, false, {nullptr, paste_locally}, {"right_popup_menu_paste", paste_remotely}},
+    {Action::cut, true, false, {nullptr, cut_local_entries}, {nullptr, cut_remote_entries}},
+    {Action::copy_across,
+     true,
+     false,
+     {nullptr, copy_local_entries_across},
+     {nullptr, copy_remote_entries_across}},
 };
 
 const Row& row_of(Action action) {
@@ -75,6 +83,8 @@ int run_action(const Pane& pane, Action action) {
     const OneSide& side = pane.is_remote() ? row.remote : row.local;
     if (side.line != nullptr)
         std::puts(side.line);
+    if (row.takes_selection && !pane.may_act_on(pane.selection()))
+        return -1;
     const Outcome outcome = side.act(pane);
     if (!outcome.reload)
         return outcome.result.value_or(0);

@@ -29,6 +29,7 @@ void remember_row(GtkTreeModel* model, GtkTreePath*, GtkTreeIter* iter, gpointer
     if (name.empty() || name == "..")
         return;
     relay_hub::RemoteItem item = relay_hub::remote_row(model, iter);
+    item.name = name;
     item.path = relay_hub::join_remote_path(*static_cast<const std::string*>(folder), name);
     rows.remembered.push_back(std::move(item));
 }

@@ -44,6 +44,7 @@ inline constexpr int kFolderItem = 1;
 
 // Attributes of one remote row, for a remote-to-local copy.
 struct RemoteItem {
+    std::string name;
     std::string path;
     int type = 0;  // kFileItem or kFolderItem
     std::string size;
@@ -54,7 +55,7 @@ struct RemoteItem {
 // The selected remote rows as they are now; kept at copy or drag time, so that browsing on loses nothing.
 void remember_remote_selection(GtkWidget* tree_view, const std::string& folder);
 const std::vector<RemoteItem>& remembered_remote_selection();
-// The row's attributes; the path stays empty.
+// The row's attributes; name and path stay empty.
 RemoteItem remote_row(GtkTreeModel* model, GtkTreeIter* iter);
 
 // What was remembered last becomes the attributes of the copied (or cut) items, which later drags do not

@@ -97,7 +97,7 @@ std::vector<std::string> dragged_remote_names(const Pane& pane) {
         return names;
     }
     for (const relay_hub::RemoteItem& item : relay_hub::remembered_remote_selection())
-        names.push_back(relay_hub::remote_base_name(item.path));
+        names.push_back(item.name);
     return names;
 }
 
@@ -165,6 +165,11 @@ int right_drag_data_received(GtkWidget*, GdkDragContext* context, gint, gint, Gt
 
 int remote_receive_data(GtkWidget*, GtkSelectionData* selection) {
     if (relay_hub::window_is_closing() || !holds_bytes(selection))
+        return -1;
+    std::vector<std::string> names;
+    for (const relay_hub::RemoteItem& item : relay_hub::remembered_remote_selection())
+        names.push_back(item.name);
+    if (!Pane::remote().may_act_on(names))
         return -1;
     const std::string text = text_of(selection);
     return relay_hub::copy_to_local_folder([&] { return dropped(text, "\r\n", false); },

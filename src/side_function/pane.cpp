@@ -3,12 +3,16 @@
 #include <algorithm>
 
 #include "base/path_text.h"
+#include "base/shown_text.h"
+#include "base/translated_text.h"
 #include "link_engine/command_runner.h"
 #include "link_engine/request_builders.h"
 #include "side_function/engine_messages.h"
 #include "side_function/wire_path.h"
 #include "tree_view_op/file_list_view.h"
+#include "util/path_kind.h"
 #include "window/closing.h"
+#include "window/dialogs/message_dialog.h"
 #include "window/dialogs/search_dialog.h"
 #include "window/message_parent.h"
 #include "xml_op/answer_readers.h"
@@ -48,6 +52,21 @@ std::vector<std::string> Pane::selected_paths() const {
     for (std::string& path : paths)
         path = path_of(path);
     return paths;
+}
+
+bool Pane::may_act_on(const std::vector<std::string>& names) const {
+    // A local name comes from the file system, which allows no separator in it.
+    if (!is_remote_)
+        return true;
+    const char* const separators = check_path_for_platform(folder().c_str()) == 1 ? "/\\" : "/";
+    const auto path = std::find_if(names.begin(), names.end(), [=](const std::string& name) {
+        return name.find_first_of(separators) != std::string::npos;
+    });
+    if (path == names.end())
+        return true;
+    const std::string text = fill_translated("IDS_MSG_NAME_IS_PATH", {shown_text(*path)});
+    show_error_box(message_parent(), GTK_BUTTONS_OK, text.c_str(), nullptr);
+    return false;
 }
 
 int Pane::first_selected_position() const {

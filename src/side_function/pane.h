@@ -26,6 +26,9 @@ class Pane {
     [[nodiscard]] std::vector<std::string> selection() const;
     // Their full paths.
     [[nodiscard]] std::vector<std::string> selected_paths() const;
+    // False, after telling the user, when one of these names of remote entries holds a separator: its path
+    // would lead to another entry.
+    [[nodiscard]] bool may_act_on(const std::vector<std::string>& names) const;
     // The position of the first selected row, 0 when none is selected.
     [[nodiscard]] int first_selected_position() const;
 

@@ -16,6 +16,7 @@
 #include "side_function/Zev_right_side.h"
 #include "side_function/left_side.h"
 #include "side_function/link_probes.h"
+#include "side_function/pane.h"
 #include "tree_view_op/file_list_view.h"
 #include "ui/link_status_monitor.h"
 #include "ui/window_state.h"
@@ -203,6 +204,8 @@ std::string typed_local_path(const std::string& typed, const std::string& folder
 void open_sub_folder(__single* side, const std::string& name) {
     const std::string from = current_folder(side);
     const bool up = name == "..";
+    if (is_remote(side) && !Pane::remote().may_act_on({name}))
+        return;
     bool opened = false;
     if (is_remote(side))
         opened = open_remote_folder(side,

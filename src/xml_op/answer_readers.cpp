@@ -89,7 +89,7 @@ void show_folder(FileList& list, const std::string& path) {
         insert_root_row(side->tree_view);
     {
         relay_hub::RowFiller filler(side->tree_view, list.rows.size());
-        list.rows.move_to(filler, check_path_for_platform(path.c_str()) == 1 ? "/\\" : "/");
+        list.rows.move_to(filler);
     }
     relay_hub::set_free_space(side->tree_view, list.free_bytes);
     relay_hub::set_current_folder(side, path.c_str());

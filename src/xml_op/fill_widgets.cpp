@@ -146,7 +146,7 @@ int fill_to_widget_NP_VAL_CMD_GET_FILE_LIST(xmlNode* node, __single* side) {
         relay_hub::RecordRows rows;
         relay_hub::keep_file_row(node, rows);
         relay_hub::RowFiller filler(side->tree_view, rows.size());
-        rows.move_to(filler, "/");
+        rows.move_to(filler);
     }
     return 0;
 }

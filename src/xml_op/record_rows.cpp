@@ -14,8 +14,9 @@ constexpr std::size_t kBlockSize = 65536;
 constexpr char kNoText = 0;
 constexpr char kText = 1;
 
-bool leads_elsewhere(std::string_view name, const char* separators) {
-    return name == "." || name == ".." || name.find_first_of(separators) != std::string_view::npos;
+// The folder itself and the one above: the list has its own row for the latter.
+bool is_dot_name(std::string_view name) {
+    return name == "." || name == "..";
 }
 
 // Returns where the next row begins.
@@ -42,7 +43,7 @@ void RecordRows::append(const char* const* texts) {
     ++size_;
 }
 
-void RecordRows::move_to(RowFiller& filler, const char* separators) {
+void RecordRows::move_to(RowFiller& filler) {
     std::array<const char*, kColumnCount> texts{};
     for (bool go_on = true; go_on && !blocks_.empty(); blocks_.pop_front()) {
         const std::string& block = blocks_.front();
@@ -50,8 +51,8 @@ void RecordRows::move_to(RowFiller& filler, const char* separators) {
         while (go_on && at < block.data() + block.size()) {
             at = read_row(at, texts);
             const char* const name = texts[kColumnName] == nullptr ? "" : texts[kColumnName];
-            if (leads_elsewhere(name, separators))
-                report(RELAY_HUB_HERE, "entry left out, its name is a path: ", name);
+            if (is_dot_name(name))
+                report(RELAY_HUB_HERE, "entry left out, its name is no name: ", name);
             else
                 go_on = filler.add(texts.data());
         }

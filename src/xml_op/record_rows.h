@@ -17,9 +17,9 @@ class RecordRows {
     // kColumnCount texts in column order, copied; null leaves a column empty.
     void append(const char* const* texts);
     [[nodiscard]] std::size_t size() const { return size_; }
-    // Adds all rows to the list, and lets go of them on the way. A row whose name would lead out of its
-    // folder (a dot name, or one that holds one of the separators) is told on standard error and left out.
-    void move_to(RowFiller& filler, const char* separators);
+    // Adds all rows to the list, and lets go of them on the way. A row named "." or ".." is told on standard
+    // error and left out.
+    void move_to(RowFiller& filler);
 
   private:
     std::deque<std::string> blocks_;  // a row never lies in two

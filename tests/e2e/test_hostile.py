@@ -5,7 +5,7 @@ import time
 
 from common import (BASE, OK, SLOW, act_until, command, frame, kib_of, make_fifos, message, read, remove, wait_for,
                     write)
-from desktop import LOCAL, REMOTE, DesktopTest, find, main
+from desktop import LOCAL, REMOTE, DesktopTest, centre, find, labels, main
 from hostile_engine import HONEST_ROWS, Answer, HostileEngine, call_back, listing, row, whole
 
 GOOD = row("valid.txt")
@@ -56,8 +56,8 @@ ANSWERS = {
     "odd hex": (whole(listing(GOOD.replace("<TF>", "<TF>A"))), ["valid.txt"]),
     "no hex": (whole(listing(GOOD.replace("<TF>", "<TF>zz"))), ["valid.txt"]),
     "100 KiB of hex": (whole(listing(GOOD.replace("<TF>", "<TF>" + "4100" * 25600))), ["valid.txt"]),
-    "slash in a name": (whole(listing(row("../../etc/passwd"), GOOD)), ["valid.txt"]),
-    "backslash in a name": (whole(listing(row("..\\..\\boot"), GOOD)), ["valid.txt"]),
+    "slash in a name": (whole(listing(row("../../etc/passwd"), GOOD)), ["../../etc/passwd", "valid.txt"]),
+    "backslash in a name": (whole(listing(row("..\\..\\boot"), GOOD)), ["..\\..\\boot", "valid.txt"]),
     "dot-dot as a name": (whole(listing(row("..", "1"), GOOD)), ["valid.txt"]),
     "empty name": (whole(listing(row(""), GOOD)), ["", "valid.txt"]),
     "newline in a name": (whole(listing(row("two\nlines"), GOOD)), ["two\\u000Alines", "valid.txt"]),
@@ -142,6 +142,18 @@ class Hostile(DesktopTest):
                 self.check_alive()
                 self.go_honest()
         self.assertEqual(self.desktop.close(), 0)
+
+    def test_a_path_as_a_name_is_not_copied_by_a_drag(self):
+        d, name = self.desktop, "..\\..\\boot"
+        self.hostile.lie(whole(listing(row(name), GOOD)))
+        self.ask()
+        d.wait_rows(REMOTE, name)
+        d.drag(centre(d.cell(REMOTE, name)), centre(d.table(LOCAL)),
+               lambda: d.output().count("on_treeview_1_drag_motion\n"))
+        self.assertIn("path separator", " ".join(labels(wait_for(d.error_box, what="the refusal"))))
+        self.settle()
+        self.go_honest()
+        self.assertEqual(d.close(), 0)
 
     def test_rounds_that_end_as_the_next_begins(self):
         """Every listing ends by itself, although the engine's end never shows as closed."""

@@ -54,7 +54,7 @@ TEST_F(AnswerReaders, FileListAnswersFillThePaneOrLeaveItAsItWas) {
          ".. a b"},
         {"paths as names",
          message(kSuccess + line("..", "1") + line(".", "1") + line("../x", "0") + line("a\\b", "0")), 0,
-         ".. a\\b"},
+         ".. ../x a\\b"},
         {"T1 in a record", message(line("a", "0") + "<Line><TA>b</TA><X>" + kSuccess + "</X></Line>"), 0,
          ".. a b"},
         {"text between records",
@@ -76,7 +76,7 @@ TEST_F(AnswerReaders, EveryFieldOfARecordHasItsColumn) {
         "B</TZ2><TO>9</TO><TR>34</TR><TU>1700000000</TU><TX>x</TX>"
         "<TH>d</TH></Line>";
     folder_.list_path = "C:\\";
-    ASSERT_EQ(read(get_NP_VAL_CMD_GET_FILE_LIST, message(kSuccess + record + line("e\\f", "0"))), 0);
+    ASSERT_EQ(read(get_NP_VAL_CMD_GET_FILE_LIST, message(kSuccess + record)), 0);
     std::vector<std::string> row;
     for (int column = 0; column < kColumnCount; ++column)
         for (const std::string& text : remote_.texts(column))

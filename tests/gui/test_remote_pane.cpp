@@ -1,8 +1,13 @@
+#include <functional>
+#include <utility>
+
 #include "gui/pane_fixture.h"
 #include "side_function/Zev_right_side.h"
+#include "side_function/actions.h"
 #include "side_function/copy_source.h"
 #include "side_function/left_side.h"
 #include "tree_view_op/file_list_view.h"
+#include "ui/navigation.h"
 #include "util/ansi_unicode_hex.h"
 #include "window/closing.h"
 
@@ -82,6 +87,37 @@ TEST_F(RemotePane, NeitherTheParentRowNorANamelessOneIsEverDeleted) {
     remote_.select({0, 1});
     right_popup_menu_delete(nullptr, nullptr);
     EXPECT_THAT(engine_.requests("Trash"), IsEmpty());
+}
+
+TEST_F(RemotePane, NoActionTakesANameThatIsAPath) {
+    using relay_hub::Action;
+    using relay_hub::Pane;
+    show("/home", line("../x", "1") + line("a\\b", "0"));
+    const std::pair<const char*, std::function<void()>> cases[] = {
+        {"rename", [] { relay_hub::run_action(Pane::remote(), Action::rename); }},
+        {"delete", [] { relay_hub::run_action(Pane::remote(), Action::remove); }},
+        {"copy", [] { relay_hub::run_action(Pane::remote(), Action::copy); }},
+        {"cut", [] { relay_hub::run_action(Pane::remote(), Action::cut); }},
+        {"copy across", [] { relay_hub::run_action(Pane::remote(), Action::copy_across); }},
+        {"open", [] { relay_hub::open_sub_folder(get_UI_sets()->right_side, "../x"); }},
+    };
+    const std::size_t sent = engine_.requests("NP_Cmd").size();
+    for (const auto& [what, act] : cases) {
+        remote_.select({1, 2});
+        const When box([] { return find_window_with("IDS_MSG_NAME_IS_PATH") != nullptr; },
+                       [] {
+                           gtk_dialog_response(GTK_DIALOG(find_window_with("IDS_MSG_NAME_IS_PATH")),
+                                               GTK_RESPONSE_OK);
+                       });
+        act();
+        EXPECT_TRUE(box.done()) << what;
+        EXPECT_EQ(engine_.requests("NP_Cmd").size(), sent) << what;
+        EXPECT_EQ(g_copy_source, kNothingCopied) << what;
+    }
+    // Without a drive letter a backslash is a character like any other.
+    remote_.select({2});
+    right_popup_menu_delete(nullptr, nullptr);
+    EXPECT_THAT(engine_.requests("Trash"), ElementsAre(HasSubstr(hex_field("TF", "/home/a\\b"))));
 }
 
 TEST_F(RemotePane, RemoteItemsTravelWithTheAttributesOfTheirRows) {
