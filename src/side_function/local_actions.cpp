@@ -74,7 +74,7 @@ void paste_offered_files(const Pane& pane) {
 Outcome make_local_folder(const Pane& pane) {
     const std::string name = ask_folder_name();
     if (name.empty())
-        return {};
+        return Outcome::nothing(0);
     const std::string path = pane.path_of(name);
     std::printf("create name [%s]\n", path.c_str());
     if (::mkdir(path.c_str(), kNewFolderMode) != 0)
@@ -88,7 +88,9 @@ Outcome rename_local_entry(const Pane& pane) {
         return Outcome::nothing(-1);
     Outcome outcome = Outcome::selecting(pane.selection(), old_name);
     const std::string new_name = ask_new_name(pane, old_name);
-    if (!new_name.empty() && renamed(pane, old_name, new_name)) {
+    if (new_name.empty())
+        return Outcome::nothing(0);
+    if (renamed(pane, old_name, new_name)) {
         std::replace(outcome.names.begin(), outcome.names.end(), old_name, new_name);
         outcome.cursor = new_name;
     }

@@ -130,7 +130,9 @@ Outcome rename_remote_entry(const Pane& pane) {
     if (outcome.cursor.empty())
         return outcome;
     const std::string new_name = ask_new_name(pane, outcome.cursor);
-    if (!new_name.empty() && new_name != outcome.cursor)
+    if (new_name.empty())
+        return Outcome::nothing(0);
+    if (new_name != outcome.cursor)
         rename_on_engine(pane, new_name, outcome);
     return outcome;
 }

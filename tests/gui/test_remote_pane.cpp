@@ -120,6 +120,32 @@ TEST_F(RemotePane, NoActionTakesANameThatIsAPath) {
     EXPECT_THAT(engine_.requests("Trash"), ElementsAre(HasSubstr(hex_field("TF", "/home/a\\b"))));
 }
 
+TEST_F(RemotePane, ACancelledNameReadsNoListAgain) {
+    const test::Sandbox folder;
+    folder.make_file("old");
+    relay_hub::set_current_folder(get_UI_sets()->left_side, folder.at().c_str());
+    ASSERT_EQ(left_treeview_load_file(nullptr, folder.at()), 0);
+    show("/home", line("a", "0"));
+    remote_.select({1});
+    local_.select({1});
+    folder.make_file("unseen");
+    const std::size_t sent = engine_.requests("NP_Cmd").size();
+    const std::pair<const char*, int (*)(GtkWidget*, gpointer)> cases[] = {
+        {"IDS_MN_RENAME", right_popup_menu_rename},
+        {"IDS_MN_ADDNEWFOLDER", right_popup_menu_mkdir},
+        {"IDS_MN_RENAME", left_popup_menu_rename},
+        {"IDS_MN_ADDNEWFOLDER", left_popup_menu_mkdir}};
+    for (const auto& [title, act] : cases) {
+        const When shown(
+            [title = title] { return find_window(title) != nullptr; },
+            [title = title] { gtk_dialog_response(GTK_DIALOG(find_window(title)), GTK_RESPONSE_CANCEL); });
+        EXPECT_EQ(act(nullptr, nullptr), 0);
+        EXPECT_TRUE(shown.done()) << title;
+        EXPECT_EQ(engine_.requests("NP_Cmd").size(), sent) << title;
+        EXPECT_EQ(names(local_), ".. old") << title;
+    }
+}
+
 TEST_F(RemotePane, RemoteItemsTravelWithTheAttributesOfTheirRows) {
     test::Sandbox target;
     relay_hub::set_current_folder(get_UI_sets()->left_side, target.at().c_str());
