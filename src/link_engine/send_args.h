@@ -51,5 +51,9 @@ struct __send_args {
     bool given_up = false;       // its waits were ended; what the engine does with it is not known
     bool refused = false;        // the user answered a question of its copy with anything but yes
     bool skip_existing = false;  // such questions are answered with no, without asking
+    // A file list: whether a folder that the engine does not list is told to the user, and whether it was
+    // such a folder.
+    bool tell_unlisted = true;
+    bool unlisted = false;
     int command_code = 0;
 };

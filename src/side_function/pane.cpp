@@ -7,6 +7,7 @@
 #include "base/translated_text.h"
 #include "link_engine/command_runner.h"
 #include "link_engine/request_builders.h"
+#include "link_engine/transfer_state.h"
 #include "side_function/engine_messages.h"
 #include "side_function/wire_path.h"
 #include "tree_view_op/file_list_view.h"
@@ -20,7 +21,8 @@
 namespace relay_hub {
 namespace {
 
-int load_remote(const std::string& folder) {
+// With tell_unlisted false Pane::kUnlisted for a folder that the engine does not list.
+int load_remote(const std::string& folder, bool tell_unlisted) {
     // Also for the reloads that end other actions: an engine that stays silent then must not hold the window.
     const BusyDialog busy;
     __send_args args;
@@ -28,7 +30,12 @@ int load_remote(const std::string& folder) {
     args.list_path_hex = traced_unicode_hex(folder);
     args.command_code = kCodeFileList;
     args.parent_window = message_parent();
+    args.tell_unlisted = tell_unlisted;
     const int result = send_command_t(set_NP_VAL_CMD_GET_FILE_LIST, get_NP_VAL_CMD_GET_FILE_LIST, &args);
+    if (args.unlisted && !tell_unlisted) {
+        SetShowMessageBox("");
+        return Pane::kUnlisted;
+    }
     // An engine that left entries out says so.
     show_waiting_message();
     return result;
@@ -84,7 +91,14 @@ int Pane::load(const std::string& folder) const {
     if (window_is_closing())
         return -1;
     const WindowWork work;
-    return is_remote_ ? load_remote(folder) : once_search_and_insert_to_treeview(folder, list());
+    return is_remote_ ? load_remote(folder, true) : once_search_and_insert_to_treeview(folder, list());
+}
+
+int Pane::try_to_load_remote(const std::string& folder) {
+    if (window_is_closing())
+        return -1;
+    const WindowWork work;
+    return load_remote(folder, false);
 }
 
 int Pane::reload() const {

@@ -107,16 +107,41 @@ std::string normalised_remote_path(const std::string& path, bool with_drives) {
     return result;
 }
 
-bool open_remote_folder(__single* side, const std::string& path, Entry entry) {
+// 0 or negative; Pane::kUnlisted, untold, for a folder that the engine does not list when that is not told.
+int load_remote_folder(const std::string& path, bool tell_unlisted) {
     std::printf("real path: %s\n", path.c_str());
     const BusyDialog busy;
-    const int result = right_treeview_load_file(main_window(), path);
+    const int result =
+        tell_unlisted ? right_treeview_load_file(main_window(), path) : Pane::try_to_load_remote(path);
     std::printf("ret= %d\n", result);
-    if (result != 0 || window_is_closing())
+    return window_is_closing() ? -1 : result;
+}
+
+bool open_remote_folder(__single* side, const std::string& path, Entry entry) {
+    if (load_remote_folder(path, true) != 0)
         return false;
     if (entry == Entry::shows_folder)
         set_path_entry(side, path.c_str());
     return true;
+}
+
+// Opens the folder above; while that is gone too, the one above it.
+bool open_remote_parent(__single* side, const std::string& folder) {
+    const bool with_drives = is_drive_path(folder);
+    const BusyDialog busy;
+    std::string path = folder;
+    // There is nothing above a root: that it cannot be listed is told.
+    for (bool at_root = false; !at_root;) {
+        const std::size_t length = path.size();
+        path = normalised_remote_path(join_remote_path(path, ".."), with_drives);
+        at_root = check_root_path(path.c_str()) == 0 || path.size() >= length;
+        const int result = load_remote_folder(path, at_root);
+        if (result == 0)
+            set_path_entry(side, path.c_str());
+        if (result != Pane::kUnlisted)
+            return result == 0;
+    }
+    return false;
 }
 
 // Where the user came from, so that climbing up leaves the folder below selected.
@@ -207,7 +232,9 @@ void open_sub_folder(__single* side, const std::string& name) {
     if (is_remote(side) && !Pane::remote().may_act_on({name}))
         return;
     bool opened = false;
-    if (is_remote(side))
+    if (is_remote(side) && up)
+        opened = open_remote_parent(side, from);
+    else if (is_remote(side))
         opened = open_remote_folder(side,
                                     normalised_remote_path(join_remote_path(from, name), is_drive_path(from)),
                                     Entry::shows_folder);

@@ -159,7 +159,9 @@ int get_NP_VAL_CMD_GET_FILE_LIST(__send_args* args) {
     }
     if (result == -1) {
         report(RIGHT_SIDE_HERE, text_of(list->answer->field(wire::kResult)));
-        tell_no_data(args->list_path);
+        args->unlisted = true;
+        if (args->tell_unlisted)
+            tell_no_data(args->list_path);
     } else {
         report(RIGHT_SIDE_HERE, "no folder list in the answer, folder", args->list_path);
     }

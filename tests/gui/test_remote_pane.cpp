@@ -1,5 +1,6 @@
 #include <functional>
 #include <utility>
+#include <vector>
 
 #include "gui/pane_fixture.h"
 #include "side_function/Zev_right_side.h"
@@ -38,10 +39,14 @@ class RemotePane : public Panes {
     }
 
     std::string answer(const std::string& request) {
+        for (const std::string& folder : gone_)
+            if (request.find(field("TG", folder)) != std::string::npos)
+                return message(kRefused);
         const bool listing = request.find("NP_Cmd_Get_File_List") != std::string::npos;
         return listing ? message(kSuccess + records_) : answer_;
     }
 
+    std::vector<std::string> gone_;           // folders that cannot be listed
     std::string records_;                     // of the next listings
     std::string answer_ = message(kSuccess);  // to every other request
     FakeEngine engine_{[this](const std::string& request) { return answer(request); }};
@@ -143,6 +148,30 @@ TEST_F(RemotePane, ACancelledNameReadsNoListAgain) {
         EXPECT_TRUE(shown.done()) << title;
         EXPECT_EQ(engine_.requests("NP_Cmd").size(), sent) << title;
         EXPECT_EQ(names(local_), ".. old") << title;
+    }
+}
+
+TEST_F(RemotePane, TheParentRowOfAVanishedFolderOpensTheNearestThatIsListed) {
+    __single* const side = get_UI_sets()->right_side;
+    const struct {
+        const char* from;
+        std::vector<std::string> gone;
+        const char* opened;
+        bool told;
+    } cases[] = {{"/a/b/c/", {}, "/a/b/", false},
+                 {"/a/b/c/", {"/a/b/", "/a/"}, "/", false},
+                 {"C:\\a\\b\\", {"C:\\a\\"}, "C:\\", false},
+                 {"/a/b/c/", {"/a/b/", "/a/", "/"}, "/a/b/c/", true}};
+    for (const auto& c : cases) {
+        gone_.clear();
+        show(c.from, line("f", "0"));
+        gone_ = c.gone;
+        const When box(
+            [] { return find_window_with("IDS_NO_DATA") != nullptr; },
+            [] { gtk_dialog_response(GTK_DIALOG(find_window_with("IDS_NO_DATA")), GTK_RESPONSE_OK); });
+        relay_hub::open_sub_folder(side, "..");
+        EXPECT_STREQ(relay_hub::current_folder(side), c.opened) << c.from;
+        EXPECT_EQ(box.done(), c.told) << c.opened;
     }
 }
 
