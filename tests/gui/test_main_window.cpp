@@ -1,6 +1,9 @@
 #include <gdk/gdkkeysyms.h>
 #include <gmock/gmock.h>
 
+#include <filesystem>
+#include <utility>
+
 #include "gui/window_fixture.h"
 #include "side_function/clipboard.h"
 #include "tree_view_op/file_list_view.h"
@@ -96,6 +99,22 @@ TEST_F(MainWindow, TheKeypadsEnterOpensATypedPath) {
     gtk_entry_set_text(GTK_ENTRY(local().path_entry), sandbox_.at("folder").c_str());
     gui_test::press_key(local().path_entry, GDK_KEY_KP_Enter);
     EXPECT_EQ(relay_hub::current_folder(&local()), sandbox_.at("folder"));
+}
+
+TEST_F(MainWindow, OpensWhatIsTypedAndLeavesItInTheEntry) {
+    const std::string home = std::filesystem::canonical(g_get_home_dir()).string();
+    const std::pair<std::string, std::string> cases[] = {
+        {"folder", sandbox_.at("folder")},
+        {"../folder/.", sandbox_.at("folder")},
+        {"~", home},
+        {"~/.", home},
+        {"file://" + sandbox_.at("folder"), sandbox_.at("folder")}};
+    for (const auto& [typed, shown] : cases) {
+        open_local(typed.starts_with("..") ? sandbox_.at("folder") : sandbox_.at());
+        open_local(typed);
+        EXPECT_EQ(relay_hub::current_folder(&local()), shown) << typed;
+        EXPECT_EQ(gtk_entry_get_text(GTK_ENTRY(local().path_entry)), typed);
+    }
 }
 
 TEST_F(MainWindow, PastesByKeyOnlyWhatTheMenuWouldOffer) {
