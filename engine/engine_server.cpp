@@ -37,16 +37,6 @@ constexpr std::size_t kUsualCapacity = 65536;
 constexpr std::size_t kLongestTracedText = 200;
 constexpr milliseconds kDrainLimit{100};
 
-// What a client wrote beyond its request would be taken for the next one's.
-void drain(int in) {
-    std::array<char, 4096> rest{};
-    while (true) {
-        const ssize_t count = ::read(in, rest.data(), rest.size());
-        if (count <= 0 && errno != EINTR)
-            return;
-    }
-}
-
 // Gives the reader the time to take a piece by itself.
 void await_drained(int fd) {
     const Deadline end = after(kDrainLimit);
@@ -137,7 +127,8 @@ bool EngineServer::serve_client() {
     const Reading reading = read_request(in.get(), request);
     if (reading == Reading::client_left)
         return true;
-    drain(in.get());
+    // What a client wrote beyond its request would be taken for the next one's.
+    discard_waiting(in.get(), kClientLimit);
     in.reset();
     keeper_.reset();
     if (reading == Reading::complete && request.starts_with(kCommandMarker))

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <utility>
 
 #include "engine/sftp/transfer_window.h"
@@ -101,7 +100,7 @@ Error SftpSource::read(char* buffer, std::size_t size, std::size_t& got) {
             return error;
     }
     got = std::min(size, rest_.size());
-    std::memcpy(buffer, rest_.data(), got);
+    std::copy_n(rest_.data(), got, buffer);
     rest_.remove_prefix(got);
     return {};
 }

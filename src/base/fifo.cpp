@@ -150,4 +150,11 @@ ssize_t read_some(int fd, void* data, std::size_t size) {
     return count;
 }
 
+void discard_waiting(int fifo, std::chrono::milliseconds limit) {
+    std::array<char, 65536> dropped;
+    const Deadline end = after(limit);
+    while (read_some(fifo, dropped.data(), dropped.size()) > 0 && Clock::now() < *end) {
+    }
+}
+
 }  // namespace relay_hub

@@ -35,4 +35,7 @@ void ignore_broken_pipes();
 // read() through EINTR.
 ssize_t read_some(int fd, void* data, std::size_t size);
 
+// Reads away what waits in a non-blocking end, for at most limit against a writer that goes on.
+void discard_waiting(int fifo, std::chrono::milliseconds limit);
+
 }  // namespace relay_hub

@@ -47,10 +47,7 @@ bool is_fifo(const std::string& path) {
 }
 
 void discard_pending(int out) {
-    std::array<char, 65536> dropped;
-    const Deadline limit = after(kPeerSilence);
-    while (read_some(out, dropped.data(), dropped.size()) > 0 && Clock::now() < *limit) {
-    }
+    discard_waiting(out, kPeerSilence);
 }
 
 bool fail_in_open() {

@@ -231,8 +231,11 @@ std::unique_ptr<char[]> ReadPipeData(int fd, unsigned int* count) {
     if (client_time != nullptr)
         spend(*client_time, since);
     const bool usable = end == ReadEnd::complete || end == ReadEnd::closed || is_negative(progress);
-    if (!usable || !progress.header_complete())
+    if (!usable || !progress.header_complete()) {
+        // The rest of it would be read as the next client's request, and that client told of its failure.
+        relay_hub::discard_waiting(fd, time);
         return nullptr;
+    }
     auto result = std::make_unique<char[]>(body.size() + kBodyEnd);
     std::memcpy(result.get(), body.data(), body.size());
     *count = static_cast<unsigned int>(body.size());
