@@ -116,6 +116,7 @@ class Window(DesktopTest):
         self.assertIn("“x/y” cannot be renamed: a name cannot contain “/”.", labels(box))
         d.press(box, "OK")
         d.press(d.wait_dialog("Create New Folder"), "Cancel")
+        d.wait_quiet()
         d.key("ctrl+q")
         self.assertEqual(d.window.wait(10), 0)
 
