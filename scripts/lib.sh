@@ -16,7 +16,7 @@ refuse() { # what is wrong with the command line
 }
 
 packages_to_build="cmake ninja-build g++ pkg-config gettext libgtk2.0-dev libxml2-dev \
-libavahi-client-dev libavahi-glib-dev libnotify-dev librsvg2-bin imagemagick"
+libavahi-client-dev libavahi-glib-dev librsvg2-bin imagemagick"
 packages_to_show="xvfb x11-utils imagemagick fonts-dejavu-core dbus procps"
 packages_to_show_all_languages="fonts-noto-cjk"
 packages_to_test="$packages_to_show $packages_to_show_all_languages xauth libgtest-dev libgmock-dev python3 python3-gi gir1.2-atspi-2.0 at-spi2-core \
