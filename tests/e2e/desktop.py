@@ -314,29 +314,39 @@ class Desktop:
     def press(self, dialog, button):
         wait_for(lambda: find(dialog, "push button", button), what=f"button {button}").do_action(0)
 
-    def click(self, node, button=1, repeat=1):
-        self.xdo("mousemove", *centre(node), "click", "--repeat", repeat, "--delay", 40, button)
+    def click(self, target, button=1, repeat=1):
+        """A widget, or a place on the screen."""
+        place = target if isinstance(target, tuple) else centre(target)
+        self.xdo("mousemove", *place, "click", "--repeat", repeat, "--delay", 40, button)
 
-    def cell(self, side, name):
+    def reachable_cell(self, side, name):
         """The row's first cell, once it is where a click reaches it: a list that is filled anew has no places yet."""
         def reachable():
             table, rows = self.table(side), self.rows(side)
             cell = table.get_accessible_at(rows.index(name), 0) if name in rows else None
             if cell and not has_state(cell, STATES.SHOWING):
                 cell.grab_focus()  # scrolls to it, and selects it
-            return cell if cell and holds(table, *centre(cell)) else None
+            place = cell and tuple(centre(cell))  # read once: filled anew, the list gives the cell no place
+            return (cell, place) if cell and holds(table, *place) else None
         return wait_for(reachable, what=f"row {name} in {side}")
 
+    def cell(self, side, name):
+        return self.reachable_cell(side, name)[0]
+
+    def row(self, side, name):
+        """Where a click reaches the row."""
+        return self.reachable_cell(side, name)[1]
+
     def open(self, side, name):
-        self.click(self.cell(side, name), repeat=2)
+        self.click(self.row(side, name), repeat=2)
 
     def select(self, side, *names):
         def click():
-            self.click(self.cell(side, names[0]))
+            self.click(self.row(side, names[0]))
             for name in names[1:]:
                 self.xdo("keydown", "ctrl")
                 try:
-                    self.click(self.cell(side, name))
+                    self.click(self.row(side, name))
                 finally:
                     self.xdo("keyup", "ctrl")
         act_until(lambda: set(self.selected(side)) >= set(names), click, what=f"the selection of {names}")
@@ -344,10 +354,9 @@ class Desktop:
     def open_menu(self, side, row=None):
         """The menu's items after a right click on a row, or on empty space."""
         def click():
-            target = self.cell(side, row) if row else self.table(side)
-            x, y = centre(target)
+            x, y = self.row(side, row) if row else centre(self.table(side))
             if not row:
-                y = box_of(target).y + box_of(target).height - 8
+                y = box_of(self.table(side)).y + box_of(self.table(side)).height - 8
             self.xdo("mousemove", x, y, "click", 3)
         return act_until(self.menu_items, click, 3, what="the menu")
 

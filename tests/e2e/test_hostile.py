@@ -148,7 +148,7 @@ class Hostile(DesktopTest):
         self.hostile.lie(whole(listing(row(name), GOOD)))
         self.ask()
         d.wait_rows(REMOTE, name)
-        d.drag(centre(d.cell(REMOTE, name)), centre(d.table(LOCAL)),
+        d.drag(d.row(REMOTE, name), centre(d.table(LOCAL)),
                lambda: d.output().count("on_treeview_1_drag_motion\n"))
         self.assertIn("path separator", " ".join(labels(wait_for(d.error_box, what="the refusal"))))
         self.settle()

@@ -3,7 +3,7 @@ import os
 import shutil
 import tempfile
 
-from common import read, tree_of, wait_for, write
+from common import act_until, read, tree_of, wait_for, write
 from desktop import LOCAL, REMOTE, DesktopTest, main
 
 OLD, NEW = b"old one", b"new one"  # of one length
@@ -37,8 +37,9 @@ class Move(DesktopTest):
     def paste(self, side, folder, *names):
         d = self.desktop
         d.go(side, folder, count=1 + len(names))
-        d.table(side).grab_focus()
-        wait_for(lambda: d.has_focus(side), what="the keyboard in the list")
+        d.wait_quiet()
+        d.take_keyboard()
+        act_until(lambda: d.has_focus(side), d.table(side).grab_focus, 1, what="the keyboard in the list")
         d.key("ctrl+v")
 
     def trashed(self):

@@ -117,7 +117,7 @@ class Mouse(PaneTest):
             with self.subTest(side):
                 d.select(side, "a.txt")
                 before = d.output().count("button_press_event\n")
-                d.click(d.cell(side, ".."), button=3)
+                d.click(d.row(side, ".."), button=3)
                 wait_for(lambda: d.output().count("button_press_event\n") > before, what="the press")
                 self.assertEqual(d.menu_items(), {})
                 for selected, row in ((["b.txt"], "b.txt"), (["a.txt", "c.txt"], "a.txt")):
@@ -138,17 +138,17 @@ class Mouse(PaneTest):
                     write(os.path.join(self.below[side], name), name.encode())
                 d.menu(side, "Refresh")
                 d.select(side, *names)
-                self.drag_to_pane(centre(d.cell(side, names[0])), target)
+                self.drag_to_pane(d.row(side, names[0]), target)
                 d.wait_rows(target, *names)
                 self.assertEqual([read(os.path.join(self.below[target], name)).decode() for name in names], names)
                 self.assertEqual(d.selected(side), [])
         answers = d.output().count("on_treeview_1_drag_motion\n")
-        d.xdo("mousemove", *centre(d.cell(LOCAL, "..")), "mousedown", 1, "mousemove", *centre(d.table(REMOTE)),
+        d.xdo("mousemove", *d.row(LOCAL, ".."), "mousedown", 1, "mousemove", *centre(d.table(REMOTE)),
               "mouseup", 1)
         before = sorted(os.listdir(self.below[REMOTE]))
         d.select(LOCAL, "b.txt")
         self.assertEqual(d.output().count("on_treeview_1_drag_motion\n"), answers, "the parent row was dragged")
-        self.drag_to_pane(centre(d.cell(REMOTE, "a.txt")), REMOTE)
+        self.drag_to_pane(d.row(REMOTE, "a.txt"), REMOTE)
         d.wait_quiet()
         self.assertEqual(sorted(os.listdir(self.below[REMOTE])), before)
 
@@ -161,7 +161,7 @@ class Mouse(PaneTest):
         wait_for(lambda: "shown" in d.output("env"), what="the other program")
         with self.subTest("out of the local pane"):
             d.select(LOCAL, "a.txt", "b.txt")
-            d.drag(centre(d.cell(LOCAL, "a.txt")), (150, 50), lambda: d.output("env").count("motion"))
+            d.drag(d.row(LOCAL, "a.txt"), (150, 50), lambda: d.output("env").count("motion"))
             dropped = wait_for(lambda: re.search("dropped (.*)\n", d.output("env")), what="the drop")
             self.assertEqual(sorted(dropped.group(1).split()),
                              [f"file://{self.below[LOCAL]}/{name}" for name in ("a.txt", "b.txt")])
@@ -240,7 +240,7 @@ class Clipboard(PaneTest):
 
         def drag(side, target):
             d.select(side, *NAMES)
-            self.drag_to_pane(centre(d.cell(side, NAMES[1])), target)
+            self.drag_to_pane(d.row(side, NAMES[1]), target)
         for side, target in (SIDES, SIDES[::-1]):
             for how, order in ((lambda side, target: d.copy(side, NAMES[::-1], target), NAMES), (drag, NAMES),
                                (paste_theirs, ["b.txt", "c.txt", "a.txt"]),

@@ -85,11 +85,11 @@ class Window(DesktopTest):
             write(os.path.join(work, name))
         d.start_window()
         d.go(LOCAL, work, "note.txt", "other.tar.gz")
-        d.click(d.cell(LOCAL, "other.tar.gz"))
+        d.click(d.row(LOCAL, "other.tar.gz"))
         d.key("n", "o", "Escape")
         wait_for(lambda: d.selected(LOCAL) == ["note.txt"], what="the name searched for")
         for key in ("F6", "ctrl+l"):
-            d.click(d.cell(LOCAL, "note.txt"))
+            d.click(d.row(LOCAL, "note.txt"))
             d.key(key)
             wait_for(lambda: has_state(d.entry(LOCAL), STATES.FOCUSED), what="the path entry's focus")
         d.key("ctrl+h")
