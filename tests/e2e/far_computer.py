@@ -1,5 +1,6 @@
 """Another computer for the tests: an sshd of our own on 127.0.0.1 as an ordinary user, a relay in front of it that
 can be held and cut, and the engine connected to it."""
+import contextlib
 import os
 import pwd
 import selectors
@@ -29,10 +30,11 @@ def free_port():
 
 def children_of(pid):
     found = []
-    for task in os.listdir(f"/proc/{pid}/task"):
-        with open(f"/proc/{pid}/task/{task}/children") as file:
-            for child in map(int, file.read().split()):
-                found += [child] + children_of(child)
+    with contextlib.suppress(FileNotFoundError, ProcessLookupError):  # it, or a thread of it, ended just then
+        for task in os.listdir(f"/proc/{pid}/task"):
+            with open(f"/proc/{pid}/task/{task}/children") as file:
+                for child in map(int, file.read().split()):
+                    found += [child] + children_of(child)
     return found
 
 
