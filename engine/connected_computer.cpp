@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "engine/sftp/remote_entry.h"
+#include "engine/sftp/sftp_file_system.h"
 #include "engine/wire_text.h"
 
 namespace relay_hub::engine {
@@ -18,9 +19,11 @@ bool may_pass(sftp::FailureKind kind) {
 }  // namespace
 
 ConnectedComputer::ConnectedComputer(const SshAddress& address, std::optional<Style> style, News news)
-    : news_(std::move(news)),
-      keeper_(address, *this, interruption_),
-      files_([this] { return keeper_.session(); }, interruption_, style) {}
+    : news_(std::move(news)), style_(style), keeper_(address, *this) {}
+
+std::unique_ptr<RemoteFileSystem> ConnectedComputer::make_tree() const {
+    return std::make_unique<sftp::SftpFileSystem>([this] { return keeper_.session(); }, style_);
+}
 
 int ConnectedComputer::start() {
     news_.state.remote_online = false;
@@ -39,12 +42,11 @@ void ConnectedComputer::ssh_said(const std::string& line) {
     news_.status.ssh_said(line);
 }
 
-void ConnectedComputer::connected(const sftp::ServerFacts& facts, const std::string& folder) {
+void ConnectedComputer::connected(const sftp::ServerFacts& facts) {
     was_connected_ = true;
     last_failure_.clear();
-    files_.set_first_folder(folder);
-    const Style style = files_.style();
-    const std::string begin = sftp::inner_of(folder.empty() ? facts.home : folder);
+    const Style style = sftp::style_of(facts.has_drives, style_);
+    const std::string begin = sftp::inner_of(facts.first_folder.empty() ? facts.home : facts.first_folder);
     say("connected to " + keeper_.address().shown());
     news_.status.connected(style, keeper_.address().shown(), wire_path(style, begin));
     news_.state.remote_online = true;

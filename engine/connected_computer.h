@@ -3,13 +3,14 @@
 // fares.
 #include <atomic>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
 #include "engine/link_state.h"
 #include "engine/link_status.h"
+#include "engine/remote_file_system.h"
 #include "engine/sftp/link_keeper.h"
-#include "engine/sftp/sftp_file_system.h"
 
 namespace relay_hub::engine {
 
@@ -26,24 +27,24 @@ class ConnectedComputer : private sftp::LinkObserver {
 
     // Begins to connect; until there is a link the computer is offline. 0 or errno.
     int start();
-    // Ends the link. The tree stays, without a link.
+    // Ends the link. Trees stay, without a link.
     void stop() { keeper_.stop(); }
-    [[nodiscard]] RemoteFileSystem& files() { return files_; }
+    // One of any number of trees over the same link, each for a thread of its own. The computer outlives it.
+    [[nodiscard]] std::unique_ptr<RemoteFileSystem> make_tree() const;
 
   private:
     void connecting() override;
     void ssh_said(const std::string& line) override;
-    void connected(const sftp::ServerFacts& facts, const std::string& folder) override;
+    void connected(const sftp::ServerFacts& facts) override;
     bool failed(const sftp::LinkFailure& failure) override;
     void lost(const std::string& text) override;
     void say(const std::string& what) const;
 
     const News news_;
+    const std::optional<Style> style_;
     bool was_connected_ = false;  // the link's thread alone
     std::string last_failure_;    // the link's thread alone: what needs no second telling
-    sftp::Interruption interruption_;
     sftp::LinkKeeper keeper_;
-    sftp::SftpFileSystem files_;
 };
 
 }  // namespace relay_hub::engine

@@ -108,6 +108,9 @@ bool CopyBatch::succeeded(const std::string& source, const Error& error) {
 void CopyBatch::run(const std::vector<CopyItem>& items) {
     const TreeInUse source_in_use(source_.files, progress_);
     const TreeInUse target_in_use(target_.files, progress_);
+    // Before the first look, in which the copy may hang: from here on the user is asked in its place.
+    if (progress_.stopped())
+        return;
     const std::vector<Item> looked_at = look_at_items(items);
     for (const Item& item : looked_at) {
         if (!item.error && !progress_.stopped())

@@ -56,12 +56,12 @@ std::string reason_of_failure(const std::string& base, const std::string& path, 
 
 }  // namespace
 
-EngineServer::EngineServer(ServerSettings settings, RequestHandlers& handlers, FrontEndLink& front_end,
+EngineServer::EngineServer(ServerSettings settings, HandlersFactory make_handlers, FrontEndLink& front_end,
                            StopToken& stop)
     : settings_(std::move(settings)),
       in_path_(settings_.base + "_IN"),
       out_path_(settings_.base + "_OUT"),
-      handlers_(handlers),
+      requests_(std::move(make_handlers), front_end, stop),
       front_end_(front_end),
       stop_(stop) {}
 
@@ -162,7 +162,7 @@ bool EngineServer::stop(std::optional<milliseconds> limit) {
         const FileDescriptor wake(open(pipe.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
         (void)poll(nullptr, 0, kWakePause);
     }
-    return true;
+    return !requests_.left_any_behind();
 }
 
 EngineServer::Reading EngineServer::read_request(int in, std::string& body) {
@@ -217,13 +217,13 @@ void EngineServer::await_departure() {
     (void)wait_for(clients_->descriptor(), POLLIN, after(watched ? kPartingLimit : kSlowestPause));
 }
 
-void EngineServer::answer(const std::string& request) {
+void EngineServer::answer(std::string request) {
     if (!settings_.quiet)
         std::printf("request %s\n", in_one_line(request, kLongestTracedText).c_str());
     front_end_.make_pipes_private();
     // A client that left has nothing left to do, to be asked or to be told.
     const PeerScope for_this_client(out_.get(), clients_->descriptor());
-    const Reply reply = handlers_.handle(request);
+    const Reply reply = requests_.handle(std::move(request));
     if (reply.ends_engine)
         stop_.stop();
     if (reply.is_list && settings_.list_delay > milliseconds(0))

@@ -11,7 +11,7 @@
 #include "base/stop_token.h"
 #include "engine/front_end_link.h"
 #include "engine/reader_watch.h"
-#include "engine/request_handlers.h"
+#include "engine/request_thread.h"
 
 namespace relay_hub::engine {
 
@@ -24,7 +24,7 @@ struct ServerSettings {
 
 class EngineServer {
   public:
-    EngineServer(ServerSettings settings, RequestHandlers& handlers, FrontEndLink& front_end,
+    EngineServer(ServerSettings settings, HandlersFactory make_handlers, FrontEndLink& front_end,
                  StopToken& stop);
     ~EngineServer();
     EngineServer(const EngineServer&) = delete;
@@ -34,8 +34,8 @@ class EngineServer {
     bool create_pipes(std::string& why);
     // Returns after stop() or when a client asked the engine to exit: true. False when the pipe was lost.
     bool run();
-    // Wakes run() from whatever it waits for, and returns once that has returned; false when it did not
-    // within the limit.
+    // Wakes run() from whatever it waits for, and returns once that has returned and nothing of a request
+    // runs any more; false when it did not within the limit.
     bool stop(std::optional<std::chrono::milliseconds> limit = std::nullopt);
     // For an end that leaves run() behind; the destructor does it too.
     void remove_pipes();
@@ -52,14 +52,14 @@ class EngineServer {
     FileDescriptor await_client();
     Reading read_request(int in, std::string& body);
     Reading open_answer_end(int in);
-    void answer(const std::string& request);
+    void answer(std::string request);
     void send_answer(std::string_view text);
     void await_departure();
 
     const ServerSettings settings_;
     const std::string in_path_;
     const std::string out_path_;
-    RequestHandlers& handlers_;
+    RequestThread requests_;
     FrontEndLink& front_end_;
     StopToken& stop_;
     bool owns_pipes_ = false;

@@ -34,6 +34,7 @@ constexpr milliseconds kWholeAnswerLimit{3000};
 constexpr std::size_t kLongestAnswerText = 65536;
 // How long a front end that is absent or hangs is left alone.
 constexpr milliseconds kAbsence{3000};
+constexpr milliseconds kSilence{1000};
 // The front end keeps texts of this many bytes whole.
 constexpr std::size_t kLongestText = 1000;
 
@@ -124,7 +125,7 @@ Answer FrontEndLink::confirm(const std::string& question) {
 bool FrontEndLink::cancelled() {
     if (!state_.remote_online || stop_.stopped() || peer_has_left())
         return true;
-    if (Clock::now() < absent_until_)
+    if (Clock::now() < absent_until_.load())
         return false;
     const auto text =
         exchange(Caller::request, command_text(wire::kCheckForUserClickCancel), kOpenBriefly, kAnswerLimit);
@@ -132,8 +133,18 @@ bool FrontEndLink::cancelled() {
     return text && answer.LoadXML(*text) && answer.Query(wire::kUserClickCancel) == wire::kYes;
 }
 
+bool FrontEndLink::silent_and_cancelled() {
+    {
+        const std::lock_guard lock(mutex_);
+        const Clock::time_point last = last_asked_;
+        if (busy_ || last == Clock::time_point() || Clock::now() - last < kSilence)
+            return false;
+    }
+    return cancelled();
+}
+
 void FrontEndLink::progress(const Progress& report) {
-    if (Clock::now() < absent_until_)
+    if (Clock::now() < absent_until_.load())
         return;
     MessageWriter message;
     message.add(wire::kCommand, wire::kCopyProgressStatusNotify);
@@ -176,7 +187,7 @@ std::optional<std::string> FrontEndLink::exchange(Caller caller, const std::stri
                                                   milliseconds open_limit, milliseconds answer_limit) {
     const StopScope scope(stop_);
     const Turn turn(*this);
-    if (!turn.granted())
+    if (!turn.granted() || (caller == Caller::request && peer_has_left()))
         return std::nullopt;
     FileDescriptor out;
     WriteEnd sent = WriteEnd::closed;
@@ -186,6 +197,8 @@ std::optional<std::string> FrontEndLink::exchange(Caller caller, const std::stri
     std::optional<std::string> answer;
     if (sent == WriteEnd::done && await_answer(out.get(), caller, answer_limit))
         answer = read_text(out.get());
+    if (caller == Caller::request)
+        last_asked_ = Clock::now();
     if (!answer && caller == Caller::request)
         absent_until_ = Clock::now() + kAbsence;
     return answer;

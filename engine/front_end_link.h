@@ -1,7 +1,8 @@
 #pragma once
 // The call-backs: the engine as the client of the front end's own pipe pair. A front end that is not there,
 // hangs or dies costs a bounded wait. One exchange at a time, whichever thread asks; what FrontEnd offers is
-// called on the thread that serves requests, within the PeerScope of the client being served.
+// called on the thread of the request being served, within a PeerScope that tells when that is given up.
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -11,6 +12,7 @@
 #include "base/file_descriptor.h"
 #include "base/frame.h"
 #include "base/stop_token.h"
+#include "base/wait.h"
 #include "engine/front_end.h"
 #include "engine/link_state.h"
 
@@ -29,6 +31,12 @@ class FrontEndLink : public FrontEnd {
     // Any thread. Takes from all other users the right to write to the front end's pipes: they could answer
     // its user's questions to us, or end its listener.
     void make_pipes_private() const;
+
+    // Any thread, before a request is begun.
+    void begin_request() { last_asked_ = Clock::time_point(); }
+    // Any thread. Whether the user has cancelled a request that asked about it before, but for a second has
+    // neither asked nor told anything.
+    bool silent_and_cancelled();
 
     // Any thread. False when the front end did not take it.
     bool tell_remote_is_offline();
@@ -53,8 +61,9 @@ class FrontEndLink : public FrontEnd {
     const LinkState& state_;
     std::mutex mutex_;
     std::condition_variable idle_;
-    bool busy_ = false;                                   // guarded by mutex_: an exchange is under way
-    std::chrono::steady_clock::time_point absent_until_;  // serving thread only
+    bool busy_ = false;  // guarded by mutex_: an exchange is under way
+    std::atomic<Clock::time_point> absent_until_{};
+    std::atomic<Clock::time_point> last_asked_{};  // for a request; none for a request that asked nothing
 };
 
 }  // namespace relay_hub::engine

@@ -14,6 +14,8 @@
 #include <csignal>
 #include <cstdio>
 #include <functional>
+#include <memory>
+#include <utility>
 
 #include "base/diagnostics.h"
 #include "base/instance_lock.h"
@@ -119,15 +121,33 @@ bool take_lock(const InstanceLock& lock) {
     return lock.result() == InstanceLock::Result::taken;
 }
 
-// Serves the tree until a signal or stop ends that. start_link is called once requests can come.
-int serve_tree(const Options& options, int signals, Control& control, RemoteFileSystem& remote,
-               const std::function<int()>& start_link) {
-    const auto local = FolderFileSystem::open("/", Reach::kWholeMachine, Style::kPosix);
-    if (!local)
+// The trees of one thread with what is done in them.
+struct Trees {
+    Trees(std::unique_ptr<RemoteFileSystem> remote_tree, std::unique_ptr<RemoteFileSystem> local_tree,
+          Control& control, HiddenFiles hidden)
+        : remote(std::move(remote_tree)),
+          local(std::move(local_tree)),
+          handlers(*remote, *local, control.front_end, control.state, hidden) {}
+
+    std::unique_ptr<RemoteFileSystem> remote;
+    std::unique_ptr<RemoteFileSystem> local;
+    RequestHandlers handlers;
+};
+
+using TreeFactory = std::function<std::unique_ptr<RemoteFileSystem>()>;
+
+// Serves such trees until a signal or stop ends that. start_link is called once requests can come.
+int serve_trees(const Options& options, int signals, Control& control, const TreeFactory& make_remote,
+                const std::function<int()>& start_link) {
+    const auto whole_machine = FolderFileSystem::open("/", Reach::kWholeMachine, Style::kPosix);
+    if (!whole_machine)
         return complain(kCannotServe, error_text(errno));
-    RequestHandlers handlers(remote, *local, control.front_end, control.state,
-                             options.hidden ? HiddenFiles::kListed : HiddenFiles::kLeftOut);
-    EngineServer server({kCommandBase, options.delay, options.chunk, options.quiet}, handlers,
+    const HiddenFiles hidden = options.hidden ? HiddenFiles::kListed : HiddenFiles::kLeftOut;
+    const auto make_handlers = [&] {
+        const auto trees = std::make_shared<Trees>(make_remote(), whole_machine->another(), control, hidden);
+        return std::shared_ptr<RequestHandlers>(trees, &trees->handlers);
+    };
+    EngineServer server({kCommandBase, options.delay, options.chunk, options.quiet}, make_handlers,
                         control.front_end, control.stop);
     std::string why;
     if (!server.create_pipes(why))
@@ -139,8 +159,6 @@ int serve_tree(const Options& options, int signals, Control& control, RemoteFile
         error = start_link();
     if (error == 0)
         serve_signals(signals, control);
-    remote.interrupt();
-    local->interrupt();
     if (!server.stop(kEndLimit))
         leave_behind(server);
     serving.join();
@@ -155,10 +173,12 @@ int serve_folder(const Options& options, int signals, Control& control, const Li
         status.failed("other", why);
         return complain(kWrongUsage, why);
     }
-    return serve_tree(options, signals, control, *remote, [&] {
-        status.connected(style, "", wire_path(style, ""));
-        return 0;
-    });
+    return serve_trees(
+        options, signals, control, [&] { return remote->another(); },
+        [&] {
+            status.connected(style, "", wire_path(style, ""));
+            return 0;
+        });
 }
 
 int serve_computer(const Options& options, int signals, Control& control, const LinkStatus& status) {
@@ -170,8 +190,8 @@ int serve_computer(const Options& options, int signals, Control& control, const 
              gave_up = true;
              control.stop.stop();
          }});
-    const int result =
-        serve_tree(options, signals, control, computer.files(), [&] { return computer.start(); });
+    const int result = serve_trees(
+        options, signals, control, [&] { return computer.make_tree(); }, [&] { return computer.start(); });
     computer.stop();
     return gave_up ? kCannotServe : result;
 }

@@ -89,7 +89,7 @@ std::unique_ptr<FolderFileSystem> FolderFileSystem::open(const std::string& fold
     FileDescriptor root(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     if (!root)
         return nullptr;
-    return std::make_unique<FolderFileSystem>(std::move(root), reach, style);
+    return std::make_unique<FolderFileSystem>(TreeRoot(std::move(root), reach), style);
 }
 
 bool FolderFileSystem::leads_to_folder(const std::string& path) const {

@@ -11,8 +11,11 @@ namespace relay_hub::engine {
 
 class FolderFileSystem : public RemoteFileSystem {
   public:
-    FolderFileSystem(FileDescriptor root, Reach reach, Style style)
-        : tree_(std::move(root), reach), style_(style) {}
+    FolderFileSystem(TreeRoot tree, Style style) : tree_(std::move(tree)), style_(style) {}
+    // The same folder for another thread; never waits for the disk.
+    [[nodiscard]] std::unique_ptr<FolderFileSystem> another() const {
+        return std::make_unique<FolderFileSystem>(tree_.another(), style_);
+    }
     // Null, with errno set, when folder cannot be opened as a folder.
     static std::unique_ptr<FolderFileSystem> open(const std::string& folder, Reach reach, Style style);
 

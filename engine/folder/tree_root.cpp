@@ -59,6 +59,10 @@ int open_without_links(int base, const std::string& path, int flags) {
 
 }  // namespace
 
+TreeRoot TreeRoot::another() const {
+    return {FileDescriptor(fcntl(root_.get(), F_DUPFD_CLOEXEC, 0)), reach_};
+}
+
 int TreeRoot::open_step(int base, const std::string& path, int flags) const {
     if (reach_ == Reach::kWholeMachine)
         return ::openat(base, path.c_str(), flags);

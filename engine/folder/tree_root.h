@@ -20,6 +20,8 @@ using SharedFolder = std::shared_ptr<const FileDescriptor>;
 class TreeRoot {
   public:
     TreeRoot(FileDescriptor root, Reach reach) : root_(std::move(root)), reach_(reach) {}
+    // The same root for another thread.
+    [[nodiscard]] TreeRoot another() const;
 
     // openat() below the root, close-on-exec. 0 or errno; EXDEV for a path that leads out.
     int open(const std::string& path, int flags, FileDescriptor& opened) const;

@@ -21,8 +21,8 @@ constexpr milliseconds kLastWishes{500};
 
 }  // namespace
 
-LinkKeeper::LinkKeeper(SshAddress address, LinkObserver& observer, Interruption& interruption)
-    : address_(std::move(address)), observer_(observer), interruption_(interruption) {}
+LinkKeeper::LinkKeeper(SshAddress address, LinkObserver& observer)
+    : address_(std::move(address)), observer_(observer) {}
 
 int LinkKeeper::start() {
     return worker_.start("the link to the other computer", [this] { run(); });
@@ -78,10 +78,9 @@ bool LinkKeeper::connect(const SshStart& start, Link& link, LinkFailure& why) {
         return false;
     }
     Channel& channel = link.session->channel();
-    std::string folder = address_.folder;
     Error error;
     if (channel.state() == Channel::State::kOpen)
-        error = link.session->learn_facts(folder);
+        error = link.session->learn_facts(address_.folder);
     if (error && error.number != ENOTCONN) {
         why = {FailureKind::kOther,
                error.text.empty() ? "the other computer refused a first look" : error.text};
@@ -91,12 +90,11 @@ bool LinkKeeper::connect(const SshStart& start, Link& link, LinkFailure& why) {
         why = failure_of(link);
         return false;
     }
-    link.session->obey(interruption_);
     {
         const std::lock_guard lock(mutex_);
         session_ = link.session;
     }
-    observer_.connected(link.session->facts(), folder);
+    observer_.connected(link.session->facts());
     return true;
 }
 

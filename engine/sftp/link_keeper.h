@@ -24,8 +24,7 @@ class LinkObserver {
     virtual void connecting() = 0;
     // A line of ssh's standard error.
     virtual void ssh_said(const std::string& line) = 0;
-    // folder: where to begin, as an absolute path of the server.
-    virtual void connected(const ServerFacts& facts, const std::string& folder) = 0;
+    virtual void connected(const ServerFacts& facts) = 0;
     // Whether to try again.
     virtual bool failed(const LinkFailure& failure) = 0;
     virtual void lost(const std::string& text) = 0;
@@ -33,8 +32,8 @@ class LinkObserver {
 
 class LinkKeeper {
   public:
-    // observer and interruption outlive the keeper and its sessions.
-    LinkKeeper(SshAddress address, LinkObserver& observer, Interruption& interruption);
+    // observer outlives the keeper.
+    LinkKeeper(SshAddress address, LinkObserver& observer);
     ~LinkKeeper() { stop(); }
     LinkKeeper(const LinkKeeper&) = delete;
     LinkKeeper& operator=(const LinkKeeper&) = delete;
@@ -64,7 +63,6 @@ class LinkKeeper {
 
     const SshAddress address_;
     LinkObserver& observer_;
-    Interruption& interruption_;
     mutable std::mutex mutex_;
     std::shared_ptr<Session> session_;  // guarded by mutex_
     Worker worker_;

@@ -297,7 +297,7 @@ Error Session::explain(const Error& error, const std::string& folder, std::uint6
     return no_room || no_nodes ? Error{ENOSPC, translated("IDS_REASON_DISK_FULL_THERE")} : error;
 }
 
-Error Session::learn_facts(std::string& folder) {
+Error Session::learn_facts(const std::string& folder) {
     for (const Extension& extension : channel_->extensions()) {
         const std::array<std::pair<std::string_view, bool*>, 4> known{
             {{kPosixRename, &facts_.replaces_atomically},
@@ -324,7 +324,7 @@ Error Session::learn_facts(std::string& folder) {
     PendingReply looked = send_stat(wanted);
     Error error = take_attributes(looked, attributes);
     if (!error)
-        error = real_path(wanted, folder);
+        error = real_path(wanted, facts_.first_folder);
     if (error.number == ENOENT)
         error.text = wanted + " is not on the other computer";
     return error;

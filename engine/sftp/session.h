@@ -12,8 +12,9 @@
 namespace relay_hub::engine::sftp {
 
 struct ServerFacts {
-    std::string home;         // absolute
-    bool has_drives = false;  // paths begin with "/C:"
+    std::string home;          // absolute
+    std::string first_folder;  // where the user wants to begin, absolute; empty for nowhere in particular
+    bool has_drives = false;   // paths begin with "/C:"
     bool replaces_atomically = false;
     bool syncs = false;
     bool sets_attributes_of_links = false;
@@ -26,11 +27,12 @@ struct ServerFacts {
 class Session {
   public:
     explicit Session(std::unique_ptr<Channel> channel) : channel_(std::move(channel)) {}
-    // Once the channel is open: asks the server about itself. folder ("" for none) is looked up and becomes
-    // an absolute path; ENOENT with a text when it is not there.
-    Error learn_facts(std::string& folder);
-    // From now on interruption, which outlives the session, ends its waits.
-    void obey(Interruption& interruption) { interruption_ = &interruption; }
+    // The same connection for somebody else: interruption, which outlives the session, ends its waits.
+    Session(const Session& connection, Interruption& interruption)
+        : channel_(connection.channel_), interruption_(&interruption), facts_(connection.facts_) {}
+    // Once the channel is open: asks the server about itself. folder, where the user wants to begin ("" for
+    // nowhere), is looked up; ENOENT with a text when it is not there.
+    Error learn_facts(const std::string& folder);
 
     [[nodiscard]] const ServerFacts& facts() const { return facts_; }
     [[nodiscard]] Channel& channel() { return *channel_; }
@@ -80,7 +82,7 @@ class Session {
     Error malformed();
     void take_limits(PendingReply& reply);
 
-    std::unique_ptr<Channel> channel_;
+    std::shared_ptr<Channel> channel_;
     Interruption* interruption_ = nullptr;
     ServerFacts facts_;
 };

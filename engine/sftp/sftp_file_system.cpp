@@ -71,14 +71,14 @@ std::string tellable(const std::string& name) {
 
 }  // namespace
 
-SftpFileSystem::SftpFileSystem(SessionSource current_session, Interruption& interruption,
-                               std::optional<Style> style)
-    : current_session_(std::move(current_session)), interruption_(interruption), wished_style_(style) {}
-
-void SftpFileSystem::set_first_folder(const std::string& folder) {
-    const std::lock_guard lock(mutex_);
-    first_folder_ = folder;
+Style style_of(bool has_drives, std::optional<Style> wished) {
+    if (wished == Style::kPosix || (!wished && !has_drives))
+        return Style::kPosix;
+    return has_drives ? Style::kDrives : Style::kWindows;
 }
+
+SftpFileSystem::SftpFileSystem(SessionSource current_session, std::optional<Style> style)
+    : current_session_(std::move(current_session)), wished_style_(style) {}
 
 void SftpFileSystem::interrupt() {
     interruption_.raised = true;
@@ -97,29 +97,24 @@ void SftpFileSystem::set_watch(std::function<bool()> goes_on) {
 
 Style SftpFileSystem::style() const {
     const auto session = current_session_();
-    const bool has_drives = session && session->facts().has_drives;
-    if (wished_style_ == Style::kPosix || (!wished_style_ && !has_drives))
-        return Style::kPosix;
-    return has_drives ? Style::kDrives : Style::kWindows;
+    return style_of(session && session->facts().has_drives, wished_style_);
 }
 
 Error SftpFileSystem::begin(std::shared_ptr<Session>& session) {
     if (interruption_.raised)
         return ECANCELED;
-    session = current_session_();
-    return session ? Error() : offline();
+    const auto current = current_session_();
+    if (!current)
+        return offline();
+    session = std::make_shared<Session>(*current, interruption_);
+    return {};
 }
 
 Error SftpFileSystem::places(Places& places) {
     std::shared_ptr<Session> session;
     if (Error error = begin(session); error)
         return error;
-    std::string first;
-    {
-        const std::lock_guard lock(mutex_);
-        first = first_folder_;
-    }
-    return find_places(*session, style(), first, places);
+    return find_places(*session, style(), session->facts().first_folder, places);
 }
 
 Error SftpFileSystem::free_space(const std::string& folder, std::uint64_t& bytes) {

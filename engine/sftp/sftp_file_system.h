@@ -15,17 +15,16 @@
 
 namespace relay_hub::engine::sftp {
 
+// How the paths of a server are written on the wire, whose own begin with drives or not.
+Style style_of(bool has_drives, std::optional<Style> wished);
+
 class SftpFileSystem : public RemoteFileSystem {
   public:
     using SessionSource = std::function<std::shared_ptr<Session>()>;
 
-    // current_session: the link of the moment, null for none; called on any thread. Its sessions obey
-    // interruption, which belongs to this tree from here on. style: as the user wishes it, or as the server's
-    // paths are.
-    SftpFileSystem(SessionSource current_session, Interruption& interruption, std::optional<Style> style);
-
-    // Where the user wants to begin, an absolute path of the server. Any thread.
-    void set_first_folder(const std::string& folder);
+    // current_session: the link of the moment, null for none; called on any thread, and other trees may use
+    // it as well. style: as the user wishes it, or as the server's paths are.
+    SftpFileSystem(SessionSource current_session, std::optional<Style> style);
 
     void interrupt() override;
     void resume() override;
@@ -68,10 +67,8 @@ class SftpFileSystem : public RemoteFileSystem {
     void fetch_ahead(const std::shared_ptr<Session>& session);
 
     const SessionSource current_session_;
-    Interruption& interruption_;
     const std::optional<Style> wished_style_;
-    mutable std::mutex mutex_;
-    std::string first_folder_;  // guarded by mutex_
+    Interruption interruption_;
 
     WriteLine line_;
     std::deque<Ahead> ahead_;

@@ -5,8 +5,10 @@
 #include <atomic>
 #include <csignal>
 #include <latch>
+#include <semaphore>
 #include <thread>
 
+#include "engine/wire_text.h"
 #include "engine_sandbox.h"
 #include "name_pipe/name_pipe_base.h"
 #include "unit/name_pipe/support.h"
@@ -33,9 +35,9 @@ class Serving : public EngineSandbox {
     }
 
     void start(std::chrono::milliseconds delay = std::chrono::milliseconds(0)) {
-        handlers_ = std::make_unique<RequestHandlers>(*remote_, *local_, front_end_, state_);
-        server_ = std::make_unique<EngineServer>(ServerSettings{base_, delay, 0, true}, *handlers_,
-                                                 front_end_, stop_);
+        handlers_ = std::make_shared<RequestHandlers>(*remote_, *local_, front_end_, state_);
+        server_ = std::make_unique<EngineServer>(
+            ServerSettings{base_, delay, 0, true}, [this] { return handlers_; }, front_end_, stop_);
         std::string why;
         ASSERT_TRUE(server_->create_pipes(why)) << why;
         thread_ = std::thread([this] { server_->run(); });
@@ -52,7 +54,7 @@ class Serving : public EngineSandbox {
     StopToken stop_;
     LinkState state_;
     FrontEndLink front_end_{notify_, stop_, state_};
-    std::unique_ptr<RequestHandlers> handlers_;
+    std::shared_ptr<RequestHandlers> handlers_;
     std::unique_ptr<EngineServer> server_;
     std::thread thread_;
 };
@@ -113,28 +115,13 @@ class HangingTree : public FolderFileSystem {
   public:
     using FolderFileSystem::FolderFileSystem;
     Error list(const std::string& /*folder*/, Listing& /*listing*/) override {
-        listing.count_down();
+        listing.release();
         freed.wait();
         return EIO;
     }
-    std::latch listing{1};
+    std::counting_semaphore<> listing{0};
     std::latch freed{1};
 };
-
-TEST_F(Serving, ItsEndIsNotHeldUpByAFileThatHangs) {
-    auto tree =
-        std::make_unique<HangingTree>(FileDescriptor(open(served_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)),
-                                      Reach::kBeneath, Style::kWindows);
-    HangingTree& hanging = *tree;
-    remote_ = std::move(tree);
-    start();
-    Peer client(base_);
-    client.as_client().request(command(kListRoot));
-    hanging.listing.wait();
-    EXPECT_FALSE(server_->stop(50ms));
-    hanging.freed.count_down();
-    EXPECT_TRUE(server_->stop(10s));
-}
 
 // The real listener of the front end with a preset way to answer.
 class CallingBack : public Serving {
@@ -143,11 +130,13 @@ class CallingBack : public Serving {
         const std::string message(body + kCommandMarker.size(), length - kCommandMarker.size());
         ++calls;
         last_message = message;
-        next_answer.copy(answer, next_answer.size());
+        const std::string& text = cancelled ? kCancelled : next_answer;
+        text.copy(answer, text.size());
         return 1;
     }
     void listen() {
         calls = 0;
+        cancelled = false;
         CNamePipeBase::SetupParam(notify_.c_str(), kPipeBufferSize, kPipeBufferSize);
         CNamePipeBase::SetServiceProvider(provide);
         ASSERT_TRUE(listener_.ListenForService());
@@ -156,7 +145,10 @@ class CallingBack : public Serving {
     ~CallingBack() override { listener_.ExitListenService(); }
 
     CNamePipeBase listener_;
+    static inline const std::string kCancelled =
+        "<ZEVMSG><NP_User_Click_Cancel>Y</NP_User_Click_Cancel></ZEVMSG>";
     static inline std::atomic<int> calls = 0;
+    static inline std::atomic<bool> cancelled = false;
     static inline std::string next_answer;
     static inline std::string last_message;
 };
@@ -201,6 +193,37 @@ TEST_F(CallingBack, AnswersOfAPaddedFrame) {
     next_answer = "<ZEVMSG><T1>NP_Exe_Result_Success</T1></ZEVMSG>";
     EXPECT_TRUE(front_end_.tell_remote_is_offline());
     EXPECT_EQ(last_message, "<ZEVMSG><NP_Cmd>NP_Cmd_Remote_Is_Offline</NP_Cmd></ZEVMSG>");
+}
+
+// A file that hangs holds up neither the next request, after its client left or its user cancelled, nor the
+// end.
+TEST_F(CallingBack, AFileThatHangsIsLeftBehind) {
+    TreeRoot root(FileDescriptor(open(served_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)), Reach::kBeneath);
+    auto tree = std::make_unique<HangingTree>(std::move(root), Style::kWindows);
+    HangingTree& hanging = *tree;
+    remote_ = std::move(tree);
+    make_folder("served/d");
+    next_answer = "<ZEVMSG><NP_User_Click_Cancel>N</NP_User_Click_Cancel></ZEVMSG>";
+    listen();
+    start();
+    {
+        Peer leaving(base_);
+        leaving.as_client().request(command(kListRoot));
+        hanging.listing.acquire();
+    }
+    EXPECT_EQ(ask(command(kHeartbeat)), kAlive);
+    Peer cancelling(base_);
+    cancelling.as_client().request(command("<ZEVMSG><NP_Cmd>NP_Cmd_Remote_to_Local</NP_Cmd><T8><Line><T9>" +
+                                           mine_ + "</T9><TA>C:\\d</TA></Line></T8></ZEVMSG>"));
+    hanging.listing.acquire();
+    cancelled = true;
+    EXPECT_EQ(cancelling.take_answer(), success_text());
+    EXPECT_EQ(ask(command(kHeartbeat)), kAlive);
+    Peer(base_).as_client().request(command(kListRoot));
+    hanging.listing.acquire();
+    EXPECT_FALSE(server_->stop(50ms));
+    hanging.freed.count_down();
+    EXPECT_TRUE(wait_until([this] { return server_->stop(10s); }));
 }
 
 TEST_F(CallingBack, ThePipesAreClosedToOthersAndLongAnswersAreNotBelieved) {

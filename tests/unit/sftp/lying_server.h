@@ -28,7 +28,7 @@ class LyingServer {
                          std::optional<Style> style = std::nullopt)
         : lie_(std::move(lie)),
           extensions_(std::move(extensions)),
-          files_(std::make_unique<SftpFileSystem>([this] { return session_; }, interruption_, style)) {
+          files_(std::make_unique<SftpFileSystem>([this] { return session_; }, style)) {
         int up[2];
         int down[2];
         EXPECT_EQ(pipe2(up, O_CLOEXEC), 0);
@@ -40,7 +40,6 @@ class LyingServer {
         auto channel = std::make_unique<Channel>(FileDescriptor(up[1]), FileDescriptor(down[0]), nullptr);
         channel->set_silence_limit(300ms);
         session_ = std::make_shared<Session>(std::move(channel));
-        session_->obey(interruption_);
         thread_ = std::thread([this] { serve(); });
     }
     ~LyingServer() {
@@ -99,7 +98,6 @@ class LyingServer {
     const std::vector<std::string> extensions_;
     FileDescriptor in_;
     FileDescriptor out_;
-    Interruption interruption_;
     std::shared_ptr<Session> session_;
     std::unique_ptr<SftpFileSystem> files_;
     std::thread thread_;

@@ -179,8 +179,7 @@ TEST(LyingServer, RefusesAStepOfAFile) {
             {"fsync@openssh.com"});
         while (server.session().channel().state() == Channel::State::kGreeting)
             std::this_thread::sleep_for(1ms);
-        std::string home;
-        (void)server.session().learn_facts(home);
+        (void)server.session().learn_facts("");
         std::vector<std::unique_ptr<FileSink>> sinks(1);
         Entry entry;
         ASSERT_FALSE(server.files().open_sink("a/x", entry, false, sinks[0]));

@@ -162,8 +162,7 @@ TEST(OtherSystem, IsKnownByItsAnswersAndServed) {
         LyingServer server([&far](const Request& request) { return far.answer(request); }, {}, system.wished);
         while (server.session().channel().state() == Channel::State::kGreeting)
             std::this_thread::sleep_for(1ms);
-        std::string folder;
-        ASSERT_FALSE(server.session().learn_facts(folder));
+        ASSERT_FALSE(server.session().learn_facts(""));
         SftpFileSystem& files = server.files();
         EXPECT_EQ(files.style(), system.style);
         Places places;

@@ -46,9 +46,7 @@ class SftpTree : public testing::Test, protected test::Sandbox {
             std::make_unique<Channel>(FileDescriptor(up[1]), FileDescriptor(down[0]), [] { return "bye"; }));
         while (session_->channel().state() == Channel::State::kGreeting)
             usleep(1000);
-        std::string folder;
-        EXPECT_FALSE(session_->learn_facts(folder));
-        session_->obey(interruption_);
+        EXPECT_FALSE(session_->learn_facts(""));
     }
     ~SftpTree() override {
         session_->channel().end("over");
@@ -121,9 +119,8 @@ class SftpTree : public testing::Test, protected test::Sandbox {
 
     const std::string home_ = make_folder("home");
     pid_t server_ = -1;
-    Interruption interruption_;
     std::shared_ptr<Session> session_;
-    SftpFileSystem files_{[this] { return session_; }, interruption_, std::nullopt};
+    SftpFileSystem files_{[this] { return session_; }, std::nullopt};
     std::vector<std::unique_ptr<FileSink>> sinks_;
 };
 
@@ -309,7 +306,7 @@ TEST_F(SftpTree, TellsPlaces) {
     EXPECT_EQ(places.home, inner_of(home_));
     EXPECT_EQ(places.desktop, inner("Schreibtisch"));
     EXPECT_EQ(places.documents, std::nullopt);
-    files_.set_first_folder(real("Documents"));
+    ASSERT_FALSE(session_->learn_facts(real("Documents")));
     Places asked;
     ASSERT_FALSE(files_.places(asked));
     EXPECT_EQ(asked.drives.front().path, inner("Documents"));
