@@ -15,7 +15,7 @@ refuse() { # what is wrong with the command line
     exit 2
 }
 
-packages_to_build="cmake ninja-build g++ pkg-config gettext libgtk2.0-dev libxml2-dev \
+packages_to_build="cmake ninja-build g++ pkg-config gettext libgtk2.0-dev libnotify-dev libxml2-dev \
 libavahi-client-dev libavahi-glib-dev librsvg2-bin imagemagick"
 packages_to_show="xvfb x11-utils imagemagick fonts-dejavu-core dbus procps"
 packages_to_show_all_languages="fonts-noto-cjk"

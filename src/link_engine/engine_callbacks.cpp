@@ -178,10 +178,32 @@ void note_activity() {
     last_activity = std::chrono::steady_clock::now();
 }
 
+// The same file may have another size and time when it is asked about again.
+std::string without_facts(const std::string& question) {
+    return question.substr(0, question.find("\n\n"));
+}
+
+// A request that is sent again asks nothing: what the user agreed to holds, and what else is there stays.
+int answer_again(const __send_args& args, const std::string& question) {
+    if (args.agreed_to_all)
+        return REQUEST_ALL;
+    if (args.agreed_questions.empty())
+        return kRequestSkipAll;
+    return args.agreed_questions.contains(without_facts(question)) ? REQUEST_YES : REQUEST_NO;
+}
+
+int answer_by_user(__send_args& args, const std::string& question) {
+    const auto ask = current_handlers().ask_overwrite;
+    const int response = ask ? ask(args.parent_window, question.c_str()) : 0;
+    args.agreed_to_all = args.agreed_to_all || response == REQUEST_ALL;
+    if (response == REQUEST_YES)
+        args.agreed_questions.insert(without_facts(question));
+    return response;
+}
+
 void ask_user(__send_args& args) {
-    const auto ask = args.skip_existing ? [](GtkWidget*, const char*) { return kRequestSkipAll; }
-                                        : current_handlers().ask_overwrite;
-    const int response = ask ? ask(args.parent_window, GetConfirmMessage().c_str()) : 0;
+    const std::string question = GetConfirmMessage();
+    const int response = args.sent_again ? answer_again(args, question) : answer_by_user(args, question);
     const int value = confirm_value_of(response);
     SetConfirmValue(value);
     if (response == kRequestSkipAll)

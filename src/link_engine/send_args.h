@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <ctime>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -48,9 +49,13 @@ struct __send_args {
     std::chrono::milliseconds cancel_grace{5000};
     std::time_t started_at = 0;
     // What became of the request; the window's thread reads and writes these.
-    bool given_up = false;       // its waits were ended; what the engine does with it is not known
-    bool refused = false;        // the user answered a question of its copy with anything but yes
-    bool skip_existing = false;  // such questions are answered with no, without asking
+    bool given_up = false;  // its waits were ended; what the engine does with it is not known
+    bool refused = false;   // the user answered a question of its copy with anything but yes
+    // Sent once more after a failure: its questions are answered without asking, with yes where the user
+    // agreed before.
+    bool sent_again = false;
+    bool agreed_to_all = false;
+    std::set<std::string> agreed_questions;
     // A file list: whether a folder that the engine does not list is told to the user, and whether it was
     // such a folder.
     bool tell_unlisted = true;

@@ -6,6 +6,7 @@
 #include "link_engine/transfer_state.h"
 #include "window/closing.h"
 #include "window/dialogs/message_dialog.h"
+#include "window/long_work.h"
 #include "window/message_parent.h"
 
 namespace relay_hub {
@@ -21,6 +22,7 @@ void show_waiting_message() {
         return;
     SetShowMessageBox("");
     std::puts("show error message");
+    const WorkPause pause;
     show_message_dialog(message_parent(), message.c_str(), nullptr);
 }
 
@@ -34,6 +36,7 @@ bool ask_about_failure() {
     const std::string message = GetShowMessageBox();
     SetShowMessageBox("");
     std::puts("show error message");
+    const WorkPause pause;
     return ask_to_try_again(message_parent(), message.empty() ? kNoReason : message.c_str());
 }
 

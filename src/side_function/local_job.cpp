@@ -16,6 +16,7 @@
 #include "window/closing.h"
 #include "window/dialogs/message_dialog.h"
 #include "window/jobs.h"
+#include "window/long_work.h"
 #include "window/message_parent.h"
 
 namespace relay_hub {
@@ -32,6 +33,7 @@ TaskListPtr job_to_try_again(const __task_list& job) {
     const std::string text = failure_summary(job.failures);
     if (text.empty() || window_is_closing())
         return nullptr;
+    const WorkPause pause;
     TaskListPtr again = retry_job(job);
     if (again == nullptr) {
         show_error_box(message_parent(), GTK_BUTTONS_OK, text.c_str(), nullptr);
@@ -57,6 +59,7 @@ void note_end(const __task_list& job, bool tried_again, JobEnd& end) {
 // With whatever the user wants to try again.
 JobEnd run_job(int kind, const Names& items, const std::string& folder) {
     const WindowWork work;
+    const LongWork long_work;
     TaskListPtr job(new_task_list());
     job->task_kind = kind;
     job->items = items;
@@ -92,12 +95,15 @@ void tell_changed(const Names& paths) {
     std::transform(paths.begin(), paths.end(), std::back_inserter(failures), [](const std::string& path) {
         return __task_failure{path, translated("IDS_REASON_CHANGED_MEANWHILE")};
     });
-    if (!paths.empty() && !window_is_closing())
-        show_error_box(message_parent(), GTK_BUTTONS_OK, failure_summary(failures).c_str(), nullptr);
+    if (paths.empty() || window_is_closing())
+        return;
+    const WorkPause pause;
+    show_error_box(message_parent(), GTK_BUTTONS_OK, failure_summary(failures).c_str(), nullptr);
 }
 
 int move_into(const Names& paths, const std::string& folder) {
     const WindowWork work;
+    const LongWork long_work;
     const Names left = beside_window<Names>([&] { return rename_into(folder, paths); }, paths);
     if (left.empty() || window_is_closing())
         return 0;

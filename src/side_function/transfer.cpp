@@ -20,6 +20,7 @@
 #include "tree_view_op/file_list_view.h"
 #include "util/Zev_file_op.h"
 #include "window/closing.h"
+#include "window/long_work.h"
 #include "window/message_parent.h"
 #include "xml_op/answer_readers.h"
 
@@ -115,6 +116,7 @@ int run_transfer(const Direction& direction, const OfferSource& source, std::vec
     if (window_is_closing())
         return -1;
     const WindowWork work;
+    const LongWork long_work;
     const Copied copied = copy_items(direction, source, std::move(attributes));
     if (!copied.moved.empty() && !window_is_closing())
         trash_what_was_moved(direction, copied);
@@ -177,8 +179,7 @@ int Transfer::send(command_start_t start, command_finish_t finish) {
     while (result == -1 && can_be_tried_again()) {
         if (!ask_about_failure())
             return result;
-        // What is there already is then left alone without a question.
-        args_.skip_existing = true;
+        args_.sent_again = true;
         set_atomic(&args_.state, kStateRunning);
         result = send_command_t(start, finish, &args_);
     }

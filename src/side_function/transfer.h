@@ -11,6 +11,7 @@
 #include "link_engine/command_runner.h"
 #include "side_function/copy_source.h"
 #include "side_function/progress_dialog.h"
+#include "window/long_work.h"
 
 namespace relay_hub {
 
@@ -34,6 +35,7 @@ class Transfer {
   private:
     [[nodiscard]] bool can_be_tried_again() const;
 
+    LongWork long_work_;
     __send_args args_;
     int kind_;
     ProgressDialog dialog_;

@@ -4,9 +4,13 @@ import configparser
 import os
 import re
 import subprocess
+import time
 
-from common import wait_for, write
+from common import read, wait_for, write
 from desktop import LOCAL, REMOTE, DesktopTest, find, has_state, labels, main, STATES, text_of
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+LONG = 10.5  # seconds after which the end of work is worth a notification
 
 
 class Window(DesktopTest):
@@ -119,6 +123,66 @@ class Window(DesktopTest):
         d.wait_quiet()
         d.key("ctrl+q")
         self.assertEqual(d.window.wait(10), 0)
+
+    def turn_away(self):
+        """Another window is in front; returns after so long that the end of what goes on is told of."""
+        began = time.monotonic()
+        subprocess.run(["wmctrl", "-a", "Partner"], check=True)
+        wait_for(lambda: not has_state(self.desktop.dialog(), STATES.ACTIVE), what="the other window in front")
+        wait_for(lambda: time.monotonic() > began + LONG, what="long work")
+
+    def is_urgent(self):
+        return "urgency" in subprocess.run(["xprop", "-name", "Relay Hub", "WM_HINTS"], capture_output=True, text=True,
+                                           check=True).stdout
+
+    def test_long_work_is_polite_and_tried_again(self):
+        d = self.desktop
+        d.env["DBUS_SYSTEM_BUS_ADDRESS"] = os.environ["DBUS_SESSION_BUS_ADDRESS"]
+        d.spawn(["/usr/bin/python3", os.path.join(HERE, "desktop_services.py")])
+        d.spawn(["env", "-u", "GTK_MODULES", "/usr/bin/python3", os.path.join(HERE, "drag_partner.py"), "/nothing"])
+        wait_for(lambda: d.output("python3").count("has ") == 2 and "shown" in d.output("env"), what="the desktop")
+        source = os.path.join(d.top, "source", "a.txt")
+        folders = {LOCAL: os.path.join(d.home, "work"), REMOTE: os.path.join(d.remote, "work")}
+        for folder in folders.values():
+            write(os.path.join(folder, "a.txt"), b"old", seconds=1_500_000_000)
+        d.start("--style", "posix")
+        d.go(LOCAL, folders[LOCAL], "a.txt")
+        d.go(REMOTE, "/work", "a.txt")
+        told = []
+
+        def expect(*lines):
+            told.extend(lines)
+            wait_for(lambda: d.output("python3").splitlines()[2:] == told, what=str(told))
+        for side, folder in folders.items():
+            with self.subTest(side):
+                write(source, b"new")
+                subprocess.run(["xclip", "-selection", "clipboard", "-t", "text/uri-list", "-i"], check=True,
+                               input=f"file://{source}\r\n".encode(), stdout=subprocess.DEVNULL)
+                d.menu(side, "Paste")
+                question = d.wait_dialog("Confirmation")
+                expect("awake sleep block")
+                self.turn_away()
+                os.unlink(source)
+                d.press(question, "Yes")
+                box = wait_for(d.error_box, what="the failure")
+                expect("asleep", "notified: File operations finished with errors")
+                self.assertTrue(self.is_urgent())
+                write(source, b"new")
+                d.press(box, "Try again")
+                expect("awake sleep block")
+                if side == LOCAL:
+                    question = d.wait_dialog("Confirmation")
+                    self.turn_away()
+                    d.press(question, "Yes")
+                    expect("asleep", "notified: File operations finished")
+                    d.wait_quiet()
+                    d.take_keyboard()
+                    wait_for(lambda: not self.is_urgent(), what="the urgency to end")
+                else:
+                    expect("asleep")
+                d.wait_quiet()
+                self.assertEqual(read(os.path.join(folder, "a.txt")), b"new")
+        self.assertEqual(d.close(), 0)
 
     @staticmethod
     def selection(entry):

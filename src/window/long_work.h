@@ -1,0 +1,43 @@
+#pragma once
+// Jobs and copies as the rest of the desktop meets them: the machine stays awake meanwhile, and when one has
+// taken longer than ten seconds, a user who has turned to other windows learns of its end. Window's thread.
+#include <glib.h>
+
+#include <optional>
+
+#include "window/sleep_inhibitor.h"
+
+namespace relay_hub {
+
+// A job or copy under way. They nest: what counts is the outermost one.
+class LongWork {
+  public:
+    LongWork();
+    LongWork(const LongWork&) = delete;
+    LongWork& operator=(const LongWork&) = delete;
+    ~LongWork();
+
+  private:
+    friend class WorkPause;
+    void go_on();
+    void rest(const char* text_id);
+
+    bool outermost_;
+    gint64 began_ = 0;
+    std::optional<SleepInhibitor> awake_;
+};
+
+// A box that tells of failures is open: nothing goes on until the user has come back to it. Nothing when no
+// work is under way.
+class WorkPause {
+  public:
+    WorkPause();
+    WorkPause(const WorkPause&) = delete;
+    WorkPause& operator=(const WorkPause&) = delete;
+    ~WorkPause();
+
+  private:
+    LongWork* work_;
+};
+
+}  // namespace relay_hub
