@@ -338,7 +338,9 @@ bool CopyBatch::may_replace(const std::string& target, const Entry& entry, const
     // What is written already should not wait for the user.
     pending_.publish();
     const std::string shown = in_one_line(target_.show(target), kLongestShownPath);
-    switch (front_end_.confirm(overwrite_question(shown, facts_of(present), facts_of(entry)))) {
+    const Answer answer = front_end_.confirm(overwrite_question(shown, facts_of(present), facts_of(entry)));
+    progress_.poll_next_time();
+    switch (answer) {
         case Answer::kYes:
             return true;
         case Answer::kReplaceAll:

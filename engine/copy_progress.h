@@ -18,6 +18,8 @@ class CopyProgress {
     // Whether the work is to end; once it is, it stays so.
     bool stopped();
     void stop() { stop_ = true; }
+    // The user has just answered: a Cancel since then counts before anything is written, however soon it is.
+    void poll_next_time() { last_poll_ = {}; }
 
     // One more entry that is to be copied.
     void add_to_do(const Entry& entry);

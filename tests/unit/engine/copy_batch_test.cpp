@@ -153,6 +153,15 @@ TEST_F(Copying, AQuestionThatNobodyAnswersEndsTheCopyAndSaysWhatIsLeft) {
     EXPECT_EQ(front_end_.questions.size(), 1U);
 }
 
+TEST_F(Copying, ACancelAfterTheAnswerComesBeforeEvenTheSmallestFile) {
+    const std::string here = make_file("mine/file", "here");
+    make_file("served/file", "new");
+    front_end_.answers = {Answer::kYes};
+    front_end_.cancels_after_question = true;
+    run({"file"});
+    EXPECT_EQ(content(here), "here");
+}
+
 TEST_F(Copying, AFolderThatCannotBeReadCostsItsContentOnly) {
     make_file("served/tree/a/1/x", "1");
     make_file("served/tree/b/2/x", "2");

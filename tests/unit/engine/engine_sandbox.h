@@ -33,7 +33,7 @@ class PresetFrontEnd : public FrontEnd {
         questions.push_back(question);
         return questions.size() <= answers.size() ? answers[questions.size() - 1] : Answer::kNone;
     }
-    bool cancelled() override { return false; }
+    bool cancelled() override { return cancels_after_question && !questions.empty(); }
     void progress(const Progress& report) override { last_progress = report; }
     bool message(const std::string& text) override {
         messages.push_back(text);
@@ -44,6 +44,7 @@ class PresetFrontEnd : public FrontEnd {
     std::vector<std::string> questions;
     std::vector<std::string> messages;
     bool takes_messages = true;
+    bool cancels_after_question = false;
     Progress last_progress;
 };
 
