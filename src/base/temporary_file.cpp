@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <random>
 #include <utility>
 
 #include "base/diagnostics.h"
@@ -78,9 +77,8 @@ int copy_all(int source, int target, off_t size) {
 }  // namespace
 
 std::string temporary_name() {
-    thread_local std::random_device random;
     char digits[kRandomDigits + 1];
-    std::snprintf(digits, sizeof digits, "%08x%08x", random(), random());
+    std::snprintf(digits, sizeof digits, "%08x%08x", g_random_int(), g_random_int());
     return std::string(kPrefix).append(digits).append(kSuffix);
 }
 

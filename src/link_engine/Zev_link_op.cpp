@@ -18,8 +18,7 @@
 #include "base/main_loop.h"
 #include "link_engine/answer_slot.h"
 
-int* g_shm_id_ptr = nullptr;
-volatile int signal_count = 0;
+constinit relay_hub::ChildRunner relay_hub::child_runner;
 
 namespace {
 
@@ -28,7 +27,7 @@ constexpr relay_hub::CallSite kStatusQuery{"../src/link_engine/Zev_link_op.cpp",
 
 void* const kAttachFailed = reinterpret_cast<void*>(std::intptr_t{-1});
 
-int shared_memory_id = 0;
+constexpr int& shared_memory_id = relay_hub::child_runner.segment_left;
 
 // Wakes the main loop when a child process ends, and tells that it did.
 class ChildWatch {

@@ -7,8 +7,21 @@
 int send_command(int (*start)(void*), int (*finish)(void*), void* arg);
 // The identifier that the last child process left, 0 before the first.
 int get_shared_mem_id();
-extern int* g_shm_id_ptr;          // a word in memory shared with the child, or null
-extern volatile int signal_count;  // child processes that have ended; the SIGCHLD handler counts
+
+namespace relay_hub {
+
+struct ChildRunner {
+    int* shared_word = nullptr;       // in memory shared with the child, or null
+    volatile int ended_children = 0;  // the SIGCHLD handler counts
+    int segment_left = 0;             // as get_shared_mem_id gives it
+};
+extern ChildRunner child_runner;
+
+}  // namespace relay_hub
+
+inline constexpr int*& g_shm_id_ptr = relay_hub::child_runner.shared_word;
+inline constexpr volatile int& signal_count = relay_hub::child_runner.ended_children;
+
 // The attached address, or null after a line on standard error.
 void* create_shared_memory(int key, int size, int* id);
 // The attached address plus one (callers subtract one), or null after a line on standard error.

@@ -6,21 +6,21 @@
 
 namespace {
 
-struct AnswerSlot {
+struct Slots {
     std::mutex mutex;
-    relay_hub::AnswerCell text;  // guarded by mutex
+    relay_hub::AnswerCell answer;  // guarded by mutex
+    std::atomic<__send_args*> argument = nullptr;
 };
 
-AnswerSlot slot;
-std::atomic<__send_args*> running_argument = nullptr;
+Slots slots;
 thread_local relay_hub::AnswerCell* bound_cell = nullptr;
 
 template <typename Action>
 auto with_answer(Action action) {
     if (bound_cell)
         return action(*bound_cell);
-    const std::lock_guard lock(slot.mutex);
-    return action(slot.text);
+    const std::lock_guard lock(slots.mutex);
+    return action(slots.answer);
 }
 
 }  // namespace
@@ -48,15 +48,15 @@ int release_xml_string() {
 
 void SetArgument(__send_args* args) {
     if (args)
-        running_argument = args;
+        slots.argument = args;
 }
 
 __send_args* GetArgument() {
-    return running_argument;
+    return slots.argument;
 }
 
 void ReleaseArgument() {
-    running_argument = nullptr;
+    slots.argument = nullptr;
 }
 
 void release_notify_name_pipe() {}

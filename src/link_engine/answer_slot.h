@@ -1,7 +1,7 @@
 #pragma once
-// The process-wide slots of the command runner: the answer text, the running task's argument block, the
-// shared-memory identifier. A run has an answer cell of its own: its worker stores into it and its reader
-// finds it in the slot's place, so that runs that nest never see each other's answers.
+// The process-wide slots of the command runner: the answer text and the running task's argument block. A run
+// has an answer cell of its own: its worker stores into it and its reader finds it in the slot's place, so
+// that runs that nest never see each other's answers.
 #include <optional>
 #include <string>
 

@@ -25,17 +25,17 @@ namespace {
 constexpr unsigned int kMarkerSize = 6;
 constexpr int kRealProgressArrives = 4;  // the change flag
 
-struct Handlers {
+struct CallbackService {
     std::mutex mutex;
-    CallbackHandlers current;  // guarded by mutex
+    CallbackHandlers handlers;  // guarded by mutex
+    std::atomic<std::chrono::steady_clock::time_point> last_activity{};
+    bool asking = false;  // window's thread
 };
-Handlers handlers;
-bool asking = false;  // window's thread
-std::atomic<std::chrono::steady_clock::time_point> last_activity{};
+CallbackService service;
 
 CallbackHandlers current_handlers() {
-    const std::lock_guard lock(handlers.mutex);
-    return handlers.current;
+    const std::lock_guard lock(service.mutex);
+    return service.handlers;
 }
 
 // On standard error, and in the event log.
@@ -175,7 +175,7 @@ float percentage(double value) {
 }
 
 void note_activity() {
-    last_activity = std::chrono::steady_clock::now();
+    service.last_activity = std::chrono::steady_clock::now();
 }
 
 // The same file may have another size and time when it is asked about again.
@@ -215,17 +215,17 @@ void ask_user(__send_args& args) {
 
 }  // namespace
 
-void set_callback_handlers(const CallbackHandlers& new_handlers) {
-    const std::lock_guard lock(handlers.mutex);
-    handlers.current = new_handlers;
+void set_callback_handlers(const CallbackHandlers& handlers) {
+    const std::lock_guard lock(service.mutex);
+    service.handlers = handlers;
 }
 
 bool confirmation_being_asked() {
-    return asking;
+    return service.asking;
 }
 
 std::chrono::steady_clock::time_point last_engine_activity() {
-    return last_activity;
+    return service.last_activity;
 }
 
 }  // namespace relay_hub
@@ -260,14 +260,14 @@ int ProgressStatusUpdate(CZEVXML* document) {
 }
 
 void link_engine_confirm(__send_args* args) {
-    if (relay_hub::asking)
+    if (relay_hub::service.asking)
         return;
     if (!args) {
         SetConfirmValue(kConfirmNone);
     } else if (GetInformationRequest() == kConfirmationWanted) {
-        relay_hub::asking = true;
+        relay_hub::service.asking = true;
         relay_hub::ask_user(*args);
-        relay_hub::asking = false;
+        relay_hub::service.asking = false;
     }
     SetInformationRequest(kNoRequest);
 }

@@ -106,14 +106,13 @@ constexpr Request kHeartbeat{.command = wire::kCheckForHeartbeat,
 constexpr int kFileListRetries = 5;
 constexpr std::chrono::milliseconds kRetryPause{2000};
 
-// Shared by all file lists of one run of the program, so that a dead engine costs its pauses only once.
-std::atomic<int> file_list_retries = 0;
-
-struct ChannelPath {
+struct CommandChannel {
     std::mutex mutex;
     std::string base;  // guarded by mutex; empty for kCommandPipe
+    // Shared by all file lists of one run of the program, so that a dead engine costs its pauses only once.
+    std::atomic<int> file_list_retries = 0;
 };
-ChannelPath channel_path;
+CommandChannel command_channel;
 
 std::string compose(const Request& request, const __send_args& args) {
     MessageWriter message;
@@ -147,7 +146,8 @@ void send(const Request& request, CNamePipeBase& channel, const std::string& mes
 }
 
 bool may_retry() {
-    return file_list_retries.fetch_add(1) < kFileListRetries && interruptible_sleep(kRetryPause);
+    return command_channel.file_list_retries.fetch_add(1) < kFileListRetries &&
+           interruptible_sleep(kRetryPause);
 }
 
 std::string exchange(const Request& request, CNamePipeBase& channel, const std::string& message) {
@@ -186,17 +186,14 @@ int run(const Request& request, void* block) {
 }  // namespace
 
 std::string command_pipe() {
-    const std::lock_guard lock(channel_path.mutex);
-    return channel_path.base.empty() ? kCommandPipe : channel_path.base;
+    const std::lock_guard lock(command_channel.mutex);
+    return command_channel.base.empty() ? kCommandPipe : command_channel.base;
 }
 
 void set_command_pipe_for_tests(std::string base) {
-    const std::lock_guard lock(channel_path.mutex);
-    channel_path.base = std::move(base);
-}
-
-void reset_file_list_retries() {
-    file_list_retries = 0;
+    const std::lock_guard lock(command_channel.mutex);
+    command_channel.base = std::move(base);
+    command_channel.file_list_retries = 0;
 }
 
 }  // namespace relay_hub

@@ -24,10 +24,7 @@ namespace relay_hub {
 
 // The base path of the engine's command channel: kCommandPipe, or what a test has put in its place.
 std::string command_pipe();
-// Any thread; an empty base means kCommandPipe again.
+// Any thread; an empty base means kCommandPipe again. No retry of the file-list builder is spent there yet.
 void set_command_pipe_for_tests(std::string base);
-
-// Sets the file-list builder's count of spent retries back to 0, for tests.
-void reset_file_list_retries();
 
 }  // namespace relay_hub

@@ -3,22 +3,18 @@
 #include <glib.h>
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
-#include <condition_variable>
-#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <mutex>
 
 #include "link_engine/confirmation.h"
 
 namespace {
 
-// A setter takes a text of up to this many bytes, terminator included, whatever its field holds; a longer
-// one runs on into the fields behind.
-constexpr std::size_t kTextLimit = 2048;
+using relay_hub::kTextLimit;
+using relay_hub::TransferStorage;
+
 constexpr std::chrono::seconds kUnservedQuestionLimit{20};
 
 static_assert(offsetof(TransferRecord, total_percent) == 4);
@@ -32,24 +28,7 @@ static_assert(offsetof(TransferRecord, user_cancel) == 5134);
 static_assert(offsetof(TransferRecord, confirm_value) == 5136);
 static_assert(sizeof(TransferRecord) == 5140);
 
-// The longest text of the last text field ends behind the record.
-constexpr std::size_t kStorageSize = offsetof(TransferRecord, confirm_message) + kTextLimit;
-
-struct TransferStorage {
-    TransferRecord record;
-    char overrun[kStorageSize - sizeof(TransferRecord)] = {};
-};
-
-struct SharedTransfer {
-    std::mutex mutex;
-    std::condition_variable lock_changed;
-    TransferStorage storage;       // guarded by mutex
-    int confirmation_servers = 0;  // guarded by mutex
-    bool closing = false;          // guarded by mutex
-    bool refuses_rest = false;     // guarded by mutex
-};
-
-SharedTransfer shared;
+constexpr relay_hub::SharedTransfer& shared = relay_hub::shared_transfer;
 
 template <typename Action>
 auto with_record(Action action) {
@@ -107,9 +86,7 @@ int value_within(int value, int first, int last) {
 
 }  // namespace
 
-TransferRecord& g_pInformation = shared.storage.record;
-std::atomic<int> change_flag = 0;
-std::atomic<int> g_offline_interrupt = 0;
+relay_hub::SharedTransfer relay_hub::shared_transfer;
 
 void SetEnableInformation(int value) {
     with_record([value](TransferRecord& record) {
@@ -216,7 +193,7 @@ void CleanUpInformationVar() {
     std::puts("CleanUpInformationVar");
     const std::lock_guard lock(shared.mutex);
     shared.storage = TransferStorage();
-    shared.refuses_rest = false;
+    shared.refuses_all_that_follow = false;
     announce_lock();
 }
 
@@ -262,7 +239,7 @@ int wait_for_confirmation(const std::string& question) {
     TransferRecord& record = shared.storage.record;
     if (shared.closing)
         return kConfirmNone;
-    if (shared.refuses_rest)
+    if (shared.refuses_all_that_follow)
         return record.confirm_value = kConfirmNo;
     if (record.confirm_value != kConfirmReplaceAll) {
         store_text(offsetof(TransferRecord, confirm_message), question.c_str());
@@ -293,12 +270,12 @@ void end_confirmations() {
 
 void refuse_all_that_follow() {
     const std::lock_guard lock(shared.mutex);
-    shared.refuses_rest = true;
+    shared.refuses_all_that_follow = true;
 }
 
 bool all_that_follow_is_refused() {
     const std::lock_guard lock(shared.mutex);
-    return shared.refuses_rest;
+    return shared.refuses_all_that_follow;
 }
 
 void accept_confirmations_again() {

@@ -2,7 +2,10 @@
 // The shared transfer state: what the engine's call-backs tell the window, and what the user answers.
 // Every accessor locks a private mutex and may be called on any thread; texts are returned as copies.
 #include <atomic>
+#include <condition_variable>
+#include <cstddef>
 #include <cstdint>
+#include <mutex>
 #include <string>
 
 #include "link_engine/send_args.h"
@@ -33,7 +36,33 @@ struct TransferRecord {
     char user_cancel = 'N';
     std::int32_t confirm_value = kConfirmNone;
 };
-extern TransferRecord& g_pInformation;
+
+namespace relay_hub {
+
+// A setter takes a text of up to kTextLimit bytes, terminator included, whatever its field holds; a longer
+// one runs on into the fields behind, and that of the last field behind the record.
+inline constexpr std::size_t kTextLimit = 2048;
+
+struct TransferStorage {
+    TransferRecord record;
+    char overrun[offsetof(TransferRecord, confirm_message) + kTextLimit - sizeof(TransferRecord)] = {};
+};
+
+struct SharedTransfer {
+    std::mutex mutex;
+    std::condition_variable lock_changed;
+    TransferStorage storage;               // guarded by mutex
+    int confirmation_servers = 0;          // guarded by mutex
+    bool closing = false;                  // guarded by mutex
+    bool refuses_all_that_follow = false;  // guarded by mutex
+    std::atomic<int> change_flag = 0;
+    std::atomic<int> offline_interrupt = 0;
+};
+extern SharedTransfer shared_transfer;
+
+}  // namespace relay_hub
+
+inline constexpr TransferRecord& g_pInformation = relay_hub::shared_transfer.storage.record;
 
 void SetEnableInformation(int value);
 _switch_info IsEnableInformation();
@@ -62,8 +91,8 @@ _confirm_value GetConfirmValue();
 // Zeroes the record, releases a waiting confirmation as value 0, sets the cancel flag to 'N'.
 void CleanUpInformationVar();
 
-extern std::atomic<int> change_flag;
-extern std::atomic<int> g_offline_interrupt;
+inline constexpr std::atomic<int>& change_flag = relay_hub::shared_transfer.change_flag;
+inline constexpr std::atomic<int>& g_offline_interrupt = relay_hub::shared_transfer.offline_interrupt;
 // 3 while a transfer is being prepared, 4 once the engine has called back.
 int get_change_flag();
 void set_change_flag(int value);
@@ -80,7 +109,7 @@ void end_confirmations();
 // once. CleanUpInformationVar forgets it. Any thread.
 void refuse_all_that_follow();
 bool all_that_follow_is_refused();
-// Takes end_confirmations back, for tests.
+// Takes end_confirmations back: a new window.
 void accept_confirmations_again();
 
 // One consistent look at what the progress display needs.

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <mutex>
 #include <string_view>
 #include <utility>
 
@@ -11,13 +10,8 @@
 #include "name_pipe/name_pipe_io.h"
 #include "xml_doc/zev_xml.h"
 
-constinit std::atomic<std::uint32_t> CNamePipeBase::m_dwNPInputBufferSize = 8192;
-constinit std::atomic<std::uint32_t> CNamePipeBase::m_dwNPOutputBufferSize = 8192;
-constinit std::atomic<std::uint32_t> CNamePipeBase::m_dwNPOutputSize = 0;
-constinit std::atomic<bool> CNamePipeBase::m_bExitFromListenLoop = false;
-constinit relay_hub::ZeroedMemory CNamePipeBase::m_pbyteResultBuffer;
-std::string CNamePipeBase::m_strResultData;
-std::string CNamePipeBase::m_strPipeName = "/tmp/ZEV_Korvale";
+// Before NPClient_object, which sets its sizes.
+relay_hub::ListenerState relay_hub::listener_state;
 
 CNamePipeBase NPClient_object(kCommandPipe, kPipeBufferSize, kPipeBufferSize);
 
@@ -38,20 +32,15 @@ constexpr char kNewOutputSize[] = "T7";
 constexpr char kResult[] = "T1";
 constexpr char kSuccess[] = "NP_Exe_Result_Success";
 
-// Guards m_strPipeName.
-constinit std::mutex pipe_name_mutex;
-
 void set_pipe_name(std::string name) {
-    const std::lock_guard lock(pipe_name_mutex);
+    const std::lock_guard lock(relay_hub::listener_state.name_mutex);
     CNamePipeBase::m_strPipeName = std::move(name);
 }
-
-constinit std::atomic<std::uint32_t> answer_size_limit = 8192;
 
 void set_sizes(std::uint32_t in_size, std::uint32_t out_size) {
     CNamePipeBase::m_dwNPInputBufferSize = in_size;
     CNamePipeBase::m_dwNPOutputBufferSize = out_size;
-    answer_size_limit = out_size;
+    relay_hub::listener_state.answer_limit = out_size;
 }
 
 std::string marked(std::string_view payload, unsigned int kind) {
@@ -77,7 +66,8 @@ void apply_pipe_params(CZEVXML& command) {
         CNamePipeBase::m_dwNPInputBufferSize = size;
     if (const auto size = static_cast<std::uint32_t>(command.QueryLng(kNewOutputSize)); size != 0) {
         CNamePipeBase::m_dwNPOutputBufferSize = size;
-        answer_size_limit = std::max(answer_size_limit.load(), size);
+        relay_hub::listener_state.answer_limit =
+            std::max(relay_hub::listener_state.answer_limit.load(), size);
     }
 }
 
@@ -86,12 +76,8 @@ void apply_pipe_params(CZEVXML& command) {
 namespace relay_hub {
 
 std::string listener_pipe_name() {
-    const std::lock_guard lock(pipe_name_mutex);
+    const std::lock_guard lock(relay_hub::listener_state.name_mutex);
     return CNamePipeBase::m_strPipeName;
-}
-
-std::size_t answer_limit() {
-    return answer_size_limit;
 }
 
 std::string terminate_request() {
@@ -166,8 +152,8 @@ bool CNamePipeBase::NPSendMessage(char* data, unsigned int size, char* answer, u
 bool CNamePipeBase::NPSendMessage(std::string data, std::string& answer, std::string pipe,
                                   unsigned int kind) {
     trace_payload("Enter into CNamePipeBase::NPSendMessage - strInputData=\n", data);
-    return relay_hub::exchange(target(pipe), marked(data, kind), answer, relay_hub::answer_limit(),
-                               relay_hub::AnswerKind::text);
+    return relay_hub::exchange(target(pipe), marked(data, kind), answer,
+                               relay_hub::listener_state.answer_limit, relay_hub::AnswerKind::text);
 }
 
 bool CNamePipeBase::ServiceHandle(std::string command, std::string& result) {

@@ -7,6 +7,7 @@
 // StopToken bound to its thread (stop_token.h) in all its waits, the one for that mutex included.
 #include <atomic>
 #include <cstdint>
+#include <mutex>
 #include <string>
 #include <string_view>
 
@@ -25,6 +26,30 @@ inline constexpr unsigned int kUserData = 0;
 // to the first zero, and zeros behind it up to the size of the frame.
 using service_provider_t = unsigned int (*)(char* body, unsigned int length, char* answer,
                                             unsigned int answer_size);
+
+namespace relay_hub {
+
+// What the one listener of the process serves with; its members are known by the class's names below.
+struct ListenerState {
+    std::atomic<std::uint32_t> input_size = 8192;   // bytes; kept only
+    std::atomic<std::uint32_t> output_size = 8192;  // bytes; the length of a call-back answer
+    std::atomic<std::uint32_t> answer_size = 0;     // what the service provider returned
+    std::atomic<bool> ends_after_round = false;
+    // What the service provider answered: output_size + 1 bytes, so that a text in it always ends. Listener
+    // thread only while one runs.
+    ZeroedMemory answer;
+    std::string command_answer;  // of the last control command; listener thread only
+    std::mutex name_mutex;
+    std::string name = "/tmp/ZEV_Korvale";  // guarded by name_mutex: set it with SetupParam
+    // How much of an answer a client of ours takes: the output size that the program itself has set. A reset
+    // command, which any client of the listener can send, may only raise it.
+    std::atomic<std::uint32_t> answer_limit = 8192;
+    std::atomic<service_provider_t> provider = nullptr;
+    std::atomic<void (*)()> ended_by_command = nullptr;
+};
+extern ListenerState listener_state;
+
+}  // namespace relay_hub
 
 class CNamePipeBase {
   public:
@@ -66,16 +91,13 @@ class CNamePipeBase {
     // True when the thread has ended; false when it still runs, and then the answer buffer is kept.
     bool ExitListenService();
 
-    static std::atomic<std::uint32_t> m_dwNPInputBufferSize;  // 8192, bytes; kept only
-    static std::atomic<std::uint32_t>
-        m_dwNPOutputBufferSize;                          // 8192, bytes; the length of a call-back answer
-    static std::atomic<std::uint32_t> m_dwNPOutputSize;  // what the service provider returned
-    // What the service provider answered: m_dwNPOutputBufferSize + 1 bytes, so that a text in it always ends.
-    // Listener thread only while one runs.
-    static relay_hub::ZeroedMemory m_pbyteResultBuffer;
-    static std::string m_strResultData;  // the answer of the last control command; listener thread only
-    static std::string m_strPipeName;    // set it with SetupParam: that locks out the senders that read it
-    static std::atomic<bool> m_bExitFromListenLoop;
+    static constexpr auto& m_dwNPInputBufferSize = relay_hub::listener_state.input_size;
+    static constexpr auto& m_dwNPOutputBufferSize = relay_hub::listener_state.output_size;
+    static constexpr auto& m_dwNPOutputSize = relay_hub::listener_state.answer_size;
+    static constexpr auto& m_pbyteResultBuffer = relay_hub::listener_state.answer;
+    static constexpr auto& m_strResultData = relay_hub::listener_state.command_answer;
+    static constexpr auto& m_strPipeName = relay_hub::listener_state.name;
+    static constexpr auto& m_bExitFromListenLoop = relay_hub::listener_state.ends_after_round;
 
   private:
     // Where a send goes: pipe, else the object's own name, else m_strPipeName.

@@ -197,7 +197,7 @@ ReadEnd await_answer(Connection& connection, FrameProgress& progress, RoundWatch
 }
 
 bool ends_at_zero(AnswerKind kind, const FrameProgress& progress) {
-    return kind == AnswerKind::text || progress.announced() >= answer_limit();
+    return kind == AnswerKind::text || progress.announced() >= listener_state.answer_limit;
 }
 
 // Collects the answer's body. Returns complete also where the text ended before the frame did and the rest

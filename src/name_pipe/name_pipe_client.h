@@ -10,10 +10,6 @@ namespace relay_hub {
 // Whether an answer ends at its first zero byte, because it is read as text, or is taken whole.
 enum class AnswerKind { text, bytes };
 
-// How much of an answer is taken: the output size that the program itself has set. A reset command, which any
-// client of the listener can send, may only raise it.
-std::size_t answer_limit();
-
 // As SendPipeData with an answer; answer takes at most limit bytes.
 bool exchange(const std::string& base, std::string_view body, std::string& answer, std::size_t limit,
               AnswerKind kind);

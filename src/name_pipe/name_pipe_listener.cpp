@@ -40,8 +40,6 @@ struct Listener {
 };
 
 Listener the_listener;
-std::atomic<service_provider_t> service_provider = nullptr;
-std::atomic<void (*)()> ended_by_command = nullptr;
 
 bool allocate_result_buffer() {
     if (CNamePipeBase::m_pbyteResultBuffer.data() != nullptr)
@@ -69,7 +67,7 @@ bool handled_by_channel(char* body, unsigned int count) {
 }
 
 void ask_service_provider(char* body, unsigned int count) {
-    const service_provider_t provider = service_provider;
+    const service_provider_t provider = relay_hub::listener_state.provider;
     if (provider == nullptr || !allocate_result_buffer())
         return;
     CNamePipeBase::m_pbyteResultBuffer.clear();
@@ -136,17 +134,18 @@ void* ListenThread(void*) {
         exit_asked = the_listener.exit_asked;
         the_listener.ended.notify_all();
     }
-    if (void (*const tell)() = ended_by_command; tell != nullptr && served && !exit_asked)
+    if (void (*const tell)() = relay_hub::listener_state.ended_by_command;
+        tell != nullptr && served && !exit_asked)
         tell();
     return nullptr;
 }
 
 void CNamePipeBase::SetServiceProvider(service_provider_t provider) {
-    service_provider = provider;
+    relay_hub::listener_state.provider = provider;
 }
 
 void CNamePipeBase::SetListenerEndedByCommand(void (*tell)()) {
-    ended_by_command = tell;
+    relay_hub::listener_state.ended_by_command = tell;
 }
 
 bool CNamePipeBase::ListenForService() {

@@ -8,21 +8,9 @@
 #include "side_function/pane.h"
 #include "tree_view_op/file_list_view.h"
 
-int g_copy_source = kNothingCopied;
-GtkWidget* g_p_tree_view = nullptr;
-int clipboard_action = kNothingOffered;
-std::vector<std::string> g_pClipboardFileList;
-std::vector<std::string> g_copy_to_remote_file_list;
+relay_hub::CopySource relay_hub::copy_source;
 
 namespace {
-
-std::string g_old_copy_path;
-struct RemoteRows {
-    std::vector<relay_hub::RemoteItem> remembered;
-    std::vector<relay_hub::RemoteItem> copied;
-    bool cut = false;
-};
-RemoteRows rows;
 
 void remember_row(GtkTreeModel* model, GtkTreePath*, GtkTreeIter* iter, gpointer folder) {
     const std::string name = relay_hub::row_name(model, iter);
@@ -31,7 +19,7 @@ void remember_row(GtkTreeModel* model, GtkTreePath*, GtkTreeIter* iter, gpointer
     relay_hub::RemoteItem item = relay_hub::remote_row(model, iter);
     item.name = name;
     item.path = relay_hub::join_remote_path(*static_cast<const std::string*>(folder), name);
-    rows.remembered.push_back(std::move(item));
+    relay_hub::copy_source.remembered.push_back(std::move(item));
 }
 
 }  // namespace
@@ -46,8 +34,8 @@ const std::vector<std::string>& get_copy_to_remote_file_list() {
 
 int release_copy_to_remote_file_list() {
     g_copy_to_remote_file_list.clear();
-    rows.copied.clear();
-    rows.cut = false;
+    relay_hub::copy_source.copied.clear();
+    relay_hub::copy_source.cut = false;
     return 0;
 }
 
@@ -76,27 +64,27 @@ RemoteItem remote_row(GtkTreeModel* model, GtkTreeIter* iter) {
 }
 
 void remember_remote_selection(GtkWidget* tree_view, const std::string& folder) {
-    rows.remembered.clear();
+    copy_source.remembered.clear();
     std::string base = folder;
     gtk_tree_selection_selected_foreach(gtk_tree_view_get_selection(GTK_TREE_VIEW(tree_view)), remember_row,
                                         &base);
 }
 
 const std::vector<RemoteItem>& remembered_remote_selection() {
-    return rows.remembered;
+    return copy_source.remembered;
 }
 
 void keep_remote_copy(bool cut) {
-    rows.copied = rows.remembered;
-    rows.cut = cut;
+    copy_source.copied = copy_source.remembered;
+    copy_source.cut = cut;
 }
 
 Offer remote_copy() {
-    return {g_copy_to_remote_file_list, rows.cut};
+    return {g_copy_to_remote_file_list, copy_source.cut};
 }
 
 const std::vector<RemoteItem>& kept_remote_copy() {
-    return rows.copied;
+    return copy_source.copied;
 }
 
 void nothing_copied() {

@@ -16,11 +16,44 @@ inline constexpr int kNothingOffered = 1;
 inline constexpr int kCopyOffered = 2;
 inline constexpr int kCutOffered = 4;
 
-extern int g_copy_source;
-extern GtkWidget* g_p_tree_view;  // the list whose selection was copied; null for none
-extern int clipboard_action;
-extern std::vector<std::string> g_pClipboardFileList;        // full local paths, in the order of the list
-extern std::vector<std::string> g_copy_to_remote_file_list;  // full remote paths, in the order of the list
+namespace relay_hub {
+
+inline constexpr int kFileItem = 0;
+inline constexpr int kFolderItem = 1;
+
+// Attributes of one remote row, for a remote-to-local copy.
+struct RemoteItem {
+    std::string name;
+    std::string path;
+    int type = 0;  // kFileItem or kFolderItem
+    std::string size;
+    std::string created;
+    std::string accessed;
+    std::string modified;
+};
+
+// What was copied; the members are known by the fixed names below.
+struct CopySource {
+    int kind = kNothingCopied;
+    GtkWidget* tree_view = nullptr;  // the list whose selection was copied; null for none
+    int clipboard_action = kNothingOffered;
+    std::vector<std::string> local_paths;   // full, in the order of the list
+    std::vector<std::string> remote_paths;  // full, in the order of the list
+    std::string folder;                     // of the pane in which the last copy was made
+    std::vector<RemoteItem> remembered;     // the remote rows of the last copy, cut or drag
+    std::vector<RemoteItem> copied;         // of the last copy or cut alone
+    bool cut = false;
+};
+extern CopySource copy_source;
+
+}  // namespace relay_hub
+
+inline constexpr int& g_copy_source = relay_hub::copy_source.kind;
+inline constexpr GtkWidget*& g_p_tree_view = relay_hub::copy_source.tree_view;
+inline constexpr int& clipboard_action = relay_hub::copy_source.clipboard_action;
+inline constexpr std::vector<std::string>& g_pClipboardFileList = relay_hub::copy_source.local_paths;
+inline constexpr std::vector<std::string>& g_copy_to_remote_file_list = relay_hub::copy_source.remote_paths;
+inline constexpr std::string& g_old_copy_path = relay_hub::copy_source.folder;
 
 void set_copy_to_remote_file_list(std::vector<std::string> paths);
 const std::vector<std::string>& get_copy_to_remote_file_list();
@@ -39,19 +72,6 @@ struct Offer {
     bool cut = false;
 };
 
-inline constexpr int kFileItem = 0;
-inline constexpr int kFolderItem = 1;
-
-// Attributes of one remote row, for a remote-to-local copy.
-struct RemoteItem {
-    std::string name;
-    std::string path;
-    int type = 0;  // kFileItem or kFolderItem
-    std::string size;
-    std::string created;
-    std::string accessed;
-    std::string modified;
-};
 // The selected remote rows as they are now; kept at copy or drag time, so that browsing on loses nothing.
 void remember_remote_selection(GtkWidget* tree_view, const std::string& folder);
 const std::vector<RemoteItem>& remembered_remote_selection();

@@ -19,8 +19,6 @@ namespace {
 using relay_hub::side_of;
 using relay_hub::WindowWork;
 
-bool window_gone = false;
-
 // True for ".." and for folders, told by their type text.
 bool can_be_opened(GtkTreeModel* model, GtkTreeIter* iter, const std::string& name) {
     return name == ".." ||
@@ -47,13 +45,11 @@ void load_local_side() {
 
 }  // namespace
 
-int single_clicked = kClickIdle;
+constinit relay_hub::EventState relay_hub::event_state;
 
 void on_main_window_show(GtkWidget*, gpointer) {
     std::puts(__func__);
-    window_gone = false;
-    instance = nullptr;
-    single_clicked = kClickIdle;
+    relay_hub::event_state = {};
     const WindowWork work;
     const UI* ui = get_UI_sets();
     std::printf("left:%p\tright:%p\n", static_cast<void*>(ui->left_side->tree_view),
@@ -66,7 +62,7 @@ void on_main_window_show(GtkWidget*, gpointer) {
 
 void on_main_window_destroy(GtkWidget*, gpointer) {
     std::puts(__func__);
-    window_gone = true;
+    relay_hub::event_state.window_gone = true;
     // The window may be closed before the main loop has begun.
     if (gtk_main_level() > 0)
         gtk_main_quit();
@@ -155,7 +151,7 @@ void on_treeview_1_row_changed(GtkTreeModel*, GtkTreePath*, GtkTreeIter*, gpoint
 namespace relay_hub {
 
 bool main_window_is_gone() {
-    return window_gone;
+    return event_state.window_gone;
 }
 
 }  // namespace relay_hub

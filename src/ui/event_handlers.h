@@ -9,14 +9,26 @@ inline constexpr guint kUriListTarget = 1;
 inline constexpr int kDropTargetCount = 2;
 extern const GtkTargetEntry drop_targets[kDropTargetCount];
 
-// The list a drag started from, until it is dropped; null for none.
-extern GtkWidget* instance;
-
 // The click state of the lists.
 inline constexpr int kClickIdle = 7;
 inline constexpr int kDoubleClickPressed = 5;
 inline constexpr int kSelectionPressed = 4;  // on a selected row of several: it stays until the release
-extern int single_clicked;
+
+namespace relay_hub {
+
+// What the handlers keep from one event to the next.
+struct EventState {
+    GtkWidget* drag_source = nullptr;  // the list a drag started from, until it is dropped; null for none
+    int click = kClickIdle;
+    bool press_moves_nothing = false;  // the press that is under way may not become a drag
+    bool window_gone = false;
+};
+extern EventState event_state;
+
+}  // namespace relay_hub
+
+inline constexpr GtkWidget*& instance = relay_hub::event_state.drag_source;
+inline constexpr int& single_clicked = relay_hub::event_state.click;
 
 void on_main_window_show(GtkWidget* window, gpointer data);
 void on_main_window_destroy(GtkWidget* window, gpointer data);

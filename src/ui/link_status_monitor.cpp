@@ -20,9 +20,7 @@
 #include "window/ui_sets.h"
 #include "window/window_thread.h"
 
-wait_status g_waiting_status;
-std::atomic<int> g_first_time = 0;
-int g_timer_running = 0;
+constinit relay_hub::LinkMonitorState relay_hub::link_monitor_state;
 
 namespace {
 

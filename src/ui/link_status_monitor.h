@@ -16,9 +16,20 @@ struct wait_status {
     GtkWidget* button = nullptr;
 };
 
-extern wait_status g_waiting_status;
-extern std::atomic<int> g_first_time;  // failed attempts to reach the engine; 10 after a success
-extern int g_timer_running;
+namespace relay_hub {
+
+struct LinkMonitorState {
+    wait_status waiting;
+    std::atomic<int> failed_attempts = 0;  // to reach the engine; 10 after a success
+    int timer_running = 0;                 // nobody sets it
+};
+extern LinkMonitorState link_monitor_state;
+
+}  // namespace relay_hub
+
+inline constexpr wait_status& g_waiting_status = relay_hub::link_monitor_state.waiting;
+inline constexpr std::atomic<int>& g_first_time = relay_hub::link_monitor_state.failed_attempts;
+inline constexpr int& g_timer_running = relay_hub::link_monitor_state.timer_running;
 
 // Zeroes the record. Window's thread.
 void init_wait_status();

@@ -12,8 +12,9 @@ namespace {
 
 constexpr int kByteFormat = 8;
 
-char tree_row_name[] = "GTK_TREE_MODEL_ROW";
-char uri_list_name[] = "text/uri-list";
+// The toolkit only reads them.
+constexpr char kTreeRowName[] = "GTK_TREE_MODEL_ROW";
+constexpr char kUriListName[] = "text/uri-list";
 
 bool is_usable(GtkWidget* tree_view, GtkSelectionData* selection) {
     return tree_view != instance && gtk_selection_data_get_format(selection) == kByteFormat &&
@@ -41,11 +42,9 @@ void on_list_drag_end(GtkWidget*, GdkDragContext*, gpointer) {
 }  // namespace relay_hub
 
 const GtkTargetEntry drop_targets[kDropTargetCount] = {
-    {tree_row_name, GTK_TARGET_SAME_APP, kTreeRowTarget},
-    {uri_list_name, 0, kUriListTarget},
+    {const_cast<char*>(kTreeRowName), GTK_TARGET_SAME_APP, kTreeRowTarget},
+    {const_cast<char*>(kUriListName), 0, kUriListTarget},
 };
-
-GtkWidget* instance = nullptr;
 
 void on_treeview_1_drag_data_get(GtkWidget* tree_view, GdkDragContext* context, GtkSelectionData* selection,
                                  guint info, guint time, gpointer data) {

@@ -13,9 +13,6 @@
 
 namespace {
 
-// The press that is under way may not become a drag.
-bool press_moves_nothing = false;
-
 constexpr guint kLeftButton = 1;
 constexpr guint kRightButton = 3;
 
@@ -65,7 +62,7 @@ void unselect_beside_rows(GtkTreeView* tree_view, const GdkEventButton* event) {
 
 void note_press(GtkTreeView* tree_view, const GdkEventButton* event) {
     const TreePath path = row_at(tree_view, event);
-    press_moves_nothing = path == nullptr || is_parent_row(tree_view, path.get());
+    relay_hub::event_state.press_moves_nothing = path == nullptr || is_parent_row(tree_view, path.get());
 }
 
 struct EventFree {
@@ -135,7 +132,7 @@ gboolean on_treeview_1_button_release_event(GtkWidget* widget, GdkEventButton* e
 namespace relay_hub {
 
 gboolean on_list_motion(GtkWidget*, GdkEventMotion* event, gpointer) {
-    return press_moves_nothing && (event->state & GDK_BUTTON1_MASK) != 0 ? TRUE : FALSE;
+    return event_state.press_moves_nothing && (event->state & GDK_BUTTON1_MASK) != 0 ? TRUE : FALSE;
 }
 
 }  // namespace relay_hub

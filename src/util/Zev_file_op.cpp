@@ -1,6 +1,5 @@
 #include "util/Zev_file_op.h"
 
-// The globals of the local file operations, and the probes.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -12,19 +11,8 @@
 #include "base/file_descriptor.h"
 #include "base/glib_owners.h"
 #include "util/file_op_unit.h"
-#include "util/folder_listing.h"
 
-GList* Gfile_list = nullptr;
-std::uint64_t Gfile_size = 0;
-std::uint64_t Gfile_count = 0;
-std::string full_path;
-int g_s_nMsgCode = 0;
-std::string g_s_cMessage;
-__task_list* tasks = nullptr;
-std::string dest_path;
-int source_base_path_length = 0;
-int cp_op = OVERRIDE_NO;
-int cp_st = 0;
+relay_hub::FileOpState relay_hub::file_op_state;
 
 namespace {
 
@@ -137,21 +125,3 @@ int Gfile_check_del_op(const std::string& path) {
     (void)relay_hub::write_all(STDERR_FILENO, line.c_str(), line.size() + 1);
     return -1;
 }
-
-namespace relay_hub {
-
-void reset_file_op_globals() {
-    Gfile_release_file_info_linked_list();
-    Gfile_size = 0;
-    Gfile_count = 0;
-    full_path.clear();
-    g_s_nMsgCode = 0;
-    g_s_cMessage.clear();
-    tasks = nullptr;
-    dest_path.clear();
-    source_base_path_length = 0;
-    cp_op = OVERRIDE_NO;
-    cp_st = 0;
-}
-
-}  // namespace relay_hub

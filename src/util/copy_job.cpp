@@ -28,6 +28,26 @@
 #include "util/tree_walk.h"
 #include "util/user_questions.h"
 
+namespace relay_hub {
+
+// What one run of the job keeps beside the shared state.
+class CopyRun {
+  public:
+    explicit CopyRun(__task_list* job) : entries(job) {}
+
+    EntryCopy entries;
+    struct stat root {};                      // of the source being walked
+    std::vector<std::uint64_t> source_items;  // how many entries each source has
+    std::uint64_t visited = 0;                // of the source being walked
+    // Access times of the folders, by device and inode, from before the counting read them.
+    std::map<std::pair<dev_t, ino_t>, timespec> folder_times;
+    bool skip_all = false;
+    bool only_this_entry = false;  // what stopped the last step concerns no other entry
+    bool stopped_by_user = false;
+};
+
+}  // namespace relay_hub
+
 namespace {
 
 using relay_hub::note_failure;
@@ -42,22 +62,7 @@ constexpr int kFlagFile = 0;
 constexpr int kFlagFolder = 1;
 constexpr int kClosedByWindowManager = -4;
 
-// What one run of the job keeps beside the globals.
-struct CopyRun {
-    explicit CopyRun(__task_list* job) : entries(job) {}
-
-    relay_hub::EntryCopy entries;
-    struct stat root {};                      // of the source being walked
-    std::vector<std::uint64_t> source_items;  // how many entries each source has
-    std::uint64_t visited = 0;                // of the source being walked
-    // Access times of the folders, by device and inode, from before the counting read them.
-    std::map<std::pair<dev_t, ino_t>, timespec> folder_times;
-    bool skip_all = false;
-    bool only_this_entry = false;  // what stopped the last step concerns no other entry
-    bool stopped_by_user = false;
-};
-
-std::unique_ptr<CopyRun> copy_run;
+constexpr relay_hub::CopyRun*& copy_run = relay_hub::file_op_state.copy;
 
 void show_error(const char* primary, const std::string& secondary) {
     if (relay_hub::UserQuestions* questions = relay_hub::get_user_questions())
@@ -410,7 +415,8 @@ int Gfile_local_copy(void* job) {
         return 0;
     cp_st = 0;
     cp_op = OVERRIDE_NO;
-    copy_run = std::make_unique<CopyRun>(tasks);
+    relay_hub::CopyRun run(tasks);
+    copy_run = &run;
     count_sources();
     relay_hub::sweep_folder(dest_path);
     copy_all_sources();
@@ -418,6 +424,6 @@ int Gfile_local_copy(void* job) {
     if (get_atomic(&tasks->state) != TASK_CANCEL)
         copy_run->entries.put_on_disk();
     tasks->went_through_all = !copy_run->stopped_by_user;
-    copy_run.reset();
+    copy_run = nullptr;
     return 0;
 }

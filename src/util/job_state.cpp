@@ -6,11 +6,11 @@
 #include <set>
 #include <utility>
 
-pthread_mutex_t fast_mutex = PTHREAD_MUTEX_INITIALIZER;
+constinit relay_hub::JobStateLock relay_hub::job_state_lock;
 
 namespace {
 
-pthread_cond_t state_changed = PTHREAD_COND_INITIALIZER;
+constexpr pthread_cond_t& state_changed = relay_hub::job_state_lock.changed;
 
 class FastLock {
   public:

@@ -28,8 +28,19 @@ int set_atomic(volatile int* where, int value);
 // Sets the state to 3 unless it is already 2 or more; returns true when it did. Wakes like set_atomic.
 bool cancel_atomic(volatile int* where);
 int get_atomic(volatile int* where);
+
+namespace relay_hub {
+
+struct JobStateLock {
+    pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
+    pthread_cond_t changed = PTHREAD_COND_INITIALIZER;
+};
+extern JobStateLock job_state_lock;
+
+}  // namespace relay_hub
+
 // The mutex behind the three above. Nobody else locks it.
-extern pthread_mutex_t fast_mutex;
+inline constexpr pthread_mutex_t& fast_mutex = relay_hub::job_state_lock.mutex;
 
 // One entry that a local job could not handle.
 struct __task_failure {

@@ -3,8 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
-std::string gPathStack[kPathStackEntries];
-int gTopOfStack = -1;
+relay_hub::PathStack relay_hub::path_stack;
 
 void InitPathStack() {
     for (std::string& entry : gPathStack)

@@ -2,11 +2,21 @@
 // Resolving "." and ".." in a path with a stack of fixed size. The window's thread.
 #include <string>
 
-// The path stack, bottom first; gTopOfStack is the index of its top entry, -1 when it is empty. Its entries
-// hold components of any length. InitPathStack is also how a test starts afresh.
 inline constexpr int kPathStackEntries = 128;
-extern std::string gPathStack[kPathStackEntries];
-extern int gTopOfStack;
+
+namespace relay_hub {
+
+// InitPathStack is also how a test starts afresh.
+struct PathStack {
+    std::string entries[kPathStackEntries];  // components of any length, bottom first
+    int top = -1;                            // its index, -1 when the stack is empty
+};
+extern PathStack path_stack;
+
+}  // namespace relay_hub
+
+inline constexpr auto& gPathStack = relay_hub::path_stack.entries;
+inline constexpr int& gTopOfStack = relay_hub::path_stack.top;
 
 void InitPathStack();
 // The new top index, or -1 (stack unchanged) when the stack is full or component is null.

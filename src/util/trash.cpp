@@ -4,7 +4,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -114,12 +113,10 @@ bool Trash::open_folder() {
     return static_cast<bool>(folder_);
 }
 
-std::string Trash::make_entry_folder(unsigned long salt) const {
-    // Names differ also where one address follows another within a second.
-    static std::atomic<unsigned long> count{0};
+std::string Trash::make_entry_folder(unsigned long salt) {
     std::string name;
     do {
-        GenTrashName(name, salt + count++);
+        GenTrashName(name, salt + names_made_++);
         if (mkdirat(folder_.get(), name.c_str(), 0755) == 0)
             return name;
         // Another program may have taken the name since.

@@ -35,11 +35,13 @@ class Trash {
     // The trash folder, opened at first use. False with errno set when there is none.
     bool open_folder();
     // Makes the entry's own folder. Its name, or nothing with errno set.
-    std::string make_entry_folder(unsigned long salt) const;
+    std::string make_entry_folder(unsigned long salt);
     TrashResult move(const std::string& path, const std::string& entry, std::string* reason) const;
 
     volatile int* job_state_;
     FileDescriptor folder_;
+    // Names differ also where one address follows another within a second.
+    unsigned long names_made_ = 0;
 };
 
 }  // namespace relay_hub

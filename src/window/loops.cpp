@@ -5,9 +5,7 @@
 #include "base/translated_text.h"
 #include "util/job_state.h"
 
-volatile int atomic_flag = 0;
-dialog_info* dialog_ptr = nullptr;
-const dialog_job* tasks_ptr = nullptr;
+constinit relay_hub::Loops relay_hub::loops;
 
 namespace {
 

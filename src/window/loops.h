@@ -4,9 +4,20 @@
 
 #include "window/dialogs/dialog_info.h"
 
-extern volatile int atomic_flag;     // 1 once stop_loop was called; window's thread
-extern dialog_info* dialog_ptr;      // what do_something animated last; borrowed
-extern const dialog_job* tasks_ptr;  // its job; borrowed
+namespace relay_hub {
+
+struct Loops {
+    volatile int stopped = 0;         // 1 once stop_loop was called
+    dialog_info* dialog = nullptr;    // what do_something animated last; borrowed
+    const dialog_job* job = nullptr;  // its job; borrowed
+};
+extern Loops loops;
+
+}  // namespace relay_hub
+
+inline constexpr volatile int& atomic_flag = relay_hub::loops.stopped;
+inline constexpr dialog_info*& dialog_ptr = relay_hub::loops.dialog;
+inline constexpr const dialog_job*& tasks_ptr = relay_hub::loops.job;
 
 // The callbacks are installed so that they run with the GDK lock held.
 unsigned int new_idle_loop(GSourceFunc function, gpointer data);

@@ -5,11 +5,11 @@
 
 #include "base/shown_text.h"
 
-__single sub[2];
+constinit relay_hub::Widgets relay_hub::widgets;
 
 namespace {
 
-UI ui{nullptr, nullptr, &sub[0], &sub[1]};
+constexpr UI& ui = relay_hub::widgets.ui;
 
 constexpr char kFolderBytes[] = "relay-hub-folder-bytes";
 

@@ -24,8 +24,17 @@ struct UI {
     __single* right_side = nullptr;  // remote
 };
 
-// The two sides; element 0 is built as the local one.
-extern __single sub[2];
+namespace relay_hub {
+
+struct Widgets {
+    __single sides[2];  // element 0 is built as the local one
+    UI ui{nullptr, nullptr, &sides[0], &sides[1]};
+};
+extern Widgets widgets;
+
+}  // namespace relay_hub
+
+inline constexpr auto& sub = relay_hub::widgets.sides;
 
 UI* get_UI_sets();
 void swap_side();

@@ -15,10 +15,9 @@ void TagIndex::append(std::string_view name, size_t position) {
     positions_[key(name)].push_back(position);
 }
 
-const std::vector<size_t>& TagIndex::positions(std::string_view name) const {
-    static const std::vector<size_t> none;
+std::span<const size_t> TagIndex::positions(std::string_view name) const {
     const auto entry = positions_.find(key(name));
-    return entry == positions_.end() ? none : entry->second;
+    return entry == positions_.end() ? std::span<const size_t>() : entry->second;
 }
 
 }  // namespace relay_hub

@@ -2,6 +2,7 @@
 // children keeps one, so that finding and counting children does not walk a growing list.
 #pragma once
 
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -14,7 +15,7 @@ class TagIndex {
     // Positions must be appended in ascending order.
     void append(std::string_view name, size_t position);
     // Empty when no child bears the name; valid until the next append.
-    const std::vector<size_t>& positions(std::string_view name) const;
+    std::span<const size_t> positions(std::string_view name) const;
 
   private:
     static std::string key(std::string_view name);

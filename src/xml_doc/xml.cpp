@@ -196,7 +196,7 @@ const relay_hub::TagIndex& CXML::tag_index() const {
 
 CXML::Match CXML::match(std::string_view name, long nth) const {
     if (m_children.size() > kWalkLimit) {
-        const std::vector<size_t>& positions = tag_index().positions(name);
+        const std::span<const size_t> positions = tag_index().positions(name);
         const int count = static_cast<int>(positions.size());
         if (nth == -1)
             return {positions.empty() ? kNowhere : positions.back(), count};

@@ -1,6 +1,5 @@
 #include <climits>
 #include <cstring>
-#include <mutex>
 #include <string>
 #include <string_view>
 
@@ -68,8 +67,6 @@ void end_element(void* context, const xmlChar* name, const xmlChar* prefix, cons
 }
 
 XmlDocPtr parse(std::string_view text, Records records) {
-    static std::once_flag initialised;
-    std::call_once(initialised, xmlInitParser);
     const relay_hub::XmlParser parser(xmlNewParserCtxt());
     if (parser == nullptr)
         return nullptr;

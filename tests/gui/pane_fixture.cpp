@@ -44,7 +44,6 @@ Panes::Panes() {
     fill_side(sub[1], remote_.view());
     relay_hub::hold_widgets();
     relay_hub::end_offer();
-    relay_hub::reset_file_list_retries();
     CleanUpInformationVar();
 }
 

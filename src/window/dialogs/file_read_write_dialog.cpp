@@ -8,7 +8,7 @@
 #include "window/dialogs/dialog_parts.h"
 #include "window/loops.h"
 
-GSourceFunc g_pUpdateFun = nullptr;
+constinit relay_hub::ProgressDialogState relay_hub::progress_dialog_state;
 
 namespace {
 
@@ -16,8 +16,8 @@ constexpr guint kUpdateInterval = 300;
 constexpr int kRowPadding = 5;
 constexpr int kKindWithoutCancel = 5;
 
-dialog_info the_dialog;
-guint update_source = 0;
+constexpr dialog_info& the_dialog = relay_hub::progress_dialog_state.info;
+constexpr guint& update_source = relay_hub::progress_dialog_state.update_source;
 
 // A loop that was stopped a moment ago would be revived by the next one's start.
 void remove_last_loop() {

@@ -17,11 +17,20 @@ using relay_hub::translated;
 
 namespace {
 
-std::string old_name;
-std::string new_name;
-std::string base_path;
-int g_iside = 0;
-GtkWidget* g_treeview = nullptr;
+// What is being renamed.
+struct Renaming {
+    std::string old_name;
+    std::string new_name;
+    std::string base_path;
+    int side = 0;                    // not 0 for the remote pane
+    GtkWidget* tree_view = nullptr;  // the pane's list
+};
+Renaming renaming;
+constexpr std::string& old_name = renaming.old_name;
+constexpr std::string& new_name = renaming.new_name;
+constexpr std::string& base_path = renaming.base_path;
+constexpr int& g_iside = renaming.side;
+constexpr GtkWidget*& g_treeview = renaming.tree_view;
 
 std::string last_component(const std::string& path) {
     const GText name(g_path_get_basename(path.c_str()));

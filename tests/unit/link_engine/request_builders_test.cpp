@@ -152,7 +152,6 @@ TEST(RequestBuilders, LocalItemsCarryTheirOwnStatusAndVanishedOnesZeros) {
 }
 
 TEST(RequestBuilders, AFileListIsAskedForAgainAfterABadAnswer) {
-    reset_file_list_retries();
     std::atomic<int> bad_answers = 1;
     FakeEngine engine([&](const std::string&) { return bad_answers-- > 0 ? "" : "<ZEVMSG></ZEVMSG>"; });
     __send_args args;
@@ -165,7 +164,6 @@ TEST(RequestBuilders, AFileListIsAskedForAgainAfterABadAnswer) {
     EXPECT_EQ(engine.frames().size(), 7U);
     set_NP_VAL_CMD_GET_FILE_LIST(&args);
     EXPECT_EQ(engine.frames().size(), 8U);
-    reset_file_list_retries();
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "util/Zev_file_op.h"
 #include "util/copy_job.h"
 #include "util/delete_job.h"
+#include "util/folder_listing.h"
 
 namespace util_test {
 namespace {
@@ -48,7 +49,8 @@ int PresetAnswers::ask_overwrite(const relay_hub::OverwriteQuestion& question) {
 
 Sandbox::Sandbox() {
     relay_hub::set_user_questions(&answers);
-    relay_hub::reset_file_op_globals();
+    Gfile_release_file_info_linked_list();
+    relay_hub::file_op_state = {};
 }
 
 Sandbox::~Sandbox() {
