@@ -345,6 +345,14 @@ class Copies {
     int outs_ = 0;
 };
 
+void copies(const fs::path& served) {
+    make_copy_sets(served);
+    Copies copies(served);
+    for (const CopySet& set : kCopySets)
+        copies.measure(set);
+    copies.twice_as_many();
+}
+
 // ---- Progress reports.
 
 constexpr int kReports = 1000;
@@ -398,9 +406,12 @@ void progress_reports() {
 void run(const fs::path& folder, const fs::path& engine_program) {
     const fs::path served = folder / "served";
     fs::create_directories(served);
-    long_requests();
-    waiting(folder);
-    waiting_for_an_engine(folder);
+    if (bench::is_wanted("long"))
+        long_requests();
+    if (bench::is_wanted("waiting")) {
+        waiting(folder);
+        waiting_for_an_engine(folder);
+    }
     CNamePipeBase listener;
     CNamePipeBase::SetupParam(kNotifyPipe, kPipeBufferSize, kPipeBufferSize);
     must(listener.ListenForService(), "listener");
@@ -408,14 +419,13 @@ void run(const fs::path& folder, const fs::path& engine_program) {
         const EngineProcess engine(engine_program, served);
         while (!fs::exists(std::string(kCommandPipe) + "_OUT"))
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        small_requests(folder, engine.process());
-        make_copy_sets(served);
-        Copies copies(served);
-        for (const CopySet& set : kCopySets)
-            copies.measure(set);
-        copies.twice_as_many();
+        if (bench::is_wanted("small"))
+            small_requests(folder, engine.process());
+        if (bench::is_wanted("copies"))
+            copies(served);
     }
-    progress_reports();
+    if (bench::is_wanted("progress"))
+        progress_reports();
     (void)listener.ExitListenService();
 }
 

@@ -35,7 +35,7 @@ using bench::Peer;
 constexpr int kRounds = 5;
 constexpr std::size_t kLocalFiles = 100000;
 constexpr std::size_t kRemoteEntries = 40000;
-constexpr double kLongestGap = 100;  // ms
+constexpr double kLongestGap = 50;  // ms
 using Row = std::array<std::string, kColumnCount>;
 
 std::string long_answer() {
@@ -62,32 +62,52 @@ void settle() {
         gtk_main_iteration();
 }
 
-// The longest time between two turns of the main loop while it lives.
+// The longest time between two turns of the main loop while it lives, and the longest that the window's
+// thread worked between two: that one is the same on a busy machine.
 class GapWatch {
   public:
-    GapWatch() : last_(g_get_monotonic_time()) {
-        source_ = g_timeout_add_full(G_PRIORITY_HIGH, 2, look, this, nullptr);
-    }
+    struct Gap {
+        double time = 0;  // ms
+        double work = 0;
+    };
+
+    GapWatch() : last_(now()) { source_ = g_timeout_add_full(G_PRIORITY_HIGH, 2, look, this, nullptr); }
     GapWatch(const GapWatch&) = delete;
     GapWatch& operator=(const GapWatch&) = delete;
     ~GapWatch() { g_source_remove(source_); }
-    double longest_ms() {
+    Gap longest() {
         look(this);
-        return static_cast<double>(longest_) / 1000;
+        return longest_;
     }
 
   private:
+    static double clock_ms(clockid_t clock) {
+        timespec time{};
+        (void)::clock_gettime(clock, &time);
+        return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
+    }
+    static Gap now() { return {clock_ms(CLOCK_MONOTONIC), clock_ms(CLOCK_THREAD_CPUTIME_ID)}; }
     static gboolean look(gpointer data) {
         auto* self = static_cast<GapWatch*>(data);
-        const gint64 now = g_get_monotonic_time();
-        self->longest_ = std::max(self->longest_, now - self->last_);
-        self->last_ = now;
+        const Gap turn = now();
+        self->longest_.time = std::max(self->longest_.time, turn.time - self->last_.time);
+        self->longest_.work = std::max(self->longest_.work, turn.work - self->last_.work);
+        self->last_ = turn;
         return G_SOURCE_CONTINUE;
     }
-    gint64 last_;
-    gint64 longest_ = 0;
+    Gap last_;
+    Gap longest_;
     guint source_;
 };
+
+void print_gaps(const std::vector<GapWatch::Gap>& gaps) {
+    const auto shortest = std::min_element(
+        gaps.begin(), gaps.end(), [](const auto& one, const auto& other) { return one.time < other.time; });
+    const auto busiest = std::max_element(
+        gaps.begin(), gaps.end(), [](const auto& one, const auto& other) { return one.work < other.work; });
+    bench::print_limit("  longest main-loop gap, least disturbed round", shortest->time, "ms", kLongestGap);
+    bench::print_limit("  longest work between two turns, all rounds", busiest->work, "ms", kLongestGap);
+}
 
 void open_folder(__single* side, const std::string& path) {
     gtk_entry_set_text(GTK_ENTRY(side->path_entry), path.c_str());
@@ -95,8 +115,13 @@ void open_folder(__single* side, const std::string& path) {
     settle();
 }
 
-int row_count(const __single* side) {
-    return gtk_tree_model_iter_n_children(gtk_tree_view_get_model(GTK_TREE_VIEW(side->tree_view)), nullptr);
+void must_have_rows(const __single* side, std::size_t entries) {
+    const int rows =
+        gtk_tree_model_iter_n_children(gtk_tree_view_get_model(GTK_TREE_VIEW(side->tree_view)), nullptr);
+    if (rows == static_cast<int>(entries) + 1)
+        return;
+    (void)std::fprintf(bench::rows(), "%d rows for %zu entries and the one above\n", rows, entries);
+    std::exit(1);
 }
 
 // ---- The yardstick: a list of the panes' kind, filled with the same texts and nothing else.
@@ -185,16 +210,17 @@ void forget_peak() {
 void local_folder(const fs::path& folder, const fs::path& empty) {
     fs::create_directories(folder);
     for (std::size_t index = 0; index < kLocalFiles; ++index)
-        std::ofstream(folder / ("file " + std::to_string(index) + ".txt"));
+        must(std::ofstream(folder / ("file " + std::to_string(index) + ".txt")).is_open(), folder.c_str());
     __single* side = get_UI_sets()->left_side;
     open_folder(side, folder);
-    must(row_count(side) == static_cast<int>(kLocalFiles) + 1, "rows");
+    must_have_rows(side, kLocalFiles);
     const std::vector<Row> rows = rows_of(side);
-    double longest_gap = 0;
+    std::vector<GapWatch::Gap> gaps;
     const auto ours = [&] {
         GapWatch gap;
         open_folder(side, folder);
-        longest_gap = std::max(longest_gap, gap.longest_ms());
+        gaps.push_back(gap.longest());
+        must_have_rows(side, kLocalFiles);
     };
     bench::Pair times;
     {
@@ -207,8 +233,8 @@ void local_folder(const fs::path& folder, const fs::path& empty) {
             });
     }
     bench::print_ratio("local folder of 100,000 files / bare list of the same rows", bench::best(times.ours),
-                       bench::best(times.yardstick), 1.3);
-    bench::print_limit("  longest main-loop gap", longest_gap, "ms", kLongestGap);
+                       bench::best(times.yardstick), 1.25);
+    print_gaps(gaps);
     open_folder(side, empty);
 }
 
@@ -221,13 +247,14 @@ void remote_folder(const std::string& answer, const Peer& peer) {
     const double before = status_bytes("VmHWM");
     open_folder(side, "C:\\photos");
     const double grown = status_bytes("VmHWM") - before;
-    must(row_count(side) == static_cast<int>(kRemoteEntries) + 1, "rows");
+    must_have_rows(side, kRemoteEntries);
     const std::vector<Row> rows = rows_of(side);
-    double longest_gap = 0;
+    std::vector<GapWatch::Gap> gaps;
     const auto ours = [&] {
         GapWatch gap;
         open_folder(side, "C:\\photos");
-        longest_gap = std::max(longest_gap, gap.longest_ms());
+        gaps.push_back(gap.longest());
+        must_have_rows(side, kRemoteEntries);
     };
     BareList bare;
     relay_hub::XmlDocPtr parsed;
@@ -244,8 +271,8 @@ void remote_folder(const std::string& answer, const Peer& peer) {
         parsed.reset();
     });
     bench::print_ratio("remote folder of 40,000 entries / pipe + xmlParseMemory + bare list",
-                       bench::best(times.ours), bench::best(times.yardstick), 1.5);
-    bench::print_limit("  longest main-loop gap", longest_gap, "ms", kLongestGap);
+                       bench::best(times.ours), bench::best(times.yardstick), 1.2);
+    print_gaps(gaps);
     bench::print_limit("  peak memory, in answers", grown / static_cast<double>(answer.size()), "answers", 6);
 }
 
@@ -257,8 +284,10 @@ void bench_window(const fs::path& folder, const std::string& answer, const Peer&
     relay_hub::reset_link_monitor();
     relay_hub::show_online_view();
     settle();
-    remote_folder(answer, peer);
-    local_folder(folder / "many", folder / "home");
+    if (bench::is_wanted("remote"))
+        remote_folder(answer, peer);
+    if (bench::is_wanted("local"))
+        local_folder(folder / "many", folder / "home");
     gtk_widget_destroy(get_UI_sets()->main_window);
     relay_hub::release_widgets();
 }

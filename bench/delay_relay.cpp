@@ -46,16 +46,16 @@ struct Flow {
     [[nodiscard]] bool due(Clock::time_point now) const { return !held.empty() && held.front().due <= now; }
 
     void take(Clock::duration delay) {
-        std::vector<char> bytes(kPiece);
+        // One for all: clearing a new one for each small piece would slow the link itself.
+        static std::array<char, kPiece> bytes;
         const ssize_t count = read(from, bytes.data(), bytes.size());
         if (count < 0 && errno == EAGAIN)
             return;
         ended = count <= 0;
         if (ended)
             return;
-        bytes.resize(static_cast<std::size_t>(count));
-        held_bytes += bytes.size();
-        held.push_back({Clock::now() + delay, std::move(bytes)});
+        held_bytes += static_cast<std::size_t>(count);
+        held.push_back({Clock::now() + delay, {bytes.begin(), bytes.begin() + count}});
     }
 
     void give() {

@@ -11,10 +11,21 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <sstream>
 #include <string>
 #include <vector>
 
 namespace bench {
+
+// Whether a part of a benchmark is to run: all of them, but where RELAY_HUB_BENCH_PARTS names some.
+inline bool is_wanted(const std::string& part) {
+    const char* const named = std::getenv("RELAY_HUB_BENCH_PARTS");
+    std::istringstream words(named != nullptr ? named : part);
+    for (std::string word; words >> word;)
+        if (word == part)
+            return true;
+    return false;
+}
 
 // Where standard output led when the program began.
 inline std::FILE* rows() {

@@ -14,8 +14,10 @@ void RoundWatch::begin(const std::string& in_path, const std::string& out_path) 
         events_.reset(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
     in_ = ::inotify_add_watch(events_.get(), in_path.c_str(), IN_ACCESS | IN_DONT_FOLLOW);
     out_ = ::inotify_add_watch(events_.get(), out_path.c_str(), IN_CLOSE_WRITE | IN_DONT_FOLLOW);
-    (void)has_left();
-    forget();
+    // Nothing more is read once a peer has left; rounds of other clients have come since.
+    do {
+        forget();
+    } while (has_left());
 }
 
 bool RoundWatch::has_left() {

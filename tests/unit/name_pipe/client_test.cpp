@@ -12,6 +12,7 @@
 #include "base/stop_token.h"
 #include "name_pipe/name_pipe_base.h"
 #include "name_pipe/name_pipe_io.h"
+#include "name_pipe/round_watch.h"
 #include "support.h"
 
 namespace {
@@ -260,6 +261,23 @@ TEST_F(Client, TakesNoAnswerOfAnAbandonedRequestForItsOwn) {
     peer.answer(test::frame("of the second"));
     second.join();
     EXPECT_EQ(answer, "of the second");
+}
+
+TEST_F(Client, CountsNoEarlierRoundOfAnotherClient) {
+    relay_hub::RoundWatch watch;
+    const auto round = [this] {
+        const relay_hub::FileDescriptor in(::open((base_ + "_IN").c_str(), O_RDWR));
+        const relay_hub::FileDescriptor out(::open((base_ + "_OUT").c_str(), O_RDWR));
+        char byte = 'x';
+        return ::write(in.get(), &byte, 1) == 1 && ::read(in.get(), &byte, 1) == 1;
+    };
+    for (int request = 0; request < 2; ++request) {
+        watch.begin(base_ + "_IN", base_ + "_OUT");
+        EXPECT_FALSE(watch.has_left());
+        ASSERT_TRUE(round());
+        EXPECT_TRUE(watch.has_left());
+        ASSERT_TRUE(round());
+    }
 }
 
 }  // namespace
