@@ -80,6 +80,31 @@ TEST_F(LinkMonitor, WaitsUntilTheRunningActionIsOver) {
     EXPECT_TRUE(run_until(is_loaded));
 }
 
+TEST_F(LinkMonitor, ALateAnswerToAnOldPollChangesNothing) {
+    const gui_test::FakeEngine engine([](const std::string& request) {
+        const std::string answer = serve(request);
+        remote_online = false;
+        return answer;
+    });
+    const auto polls = [&engine] { return engine.requests(wire::kCheckRemoteOnline).size(); };
+    relay_hub::start_waiting();
+    EXPECT_TRUE(run_until([&] { return polls() == 1; }));
+    relay_hub::start_waiting();
+    EXPECT_TRUE(run_until([&] { return polls() == 2; }));
+    EXPECT_TRUE(is_offline());
+}
+
+TEST_F(LinkMonitor, AnOfflineCallBackTakesTheDrivesAway) {
+    const gui_test::FakeEngine engine(serve);
+    GtkTreeModel* drives = gtk_combo_box_get_model(GTK_COMBO_BOX(remote().drive_combo));
+    gtk_button_clicked(GTK_BUTTON(remote().spare_button));
+    EXPECT_GT(gtk_tree_model_iter_n_children(drives, nullptr), 0);
+    EXPECT_FALSE(is_offline());
+    const std::jthread listener(set_line_status);
+    EXPECT_TRUE(run_until(is_offline));
+    EXPECT_EQ(gtk_tree_model_iter_n_children(drives, nullptr), 0);
+}
+
 TEST_F(LinkMonitor, GivesUpWaitingWhenTheUserWantsIt) {
     remote_online = false;
     const gui_test::FakeEngine engine(serve);

@@ -9,7 +9,9 @@
 #include "fake_engine.h"
 #include "gui/gui_fixture.h"
 #include "link_engine/command_runner.h"
+#include "link_engine/confirmation.h"
 #include "link_engine/request_builders.h"
+#include "link_engine/transfer_state.h"
 #include "util/user_questions.h"
 #include "window/closing.h"
 #include "window/dialogs/file_read_write_dialog.h"
@@ -24,6 +26,7 @@ namespace {
 using gui_test::find_window;
 using gui_test::run_until;
 using gui_test::When;
+using namespace std::chrono_literals;
 
 // A bare main window under the records, and everything about closing back at its start.
 class WindowBase : public testing::Test {
@@ -90,6 +93,9 @@ TEST_F(WindowBase, TheWindowGoesOnlyWhenEveryHandlerHasUnwound) {
             const relay_hub::WindowWork inner;
             EXPECT_TRUE(relay_hub::window_is_busy());
             relay_hub::close_window();
+            const auto asked = test::Clock::now();
+            EXPECT_EQ(relay_hub::wait_for_confirmation("?"), kConfirmNone);
+            EXPECT_LT(test::Clock::now() - asked, 5s) << "nobody answers in a closing program";
         }
         gui_test::run_pending();
         EXPECT_FALSE(destroyed_);

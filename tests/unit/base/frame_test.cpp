@@ -48,6 +48,14 @@ TEST_F(Frames, ReadingEndsWhereTheFrameEnds) {
     }
 }
 
+TEST_F(Frames, OneOfManyPiecesHasALimitInAll) {
+    constexpr int kSize = 200000;
+    ASSERT_GT(fcntl(writer_.get(), F_SETPIPE_SZ, 2 * kSize), kSize);
+    put(std::string("\x40\x0D\3\0", 4) + std::string(kSize, 'x'));
+    std::string body;
+    EXPECT_EQ(read(body, {1s, 1s, after(0ms)}), ReadEnd::timed_out);
+}
+
 TEST_F(Frames, OneThatDripsInHasALimitInAll) {
     put(std::string("\xFF\0\0\0", 4));
     std::atomic<bool> over = false;

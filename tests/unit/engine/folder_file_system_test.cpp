@@ -1,9 +1,16 @@
 #include "engine/folder/folder_file_system.h"
 
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <sys/file.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
 
 #include <cerrno>
+#include <cstdio>
 
+#include "base/diagnostics.h"
+#include "engine/pending_writes.h"
 #include "engine_sandbox.h"
 
 namespace relay_hub::engine {
@@ -40,6 +47,38 @@ TEST_F(FolderFiles, NoPathLeavesTheTree) {
     ASSERT_EQ(remote_->list("", listing), 0);
     for (const Entry& entry : listing.entries)
         EXPECT_EQ(entry.opens_as_folder, entry.name == "inside" || entry.name == "door") << entry.name;
+}
+
+// From now on the system lacks openat2, as an old kernel does.
+void refuse_openat2() {
+    sock_filter program[] = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+                             BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_openat2, 0, 1),
+                             BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | ENOSYS),
+                             BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)};
+    const sock_fprog filter{std::size(program), program};
+    ASSERT_EQ(prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) | prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter),
+              0);
+}
+
+// In a process of its own, because what the system has is asked once.
+TEST_F(FolderFiles, NoLinkIsFollowedWhereTheSystemCannotHoldItInTheTree) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    make_file("mine/secret", "x");
+    make_file("served/inside/file", "y");
+    make_link("served/up", "../mine");
+    make_link("served/door", "inside");
+    const auto listed = [&] {
+        refuse_openat2();
+        std::string paths;
+        for (const char* path : {"inside", "door", "up", "..", "inside/../..", "../mine"}) {
+            Listing listing;
+            paths += remote_->list(path, listing) == 0 ? path : "-";
+        }
+        std::fputs(paths.c_str(), stderr);
+        std::filesystem::remove_all(at());
+        _exit(0);
+    };
+    EXPECT_EXIT(listed(), testing::ExitedWithCode(0), "^inside-----$");
 }
 
 TEST_F(FolderFiles, ATreeDeeperThanOnePathCanTell) {
@@ -112,14 +151,21 @@ TEST_F(FolderFiles, AnUncommittedFileLeavesNothing) {
         EXPECT_EQ(content(served_ + "/old"), "old");
     }
 
-    // One that appeared meanwhile is not overwritten.
-    ASSERT_EQ(remote_->open_sink("a", {}, false, sink), 0);
-    make_file("served/a", "other");
-    std::vector<std::unique_ptr<FileSink>> sinks;
-    sinks.push_back(std::move(sink));
-    EXPECT_EQ(remote_->commit(sinks), std::vector<Error>{EEXIST});
-    EXPECT_EQ(content(served_ + "/a"), "other");
-    EXPECT_EQ(names_in(served_), (Names{"a", "old"}));
+    // What appeared meanwhile is not overwritten, and each is told.
+    Names failed;
+    const auto fail = [&failed](const std::string& file, const Error& error) {
+        failed.push_back(file + ": " + relay_hub::error_text(error.number));
+    };
+    PendingWrites writes(*remote_, {fail, fail});
+    for (const std::string name : {"a", "b"}) {
+        ASSERT_EQ(remote_->open_sink(name, {}, false, sink), 0);
+        make_file("served/" + name, "other");
+        writes.add_file(std::move(sink), name, "", 1);
+    }
+    writes.finish();
+    EXPECT_EQ(failed, (Names{"a: File exists", "b: File exists"}));
+    EXPECT_EQ(content(served_ + "/a") + content(served_ + "/b"), "otherother");
+    EXPECT_EQ(names_in(served_), (Names{"a", "b", "old"}));
 }
 
 TEST_F(FolderFiles, SpecialBitsStayOnlyWhereOwnerAndGroupAreTheSources) {

@@ -47,6 +47,14 @@ TEST(EngineNames, PathsOnTheWire) {
     EXPECT_EQ(wire_path(Style::kDrives, "D:/a/b"), "D:\\a\\b");
 }
 
+TEST(EngineNames, OnlyWhatTheWireCarriesTravels) {
+    for (const char* name : {"a b", "...", "\u540D\U0001F389", "a:b"})
+        EXPECT_TRUE(can_travel(Style::kWindows, name)) << name;
+    for (const char* name : {"", ".", "..", "a/b", "a\\b", "a\x1f", "a\x7f", "\xff"})
+        EXPECT_FALSE(can_travel(Style::kWindows, name)) << name;
+    EXPECT_TRUE(can_travel(Style::kPosix, "a\\b"));
+}
+
 TEST(EngineNames, HexIsDecodedOrRefused) {
     const struct {
         const char* hex;

@@ -125,7 +125,7 @@ TEST(RequestBuilders, EveryRequestHasItsExactBytesAndTraces) {
 TEST(RequestBuilders, LocalItemsCarryTheirOwnStatusAndVanishedOnesZeros) {
     const Sandbox folder;
     const std::string file = folder.make_file("file", "12345");
-    const timespec times[] = {{-1, 0}, {1700000000, 0}};
+    const timespec times[] = {{-1, 0}, {5000000000, 0}};
     ASSERT_EQ(::utimensat(AT_FDCWD, file.c_str(), times, 0), 0);
     FakeEngine engine([](const std::string&) { return "<ZEVMSG></ZEVMSG>"; });
     __send_args args;
@@ -142,7 +142,7 @@ TEST(RequestBuilders, LocalItemsCarryTheirOwnStatusAndVanishedOnesZeros) {
     const std::string text =
         "<ZEVMSG><NP_Cmd>NP_Cmd_Local_To_Remote</NP_Cmd><T8><Line><T9>" + file + "</T9><TB>F</TB>" + target +
         embedded("TN 0 TZ 0 TZ1 5 TP 0 TQ " + std::to_string(record(file).st_ctime) +
-                 " TS -1 TT -1 TV 0 TW 1700000000") +
+                 " TS -1 TT -1 TV 2 TW 705032704") +
         "</Line><Line><T9>" + args.item_paths[1] + "</T9><TB>G</TB>" + target +
         embedded("TN 0 TZ 0 TZ1 0 TP 0 TQ 0 TS 0 TT 0 TV 0 TW 0") + "</Line></T8></ZEVMSG>";
     ASSERT_EQ(engine.frames().size(), 1U);

@@ -123,6 +123,16 @@ TEST(RemoteEntry, TakesOnlyNamesThatAreOne) {
         EXPECT_FALSE(is_possible_name(name)) << name;
 }
 
+TEST(RemoteEntry, GivesNobodyTheOwnersRights) {
+    Attributes attributes;
+    attributes.permissions = 0106755;
+    EXPECT_EQ(entry_of("a", attributes).mode, 0755U);
+    Entry entry;
+    entry.mode = 06755;
+    entry.has_mode = true;
+    EXPECT_EQ(attributes_of(entry).permissions, 0755U);
+}
+
 std::string bytes(const Fields& fields) {
     return fields.bytes();
 }
@@ -153,6 +163,8 @@ TEST(Answer, IsReadOnlyWhole) {
     EXPECT_FALSE(read_handle(bytes(Fields().add(std::string(257, 'h')))));
     EXPECT_FALSE(read_names(bytes(Fields().add(0xffffffffU)))) << "a count is no reason to take memory";
     EXPECT_FALSE(read_attributes(bytes(Fields().add(0x80000000U).add(0xffffffffU))));
+    for (std::size_t size = 0; size < 32; ++size)
+        EXPECT_FALSE(read_limits(std::string(size, '\0'))) << size;
     // Cut at any place, or with a byte too many, nothing is an answer.
     for (const auto& [text, reads] :
          std::vector<std::pair<std::string, std::function<bool(std::string_view)>>>{

@@ -113,6 +113,10 @@ TEST_F(Document, grafts_counts_and_steps) {
     EXPECT_EQ(document_.GetTagCount("/ZEVMSG"), 1) << "the record's";
     EXPECT_EQ(document_.GetTagCount("/ZEVMSG/None"), 0);
     EXPECT_TRUE(document_.IsBOF());
+    EXPECT_TRUE(document_.MovePrev());
+    EXPECT_FALSE(document_.MovePrev());
+    document_.MoveNext();
+    EXPECT_EQ(document_.QueryInt("N"), 1);
     document_.MoveNext();
     EXPECT_FALSE(document_.IsBOF());
     EXPECT_TRUE(document_.AppendXML("<ZEVMSG><B>y</B></ZEVMSG>"));
