@@ -8,6 +8,7 @@
 
 #include "base/overwrite_question.h"
 #include "base/translated_text.h"
+#include "engine/content_comparison.h"
 #include "engine/names.h"
 #include "engine/wire_text.h"
 
@@ -49,7 +50,7 @@ FileFacts facts_of(const Entry& entry) {
     return {entry.size, entry.modified, entry.has_times};
 }
 
-bool is_present(const Entry& entry, const Entry& present) {
+bool looks_present(const Entry& entry, const Entry& present) {
     return entry.kind == EntryKind::kFile && present.kind == EntryKind::kFile && entry.has_times &&
            present.has_times && entry.size == present.size && is_same_time(entry.modified, present.modified);
 }
@@ -82,16 +83,27 @@ CopyBatch::CopyBatch(CopySide source, CopySide target,
       front_end_(front_end),
       progress_(front_end),
       content_(progress_),
-      pending_(target_.files, {[this](const std::string& path, const Error& error) { fail(path, error); },
-                               [this](const std::string& folder, const Error& error) {
-                                   if (error.number != ECANCELED)
-                                       add_failure(target_.show(folder), reason_text(error));
-                               }}),
+      pending_(target_.files,
+               {[this](const std::string& path, const Error& error) { fail(path, error); },
+                [this](const std::string& folder, const Error& error) { fail_folder(folder, error); }}),
       measured_(source_.files) {}
 
 CopyBatch::~CopyBatch() = default;
 
+void CopyBatch::doubt(const std::string& source) {
+    if (arrivals_)
+        arrivals_->doubt(source);
+}
+
+void CopyBatch::fail_folder(const std::string& folder, const Error& error) {
+    if (arrivals_)
+        arrivals_->doubt_all();
+    if (error.number != ECANCELED)
+        add_failure(target_.show(folder), reason_text(error));
+}
+
 void CopyBatch::fail(const std::string& source, const Error& error) {
+    doubt(source);
     // Nothing went wrong with an entry at which the work was ended.
     if (error.number == ECANCELED)
         progress_.stop();
@@ -105,20 +117,36 @@ bool CopyBatch::succeeded(const std::string& source, const Error& error) {
     return !error;
 }
 
-void CopyBatch::run(const std::vector<CopyItem>& items) {
+bool CopyBatch::goes_on() {
+    progress_.report();
+    return !progress_.stopped();
+}
+
+void CopyBatch::measure(const std::vector<Item>& items) {
+    for (const Item& item : items) {
+        if (arrivals_)
+            arrivals_->begin(item.paths.source);
+        if (item.error || progress_.stopped())
+            continue;
+        measured_.add(item.paths.source, item.entry, [this](const Entry& entry) {
+            progress_.add_to_do(entry);
+            if (arrivals_)
+                arrivals_->see(entry);
+            return !progress_.stopped();
+        });
+    }
+}
+
+void CopyBatch::run(const std::vector<CopyItem>& items, Purpose purpose) {
+    if (purpose == Purpose::kMove)
+        arrivals_.emplace(source_.files);
     const TreeInUse source_in_use(source_.files, progress_);
     const TreeInUse target_in_use(target_.files, progress_);
     // Before the first look, in which the copy may hang: from here on the user is asked in its place.
     if (progress_.stopped())
         return;
     const std::vector<Item> looked_at = look_at_items(items);
-    for (const Item& item : looked_at) {
-        if (!item.error && !progress_.stopped())
-            measured_.add(item.paths.source, item.entry, [this](const Entry& entry) {
-                progress_.add_to_do(entry);
-                return !progress_.stopped();
-            });
-    }
+    measure(looked_at);
     std::map<std::string, FolderLookup> targets;
     std::set<std::string> names;
     for (const Item& item : looked_at) {
@@ -136,8 +164,12 @@ void CopyBatch::run(const std::vector<CopyItem>& items) {
             copy_item(item, FolderLookup(target_.files, folder, 1));
         }
         copy_below();
+        if (arrivals_ && !progress_.stopped())
+            arrivals_->went_through(static_cast<std::size_t>(&item - looked_at.data()));
     }
     pending_.finish();
+    if (arrivals_)
+        arrived_ = arrivals_->judge([this] { return goes_on(); });
     progress_.report_end();
 }
 
@@ -327,9 +359,30 @@ CopyBatch::Verdict CopyBatch::judge_target(const std::string& source, const Entr
         wrong = reason(EISDIR, "IDS_REASON_FOLDER_AT_TARGET");
     if (!succeeded(source, wrong))
         return Verdict::kLeave;
-    if (is_present(entry, present))
+    if (is_there(source, entry, target, present, wrong))
         return Verdict::kPresent;
-    return may_replace(target, entry, present) ? Verdict::kReplace : Verdict::kLeave;
+    if (!succeeded(source, wrong))
+        return Verdict::kLeave;
+    if (may_replace(target, entry, present))
+        return Verdict::kReplace;
+    doubt(source);
+    return Verdict::kLeave;
+}
+
+bool CopyBatch::is_there(const std::string& source, const Entry& entry, const std::string& target,
+                         const Entry& present, Error& error) {
+    if (!looks_present(entry, present) || !arrivals_)
+        return looks_present(entry, present);
+    std::unique_ptr<FileSource> mine;
+    std::unique_ptr<FileSource> theirs;
+    bool same = false;
+    error = source_.files.open_source(source, entry, mine);
+    if (!error)
+        error = target_.files.open_source(target, present, theirs);
+    if (!error)
+        error = compare_contents(
+            *mine, *theirs, [this] { return goes_on(); }, same);
+    return !error && same;
 }
 
 bool CopyBatch::may_replace(const std::string& target, const Entry& entry, const Entry& present) {

@@ -4,11 +4,13 @@
 // failures and goes on. One object per request, used on one thread; trees and front end must outlive it.
 #include <functional>
 #include <list>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "engine/arrivals.h"
 #include "engine/copy_failures.h"
 #include "engine/copy_progress.h"
 #include "engine/file_content.h"
@@ -29,7 +31,11 @@ struct CopySide {
 struct CopyItem {
     std::string source;         // inner path on the source side
     std::string target_folder;  // inner path on the target side
+    std::size_t record = 0;     // of the request
 };
+
+// Of a move the source may be thrown away afterwards.
+enum class Purpose { kCopy, kMove };
 
 class CopyBatch {
   public:
@@ -40,8 +46,9 @@ class CopyBatch {
     CopyBatch(const CopyBatch&) = delete;
     CopyBatch& operator=(const CopyBatch&) = delete;
 
-    // When it returns, every file that was copied is on the disk under its name.
-    void run(const std::vector<CopyItem>& items);
+    // When it returns, every file that was copied is on the disk under its name. In a move size and time do
+    // not prove that a file is there already, its content does.
+    void run(const std::vector<CopyItem>& items, Purpose purpose = Purpose::kCopy);
     // An item that failed before it could be tried.
     void add_failure(std::string item, std::string reason) {
         failures_.add(std::move(item), std::move(reason));
@@ -51,6 +58,8 @@ class CopyBatch {
     [[nodiscard]] const FailureList& failures() const { return failures_; }
     // The target of a question that nobody answered: there the copy ended. Empty for none.
     [[nodiscard]] const std::string& unanswered() const { return unanswered_; }
+    // Of a move: for each item whether all of it is at the target now, as it still is at the source.
+    [[nodiscard]] const std::vector<bool>& arrived() const { return arrived_; }
     // How many entries were neither copied nor failed, and of how many.
     [[nodiscard]] std::uint64_t left() const { return progress_.left(); }
     [[nodiscard]] std::uint64_t total() const { return progress_.total(); }
@@ -59,6 +68,7 @@ class CopyBatch {
     struct Item;
     struct Level;
 
+    void measure(const std::vector<Item>& items);
     std::vector<Item> look_at_items(const std::vector<CopyItem>& items);
     void copy_item(const Item& item, const FolderLookup& target);
     // Whether things can be copied into the folder; told for source when not.
@@ -78,10 +88,17 @@ class CopyBatch {
     enum class Verdict { kWrite, kReplace, kPresent, kLeave };
     Verdict judge_target(const std::string& source, const Entry& entry, const std::string& target,
                          const FolderLookup& lookup, Entry& present);
+    // Whether the target's file is the source's, as far as the purpose asks for it. False with an error told.
+    bool is_there(const std::string& source, const Entry& entry, const std::string& target,
+                  const Entry& present, Error& error);
     bool may_replace(const std::string& target, const Entry& entry, const Entry& present);
     void announce_next(Level& level);
     bool succeeded(const std::string& source, const Error& error);
     void fail(const std::string& source, const Error& error);
+    // The entry, or what is below it, stays where it is.
+    void doubt(const std::string& source);
+    void fail_folder(const std::string& folder, const Error& error);
+    bool goes_on();
 
     CopySide source_;
     CopySide target_;
@@ -92,6 +109,8 @@ class CopyBatch {
     FileContent content_;
     PendingWrites pending_;
     MeasuredTree measured_;
+    std::optional<Arrivals> arrivals_;  // of a move
+    std::vector<bool> arrived_;
 
     bool replace_all_ = false;
     bool skip_all_ = false;

@@ -283,11 +283,11 @@ std::string RequestHandlers::copy_to_local(CZEVXML& request) {
         const auto source = inner_path(style(), from);
         const auto target = local_path(to);
         if (source && target)
-            items.push_back({*source, *target});
+            items.push_back({*source, *target, i});
         else
             batch.add_failure(from, not_a_path(source ? to : from));
     }
-    return run_copy(batch, items);
+    return run_copy(request, batch, items);
 }
 
 std::string RequestHandlers::copy_to_remote(CZEVXML& request) {
@@ -304,29 +304,45 @@ std::string RequestHandlers::copy_to_remote(CZEVXML& request) {
         const auto source = local_item(from);
         const auto target = inner_path(style(), to);
         if (source && target)
-            items.push_back({*source, *target});
+            items.push_back({*source, *target, i});
         else
             batch.add_failure(from, not_a_path(source ? to : from));
     }
-    return run_copy(batch, items);
+    return run_copy(request, batch, items);
 }
 
-std::string RequestHandlers::run_copy(CopyBatch& batch, const std::vector<CopyItem>& items) {
-    batch.run(items);
+std::string RequestHandlers::run_copy(CZEVXML& request, CopyBatch& batch,
+                                      const std::vector<CopyItem>& items) {
+    const bool is_move = request.Query(wire::kMove) == wire::kYes;
+    batch.run(items, is_move ? Purpose::kMove : Purpose::kCopy);
+    const std::optional<std::string> reason = failure_of_copy(batch);
+    if (!is_move)
+        return reason ? failure_text(*reason) : success_text();
+    std::string arrived(item_count(request), *wire::kNo);
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        if (batch.arrived()[i])
+            arrived[items[i].record] = *wire::kYes;
+    }
+    return result_of_move(reason, arrived);
+}
+
+std::optional<std::string> RequestHandlers::failure_of_copy(const CopyBatch& batch) {
     const FailureList& failures = batch.failures();
     for (const Failure& failure : failures.kept())
         report(RELAY_HUB_HERE, "not copied:", in_one_line(failure.item + ": " + failure.reason));
     if (!state_.remote_online)
-        return failure_text(translated("IDS_COPY_WENT_OFFLINE"));
+        return translated("IDS_COPY_WENT_OFFLINE");
     if (!batch.unanswered().empty())
-        return failure_text(fill_translated("IDS_COPY_UNANSWERED",
-                                            {in_one_line(batch.unanswered(), kLongestShownPath),
-                                             std::to_string(batch.left()), std::to_string(batch.total())}));
+        return fill_translated("IDS_COPY_UNANSWERED",
+                               {in_one_line(batch.unanswered(), kLongestShownPath),
+                                std::to_string(batch.left()), std::to_string(batch.total())});
     if (failures.empty())
-        return success_text();
+        return std::nullopt;
     // Where something was done the answer is a success, and the box alone tells the rest.
-    const std::string summary = failures.summary();
-    return batch.anything_done() && front_end_.message(summary) ? success_text() : failure_text(summary);
+    std::string summary = failures.summary();
+    if (batch.anything_done() && front_end_.message(summary))
+        return std::nullopt;
+    return summary;
 }
 
 // The call-back works in the middle of the request: the box opens when that has ended.

@@ -56,7 +56,9 @@ class RequestHandlers {
 
     std::string remove(CZEVXML& request, EntryKind kind);
     void tell_what_is_missing(const std::string& folder, const FileList& list);
-    std::string run_copy(CopyBatch& batch, const std::vector<CopyItem>& items);
+    std::string run_copy(CZEVXML& request, CopyBatch& batch, const std::vector<CopyItem>& items);
+    // The reason of a failure; nothing for a success.
+    std::optional<std::string> failure_of_copy(const CopyBatch& batch);
     // The item that a path known from hex alone means: one whose hex is the same.
     std::string known_path(const std::string& path);
     // The same of one name; nothing when the folder holds none.

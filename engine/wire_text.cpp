@@ -9,16 +9,34 @@
 #include "xml_doc/message_writer.h"
 
 namespace relay_hub::engine {
-std::string success_text() {
+namespace {
+
+void add_result(MessageWriter& answer, const std::optional<std::string_view>& failure) {
+    answer.add(wire::kResult, failure ? wire::kFail : wire::kSuccess);
+    if (failure)
+        answer.add(wire::kReason, presentable(*failure, 1000));
+}
+
+std::string result_text(const std::optional<std::string_view>& failure) {
     MessageWriter answer;
-    answer.add(wire::kResult, wire::kSuccess);
+    add_result(answer, failure);
     return answer.finish();
 }
 
+}  // namespace
+
+std::string success_text() {
+    return result_text(std::nullopt);
+}
+
 std::string failure_text(std::string_view reason) {
+    return result_text(reason);
+}
+
+std::string result_of_move(const std::optional<std::string>& failure, const std::string& arrived) {
     MessageWriter answer;
-    answer.add(wire::kResult, wire::kFail);
-    answer.add(wire::kReason, presentable(reason, 1000));
+    add_result(answer, failure);
+    answer.add(wire::kMoveArrived, arrived);
     return answer.finish();
 }
 

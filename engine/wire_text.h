@@ -1,5 +1,6 @@
 #pragma once
 // Answers of one field or two, and texts as they may stand in any.
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -8,6 +9,8 @@ namespace relay_hub::engine {
 // "T1" success; failure with its reason in "T2".
 std::string success_text();
 std::string failure_text(std::string_view reason);
+// The one or the other, and a letter for each item of the move: whether it arrived whole.
+std::string result_of_move(const std::optional<std::string>& failure, const std::string& arrived);
 
 // The text as valid UTF-8 without control characters (a line end stays), cut at a character so that it has
 // at most limit bytes.

@@ -120,6 +120,8 @@ std::string compose(const Request& request, const __send_args& args) {
     for (const Field& field : request.fields)
         if (field.name)
             message.add(field.name, args.*field.value);
+    if (args.is_move)
+        message.add(wire::kMove, wire::kYes);
     if (request.add_items)
         request.add_items(message, args);
     return message.finish();

@@ -56,6 +56,9 @@ struct __send_args {
     bool sent_again = false;
     bool agreed_to_all = false;
     std::set<std::string> agreed_questions;
+    bool is_move = false;  // a copy after which the source may go
+    // Of a move: which of the items have arrived whole, 'Y' or 'N' each; empty: the engine does not tell.
+    std::string arrived;
     // A file list: whether a folder that the engine does not list is told to the user, and whether it was
     // such a folder.
     bool tell_unlisted = true;

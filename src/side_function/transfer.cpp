@@ -10,6 +10,7 @@
 #include "base/main_loop.h"
 #include "base/worker.h"
 #include "link_engine/answer_slot.h"
+#include "link_engine/message_names.h"
 #include "link_engine/request_builders.h"
 #include "link_engine/transfer_state.h"
 #include "side_function/engine_messages.h"
@@ -86,6 +87,7 @@ Copied copy_items(const Direction& direction, const OfferSource& source, std::ve
     args.target_path_hex = traced_unicode_hex(args.target_path);
     const Offer offer = source();
     args.item_paths = offer.paths;
+    args.is_move = offer.cut;
     if (!direction.to_remote)
         read_live_attributes(args);
     ItemListJob job{args, std::move(attributes)};
@@ -94,9 +96,8 @@ Copied copy_items(const Direction& direction, const OfferSource& source, std::ve
         copied.before = look_before_move(offer.paths);
     if (build_item_lists(direction, job))
         copied.result = transfer.send(direction.start, direction.finish);
-    const bool cancelled = get_atomic(&args.state) == TASK_CANCEL || args.given_up;
-    if (offer.cut && copied.result == 0 && !cancelled && !args.refused)
-        copied.moved = offer.paths;
+    if (offer.cut)
+        copied.moved = transfer.arrived(copied.result);
     if (!args.given_up)
         (void)target.reload();
     return copied;
@@ -180,11 +181,28 @@ int Transfer::send(command_start_t start, command_finish_t finish) {
         if (!ask_about_failure())
             return result;
         args_.sent_again = true;
+        args_.arrived.clear();
         set_atomic(&args_.state, kStateRunning);
         result = send_command_t(start, finish, &args_);
     }
+    told_ = told_ || !GetShowMessageBox().empty();
     show_end_message(result);
     return result;
+}
+
+std::vector<std::string> Transfer::arrived(int result) {
+    const bool cancelled =
+        args_.given_up || IsUserClickCancel() != 0 || get_atomic(&args_.state) == TASK_CANCEL;
+    std::vector<std::string> paths;
+    if (cancelled)
+        return paths;
+    const bool is_told = args_.arrived.size() == args_.item_paths.size();
+    const bool all = args_.arrived.empty() && result == 0 && !args_.refused && !told_;
+    for (std::size_t item = 0; item < args_.item_paths.size(); ++item) {
+        if (is_told ? args_.arrived[item] == *wire::kYes : all)
+            paths.push_back(args_.item_paths[item]);
+    }
+    return paths;
 }
 
 bool Transfer::can_be_tried_again() const {

@@ -31,6 +31,9 @@ class Transfer {
     int send(command_start_t start, command_finish_t finish);
     // The engine was left alone with the request: it may hang still.
     [[nodiscard]] bool was_given_up() const { return args_.given_up; }
+    // Of the items of a move, sent with that result, those that have arrived whole: by the engine's word for
+    // each where it gives one; else all of them, or none if anything went wrong or was left alone.
+    [[nodiscard]] std::vector<std::string> arrived(int result);
 
   private:
     [[nodiscard]] bool can_be_tried_again() const;
@@ -38,12 +41,12 @@ class Transfer {
     LongWork long_work_;
     __send_args args_;
     int kind_;
+    bool told_ = false;  // the user was told that something is missing
     ProgressDialog dialog_;
 };
 
-// Gives what is copied; called with the progress dialog open, may turn the main loop. What is moved goes to
-// the trash of the side that it came from, once all of it has arrived; where the user refused to replace
-// something, all of it stays.
+// Gives what is copied; called with the progress dialog open, may turn the main loop. Each item that is moved
+// goes to the trash of the side that it came from, once all of it has arrived.
 using OfferSource = std::function<Offer()>;
 
 // Local items into the remote folder, and the remote list read again. 0 success, negative as the reader

@@ -106,8 +106,10 @@ int read_plain_result(const CallSite& site) {
 }
 
 // A request accompanied by a progress dialog: the reason waits there until the request has ended.
-int read_transfer_result(const CallSite& site) {
+int read_transfer_result(const CallSite& site, __send_args* args = nullptr) {
     const Answer answer = Answer::take(site);
+    if (const XmlText arrived = args != nullptr ? answer.field(wire::kMoveArrived) : nullptr)
+        args->arrived = text_of(arrived);
     if (answer.result() == 0) {
         std::printf("xml_string:%s\n", answer.text().c_str());
         return 0;
@@ -220,12 +222,12 @@ int get_NP_VAL_CMD_MOVE_FILE_TO_TRASH(__send_args*) {
     return read_transfer_result(RIGHT_SIDE_HERE);
 }
 
-int get_NP_VAL_CMD_COPY_REMOTE_TO_LOCAL(__send_args*) {
-    return read_transfer_result(RIGHT_SIDE_HERE);
+int get_NP_VAL_CMD_COPY_REMOTE_TO_LOCAL(__send_args* args) {
+    return read_transfer_result(RIGHT_SIDE_HERE, args);
 }
 
-int get_NP_VAL_CMD_COPY_LOCAL_TO_REMOTE(__send_args*) {
-    return read_transfer_result(RIGHT_SIDE_HERE);
+int get_NP_VAL_CMD_COPY_LOCAL_TO_REMOTE(__send_args* args) {
+    return read_transfer_result(RIGHT_SIDE_HERE, args);
 }
 
 int get_NP_VAL_CMD_CHECK_CONNECTION_STATUS(__send_args*) {

@@ -1,9 +1,13 @@
 """Cut and paste: whatever goes wrong on the way, each item is whole at one end at least."""
+import contextlib
+import itertools
 import os
 import shutil
+import subprocess
 import tempfile
+import time
 
-from common import act_until, read, tree_of, wait_for, write
+from common import SLOW, act_until, read, remove, tree_of, wait_for, write
 from desktop import LOCAL, REMOTE, DesktopTest, main
 
 OLD, NEW = b"old one", b"new one"  # of one length
@@ -74,13 +78,111 @@ class Move(DesktopTest):
                 with self.subTest(folder=folder, answer=answer):
                     source = os.path.join(self.near, "file")
                     write(source, NEW)
-                    # The engine takes the same size and time for the same file, and asks nothing.
-                    write(target, OLD, seconds=1_500_000_000 if side == REMOTE else 1_600_000_000)
+                    write(target, OLD, seconds=1_500_000_000)
                     self.cut(LOCAL, self.near, "file")
                     self.paste(side, folder, "file")
                     d.press(d.wait_dialog("Confirmation"), answer)
                     d.take_notes()
                     self.assertEqual((read(source), read(target)), (NEW, OLD))
+
+
+    def test_what_only_looks_the_same_is_asked_about(self):
+        d = self.desktop
+        d.start("--style", "posix")
+        for (content, answer), (side, folder, other, target) in itertools.product(
+                ((OLD, "No"), (OLD, "Yes"), (NEW, None)),
+                ((LOCAL, self.near, REMOTE, "/there"), (REMOTE, "/there", LOCAL, self.near))):
+            with self.subTest(side, answer=answer):
+                disks = [os.path.join(disk, "file") for disk in (self.near, self.there)][::1 if side == LOCAL else -1]
+                for disk, what in zip(disks, (NEW, content)):
+                    write(disk, what)
+                self.cut(side, folder, "file")
+                self.paste(other, target, "file")
+                if answer:
+                    d.press(d.wait_dialog("Confirmation"), answer)
+                wait_for(lambda: os.path.exists(disks[0]) == (answer == "No"), what="the source's end")
+                d.wait_quiet()
+                self.assertEqual(read(disks[1]), OLD if answer == "No" else NEW)
+
+    def test_try_again_goes_on_with_the_move(self):
+        d = self.desktop
+        d.start("--style", "posix")
+        for side, folder, disk, other, target, there in (
+                (LOCAL, self.near, self.near, REMOTE, "/there", self.there),
+                (REMOTE, "/there", self.there, LOCAL, self.near, self.near)):
+            with self.subTest(side):
+                write(os.path.join(disk, "file"), NEW)
+                in_the_way = os.path.join(there, "file", "x")
+                write(in_the_way)
+                self.cut(side, folder, "file")
+                self.paste(other, target, "file")
+                box = wait_for(d.error_box, what="the failure")
+                self.assertEqual(read(os.path.join(disk, "file")), NEW)
+                remove(os.path.dirname(in_the_way))
+                d.press(box, "Try again")
+                wait_for(lambda: not os.listdir(disk), what="the source to be empty")
+                d.wait_quiet()
+                self.assertEqual(read(os.path.join(there, "file")), NEW)
+                remove(os.path.join(there, "file"))
+
+    def test_what_cannot_arrive_stays(self):
+        """The rest goes; an entry with a part that cannot be copied stays whole, and a cut offer of another program
+        is no other matter."""
+        d = self.desktop
+        d.start("--style", "posix")
+        for side, folder, there in ((LOCAL, self.far, self.far), (REMOTE, "/there", self.there)):
+            with self.subTest(side):
+                self.fill(self.near)
+                os.mkfifo(os.path.join(self.near, "tree", "pipe"))
+                uris = "".join(f"\nfile://{self.near}/{name}" for name in ("tree", "file"))
+                subprocess.run(["xclip", "-selection", "clipboard", "-t", "x-special/gnome-copied-files", "-i"], check=True,
+                               text=True, input="cut" + uris, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+                self.paste(side, folder)
+                d.press(wait_for(d.error_box, what="the failure"), "OK")
+                wait_for(lambda: os.listdir(self.near) == ["tree"], what="the file to go")
+                d.wait_quiet()
+                self.assertEqual(sorted(os.listdir(os.path.join(self.near, "tree"))), ["inner", "link", "pipe"])
+                self.assertEqual(read(os.path.join(there, "file")), NEW)
+                remove(os.path.join(self.near, "tree"))
+
+    def test_whatever_ends_it(self):
+        """An engine or a window that dies, a source that changes: the source is whole, or all of it has arrived."""
+        d = self.desktop
+        limit = 0.6
+        for number in range(8 if SLOW > 1 else 24):
+            remote, kind = number % 2 == 0, ("engine", "window", "change")[number % 3]
+            with self.subTest(number, remote=remote, kind=kind):
+                for program, start in ((d.engine, lambda: d.start_engine("--style", "posix")), (d.window, d.start_window)):
+                    if program is None or program.poll() is not None:
+                        start()
+                d.wait_remote()
+                source, target = (self.near, self.there)[::1 if remote else -1]
+                for disk in (source, target, os.path.join(d.home, "Trash")):
+                    remove(disk)
+                for disk in (source, target):
+                    os.mkdir(disk)
+                contents = {f"{file:03}": (f"{number} {file} " * (1 << file % 17)).encode() for file in range(120)}
+                for name, content in contents.items():
+                    write(os.path.join(source, "set", name), content)
+                ends = ((LOCAL, source), (REMOTE, "/there"))[::1 if remote else -1]
+                ends = ((LOCAL, self.near), (REMOTE, "/there"))[::1 if remote else -1]
+                self.cut(*ends[0], "set")
+                self.paste(*ends[1])
+                time.sleep(limit * number / 24)
+                if kind == "change":
+                    with contextlib.suppress(FileNotFoundError):  # gone already
+                        with open(os.path.join(source, "set", "050"), "r+b") as file:
+                            file.truncate()
+                            file.write(b"other")
+                        contents["050"] = b"other"
+                else:
+                    getattr(d, kind).kill()
+                    getattr(d, kind).wait()
+                if kind != "window":
+                    d.take_notes(give_up=True)
+                found = {read(os.path.join(folder, name)) for folder, _, names in os.walk(d.top) for name in names
+                         if os.path.isfile(os.path.join(folder, name))}
+                self.assertEqual([name for name, content in contents.items() if content not in found], [])
 
 
 if __name__ == "__main__":

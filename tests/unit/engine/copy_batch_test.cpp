@@ -18,7 +18,7 @@ int linkat_error = 0;
 class Copying : public EngineSandbox {
   protected:
     // From the served folder into mine.
-    CopyBatch& run(const std::vector<std::string>& sources) {
+    CopyBatch& run(const std::vector<std::string>& sources, Purpose purpose = Purpose::kCopy) {
         const auto show = [](const std::string& path) { return "/" + path; };
         batch_ = std::make_unique<CopyBatch>(
             CopySide{*remote_, show}, CopySide{*local_, show},
@@ -27,7 +27,7 @@ class Copying : public EngineSandbox {
         items.reserve(sources.size());
         for (const std::string& source : sources)
             items.push_back({source, mine_.substr(1)});
-        batch_->run(items);
+        batch_->run(items, purpose);
         return *batch_;
     }
     std::vector<std::string> failed_items() {
@@ -157,6 +157,41 @@ TEST_F(Copying, WhatIsThereIsPassedOverAndTheRestIsAskedAboutOnce) {
     front_end_.questions.clear();
     EXPECT_TRUE(run({"tree"}).failures().empty());
     EXPECT_TRUE(front_end_.questions.empty());
+}
+
+TEST_F(Copying, OfAMoveWhatDidNotArriveWholeIsTold) {
+    const timespec times[2] = {{1'600'000'000, 0}, {1'600'000'000, 0}};
+    const struct {
+        const char* name;
+        const char* present;  // at the target, of the same time; null for nothing
+        bool arrives;
+    } cases[] = {{"new", nullptr, true},
+                 {"same", "abc", true},
+                 {"looks the same", "ABC", false},
+                 {"tree", nullptr, false},
+                 {"tree2", nullptr, true}};
+    Names sources;
+    for (const auto& item : cases) {
+        const bool is_tree = std::string_view(item.name).starts_with("tree");
+        const std::string source =
+            make_file(std::string("served/") + item.name + (is_tree ? "/a/b" : ""), "abc");
+        utimensat(AT_FDCWD, source.c_str(), times, 0);
+        if (item.present != nullptr)
+            utimensat(AT_FDCWD, make_file(std::string("mine/") + item.name, item.present).c_str(), times, 0);
+        sources.emplace_back(item.name);
+    }
+    ASSERT_EQ(mkfifo(at("served/tree/pipe").c_str(), 0600), 0);
+    front_end_.answers = {Answer::kNo};
+    run(sources, Purpose::kMove);
+    for (std::size_t i = 0; i < sources.size(); ++i)
+        EXPECT_EQ(batch_->arrived()[i], cases[i].arrives) << sources[i];
+    EXPECT_EQ(front_end_.questions.size(), 1U);
+    front_end_.questions.clear();
+    // While the user thinks about the question.
+    front_end_.on_question = [&] { make_file("served/new", "xyz"); };
+    run(sources, Purpose::kMove);
+    EXPECT_FALSE(batch_->arrived()[0]);
+    EXPECT_TRUE(batch_->arrived()[1]);
 }
 
 TEST_F(Copying, AQuestionThatNobodyAnswersEndsTheCopyAndSaysWhatIsLeft) {

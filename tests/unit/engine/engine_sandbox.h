@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -31,6 +32,8 @@ class PresetFrontEnd : public FrontEnd {
   public:
     Answer confirm(const std::string& question) override {
         questions.push_back(question);
+        if (on_question)
+            on_question();
         return questions.size() <= answers.size() ? answers[questions.size() - 1] : Answer::kNone;
     }
     bool cancelled() override { return cancels_after_question && !questions.empty(); }
@@ -41,6 +44,7 @@ class PresetFrontEnd : public FrontEnd {
     }
 
     std::vector<Answer> answers;
+    std::function<void()> on_question;
     std::vector<std::string> questions;
     std::vector<std::string> messages;
     bool takes_messages = true;
