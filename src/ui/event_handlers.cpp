@@ -113,13 +113,12 @@ void on_combobox_1_changed(GtkComboBox* combo, gpointer) {
 void on_drive_list_shown(GtkWidget* combo, GParamSpec*, gpointer) {
     gboolean shown = FALSE;
     g_object_get(combo, "popup-shown", &shown, nullptr);
-    GtkWidget* menu =
-        gtk_accessible_get_widget(GTK_ACCESSIBLE(gtk_combo_box_get_popup_accessible(GTK_COMBO_BOX(combo))));
-    if (shown == FALSE || !GTK_IS_MENU(menu))
+    const GList* const menus = gtk_menu_get_for_attach_widget(combo);
+    if (shown == FALSE || menus == nullptr)
         return;
     g_object_set_data(G_OBJECT(combo), kShownDrive,
                       GINT_TO_POINTER(gtk_combo_box_get_active(GTK_COMBO_BOX(combo))));
-    GList* const items = gtk_container_get_children(GTK_CONTAINER(menu));
+    GList* const items = gtk_container_get_children(GTK_CONTAINER(menus->data));
     for (const GList* item = items; item != nullptr; item = item->next) {
         g_signal_handlers_disconnect_by_func(item->data, reinterpret_cast<gpointer>(open_shown_drive), combo);
         g_signal_connect(item->data, "activate", G_CALLBACK(open_shown_drive), combo);
