@@ -19,7 +19,6 @@
 namespace {
 
 void bring_up_toolkit(int* argc, char*** argv) {
-    gtk_disable_setlocale();  // the locale is not settled yet
     gtk_init(argc, argv);
     relay_hub::settle_locale();
     relay_hub::bind_catalogue();

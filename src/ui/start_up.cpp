@@ -82,7 +82,7 @@ void remember_work_path() {
 
 std::optional<int> serve_command_line(int* argc, char*** argv) {
     constexpr int kWrongUsage = 2;
-    // The display is opened later.
+    // The display is opened later, and the locale settled after that. The toolkit takes this word only once.
     gtk_disable_setlocale();
     gtk_parse_args(argc, argv);
     if (*argc < 2)
@@ -104,7 +104,6 @@ bool may_run(const InstanceLock& lock) {
 
 void tell_already_running(int* argc, char*** argv) {
     (void)std::fprintf(stderr, "%s is already running.\n", kProgram);
-    gtk_disable_setlocale();
     if (gtk_init_check(argc, argv) == FALSE)
         return;
     enter_chosen_locale();
