@@ -175,11 +175,11 @@ class Monkey(unittest.TestCase):
         print(f"RELAY_HUB_SEED={SEED} RELAY_HUB_EVENTS={EVENTS}", file=sys.stderr, flush=True)
         self.start_engine()
         self.start_window()
-        acts = [self.press] * 50 + [self.click] * 25 + [self.carry] * 8 + [self.drag] * 6 + [self.type] * 5 + \
+        acts = [self.press] * 50 + [self.click] * 25 + [self.carry] * 16 + [self.drag] * 8 + [self.type] * 5 + \
                [self.offer] * 1 + [self.disturb] * 3
         try:
             for number in range(EVENTS):
-                if number % 400 == 399:
+                if number % 300 == 299:
                     self.plant()
                 if number % 40 == 39:
                     run("wmctrl", "-F", "-a", "Relay Hub")
