@@ -365,9 +365,6 @@ class Desktop:
         top = next(filter(None, (find(node, "menu item", "Refresh") for node in children(self.app))), None)
         return {item.get_name(): item for item in children(top.get_parent()) if item.get_name()} if top else {}
 
-    def close_menu(self):
-        act_until(lambda: not self.menu_items(), lambda: self.xdo("key", "Escape"), what="the menu to close")
-
     def menu(self, side, item, row=None):
         """Chooses an item of the menu, which offers it."""
         self.open_menu(side, row)[item].do_action(0)

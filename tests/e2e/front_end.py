@@ -1,8 +1,5 @@
-"""A front end without a window: sends requests to the engine, and replaces whatever a copy asks about. As a program
-of its own, sends the request in its first argument, says so, and waits for the answer:
-    front_end.py REQUEST"""
+"""A front end without a window: sends requests to the engine, and replaces whatever a copy asks about."""
 import os
-import sys
 import threading
 import time
 
@@ -69,10 +66,3 @@ class FrontEnd:
             return read_answer(ends[1], time.monotonic() + limit)
         finally:
             self.leave(ends)
-
-
-if __name__ == "__main__":
-    front_end = FrontEnd()
-    _, answers = front_end.send(os.fsencode(sys.argv[1]))
-    print("sent", flush=True)
-    read_answer(answers, time.monotonic() + 60)

@@ -6,8 +6,8 @@ import select
 import threading
 import time
 
-from common import (BASE, MARKER, NOTIFY, OK, both, frame, hex_name, make_fifos, message, open_reader, open_writer,
-                    read_answer, read_frame, readable, write_all)
+from common import (BASE, MARKER, OK, both, frame, hex_name, make_fifos, message, open_reader, open_writer, read_frame,
+                    readable, write_all)
 
 
 def row(name, kind="0", modified="1600000000", extra=""):
@@ -31,11 +31,10 @@ HONEST = {
 
 
 class Answer:
-    """What a case writes, piece by piece; `hold` keeps OUT open without writing on until the case ends; with `again`
-    OUT is open for the next round before this one's is closed."""
+    """What a case writes, piece by piece; `hold` keeps OUT open without writing on until the case ends."""
 
-    def __init__(self, *pieces, hold=False, open_out=True, again=False):
-        self.pieces, self.hold, self.open_out, self.again = pieces, hold, open_out, again
+    def __init__(self, *pieces, hold=False, open_out=True):
+        self.pieces, self.hold, self.open_out = pieces, hold, open_out
 
 
 def whole(body):
@@ -47,7 +46,6 @@ class HostileEngine:
         self.case = None  # the answer to Get_File_List
         self.served = 0  # requests that met the case
         self.ending = False
-        self.next_out = None
         make_fifos(BASE)
         self.thread = threading.Thread(target=self.serve, daemon=True)
         self.thread.start()
@@ -98,33 +96,14 @@ class HostileEngine:
             self.served += 1
 
     def write(self, answer, case):
-        fd = self.next_out if self.next_out is not None else open_writer(BASE + "_OUT", leave=lambda: self.ending)
-        self.next_out = None
+        fd = open_writer(BASE + "_OUT", leave=lambda: self.ending)
         try:
             for piece in answer.pieces:
                 write_all(fd, piece)
-            if answer.again:
-                self.next_out = open_writer(BASE + "_OUT", leave=lambda: self.ending)
             self.served += answer.hold
             reader = select.poll()
             reader.register(fd, 0)
             while answer.hold and self.case is case and not self.ending and not reader.poll(50):
                 pass
         finally:
-            os.close(fd)
-
-
-def call_back(body, marker=MARKER, limit=10, read=True):
-    """One call-back to the window; its answer's text, or None when there was none in time."""
-    end, ends = time.monotonic() + limit, []
-    try:
-        ends.append(open_writer(NOTIFY + "_IN", limit))
-        ends.append(open_reader(NOTIFY + "_OUT"))
-        write_all(ends[0], frame(marker + body))
-        os.close(ends.pop(0))
-        return read_answer(ends[0], end) if read else None
-    except OSError:
-        return None
-    finally:
-        for fd in ends:
             os.close(fd)

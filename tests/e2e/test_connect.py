@@ -9,7 +9,7 @@ import tempfile
 import unittest
 
 from common import SLOW, read, wait_for, write
-from desktop import BUILD, LOCAL, REMOTE, STATES, DesktopTest, app_of, children, find, has_state, labels, main, text_of, walk
+from desktop import BUILD, REMOTE, STATES, DesktopTest, app_of, children, find, has_state, labels, main, text_of, walk
 from far_computer import children_of, free_port, run
 
 CONNECT = os.path.join(BUILD, "bin", "relay-hub-connect")

@@ -5,8 +5,7 @@ import time
 import unittest
 
 from common import SLOW, read, tree_of, wait_for, write
-from desktop import ENGINE, LOCAL, REMOTE, DesktopTest, box_of, find, labels, main
-from hostile_engine import Answer, HostileEngine
+from desktop import ENGINE, LOCAL, REMOTE, DesktopTest, labels, main
 
 
 def make_tree(top):
@@ -62,32 +61,6 @@ class Browsing(DesktopTest):
         d.start("--style", "posix", "--chunk", "4096")
         d.go(REMOTE, "/a/many", count=5001, limit=60)
 
-    def test_waiting_costs_nothing(self):
-        d = self.desktop
-        hostile = HostileEngine(self)
-        d.start_window()
-        d.wait_remote()
-        hostile.lie(Answer(hold=True))
-        d.menu(REMOTE, "Refresh")
-        bar, seen = find(d.wait_dialog("Processing…"), "progress bar"), {}
-
-        def moves():
-            box = box_of(bar)  # a new dialog may still be moved, too
-            crop = f"{box.width - 4}x10+{box.x + 2}+{box.y + box.height // 2}"
-            shots = seen.setdefault(crop, set())
-            shots.add(subprocess.run(["import", "-silent", "-window", "root", "-crop", crop, "rgb:-"], check=True,
-                                     stdout=subprocess.PIPE).stdout)
-            return len(shots) > 2
-        wait_for(moves, what="the busy bar to move")
-        ticks, start = self.cpu_ticks(), time.monotonic()
-        time.sleep(3)  # what is measured, not waited for
-        used = (self.cpu_ticks() - ticks) / os.sysconf("SC_CLK_TCK")
-        self.assertLess(used / (time.monotonic() - start), 0.02 * SLOW)
-
-    def cpu_ticks(self):
-        fields = read(f"/proc/{self.desktop.window.pid}/stat").rsplit(b")", 1)[1].split()
-        return int(fields[11]) + int(fields[12])
-
     def test_locales(self):
         for lang in ("de_AT.UTF-8", ""):
             with self.subTest(lang=lang):
@@ -125,35 +98,6 @@ class Copying(DesktopTest):
             self.assertEqual(tree_of(os.path.join(below, source)), tree_of(os.path.join(beside, source)))
             self.assertTrue(read(os.path.join(below, names[1])) == read(os.path.join(beside, names[1])), source)
             self.assertFalse([left for left in os.listdir(beside) if left.startswith(".relay-hub")])
-
-    def test_overwrite_answers(self):
-        d = self.desktop
-        cases = {("Yes", "No"): [b"new", b"old"], ("No", "Yes"): [b"old", b"new"],
-                 ("Replace All",): [b"new", b"new"], ("Cancel",): [b"old", b"old"]}
-        for source, below, _, beside in self.ways():
-            for name in (f"{answers[0]} {number} of {source}" for answers in cases for number in (1, 2)):
-                write(os.path.join(below, name), b"new")
-                # Of the same size and time it would count as copied already.
-                write(os.path.join(beside, name), b"old", seconds=1_500_000_000)
-        d.start()
-        for source, _, target, beside in self.ways():
-            for answers, contents in cases.items():
-                with self.subTest(source=source, answers=answers):
-                    names, asked = [f"{answers[0]} {number} of {source}" for number in (1, 2)], []
-                    d.copy(source, names, target)
-                    for answer in answers:
-                        box, name = wait_for(lambda: self.question(names), what="the question")
-                        names.remove(name)
-                        asked.append(name)
-                        d.press(box, answer)
-                    d.wait_quiet()
-                    self.assertEqual([read(os.path.join(beside, name)) for name in asked + names], contents)
-
-    def question(self, names):
-        """The box that asks about one of the names, and which."""
-        box = self.desktop.dialog("Confirmation")
-        text = " ".join(labels(box))
-        return next(((box, name) for name in names if name in text), None)
 
 
 class EngineCommandLine(unittest.TestCase):

@@ -3,13 +3,12 @@ import os
 import subprocess
 import time
 
-from common import (BASE, OK, SLOW, act_until, command, frame, kib_of, make_fifos, message, read, remove, wait_for,
+from common import (BASE, OK, SLOW, act_until, frame, kib_of, make_fifos, message, read, remove, wait_for,
                     write)
 from desktop import LOCAL, REMOTE, DesktopTest, centre, find, labels, main
-from hostile_engine import HONEST_ROWS, Answer, HostileEngine, call_back, listing, row, whole
+from hostile_engine import HONEST_ROWS, Answer, HostileEngine, listing, row, whole
 
 GOOD = row("valid.txt")
-BODY = listing(*(row(f"cut {number}.txt") for number in range(200)))
 LAUGHS = (b'<!DOCTYPE z [<!ENTITY a "ha">' + b"".join(
     b'<!ENTITY %c "%s">' % (98 + n, b"&%c;" % (97 + n) * 10) for n in range(12)) +
     b"]><ZEVMSG>" + OK.encode() + b"<Line><TA>&m;</TA></Line></ZEVMSG>")
@@ -20,33 +19,16 @@ SECRET = b'<!DOCTYPE z [<!ENTITY x SYSTEM "file:///etc/hostname">]><ZEVMSG>' + O
 ANSWERS = {
     "no answer": (Answer(hold=True), None),
     "answer pipe never opened": (Answer(open_out=False, hold=True), None),
-    "closed before the header": (Answer(), None),
-    "half a header, closed": (Answer(b"\x10\0"), None),
-    "half a header, held": (Answer(b"\x10\0", hold=True), None),
-    "length 0": (Answer(frame(b"")), None),
-    "length 1": (Answer(frame(b"<")), None),
-    "length 4 GiB - 1, closed": (Answer(frame(b"<ZEVMSG>", 0xFFFFFFFF)), None),
     "length 4 GiB - 1, held": (Answer(frame(listing(GOOD), 0xFFFFFFFF), hold=True), ["valid.txt"]),
-    "closed between header and body": (Answer(frame(b"", 500)), None),
     "held between header and body": (Answer(frame(b"", 500), hold=True), None),
-    "a byte at a time": (Answer(*(bytes([byte]) for byte in frame(listing(GOOD)))), ["valid.txt"]),
-    "more than announced": (Answer(frame(listing(GOOD)) + b"<ZEVMSG>" * 1000), ["valid.txt"]),
-    "padded with zeros": (Answer(frame(listing(GOOD) + b"\0" * 4096)), ["valid.txt"]),
     "wrong root": (whole(b"<OTHER>" + OK.encode() + GOOD.encode() + b"</OTHER>"), None),
-    "root in lower case": (whole(b"<zevmsg>" + OK.encode() + b"</zevmsg>"), None),
     "no T1": (whole(message(GOOD)), None),
-    "empty T1": (whole(message("<T1></T1>" + GOOD)), None),
-    "T1 with a blank": (whole(message("<T1>NP_Exe_Result_Success </T1>" + GOOD)), None),
     "T1 fail": (whole(message("<T1>NP_Exe_Result_Fail</T1>" + GOOD)), None),
-    "two T1": (whole(message("<T1>NP_Exe_Result_Fail</T1>" + OK + GOOD)), None),
     "not XML": (whole(b"garbage " * 1000), None),
     "a million children": (whole(message(OK + "<a/>" * 1_000_000 + GOOD)), ["valid.txt"]),
     "ten thousand levels": (whole(message(OK + "<a>" * 10_000 + "</a>" * 10_000)), []),
-    "ten thousand levels, open": (whole(message(OK + "<a>" * 10_000)), None),
     "unterminated tag": (whole(b"<ZEVMSG>" + OK.encode() + b"<Line"), None),
-    "unterminated quote": (whole(b"<ZEVMSG>" + OK.encode() + b'<Line a="x></Line></ZEVMSG>'), None),
     "unterminated entity": (whole(message(OK + "<Line><TA>a&am</TA></Line>")), None),
-    "unknown entity": (whole(message(OK + "<Line><TA>a&nope;</TA></Line>")), None),
     "entity bomb": (whole(LAUGHS), None),
     "external entity": (whole(SECRET), None),
     "NUL inside": (whole(listing(GOOD).replace(b"valid", b"va\0id")), None),
@@ -71,10 +53,6 @@ ANSWERS = {
     "comments, instructions and CDATA": (whole(message(
         "<!-- c -->" + OK + "<Line><TA><!--evil--><?evil x?>va<!-- -->lid<![CDATA[.txt]]></TA></Line>")), ["valid.txt"]),
 }
-ANSWERS |= {f"time {text}": (whole(listing(row("valid.txt", modified=text))), ["valid.txt"])
-            for text in ("0", "34", str(2 ** 63), "-1", "soon")}
-ANSWERS |= {f"cut at {tenth} tenths": (Answer(frame(BODY)[:4 + len(BODY) * tenth // 10]), None)
-            for tenth in range(1, 10)}
 
 
 class Hostile(DesktopTest):
@@ -154,42 +132,6 @@ class Hostile(DesktopTest):
         self.settle()
         self.go_honest()
         self.assertEqual(d.close(), 0)
-
-    def test_rounds_that_end_as_the_next_begins(self):
-        """Every listing ends by itself, although the engine's end never shows as closed."""
-        for pieces in ([], [frame(BODY)[:40]]) * 4:
-            self.hostile.lie(Answer(*pieces, again=True))
-            clicks = self.clicks()
-            self.ask()
-            wait_for(lambda: self.clicks() > clicks and self.hostile.served, what="the request")
-            self.settle(limit=15)
-            self.assertEqual(self.desktop.rows(REMOTE), HONEST_ROWS)
-        self.go_honest()
-        self.assertEqual(self.desktop.close(), 0)
-
-    def test_call_backs(self):
-        text = "x" * (2 << 20)
-        poll, request = command("Check_For_User_Click_Cancel"), command("Handle_Remote_Request")
-        cases = {"confirmation when nothing runs": ("Get_Confirmation_For_Copy", "Copy_Confirmation_Message", "why", 1),
-                 "progress with huge texts": ("Copy_Progress_Status_Notify", "Copy_Process_Progress_Info", text, 3),
-                 "message box with a huge text": ("Show_Message_Box", "Message_Box_Content", text, 1),
-                 "unknown command": ("Dance", "Step", "two", 1)}
-        cases = {name: (command(what, f"<NP_{field}>{value}</NP_{field}>"), times)
-                 for name, (what, field, value, times) in cases.items()}
-        cases |= {"cancel polls": (poll, 1000), "remote request": (request, 1), "no command": (message(""), 1)}
-        for name, (body, times) in cases.items():
-            with self.subTest(name):
-                for _ in range(times):
-                    self.assertIsNotNone(call_back(body, limit=25), "no answer")
-                self.check_alive()
-        call_back(command("Show_Message_Box"), marker=b"\0" * 6, limit=3)
-        for _ in range(3):
-            call_back(poll, read=False)
-        # The first answers may be those that nobody read.
-        wait_for(lambda: b"NP_Exe_Result_Fail" in (call_back(request) or b""), 30, what="the listener")
-        self.settle()
-        self.go_honest()
-        self.assertEqual(self.desktop.close(), 0)
 
     def clicks(self):
         return self.desktop.output().count("on_button_1_clicked\n")

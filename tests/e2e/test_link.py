@@ -4,8 +4,7 @@ import signal
 import time
 
 from common import SLOW, wait_for
-from desktop import (BUILD, LOCAL, REMOTE, STATES, WINDOW, DesktopTest, app_of, box_of, find, has_state, labels,
-                     main)
+from desktop import BUILD, LOCAL, REMOTE, WINDOW, DesktopTest, app_of, box_of, find, labels, main
 
 OFFLINE = "The remote computer is not connected."
 RUNNING = "Relay Hub is already running."
@@ -124,28 +123,6 @@ class Recovery(LinkTest):
 
 
 class Leaving(LinkTest):
-    def test_cancel(self):
-        d = self.desktop
-        self.start()
-        for name, by_key in (("up", False), ("down", True)):
-            with self.subTest(name):
-                cancel = find(self.hang_copy(name), "push button", "Cancel")
-                if by_key:
-                    d.key("Escape")
-                    d.xdo("key", "Escape")
-                else:
-                    d.click(cancel, repeat=2)
-                wait_for(lambda: not has_state(cancel, STATES.SENSITIVE), what="the cancel")
-                self.assertIsNotNone(d.dialog("File Operations"), "open until the copy has ended")
-                self.tell_engine(signal.SIGCONT)
-                d.wait_quiet()
-                self.check_untouched()
-        d.press(self.hang_copy(), "Cancel")
-        self.check_live(2)
-        self.assertEqual(d.take_notes(give_up=True), "", "the user knows what was cancelled")
-        self.tell_engine(signal.SIGCONT)
-        self.browse()
-        self.check_untouched()
 
     def test_second_start(self):
         d = self.desktop

@@ -70,7 +70,6 @@ class Names(DesktopTest):
         wanted = {name: entry[:3] for name, entry in tree_of(self.odd).items()}
         self.assertEqual({name: entry[:3] for name, entry in tree_of(copy).items()}, wanted)  # a copy is a new file
 
-        self.rename_some(os.path.join(d.home, "few"))
         d.go(LOCAL, self.odd, count=len(NAMES) + 1)
         self.keys(LOCAL, "ctrl+a", "Delete")
         d.press(d.wait_dialog(), "OK")
@@ -84,24 +83,6 @@ class Names(DesktopTest):
                 os.path.join(os.fsencode(self.odd), name) + b"\n"))
         self.assertEqual(trashed, {name: content for name, (_, content, _) in wanted.items()})
         self.assertEqual(d.close(), 0)
-
-    def rename_some(self, folder):
-        d = self.desktop
-        names = [b" ", b"-rf", b"'\"'\"", b"a\nb", b"&dq;", b"bad-\xff-name", b"a" * 255]
-        for name in names:
-            write(os.path.join(os.fsencode(folder), name), name)
-        d.go(LOCAL, folder, count=len(names) + 1)
-        for number, name in enumerate(names):
-            with self.subTest(name=name):
-                d.select(LOCAL, next(row for row in d.rows(LOCAL) if row.encode() == name or
-                                     (b"\xff" in name and row.startswith("bad")) or
-                                     (b"\n" in name and re.fullmatch("a.+b", row))))
-                d.ask("Rename", "F2")
-                d.answer("Rename", f"new name {number}'s")
-                path = os.path.join(folder, f"new name {number}'s")
-                wait_for(lambda: os.path.exists(path) and not d.dialog(), what="the new name")
-                self.assertEqual(read(path), name)
-                self.assertFalse(os.path.lexists(os.path.join(os.fsencode(folder), name)))
 
     def test_to_the_remote_computer_and_back(self):
         d = self.desktop

@@ -8,7 +8,6 @@ from desktop import LOCAL, REMOTE, DesktopTest, centre, find, labels, main
 
 NAMES = ["a.txt", "b.txt", "c.txt"]
 SIDES = (LOCAL, REMOTE)
-MENU = ["Copy", "Delete", "New Folder", "Rename", "Refresh", "About Relay Hub"]
 GNOME, URIS = "x-special/gnome-copied-files", "text/uri-list"
 PARTNER = os.path.join(os.path.dirname(os.path.abspath(__file__)), "drag_partner.py")
 
@@ -64,10 +63,6 @@ class Actions(PaneTest):
                 self.work_through(side, slash_refused_by_dialog=side == LOCAL)
         self.assertEqual(self.desktop.close(), 0)
 
-    def test_posix_paths(self):
-        self.start("posix")
-        self.work_through(REMOTE, slash_refused_by_dialog=True)
-
     def work_through(self, side, slash_refused_by_dialog):
         d, folder = self.desktop, self.below[side]
         d.menu(side, "New Folder")
@@ -110,24 +105,6 @@ class Actions(PaneTest):
 
 
 class Mouse(PaneTest):
-    def test_context_menu(self):
-        d = self.desktop
-        self.start()
-        for side in SIDES:
-            with self.subTest(side):
-                d.select(side, "a.txt")
-                before = d.output().count("button_press_event\n")
-                d.click(d.row(side, ".."), button=3)
-                wait_for(lambda: d.output().count("button_press_event\n") > before, what="the press")
-                self.assertEqual(d.menu_items(), {})
-                for selected, row in ((["b.txt"], "b.txt"), (["a.txt", "c.txt"], "a.txt")):
-                    if len(selected) > 1:
-                        d.select(side, *selected)
-                    self.assertEqual([item for item in d.open_menu(side, row) if item != "Paste"], MENU)
-                    self.assertEqual(d.selected(side), selected)
-                    d.close_menu()
-                d.click(d.open_menu(side)["New Folder"])
-                d.press(d.wait_dialog("Create New Folder"), "Cancel")
 
     def test_drags_between_the_panes(self):
         d = self.desktop
@@ -220,38 +197,6 @@ class Clipboard(PaneTest):
                     d.press(box, answer)
                     d.wait_quiet()
                     self.assertEqual([read(os.path.join(self.below[side], name)) for name in NAMES], [content] * 3)
-
-    def test_clashes_are_asked_about_in_the_order_of_the_list(self):
-        """However the items come, from the other pane or, in an order of its own, from another program."""
-        d = self.desktop
-        self.start()
-        theirs = [os.path.join(d.top, "other", name) for name in ("b.txt", "c.txt", "a.txt")]
-        for path in theirs:
-            write(path, b"of another program")
-        for name in NAMES:  # what is the same already is not asked about
-            write(os.path.join(self.below[LOCAL], name), b"of this computer")
-        d.spawn(["env", "-u", "GTK_MODULES", "/usr/bin/python3", PARTNER, *theirs])
-        wait_for(lambda: "shown" in d.output("env"), what="the other program")
-
-        def paste_theirs(_, target):
-            uris = "".join(f"file://{path}\r\n" for path in theirs)
-            self.clipboard(URIS, "-i", input=uris.encode(), stdout=subprocess.DEVNULL)
-            d.menu(target, "Paste")
-
-        def drag(side, target):
-            d.select(side, *NAMES)
-            self.drag_to_pane(d.row(side, NAMES[1]), target)
-        for side, target in (SIDES, SIDES[::-1]):
-            for how, order in ((lambda side, target: d.copy(side, NAMES[::-1], target), NAMES), (drag, NAMES),
-                               (paste_theirs, ["b.txt", "c.txt", "a.txt"]),
-                               (lambda _, target: self.drag_to_pane((50, 50), target), ["b.txt", "c.txt", "a.txt"])):
-                with self.subTest(target=target, how=how):
-                    how(side, target)
-                    for name in order:
-                        box = wait_for(lambda name=name: (box := d.dialog("Confirmation")) and
-                                       name in " ".join(labels(box)) and box, what=f"the question about {name}")
-                        d.press(box, "No")
-                    d.wait_quiet()
 
     def test_files_for_another_program(self):
         d = self.desktop

@@ -4,13 +4,12 @@ import os
 import random
 import shutil
 import signal
-import subprocess
 import sys
 import time
 import unittest
 
 from common import (NOTIFY, OK, both, command, frame, message, open_writer, read, read_answer, tree_of, wait_for, write)
-from far_computer import ENGINE, ConnectedEngine, FarComputer, children_of, run
+from far_computer import ConnectedEngine, FarComputer, children_of, run
 from front_end import DONE, GO_ON, REPLACE_ALL, FrontEnd, copy_request
 
 SEED = int(os.environ.get("RELAY_HUB_SEED", time.time_ns() % 1_000_000))
@@ -118,36 +117,6 @@ class SftpTest(unittest.TestCase):
         write(source + "/plain", b"other")
         self.assertIn(OK, self.copy(True, source + "/plain", there + "/set"))
         self.assertEqual(read(there + "/set/plain"), b"other")
-
-    def test_panes_requests(self):
-        folder = self.folder_at_far("folder")
-        for name in ODD_NAMES[:8]:
-            write(os.path.join(folder, name))
-        self.far.give_all(folder)
-        os.symlink("loop", folder + "/loop")
-        listing = self.list(folder)
-        self.assertEqual(listing.count("<Line>"), 9, listing)
-        self.assertNotIn(OK, self.list(folder + "/loop"))
-        self.assertNotIn(OK, self.list(folder + "/none"))
-        self.assertIn(OK, self.ask(command("Create_Folder", both("TG", "TF", folder + "/new"))))
-        self.assertNotIn(OK, self.ask(command("Create_Folder", both("TG", "TF", folder + "/new"))))
-        trash = "<T8><Line>" + both("TG", "TF", folder + "/plain") + "</Line></T8>"
-        self.assertIn(OK, self.ask(command("Move_File_To_Trash", trash)))
-        self.assertEqual(os.listdir(self.far.home + "/.local/share/Trash/files"), ["plain"])
-        self.assertIn(OK, self.ask(command("Delete_Folder", both("TG", "TF", folder))))
-        self.assertFalse(os.path.exists(folder))
-
-    def test_no_rights(self):
-        mine = self.folder_at_far("locked")
-        write(mine + "/secret", b"x", 0o000)
-        os.chown(mine, os.geteuid(), os.getegid())
-        os.chmod(mine, 0o555)
-        write(self.here + "/file")
-        self.assertIn("Permission denied", self.copy(True, self.here + "/file", mine))
-        self.assertIn("Permission denied", self.copy(False, self.here, mine + "/secret"))
-        self.assertIn("Permission denied", self.ask(command("Delete_File", both("TG", "TF", mine + "/secret"))))
-        self.assertEqual(os.listdir(mine), ["secret"])
-        self.assertEqual(os.listdir(self.here), ["file"])
 
     @unittest.skipIf(os.geteuid() != 0, "only root can mount a small disk")
     def test_full_disk(self):
@@ -294,29 +263,6 @@ class ConnectingTest(unittest.TestCase):
         self.assertEqual(engine.seen("connected"), [])
         self.assertIn(text.split("\\n")[-1].encode(), engine.errors)
         return kind, text
-
-    def test_kinds_of_failure(self):
-        self.far.use_ssh("ProxyCommand /bin/false")
-        self.assertEqual(self.failed()[0], "other")
-        self.far.use_ssh("Hostname no-such-host.invalid")
-        self.assertEqual(self.failed()[0], "unknown-host")
-        self.far.use_ssh(f"Port {1}")
-        self.far.relay.port = 1
-        self.assertEqual(self.failed()[0], "refused")
-
-    def test_changed_host_key_is_refused_with_sshs_words(self):
-        engine = ConnectedEngine(self.far)
-        engine.connected()
-        engine.stop()
-        self.far.stop()
-        for name in ("host", "host.pub"):
-            os.unlink(self.far.path(name))
-        run("ssh-keygen", "-q", "-t", "ed25519", "-N", "", "-f", self.far.path("host"))
-        self.far.give(self.far.path("host"))
-        self.far.start()
-        kind, text = self.failed()
-        self.assertEqual(kind, "host-key-changed")
-        self.assertIn("has changed", text)
 
     def test_secrets_are_asked_by_ssh_alone(self):
         run("ssh-keygen", "-q", "-p", "-N", "right phrase", "-f", self.far.path("user"))

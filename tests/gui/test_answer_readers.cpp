@@ -137,35 +137,6 @@ TEST_F(AnswerReaders, OnlyTheCreateFolderReaderTellsAllCodes) {
     }
 }
 
-TEST_F(AnswerReaders, FlagsAreOffForNothingButN) {
-    const auto flag = [](const std::string& tag, const std::string& value) {
-        return "<" + tag + ">" + value + "</" + tag + ">";
-    };
-    const auto device = [&](const char* value) { return flag("NP_Connection_Device_On", value); };
-    const auto application = [&](const char* value) { return flag("NP_Connection_Application_On", value); };
-    const auto online = [&](const char* value) { return flag("NP_Cmd_Remote_Is_Online", value); };
-    using Reader = int (*)(__send_args*);
-    const struct {
-        Reader reader;
-        std::string answer;
-        int result;
-    } cases[] = {
-        {get_NP_VAL_CMD_CHECK_FOR_HEARTBEAT, message(flag("NP_Server_Is_Live", "n")), 0},
-        {get_NP_VAL_CMD_CHECK_FOR_HEARTBEAT, message(flag("NP_Server_Is_Live", "N")), -1},
-        {get_NP_VAL_CMD_CHECK_CONNECTION_STATUS, message(device("0") + application("Y")), 0},
-        {get_NP_VAL_CMD_CHECK_CONNECTION_STATUS, message(device("Y") + application("N")), -1},
-        {get_NP_VAL_CMD_CHECK_CONNECTION_STATUS, message(device("N") + application("Y")), -1},
-        {get_NP_VAL_CMD_CHECK_CONNECTION_STATUS_offline, message(flag("NP_Connection_Local_Device_On", "Y")),
-         0},
-        {get_NP_VAL_CMD_CHECK_CONNECTION_STATUS_offline, message(device("Y") + application("Y")), -1},
-        {get_NP_VAL_CMD_CHECK_REMOTE_ONLINE, message(kSuccess + online("Y")), 0},
-        {get_NP_VAL_CMD_CHECK_REMOTE_ONLINE, message(kFailure + online("Y")), -1},
-        {get_NP_VAL_CMD_CHECK_REMOTE_ONLINE, message(kSuccess), -1},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(read(c.reader, c.answer), c.result) << c.answer;
-}
-
 TEST(AnswerText, OnlyWhatTheParserCannotTakeIsReplaced) {
     const struct {
         std::string text;

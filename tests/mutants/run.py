@@ -97,7 +97,7 @@ def judge(slip, known):
     key = hashlib.sha256(programs + text.encode() + repr(tests).encode()).hexdigest()
     if known.get(name, [None])[0] != key:
         verdict = try_slip(source, text, tests)
-        if verdict[0] == "ERROR":
+        if verdict[0] != "killed":
             return verdict
         known[name] = [key, *verdict]
         with open(VERDICTS, "w", encoding="utf-8") as file:

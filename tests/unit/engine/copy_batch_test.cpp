@@ -215,18 +215,6 @@ TEST_F(Copying, ACancelAfterTheAnswerComesBeforeEvenTheSmallestFile) {
     EXPECT_EQ(content(here), "here");
 }
 
-TEST_F(Copying, AFolderThatCannotBeReadCostsItsContentOnly) {
-    make_file("served/tree/a/1/x", "1");
-    make_file("served/tree/b/2/x", "2");
-    make_file("served/tree/c/3/x", "3");
-    make_file("mine/tree/b", "no folder");
-    run({"tree"});
-    EXPECT_EQ(failed_items(), Names{"/tree/b"});
-    EXPECT_EQ(content(mine_ + "/tree/a/1/x"), "1");
-    EXPECT_EQ(content(mine_ + "/tree/c/3/x"), "3");
-    EXPECT_EQ(content(mine_ + "/tree/b"), "no folder");
-}
-
 TEST_F(Copying, ManyItemsOfOneFolderAndTwoOfOneName) {
     Names sources;
     for (int number = 0; number < 20; ++number)

@@ -2,7 +2,6 @@
 
 #include <linux/filter.h>
 #include <linux/seccomp.h>
-#include <sys/file.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 
@@ -81,19 +80,6 @@ TEST_F(FolderFiles, NoLinkIsFollowedWhereTheSystemCannotHoldItInTheTree) {
     EXPECT_EXIT(listed(), testing::ExitedWithCode(0), "^inside-----$");
 }
 
-TEST_F(FolderFiles, ATreeDeeperThanOnePathCanTell) {
-    std::string path;
-    for (int level = 0; level < 40; ++level) {
-        path.append(path.empty() ? "" : "/").append(200, 'd');
-        ASSERT_EQ(remote_->make_folder(path, 0755), 0) << level;
-    }
-    Entry entry;
-    EXPECT_EQ(remote_->stat(path, entry), 0);
-    std::string failed;
-    EXPECT_EQ(remote_->remove(std::string(200, 'd'), EntryKind::kFolder, failed), 0);
-    EXPECT_TRUE(names_in(served_).empty());
-}
-
 TEST_F(FolderFiles, RemoveSparesWhatLinksLeadTo) {
     make_file("mine/kept", "x");
     make_file("served/folder/sub/file", "y");
@@ -122,19 +108,6 @@ TEST_F(FolderFiles, TrashKeepsEveryItemWithItsOrigin) {
     EXPECT_EQ(remote_->move_to_trash("sub/missing"), ENOENT);
     EXPECT_EQ(remote_->move_to_trash(".Trash-" + std::to_string(geteuid()) + "/files/a b"), EINVAL);
     EXPECT_EQ(names_in(trash + "/info").size(), 3U);
-}
-
-TEST_F(FolderFiles, SweepTakesOnlyLeftOversOfDeadRuns) {
-    const std::string dead = ".relay-hub-0123456789abcdef.part";
-    const std::string live = ".relay-hub-fedcba9876543210.part";
-    const std::string dead_windows = ".relay-hub-abcdEFGH.part";
-    for (const std::string& name :
-         {dead, dead_windows, live, std::string(".relay-hub-012345.part"), std::string("part")})
-        put(served_ + "/" + name, "x");
-    const FileDescriptor writer(open((served_ + "/" + live).c_str(), O_RDWR | O_CLOEXEC));
-    ASSERT_EQ(flock(writer.get(), LOCK_EX), 0);
-    remote_->sweep("");
-    EXPECT_EQ(names_in(served_), (Names{".relay-hub-012345.part", live, "part"}));
 }
 
 TEST_F(FolderFiles, AnUncommittedFileLeavesNothing) {

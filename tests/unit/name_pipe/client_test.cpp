@@ -224,27 +224,6 @@ TEST_F(Client, LeavesEachWaitWhenAbandoned) {
     EXPECT_TRUE(unanswered.ends_when_abandoned());
 }
 
-TEST_F(Client, FindsAReaderThatComesLateAndWaitsForItWithoutWork) {
-    for (const int flags : {O_NONBLOCK, 0}) {
-        test::Background reader([&] {
-            std::this_thread::sleep_for(2500ms);
-            Peer peer(base_);
-            peer.open_in(O_RDONLY | flags);
-            peer.await_request();
-            EXPECT_EQ(peer.take_request(), kMarker + "?");
-        });
-        rusage before{};
-        rusage after{};
-        const auto start = Clock::now();
-        ASSERT_EQ(::getrusage(RUSAGE_THREAD, &before), 0);
-        std::string answer;
-        EXPECT_TRUE(send("?", answer));
-        ASSERT_EQ(::getrusage(RUSAGE_THREAD, &after), 0);
-        EXPECT_LT(Clock::now() - start, 7s) << flags;
-        EXPECT_LT(after.ru_nvcsw - before.ru_nvcsw, 90) << flags;
-    }
-}
-
 TEST_F(Client, TakesNoAnswerOfAnAbandonedRequestForItsOwn) {
     Peer peer(base_);
     PendingSend first(channel_, "first");

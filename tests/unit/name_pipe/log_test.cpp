@@ -4,7 +4,6 @@
 
 #include <deque>
 
-#include "base/diagnostics.h"
 #include "support.h"
 
 namespace {
@@ -27,24 +26,6 @@ TEST(EventLog, AppendsWholeStampedLinesFromAllThreads) {
     for (std::string line; std::getline(file, line); ++lines)
         EXPECT_THAT(line, MatchesRegex("[0-2][0-9]:[0-5][0-9]:[0-6][0-9] a %s %n line"));
     EXPECT_EQ(lines, 100);
-}
-
-TEST(Diagnostics, FollowTheFixedForms) {
-    constexpr relay_hub::CallSite kSite{"../src/util/Zev_file_op.cpp", "copy", 12};
-    testing::internal::CaptureStderr();
-    relay_hub::report(kSite, "message");
-    relay_hub::report(kSite, "message", "%s");
-    relay_hub::report(kSite, "a", "b", "c");
-    relay_hub::report(kSite, "number", -3);
-    relay_hub::report_error(kSite, ENOENT);
-    relay_hub::report_error(kSite, EACCES, "/a/b");
-    relay_hub::report_memory_error(kSite, ENOMEM, 10485761);
-    const std::string place = "[FILENAME:../src/util/Zev_file_op.cpp][FUNC:copy][LINE:12]";
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              place + " >> message\n" + place + " >> message %s\n" + place + " >> abc\n" + place +
-                  " >> number\t-3\n" + place + "[error code:2] >> No such file or directory\n" + place +
-                  "[error code:13] >> Permission denied; /a/b\n" + place +
-                  "[error code:12] >> Cannot allocate memory; mem_size:10485761\n");
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
 // What a failing system call may cost: either the copy is whole, or the old state stands and it is told.
-#include <sys/mount.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -148,23 +147,6 @@ TEST_F(Faults, without_the_owner_or_the_access_list_a_copy_grants_no_more) {
     const Fault fault("fsetxattr", ENOTSUP);
     EXPECT_TRUE(copy({at("src/shared")}, at("dst")).empty());
     EXPECT_EQ(mode_of(at("dst/shared")), 0700U);
-}
-
-TEST_F(Faults, a_full_disk_keeps_what_was_there) {
-    const std::string small = make_folder("small");
-    if (mount("tmpfs", small.c_str(), "tmpfs", 0, "size=1m") != 0)
-        GTEST_SKIP() << "mounting is refused";
-    put(small + "/big", "old");
-    make_file("src/big", std::string(2 << 20, 'x'));
-    EXPECT_EQ(copy({at("src/big"), at("src/file"), at("src/link")}, small).size(), 1U);
-    EXPECT_EQ(content(small + "/big"), "old");
-    EXPECT_EQ(content(small + "/file"), content_);
-    unlink((small + "/big").c_str());
-    const auto failures = copy({at("src/big")}, small);
-    ASSERT_EQ(failures.size(), 1U);
-    EXPECT_EQ(failures.front().reason, "No space left on device");
-    EXPECT_EQ(names_in(small), (Names{"file", "link"}));
-    EXPECT_EQ(umount(small.c_str()), 0);
 }
 
 }  // namespace
