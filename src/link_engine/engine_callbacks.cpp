@@ -7,7 +7,6 @@
 #include <cstring>
 #include <exception>
 #include <limits>
-#include <mutex>
 #include <string>
 
 #include "base/diagnostics.h"
@@ -26,17 +25,11 @@ constexpr unsigned int kMarkerSize = 6;
 constexpr int kRealProgressArrives = 4;  // the change flag
 
 struct CallbackService {
-    std::mutex mutex;
-    CallbackHandlers handlers;  // guarded by mutex
+    std::atomic<void (*)()> remote_offline = nullptr;
     std::atomic<std::chrono::steady_clock::time_point> last_activity{};
     bool asking = false;  // window's thread
 };
 CallbackService service;
-
-CallbackHandlers current_handlers() {
-    const std::lock_guard lock(service.mutex);
-    return service.handlers;
-}
 
 // On standard error, and in the event log.
 void trace(const char* prefix, const std::string& text) {
@@ -119,7 +112,7 @@ std::string remote_is_offline(const std::string& text, CZEVXML&) {
     std::printf("==%s==\n", text.c_str());
     log_event("NP_VAL_CMD_REMOTE_IS_OFFLINE Receive:[ %s ]", text.c_str());
     set_offline_interrupt(1);
-    if (const auto remote_offline = current_handlers().remote_offline)
+    if (void (*const remote_offline)() = service.remote_offline)
         remote_offline();
     return single_field(wire::kResult, wire::kSuccess);
 }
@@ -193,8 +186,9 @@ int answer_again(const __send_args& args, const std::string& question) {
 }
 
 int answer_by_user(__send_args& args, const std::string& question) {
-    const auto ask = current_handlers().ask_overwrite;
-    const int response = ask ? ask(args.parent_window, question.c_str()) : 0;
+    UserQuestions* const questions = get_user_questions();
+    const int response =
+        questions != nullptr ? questions->ask_overwrite({.text = question, .parent = args.parent_window}) : 0;
     args.agreed_to_all = args.agreed_to_all || response == REQUEST_ALL;
     if (response == REQUEST_YES)
         args.agreed_questions.insert(without_facts(question));
@@ -215,9 +209,8 @@ void ask_user(__send_args& args) {
 
 }  // namespace
 
-void set_callback_handlers(const CallbackHandlers& handlers) {
-    const std::lock_guard lock(service.mutex);
-    service.handlers = handlers;
+void set_remote_offline_handler(void (*handler)()) {
+    service.remote_offline = handler;
 }
 
 bool confirmation_being_asked() {

@@ -12,21 +12,15 @@ class CZEVXML;
 unsigned int ServiceProvider(char* body, unsigned int length, char* answer, unsigned int answer_size);
 // Copies a progress report into the shared transfer state. 0.
 int ProgressStatusUpdate(CZEVXML* document);
-// Asks the question over the request's parent window, stores the value, releases the listener; the answer
-// "cancel" also cancels the request. Nothing while another call is still asking. Null args: value 0, without
-// asking. Window's thread, GDK lock held.
+// Asks the question over the request's parent window (get_user_questions), stores the value, releases the
+// listener; the answer "cancel" also cancels the request. Nothing while another call is still asking. Null
+// args: value 0, without asking. Window's thread, GDK lock held.
 void link_engine_confirm(__send_args* args);
 
 namespace relay_hub {
 
-// What the window supplies. remote_offline is called on the listener thread when the engine says that the
-// remote computer went offline; ask_overwrite on the window's thread, and returns REQUEST_* or another
-// value when the dialog was closed otherwise.
-struct CallbackHandlers {
-    void (*remote_offline)() = nullptr;
-    int (*ask_overwrite)(GtkWidget* parent, const char* message) = nullptr;
-};
-void set_callback_handlers(const CallbackHandlers& handlers);
+// Called on the listener thread when the engine says that the remote computer went offline. Null for nobody.
+void set_remote_offline_handler(void (*handler)());
 
 // True while link_engine_confirm asks. Window's thread.
 bool confirmation_being_asked();

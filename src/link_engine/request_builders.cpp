@@ -15,7 +15,6 @@
 #include "link_engine/send_args.h"
 #include "name_pipe/name_pipe_base.h"
 #include "xml_doc/message_writer.h"
-#include "xml_doc/well_formed.h"
 
 namespace relay_hub {
 namespace {
@@ -152,22 +151,27 @@ bool may_retry() {
            interruptible_sleep(kRetryPause);
 }
 
-std::string exchange(const Request& request, CNamePipeBase& channel, const std::string& message) {
+bool is_usable(__send_args* args, std::string& answer) {
+    return args != nullptr && args->parse != nullptr ? args->parse(*args, answer) : !answer.empty();
+}
+
+std::string exchange(const Request& request, CNamePipeBase& channel, const std::string& message,
+                     __send_args* args) {
     for (;;) {
         std::string answer;
         send(request, channel, message, answer);
         if (request.awaits_answer)
             trace(request, "Receive", answer);
-        if (!request.retries || is_well_formed(answer) || !may_retry())
+        if (!request.retries || is_usable(args, answer) || !may_retry())
             return answer;
     }
 }
 
-std::string exchange_on_channel(const Request& request, const std::string& message) {
+std::string exchange_on_channel(const Request& request, const std::string& message, __send_args* args) {
     if (request.channel == Channel::kShared)
-        return exchange(request, NPClient_object, message);
+        return exchange(request, NPClient_object, message, args);
     CNamePipeBase channel(command_pipe(), kPipeBufferSize, kPipeBufferSize);
-    return exchange(request, channel, message);
+    return exchange(request, channel, message, args);
 }
 
 int run(const Request& request, void* block) {
@@ -176,7 +180,7 @@ int run(const Request& request, void* block) {
     const std::string message = compose(request, args ? *args : nothing);
     trace_sent(request, message);
     const bool cancelled = args && get_atomic(&args->state) == TASK_CANCEL;
-    std::string answer = cancelled ? std::string() : exchange_on_channel(request, message);
+    std::string answer = cancelled ? std::string() : exchange_on_channel(request, message, args);
     if (!request.awaits_answer)
         return 0;
     set_answer(std::move(answer));

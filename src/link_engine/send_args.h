@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <ctime>
+#include <memory>
 #include <set>
 #include <string>
 #include <vector>
@@ -63,5 +64,9 @@ struct __send_args {
     // such a folder.
     bool tell_unlisted = true;
     bool unlisted = false;
+    // A file list: reads the answer on the worker and keeps in parsed what its reader needs; may take the
+    // text. False for an answer that is to be asked for again. Null: any answer but an empty one will do.
+    bool (*parse)(__send_args& args, std::string& answer) = nullptr;
+    std::shared_ptr<void> parsed;
     int command_code = 0;
 };

@@ -8,12 +8,12 @@
 #include <mutex>
 
 #include "base/diagnostics.h"
-#include "name_pipe/name_pipe_base.h"
 
 namespace relay_hub {
 namespace {
 
 struct Registry {
+    std::atomic<std::size_t> answer_limit = 8192;
     std::mutex mutex;
     std::map<std::string, ChannelState> channels;  // under mutex; the channels themselves stay where they are
 };
@@ -53,6 +53,10 @@ ChannelLock::~ChannelLock() {
     const std::uint64_t one = 1;
     if (held_ != nullptr)
         (void)write_all(held_->free.get(), &one, sizeof one);
+}
+
+std::atomic<std::size_t>& answer_limit() {
+    return registry().answer_limit;
 }
 
 bool channel_busy(const std::string& base) {

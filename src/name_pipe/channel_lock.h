@@ -1,6 +1,8 @@
 #pragma once
 // What the process knows of each channel that it sends on: who holds it, and whether the reply to a request
 // that was given up is still to come. Channels live as long as the process. Any thread.
+#include <atomic>
+#include <cstddef>
 #include <string>
 
 #include "base/fifo.h"
@@ -32,5 +34,11 @@ class ChannelLock {
   private:
     ChannelState* held_ = nullptr;
 };
+
+// True while a send on base holds its channel, that is while an exchange is under way.
+bool channel_busy(const std::string& base);
+
+// How much of an answer is taken: the output size that the program itself has set, 8192 bytes at first.
+std::atomic<std::size_t>& answer_limit();
 
 }  // namespace relay_hub

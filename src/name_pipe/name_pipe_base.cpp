@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "base/log.h"
+#include "name_pipe/channel_lock.h"
 #include "name_pipe/name_pipe_client.h"
 #include "name_pipe/name_pipe_io.h"
 #include "xml_doc/zev_xml.h"
@@ -40,7 +41,7 @@ void set_pipe_name(std::string name) {
 void set_sizes(std::uint32_t in_size, std::uint32_t out_size) {
     CNamePipeBase::m_dwNPInputBufferSize = in_size;
     CNamePipeBase::m_dwNPOutputBufferSize = out_size;
-    relay_hub::listener_state.answer_limit = out_size;
+    relay_hub::answer_limit() = out_size;
 }
 
 std::string marked(std::string_view payload, unsigned int kind) {
@@ -66,8 +67,8 @@ void apply_pipe_params(CZEVXML& command) {
         CNamePipeBase::m_dwNPInputBufferSize = size;
     if (const auto size = static_cast<std::uint32_t>(command.QueryLng(kNewOutputSize)); size != 0) {
         CNamePipeBase::m_dwNPOutputBufferSize = size;
-        relay_hub::listener_state.answer_limit =
-            std::max(relay_hub::listener_state.answer_limit.load(), size);
+        // Any client of the listener can send this: it may cut no answer of ours.
+        relay_hub::answer_limit() = std::max<std::size_t>(relay_hub::answer_limit(), size);
     }
 }
 
@@ -152,8 +153,8 @@ bool CNamePipeBase::NPSendMessage(char* data, unsigned int size, char* answer, u
 bool CNamePipeBase::NPSendMessage(std::string data, std::string& answer, std::string pipe,
                                   unsigned int kind) {
     trace_payload("Enter into CNamePipeBase::NPSendMessage - strInputData=\n", data);
-    return relay_hub::exchange(target(pipe), marked(data, kind), answer,
-                               relay_hub::listener_state.answer_limit, relay_hub::AnswerKind::text);
+    return relay_hub::exchange(target(pipe), marked(data, kind), answer, relay_hub::answer_limit(),
+                               relay_hub::AnswerKind::text);
 }
 
 bool CNamePipeBase::ServiceHandle(std::string command, std::string& result) {

@@ -41,9 +41,6 @@ struct ListenerState {
     std::string command_answer;  // of the last control command; listener thread only
     std::mutex name_mutex;
     std::string name = "/tmp/ZEV_Korvale";  // guarded by name_mutex: set it with SetupParam
-    // How much of an answer a client of ours takes: the output size that the program itself has set. A reset
-    // command, which any client of the listener can send, may only raise it.
-    std::atomic<std::uint32_t> answer_limit = 8192;
     std::atomic<service_provider_t> provider = nullptr;
     std::atomic<void (*)()> ended_by_command = nullptr;
 };
@@ -113,8 +110,5 @@ namespace relay_hub {
 
 // What stands before the text of a command in the body of a frame.
 inline constexpr std::string_view kCommandMarker{"\xC9\xBB\x29\xF9\x00\x01", 6};
-
-// True while a send on base holds its channel, that is while an exchange is under way. Any thread.
-bool channel_busy(const std::string& base);
 
 }  // namespace relay_hub

@@ -14,7 +14,6 @@
 #include "base/frame.h"
 #include "base/log.h"
 #include "name_pipe/channel_lock.h"
-#include "name_pipe/name_pipe_base.h"
 #include "name_pipe/name_pipe_io.h"
 
 namespace relay_hub {
@@ -197,7 +196,7 @@ ReadEnd await_answer(Connection& connection, FrameProgress& progress, RoundWatch
 }
 
 bool ends_at_zero(AnswerKind kind, const FrameProgress& progress) {
-    return kind == AnswerKind::text || progress.announced() >= listener_state.answer_limit;
+    return kind == AnswerKind::text || progress.announced() >= answer_limit();
 }
 
 // Collects the answer's body. Returns complete also where the text ended before the frame did and the rest

@@ -3,7 +3,7 @@
 #include "link_engine/answer_slot.h"
 #include "link_engine/command_runner.h"
 #include "link_engine/request_builders.h"
-#include "name_pipe/name_pipe_base.h"
+#include "name_pipe/channel_lock.h"
 #include "window/closing.h"
 #include "window/message_parent.h"
 #include "window/window_thread.h"

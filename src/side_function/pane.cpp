@@ -31,6 +31,7 @@ int load_remote(const std::string& folder, bool tell_unlisted) {
     args.command_code = kCodeFileList;
     args.parent_window = message_parent();
     args.tell_unlisted = tell_unlisted;
+    args.parse = parse_file_list;
     const int result = send_command_t(set_NP_VAL_CMD_GET_FILE_LIST, get_NP_VAL_CMD_GET_FILE_LIST, &args);
     if (args.unlisted && !tell_unlisted) {
         SetShowMessageBox("");

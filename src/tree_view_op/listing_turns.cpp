@@ -114,9 +114,4 @@ bool WorkBesideWindow::wait_for(std::size_t steps, ListingTurns& turns) {
     return go_on;
 }
 
-bool run_beside_window(const std::function<void()>& work, ListingTurns& turns) {
-    WorkBesideWindow beside([work](const WorkBesideWindow::Tell&) { work(); });
-    return beside.wait_for(kAllSteps, turns);
-}
-
 }  // namespace relay_hub

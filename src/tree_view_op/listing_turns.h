@@ -56,7 +56,4 @@ class WorkBesideWindow {
     Worker worker_;
 };
 
-// Work that is of use only as a whole.
-bool run_beside_window(const std::function<void()>& work, ListingTurns& turns);
-
 }  // namespace relay_hub

@@ -114,7 +114,7 @@ void tell_already_running(int* argc, char*** argv) {
 void install_window_services() {
     static BusyListings busy_listings;
     set_user_questions(window_questions());
-    set_callback_handlers({set_line_status, run_override_request});
+    set_remote_offline_handler(set_line_status);
     CNamePipeBase::SetServiceProvider(ServiceProvider);
     CNamePipeBase::SetListenerEndedByCommand(start_listener_again);
     set_listing_watcher(&busy_listings);

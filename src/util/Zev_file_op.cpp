@@ -48,6 +48,10 @@ std::optional<int> has_right(const std::string& path, int right) {
 
 }  // namespace
 
+int check_cancel(void* job) {
+    return get_atomic(&static_cast<__task_list*>(job)->state) == TASK_CANCEL ? 0 : -1;
+}
+
 int Gfile_file_exist(const std::string& path) {
     struct stat status {};
     return lstat(path.c_str(), &status);

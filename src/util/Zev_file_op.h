@@ -58,6 +58,9 @@ inline constexpr int& source_base_path_length = relay_hub::file_op_state.source_
 inline constexpr int& cp_op = relay_hub::file_op_state.operation;
 inline constexpr int& cp_st = relay_hub::file_op_state.replaces_all;
 
+// 0 when the job (a __task_list) was cancelled, else -1.
+int check_cancel(void* job);
+
 // Probes. Links are not followed. 0 and -1 unless said otherwise.
 int Gfile_file_exist(const std::string& path);
 int Gfile_check_file_type(const std::string& path);

@@ -310,10 +310,6 @@ bool destination_is_writable() {
 
 }  // namespace
 
-int check_cancel(void* job) {
-    return get_atomic(&static_cast<__task_list*>(job)->state) == TASK_CANCEL ? 0 : -1;
-}
-
 int file_op_check(const std::string& src, const std::string& dst, const struct stat* /*status*/) {
     struct stat source {};
     if (lstat(src.c_str(), &source) != 0) {

@@ -15,5 +15,3 @@ int Gfile_local_copy(void* job);
 int do_copy_callback(const char* path, const struct stat* status, int flag);
 int file_op_check(const std::string& src, const std::string& dst, const struct stat* status);
 int tree_walk_copy(const std::string& src, const struct stat* status, int flag, const std::string& dst);
-// 0 when the job (a __task_list) was cancelled, else -1.
-int check_cancel(void* job);

@@ -7,7 +7,6 @@
 
 #include "base/path_text.h"
 #include "util/Zev_file_op.h"
-#include "util/copy_job.h"
 #include "util/file_op_unit.h"
 #include "util/job_failures.h"
 #include "util/trash.h"

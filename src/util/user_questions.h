@@ -24,6 +24,8 @@ struct OverwriteQuestion {
     // What stands at the destination and what is to take its place; nothing where that is not known.
     std::optional<FileFacts> existing{};
     std::optional<FileFacts> incoming{};
+    // The window it opens over; null for the one on top when its turn comes.
+    struct _GtkWidget* parent = nullptr;
 };
 
 class UserQuestions {

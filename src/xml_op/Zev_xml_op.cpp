@@ -1,3 +1,5 @@
+#include "xml_op/Zev_xml_op.h"
+
 #include <climits>
 #include <cstring>
 #include <string>
@@ -5,12 +7,8 @@
 
 #include "base/diagnostics.h"
 #include "link_engine/message_names.h"
-#include "xml_op/answer_parser.h"
-#include "xml_op/answer_readers.h"
 #include "xml_op/answer_text.h"
 #include "xml_op/field_text.h"
-#include "xml_op/record_rows.h"
-#include "xml_op/xml_owners.h"
 
 namespace {
 
@@ -184,19 +182,5 @@ int traversal_xml(xmlNode* node, const char* tag, record_callback callback, void
             walk.descend();
         }
     }
-    return 0;
-}
-
-int get_xml_detial(xmlNode* node, void* context) {
-    const auto* walk = static_cast<const walk_context*>(context);
-    const std::string_view command = walk->command;
-    if (command == wire::kGetDriverList)
-        fill_to_widget_NP_VAL_CMD_GET_DRIVER_LIST(node, walk->side);
-    else if (command == wire::kGetFileList && walk->rows != nullptr)
-        relay_hub::keep_file_row(node, *walk->rows);
-    else if (command == wire::kGetFileList)
-        fill_to_widget_NP_VAL_CMD_GET_FILE_LIST(node, walk->side);
-    else if (command == wire::kGetRemoteSpecialPath)
-        fill_to_widget_NP_VAL_CMD_GET_REMOTE_SPECIAL_PATH(node, walk->side);
     return 0;
 }

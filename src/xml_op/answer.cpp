@@ -5,7 +5,6 @@
 
 #include "link_engine/answer_slot.h"
 #include "link_engine/message_names.h"
-#include "xml_op/answer_parser.h"
 
 namespace relay_hub {
 

@@ -4,8 +4,7 @@
 #include <string>
 
 #include "base/diagnostics.h"
-#include "xml_op/answer_readers.h"
-#include "xml_op/xml_owners.h"
+#include "xml_op/Zev_xml_op.h"
 
 namespace relay_hub {
 

@@ -15,13 +15,12 @@
 #include "link_engine/transfer_state.h"
 #include "tree_view_op/file_list_view.h"
 #include "tree_view_op/list_summary.h"
-#include "tree_view_op/listing_turns.h"
 #include "util/path_kind.h"
 #include "window/closing.h"
 #include "window/dialogs/message_dialog.h"
 #include "window/message_parent.h"
 #include "xml_op/answer.h"
-#include "xml_op/record_rows.h"
+#include "xml_op/fill_widgets.h"
 
 namespace {
 
@@ -42,9 +41,6 @@ void tell_no_data(const std::string& path) {
                         relay_hub::translated("IDS_ERROR_PATH"));
 }
 
-// An answer of less than this is read in a moment.
-constexpr std::size_t kLongAnswer = std::size_t{256} * 1024;
-
 std::optional<std::uint64_t> bytes_of(std::string_view digits) {
     std::uint64_t bytes = 0;
     const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), bytes);
@@ -53,32 +49,21 @@ std::optional<std::uint64_t> bytes_of(std::string_view digits) {
     return bytes;
 }
 
-// A file list's answer, with its records as rows. Owned by whoever reads it, and by the window.
+// A file list's answer, with its records as rows.
 struct FileList {
-    explicit FileList(std::string answer_text) : text(std::move(answer_text)) {}
-    void read() {
-        walk_context context{nullptr, wire::kGetFileList, &rows};
-        answer.emplace(std::move(text), RIGHT_SIDE_HERE, get_xml_detial, &context);
+    explicit FileList(std::string text) : answer(read(std::move(text))) {
         if (const XmlText field = answer->field(wire::kFreeSpace))
             free_bytes = bytes_of(text_of(field));
     }
+    Answer read(std::string text) {
+        walk_context context{nullptr, wire::kGetFileList, &rows};
+        return {std::move(text), RIGHT_SIDE_HERE, get_xml_detial, &context};
+    }
 
-    std::string text;
     relay_hub::RecordRows rows;
     std::optional<std::uint64_t> free_bytes;  // not every engine tells
     std::optional<Answer> answer;
 };
-
-// Null when the window closed meanwhile.
-std::shared_ptr<FileList> read_file_list(std::string text, relay_hub::ListingTurns& turns) {
-    const bool is_long = text.size() >= kLongAnswer;
-    auto list = std::make_shared<FileList>(std::move(text));
-    if (!is_long)
-        list->read();
-    else if (!relay_hub::run_beside_window([list] { list->read(); }, turns))
-        return nullptr;
-    return list;
-}
 
 void show_folder(FileList& list, const std::string& path) {
     __single* const side = get_UI_sets()->right_side;
@@ -150,10 +135,12 @@ Answer given_answer(const char* text) {
 }  // namespace
 
 int get_NP_VAL_CMD_GET_FILE_LIST(__send_args* args) {
-    relay_hub::ListingTurns turns(0);
-    const std::shared_ptr<FileList> list = read_file_list(relay_hub::take_answer(), turns);
-    if (args == nullptr || relay_hub::window_is_closing() || list == nullptr || !list->answer)
+    std::string text = relay_hub::take_answer();
+    if (args == nullptr || relay_hub::window_is_closing())
         return -1;
+    if (args->parsed == nullptr)
+        (void)relay_hub::parse_file_list(*args, text);
+    const auto list = std::static_pointer_cast<FileList>(std::exchange(args->parsed, nullptr));
     const int result = list->answer->result();
     if (result == 0) {
         show_folder(*list, args->list_path);
@@ -247,6 +234,12 @@ int get_NP_VAL_CMD_CHECK_FOR_HEARTBEAT(__send_args*) {
 }
 
 namespace relay_hub {
+
+bool parse_file_list(__send_args& args, std::string& answer) {
+    const auto list = std::make_shared<FileList>(std::move(answer));
+    args.parsed = list;
+    return list->answer->form() != RET_XML_NULL;
+}
 
 const std::string& return_message() {
     return g_return_message;

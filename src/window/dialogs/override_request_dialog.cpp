@@ -106,7 +106,7 @@ int for_all_that_follow(int response) {
     }
 }
 
-// Opens every box over the window that is on top when its turn comes.
+// Opens boxes over the window that is on top when their turn comes.
 class WindowQuestions : public relay_hub::UserQuestions {
   public:
     int ask_overwrite(const relay_hub::OverwriteQuestion& question) override {
@@ -114,8 +114,10 @@ class WindowQuestions : public relay_hub::UserQuestions {
         std::string text = question.text;
         if (question.existing && question.incoming)
             text += relay_hub::overwrite_facts(*question.existing, *question.incoming);
-        relay_hub::call_on_window(
-            [&] { response = relay_hub::run_override_request(relay_hub::message_parent(), text.c_str()); });
+        relay_hub::call_on_window([&] {
+            GtkWidget* parent = question.parent != nullptr ? question.parent : relay_hub::message_parent();
+            response = relay_hub::run_override_request(parent, text.c_str());
+        });
         return response;
     }
 

@@ -56,7 +56,7 @@ class CommandRunner : public testing::Test {
     ~CommandRunner() override {
         allow_requests(true);
         accept_confirmations_again();
-        set_callback_handlers({});
+        set_user_questions(nullptr);
         release_xml_string();
     }
     __send_args args_;
@@ -143,17 +143,19 @@ TEST_F(CommandRunner, CancelLeavesAHungEngineButWaitsForALivingOne) {
     }
 }
 
-int asked = 0;
-int response = 0;
-std::string question;
-GtkWidget* asked_over = nullptr;
+struct Questions : UserQuestions {
+    int ask_overwrite(const OverwriteQuestion& one) override {
+        ++asked;
+        last = one;
+        return answer();
+    }
+    void show_error(const std::string&, const std::string&) override {}
+    void show_job_error(const std::string&) override {}
 
-int answer_question(GtkWidget* parent, const char* message) {
-    ++asked;
-    asked_over = parent;
-    question = message;
-    return response;
-}
+    std::function<int()> answer;
+    int asked = 0;
+    OverwriteQuestion last;
+};
 
 constexpr char kQuestion[] =
     "<ZEVMSG><NP_Cmd>NP_Cmd_Get_Confirmation_For_Copy</NP_Cmd>"
@@ -177,12 +179,13 @@ TEST_F(CommandRunner, QuestionsAreServedForTheCopyWhicheverRunTurnsTheLoop) {
         {REQUEST_CANCEL, "<NP_Copy_Confirmation_Cancel>Y</NP_Copy_Confirmation_Cancel>", 2, TASK_CANCEL},
         {-4, "", 2, kStateFinished}};
     const Listener listener;
-    set_callback_handlers({.ask_overwrite = answer_question});
+    Questions questions;
+    set_user_questions(&questions);
     for (const auto& row : rows) {
         SCOPED_TRACE(row.response);
         CleanUpInformationVar();
-        asked = 0;
-        response = row.response;
+        questions.asked = 0;
+        questions.answer = [&row] { return row.response; };
         std::atomic<bool> nested = false;
         std::string answers;
         FakeEngine engine([&](const std::string& request) {
@@ -205,9 +208,9 @@ TEST_F(CommandRunner, QuestionsAreServedForTheCopyWhicheverRunTurnsTheLoop) {
         EXPECT_EQ(read_text, "copied");
         const std::string answer = "<ZEVMSG>" + row.answer + "</ZEVMSG>";
         EXPECT_EQ(answers, answer + answer);
-        EXPECT_EQ(asked, row.questions);
-        EXPECT_EQ(question, "a \"b\" %s?");
-        EXPECT_EQ(asked_over, copy.parent_window);
+        EXPECT_EQ(questions.asked, row.questions);
+        EXPECT_EQ(questions.last.text, "a \"b\" %s?");
+        EXPECT_EQ(questions.last.parent, copy.parent_window);
         EXPECT_EQ(copy.state, row.state);
     }
 }
@@ -218,11 +221,13 @@ TEST_F(CommandRunner, AQuestionNeverHoldsTheListenerWhenNobodyCanAnswer) {
     const Listener listener;
     const std::string none = "<ZEVMSG></ZEVMSG>";
     EXPECT_EQ(listener.call_back(kQuestion), none) << "no request runs";
-    set_callback_handlers({.ask_overwrite = [](GtkWidget*, const char*) {
+    Questions questions;
+    questions.answer = [] {
         end_confirmations();
         EXPECT_TRUE(wait_until([] { return engine_answered.load(); }));
         return REQUEST_YES;
-    }});
+    };
+    set_user_questions(&questions);
     std::string answer;
     FakeEngine engine([&](const std::string&) {
         answer = listener.call_back(kQuestion);

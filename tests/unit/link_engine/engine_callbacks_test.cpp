@@ -63,7 +63,7 @@ TEST(EngineCallbacks, EveryAnswerHasItsExactBytes) {
         {"no marker", std::string("\xBA\x33\x78\xA9\x00\x01", 6) + "<ZEVMSG></ZEVMSG>", "", nothing,
          nothing}};
     const Listener listener;
-    set_callback_handlers({.remote_offline = [] { ++offline_calls; }});
+    set_remote_offline_handler([] { ++offline_calls; });
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         CleanUpInformationVar();
@@ -73,7 +73,7 @@ TEST(EngineCallbacks, EveryAnswerHasItsExactBytes) {
         EXPECT_EQ(listener.exchange(row.body), padded);
         row.check();
     }
-    set_callback_handlers({});
+    set_remote_offline_handler(nullptr);
     set_offline_interrupt(0);
 }
 

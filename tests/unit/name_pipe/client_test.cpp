@@ -10,6 +10,7 @@
 #include "base/log.h"
 #include "base/ownership.h"
 #include "base/stop_token.h"
+#include "name_pipe/channel_lock.h"
 #include "name_pipe/name_pipe_base.h"
 #include "name_pipe/name_pipe_io.h"
 #include "name_pipe/round_watch.h"
