@@ -20,10 +20,12 @@ SEED = int(os.environ.get("RELAY_HUB_SEED", time.time_ns() % 1_000_000))
 RANDOM = random.Random(SEED)
 CAGE = os.environ.get("RELAY_HUB_CAGE")
 WARNING = re.compile(r"(?:\b\w+|\*\*)-(?:WARNING|CRITICAL|ERROR)\b")
-STOPS_READING = "--bounding-set=-all", "--inh-caps=-all", "--securebits=+noroot"  # rights that nobody gave
+SANITIZERS = "LSAN_OPTIONS", "TSAN_OPTIONS"
+WITHOUT_RIGHTS = "--bounding-set=-all", "--inh-caps=-all", "--securebits=+noroot"  # of the superuser
+SKIPPED = 77
 KEYS = ("Return Escape Tab space " * 4 + "ctrl+x ctrl+v ctrl+t alt+y alt+n alt+o " * 4 + "ctrl+c Delete F2 " * 2 +
-        "Up Down Home End Page_Down shift+Down shift+Up shift+End ctrl+space BackSpace F5 alt+Up alt+Home ctrl+h ctrl+l "
-        "F6 ctrl+a ctrl+shift+n Menu Left Right alt+a alt+c alt+t alt+F4 ctrl+q").split()
+        "Up Down Home End Page_Down shift+Down shift+Up shift+End ctrl+space BackSpace F5 alt+Up alt+Home ctrl+h "
+        "ctrl+l F6 ctrl+a ctrl+shift+n Menu Left Right alt+a alt+c alt+t alt+F4 ctrl+q").split()
 
 
 def run(*words):
@@ -61,6 +63,9 @@ class Monkey(unittest.TestCase):
         for place in ("usr", "etc", "program"):
             mount("-o", "remount,bind,ro", os.path.join(CAGE, place))
         mount("-t", "tmpfs", "-o", "size=2m,mode=0700", "disk", self.home + "/disk")  # another one, soon full
+        for path in re.findall("suppressions=([^:]*)", " ".join(os.environ.get(name, "") for name in SANITIZERS)):
+            os.makedirs(CAGE + os.path.dirname(path), exist_ok=True)
+            shutil.copy(path, CAGE + path)
         self.env = dict(os.environ, HOME="/tmp/home", XDG_RUNTIME_DIR="/tmp/run", LANG="en_US.UTF-8", NO_AT_BRIDGE="1",
                         GTK2_RC_FILES="/dev/null", GTK_MODULES="", XAUTHORITY="/tmp/run/authority")
         self.env.pop("LC_ALL", None)
@@ -69,7 +74,7 @@ class Monkey(unittest.TestCase):
 
     def spawn(self, program, *options):
         with open(self.log(program), "ab") as log:
-            process = subprocess.Popen(["chroot", CAGE, "setpriv", *STOPS_READING, "env", "--chdir=/program",
+            process = subprocess.Popen(["chroot", CAGE, "setpriv", *WITHOUT_RIGHTS, "env", "--chdir=/program",
                                         "bin/" + program, *options], env=self.env, stdin=subprocess.DEVNULL,
                                        stdout=log, stderr=log)
         self.processes.append(process)
@@ -151,9 +156,10 @@ class Monkey(unittest.TestCase):
 
     def offer(self):
         """What another program has on the clipboard."""
-        names = RANDOM.sample(sorted(os.listdir(self.home)), 2)
-        run("sh", "-c", 'printf "%s" "$1" | timeout 60 xclip -selection clipboard -t x-special/gnome-copied-files -i', "-",
-            RANDOM.choice(("cut", "copy")) + "".join(f"\nfile:///tmp/home/{name.replace(' ', '%20')}" for name in names))
+        there = sorted(os.listdir(self.home))
+        uris = (f"\nfile:///tmp/home/{name.replace(' ', '%20')}" for name in RANDOM.sample(there, min(2, len(there))))
+        run("sh", "-c", 'printf "%s" "$1" | xclip -selection clipboard -t x-special/gnome-copied-files -i', "-",
+            RANDOM.choice(("cut", "copy")) + "".join(uris))
 
     def disturb(self):
         action = RANDOM.choice((signal.SIGKILL, signal.SIGTERM, signal.SIGUSR1, signal.SIGUSR2, signal.SIGSTOP, None))
@@ -221,6 +227,7 @@ if __name__ == "__main__":
     with tempfile.TemporaryDirectory(prefix="relay-hub-monkey-") as cage:
         into = ["unshare", "-m"] if os.getuid() == 0 else ["unshare", "-rm"]
         if subprocess.run([*into, "mount", "-t", "tmpfs", "cage", cage], check=False).returncode != 0:
-            sys.exit("skipped: this user may not make a cage")
+            print("skipped: this user may not make a cage", file=sys.stderr)
+            sys.exit(SKIPPED)
         sys.exit(subprocess.run([*into, sys.executable, *sys.argv], env=dict(os.environ, RELAY_HUB_CAGE=cage),
                                 check=False).returncode)

@@ -135,8 +135,9 @@ class Move(DesktopTest):
                 self.fill(self.near)
                 os.mkfifo(os.path.join(self.near, "tree", "pipe"))
                 uris = "".join(f"\nfile://{self.near}/{name}" for name in ("tree", "file"))
-                subprocess.run(["xclip", "-selection", "clipboard", "-t", "x-special/gnome-copied-files", "-i"], check=True,
-                               text=True, input="cut" + uris, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+                subprocess.run(["xclip", "-selection", "clipboard", "-t", "x-special/gnome-copied-files", "-i"],
+                               check=True, text=True, input="cut" + uris, stdout=subprocess.DEVNULL,
+                               stderr=subprocess.DEVNULL)
                 self.paste(side, folder)
                 d.press(wait_for(d.error_box, what="the failure"), "OK")
                 wait_for(lambda: os.listdir(self.near) == ["tree"], what="the file to go")
@@ -145,6 +146,24 @@ class Move(DesktopTest):
                 self.assertEqual(read(os.path.join(there, "file")), NEW)
                 remove(os.path.join(self.near, "tree"))
 
+    def test_trash_that_refuses(self):
+        d = self.desktop
+        d.start("--style", "posix")
+        for side, folder, disk, other, target, there, trash in (
+                (LOCAL, self.near, self.near, REMOTE, "/there", self.there, os.path.join(d.home, "Trash")),
+                (REMOTE, "/there", self.there, LOCAL, self.near, self.near,
+                 os.path.join(d.remote, f".Trash-{os.geteuid()}"))):
+            with self.subTest(side):
+                write(trash)  # no folder
+                write(os.path.join(disk, "file"), NEW)
+                self.cut(side, folder, "file")
+                self.paste(other, target)
+                d.press(wait_for(d.error_box, what="the failure"), "OK")
+                d.wait_quiet()
+                for end in (disk, there):
+                    self.assertEqual(read(os.path.join(end, "file")), NEW)
+                    remove(os.path.join(end, "file"))
+
     def test_whatever_ends_it(self):
         """An engine or a window that dies, a source that changes: the source is whole, or all of it has arrived."""
         d = self.desktop
@@ -152,7 +171,8 @@ class Move(DesktopTest):
         for number in range(8 if SLOW > 1 else 24):
             remote, kind = number % 2 == 0, ("engine", "window", "change")[number % 3]
             with self.subTest(number, remote=remote, kind=kind):
-                for program, start in ((d.engine, lambda: d.start_engine("--style", "posix")), (d.window, d.start_window)):
+                for program, start in ((d.engine, lambda: d.start_engine("--style", "posix")),
+                                       (d.window, d.start_window)):
                     if program is None or program.poll() is not None:
                         start()
                 d.wait_remote()
