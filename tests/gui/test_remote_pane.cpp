@@ -200,6 +200,39 @@ TEST_F(RemotePane, RemoteItemsTravelWithTheAttributesOfTheirRows) {
     }
 }
 
+TEST_F(RemotePane, OfWhatIsMovedOnlyWhatArrivedGoesToTheTrash) {
+    test::Sandbox target;
+    relay_hub::set_current_folder(get_UI_sets()->left_side, target.at().c_str());
+    const std::string a = field("Line", hex_field("TF", "/home/a"));
+    const std::string b = field("Line", hex_field("TF", "/home/b"));
+    const struct {
+        std::string answer;
+        std::string trashed;
+    } cases[] = {{kSuccess, b + a},  // an engine that tells of no item
+                 {kSuccess + field("NP_Move_Arrived", "YN"), a},
+                 {kSuccess + field("NP_Move_Arrived", "NN"), ""},
+                 {kSuccess + field("NP_Move_Arrived", "Y"), ""},
+                 {kRefused, ""},
+                 {kRefused + field("NP_Move_Arrived", "NY"), b}};
+    for (const auto& c : cases) {
+        show("/home", line("a", "0") + line("b", "0"));
+        remote_.select({1, 2});
+        relay_hub::run_action(relay_hub::Pane::remote(), relay_hub::Action::cut);
+        answer_ = message(c.answer);
+        const std::size_t before = engine_.requests("Trash").size();
+        const When box([] { return find_window_with("disk full") != nullptr; },
+                       [this] {
+                           answer_ = message(kSuccess);
+                           gtk_dialog_response(GTK_DIALOG(find_window_with("disk full")), GTK_RESPONSE_OK);
+                       });
+        left_popup_menu_paste(nullptr, nullptr);
+        EXPECT_EQ(engine_.requests("Trash").size() - before, c.trashed.empty() ? 0U : 1U) << c.answer;
+        if (!c.trashed.empty()) {
+            EXPECT_THAT(engine_.last_request("Trash"), HasSubstr(field("T8", c.trashed)));
+        }
+    }
+}
+
 TEST_F(RemotePane, AClosingProgramStartsNothing) {
     const relay_hub::Closing closing;
     relay_hub::close_window();
