@@ -113,6 +113,12 @@ class SftpTest(unittest.TestCase):
         self.assertIn(OK, self.copy(True, source, there))
         self.assertIn(OK, self.copy(False, back, there + "/set"))
         self.assertEqual(before, (nodes(there + "/set"), nodes(back + "/set")))
+        # Of a move the content counts: what only looks the same is replaced, and all has arrived.
+        write(there + "/set/large", os.urandom(20 << 20), seconds=int(os.stat(source + "/large").st_mtime))
+        for upwards, local, remote in ((True, source, there), (False, back, there + "/set")):
+            request = copy_request(upwards, local, remote).replace(b"<T8>", b"<NP_Copy_Is_Move>Y</NP_Copy_Is_Move><T8>")
+            self.assertIn("<NP_Move_Arrived>Y<", self.ask(request))
+        self.assertEqual(read(source + "/large"), read(there + "/set/large"))
         # What differs is replaced, where the user says so.
         write(source + "/plain", b"other")
         self.assertIn(OK, self.copy(True, source + "/plain", there + "/set"))
