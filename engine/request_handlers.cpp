@@ -29,10 +29,6 @@ std::string requested_text(CZEVXML& request, const std::string& before, const ch
     return meant_text(plain, request.Query(before + hex_tag)).value_or(std::string());
 }
 
-std::string quoted(const std::string& text) {
-    return "\"" + in_one_line(text, kLongestShownPath) + "\"";
-}
-
 std::string not_a_path(const std::string& text) {
     return fill_translated("IDS_REASON_NOT_A_PATH", {in_one_line(text, kLongestShownPath)});
 }
@@ -117,12 +113,15 @@ Reply RequestHandlers::handle(const std::string& message) {
 
 Reply RequestHandlers::answer(const std::string& message) {
     CZEVXML request;
-    if (!request.LoadXML(message))
-        return {failure_text("The request could not be read: " + request.GetOperErrDesc())};
+    if (!request.LoadXML(message)) {
+        report(RELAY_HUB_HERE, "a request could not be read:", request.GetOperErrDesc());
+        return {failure_text(translated("IDS_REASON_UNREADABLE_REQUEST"))};
+    }
     const std::string command = request.Query(wire::kCommand);
     const Handler* handler = find_handler(command);
     if (handler == nullptr)
-        return {failure_text("There is no command " + quoted(command) + ".")};
+        return {failure_text(
+            fill_translated("IDS_REASON_NO_COMMAND", {in_one_line(command, kLongestShownPath)}))};
     if (handler->needs_remote && !state_.remote_online)
         return {failure_text(translated("IDS_ERROR_DISCONNECT")), handler->is_list};
     return {(this->*handler->answer)(request), handler->is_list, command == wire::kExitLinkEngine};

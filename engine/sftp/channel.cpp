@@ -97,7 +97,7 @@ Channel::Channel(FileDescriptor to_server, FileDescriptor from_server,
 }
 
 Channel::~Channel() {
-    end("the connection was closed");
+    end(translated("IDS_REASON_LINK_CLOSED"));
     worker_.join();
 }
 
@@ -279,9 +279,8 @@ bool Channel::serve_pipes() {
         flush();
     if (ready != 0 || limit != 0)
         return true;
-    lose("the other computer has not answered for " +
-         std::to_string(std::chrono::duration_cast<std::chrono::seconds>(silence_limit()).count()) +
-         " seconds");
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(silence_limit()).count();
+    lose(fill_translated("IDS_REASON_LINK_SILENT", {std::to_string(seconds)}));
     return false;
 }
 
@@ -292,16 +291,18 @@ bool Channel::read_some() {
         return true;
     if (count <= 0) {
         const std::string words = last_words_ ? last_words_() : std::string();
-        lose("the connection was closed" + (words.empty() ? "" : ": " + words));
+        lose(translated("IDS_REASON_LINK_CLOSED") + (words.empty() ? "" : ": " + words));
         return false;
     }
     incoming_end_ += static_cast<std::size_t>(count);
     std::string wrong;
+    bool greeted = true;
     {
         const std::lock_guard lock(mutex_);
         last_sign_ = steady_clock::now();
         const State before = state_;
         wrong = take_packets();
+        greeted = state_ != State::kGreeting;
         write_some();
         if (state_ != before)
             (void)eventfd_write(state_events_.get(), 1);
@@ -309,7 +310,8 @@ bool Channel::read_some() {
     arrived_.notify_all();
     if (wrong.empty())
         return true;
-    lose(wrong);
+    report(RELAY_HUB_HERE, "the other computer", wrong);
+    lose(translated(greeted ? "IDS_REASON_LINK_NONSENSE" : "IDS_REASON_LINK_NOT_SFTP"));
     return false;
 }
 
@@ -317,11 +319,8 @@ std::string Channel::take_packets() {
     std::string wrong;
     while (wrong.empty() && incoming_end_ - incoming_start_ >= kLengthSize) {
         const std::size_t size = number_at(incoming_.data() + incoming_start_);
-        if (size == 0 || size > kLongestPacket) {
-            return state_ == State::kGreeting
-                       ? "the other computer does not answer as an SFTP server"
-                       : "the other computer sent a packet of " + std::to_string(size) + " bytes";
-        }
+        if (size == 0 || size > kLongestPacket)
+            return "sent a packet of " + std::to_string(size) + " bytes";
         if (incoming_end_ - incoming_start_ < kLengthSize + size)
             break;
         wrong = take_packet({incoming_.data() + incoming_start_ + kLengthSize, size});
@@ -343,7 +342,7 @@ std::string Channel::take_packet(std::string_view packet) {
         return take_answer(type, packet);
     auto extensions = read_version(packet);
     if (type != PacketType::kVersion || !extensions)
-        return "the other computer does not speak version 3 of SFTP";
+        return "does not speak version 3 of SFTP";
     extensions_ = std::move(*extensions);
     state_ = State::kOpen;
     return {};
@@ -351,19 +350,19 @@ std::string Channel::take_packet(std::string_view packet) {
 
 std::string Channel::take_answer(PacketType type, std::string_view packet) {
     if (packet.size() < sizeof(std::uint32_t))
-        return "the other computer sent an answer that is cut short";
+        return "sent an answer that is cut short";
     const std::uint32_t number = number_at(packet.data());
     packet.remove_prefix(sizeof number);
     const auto found = in_flight_.find(number);
     if (found == in_flight_.end())
-        return "the other computer answered a request that was not made, or answered twice";
+        return "answered a request that was not made, or answered twice";
     const RequestPtr request = std::move(found->second);
     in_flight_.erase(found);
     slow_in_flight_ -= request->ask.slow ? 1 : 0;
     if (type != request->ask.expected && type != PacketType::kStatus)
-        return "the other computer sent an answer of a kind that was not asked for";
+        return "sent an answer of a kind that was not asked for";
     if (packet.size() > (type == PacketType::kStatus ? kLongestStatus : longest_answer(request->ask)))
-        return "the other computer sent an answer longer than was asked for";
+        return "sent an answer longer than was asked for";
     request->answer = {type, std::string(packet)};
     request->done = true;
     if (request->dropped && type == PacketType::kHandle)

@@ -5,6 +5,7 @@
 #include <array>
 #include <utility>
 
+#include "base/translated_text.h"
 #include "base/wait.h"
 
 namespace relay_hub::engine::sftp {
@@ -74,7 +75,7 @@ bool LinkKeeper::connect(const SshStart& start, Link& link, LinkFailure& why) {
         std::make_unique<Channel>(link.ssh->take_input(), link.ssh->take_output(),
                                   [ssh = link.ssh.get()] { return last_words(ssh->all_errors()); }));
     if (!await_state(link, Channel::State::kGreeting)) {
-        why = {FailureKind::kCancelled, "the connection was cancelled"};
+        why = {FailureKind::kCancelled, translated("IDS_REASON_LINK_CANCELLED")};
         return false;
     }
     Channel& channel = link.session->channel();
@@ -83,7 +84,7 @@ bool LinkKeeper::connect(const SshStart& start, Link& link, LinkFailure& why) {
         error = link.session->learn_facts(address_.folder);
     if (error && error.number != ENOTCONN) {
         why = {FailureKind::kOther,
-               error.text.empty() ? "the other computer refused a first look" : error.text};
+               error.text.empty() ? translated("IDS_REASON_LINK_FIRST_LOOK") : error.text};
         return false;
     }
     if (channel.state() == Channel::State::kLost) {
@@ -107,7 +108,7 @@ void LinkKeeper::serve(Link& link) {
         const std::lock_guard lock(mutex_);
         session_.reset();
     }
-    channel.end("the engine is ending");
+    channel.end(translated("IDS_REASON_LINK_CLOSED"));
     if (lost)
         observer_.lost(channel.reason());
 }

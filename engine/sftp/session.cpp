@@ -67,7 +67,7 @@ Error status_error(const Status& status) {
 }
 
 Error Session::malformed() {
-    channel_->end("the other computer sent an answer that cannot be read");
+    channel_->end(translated("IDS_REASON_LINK_NONSENSE"));
     return {ENOTCONN, fill_translated("IDS_REASON_LINK_LOST", {channel_->reason()})};
 }
 
@@ -326,7 +326,7 @@ Error Session::learn_facts(const std::string& folder) {
     if (!error)
         error = real_path(wanted, facts_.first_folder);
     if (error.number == ENOENT)
-        error.text = wanted + " is not on the other computer";
+        error.text = fill_translated("IDS_REASON_NOT_THERE", {wanted});
     return error;
 }
 

@@ -15,6 +15,7 @@
 #include <string_view>
 
 #include "base/diagnostics.h"
+#include "base/translated_text.h"
 
 namespace relay_hub::engine::sftp {
 namespace {
@@ -144,7 +145,7 @@ std::unique_ptr<SshProcess> SshProcess::start(const SshStart& start, LinkFailure
     PipePair output;
     PipePair errors;
     if (!make_pipe(input) || !make_pipe(output) || !make_pipe(errors)) {
-        why = {FailureKind::kOther, std::string("ssh cannot be started: ") + error_text(errno)};
+        why = {FailureKind::kOther, fill_translated("IDS_REASON_NO_SSH", {error_text(errno)})};
         return nullptr;
     }
     const bool in_terminal = start.may_ask && asks_in_terminal();
@@ -157,7 +158,7 @@ std::unique_ptr<SshProcess> SshProcess::start(const SshStart& start, LinkFailure
     pid_t process = -1;
     if (const int error = settings.spawn(process, arguments, environment); error != 0) {
         why = {error == ENOENT ? FailureKind::kNoSsh : FailureKind::kOther,
-               std::string("ssh cannot be started: ") + error_text(error)};
+               fill_translated("IDS_REASON_NO_SSH", {error_text(error)})};
         return nullptr;
     }
     std::unique_ptr<SshProcess> started(new SshProcess(process, !in_terminal));

@@ -65,7 +65,7 @@ TEST_F(Handling, StatusPlacesAndDrives) {
         {"NP_Cmd_Get_Driver_List", false, Style::kWindows,
          "<T1>NP_Exe_Result_Fail</T1><T2>IDS_ERROR_DISCONNECT</T2>"},
         {"NP_Cmd_Unheard_Of", true, Style::kWindows,
-         "<T1>NP_Exe_Result_Fail</T1><T2>There is no command &dq;NP_Cmd_Unheard_Of&dq;.</T2>"},
+         "<T1>NP_Exe_Result_Fail</T1><T2>IDS_REASON_NO_COMMAND</T2>"},
     };
     for (const auto& item : cases) {
         state_.remote_online = item.online;

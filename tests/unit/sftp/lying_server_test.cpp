@@ -1,12 +1,10 @@
 // A server that lies: each lie is a clear failure in bounded time and memory, and nothing of it is believed.
 #include "lying_server.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 namespace relay_hub::engine::sftp {
 namespace {
-
-using testing::HasSubstr;
 
 struct Lie {
     const char* name;
@@ -15,33 +13,35 @@ struct Lie {
 };
 
 TEST(LyingServer, EndsTheLinkWithAReason) {
+    constexpr char kNonsense[] = "IDS_REASON_LINK_NONSENSE";
+    constexpr char kSilence[] = "IDS_REASON_LINK_SILENT";
     const std::vector<Lie> lies{
-        {"unknown number", [](auto& request) { return handle(request.number + 7); }, "was not made"},
+        {"unknown number", [](auto& request) { return handle(request.number + 7); }, kNonsense},
         {"repeated number", [](auto& request) { return handle(request.number) + handle(request.number); },
-         "answered twice"},
+         kNonsense},
         {"another kind",
          [](auto& request) {
              return LyingServer::packet(PacketType::kData, request.number, Fields().add("x").bytes());
          },
-         "of a kind"},
-        {"a long packet", [](auto&) { return std::string("\x7f\xff\xff\xff", 4); }, "packet of 2147483647"},
-        {"an empty packet", [](auto&) { return std::string(4, '\0'); }, "packet of 0"},
+         kNonsense},
+        {"a long packet", [](auto&) { return std::string("\x7f\xff\xff\xff", 4); }, kNonsense},
+        {"an empty packet", [](auto&) { return std::string(4, '\0'); }, kNonsense},
         {"a length that lies",
          [](auto& request) {
              return LyingServer::packet(PacketType::kHandle, request.number, std::string("\0\0\xff\0h", 5));
          },
-         "cannot be read"},
+         kNonsense},
         {"a huge handle",
          [](auto& request) {
              return LyingServer::packet(PacketType::kHandle, request.number,
                                         Fields().add(std::string(5000, 'h')).bytes());
          },
-         "longer than was asked for"},
+         kNonsense},
         {"success without a handle", [](auto& request) { return status(request.number, StatusCode::kOk); },
-         "cannot be read"},
-        {"silence", [](auto&) { return std::string(); }, "has not answered"},
+         kNonsense},
+        {"silence", [](auto&) { return std::string(); }, kSilence},
         {"silence in the middle", [](auto& request) { return handle(request.number).substr(0, 9); },
-         "has not answered"},
+         kSilence},
     };
     for (const Lie& lie : lies) {
         LyingServer server(lie.answer);
@@ -51,7 +51,7 @@ TEST(LyingServer, EndsTheLinkWithAReason) {
         // What came honestly before the lie may be had; the link ends all the same.
         for (int i = 0; i < 100 && server.session().channel().state() != Channel::State::kLost; ++i)
             std::this_thread::sleep_for(10ms);
-        EXPECT_THAT(server.session().channel().reason(), HasSubstr(lie.reason)) << lie.name;
+        EXPECT_EQ(server.session().channel().reason(), lie.reason) << lie.name;
         EXPECT_EQ(server.files().list("x", listing).number, ENOTCONN) << lie.name;
     }
 }

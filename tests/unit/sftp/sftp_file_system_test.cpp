@@ -321,7 +321,7 @@ TEST_F(SftpTree, FailsWithAReasonWhenTheServerIsGone) {
     kill(server_, SIGKILL);
     const Error error = finish().front();
     EXPECT_EQ(error.number, ENOTCONN);
-    EXPECT_EQ(session_->channel().reason(), "the connection was closed: bye");
+    EXPECT_EQ(session_->channel().reason(), "IDS_REASON_LINK_CLOSED: bye");
     session_.reset();
     Listing listing;
     EXPECT_EQ(files_.list("x", listing).number, ENOTCONN);
