@@ -21,8 +21,9 @@ constexpr int kFifoCapacity = 1048576;
 constexpr milliseconds kFirstRetry{1};
 constexpr milliseconds kLongestRetry{20};
 // A peer that is between two rounds is back within this time. Later its opening is awaited as an event; one
-// that blocks in its open() causes none before our end is open, so that it is still looked for now and then.
-constexpr milliseconds kEagerTime{1000};
+// that blocks in its open() causes none before our end is open, so that it is still looked for, after longer
+// and longer pauses.
+constexpr milliseconds kEagerTime{100};
 constexpr milliseconds kPatientRetry{500};
 
 // Sets errno.
@@ -98,11 +99,11 @@ FileDescriptor open_fifo_writer(const std::string& path, Deadline deadline,
             errno = ETIMEDOUT;
             return {};
         }
-        if (!sleep_until_opened(opens.get(), opens ? kPatientRetry : pause, deadline)) {
+        if (!sleep_until_opened(opens.get(), pause, deadline)) {
             errno = ECANCELED;
             return {};
         }
-        pause = std::min(pause * 2, kLongestRetry);
+        pause = std::min(pause * 2, opens ? kPatientRetry : kLongestRetry);
         if (between)
             between();
         else if (!opens && Clock::now() >= eager_until)

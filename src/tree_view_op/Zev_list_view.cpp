@@ -13,6 +13,7 @@
 #include "base/shown_text.h"
 #include "base/translated_text.h"
 #include "tree_view_op/file_list_view.h"
+#include "tree_view_op/listing_turns.h"
 #include "tree_view_op/local_row.h"
 #include "tree_view_op/row_store.h"
 
@@ -230,6 +231,21 @@ void append_data(GtkWidget* tree_view, const int* column_ids, const char* const*
     relay_hub::insert_row(store, -1, row.data());
 }
 
+namespace {
+
+void take_rows_away(GtkListStore* store) {
+    GtkTreeModel* model = GTK_TREE_MODEL(store);
+    relay_hub::ListingTurns turns(static_cast<std::size_t>(gtk_tree_model_iter_n_children(model, nullptr)));
+    GtkTreeIter iter;
+    for (std::size_t taken = 0;
+         turns.after_rows(taken) && gtk_tree_model_get_iter_first(model, &iter) != FALSE; ++taken)
+        gtk_list_store_remove(store, &iter);
+    // What is left where the window closes.
+    gtk_list_store_clear(store);
+}
+
+}  // namespace
+
 void clean_tree_view(GtkWidget* tree_view) {
     GtkListStore* store = list_store_of(tree_view);
     if (store == nullptr)
@@ -241,7 +257,7 @@ void clean_tree_view(GtkWidget* tree_view) {
     // Off the view: taking many rows away one by one before its eyes is slow.
     const relay_hub::GObjectPtr<GtkListStore> held(GTK_LIST_STORE(g_object_ref(store)));
     gtk_tree_view_set_model(GTK_TREE_VIEW(tree_view), nullptr);
-    gtk_list_store_clear(store);
+    take_rows_away(store);
     relay_hub::show_store(GTK_TREE_VIEW(tree_view), store);
 }
 

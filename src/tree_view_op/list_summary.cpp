@@ -55,7 +55,7 @@ int count_items(GtkTreeModel* model) {
 }
 
 struct SelectedRows {
-    const ListedSizes* sizes;
+    ListedSizes* sizes;
     int items = 0;
     std::uint64_t bytes = 0;
 };
@@ -78,8 +78,7 @@ void add_selected(GtkTreeModel* model, GtkTreePath*, GtkTreeIter* iter, gpointer
 }
 
 std::string text_of(const Summary& summary) {
-    SelectedRows selected{
-        static_cast<const ListedSizes*>(g_object_get_data(G_OBJECT(summary.tree_view), kSizes))};
+    SelectedRows selected{static_cast<ListedSizes*>(g_object_get_data(G_OBJECT(summary.tree_view), kSizes))};
     gtk_tree_selection_selected_foreach(gtk_tree_view_get_selection(summary.tree_view), add_selected,
                                         &selected);
     std::string text = fill_translated("IDS_SUMMARY_ITEMS", {std::to_string(summary.items)});
@@ -147,11 +146,12 @@ void ListedSizes::add(const std::string& name, std::uint64_t size) {
 
 void ListedSizes::give_to(GtkWidget* tree_view) && {
     auto kept = std::make_unique<ListedSizes>(std::move(*this));
-    std::sort(kept->sizes_.begin(), kept->sizes_.end());
     g_object_set_data_full(G_OBJECT(tree_view), kSizes, kept.release(), free_sizes);
 }
 
-std::uint64_t ListedSizes::of(const std::string& name) const {
+std::uint64_t ListedSizes::of(const std::string& name) {
+    if (!std::exchange(sorted_, true))
+        std::sort(sizes_.begin(), sizes_.end());
     const std::size_t hash = std::hash<std::string>()(name);
     const auto found = std::lower_bound(sizes_.begin(), sizes_.end(), std::pair(hash, std::uint64_t{0}));
     return found != sizes_.end() && found->first == hash ? found->second : 0;

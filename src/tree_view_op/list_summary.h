@@ -23,11 +23,12 @@ class ListedSizes {
     // Hands the sizes to the list, in place of those before.
     void give_to(GtkWidget* tree_view) &&;
     // 0 for a name that was not added.
-    [[nodiscard]] std::uint64_t of(const std::string& name) const;
+    [[nodiscard]] std::uint64_t of(const std::string& name);
 
   private:
     // By the hash of the name: a folder of 100,000 files costs 1.6 MB.
     std::vector<std::pair<std::size_t, std::uint64_t>> sizes_;
+    bool sorted_ = false;  // by the first question: most lists are only looked at
 };
 
 }  // namespace relay_hub

@@ -14,6 +14,7 @@
 namespace relay_hub {
 namespace {
 
+constexpr std::size_t kRowsBetweenLooks = 64;
 constexpr gint64 kFillingSlice = 20 * G_TIME_SPAN_MILLISECOND;
 // Serving others must not starve the listing either.
 constexpr std::chrono::milliseconds kServingSlice(20);
@@ -46,11 +47,18 @@ void ListingTurns::begin() {
 }
 
 bool ListingTurns::after_rows(std::size_t rows) {
+    if (rows % kRowsBetweenLooks != 0)
+        return true;
     is_long_ = is_long_ || rows >= kLongListing;
     if (the_watcher == nullptr || !is_long_ || g_get_monotonic_time() - slice_began_ < kFillingSlice)
         return true;
     begin();
     return turn();
+}
+
+void ListingTurns::before_uncut_work() {
+    if (told_ != nullptr)
+        (void)turn();
 }
 
 bool ListingTurns::turn() {

@@ -15,7 +15,8 @@ inline constexpr std::size_t kLongListing = 2000;
 
 class ListingWatcher;
 
-// Cuts the filling of a long listing into slices and tells the watcher from the first cut to the end.
+// Cuts the filling, or the emptying, of a long listing into slices and tells the watcher from the first cut
+// to the end.
 class ListingTurns {
   public:
     // A listing is long when that many rows are expected, else once they have come.
@@ -26,8 +27,11 @@ class ListingTurns {
 
     // Tells the watcher now. Nothing without one, or when it is told already.
     void begin();
-    // Serves what the main loop has waiting, once the slice is used up. False: stop.
+    // After each row, with their count so far: serves what the main loop has waiting, once the slice is used
+    // up. False: stop.
     bool after_rows(std::size_t rows);
+    // Before work that cannot be cut: serves what waits now, if the watcher is told already.
+    void before_uncut_work();
 
   private:
     bool turn();

@@ -12,7 +12,6 @@ namespace relay_hub {
 namespace {
 
 constexpr char kIconOrder[] = "relay-hub-icon-order";
-constexpr std::size_t kRowsBetweenLooks = 64;
 
 // How the store compares icon ids. While rows are put straight to their places every pair counts as equal:
 // the store leaves a row between equals where it is.
@@ -126,6 +125,9 @@ struct RowFiller::State {
     State& operator=(const State&) = delete;
 
     ~State() {
+        // A view takes 0.2 to 0.4 us a row for its new model.
+        if (go_on)
+            turns.before_uncut_work();
         if (icon_order != nullptr) {
             icon_order->rows_in_order = false;
             if (sort_of(store.get()) != sort)
@@ -158,8 +160,7 @@ bool RowFiller::add(const char* const* texts) {
         return false;
     const int position = state_->groups != nullptr ? state_->groups->place(texts[kColumnIcon]) : -1;
     insert_row(state_->store.get(), position, texts);
-    if (++state_->rows % kRowsBetweenLooks == 0)
-        state_->go_on = state_->turns.after_rows(state_->rows);
+    state_->go_on = state_->turns.after_rows(++state_->rows);
     return state_->go_on;
 }
 
