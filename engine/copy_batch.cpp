@@ -15,7 +15,7 @@
 namespace relay_hub::engine {
 namespace {
 
-constexpr mode_t kPrivateFolder = 0700;
+constexpr mode_t kEveryRight = 0777;
 constexpr std::size_t kLongestShownPath = 600;
 // Files that a tree is told to read ahead; it hears of more when half of them are done.
 constexpr std::size_t kAnnounced = 128;
@@ -48,6 +48,12 @@ class TreeInUse {
 
 FileFacts facts_of(const Entry& entry) {
     return {entry.size, entry.modified, entry.has_times};
+}
+
+// Its owner can write in it until it is filled. The rest is final, for a copy may end before the folder's
+// turn comes, as with a lost link.
+mode_t mode_to_fill(const Entry& folder) {
+    return folder.has_mode ? (folder.mode & ACCESSPERMS) | S_IRWXU : kEveryRight;
 }
 
 bool looks_present(const Entry& entry, const Entry& present) {
@@ -299,7 +305,7 @@ bool CopyBatch::make_or_take_folder(const std::string& source, const Entry& entr
         target_.files.sweep(target);
         return true;
     }
-    if (!succeeded(source, target_.files.make_folder(target, kPrivateFolder)))
+    if (!succeeded(source, target_.files.make_folder(target, mode_to_fill(level.entry))))
         return false;
     pending_.add_touched(parent_path(target));
     level.made = true;

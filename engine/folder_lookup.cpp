@@ -1,13 +1,9 @@
 #include "engine/folder_lookup.h"
 
-#include <glib.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <functional>
 #include <utility>
-
-#include "base/glib_owners.h"
 
 namespace relay_hub::engine {
 namespace {
@@ -16,12 +12,8 @@ bool by_name(const Entry& a, const Entry& b) {
     return a.name < b.name;
 }
 
-// The same for all names that some file system may take for one: in capitals or not, composed or decomposed.
-std::size_t common_form(const std::string& name) {
-    const GText normal(g_utf8_normalize(name.data(), static_cast<gssize>(name.size()), G_NORMALIZE_NFD));
-    if (!normal)
-        return std::hash<std::string>()(name);
-    return std::hash<std::string>()(GText(g_utf8_casefold(normal.get(), -1)).get());
+std::size_t form_of(const std::string& name) {
+    return std::hash<std::string>()(common_form(name));
 }
 
 }  // namespace
@@ -36,7 +28,7 @@ FolderLookup::FolderLookup(RemoteFileSystem& files, const std::string& folder, s
     entries_ = std::move(listing.entries);
     std::sort(entries_.begin(), entries_.end(), by_name);
     std::ranges::transform(entries_, std::back_inserter(forms_),
-                           [](const Entry& present) { return common_form(present.name); });
+                           [](const Entry& present) { return form_of(present.name); });
     std::ranges::sort(forms_);
 }
 
@@ -48,7 +40,7 @@ Error FolderLookup::find(const std::string& folder, const std::string& name, Ent
         [](const Entry& candidate, const std::string& wanted) { return candidate.name < wanted; });
     if (found == entries_.end() || found->name != name) {
         // Only the tree knows whether such a name is another one.
-        const bool similar = std::ranges::binary_search(forms_, common_form(name));
+        const bool similar = std::ranges::binary_search(forms_, form_of(name));
         return similar ? judge_->stat(join_path(folder, name), entry) : Error(ENOENT);
     }
     entry = *found;

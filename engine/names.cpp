@@ -6,6 +6,7 @@
 #include <array>
 #include <vector>
 
+#include "base/glib_owners.h"
 #include "base/unicode_hex.h"
 
 namespace relay_hub::engine {
@@ -118,6 +119,11 @@ std::string parent_path(std::string_view path) {
 std::string base_name(std::string_view path) {
     const std::size_t slash = path.rfind('/');
     return std::string(slash == std::string_view::npos ? path : path.substr(slash + 1));
+}
+
+std::string common_form(const std::string& name) {
+    const GText normal(g_utf8_normalize(name.data(), static_cast<gssize>(name.size()), G_NORMALIZE_NFD));
+    return normal ? GText(g_utf8_casefold(normal.get(), -1)).get() : name;
 }
 
 std::optional<std::string> meant_text(const std::string& plain, const std::string& hex) {

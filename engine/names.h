@@ -22,6 +22,9 @@ bool is_root(Style style, std::string_view inner);
 // of the style, and no name of the folder itself or the one above.
 bool can_travel(Style style, std::string_view name);
 
+// The same for all names that some file system may take for one: in capitals or not, composed or decomposed.
+std::string common_form(const std::string& name);
+
 std::string join_path(std::string_view folder, std::string_view name);
 std::string parent_path(std::string_view path);
 std::string base_name(std::string_view path);

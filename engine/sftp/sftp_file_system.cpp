@@ -11,6 +11,7 @@
 #include "engine/sftp/places_finder.h"
 #include "engine/sftp/remote_entry.h"
 #include "engine/sftp/remote_trash.h"
+#include "engine/sftp/respelling.h"
 #include "engine/sftp/sftp_sink.h"
 #include "engine/sftp/tree_remover.h"
 
@@ -368,7 +369,9 @@ Error SftpFileSystem::rename(const std::string& from, const std::string& to) {
     std::shared_ptr<Session> session;
     if (Error error = begin(session); error)
         return error;
-    const Error error = session->rename_to_free(server_path(from), server_path(to));
+    Error error = session->rename_to_free(server_path(from), server_path(to));
+    if (error.number == EEXIST && is_respelling(*session, server_path(from), server_path(to)))
+        error = respell(*session, server_path(from), server_path(to));
     Attributes found;
     return error.number == EREMOTEIO && session->lstat(server_path(from), found) ? Error(ENOENT) : error;
 }

@@ -17,14 +17,22 @@ using testing::UnorderedElementsAre;
 const char* const kComposed = "\xc3\xa9t\xc3\xa9";
 const char* const kDecomposed = "e\xcc\x81te\xcc\x81";
 
-// A tree in memory. Paths are compared as macOS does.
+// As Windows and macOS compare paths.
+struct CommonOrder {
+    bool operator()(const std::string& a, const std::string& b) const {
+        return common_form(a) < common_form(b);
+    }
+};
+
+// A tree in memory.
 class OtherSystem {
   public:
     OtherSystem(std::string home, const std::vector<std::string>& folders) : home_(std::move(home)) {
         for (const std::string& folder : folders)
             nodes_[folder] = std::nullopt;
     }
-    std::map<std::string, std::optional<std::string>> nodes_;  // path -> content, nothing for a folder
+    std::map<std::string, std::optional<std::string>, CommonOrder>
+        nodes_;  // path -> content, nothing for a folder
 
     std::string answer(const Request& request) {
         FieldReader fields(request.fields);
@@ -205,6 +213,9 @@ TEST(OtherSystem, IsKnownByItsAnswersAndServed) {
         EXPECT_EQ(files.make_link(home + "/link", "x", entry, false).number, ENOTSUP);
         EXPECT_EQ(files.rename(home + "/new/" + kDecomposed, home + "/Desktop").number, EEXIST);
         EXPECT_FALSE(files.rename(home + "/new/" + kDecomposed, home + "/moved"));
+        EXPECT_EQ(files.rename(home + "/moved", home + "/desktop").number, EEXIST);
+        EXPECT_FALSE(files.rename(home + "/moved", home + "/Moved"));
+        EXPECT_EQ(base_name(far.nodes_.find("/" + home + "/moved")->first), "Moved");
         const Error trash = files.move_to_trash(home + "/moved");
         EXPECT_EQ(trash.number, system.trash);
         EXPECT_EQ(trash.text.empty(), system.trash == 0);

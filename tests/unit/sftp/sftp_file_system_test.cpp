@@ -244,11 +244,12 @@ TEST_F(SftpTree, ChangesNamesLinksAndFolders) {
     EXPECT_FALSE(files_.make_link(inner("link"), "other", file_entry(0), true));
     EXPECT_EQ(fs::read_symlink(real("link")), "other");
     fs::create_symlink("nowhere", real("dangling"));
-    for (const char* taken : {"new", "dangling"})
+    test::put(real("LINK"), "another");
+    for (const char* taken : {"new", "dangling", "LINK"})
         EXPECT_EQ(files_.rename(inner("link"), inner(taken)).number, EEXIST) << taken;
     EXPECT_EQ(files_.rename(inner("none"), inner("x")).number, ENOENT);
     EXPECT_FALSE(files_.rename(inner("link"), inner("moved")));
-    EXPECT_THAT(names_of("."), UnorderedElementsAre("new", "moved", "dangling"));
+    EXPECT_THAT(names_of("."), UnorderedElementsAre("new", "moved", "dangling", "LINK"));
 }
 
 TEST_F(SftpTree, RemovesTreesAndNothingBehindLinks) {
