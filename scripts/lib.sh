@@ -20,7 +20,7 @@ libavahi-client-dev libavahi-glib-dev librsvg2-bin imagemagick"
 packages_to_show="xvfb x11-utils imagemagick fonts-dejavu-core dbus procps"
 packages_to_show_all_languages="fonts-noto-cjk"
 packages_to_test="$packages_to_show $packages_to_show_all_languages xauth libgtest-dev libgmock-dev python3 python3-gi gir1.2-atspi-2.0 at-spi2-core \
-libatk-adaptor libgail-common gir1.2-gtk-3.0 xdotool openbox wmctrl xclip util-linux openssh-client openssh-server rsync dbus avahi-daemon iproute2"
+libatk-adaptor libgail-common gir1.2-gtk-3.0 xdotool openbox wmctrl xclip util-linux openssh-client openssh-server rsync dbus avahi-daemon iproute2 openssl"
 
 # Installs what of the named packages is missing; without the right to, names the one command and ends.
 need_packages() {

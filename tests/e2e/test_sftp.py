@@ -152,14 +152,16 @@ class SftpTest(unittest.TestCase):
         start = time.monotonic()
         self.engine.await_event("lost", count, 12)
         wait_for(lambda: self.front_end.count(b"Remote_Is_Offline") > told, what="the offline call-back")
-        self.assertLess(time.monotonic() - start, 11)
+        print("told", time.monotonic() - start, file=sys.stderr)
+        self.assertLess(time.monotonic() - start, 10)
         start = time.monotonic()
         self.assertIn("not connected", self.list(self.far.home))
         self.assertLess(time.monotonic() - start, 1)
         mend()
         start = time.monotonic()
         self.engine.await_event("connected", count + 1)
-        self.assertLess(time.monotonic() - start, 6)
+        print("back", time.monotonic() - start, file=sys.stderr)
+        self.assertLess(time.monotonic() - start, 5)
         self.assertIn(OK, self.list(self.far.home))
 
     def test_lost_links_are_told_and_mended(self):
@@ -194,6 +196,7 @@ class SftpTest(unittest.TestCase):
                 self.front_end.cancels = True
                 start = time.monotonic()
                 self.assertTrue(read_answer(ends[1], start + 1))
+                print("cancelled", time.monotonic() - start, file=sys.stderr)
                 self.front_end.leave(ends)
                 self.front_end.cancels = False
                 if not held:
@@ -201,6 +204,7 @@ class SftpTest(unittest.TestCase):
                     os.rmdir(there)
         start = time.monotonic()
         self.assertEqual(self.engine.stop(2), 0, "with a dead link")
+        print("ended", time.monotonic() - start, file=sys.stderr)
         self.assertLess(time.monotonic() - start, 2)
         self.assertEqual([pid for pid in children_of(os.getpid()) if "ssh\0" in read_words(pid)], [])
 

@@ -6,6 +6,8 @@
 #include <set>
 
 #include "base/translated_text.h"
+#include "connect/connect_dialog.h"
+#include "connect/engine_status.h"
 #include "gui/window_fixture.h"
 #include "ui/desktop_locale.h"
 #include "ui/link_status_monitor.h"
@@ -19,6 +21,7 @@
 
 namespace {
 
+namespace connect = relay_hub::connect;
 using relay_hub::fill_translated;
 using relay_hub::translated;
 
@@ -35,7 +38,7 @@ void inspect(GtkWidget* widget, gpointer where) {
     const std::string place = *static_cast<const std::string*>(where) + "/" + G_OBJECT_TYPE_NAME(widget);
     EXPECT_THAT(text_of(widget), testing::Not(testing::HasSubstr("IDS_"))) << place;
     // What scrolls may be smaller than its content; a window wants no more than its child.
-    if (!GTK_IS_WINDOW(widget) && !GTK_IS_TREE_VIEW(widget)) {
+    if (!GTK_IS_WINDOW(widget) && !GTK_IS_TREE_VIEW(widget) && !GTK_IS_TEXT_VIEW(widget)) {
         GtkRequisition natural{};  // whatever size was asked for it
         g_signal_emit_by_name(widget, "size-request", &natural);
         EXPECT_LE(natural.width, widget->allocation.width) << place << " " << text_of(widget);
@@ -43,6 +46,14 @@ void inspect(GtkWidget* widget, gpointer where) {
     }
     if (GTK_IS_CONTAINER(widget))
         gtk_container_forall(GTK_CONTAINER(widget), inspect, const_cast<std::string*>(&place));
+}
+
+// A window that is shown already grows a moment after its content.
+bool has_grown(GtkWidget* window) {
+    GtkWidget* child = gtk_bin_get_child(GTK_BIN(window));
+    GtkRequisition natural{};
+    gtk_widget_size_request(child, &natural);
+    return natural.width <= child->allocation.width && natural.height <= child->allocation.height;
 }
 
 void inspect_window(GtkWidget* window) {
@@ -178,6 +189,41 @@ TEST_F(Language, ProgressAndBusyDialogs) {
     EXPECT_TRUE(gui_test::run_until(
         [] { return gui_test::find_window(translated("IDS_MSG_PROCESSING")) != nullptr; }));
     inspect_window(gui_test::find_window(translated("IDS_MSG_PROCESSING")));
+}
+
+// By the keyboard alone: no two widgets have one letter, and each tells its name to who listens.
+TEST_F(Language, ConnectDialog) {
+    connect::ConnectDialog dialog({});
+    dialog.computers().add_used({*connect::parse_typed("anna@laptop")});
+    dialog.computers().add_configured({"tower"});
+    dialog.computers().show_announced("nas", *connect::parse_typed("nas"));
+    dialog.show();
+    GtkWidget* window = gui_test::find_window(translated("IDS_CONNECT_TITLE"));
+    ASSERT_NE(window, nullptr);
+    const auto inspect_grown = [window] {
+        EXPECT_TRUE(gui_test::run_until([window] { return has_grown(window); }));
+        inspect_window(window);
+    };
+    inspect_grown();
+    dialog.show_connecting("laptop");
+    dialog.add_ssh_words("Permission denied");
+    inspect_grown();
+    for (int failure = 0; failure <= static_cast<int>(connect::Failure::other); ++failure) {
+        dialog.show_failure(connect::what_to_do(static_cast<connect::Failure>(failure), "laptop"));
+        inspect_grown();
+    }
+    std::multiset<guint> letters;
+    (void)gui_test::find_widget(window, [&letters](GtkWidget* widget) {
+        if (GTK_IS_LABEL(widget) && gtk_label_get_mnemonic_widget(GTK_LABEL(widget)) != nullptr)
+            letters.insert(gtk_label_get_mnemonic_keyval(GTK_LABEL(widget)));
+        if (GTK_IS_ENTRY(widget) || GTK_IS_TREE_VIEW(widget) || GTK_IS_TEXT_VIEW(widget)) {
+            const char* name = atk_object_get_name(gtk_widget_get_accessible(widget));
+            EXPECT_STRNE(name == nullptr ? "" : name, "") << G_OBJECT_TYPE_NAME(widget);
+        }
+        return false;
+    });
+    EXPECT_EQ(letters.size(), 7U);
+    EXPECT_EQ(std::set(letters.begin(), letters.end()).size(), letters.size());
 }
 
 }  // namespace
