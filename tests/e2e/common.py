@@ -49,6 +49,22 @@ def write(path, content=b"content", mode=0o644, seconds=1_600_000_000):
     os.utime(path, (seconds, seconds))
 
 
+ODD_NAMES = ["plain", "with space", "-rf", "a'b\"c`d$e", "ünï — 中文 🎉", "back\\slash", "%s%n", "*?[x]", ".hidden",
+             "trailing.", "x" * 255, "~", "#", "a:b|c<d>"]
+
+
+def write_odd_tree(top, large=1 << 20):
+    """Names, modes, times and links that a copy may trip over, and a file of that many bytes."""
+    for number, name in enumerate(ODD_NAMES):
+        write(os.path.join(top, name), os.urandom(number * 9000), 0o600 + number, 1_500_000_000 + number)
+        write(os.path.join(top, "folder " + name[:200], "inner"), b"x", 0o444)
+    write(os.path.join(top, "large"), os.urandom(large))
+    os.makedirs(os.path.join(top, "empty", "er"))
+    os.chmod(os.path.join(top, "empty"), 0o750)
+    for name, target in (("link", "plain"), ("dangling", "no\\where x"), ("loop", "loop"), ("up", "..")):
+        os.symlink(target, os.path.join(top, name))
+
+
 def read(path):
     with open(path, "rb") as file:
         return file.read()

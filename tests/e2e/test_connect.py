@@ -1,5 +1,6 @@
 """From two computers to two filled panes by the keyboard alone: relay-hub-connect, an sshd of another user, and what
 can go wrong between them."""
+import contextlib
 import os
 import shutil
 import signal
@@ -8,8 +9,8 @@ import subprocess
 import tempfile
 import unittest
 
-from common import SLOW, read, wait_for, write
-from desktop import BUILD, REMOTE, STATES, DesktopTest, app_of, children, find, has_state, labels, main, text_of, walk
+from common import SLOW, act_until, read, tree_of, wait_for, write, write_odd_tree
+from desktop import BUILD, LOCAL, REMOTE, STATES, DesktopTest, app_of, children, find, has_state, labels, main, text_of, walk
 from far_computer import children_of, free_port, run
 
 CONNECT = os.path.join(BUILD, "bin", "relay-hub-connect")
@@ -62,7 +63,8 @@ Subsystem sftp internal-sftp
 
     def stop(self):
         for pid in children_of(self.sshd.pid) + [self.sshd.pid]:
-            os.kill(pid, signal.SIGKILL)
+            with contextlib.suppress(ProcessLookupError):  # it ended just then
+                os.kill(pid, signal.SIGKILL)
         self.sshd.wait()
 
     def close(self):
@@ -152,6 +154,15 @@ sed -i 1d {self.path("answers")}
         wait_for(opened, 30, what="the window")
         d.wait_remote()
 
+    def tab_to(self, side):
+        d = self.desktop
+        d.take_keyboard()
+        for _ in range(20):
+            if d.has_focus(side):
+                return
+            d.key("Tab")
+        self.fail(f"Tab never comes to {side}")
+
     def left(self):
         """The processes of this test's user session, but for the window manager."""
         found = []
@@ -166,7 +177,10 @@ sed -i 1d {self.path("answers")}
 
     def test_by_keyboard_alone(self):
         d = self.desktop
-        write(os.path.join(self.neighbour.home, "letter.txt"), b"from afar")
+        there, back = (os.path.join(self.neighbour.home, name) for name in ("set", "back"))
+        write_odd_tree(there)
+        os.mkdir(back)
+        run("chown", "-hR", f"{USER_NUMBER}:{USER_NUMBER}", there, back)
         self.answers("yes", "wrong", PASSWORD)
         self.start_dialog()
         wait_for(lambda: self.focus() and self.focus().get_name() == "Computer:", 3,
@@ -175,18 +189,22 @@ sed -i 1d {self.path("answers")}
         self.take_window()
         self.assertEqual(self.asked(), ["yes/no", "password", "password"])
         self.assertEqual(d.folder(REMOTE), self.neighbour.home)
-        wait_for(lambda: "letter.txt" in d.rows(REMOTE), what="the far file")
+        wait_for(lambda: d.rows(REMOTE)[-2:] == ["back", "set"], what="the far folders")
 
-        d.take_keyboard()
-        for _ in range(20):
-            if d.has_focus(REMOTE):
-                break
-            d.key("Tab")
-        self.assertTrue(d.has_focus(REMOTE))
-        d.key("ctrl+a", "ctrl+c", "Tab", "ctrl+v")
-        wait_for(lambda: os.path.exists(os.path.join(d.home, "letter.txt")), what="the copy")
-        d.wait_quiet()
-        self.assertEqual(read(os.path.join(d.home, "letter.txt")), b"from afar")
+        self.tab_to(REMOTE)
+        d.key("End", "ctrl+c")
+        self.tab_to(LOCAL)
+        d.key("ctrl+v")
+        wait_for(lambda: "set" in d.rows(LOCAL) and not d.dialog(), what="the copy")
+        self.assertEqual(tree_of(os.path.join(d.home, "set")), tree_of(there))
+        d.key("End", "ctrl+c")
+        self.tab_to(REMOTE)
+        act_until(lambda: d.selected(REMOTE) == ["back"], lambda: d.key("Home", "Down"), what="the row back")
+        d.key("Return")
+        wait_for(lambda: d.folder(REMOTE).rstrip("/") == back and not d.dialog(), what="the far folder")
+        d.key("ctrl+v")
+        wait_for(lambda: "set" in d.rows(REMOTE) and not d.dialog(), what="the copy back")
+        self.assertEqual(tree_of(os.path.join(back, "set")), tree_of(there))
         self.assertEqual(d.close(), 0)
         wait_for(lambda: not self.left(), 3, what="the end of all processes")
 

@@ -8,7 +8,8 @@ import sys
 import time
 import unittest
 
-from common import (NOTIFY, OK, both, command, frame, message, open_writer, read, read_answer, tree_of, wait_for, write)
+from common import (NOTIFY, OK, both, command, frame, message, open_writer, read, read_answer, tree_of, wait_for, write,
+                    write_odd_tree)
 from far_computer import ConnectedEngine, FarComputer, children_of, run
 from front_end import DONE, GO_ON, REPLACE_ALL, FrontEnd, copy_request
 
@@ -16,8 +17,7 @@ SEED = int(os.environ.get("RELAY_HUB_SEED", time.time_ns() % 1_000_000))
 RANDOM = random.Random(SEED)
 MOMENTS = int(os.environ.get("RELAY_HUB_MOMENTS", 50))
 CANCEL = message("<NP_User_Click_Cancel>Y</NP_User_Click_Cancel>")
-ODD_NAMES = ["plain", "with space", "-rf", "a'b\"c`d$e", "ünï — 中文 🎉", "back\\slash", "%s%n", "*?[x]", ".hidden",
-             "trailing.", "x" * 255, "~", "#", "a:b|c<d>"]
+
 
 
 class RecordingFrontEnd(FrontEnd):
@@ -86,19 +86,9 @@ class SftpTest(unittest.TestCase):
 
     # -- copies
 
-    def make_odd_tree(self, top):
-        for number, name in enumerate(ODD_NAMES):
-            write(os.path.join(top, name), os.urandom(number * 9000), 0o600 + number, 1_500_000_000 + number)
-            write(os.path.join(top, "folder " + name[:200], "inner"), b"x", 0o444)
-        write(os.path.join(top, "large"), os.urandom(20 << 20))
-        os.makedirs(os.path.join(top, "empty", "er"))
-        os.chmod(os.path.join(top, "empty"), 0o750)
-        for name, target in (("link", "plain"), ("dangling", "no\\where x"), ("loop", "loop"), ("up", "..")):
-            os.symlink(target, os.path.join(top, name))
-
     def test_trees_go_both_ways_whole_and_only_once(self):
         source = os.path.join(self.here, "set")
-        self.make_odd_tree(source)
+        write_odd_tree(source, 20 << 20)
         there, back = self.folder_at_far("there"), os.path.join(self.here, "back")
         os.makedirs(back)
         self.assertIn(OK, self.copy(True, source, there))
@@ -152,7 +142,6 @@ class SftpTest(unittest.TestCase):
         start = time.monotonic()
         self.engine.await_event("lost", count, 12)
         wait_for(lambda: self.front_end.count(b"Remote_Is_Offline") > told, what="the offline call-back")
-        print("told", time.monotonic() - start, file=sys.stderr)
         self.assertLess(time.monotonic() - start, 10)
         start = time.monotonic()
         self.assertIn("not connected", self.list(self.far.home))
@@ -160,7 +149,6 @@ class SftpTest(unittest.TestCase):
         mend()
         start = time.monotonic()
         self.engine.await_event("connected", count + 1)
-        print("back", time.monotonic() - start, file=sys.stderr)
         self.assertLess(time.monotonic() - start, 5)
         self.assertIn(OK, self.list(self.far.home))
 
@@ -195,16 +183,15 @@ class SftpTest(unittest.TestCase):
                 time.sleep(0.3 * held)
                 self.front_end.cancels = True
                 start = time.monotonic()
-                self.assertTrue(read_answer(ends[1], start + 1))
-                print("cancelled", time.monotonic() - start, file=sys.stderr)
+                self.assertTrue(read_answer(ends[1], start + 0.5))
                 self.front_end.leave(ends)
                 self.front_end.cancels = False
                 if not held:
                     wait_for(lambda: not os.listdir(there), what="no left-over")
                     os.rmdir(there)
+        self.assertEqual(os.stat(there + "/many").st_mode & 0o777, 0o755, "as far as it came")
         start = time.monotonic()
         self.assertEqual(self.engine.stop(2), 0, "with a dead link")
-        print("ended", time.monotonic() - start, file=sys.stderr)
         self.assertLess(time.monotonic() - start, 2)
         self.assertEqual([pid for pid in children_of(os.getpid()) if "ssh\0" in read_words(pid)], [])
 
@@ -295,16 +282,6 @@ class ConnectingTest(unittest.TestCase):
         self.assertEqual(engine.connected()[3], f"{self.far.home}/in here")
         engine.stop()
         self.assertIn("is not on the other computer", self.failed(folder="/no/such folder")[1])
-
-    def test_server_without_sftp(self):
-        write(self.far.path("bin/ssh"), b"#!/bin/sh\necho 'subsystem request failed on channel 0' >&2\nexit 1\n", 0o755)
-        self.assertEqual(self.failed()[0], "no-sftp")
-        write(self.far.path("bin/ssh"), b"#!/bin/sh\necho 'Welcome to this machine, have a nice day'\n", 0o755)
-        self.assertEqual(self.failed()[0], "no-sftp")
-
-    def test_no_ssh(self):
-        os.unlink(self.far.path("bin/ssh"))
-        self.assertEqual(self.failed(environment={"PATH": self.far.path("bin")})[0], "no-ssh")
 
 
 if __name__ == "__main__":
