@@ -177,15 +177,18 @@ int Transfer::send(command_start_t start, command_finish_t finish) {
         return -1;
     std::puts("create thread!");
     int result = send_command_t(start, finish, &args_);
-    while (result == -1 && can_be_tried_again()) {
+    // A copy of which only a part failed is a success that a message tells the rest of.
+    while ((result == -1 || !GetShowMessageBox().empty()) && can_be_tried_again()) {
+        told_ = true;
         if (!ask_about_failure())
             return result;
+        told_ = false;
         args_.sent_again = true;
         args_.arrived.clear();
         set_atomic(&args_.state, kStateRunning);
         result = send_command_t(start, finish, &args_);
     }
-    told_ = told_ || !GetShowMessageBox().empty();
+    told_ = !GetShowMessageBox().empty();
     show_end_message(result);
     return result;
 }

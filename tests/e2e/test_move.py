@@ -107,14 +107,15 @@ class Move(DesktopTest):
     def test_try_again_goes_on_with_the_move(self):
         d = self.desktop
         d.start("--style", "posix")
-        for side, folder, disk, other, target, there in (
+        for names, (side, folder, disk, other, target, there) in itertools.product((["file"], ["file", "other"]), (
                 (LOCAL, self.near, self.near, REMOTE, "/there", self.there),
-                (REMOTE, "/there", self.there, LOCAL, self.near, self.near)):
-            with self.subTest(side):
-                write(os.path.join(disk, "file"), NEW)
+                (REMOTE, "/there", self.there, LOCAL, self.near, self.near))):
+            with self.subTest(side, names=names):
+                for name in names:
+                    write(os.path.join(disk, name), NEW)
                 in_the_way = os.path.join(there, "file", "x")
                 write(in_the_way)
-                self.cut(side, folder, "file")
+                self.cut(side, folder, *names)
                 self.paste(other, target, "file")
                 box = wait_for(d.error_box, what="the failure")
                 self.assertEqual(read(os.path.join(disk, "file")), NEW)
@@ -122,8 +123,9 @@ class Move(DesktopTest):
                 d.press(box, "Try again")
                 wait_for(lambda: not os.listdir(disk), what="the source to be empty")
                 d.wait_quiet()
-                self.assertEqual(read(os.path.join(there, "file")), NEW)
-                remove(os.path.join(there, "file"))
+                for name in names:
+                    self.assertEqual(read(os.path.join(there, name)), NEW)
+                    remove(os.path.join(there, name))
 
     def test_what_cannot_arrive_stays(self):
         """The rest goes; an entry with a part that cannot be copied stays whole, and a cut offer of another program
