@@ -1,7 +1,7 @@
 """A monkey at keyboard and mouse, with an engine that comes and goes: whatever it does, the content of every file is
 whole somewhere afterwards, the toolkit never warns, and the window ends with status 0. It sits in a cage: a root of
 its own, of which only its home folder and the remote one can be read or written. For a long run of one seed:
-    RELAY_HUB_EVENTS=5000 RELAY_HUB_SEED=1 scripts/test release -R e2e.test_monkey"""
+    RELAY_HUB_EVENTS=5000 RELAY_HUB_SEED=1 scripts/test -R e2e.test_monkey"""
 import os
 import random
 import re
@@ -101,8 +101,12 @@ class Monkey(unittest.TestCase):
             below = f"set {self.planted}" + "/inner" * RANDOM.randrange(3) if number > 3 else ""
             write(os.path.join(folder, below, f"{name}.u{name}"), content, seconds=1_600_000_000 + number)
             self.contents[content] = name
-        if self.planted % 4 == 0:
-            os.mkfifo(os.path.join(self.home, f"set {self.planted}", "pipe"))
+        if self.planted % 2 == 0:  # what cannot be copied, read, listed or emptied
+            for folder in (self.home, self.remote):
+                top = os.path.join(folder, f"set {self.planted}")
+                os.mkfifo(os.path.join(top, "pipe"))
+                os.chmod(os.path.join(top, RANDOM.choice(sorted(os.listdir(top)))), 0)
+                os.chmod(top, RANDOM.choice((0o500, 0o700)))
 
     # -- what it does
 
