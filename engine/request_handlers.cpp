@@ -21,6 +21,8 @@ namespace relay_hub::engine {
 namespace {
 
 constexpr std::size_t kLongestShownPath = 600;
+// More than a request holds that names no file.
+constexpr std::size_t kLongestPlainRequest = 200;
 
 // What a request says of one path: plain, hex or both. before stands in front of the tags.
 std::string requested_text(CZEVXML& request, const std::string& before, const char* plain_tag,
@@ -97,6 +99,14 @@ const RequestHandlers::Handler* RequestHandlers::find_handler(const std::string&
             return &handler;
     }
     return nullptr;
+}
+
+bool RequestHandlers::is_answered_at_once(const std::string& message) {
+    CZEVXML request;
+    if (message.size() > kLongestPlainRequest || !request.LoadXML(message))
+        return false;
+    const Handler* handler = find_handler(request.Query(wire::kCommand));
+    return handler != nullptr && !handler->needs_remote;
 }
 
 RequestHandlers::RequestHandlers(RemoteFileSystem& remote, RemoteFileSystem& local, FrontEnd& front_end,

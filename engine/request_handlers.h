@@ -28,6 +28,8 @@ class RequestHandlers {
                     const LinkState& state, HiddenFiles hidden = HiddenFiles::kLeftOut);
     // message: one document, without the marker. Out of memory is a failure of the request.
     Reply handle(const std::string& message);
+    // Whether its reply is known without a look at any file, and so cannot keep anybody waiting.
+    static bool is_answered_at_once(const std::string& message);
     // Any thread. What waits in a tree ends with ECANCELED, and so does every later operation.
     void interrupt() {
         remote_.interrupt();

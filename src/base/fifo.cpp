@@ -128,6 +128,9 @@ bool make_fifo(const std::string& path, mode_t mode) {
 
 void make_fifo_private(const std::string& path) {
     struct stat status {};
+    // Mostly there is nothing to do.
+    if (::lstat(path.c_str(), &status) != 0 || (status.st_mode & ALLPERMS) == kPrivateMode)
+        return;
     const FileDescriptor place = find_fifo(path);
     if (place && ::fstat(place.get(), &status) == 0 && (status.st_mode & ALLPERMS) != kPrivateMode)
         (void)set_mode(place, kPrivateMode);

@@ -73,8 +73,12 @@ int Worker::start(const char* what, std::function<void()> body) {
     return 0;
 }
 
+// Asked in every turn of a main loop; a wait, even of no time, would be two system calls.
 bool Worker::running() const {
-    return !wait(std::chrono::milliseconds(0));
+    if (run_ == nullptr)
+        return false;
+    const std::lock_guard lock(run_->mutex);
+    return !run_->ended;
 }
 
 void Worker::stop() {
