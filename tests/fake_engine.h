@@ -2,12 +2,8 @@
 // A link engine for tests: serves one command channel in a folder of its own and keeps the raw frames that
 // it received; and the front end's listener, called as an engine calls it.
 #include <ctime>
-#include <functional>
 #include <mutex>
 #include <optional>
-#include <string>
-#include <thread>
-#include <vector>
 
 #include "base/fifo.h"
 #include "base/frame.h"

@@ -1,17 +1,26 @@
 #pragma once
-// What the tests of all rooms share: a folder of their own, short words for files, a wait for a condition.
+// What the tests of all rooms share: a folder of their own, short words for files, a wait for a condition,
+// and the headers that nearly all of them want.
+#include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
+#include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace test {

@@ -34,11 +34,15 @@ class FrontEnd:
             question = self.next_question()
             if not question:
                 continue
+            answer = frame(self.reply(question))
             try:  # with IN closed: nobody shall ask again before this answer has been closed
                 with open(open_writer(NOTIFY + "_OUT", limit=0.1), "wb", buffering=0) as out:
-                    out.write(frame(REPLACE_ALL if b"Confirmation" in question else GO_ON))
+                    out.write(answer)
             except OSError:  # an engine that has died meanwhile
                 continue
+
+    def reply(self, question):
+        return REPLACE_ALL if b"Confirmation" in question else GO_ON
 
     def next_question(self):
         with open(open_reader(NOTIFY + "_IN"), "rb", buffering=0) as notify_in:

@@ -61,23 +61,6 @@ class Browsing(DesktopTest):
         d.start("--style", "posix", "--chunk", "4096")
         d.go(REMOTE, "/a/many", count=5001, limit=60)
 
-    def test_locales(self):
-        for lang in ("de_AT.UTF-8", ""):
-            with self.subTest(lang=lang):
-                d = self.desktop
-                names = {REMOTE: "Grüße 日本.txt", LOCAL: "Österreich 中.txt"}
-                for side, top in ((REMOTE, d.remote), (LOCAL, d.home)):
-                    write(os.path.join(top, names[side]))
-                d.env["LANG"] = lang
-                d.start()
-                for source, target in ((REMOTE, LOCAL), (LOCAL, REMOTE)):
-                    d.copy(source, [names[source]], target)
-                    d.wait_rows(target, names[source])
-                for top in (d.home, d.remote):
-                    self.assertEqual(set(names.values()) - set(os.listdir(top)), set())
-                self.assertEqual(d.close(), 0)
-            self.change_desktop()
-
 
 class Copying(DesktopTest):
     def ways(self):

@@ -163,10 +163,12 @@ class Kill(DesktopTest):
     def kill_window(self, replacing, delay):
         """Counted from when the engine may write; the test's own clicks return at any time after that."""
         window, begun = self.desktop.window, "Replace_All>Y<" if replacing else "_TO_"
-        wait_for(lambda: begun in self.desktop.output(), what="the copy to begin")
-        time.sleep(delay)
-        window.kill()
-        window.wait()
+        try:
+            wait_for(lambda: begun in self.desktop.output(), 60, what="the copy to begin")
+            time.sleep(delay)
+        finally:  # left alive it would be in the way of all that follow
+            window.kill()
+            window.wait()
 
 
 if __name__ == "__main__":

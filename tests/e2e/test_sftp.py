@@ -8,10 +8,9 @@ import sys
 import time
 import unittest
 
-from common import (NOTIFY, OK, both, command, frame, message, open_writer, read, read_answer, tree_of, wait_for, write,
-                    write_odd_tree)
+from common import OK, both, command, message, read, read_answer, tree_of, wait_for, write, write_odd_tree
 from far_computer import ConnectedEngine, FarComputer, children_of, run
-from front_end import DONE, GO_ON, REPLACE_ALL, FrontEnd, copy_request
+from front_end import DONE, FrontEnd, copy_request
 
 SEED = int(os.environ.get("RELAY_HUB_SEED", time.time_ns() % 1_000_000))
 RANDOM = random.Random(SEED)
@@ -27,22 +26,11 @@ class RecordingFrontEnd(FrontEnd):
         self.heard, self.cancels = [], False
         super().__init__()
 
-    def serve(self):
-        while not self.ending:
-            question = self.next_question()
-            if not question:
-                continue
-            self.heard.append(question)
-            answer = REPLACE_ALL if b"Confirmation" in question else GO_ON
-            if b"User_Click_Cancel" in question and self.cancels:
-                answer = CANCEL
-            if b"Remote_Is_Offline" in question:
-                answer = DONE
-            try:
-                with open(open_writer(NOTIFY + "_OUT", limit=0.1), "wb", buffering=0) as out:
-                    out.write(frame(answer))
-            except OSError:
-                continue
+    def reply(self, question):
+        self.heard.append(question)
+        if b"User_Click_Cancel" in question and self.cancels:
+            return CANCEL
+        return DONE if b"Remote_Is_Offline" in question else super().reply(question)
 
     def count(self, word):
         return sum(word in each for each in self.heard)

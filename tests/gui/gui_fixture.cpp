@@ -1,7 +1,5 @@
 #include "gui/gui_fixture.h"
 
-#include <utility>
-
 #include "tree_view_op/file_list_view.h"
 
 namespace gui_test {

@@ -3,11 +3,6 @@
 // thread with the GDK lock held, as a handler does.
 #include <gtk/gtk.h>
 
-#include <chrono>
-#include <functional>
-#include <string>
-#include <vector>
-
 #include "sandbox.h"
 
 namespace gui_test {

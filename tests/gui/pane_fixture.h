@@ -3,8 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtk/gtk.h>
 
-#include <string>
-
 #include "fake_engine.h"
 #include "gui/gui_fixture.h"
 #include "window/ui_sets.h"

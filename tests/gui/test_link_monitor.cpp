@@ -1,9 +1,4 @@
 #include <gmock/gmock.h>
-#include <unistd.h>
-
-#include <atomic>
-#include <chrono>
-#include <thread>
 
 #include "gui/pane_fixture.h"
 #include "gui/window_fixture.h"

@@ -1,6 +1,4 @@
-#include <fcntl.h>
 #include <gmock/gmock.h>
-#include <sys/stat.h>
 
 #include <array>
 

@@ -1,8 +1,3 @@
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstring>
-
 #include "gui/pane_fixture.h"
 #include "side_function/clipboard.h"
 #include "side_function/left_side.h"

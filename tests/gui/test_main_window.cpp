@@ -1,9 +1,6 @@
 #include <gdk/gdkkeysyms.h>
 #include <gmock/gmock.h>
 
-#include <filesystem>
-#include <utility>
-
 #include "gui/window_fixture.h"
 #include "side_function/clipboard.h"
 #include "tree_view_op/file_list_view.h"

@@ -1,7 +1,3 @@
-#include <functional>
-#include <utility>
-#include <vector>
-
 #include "gui/pane_fixture.h"
 #include "side_function/Zev_right_side.h"
 #include "side_function/actions.h"

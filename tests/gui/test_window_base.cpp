@@ -1,10 +1,6 @@
 #include <gmock/gmock.h>
-#include <unistd.h>
 
-#include <atomic>
 #include <ctime>
-#include <memory>
-#include <thread>
 
 #include "fake_engine.h"
 #include "gui/gui_fixture.h"

@@ -3,9 +3,6 @@
 // begin with the local pane in a folder of their own and the remote pane off line, its poll at rest.
 #include <gmock/gmock.h>
 
-#include <string>
-#include <vector>
-
 #include "gui/gui_fixture.h"
 #include "window/closing.h"
 #include "window/ui_sets.h"

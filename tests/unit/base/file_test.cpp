@@ -1,12 +1,6 @@
 // The file operations that both programs share.
-#include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/file.h>
 #include <sys/resource.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
 
 #include "base/file_attributes.h"
 #include "base/folder_handle.h"

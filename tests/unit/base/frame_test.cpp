@@ -1,12 +1,5 @@
 #include "base/frame.h"
 
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <atomic>
-#include <thread>
-
 #include "base/file_descriptor.h"
 #include "sandbox.h"
 

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "base/overwrite_question.h"
-
 namespace relay_hub {
 namespace {
 
@@ -35,23 +33,6 @@ TEST(ProgressTexts, SpeedAndTimeLeftAreThoseOfTheLastSeconds) {
     resumed.forget(kTotal / 2);
     EXPECT_EQ(resumed.text({1, 2, 1, kTotal / 2, kTotal}, start + 2s),
               "IDS_PROGRESS_ITEMS · IDS_PROGRESS_PRESENT · IDS_PROGRESS_BYTES");
-}
-
-TEST(OverwriteQuestions, TimesAreComparedAsFarAsBothSidesHoldThem) {
-    const struct {
-        timespec one;
-        timespec other;
-        bool same;
-    } cases[] = {
-        {{5, 123'456'789}, {5, 123'456'789}, true}, {{5, 123'456'789}, {5, 123'456'788}, false},
-        {{5, 123'456'789}, {5, 0}, true},           {{5, 123'456'789}, {6, 0}, false},
-        {{5, 123'456'789}, {5, 123'456'700}, true}, {{5, 123'456'789}, {5, 123'456'600}, false},
-        {{5, 123'456'789}, {5, 120'000'000}, true}, {{5, 123'456'789}, {5, 140'000'000}, false},
-    };
-    for (const auto& item : cases) {
-        EXPECT_EQ(is_same_time(item.one, item.other), item.same);
-        EXPECT_EQ(is_same_time(item.other, item.one), item.same);
-    }
 }
 
 }  // namespace

@@ -2,9 +2,7 @@
 
 #include <sys/mount.h>
 #include <sys/resource.h>
-#include <sys/stat.h>
 #include <sys/syscall.h>
-#include <unistd.h>
 
 #include "engine/names.h"
 #include "engine_sandbox.h"

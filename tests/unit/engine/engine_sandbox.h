@@ -1,12 +1,5 @@
 #pragma once
 // A served folder and one of this machine for each test, and a front end with preset answers.
-#include <fcntl.h>
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <string>
-#include <vector>
-
 #include "engine/folder/folder_file_system.h"
 #include "engine/front_end.h"
 #include "sandbox.h"

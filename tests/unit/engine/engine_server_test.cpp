@@ -2,11 +2,9 @@
 
 #include <sys/ioctl.h>
 
-#include <atomic>
 #include <csignal>
 #include <latch>
 #include <semaphore>
-#include <thread>
 
 #include "engine/wire_text.h"
 #include "engine_sandbox.h"

@@ -5,7 +5,6 @@
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 
-#include <cerrno>
 #include <cstdio>
 
 #include "base/diagnostics.h"

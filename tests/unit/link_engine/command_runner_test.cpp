@@ -1,13 +1,8 @@
 #include "link_engine/command_runner.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <gtk/gtk.h>
 #include <sys/ipc.h>
-
-#include <atomic>
-#include <chrono>
-#include <cstring>
 
 #include "fake_engine.h"
 #include "link_engine/Zev_link_op.h"

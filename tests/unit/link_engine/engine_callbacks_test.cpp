@@ -1,7 +1,5 @@
 #include "link_engine/engine_callbacks.h"
 
-#include <gtest/gtest.h>
-
 #include "fake_engine.h"
 #include "link_engine/transfer_state.h"
 

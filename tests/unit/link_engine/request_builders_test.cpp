@@ -1,11 +1,6 @@
 #include "link_engine/request_builders.h"
 
-#include <fcntl.h>
-#include <gtest/gtest.h>
-
-#include <atomic>
 #include <clocale>
-#include <cstring>
 #include <sstream>
 
 #include "fake_engine.h"

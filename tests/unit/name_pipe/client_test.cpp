@@ -1,10 +1,7 @@
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 
-#include <atomic>
 #include <csignal>
-#include <functional>
-#include <thread>
 
 #include "base/fifo.h"
 #include "base/log.h"

@@ -1,9 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <algorithm>
-#include <atomic>
-#include <deque>
-
 #include "name_pipe/name_pipe_base.h"
 #include "name_pipe/name_pipe_io.h"
 #include "support.h"
@@ -96,20 +92,6 @@ TEST_F(Listener, OutlivesClientsThatVanish) {
         EXPECT_STREQ(bad.take_answer().c_str(), bytes.size() > 4 ? "echo:" : "") << bytes.size();
         EXPECT_STREQ(ask(kMarker + "next").c_str(), "echo:next") << bytes.size();
     }
-}
-
-TEST_F(Listener, ServesManySendersEachItsOwnAnswer) {
-    std::deque<test::Background> senders;
-    for (int sender = 0; sender < 4; ++sender)
-        senders.emplace_back([this, sender] {
-            CNamePipeBase channel(base_, kPipeBufferSize, kPipeBufferSize);
-            for (int i = 0; i < 10; ++i) {
-                const std::string text = std::to_string(sender) + "/" + std::to_string(i);
-                std::string answer;
-                EXPECT_TRUE(channel.NPSendMessage(text, answer, "", kCommandData));
-                EXPECT_EQ(answer, "echo:" + text);
-            }
-        });
 }
 
 TEST_F(Listener, AnswersAClientThatOpensItsOtherEndLate) {

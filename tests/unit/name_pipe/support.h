@@ -1,15 +1,8 @@
 #pragma once
 // What the tests of the channel share: a peer with plain blocking descriptors that plays the other end.
-#include <fcntl.h>
 #include <poll.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <cstdint>
-#include <cstring>
-#include <string>
-#include <thread>
-#include <utility>
 
 #include "base/file_descriptor.h"
 #include "sandbox.h"

@@ -103,6 +103,16 @@ class LyingServer {
     std::thread thread_;
 };
 
+// What a sink is given where no source's attributes matter.
+struct Nothing : FileSource {
+    Error read(char* /*buffer*/, std::size_t /*size*/, std::size_t& got) override {
+        got = 0;
+        return {};
+    }
+    [[nodiscard]] int descriptor() const override { return source; }
+    int source = -1;
+};
+
 inline std::string status(std::uint32_t number, StatusCode code) {
     return LyingServer::packet(PacketType::kStatus, number,
                                Fields().add(static_cast<std::uint32_t>(code)).add("Failure").add("").bytes());

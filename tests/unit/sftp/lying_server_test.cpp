@@ -129,14 +129,6 @@ TEST(LyingServer, IsWaitedForOnlyUntilAnInterruption) {
     wait();
 }
 
-struct Nothing : FileSource {
-    Error read(char* /*buffer*/, std::size_t /*size*/, std::size_t& got) override {
-        got = 0;
-        return {};
-    }
-    [[nodiscard]] int descriptor() const override { return -1; }
-};
-
 // However many answers are missing, one question ends it.
 TEST(LyingServer, IsLeftAtOnceWithManyRequestsInFlight) {
     for (const bool opens : {true, false}) {

@@ -132,14 +132,6 @@ struct System {
     int trash;
 };
 
-struct Nothing : FileSource {
-    Error read(char* /*buffer*/, std::size_t /*size*/, std::size_t& got) override {
-        got = 0;
-        return {};
-    }
-    [[nodiscard]] int descriptor() const override { return -1; }
-};
-
 TEST(OtherSystem, IsKnownByItsAnswersAndServed) {
     const std::vector<std::string> windows{
         "/", "/C:", "/D:", "/C:/Users", "/C:/Users/x", "/C:/Users/x/Desktop"};

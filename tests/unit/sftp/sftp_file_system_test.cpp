@@ -1,19 +1,15 @@
 // The tree behind a real SFTP server on a pair of pipes.
 #include "engine/sftp/sftp_file_system.h"
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
-#include <filesystem>
 #include <map>
 
 #include "engine/sftp/part_name.h"
 #include "engine/sftp/remote_entry.h"
+#include "lying_server.h"
 #include "sandbox.h"
 
 namespace relay_hub::engine::sftp {
@@ -80,17 +76,10 @@ class SftpTree : public testing::Test, protected test::Sandbox {
         return {};
     }
     std::vector<Error> finish(int source = -1) {
-        struct Nothing : FileSource {
-            explicit Nothing(int fd) : fd_(fd) {}
-            Error read(char* /*buffer*/, std::size_t /*size*/, std::size_t& got) override {
-                got = 0;
-                return {};
-            }
-            [[nodiscard]] int descriptor() const override { return fd_; }
-            int fd_;
-        };
+        Nothing nothing;
+        nothing.source = source;
         for (const auto& sink : sinks_)
-            (void)sink->finish(Nothing(source));
+            (void)sink->finish(nothing);
         auto results = files_.commit(sinks_);
         sinks_.clear();
         return results;
@@ -282,18 +271,6 @@ TEST_F(SftpTree, MovesIntoTheHomeTrash) {
         EXPECT_EQ(files_.move_to_trash(inner(never)).number, EINVAL) << never;
     EXPECT_EQ(files_.move_to_trash(inner("none")).number, ENOENT);
     EXPECT_EQ(names_of(".local/share/Trash/info").size(), 2U);
-}
-
-TEST_F(SftpTree, SweepsWhatDeadProcessesLeft) {
-    const PartName part;
-    const std::string& own = part.text();
-    std::string dead = own;
-    dead.replace(dead.find('-', 11) + 1, 1, "7ffffff");
-    for (const std::string& name : {own, dead, PartName().text(), std::string("file")})
-        test::put(real(name), "x");
-    files_.sweep(inner(""));
-    session_->channel().drain(std::chrono::seconds(5));
-    EXPECT_THAT(names_of("."), UnorderedElementsAre(own, "file"));
 }
 
 TEST_F(SftpTree, TellsPlaces) {

@@ -1,12 +1,8 @@
 // The copy job: what becomes of each kind of entry, under each answer.
-#include <fcntl.h>
 #include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/sysmacros.h>
 #include <sys/xattr.h>
-#include <unistd.h>
-
-#include <filesystem>
 
 #include "base/file_descriptor.h"
 #include "unit/util/fault_injection.h"

@@ -1,7 +1,5 @@
 #include "util/sorted_folder.h"
 
-#include <cerrno>
-
 #include "unit/util/util_sandbox.h"
 
 namespace {

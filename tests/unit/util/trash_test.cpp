@@ -1,9 +1,5 @@
 // The trash's layout, and the delete job.
 #include <sys/mount.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <filesystem>
 
 #include "unit/util/fault_injection.h"
 #include "unit/util/util_sandbox.h"
@@ -33,19 +29,6 @@ TEST_F(Trash, an_entry_that_does_not_move_stays_and_the_rest_goes) {
     EXPECT_EQ(names_in(trash()).size(), 2U);
     EXPECT_EQ(mode_of(trash()), 0700U);
     EXPECT_TRUE(answers.job_errors.empty());
-}
-
-TEST_F(Trash, takes_links_and_many_entries_in_one_second) {
-    const std::string folder = make_folder("f");
-    make_link("f/dangling", "nowhere");
-    Names names{"dangling"};
-    for (int index = 0; index < 300; ++index) {
-        names.push_back(std::to_string(index));
-        make_file("f/" + names.back(), "x");
-    }
-    EXPECT_TRUE(remove(folder, names).empty());
-    EXPECT_TRUE(names_in(folder).empty());
-    EXPECT_EQ(names_in(trash()).size(), 2 * names.size());
 }
 
 TEST_F(Trash, a_move_that_half_succeeded_keeps_the_only_copy) {

@@ -1,8 +1,6 @@
 #include "unit/util/util_sandbox.h"
 
-#include <algorithm>
 #include <clocale>
-#include <cstdlib>
 
 #include "util/Zev_file_op.h"
 #include "util/copy_job.h"

@@ -1,10 +1,5 @@
 #pragma once
 // A sandbox for jobs: preset answers, and a private home folder for the whole run.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
 #include "sandbox.h"
 #include "util/job_state.h"
 #include "util/user_questions.h"

@@ -1,12 +1,5 @@
 #include "xml_doc/xml.h"
 
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <memory>
-#include <string>
-#include <thread>
-
 #include "sandbox.h"
 
 namespace {

@@ -15,10 +15,10 @@ import time
 
 from slips import SLIPS
 
-ROOT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..")
+ROOT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..")
 BUILD = os.path.join(ROOT, "build", "release")
 VERDICTS = os.path.join(ROOT, "build", "mutants.json")  # of earlier runs
-LIMIT = 40  # seconds for one test program
+LIMIT = 120  # seconds for one test program
 DESKTOP = threading.Lock()  # one display, one set of pipes below /tmp
 
 
