@@ -249,6 +249,13 @@ class ConnectingTest(unittest.TestCase):
         self.assertIn(text.split("\\n")[-1].encode(), engine.errors)
         return kind, text
 
+    def test_what_answers_is_no_sftp_server(self):
+        for script in ("echo 'subsystem request failed on channel 0' >&2\nexit 1", "echo 'Welcome to this machine'"):
+            write(self.far.path("bin/ssh"), f"#!/bin/sh\n{script}\n".encode(), 0o755)
+            self.assertEqual(self.failed()[0], "no-sftp")
+        os.unlink(self.far.path("bin/ssh"))
+        self.assertEqual(self.failed(environment={"PATH": self.far.path("bin")})[0], "no-ssh")
+
     def test_secrets_are_asked_by_ssh_alone(self):
         run("ssh-keygen", "-q", "-p", "-N", "right phrase", "-f", self.far.path("user"))
         asked = self.far.path("asked")
