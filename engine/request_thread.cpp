@@ -1,5 +1,9 @@
 #include "engine/request_thread.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <utility>
 
 #include "base/diagnostics.h"
@@ -25,13 +29,32 @@ constexpr std::size_t kMostLeftBehind = 32;
 struct RequestThread::Work {
     void perform(const StopToken& stop) {
         const StopScope until_stopped(stop);
+        // The client itself too: a copy shall not go on until the server has noticed that it left.
+        const PeerScope until_client_leaves(write_end.get(), leave_events.get());
         const PeerScope until_given_up(-1, given_up.descriptor());
         reply = handlers->handle(request);
         ended.stop();
     }
 
+    void watch_client() {
+        if (const PeerScope* client = PeerScope::innermost()) {
+            write_end.reset(fcntl(client->write_end(), F_DUPFD_CLOEXEC, 0));
+            leave_events.reset(fcntl(client->leave_events(), F_DUPFD_CLOEXEC, 0));
+        }
+    }
+    // The thread may be using the numbers, and the pipe is the next client's.
+    void forget_client() {
+        for (const FileDescriptor* end : {&write_end, &leave_events}) {
+            if (*end && dup3(given_up.descriptor(), end->get(), O_CLOEXEC) < 0)
+                report(RELAY_HUB_HERE,
+                       "the pipe stays open for a request that was left behind:", error_text(errno));
+        }
+    }
+
     std::shared_ptr<RequestHandlers> handlers;
     std::string request;
+    FileDescriptor write_end;
+    FileDescriptor leave_events;
     Reply reply;  // the thread's until it has ended
     StopToken given_up;
     StopToken ended;
@@ -47,6 +70,7 @@ Reply RequestThread::handle(std::string request) {
     const auto work = std::make_shared<Work>();
     work->handlers = handlers_;
     work->request = std::move(request);
+    work->watch_client();
     Worker worker;
     if (const int error = worker.start("a request", [work, &stop = stop_] { work->perform(stop); }))
         return {failure_text(error_text(error))};
@@ -78,6 +102,7 @@ bool RequestThread::give_up(const std::shared_ptr<Work>& work, const Worker& wor
             return true;
     }
     report(RELAY_HUB_HERE, "a request that hangs was left behind");
+    work->forget_client();
     left_.push_back(work);
     handlers_.reset();
     return false;

@@ -13,8 +13,26 @@ constexpr std::size_t kMostWatches = 3;
 // How long a wait goes without a look at a token that has no descriptor of its own.
 constexpr int kBlindSlice = 50;
 
-thread_local int peer_write_end = -1;
-thread_local int peer_leave_events = -1;
+// Where the caller's watches begin: behind the token's and two for each of two peers.
+constexpr std::size_t kFirstWatch = 5;
+
+thread_local const PeerScope* innermost_scope = nullptr;
+
+std::array<pollfd, kMostWatches + kFirstWatch> own_watches() {
+    std::array<pollfd, kMostWatches + kFirstWatch> watches{};
+    watches.fill({-1, 0, 0});
+    const PeerScope* scope = innermost_scope;
+    for (std::size_t at = 1; at < kFirstWatch && scope != nullptr; at += 2, scope = scope->outer()) {
+        watches[at].fd = scope->write_end();
+        watches[at + 1] = {scope->leave_events(), POLLIN, 0};
+    }
+    return watches;
+}
+
+bool any_event(std::span<const pollfd> watches) {
+    return std::any_of(watches.begin(), watches.end(),
+                       [](const pollfd& watch) { return watch.revents != 0; });
+}
 
 int poll_timeout(Deadline deadline, bool blind) {
     int timeout = -1;
@@ -32,20 +50,21 @@ int poll_timeout(Deadline deadline, bool blind) {
 WaitEnd wait_on(std::span<pollfd> watches, Deadline deadline) {
     const StopToken* token = current_stop_token();
     const std::size_t count = std::min(watches.size(), kMostWatches);
-    std::array<pollfd, kMostWatches + 3> polled{{{token == nullptr ? -1 : token->descriptor(), POLLIN, 0},
-                                                 {peer_write_end, 0, 0},
-                                                 {peer_leave_events, POLLIN, 0}}};
-    std::copy_n(watches.begin(), count, polled.begin() + 3);
+    auto polled = own_watches();
+    const std::span<const pollfd> peers(polled.data() + 1, kFirstWatch - 1);
+    if (token != nullptr)
+        polled[0] = {token->descriptor(), POLLIN, 0};
+    std::copy_n(watches.begin(), count, polled.begin() + kFirstWatch);
     const bool blind = token != nullptr && token->descriptor() < 0;
     for (;;) {
-        const int events = ::poll(polled.data(), count + 3, poll_timeout(deadline, blind));
+        const int events = ::poll(polled.data(), count + kFirstWatch, poll_timeout(deadline, blind));
         const int poll_errno = errno;
         if (token != nullptr && token->stopped())
             return WaitEnd::stopped;
-        if (events > 0 && (polled[1].revents != 0 || polled[2].revents != 0))
+        if (events > 0 && any_event(peers))
             return WaitEnd::peer_left;
         if (events > 0) {
-            std::copy_n(polled.begin() + 3, count, watches.begin());
+            std::copy_n(polled.begin() + kFirstWatch, count, watches.begin());
             return WaitEnd::ready;
         }
         if (events < 0 && poll_errno != EINTR)
@@ -65,17 +84,19 @@ bool interruptible_sleep(std::chrono::milliseconds time) {
 }
 
 bool peer_has_left() {
-    std::array<pollfd, 2> peer{{{peer_write_end, 0, 0}, {peer_leave_events, POLLIN, 0}}};
-    return ::poll(peer.data(), peer.size(), 0) > 0;
+    auto watches = own_watches();
+    return ::poll(watches.data(), kFirstWatch, 0) > 0;
 }
 
 PeerScope::PeerScope(int write_end, int leave_events)
-    : outer_write_end_(std::exchange(peer_write_end, write_end)),
-      outer_leave_events_(std::exchange(peer_leave_events, leave_events)) {}
+    : outer_(std::exchange(innermost_scope, this)), write_end_(write_end), leave_events_(leave_events) {}
 
 PeerScope::~PeerScope() {
-    peer_write_end = outer_write_end_;
-    peer_leave_events = outer_leave_events_;
+    innermost_scope = outer_;
+}
+
+const PeerScope* PeerScope::innermost() {
+    return innermost_scope;
 }
 
 }  // namespace relay_hub

@@ -28,7 +28,8 @@ WaitEnd wait_for(int descriptor, short events, Deadline deadline);
 // Sleeps. False as soon as the thread is stopped or its peer has left.
 bool interruptible_sleep(std::chrono::milliseconds time);
 // For its life the calling thread works for one peer only: waits also end once write_end has no reader any
-// more, or leave_events becomes readable. -1 for neither; both are borrowed.
+// more, or leave_events becomes readable. -1 for neither; both are borrowed. Of scopes that nest the two
+// innermost count.
 class PeerScope {
   public:
     PeerScope(int write_end, int leave_events);
@@ -36,11 +37,18 @@ class PeerScope {
     PeerScope& operator=(const PeerScope&) = delete;
     ~PeerScope();
 
+    // The calling thread's innermost scope, or null.
+    static const PeerScope* innermost();
+    [[nodiscard]] const PeerScope* outer() const { return outer_; }
+    [[nodiscard]] int write_end() const { return write_end_; }
+    [[nodiscard]] int leave_events() const { return leave_events_; }
+
   private:
-    int outer_write_end_;
-    int outer_leave_events_;
+    const PeerScope* outer_;
+    int write_end_;
+    int leave_events_;
 };
-// Whether the peer of the calling thread's PeerScope has left.
+// Whether a peer of the calling thread has left.
 bool peer_has_left();
 
 }  // namespace relay_hub

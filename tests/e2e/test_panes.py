@@ -206,7 +206,7 @@ class Clipboard(PaneTest):
         uris = [f"file://{self.below[LOCAL]}/{name}" for name in ("a.txt", "b.txt")]
         for key, word in (("ctrl+x", "cut"), ("ctrl+c", "copy")):
             d.key(key)
-            wait_for(lambda: self.offered(GNOME) and sorted(self.offered(GNOME)) == [word, *uris], what="our offer")
+            wait_for(lambda word=word: sorted(self.offered(GNOME) or []) == [word, *uris], what="our offer")
         d.go(REMOTE, "C:\\inbox")
         d.menu(REMOTE, "Paste")
         d.wait_rows(REMOTE, "a.txt", "b.txt")

@@ -169,8 +169,8 @@ class Window(DesktopTest):
                 self.assertTrue(self.is_urgent())
                 write(source, b"new")
                 d.press(box, "Try again")
-                expect("awake sleep block")
                 if side == LOCAL:
+                    expect("awake sleep block")
                     question = d.wait_dialog("Confirmation")
                     self.turn_away()
                     d.press(question, "Yes")
@@ -179,7 +179,7 @@ class Window(DesktopTest):
                     d.take_keyboard()
                     wait_for(lambda: not self.is_urgent(), what="the urgency to end")
                 else:
-                    expect("asleep")
+                    expect("awake sleep block", "asleep")
                 d.wait_quiet()
                 self.assertEqual(read(os.path.join(folder, "a.txt")), b"new")
         self.assertEqual(d.close(), 0)
