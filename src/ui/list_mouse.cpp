@@ -62,7 +62,9 @@ void unselect_beside_rows(GtkTreeView* tree_view, const GdkEventButton* event) {
 
 void note_press(GtkTreeView* tree_view, const GdkEventButton* event) {
     const TreePath path = row_at(tree_view, event);
-    relay_hub::event_state.press_moves_nothing = path == nullptr || is_parent_row(tree_view, path.get());
+    // On the header it may widen a column.
+    relay_hub::event_state.press_moves_nothing = event->window == gtk_tree_view_get_bin_window(tree_view) &&
+                                                 (path == nullptr || is_parent_row(tree_view, path.get()));
 }
 
 struct EventFree {

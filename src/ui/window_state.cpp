@@ -21,8 +21,8 @@ constexpr char kOrderRemembered[] = "relay-hub-order-remembered";
 constexpr mode_t kPrivate = 0700;
 constexpr int kLargest = 16384;
 constexpr int kNarrowestColumn = 20;
-// The name column takes what the others leave.
-constexpr std::array<int, 3> kColumns = {kColumnSize, kColumnType, kColumnModified};
+// Size, type and time as the view counts its columns. That of the names takes what the others leave.
+constexpr std::array<int, 3> kColumns = {1, 2, 3};
 
 struct FreeKeyFile {
     void operator()(GKeyFile* file) const { g_key_file_free(file); }
