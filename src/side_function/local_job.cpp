@@ -28,6 +28,10 @@ std::string parent_of(const std::string& path) {
     return GText(g_path_get_dirname(path.c_str())).get();
 }
 
+std::string name_of(const std::string& path) {
+    return GText(g_path_get_basename(path.c_str())).get();
+}
+
 // The summary of what failed, and the job of trying that again when the user wants it.
 TaskListPtr job_to_try_again(const __task_list& job) {
     const std::string text = failure_summary(job.failures);
@@ -45,15 +49,21 @@ TaskListPtr job_to_try_again(const __task_list& job) {
 struct JobEnd {
     int result = 0;
     bool went_through_all = true;
+    bool failed = false;
+    bool refused = false;
     Names doubtful;  // paths of what failed, or was refused, and was not made good by trying again
 };
 
 void note_end(const __task_list& job, bool tried_again, JobEnd& end) {
     end.went_through_all = end.went_through_all && end.result == 0 && job.went_through_all;
+    end.refused = end.refused || !job.refused.empty();
     end.doubtful.insert(end.doubtful.end(), job.refused.begin(), job.refused.end());
-    for (const __task_failure& failure : job.failures)
-        if (!tried_again || failure.source.empty())
-            end.doubtful.push_back(failure.path);
+    for (const __task_failure& failure : job.failures) {
+        if (tried_again && !failure.source.empty())
+            continue;
+        end.failed = true;
+        end.doubtful.push_back(failure.path);
+    }
 }
 
 // With whatever the user wants to try again.
@@ -101,19 +111,27 @@ void tell_changed(const Names& paths) {
     show_error_box(message_parent(), GTK_BUTTONS_OK, failure_summary(failures).c_str(), nullptr);
 }
 
-int move_into(const Names& paths, const std::string& folder) {
+JobEnd move_into(const Names& paths, const std::string& folder) {
     const WindowWork work;
     const LongWork long_work;
     const Names left = beside_window<Names>([&] { return rename_into(folder, paths); }, paths);
     if (left.empty() || window_is_closing())
-        return 0;
+        return {};
     const Fingerprints before = look_before_move(left);
     const JobEnd end = run_job(TASK_COPY, left, folder);
     if (!end.went_through_all || window_is_closing())
-        return end.result;
+        return end;
     trash_unchanged(before,
                     beside_window<Names>([&] { return arrived_whole(folder, left, end.doubtful); }, {}));
-    return end.result;
+    return end;
+}
+
+Pane::Arrival arrival_of(const Names& paths, const JobEnd& end) {
+    Pane::Arrival arrival;
+    arrival.some_refused = end.refused;
+    if (end.went_through_all && !end.failed)
+        std::transform(paths.begin(), paths.end(), std::back_inserter(arrival.names), name_of);
+    return arrival;
 }
 
 }  // namespace
@@ -121,10 +139,9 @@ int move_into(const Names& paths, const std::string& folder) {
 int put_into_local_folder(const Offer& offer, const std::string& folder) {
     if (offer.paths.empty())
         return -1;
-    const int result =
-        offer.cut ? move_into(offer.paths, folder) : run_job(TASK_COPY, offer.paths, folder).result;
-    (void)Pane::local().reload();
-    return result;
+    const JobEnd end = offer.cut ? move_into(offer.paths, folder) : run_job(TASK_COPY, offer.paths, folder);
+    Pane::local().reload_after_copy(arrival_of(offer.paths, end));
+    return end.result;
 }
 
 int trash_from_local_folder(const Names& names, const std::string& folder) {
@@ -134,7 +151,7 @@ int trash_from_local_folder(const Names& names, const std::string& folder) {
 int trash_locally(const Names& paths) {
     std::map<std::string, Names> names_by_folder;
     for (const std::string& path : paths)
-        names_by_folder[parent_of(path)].emplace_back(GText(g_path_get_basename(path.c_str())).get());
+        names_by_folder[parent_of(path)].push_back(name_of(path));
     int result = 0;
     for (const auto& [folder, names] : names_by_folder)
         result = trash_from_local_folder(names, folder);

@@ -11,6 +11,7 @@
 #include "side_function/engine_messages.h"
 #include "side_function/wire_path.h"
 #include "tree_view_op/file_list_view.h"
+#include "tree_view_op/list_place.h"
 #include "util/path_kind.h"
 #include "window/closing.h"
 #include "window/dialogs/message_dialog.h"
@@ -108,6 +109,17 @@ int Pane::reload() const {
     if (result == 0 && selected.size() == 1)
         select_row_by_name(list(), selected.front());
     return result;
+}
+
+void Pane::reload_after_copy(const Arrival& arrival) const {
+    std::vector<std::string> names = arrival.names;
+    if (arrival.some_refused)
+        remove_shown_names(list(), names);
+    const ListPlace place(list());
+    if (load(folder()) != 0 || window_is_closing())
+        return;
+    if (!select_rows_by_name(list(), names, ""))
+        place.restore();
 }
 
 void Pane::select(const std::vector<std::string>& names, const std::string& cursor) const {

@@ -41,6 +41,13 @@ class Pane {
     [[nodiscard]] static int try_to_load_remote(const std::string& folder);
     // Reads the shown folder again; the one selected row stays the selected one. As load.
     [[nodiscard]] int reload() const;
+    // The same after a copy into the folder: what has arrived is selected and in view. Where nothing has, all
+    // stays before the user's eyes as it was. The keyboard stays where it is.
+    struct Arrival {
+        std::vector<std::string> names;  // of what was to come; empty after a failure
+        bool some_refused = false;       // what was there before is then not among the new
+    };
+    void reload_after_copy(const Arrival& arrival) const;
 
     // What becomes selected, and the keyboard goes to the list: the rows of these names with the cursor on
     // that of cursor; the row at position or the last one before it.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
 #include <string_view>
 #include <unordered_map>
 #include <utility>
@@ -79,6 +80,15 @@ struct Copied {
     Fingerprints before;  // of local items that are to be moved
 };
 
+Pane::Arrival arrival_of(const __send_args& args, bool succeeded) {
+    Pane::Arrival arrival;
+    arrival.some_refused = args.refused;
+    if (succeeded)
+        std::transform(args.item_paths.begin(), args.item_paths.end(), std::back_inserter(arrival.names),
+                       remote_base_name);
+    return arrival;
+}
+
 Copied copy_items(const Direction& direction, const OfferSource& source, std::vector<RemoteItem> attributes) {
     const Pane target = direction.to_remote ? Pane::remote() : Pane::local();
     Transfer transfer(TASK_COPY);
@@ -99,7 +109,7 @@ Copied copy_items(const Direction& direction, const OfferSource& source, std::ve
     if (offer.cut)
         copied.moved = transfer.arrived(copied.result);
     if (!args.given_up)
-        (void)target.reload();
+        target.reload_after_copy(arrival_of(args, copied.result == 0 && !transfer.was_cancelled()));
     return copied;
 }
 
@@ -193,11 +203,13 @@ int Transfer::send(command_start_t start, command_finish_t finish) {
     return result;
 }
 
+bool Transfer::was_cancelled() {
+    return args_.given_up || IsUserClickCancel() != 0 || get_atomic(&args_.state) == TASK_CANCEL;
+}
+
 std::vector<std::string> Transfer::arrived(int result) {
-    const bool cancelled =
-        args_.given_up || IsUserClickCancel() != 0 || get_atomic(&args_.state) == TASK_CANCEL;
     std::vector<std::string> paths;
-    if (cancelled)
+    if (was_cancelled())
         return paths;
     const bool is_told = args_.arrived.size() == args_.item_paths.size();
     const bool all = args_.arrived.empty() && result == 0 && !args_.refused && !told_;

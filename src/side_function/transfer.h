@@ -31,6 +31,8 @@ class Transfer {
     int send(command_start_t start, command_finish_t finish);
     // The engine was left alone with the request: it may hang still.
     [[nodiscard]] bool was_given_up() const { return args_.given_up; }
+    // That, or the user ended it.
+    [[nodiscard]] bool was_cancelled();
     // Of the items of a move, sent with that result, those that have arrived whole: by the engine's word for
     // each where it gives one; else all of them, or none if anything went wrong or was left alone.
     [[nodiscard]] std::vector<std::string> arrived(int result);

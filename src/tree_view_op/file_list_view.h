@@ -96,10 +96,13 @@ class RowFiller {
 // Selects the row of that name (and no other), scrolls to it and puts the cursor there. False if there is
 // none.
 bool select_row_by_name(GtkWidget* tree_view, const std::string& name);
-// Selects exactly the rows of these names that there are, puts the cursor on cursor's row, and scrolls to it.
+// Selects exactly the rows of these names that there are, puts the cursor on cursor's row, or on the first of
+// them, and scrolls to it.
 // False when there is none of them.
 bool select_rows_by_name(GtkWidget* tree_view, const std::vector<std::string>& names,
                          const std::string& cursor);
+// Removes from names what has a row.
+void remove_shown_names(GtkWidget* tree_view, std::vector<std::string>& names);
 // Puts the cursor on the row and leaves the selection as it is.
 void move_cursor_alone(GtkTreeView* tree_view, GtkTreePath* path);
 // The row that a rename is meant for: of several selected ones that with the cursor, else the selected one.

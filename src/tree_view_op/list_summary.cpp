@@ -132,6 +132,11 @@ GtkWidget* new_list_summary(GtkWidget* tree_view) {
     return label;
 }
 
+void count_rows_again(GtkWidget* tree_view) {
+    if (Summary* summary = summary_of(tree_view))
+        on_rows(nullptr, nullptr, summary);
+}
+
 void set_free_space(GtkWidget* tree_view, std::optional<std::uint64_t> bytes) {
     Summary* summary = summary_of(tree_view);
     if (summary == nullptr)

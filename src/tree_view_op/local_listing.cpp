@@ -1,48 +1,17 @@
-#include <sys/statvfs.h>
-
 #include <cstdio>
 #include <memory>
-#include <optional>
 #include <string>
-#include <vector>
 
 #include "tree_view_op/file_list_view.h"
+#include "tree_view_op/folder_reading.h"
 #include "tree_view_op/list_summary.h"
 #include "tree_view_op/listing_turns.h"
 #include "tree_view_op/local_row.h"
 #include "util/Zev_file_op.h"
 #include "util/folder_listing.h"
-#include "util/sorted_folder.h"
 
 namespace relay_hub {
 namespace {
-
-constexpr std::size_t kRowsPerStep = 512;
-constexpr std::size_t kNamesStep = 1;
-
-// The worker's, but for what it has told of.
-struct FolderReading {
-    void read(const std::string& path, bool with_hidden, const WorkBesideWindow::Tell& tell) {
-        folder.emplace(path, with_hidden);
-        struct statvfs space {};
-        if (statvfs(path.c_str(), &space) == 0)
-            free_bytes = std::uint64_t{space.f_bavail} * space.f_frsize;
-        rows.resize(folder->size());
-        tell(kNamesStep);
-        LocalRowFormatter formatter;
-        for (std::size_t index = 0; index < rows.size(); ++index) {
-            rows[index] = formatter.row_of(folder->entry(index));
-            if ((index + 1) % kRowsPerStep == 0)
-                tell(step_of(index));
-        }
-    }
-    // The step that makes this row.
-    static std::size_t step_of(std::size_t index) { return kNamesStep + 1 + index / kRowsPerStep; }
-
-    std::optional<SortedFolder> folder;
-    std::vector<LocalRow> rows;
-    std::optional<std::uint64_t> free_bytes;
-};
 
 class LocalListing {
   public:
@@ -54,7 +23,7 @@ class LocalListing {
 
     void fill() {
         ListingTurns turns(0);
-        if (!beside_.wait_for(kNamesStep, turns))
+        if (!beside_.wait_for(FolderReading::kNamesStep, turns))
             return;
         set_free_space(tree_view_, reading_->free_bytes);
         if (!reading_->folder || reading_->folder->error_number() != 0)
@@ -69,7 +38,8 @@ class LocalListing {
         const std::size_t count = reading_->rows.size();
         RowFiller filler(tree_view_, count);
         for (std::size_t index = 0; index < count; ++index) {
-            if (index % kRowsPerStep == 0 && !beside_.wait_for(FolderReading::step_of(index), turns))
+            if (index % FolderReading::kRowsPerStep == 0 &&
+                !beside_.wait_for(FolderReading::step_of(index), turns))
                 return;
             if (!add_row(filler, reading_->rows[index]))
                 return;

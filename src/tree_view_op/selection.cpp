@@ -103,6 +103,16 @@ bool select_rows_by_name(GtkWidget* tree_view, const std::vector<std::string>& n
     return true;
 }
 
+void remove_shown_names(GtkWidget* tree_view, std::vector<std::string>& names) {
+    GtkTreeModel* model = gtk_tree_view_get_model(GTK_TREE_VIEW(tree_view));
+    std::unordered_set<std::string> shown;
+    GtkTreeIter iter;
+    for (gboolean more = model != nullptr && gtk_tree_model_get_iter_first(model, &iter); more;
+         more = gtk_tree_model_iter_next(model, &iter))
+        shown.insert(row_name(model, &iter));
+    std::erase_if(names, [&](const std::string& name) { return shown.contains(name); });
+}
+
 void move_cursor_alone(GtkTreeView* tree_view, GtkTreePath* path) {
     GtkTreeSelection* selection = gtk_tree_view_get_selection(tree_view);
     const std::unique_ptr<GList, TreePathListFree> selected(

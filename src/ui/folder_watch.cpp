@@ -9,10 +9,10 @@
 
 #include "base/diagnostics.h"
 #include "base/glib_owners.h"
-#include "tree_view_op/file_list_view.h"
-#include "tree_view_op/list_place.h"
-#include "tree_view_op/listing_turns.h"
+#include "base/worker.h"
+#include "tree_view_op/list_update.h"
 #include "window/closing.h"
+#include "window/window_thread.h"
 
 namespace relay_hub {
 namespace {
@@ -26,8 +26,14 @@ struct FolderWatch {
     const __single* side = nullptr;
     GObjectPtr<GFileMonitor> monitor;
     std::string folder;
-    guint timer = 0;
     guint delay = kBetweenReadings;
+    bool changed = false;
+    // One update, step by step: the wait for its time, the reading, the rows. Each has its own member.
+    guint timer = 0;
+    std::shared_ptr<ListView> reading;
+    std::unique_ptr<ListUpdate> update;
+    guint turns = 0;
+    gint64 took = 0;
 };
 
 bool user_is_at_it() {
@@ -37,50 +43,97 @@ bool user_is_at_it() {
            (buttons & (GDK_BUTTON1_MASK | GDK_BUTTON3_MASK)) != 0;
 }
 
-bool fills_in_one_turn(GtkWidget* tree_view) {
-    GtkTreeModel* model = gtk_tree_view_get_model(GTK_TREE_VIEW(tree_view));
-    return model != nullptr &&
-           static_cast<std::size_t>(gtk_tree_model_iter_n_children(model, nullptr)) < kLongListing;
+ListView shown_now(const FolderWatch* watch) {
+    return list_view_of(watch->side->tree_view, current_folder(watch->side));
 }
 
-void read_again(FolderWatch* watch) {
-    GtkWidget* tree_view = watch->side->tree_view;
-    const WindowWork work;
-    const ListPlace place(tree_view);
-    const gint64 began = g_get_monotonic_time();
-    once_search_and_insert_to_treeview(current_folder(watch->side), tree_view);
-    place.restore();
-    const gint64 took = (g_get_monotonic_time() - began) / G_TIME_SPAN_MILLISECOND;
+gboolean read_again(gpointer data);
+
+void wait_for_time(FolderWatch* watch) {
+    if (watch->timer == 0 && watch->reading == nullptr && watch->update == nullptr)
+        watch->timer = gdk_threads_add_timeout(watch->delay, read_again, watch);
+}
+
+// again: what was read is not what shows now.
+void end_update(FolderWatch* watch, bool again) {
+    watch->reading.reset();
+    watch->update.reset();
+    watch->turns = 0;
+    const gint64 took = std::exchange(watch->took, 0) / G_TIME_SPAN_MILLISECOND;
     watch->delay = static_cast<guint>(std::max<gint64>(kBetweenReadings, kShare * took));
+    if (again || watch->changed)
+        wait_for_time(watch);
 }
 
-gboolean follow(gpointer data) {
+gboolean put_rows_right(gpointer data) {
+    auto* watch = static_cast<FolderWatch*>(data);
+    const gint64 began = g_get_monotonic_time();
+    const auto result = user_is_at_it() ? ListUpdate::Result::kOutdated : watch->update->go_on();
+    watch->took += g_get_monotonic_time() - began;
+    if (result == ListUpdate::Result::kMore)
+        return G_SOURCE_CONTINUE;
+    end_update(watch, result == ListUpdate::Result::kOutdated);
+    return G_SOURCE_REMOVE;
+}
+
+void take_reading(FolderWatch* watch, const std::shared_ptr<ListNow>& now) {
+    const ListView view = *std::exchange(watch->reading, nullptr);
+    // A folder that is gone leaves what it held before the user's eyes.
+    if (now == nullptr || user_is_at_it() || view != shown_now(watch)) {
+        end_update(watch, now != nullptr);
+        return;
+    }
+    watch->update = std::make_unique<ListUpdate>(watch->side->tree_view, now);
+    watch->turns = gdk_threads_add_idle(put_rows_right, watch);
+}
+
+void read_beside(FolderWatch* watch) {
+    watch->changed = false;
+    watch->reading = std::make_shared<ListView>(shown_now(watch));
+    const auto body = [watch, view = *watch->reading, wanted = std::weak_ptr(watch->reading)] {
+        const gint64 began = g_get_monotonic_time();
+        const std::shared_ptr<ListNow> now = ListNow::read(view);
+        const gint64 took = g_get_monotonic_time() - began;
+        post_to_window([=] {
+            if (wanted.expired())
+                return;  // and so may the watch be
+            watch->took = took;
+            take_reading(watch, now);
+        });
+    };
+    Worker beside;
+    if (beside.start("a listing", body) != 0)
+        end_update(watch, true);
+}
+
+gboolean read_again(gpointer data) {
     auto* watch = static_cast<FolderWatch*>(data);
     if (window_is_closing())
         return G_SOURCE_REMOVE;
     if (user_is_at_it())
         return G_SOURCE_CONTINUE;
     watch->timer = 0;
-    // A folder that is gone leaves what it held before the user's eyes.
-    if (watch->folder == current_folder(watch->side) && fills_in_one_turn(watch->side->tree_view) &&
-        g_file_test(watch->folder.c_str(), G_FILE_TEST_IS_DIR) != FALSE)
-        read_again(watch);
+    if (watch->folder == current_folder(watch->side))
+        read_beside(watch);
     return G_SOURCE_REMOVE;
 }
 
 // Without the toolkit's lock.
 void on_changed(GFileMonitor*, GFile*, GFile*, GFileMonitorEvent, gpointer data) {
     auto* watch = static_cast<FolderWatch*>(data);
-    if (watch->timer == 0)
-        watch->timer = gdk_threads_add_timeout(watch->delay, follow, watch);
+    watch->changed = true;
+    wait_for_time(watch);
 }
 
 void stop(FolderWatch* watch) {
     if (watch->monitor != nullptr)
         g_signal_handlers_disconnect_by_data(watch->monitor.get(), watch);
     watch->monitor.reset();
-    if (watch->timer != 0)
-        g_source_remove(std::exchange(watch->timer, 0));
+    for (guint* source : {&watch->timer, &watch->turns})
+        if (*source != 0)
+            g_source_remove(std::exchange(*source, 0));
+    watch->reading.reset();
+    watch->update.reset();
     watch->delay = kBetweenReadings;
 }
 

@@ -118,7 +118,7 @@ class Mouse(PaneTest):
                 self.drag_to_pane(d.row(side, names[0]), target)
                 d.wait_rows(target, *names)
                 self.assertEqual([read(os.path.join(self.below[target], name)).decode() for name in names], names)
-                self.assertEqual(d.selected(side), [])
+                self.assertEqual((d.selected(side), d.selected(target)), ([], names))
         answers = d.output().count("on_treeview_1_drag_motion\n")
         d.xdo("mousemove", *d.row(LOCAL, ".."), "mousedown", 1, "mousemove", *centre(d.table(REMOTE)),
               "mouseup", 1)
@@ -182,7 +182,7 @@ class Clipboard(PaneTest):
         self.start()
         other = os.path.join(d.top, "other")
         for side in SIDES:
-            for answer, content in (("No", b"content"), ("Yes", b"changed " + side.encode())):
+            for answer, content, new in (("No", b"content", []), ("Yes", b"changed " + side.encode(), NAMES)):
                 with self.subTest(side=side, answer=answer):
                     for name in NAMES:
                         write(os.path.join(other, name), b"changed " + side.encode(), seconds=1_700_000_000)
@@ -197,6 +197,7 @@ class Clipboard(PaneTest):
                     d.press(box, answer)
                     d.wait_quiet()
                     self.assertEqual([read(os.path.join(self.below[side], name)) for name in NAMES], [content] * 3)
+                    self.assertEqual(d.selected(side), new)
 
     def test_files_for_another_program(self):
         d = self.desktop

@@ -1,13 +1,12 @@
 """What the window does by itself from day to day: it remembers how it was left, follows the disk, tells what its
 lists come to, and obeys keys wherever the keyboard is."""
-import configparser
 import os
 import re
 import subprocess
 import time
 
-from common import read, wait_for, write
-from desktop import LOCAL, REMOTE, DesktopTest, find, has_state, labels, main, STATES, text_of
+from common import act_until, read, wait_for, write
+from desktop import LOCAL, REMOTE, DesktopTest, box_of, find, has_state, labels, main, STATES, text_of
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 LONG = 10.5  # seconds after which the end of work is worth a notification
@@ -25,6 +24,22 @@ class Window(DesktopTest):
     def summary(self, side):
         return next((text for text in labels(self.desktop.side(side)) if text.startswith("Items: ")), "")
 
+    def headers(self):
+        table = self.desktop.table(LOCAL)
+        return [box_of(table.get_column_header(column)) for column in range(table.get_n_columns())]
+
+    def look(self):
+        """What is remembered, as it shows."""
+        divider = find(self.desktop.frame(), "split pane").get_value_iface().get_current_value()
+        return self.size(), divider, [header.width for header in self.headers()[1:]]
+
+    def widen_column(self):
+        header = self.headers()[1]
+        x, y = header.x + header.width - 1, header.y + header.height // 2
+        for words in (("mousemove", x, y), ("mousedown", 1), ("mousemove", x + 20, y), ("mousemove", x + 33, y),
+                      ("mouseup", 1)):
+            self.desktop.xdo(*words)
+
     def test_is_as_it_was_left(self):
         d = self.desktop
         state = os.path.join(d.home, "state", "relay-hub", "window")
@@ -34,17 +49,18 @@ class Window(DesktopTest):
         self.assertEqual(self.size(), (700, 400))
         subprocess.run(["wmctrl", "-r", "Relay Hub", "-e", "0,-1,-1,900,500"], check=True)
         wait_for(lambda: self.size() == (900, 500), what="the new size")
+        find(d.frame(), "split pane").get_value_iface().set_current_value(520)
+        wait_for(lambda: self.look()[1] == 520, what="the new place of the divider")
+        width = self.look()[2][0]
+        act_until(lambda: self.look()[2][0] > width + 20, self.widen_column, what="the wider column")
         header = find(d.table(LOCAL), "table column header") or d.table(LOCAL).get_column_header(0)
         header.do_action(0)  # descending
         wait_for(lambda: d.rows(LOCAL)[-1] in ("..", "state"), what="the other order")
-        rows = d.rows(LOCAL)
-        self.assertEqual(d.close(), 0)
-        kept = configparser.ConfigParser()
-        kept.read(state)
-        self.assertEqual((kept["window"]["width"], kept["window"]["height"]), ("900", "500"))
-        self.assertEqual(kept["local list"]["order"], "1")
+        rows, look = d.rows(LOCAL), self.look()
+        d.key("ctrl+w")
+        self.assertEqual(d.window.wait(10), 0)
         d.start_window()
-        wait_for(lambda: self.size() == (900, 500), what="the size kept")
+        wait_for(lambda: self.look() == look, what=f"the look before {look}")
         self.assertEqual(d.rows(LOCAL), rows)
         self.assertEqual(d.close(), 0)
 
@@ -65,9 +81,17 @@ class Window(DesktopTest):
         write(os.path.join(d.home, "while asked"))
         d.press(d.wait_dialog("Rename"), "Cancel")
         d.wait_rows(LOCAL, "while asked")
+        before = d.row_count(LOCAL)
+        for number in range(2100):
+            write(os.path.join(d.home, f"more {number}"))
+        wait_for(lambda: d.row_count(LOCAL) == before + 2100, what="the new rows")
+        for name in ("while asked", "more 7"):
+            os.unlink(os.path.join(d.home, name))
+        wait_for(lambda: d.row_count(LOCAL) == before + 2098, what="the end of two rows among many")
+        self.assertEqual(d.table(LOCAL).get_n_selected_rows(), 1)
         self.assertEqual(d.close(), 0)
 
-    def test_lists_tell_what_they_come_to(self):
+    def test_lists_tell_what_they_come_to_and_copy_across(self):
         d = self.desktop
         for folder in (d.home, d.remote):
             for name, size in (("one", 1024), ("two", 2048)):
@@ -80,6 +104,13 @@ class Window(DesktopTest):
             d.select(side, "one", "two")
             wait_for(lambda: "Items: 2 · Selected: 2 (3.0 KB)" in self.summary(side), what="both selected")
             self.assertIn(" · Free: ", self.summary(side))
+        for side, target, folder in ((LOCAL, REMOTE, d.home), (REMOTE, LOCAL, d.remote)):
+            write(os.path.join(folder, "work", side))
+            d.menu(side, "Refresh")
+            d.select(side, side)
+            d.key("ctrl+t")
+            d.wait_rows(target, side)
+            self.assertEqual(d.selected(target), [side])
         self.assertEqual(d.close(), 0)
 
     def test_keys_of_the_window(self):
@@ -108,7 +139,9 @@ class Window(DesktopTest):
         d.go(LOCAL, work, "note.txt", "other.tar.gz")
         d.select(LOCAL, "other.tar.gz")
         d.key("shift+F10")
-        wait_for(d.menu_items, what="the menu")
+        bindings = {name: item.get_action_iface().get_key_binding(0)
+                    for name, item in wait_for(d.menu_items, what="the menu").items()}
+        self.assertEqual([bindings[name].split(";")[::2] for name in ("Rename", "Refresh")], [["r", "F2"], ["e", "F5"]])
         d.xdo("key", "r")  # the letter of Rename
         entry = find(d.wait_dialog("Rename"), "text")
         wait_for(lambda: text_of(entry) == "other.tar.gz", what="the old name")

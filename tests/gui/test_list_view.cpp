@@ -1,10 +1,12 @@
 #include <gmock/gmock.h>
 
 #include <array>
+#include <filesystem>
 
 #include "gui/gui_fixture.h"
 #include "tree_view_op/file_list_view.h"
 #include "tree_view_op/list_place.h"
+#include "tree_view_op/list_update.h"
 
 namespace {
 
@@ -133,6 +135,41 @@ TEST_F(LocalListing, TheParentRowStaysSelectedWhenTheListIsFilledAnew) {
     EXPECT_TRUE(
         gtk_tree_selection_path_is_selected(gtk_tree_view_get_selection(GTK_TREE_VIEW(list_.view())), first));
     gtk_tree_path_free(first);
+}
+
+TEST_F(LocalListing, AnUpdateMakesTheRowsOfAFreshListingAndKeepsTheSelection) {
+    const auto all_texts = [this] {
+        std::vector<Texts> texts;
+        for (int column = 0; column < kColumnCount; ++column)
+            texts.push_back(list_.texts(column));
+        return texts;
+    };
+    using relay_hub::ListUpdate;
+    for (const std::string round : {"unsorted", "folders first", "files first"}) {
+        SCOPED_TRACE(round);
+        open();
+        EXPECT_TRUE(relay_hub::select_row_by_name(list_.view(), "file9"));
+        sandbox_.make_file("file9", round);
+        sandbox_.make_file("a\xff " + round);
+        sandbox_.make_file("zz " + round);
+        sandbox_.make_folder("between " + round);
+        std::filesystem::remove(sandbox_.at(round == "unsorted" ? "file10" : "dangling"));
+        if (round == "folders first") {
+            std::filesystem::remove(sandbox_.at("sub"));
+            sandbox_.make_file("sub");
+        }
+        const auto now = relay_hub::ListNow::read(relay_hub::list_view_of(list_.view(), sandbox_.at()));
+        ListUpdate update(list_.view(), now);
+        while (update.go_on() == ListUpdate::Result::kMore) {
+        }
+        EXPECT_THAT(get_selected_to_glist(list_.view()), ElementsAre("file9"));
+        const auto updated = all_texts();
+        ListUpdate stale(list_.view(), now);
+        open();
+        EXPECT_EQ(stale.go_on(), ListUpdate::Result::kOutdated);
+        EXPECT_EQ(updated, all_texts());
+        click_header();
+    }
 }
 
 TEST_F(LocalListing, ALongListingTurnsTheMainLoopAndStopsWhenTold) {
