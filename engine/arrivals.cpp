@@ -2,7 +2,9 @@
 
 #include <functional>
 
+#include "engine/folder_lookup.h"
 #include "engine/measured_tree.h"
+#include "engine/names.h"
 
 namespace relay_hub::engine {
 namespace {
@@ -42,10 +44,7 @@ bool Arrivals::in_doubt(const std::string& path) const {
            (first != doubtful_.end() && first->starts_with(below));
 }
 
-bool Arrivals::looks_the_same(const Item& item, const std::function<bool()>& goes_on) {
-    Entry entry;
-    if (!item.seen || source_.stat(item.path, entry))
-        return false;
+bool Arrivals::looks_the_same(const Item& item, const Entry& entry, const std::function<bool()>& goes_on) {
     std::uint64_t look = 0;
     bool is_item = true;
     bool ended = false;
@@ -61,8 +60,18 @@ bool Arrivals::looks_the_same(const Item& item, const std::function<bool()>& goe
 std::vector<bool> Arrivals::judge(const std::function<bool()>& goes_on) {
     std::vector<bool> arrived;
     arrived.reserve(items_.size());
-    for (const Item& item : items_)
-        arrived.push_back(item.went_through && !in_doubt(item.path) && looks_the_same(item, goes_on));
+    FolderLookup lookup;
+    std::string folder;
+    for (const Item& item : items_) {
+        if (arrived.empty() || folder != parent_path(item.path)) {
+            folder = parent_path(item.path);
+            lookup = FolderLookup(source_, folder, items_.size());
+        }
+        Entry entry;
+        arrived.push_back(item.seen && item.went_through && !in_doubt(item.path) &&
+                          !lookup.find(folder, base_name(item.path), entry) &&
+                          looks_the_same(item, entry, goes_on));
+    }
     if (!goes_on())
         arrived.assign(items_.size(), false);
     return arrived;

@@ -37,7 +37,7 @@ class Arrivals {
         bool went_through = false;
     };
     [[nodiscard]] bool in_doubt(const std::string& path) const;
-    bool looks_the_same(const Item& item, const std::function<bool()>& goes_on);
+    bool looks_the_same(const Item& item, const Entry& entry, const std::function<bool()>& goes_on);
 
     RemoteFileSystem& source_;
     std::vector<Item> items_;
