@@ -38,10 +38,10 @@ TEST(EngineCallbacks, EveryAnswerHasItsExactBytes) {
          "", nothing,
          [] {
              const TransferSnapshot now = transfer_snapshot();
-             EXPECT_EQ(now.progress_info, "C:\\a & \xC3\xA9");
+             EXPECT_EQ(GetProgressInfo(), "C:\\a & \xC3\xA9");
              EXPECT_EQ(now.elapsed_time, "00:01");
-             EXPECT_EQ(now.current, 12.5F);
-             EXPECT_EQ(now.total, 0) << "an infinite total cannot be shown";
+             EXPECT_EQ(GetCurrentPercentage(), 12.5F);
+             EXPECT_EQ(GetTotalPercent(), 0) << "an infinite total cannot be shown";
              EXPECT_FALSE(now.being_written);
          }},
         {"progress while one is written",

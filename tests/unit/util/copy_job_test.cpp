@@ -10,6 +10,7 @@
 #include "util/Zev_file_op.h"
 #include "util/byte_copy.h"
 #include "util/copy_job.h"
+#include "util/file_attributes.h"
 #include "util/job_failures.h"
 
 namespace {
@@ -45,6 +46,24 @@ TEST_F(CopyJob, probes_types_and_rights) {
         EXPECT_EQ(permission.type, each.type) << each.path;
         EXPECT_EQ(permission.executable, each.executable) << each.path;
     }
+}
+
+TEST_F(CopyJob, copies_single_attributes_and_files) {
+    const std::string source = make_file("file", "new", 0751), target = make_file("other", "old", 0600);
+    const timespec times[] = {{1000000000, 0}, {1100000000, 0}};
+    ASSERT_EQ(utimensat(AT_FDCWD, source.c_str(), times, 0), 0);
+    for (const auto copy_attribute : {duplicate_file_mode, duplicate_file_owner, duplicate_file_access_time,
+                                      duplicate_file_modify_time}) {
+        EXPECT_EQ(copy_attribute(source, target), 0);
+        EXPECT_EQ(copy_attribute(at("none"), target), -1);
+    }
+    EXPECT_EQ(mode_of(target), 0751U);
+    EXPECT_EQ(record(target).st_atim.tv_sec, 1000000000);
+    EXPECT_EQ(record(target).st_mtim.tv_sec, 1100000000);
+    EXPECT_EQ(low_copy_file(source.c_str(), target.c_str()), -1) << "only a new file";
+    EXPECT_EQ(low_copy_file(source.c_str(), at("made").c_str()), 0);
+    EXPECT_EQ(content(at("made")) + content(target), "newold");
+    EXPECT_EQ(low_copy_file(nullptr, at("x").c_str()), -1);
 }
 
 TEST_F(CopyJob, merges_a_folder_into_one_of_the_same_name) {

@@ -1,6 +1,8 @@
 // Paths, times, sizes, texts and the unicode-hex form.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 #include "base/name_order.h"
 #include "base/shown_text.h"
 #include "base/translated_text.h"
@@ -88,6 +90,15 @@ TEST(Text, converts_times) {
     EXPECT_EQ(convert_to_timet_for_link_engine(1700000000), 1700000000);
     EXPECT_EQ(convert_to_timet_for_link_engine(0x1'FFFFFFFFULL), 0);
     EXPECT_EQ(convert_to_timet_for_link_engine(0x1'7FFFFFFFULL), INT32_MIN);
+}
+
+TEST(Text, writes_sizes) {
+    for (const auto& [bytes, text] :
+         {std::pair<std::uint64_t, const char*>(0, "0 bytes"), {1536, "1.5 KB"}}) {
+        char* size = get_format_size_for_display(bytes);
+        EXPECT_STREQ(size, text);
+        std::free(size);
+    }
 }
 
 TEST(Text, fills_arguments_and_nothing_else) {

@@ -4,6 +4,7 @@
 
 #include <climits>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -124,6 +125,11 @@ TEST_F(Document, grafts_counts_and_steps) {
     const std::string before = document_.GetXML();
     document_.LoadArray(document_.GetParent());
     EXPECT_EQ(document_.GetXML(), before);
+    std::vector<std::string> parts;
+    EXPECT_TRUE(document_.ParseTag("/ZEVMSG/A/B", parts));
+    EXPECT_EQ(parts, (std::vector<std::string>{"ZEVMSG", "A", "B"}));
+    document_.Split("a//b", parts);
+    EXPECT_EQ(parts, (std::vector<std::string>{"a", "", "b"}));
     std::string text = "aXbXX";
     document_.ReplaceSubstring(text, "X", "XX");
     EXPECT_EQ(text, "aXXbXXXX");
