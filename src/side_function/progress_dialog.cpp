@@ -23,6 +23,8 @@ void ProgressDialog::close() {
         return;
     open_ = false;
     std::puts("close dialog!");
+    // The last state is to be seen before it goes.
+    gdk_window_process_all_updates();
     close_file_read_write_dialog(dialog_);
     relese_update_fun();
 }

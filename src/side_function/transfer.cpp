@@ -22,6 +22,7 @@
 #include "tree_view_op/file_list_view.h"
 #include "util/Zev_file_op.h"
 #include "window/closing.h"
+#include "window/dialogs/file_read_write_dialog.h"
 #include "window/long_work.h"
 #include "window/message_parent.h"
 #include "xml_op/answer_readers.h"
@@ -182,11 +183,19 @@ Transfer::~Transfer() {
     set_change_flag(kNothingPrepared);
 }
 
+int Transfer::send_once(command_start_t start, command_finish_t finish) {
+    const int result = send_command_t(start, finish, &args_);
+    // Where the engine ended, and not where it was a moment before.
+    if (kind_ == TASK_COPY && !window_is_closing())
+        (void)update_dialog_info(get_file_read_write_dialog_info());
+    return result;
+}
+
 int Transfer::send(command_start_t start, command_finish_t finish) {
     if (get_atomic(&args_.state) == TASK_CANCEL || window_is_closing())
         return -1;
     std::puts("create thread!");
-    int result = send_command_t(start, finish, &args_);
+    int result = send_once(start, finish);
     // A copy of which only a part failed is a success that a message tells the rest of.
     while ((result == -1 || !GetShowMessageBox().empty()) && can_be_tried_again()) {
         told_ = true;
@@ -196,7 +205,7 @@ int Transfer::send(command_start_t start, command_finish_t finish) {
         args_.sent_again = true;
         args_.arrived.clear();
         set_atomic(&args_.state, kStateRunning);
-        result = send_command_t(start, finish, &args_);
+        result = send_once(start, finish);
     }
     told_ = !GetShowMessageBox().empty();
     show_end_message(result);

@@ -38,6 +38,7 @@ class Transfer {
     [[nodiscard]] std::vector<std::string> arrived(int result);
 
   private:
+    int send_once(command_start_t start, command_finish_t finish);
     [[nodiscard]] bool can_be_tried_again() const;
 
     LongWork long_work_;

@@ -16,6 +16,8 @@ JobProgressLine::JobProgressLine(const JobCounters& counters)
 
 JobProgressLine::~JobProgressLine() {
     g_source_remove(timer_);
+    // Where the job ended, and not where it was a moment before.
+    (void)update(this);
 }
 
 gboolean JobProgressLine::update(gpointer self) {

@@ -200,6 +200,7 @@ class Window(DesktopTest):
                 box = wait_for(d.error_box, what="the failure")
                 expect("asleep", "notified: File operations finished with errors")
                 self.assertTrue(self.is_urgent())
+                self.assertIn("1 of 1 items", " ".join(labels(d.dialog("File Operations"))))
                 write(source, b"new")
                 d.press(box, "Try again")
                 if side == LOCAL:
