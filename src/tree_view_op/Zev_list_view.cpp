@@ -235,7 +235,13 @@ namespace {
 
 void take_rows_away(GtkListStore* store) {
     GtkTreeModel* model = GTK_TREE_MODEL(store);
-    relay_hub::ListingTurns turns(static_cast<std::size_t>(gtk_tree_model_iter_n_children(model, nullptr)));
+    const auto rows = static_cast<std::size_t>(gtk_tree_model_iter_n_children(model, nullptr));
+    relay_hub::ListingTurns turns(rows);
+    if (rows >= relay_hub::kLongListing) {
+        // The view has just let go of each row.
+        turns.begin();
+        turns.serve();
+    }
     GtkTreeIter iter;
     for (std::size_t taken = 0;
          turns.after_rows(taken) && gtk_tree_model_get_iter_first(model, &iter) != FALSE; ++taken)

@@ -56,7 +56,7 @@ bool ListingTurns::after_rows(std::size_t rows) {
     return turn();
 }
 
-void ListingTurns::before_uncut_work() {
+void ListingTurns::serve() {
     if (told_ != nullptr)
         (void)turn();
 }

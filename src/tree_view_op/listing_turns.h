@@ -30,8 +30,8 @@ class ListingTurns {
     // After each row, with their count so far: serves what the main loop has waiting, once the slice is used
     // up. False: stop.
     bool after_rows(std::size_t rows);
-    // Before work that cannot be cut: serves what waits now, if the watcher is told already.
-    void before_uncut_work();
+    // Beside work that cannot be cut: serves what waits now, if the watcher is told already.
+    void serve();
 
   private:
     bool turn();
