@@ -185,6 +185,12 @@ GtkWidget* new_popup_menu(GtkWidget* tree_view, GdkEventButton* event, _popup_me
     gtk_menu_popup(GTK_MENU(menu), nullptr, nullptr, event != nullptr ? nullptr : place_at_cursor, tree_view,
                    event != nullptr ? event->button : 0,
                    event != nullptr ? event->time : gtk_get_current_event_time());
+    // While another program holds the pointer no menu opens; choosing an item of it all the same would take
+    // every key and click away from the window.
+    if (gtk_widget_get_mapped(menu) == FALSE) {
+        gtk_widget_destroy(menu);
+        return nullptr;
+    }
     if (event == nullptr)
         gtk_menu_shell_select_first(GTK_MENU_SHELL(menu), FALSE);
     return menu;

@@ -22,7 +22,7 @@ inline constexpr _popup_menu_switch kMenuAbout = 128;
 GtkWidget* new_menu_bar(UI* interface);
 int show_opoup_menu(GtkWidget* widget);
 // Builds the menu, shows it and pops it up for the event; a null event stands for the keyboard. The menu
-// destroys itself once the user has chosen or left it.
+// destroys itself once the user has chosen or left it. Null when another program holds pointer or keyboard.
 GtkWidget* new_popup_menu(GtkWidget* tree_view, GdkEventButton* event, _popup_menu_switch items,
                           gpointer data);
 
