@@ -16,6 +16,7 @@
 #include "tree_view_op/listing_turns.h"
 #include "tree_view_op/local_row.h"
 #include "tree_view_op/row_store.h"
+#include "tree_view_op/wrapped_label.h"
 
 using relay_hub::list_store_of;
 
@@ -105,9 +106,12 @@ gboolean show_whole_name(GtkWidget* tree_view, gint x, gint y, gboolean by_keybo
     const bool tells = under_pointer == column && name != "..";
     if (tells) {
         GtkWidget* label = gtk_label_new(relay_hub::shown_line(name, relay_hub::kMessageCharacters).c_str());
-        gtk_label_set_line_wrap(GTK_LABEL(label), TRUE);
-        gtk_label_set_line_wrap_mode(GTK_LABEL(label), PANGO_WRAP_WORD_CHAR);
+        relay_hub::wrap_anywhere(GTK_LABEL(label));
         gtk_label_set_max_width_chars(GTK_LABEL(label), kCharacters);
+        // A tooltip's label is laid out anew when it is drawn, and wraps then only to a width of its own.
+        int width = 0;
+        pango_layout_get_pixel_size(gtk_label_get_layout(GTK_LABEL(label)), &width, nullptr);
+        gtk_widget_set_size_request(label, width, -1);
         gtk_tooltip_set_custom(tooltip, label);
         gtk_tree_view_set_tooltip_cell(view, tooltip, path, column, nullptr);
     }

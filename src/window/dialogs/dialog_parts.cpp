@@ -7,6 +7,7 @@
 
 #include "base/glib_owners.h"
 #include "base/shown_text.h"
+#include "tree_view_op/wrapped_label.h"
 #include "window/ui_sets.h"
 
 namespace relay_hub {
@@ -68,8 +69,7 @@ void set_fitting_text(GtkLabel* label, const std::string& text, GtkWidget* paren
     room_for_texts(parent, &width, &height);
     std::string shown = shown_message(text);
     gtk_widget_ensure_style(GTK_WIDGET(label));
-    gtk_label_set_line_wrap(label, TRUE);
-    gtk_label_set_line_wrap_mode(label, PANGO_WRAP_WORD_CHAR);
+    wrap_anywhere(label);
     gtk_label_set_text(label, shown.c_str());
 
     const GObjectPtr<PangoLayout> layout(pango_layout_copy(gtk_label_get_layout(label)));
