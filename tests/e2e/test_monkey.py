@@ -63,7 +63,7 @@ class Monkey(unittest.TestCase):
         for place in ("usr", "etc", "program"):
             mount("-o", "remount,bind,ro", os.path.join(CAGE, place))
         mount("-t", "tmpfs", "-o", "size=2m,mode=0700", "disk", self.home + "/disk")  # another one, soon full
-        for path in re.findall("suppressions=([^:]*)", " ".join(os.environ.get(name, "") for name in SANITIZERS)):
+        for path in re.findall(r"\bsuppressions=([^: ]+)", " ".join(os.environ.get(name, "") for name in SANITIZERS)):
             os.makedirs(CAGE + os.path.dirname(path), exist_ok=True)
             shutil.copy(path, CAGE + path)
         self.env = dict(os.environ, HOME="/tmp/home", XDG_RUNTIME_DIR="/tmp/run", LANG="en_US.UTF-8", NO_AT_BRIDGE="1",
