@@ -19,7 +19,7 @@ using Notice = std::shared_ptr<NotifyNotification>;
 Notice new_notice(const char* text) {
     if (notify_is_initted() == FALSE && notify_init(kProgram) == FALSE)
         return nullptr;
-    const Notice notice(notify_notification_new(text, nullptr, kEntry), g_object_unref);
+    Notice notice(notify_notification_new(text, nullptr, kEntry), g_object_unref);
     notify_notification_set_hint(notice.get(), "desktop-entry", g_variant_new_string(kEntry));
     return notice;
 }

@@ -11,7 +11,7 @@
 namespace relay_hub {
 namespace {
 
-constexpr gint64 kPatience = 3 * G_USEC_PER_SEC;
+constexpr gint64 kPatience = gint64{3} * G_USEC_PER_SEC;
 
 struct EventFree {
     void operator()(GdkEvent* event) const { gdk_event_free(event); }
