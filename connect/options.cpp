@@ -1,46 +1,38 @@
 #include "connect/options.h"
 
+#include "base/option_reader.h"
+
 namespace relay_hub::connect {
 namespace {
 
-struct Switch {
-    const char* name;
-    bool Options::*field;
-};
-constexpr Switch kSwitches[] = {
-    {"--share", &Options::share},
-    {"--help", &Options::help},
-    {"--version", &Options::version},
+constexpr CommandOption<Options> kOptions[] = {
+    {.name = "--serve",
+     .needs = "a folder",
+     .set =
+         [](Options& options, const std::string& folder) {
+             options.serve = folder;
+             return !folder.empty();
+         }},
+    {.name = "--share", .field = &Options::share},
+    {.name = "--help", .field = &Options::help},
+    {.name = "--version", .field = &Options::version},
 };
 
-bool take_switch(const std::string& word, Options& options) {
-    for (const Switch& row : kSwitches) {
-        if (word == row.name)
-            return options.*row.field = true;
-    }
-    return false;
+bool take_computer(Options& options, const std::string& word, std::string& wrong) {
+    wrong = options.computer ? "there is no option " + word : word + " names no computer";
+    if (options.computer)
+        return false;
+    options.computer = parse_typed(word);
+    return options.computer.has_value();
 }
 
 }  // namespace
 
 std::optional<Options> parse_options(const std::vector<std::string>& words, std::string& wrong) {
     Options options;
-    for (std::size_t i = 0; i < words.size(); ++i) {
-        const std::string& word = words[i];
-        if (take_switch(word, options))
-            continue;
-        if (word == "--serve") {
-            options.serve = i + 1 < words.size() ? words[++i] : "";
-            wrong = options.serve.empty() ? "--serve needs a folder" : "";
-        } else if (options.computer || word.starts_with('-')) {
-            wrong = "there is no option " + word;
-        } else {
-            options.computer = parse_typed(word);
-            wrong = options.computer ? "" : word + " names no computer";
-        }
-        if (!wrong.empty())
-            return std::nullopt;
-    }
+    if (!read_options(kOptions, words, options, wrong, take_computer))
+        return std::nullopt;
+    wrong.clear();
     if (int{options.computer.has_value()} + int{!options.serve.empty()} + int{options.share} > 1) {
         wrong = "a computer, --serve and --share exclude one another";
         return std::nullopt;

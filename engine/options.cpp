@@ -1,9 +1,10 @@
 #include "engine/options.h"
 
-#include <array>
 #include <charconv>
 #include <cstdint>
 #include <limits>
+
+#include "base/option_reader.h"
 
 namespace relay_hub::engine {
 namespace {
@@ -53,73 +54,25 @@ bool set_chunk(Options& options, const std::string& value) {
     return good;
 }
 
-struct ValueOption {
-    const char* name;
-    const char* values;
-    bool (*set)(Options& options, const std::string& value);
+constexpr CommandOption<Options> kOptions[] = {
+    {.name = "--serve", .needs = "a folder", .set = set_folder},
+    {.name = "--connect", .needs = "a computer as [user@]host[:port][/folder]", .set = set_computer},
+    {.name = "--status-fd", .needs = "the number of an open descriptor", .set = set_status_descriptor},
+    {.name = "--style", .needs = "posix or windows", .set = set_style},
+    {.name = "--delay", .needs = "milliseconds from 0 to 600000", .set = set_delay},
+    {.name = "--chunk", .needs = "a number of bytes from 1 on", .set = set_chunk},
+    {.name = "--hidden", .field = &Options::hidden},
+    {.name = "--quiet", .field = &Options::quiet},
+    {.name = "--help", .field = &Options::help},
+    {.name = "--version", .field = &Options::version},
 };
-
-constexpr std::array<ValueOption, 6> kValueOptions{{
-    {"--serve", "a folder", set_folder},
-    {"--connect", "a computer as [user@]host[:port][/folder]", set_computer},
-    {"--status-fd", "the number of an open descriptor", set_status_descriptor},
-    {"--style", "posix or windows", set_style},
-    {"--delay", "milliseconds from 0 to 600000", set_delay},
-    {"--chunk", "a number of bytes from 1 on", set_chunk},
-}};
-
-struct Switch {
-    const char* name;
-    bool Options::*field;
-};
-
-constexpr std::array<Switch, 4> kSwitches{{
-    {"--hidden", &Options::hidden},
-    {"--quiet", &Options::quiet},
-    {"--help", &Options::help},
-    {"--version", &Options::version},
-}};
-
-bool take_switch(Options& options, const std::string& argument) {
-    for (const Switch& item : kSwitches) {
-        if (argument == item.name) {
-            options.*item.field = true;
-            return true;
-        }
-    }
-    return false;
-}
-
-const ValueOption* find_value_option(const std::string& name) {
-    for (const ValueOption& option : kValueOptions) {
-        if (name == option.name)
-            return &option;
-    }
-    return nullptr;
-}
 
 }  // namespace
 
 std::optional<Options> parse_options(const std::vector<std::string>& arguments, std::string& wrong) {
     Options options;
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        if (take_switch(options, arguments[i]))
-            continue;
-        const std::size_t equals = arguments[i].find('=');
-        const ValueOption* option = find_value_option(arguments[i].substr(0, equals));
-        if (option == nullptr) {
-            wrong = "there is no option " + arguments[i];
-            return std::nullopt;
-        }
-        const bool has_value = equals != std::string::npos || i + 1 < arguments.size();
-        const std::string value = equals != std::string::npos ? arguments[i].substr(equals + 1)
-                                  : has_value                 ? arguments[++i]
-                                                              : std::string();
-        if (!has_value || !option->set(options, value)) {
-            wrong = std::string(option->name) + " needs " + option->values;
-            return std::nullopt;
-        }
-    }
+    if (!read_options(kOptions, arguments, options, wrong))
+        return std::nullopt;
     if (options.folder.empty() != options.computer.has_value() && !options.help && !options.version) {
         wrong = "one of --serve DIR and --connect HOST is needed";
         return std::nullopt;
