@@ -65,7 +65,7 @@ bool sleep_until_opened(int opens, milliseconds pause, Deadline deadline) {
     return woken == WaitEnd::ready || woken == WaitEnd::timed_out;
 }
 
-// By descriptor: whoever swaps the name for a link gains nothing.
+// By descriptor: swapping the name for a link gains an attacker nothing.
 bool set_mode(const FileDescriptor& place, mode_t mode) {
     const std::string by_descriptor = "/proc/self/fd/" + std::to_string(place.get());
     return ::chmod(by_descriptor.c_str(), mode) == 0;

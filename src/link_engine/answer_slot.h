@@ -32,7 +32,7 @@ void set_answer(std::string text);
 std::string take_answer();
 
 // Puts a cell in the slot's place for the calling thread and the scope's life; the cell must outlive the
-// scope. Scopes nest. For whoever calls a builder and its reader directly on a thread of its own, too.
+// scope. Scopes nest. Also for callers of a builder and its reader on a thread of their own.
 class AnswerScope {
   public:
     explicit AnswerScope(AnswerCell& cell);

@@ -1,5 +1,5 @@
 #pragma once
-// Every name that stands on the wire, shared by whoever builds, reads or answers a message.
+// Every name that stands on the wire, shared by the builders, readers and servers of messages.
 // Spelling is the protocol's own, odd ones included.
 namespace wire {
 

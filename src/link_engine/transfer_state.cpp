@@ -3,19 +3,14 @@
 #include <glib.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-
-#include "link_engine/confirmation.h"
 
 namespace {
 
 using relay_hub::kTextLimit;
 using relay_hub::TransferStorage;
-
-constexpr std::chrono::seconds kUnservedQuestionLimit{20};
 
 static_assert(offsetof(TransferRecord, total_percent) == 4);
 static_assert(offsetof(TransferRecord, current_percentage) == 8);
@@ -40,16 +35,6 @@ char* storage_at(std::size_t offset) {
     return reinterpret_cast<char*>(&shared.storage) + offset;
 }
 
-void store_text(std::size_t offset, const char* text) {
-    char* field = storage_at(offset);
-    *field = '\0';
-    if (!text)
-        return;
-    const std::size_t length = strnlen(text, kTextLimit);
-    if (length < kTextLimit)
-        std::memcpy(field, text, length + 1);
-}
-
 std::string text_at(std::size_t offset) {
     const char* field = storage_at(offset);
     return {field, strnlen(field, sizeof(TransferStorage) - offset)};
@@ -57,27 +42,12 @@ std::string text_at(std::size_t offset) {
 
 void set_text(std::size_t offset, const char* text) {
     const std::lock_guard lock(shared.mutex);
-    store_text(offset, text);
+    shared.store_text(offset, text);
 }
 
 std::string get_text(std::size_t offset) {
     const std::lock_guard lock(shared.mutex);
     return text_at(offset);
-}
-
-// With the mutex held: tells the listener and the window's thread to look at the lock again.
-void announce_lock() {
-    shared.lock_changed.notify_all();
-    g_main_context_wakeup(nullptr);
-}
-
-// With the mutex held.
-void release_confirmation() {
-    if (shared.storage.record.request_lock == kNoRequest)
-        return;
-    shared.storage.record.request_lock = kNoRequest;
-    shared.storage.record.confirm_value = kConfirmNone;
-    announce_lock();
 }
 
 int value_within(int value, int first, int last) {
@@ -87,6 +57,21 @@ int value_within(int value, int first, int last) {
 }  // namespace
 
 relay_hub::SharedTransfer relay_hub::shared_transfer;
+
+void relay_hub::SharedTransfer::announce_lock() {
+    lock_changed.notify_all();
+    g_main_context_wakeup(nullptr);
+}
+
+void relay_hub::SharedTransfer::store_text(std::size_t offset, const char* text) {
+    char* field = storage_at(offset);
+    *field = '\0';
+    if (!text)
+        return;
+    const std::size_t length = strnlen(text, kTextLimit);
+    if (length < kTextLimit)
+        std::memcpy(field, text, length + 1);
+}
 
 void SetEnableInformation(int value) {
     with_record([value](TransferRecord& record) {
@@ -101,7 +86,7 @@ _switch_info IsEnableInformation() {
 int SetInformationRequest(int value) {
     return with_record([value](TransferRecord& record) {
         record.request_lock = value_within(value, kConfirmationWanted, kRequestOther);
-        announce_lock();
+        shared.announce_lock();
         return 0;
     });
 }
@@ -194,7 +179,7 @@ void CleanUpInformationVar() {
     const std::lock_guard lock(shared.mutex);
     shared.storage = TransferStorage();
     shared.refuses_all_that_follow = false;
-    announce_lock();
+    shared.announce_lock();
 }
 
 int get_change_flag() {
@@ -214,74 +199,6 @@ void set_offline_interrupt(int value) {
 }
 
 namespace relay_hub {
-namespace {
-
-// Until somebody has decided the question, or nobody is there to decide it: whoever served questions has
-// gone, or nobody has come for as long as a question without a request may wait.
-void await_decision(std::unique_lock<std::mutex>& lock) {
-    const auto unserved_end = std::chrono::steady_clock::now() + kUnservedQuestionLimit;
-    bool was_served = false;
-    while (shared.storage.record.request_lock != kNoRequest && !shared.closing) {
-        if (shared.confirmation_servers > 0) {
-            was_served = true;
-            shared.lock_changed.wait(lock);
-        } else if (was_served ||
-                   shared.lock_changed.wait_until(lock, unserved_end) == std::cv_status::timeout) {
-            return;
-        }
-    }
-}
-
-}  // namespace
-
-int wait_for_confirmation(const std::string& question) {
-    std::unique_lock lock(shared.mutex);
-    TransferRecord& record = shared.storage.record;
-    if (shared.closing)
-        return kConfirmNone;
-    if (shared.refuses_all_that_follow)
-        return record.confirm_value = kConfirmNo;
-    if (record.confirm_value != kConfirmReplaceAll) {
-        store_text(offsetof(TransferRecord, confirm_message), question.c_str());
-        record.request_lock = kConfirmationWanted;
-        announce_lock();
-    }
-    await_decision(lock);
-    release_confirmation();
-    return record.confirm_value;
-}
-
-ConfirmationServer::ConfirmationServer() {
-    const std::lock_guard lock(shared.mutex);
-    ++shared.confirmation_servers;
-}
-
-ConfirmationServer::~ConfirmationServer() {
-    const std::lock_guard lock(shared.mutex);
-    if (--shared.confirmation_servers == 0)
-        announce_lock();
-}
-
-void end_confirmations() {
-    const std::lock_guard lock(shared.mutex);
-    shared.closing = true;
-    release_confirmation();
-}
-
-void refuse_all_that_follow() {
-    const std::lock_guard lock(shared.mutex);
-    shared.refuses_all_that_follow = true;
-}
-
-bool all_that_follow_is_refused() {
-    const std::lock_guard lock(shared.mutex);
-    return shared.refuses_all_that_follow;
-}
-
-void accept_confirmations_again() {
-    const std::lock_guard lock(shared.mutex);
-    shared.closing = false;
-}
 
 TransferSnapshot transfer_snapshot() {
     const std::lock_guard lock(shared.mutex);

@@ -49,6 +49,11 @@ struct TransferStorage {
 };
 
 struct SharedTransfer {
+    // With the mutex held: wakes the listener and the window's thread to look at the lock again.
+    void announce_lock();
+    // With the mutex held.
+    void store_text(std::size_t offset, const char* text);
+
     std::mutex mutex;
     std::condition_variable lock_changed;
     TransferStorage storage;               // guarded by mutex
@@ -66,7 +71,7 @@ inline constexpr TransferRecord& g_pInformation = relay_hub::shared_transfer.sto
 
 void SetEnableInformation(int value);
 _switch_info IsEnableInformation();
-// Values outside 1-2 store 0. Wakes the main loop and whoever waits for the lock. Returns 0.
+// Values outside 1-2 store 0. Wakes the main loop and the threads that wait for the lock. Returns 0.
 int SetInformationRequest(int value);
 _lock_status GetInformationRequest();
 void SetCurrentPercentage(float value);
@@ -101,16 +106,6 @@ int get_offline_interrupt();
 void set_offline_interrupt(int value);
 
 namespace relay_hub {
-
-// Releases a waiting confirmation with value 0 and makes every later one end at once: the program is
-// closing. Any thread.
-void end_confirmations();
-// The rest of what this copy asks about is to be left alone: every later question of it is answered "No" at
-// once. CleanUpInformationVar forgets it. Any thread.
-void refuse_all_that_follow();
-bool all_that_follow_is_refused();
-// Takes end_confirmations back: a new window.
-void accept_confirmations_again();
 
 // One consistent look at what the progress display needs.
 struct TransferSnapshot {

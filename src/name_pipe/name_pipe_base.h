@@ -111,4 +111,9 @@ namespace relay_hub {
 // What stands before the text of a command in the body of a frame.
 inline constexpr std::string_view kCommandMarker{"\xC9\xBB\x29\xF9\x00\x01", 6};
 
+// m_strPipeName under its mutex. Any thread.
+std::string listener_pipe_name();
+// The body of the message that ends a listener.
+std::string terminate_request();
+
 }  // namespace relay_hub

@@ -1,3 +1,5 @@
+#include "tree_view_op/Zev_list_view.h"
+
 #include <gtk/gtk.h>
 #include <sys/stat.h>
 
@@ -12,7 +14,6 @@
 #include "base/glib_owners.h"
 #include "base/shown_text.h"
 #include "base/translated_text.h"
-#include "tree_view_op/file_list_view.h"
 #include "tree_view_op/listing_turns.h"
 #include "tree_view_op/local_row.h"
 #include "tree_view_op/row_store.h"

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "base/glib_owners.h"
-#include "tree_view_op/file_list_view.h"
+#include "tree_view_op/list_columns.h"
 
 namespace relay_hub {
 

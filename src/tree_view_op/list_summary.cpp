@@ -7,7 +7,8 @@
 
 #include "base/size_text.h"
 #include "base/translated_text.h"
-#include "tree_view_op/file_list_view.h"
+#include "tree_view_op/row_store.h"
+#include "tree_view_op/selection.h"
 
 namespace relay_hub {
 namespace {

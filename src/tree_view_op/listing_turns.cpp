@@ -9,7 +9,6 @@
 
 #include "base/diagnostics.h"
 #include "base/main_loop.h"
-#include "tree_view_op/file_list_view.h"
 
 namespace relay_hub {
 namespace {
@@ -35,15 +34,15 @@ ListingTurns::ListingTurns(std::size_t expected_rows)
     : is_long_(expected_rows >= kLongListing), slice_began_(g_get_monotonic_time()) {}
 
 ListingTurns::~ListingTurns() {
-    if (told_ != nullptr)
-        told_->long_listing_ends();
+    if (watcher_ != nullptr)
+        watcher_->long_listing_ends();
 }
 
 void ListingTurns::begin() {
-    if (told_ != nullptr || the_watcher == nullptr)
+    if (watcher_ != nullptr || the_watcher == nullptr)
         return;
-    told_ = the_watcher;
-    told_->long_listing_begins();
+    watcher_ = the_watcher;
+    watcher_->long_listing_begins();
 }
 
 bool ListingTurns::after_rows(std::size_t rows) {
@@ -57,14 +56,14 @@ bool ListingTurns::after_rows(std::size_t rows) {
 }
 
 void ListingTurns::serve() {
-    if (told_ != nullptr)
+    if (watcher_ != nullptr)
         (void)turn();
 }
 
 bool ListingTurns::turn() {
     serve_main_loop(kServingSlice);
     slice_began_ = g_get_monotonic_time();
-    return told_->go_on();
+    return watcher_->go_on();
 }
 
 struct WorkBesideWindow::Shared {

@@ -13,7 +13,17 @@ namespace relay_hub {
 // A listing of fewer rows than this is filled in one turn.
 inline constexpr std::size_t kLongListing = 2000;
 
-class ListingWatcher;
+// Told when a listing takes several main-loop turns, so that the window can block itself meanwhile.
+// Supplied by a higher room; without one, listings are filled in one turn. Begins and ends nest.
+class ListingWatcher {
+  public:
+    virtual ~ListingWatcher() = default;
+    virtual void long_listing_begins() = 0;
+    virtual void long_listing_ends() = 0;
+    // False once the program is closing: the filling stops where it is.
+    virtual bool go_on() = 0;
+};
+void set_listing_watcher(ListingWatcher* watcher);
 
 // Cuts the filling, or the emptying, of a long listing into slices and tells the watcher from the first cut
 // to the end.
@@ -25,7 +35,7 @@ class ListingTurns {
     ListingTurns& operator=(const ListingTurns&) = delete;
     ~ListingTurns();
 
-    // Tells the watcher now. Nothing without one, or when it is told already.
+    // Tells the watcher that the listing is long. Nothing without one, or the second time.
     void begin();
     // After each row, with their count so far: serves what the main loop has waiting, once the slice is used
     // up. False: stop.
@@ -37,7 +47,7 @@ class ListingTurns {
     bool turn();
 
     bool is_long_;
-    ListingWatcher* told_ = nullptr;
+    ListingWatcher* watcher_ = nullptr;
     gint64 slice_began_;
 };
 

@@ -1,12 +1,15 @@
+#include "tree_view_op/local_listing.h"
+
 #include <cstdio>
 #include <memory>
 #include <string>
 
-#include "tree_view_op/file_list_view.h"
+#include "tree_view_op/Zev_list_view.h"
 #include "tree_view_op/folder_reading.h"
 #include "tree_view_op/list_summary.h"
 #include "tree_view_op/listing_turns.h"
 #include "tree_view_op/local_row.h"
+#include "tree_view_op/row_filler.h"
 #include "util/Zev_file_op.h"
 #include "util/folder_listing.h"
 

@@ -1,3 +1,5 @@
+#include "tree_view_op/row_filler.h"
+
 #include <memory>
 #include <optional>
 #include <string>
@@ -5,7 +7,6 @@
 #include <vector>
 
 #include "base/glib_owners.h"
-#include "tree_view_op/file_list_view.h"
 #include "tree_view_op/icon_sort.h"
 #include "tree_view_op/listing_turns.h"
 #include "tree_view_op/row_store.h"

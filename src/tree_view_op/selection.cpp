@@ -1,9 +1,10 @@
+#include "tree_view_op/selection.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <unordered_set>
 
-#include "tree_view_op/file_list_view.h"
 #include "tree_view_op/row_store.h"
 
 using relay_hub::row_name;

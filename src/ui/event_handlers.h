@@ -3,12 +3,6 @@
 // calls one action. While a request or job runs they start nothing. Window's thread, GDK lock held.
 #include <gtk/gtk.h>
 
-// Drop targets of both lists: info 0 is a row dragged inside this program, info 1 a list of URIs.
-inline constexpr guint kTreeRowTarget = 0;
-inline constexpr guint kUriListTarget = 1;
-inline constexpr int kDropTargetCount = 2;
-extern const GtkTargetEntry drop_targets[kDropTargetCount];
-
 // The click state of the lists.
 inline constexpr int kClickIdle = 7;
 inline constexpr int kDoubleClickPressed = 5;
@@ -47,33 +41,9 @@ void on_treeview_1_row_activated(GtkTreeView* tree_view, GtkTreePath* path, GtkT
                                  gpointer data);
 void on_treeview_1_row_changed(GtkTreeModel* model, GtkTreePath* path, GtkTreeIter* iter, gpointer data);
 
-gboolean on_treeview_1_button_press_event(GtkWidget* tree_view, GdkEventButton* event, gpointer data);
-gboolean on_treeview_1_button_release_event(GtkWidget* tree_view, GdkEventButton* event, gpointer data);
-
-gboolean on_treeview_1_key_press_event(GtkWidget* tree_view, GdkEventKey* event, gpointer data);
-gboolean on_treeview_1_popup_menu(GtkWidget* tree_view, gpointer data);
-gboolean on_treeview_1_focus(GtkWidget* tree_view, GtkDirectionType direction, gpointer data);
-void on_treeview_1_changed(GtkTreeSelection* selection, gpointer data);
-
-void on_treeview_1_drag_data_get(GtkWidget* tree_view, GdkDragContext* context, GtkSelectionData* selection,
-                                 guint info, guint time, gpointer data);
-void on_treeview_1_drag_data_received(GtkWidget* tree_view, GdkDragContext* context, gint x, gint y,
-                                      GtkSelectionData* selection, guint info, guint time, gpointer data);
-gboolean on_treeview_1_drag_drop(GtkWidget* tree_view, GdkDragContext* context, gint x, gint y, guint time,
-                                 gpointer data);
-gboolean on_treeview_1_drag_motion(GtkWidget* tree_view, GdkDragContext* context, gint x, gint y, guint time,
-                                   gpointer data);
-void on_treeview_1_drag_leave(GtkWidget* tree_view, GdkDragContext* context, guint time, gpointer data);
-void on_treeview_1_drag_data_delete(GtkWidget* tree_view, GdkDragContext* context, gpointer data);
-
 namespace relay_hub {
 
 // True once the main window was destroyed.
 bool main_window_is_gone();
-// A press on the ".." row or on no row begins no drag.
-gboolean on_list_motion(GtkWidget* tree_view, GdkEventMotion* event, gpointer data);
-void on_list_drag_begin(GtkWidget* tree_view, GdkDragContext* context, gpointer data);
-// However the drag ended, in another program too.
-void on_list_drag_end(GtkWidget* tree_view, GdkDragContext* context, gpointer data);
 
 }  // namespace relay_hub

@@ -1,5 +1,5 @@
-// The optional "Transfer Line Status" dialog.
-#include "ui/link_status_monitor.h"
+#include "ui/link_status_dialog.h"
+
 #include "window/ui_sets.h"
 
 namespace {

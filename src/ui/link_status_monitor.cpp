@@ -11,7 +11,7 @@
 #include "base/worker.h"
 #include "link_engine/request_builders.h"
 #include "link_engine/transfer_state.h"
-#include "name_pipe/name_pipe_listener.h"
+#include "name_pipe/name_pipe_base.h"
 #include "name_pipe/taken_place.h"
 #include "side_function/link_probes.h"
 #include "tree_view_op/file_list_view.h"

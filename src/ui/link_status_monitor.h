@@ -44,9 +44,6 @@ gboolean waiting_linkengine(gpointer status);
 // without the GDK lock; waits up to some ten seconds.
 void set_line_status();
 
-// Builds and shows the status dialog; no operation opens it. Window's thread.
-wait_status* monitor_link_engine_status_dialog();
-
 namespace relay_hub {
 
 // Sets the record's start values and starts the poll, unless an offline call-back is being handled; a poll

@@ -1,4 +1,5 @@
-// Both ends of a drag in the file lists.
+#include "ui/list_drag.h"
+
 #include <cstdio>
 
 #include "base/glib_owners.h"

@@ -1,4 +1,5 @@
-// The keyboard in the file lists: keys do what the menu does, and move between the panes.
+#include "ui/list_keyboard.h"
+
 #include <gdk/gdkkeysyms.h>
 
 #include <cstdio>

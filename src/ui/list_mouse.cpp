@@ -1,6 +1,5 @@
-// The mouse in the file lists: a selection of several rows survives the press that may start its drag, and
-// its release leaves one; a click beside the rows leaves none; a double click ends with its release, the
-// right button opens the menu.
+#include "ui/list_mouse.h"
+
 #include <cstdio>
 #include <memory>
 #include <utility>

@@ -107,7 +107,7 @@ std::string normalised_remote_path(const std::string& path, bool with_drives) {
     return result;
 }
 
-// 0 or negative; Pane::kUnlisted, untold, for a folder that the engine does not list when that is not told.
+// 0 or negative; Pane::kUnlisted, without a box, for a folder that the engine does not list.
 int load_remote_folder(const std::string& path, bool tell_unlisted) {
     std::printf("real path: %s\n", path.c_str());
     const BusyDialog busy;

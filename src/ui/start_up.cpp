@@ -13,7 +13,7 @@
 #include "base/translated_text.h"
 #include "link_engine/engine_callbacks.h"
 #include "name_pipe/name_pipe_base.h"
-#include "tree_view_op/file_list_view.h"
+#include "tree_view_op/listing_turns.h"
 #include "ui/desktop_locale.h"
 #include "ui/link_status_monitor.h"
 #include "util/user_questions.h"
@@ -63,7 +63,7 @@ class BusyListings : public ListingWatcher {
     std::unique_ptr<BusyDialog> busy_;
 };
 
-// The channel's own commands end the listener, whoever sends them; the engine's call-backs are still to come.
+// Any client can end the listener with the channel's own commands; the engine's call-backs are still to come.
 void start_listener_again() {
     post_to_window([] {
         CNamePipeBase listener;

@@ -210,7 +210,7 @@ CopyOutcome copy_new_file(const std::string& src, const std::string& dst, const 
 
 namespace {
 
-int told(const relay_hub::CopyOutcome& outcome, const std::string& dst) {
+int reported(const relay_hub::CopyOutcome& outcome, const std::string& dst) {
     if (outcome.error_number == 0)
         return 0;
     relay_hub::report_error({relay_hub::kFileOpUnit, "Gfile_copy_file", 710}, outcome.error_number, dst);
@@ -222,7 +222,7 @@ int told(const relay_hub::CopyOutcome& outcome, const std::string& dst) {
 
 int Gfile_copy_file(const std::string& src, const std::string& dst, Gfile_cancel_test cancel_fn,
                     void* cancel_arg) {
-    return told(relay_hub::copy_new_file(src, dst, {cancel_fn, cancel_arg}, {}), dst);
+    return reported(relay_hub::copy_new_file(src, dst, {cancel_fn, cancel_arg}, {}), dst);
 }
 
 int low_copy_file(const char* src, const char* dst) {
@@ -231,5 +231,5 @@ int low_copy_file(const char* src, const char* dst) {
         std::perror("Source file or Destination file wrong!");
         return -1;
     }
-    return told(relay_hub::copy_new_file(src, dst, {}, {relay_hub::SyncTime::now, true}), dst);
+    return reported(relay_hub::copy_new_file(src, dst, {}, {relay_hub::SyncTime::now, true}), dst);
 }

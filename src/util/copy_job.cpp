@@ -210,8 +210,8 @@ std::optional<std::string> named_path(std::string path) {
     return resolved.get();
 }
 
-// Where the walk ends before the source's end, that is told of the source, too.
-void tell_unfinished(const std::string& source, std::uint64_t items) {
+// Reports a source whose walk ended before its end.
+void report_unfinished(const std::string& source, std::uint64_t items) {
     const std::uint64_t left = items - std::min(items, copy_run->visited);
     if (!copy_run->stopped_by_user && left > 0)
         note_failure(tasks, FILE_OP_HERE, source,
@@ -231,7 +231,7 @@ bool copy_source(const std::string& source, std::uint64_t items) {
     } else {
         result = relay_hub::walk_tree(source, walk_step);
         if (result != kGoOn)
-            tell_unfinished(source, items);
+            report_unfinished(source, items);
         copy_run->entries.finish_folders();
     }
     source_base_path_length = 0;
@@ -269,7 +269,7 @@ void copy_all_sources() {
     }
 }
 
-// What the job will go through, for whoever watches it. Ends early on a cancel.
+// Counts what the job will go through, for its progress. Ends early on a cancel.
 void count_sources() {
     std::uint64_t items = 0;
     std::uint64_t bytes = 0;
@@ -403,7 +403,7 @@ int do_copy_callback(const char* path, const struct stat* status, int flag) {
 
 int Gfile_local_copy(void* job) {
     tasks = static_cast<__task_list*>(job);
-    // Whoever started the thread has mostly stored this id already.
+    // The starter of the thread has mostly stored this id already.
     if (pthread_equal(tasks->worker, pthread_self()) == 0)
         tasks->worker = pthread_self();
     dest_path = tasks->folder;

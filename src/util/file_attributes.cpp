@@ -10,7 +10,7 @@
 
 namespace {
 
-int told(const relay_hub::CallSite& site, int result, const std::string& path) {
+int reported(const relay_hub::CallSite& site, int result, const std::string& path) {
     if (result != 0)
         relay_hub::report_error(site, errno, path);
     return result;
@@ -23,24 +23,24 @@ struct Pair {
 };
 
 int look_at_both(const std::string& src, const std::string& dst, Pair* pair) {
-    const int source = told(FILE_OP_HERE, lstat(src.c_str(), &pair->source), src);
-    return source != 0 ? source : told(FILE_OP_HERE, lstat(dst.c_str(), &pair->target), dst);
+    const int source = reported(FILE_OP_HERE, lstat(src.c_str(), &pair->source), src);
+    return source != 0 ? source : reported(FILE_OP_HERE, lstat(dst.c_str(), &pair->target), dst);
 }
 
 }  // namespace
 
 int duplicate_file_mode(const std::string& src, const std::string& dst) {
     struct stat status {};
-    if (told(FILE_OP_HERE, lstat(src.c_str(), &status), src) != 0)
+    if (reported(FILE_OP_HERE, lstat(src.c_str(), &status), src) != 0)
         return -1;
-    return told(FILE_OP_HERE, chmod(dst.c_str(), status.st_mode), dst);
+    return reported(FILE_OP_HERE, chmod(dst.c_str(), status.st_mode), dst);
 }
 
 int duplicate_file_owner(const std::string& src, const std::string& dst) {
     struct stat status {};
-    if (told(FILE_OP_HERE, lstat(src.c_str(), &status), src) != 0)
+    if (reported(FILE_OP_HERE, lstat(src.c_str(), &status), src) != 0)
         return -1;
-    return told(FILE_OP_HERE, chown(dst.c_str(), status.st_uid, status.st_gid), dst);
+    return reported(FILE_OP_HERE, chown(dst.c_str(), status.st_uid, status.st_gid), dst);
 }
 
 int duplicate_file_access_time(const std::string& src, const std::string& dst) {
@@ -48,7 +48,7 @@ int duplicate_file_access_time(const std::string& src, const std::string& dst) {
     if (look_at_both(src, dst, &pair) != 0)
         return -1;
     const utimbuf times{pair.source.st_atime, pair.target.st_mtime};
-    return told(FILE_OP_HERE, utime(dst.c_str(), &times), dst);
+    return reported(FILE_OP_HERE, utime(dst.c_str(), &times), dst);
 }
 
 int duplicate_file_modify_time(const std::string& src, const std::string& dst) {
@@ -56,5 +56,5 @@ int duplicate_file_modify_time(const std::string& src, const std::string& dst) {
     if (look_at_both(src, dst, &pair) != 0)
         return -1;
     const utimbuf times{pair.target.st_atime, pair.source.st_mtime};
-    return told(FILE_OP_HERE, utime(dst.c_str(), &times), dst);
+    return reported(FILE_OP_HERE, utime(dst.c_str(), &times), dst);
 }

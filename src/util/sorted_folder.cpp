@@ -42,7 +42,7 @@ void sort_part(Names::iterator begin, Names::iterator end) {
     std::sort(begin, end, sorts_before);
 }
 
-// Many names are sorted in two halves at once: whoever waits for them leaves a processor idle.
+// Many names are sorted in two halves at once: the thread that waits for them leaves a processor idle.
 void sort_names(Names& names) {
     const auto middle = names.begin() + static_cast<std::ptrdiff_t>(names.size() / 2);
     if (middle - names.begin() >= kManyNames / 2) {

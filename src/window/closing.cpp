@@ -4,7 +4,7 @@
 
 #include "base/glib_owners.h"
 #include "link_engine/command_runner.h"
-#include "link_engine/transfer_state.h"
+#include "link_engine/confirmation.h"
 #include "window/ui_sets.h"
 
 namespace relay_hub {

@@ -14,7 +14,7 @@ namespace {
 
 using relay_hub::XmlDocPtr;
 
-// Whoever has an answer parsed, readers of the logs know the failure by this function.
+// Readers of the logs know the failure of every parse by this function.
 #define STRUCTURE_SITE                                                \
     relay_hub::CallSite {                                             \
         "../src/xml_op/Zev_xml_op.cpp", "get_xml_structure", __LINE__ \

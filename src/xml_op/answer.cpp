@@ -35,10 +35,10 @@ XmlText Answer::field(const char* tag) const {
 int Answer::result() const {
     if (form_ != 0)
         return form_;
-    const XmlText told = field(wire::kResult);
-    if (told == nullptr)
+    const XmlText result_text = field(wire::kResult);
+    if (result_text == nullptr)
         return RET_XML_TAG_MISS;
-    return std::strcmp(text_of(told), wire::kSuccess) == 0 ? 0 : -1;
+    return std::strcmp(text_of(result_text), wire::kSuccess) == 0 ? 0 : -1;
 }
 
 XmlText Answer::reason() const {

@@ -7,6 +7,7 @@
 #include "tree_view_op/file_list_view.h"
 #include "tree_view_op/list_place.h"
 #include "tree_view_op/list_update.h"
+#include "tree_view_op/listing_turns.h"
 
 namespace {
 
