@@ -47,24 +47,43 @@ std::string info_text(const std::string& path) {
         .append("\n");
 }
 
-// The info file is made first: it reserves the name for this item. number goes up with each name tried.
-int reserve_name(int info, const std::string& name, const std::string& text, int& number,
-                 std::string& reserved) {
-    for (; number <= kMostNamesTried; ++number) {
-        reserved = number == 1 ? name : name + "." + std::to_string(number);
-        const std::string file_name = reserved + kInfoSuffix;
-        const FileDescriptor file(
-            openat(info, file_name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
-        if (!file && errno == EEXIST)
-            continue;
-        if (!file)
-            return errno;
-        const int error = write_all(file.get(), text.data(), text.size());
-        if (error != 0)
-            (void)unlinkat(info, file_name.c_str(), 0);
+struct TrashFolders {
+    FileDescriptor files;
+    FileDescriptor info;
+};
+
+int open_trash(int root, const std::string& name, TrashFolders& trash) {
+    FileDescriptor top;
+    if (const int error = open_own_folder(root, name, top); error != 0)
         return error;
-    }
-    return EEXIST;
+    if (const int error = open_own_folder(top.get(), "files", trash.files); error != 0)
+        return error;
+    return open_own_folder(top.get(), "info", trash.info);
+}
+
+int write_info(int folder, const std::string& name, const std::string& text) {
+    const FileDescriptor file(
+        openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    if (!file)
+        return errno;
+    const int error = write_all(file.get(), text.data(), text.size());
+    if (error != 0)
+        (void)unlinkat(folder, name.c_str(), 0);
+    return error;
+}
+
+// EEXIST when either folder of the trash has the name already. The info file is made first: it reserves the
+// name for this item.
+int move_as(const TrashFolders& trash, int parent, const std::string& name, const std::string& trashed_name,
+            const std::string& text) {
+    const std::string info_name = trashed_name + kInfoSuffix;
+    int error = write_info(trash.info.get(), info_name, text);
+    if (error != 0)
+        return error;
+    error = rename_without_replacing(parent, name, trash.files.get(), trashed_name);
+    if (error != 0)
+        (void)unlinkat(trash.info.get(), info_name.c_str(), 0);
+    return error;
 }
 
 }  // namespace
@@ -74,15 +93,8 @@ int trash_item(int root, int parent, const std::string& path) {
     // The trash cannot go into itself, and what is in it is trashed already.
     if (path == trash_name || path.starts_with(trash_name + "/"))
         return EINVAL;
-    FileDescriptor trash;
-    FileDescriptor files;
-    FileDescriptor info;
-    int error = open_own_folder(root, trash_name, trash);
-    if (error == 0)
-        error = open_own_folder(trash.get(), "files", files);
-    if (error == 0)
-        error = open_own_folder(trash.get(), "info", info);
-    if (error != 0)
+    TrashFolders trash;
+    if (const int error = open_trash(root, trash_name, trash); error != 0)
         return error;
     const std::string name = base_name(path);
     // Nothing is reserved for an item that is not there.
@@ -92,17 +104,11 @@ int trash_item(int root, int parent, const std::string& path) {
     // Room for the number and the suffix.
     const std::string kept_name = name.size() > kLongestName ? presentable(name, kLongestName) : name;
     const std::string text = info_text(path);
-    int number = 1;
-    do {
-        std::string reserved;
-        error = reserve_name(info.get(), kept_name, text, number, reserved);
-        if (error != 0)
-            return error;
-        error = rename_without_replacing(parent, name, files.get(), reserved);
-        if (error != 0)
-            (void)unlinkat(info.get(), (reserved + kInfoSuffix).c_str(), 0);
-        ++number;
-    } while (error == EEXIST);
+    int error = EEXIST;
+    for (int number = 1; error == EEXIST && number <= kMostNamesTried; ++number) {
+        const std::string trashed_name = number == 1 ? kept_name : kept_name + "." + std::to_string(number);
+        error = move_as(trash, parent, name, trashed_name, text);
+    }
     return error;
 }
 
