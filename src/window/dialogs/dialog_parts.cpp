@@ -3,11 +3,13 @@
 #include <gdk/gdkkeysyms.h>
 
 #include <algorithm>
+#include <memory>
 #include <string>
 
 #include "base/glib_owners.h"
 #include "base/shown_text.h"
 #include "tree_view_op/wrapped_label.h"
+#include "window/closing.h"
 #include "window/ui_sets.h"
 
 namespace relay_hub {
@@ -54,6 +56,12 @@ int first_byte_outside(PangoLayout* layout, int width, int height) {
     } while (start < 0 && pango_layout_iter_next_line(lines) != FALSE);
     pango_layout_iter_free(lines);
     return start;
+}
+
+void close_prompt(NamePrompt& prompt) {
+    if (prompt.dialog != nullptr)
+        gtk_widget_destroy(prompt.dialog);
+    prompt = {};
 }
 
 }  // namespace
@@ -136,6 +144,18 @@ NamePrompt new_name_prompt(const char* title, const char* label) {
     g_signal_connect(prompt.entry, "key-press-event", G_CALLBACK(click_on_return), prompt.ok_button);
     g_signal_connect(prompt.cancel_button, "clicked", G_CALLBACK(respond_cancel), prompt.dialog);
     return prompt;
+}
+
+bool run_name_prompt(NamePrompt& prompt) {
+    const bool accepted = run_dialog(GTK_DIALOG(prompt.dialog)) == GTK_RESPONSE_OK;
+    close_prompt(prompt);
+    return accepted;
+}
+
+void destroy_name_prompt(NamePrompt* prompt) {
+    const std::unique_ptr<NamePrompt> owner(prompt);
+    if (prompt != nullptr)
+        close_prompt(*prompt);
 }
 
 }  // namespace relay_hub

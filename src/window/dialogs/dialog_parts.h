@@ -34,5 +34,9 @@ struct NamePrompt {
     GtkWidget* label = nullptr;
 };
 NamePrompt new_name_prompt(const char* title, const char* label);
+// Modal; closes the dialog. True when it ended with OK.
+bool run_name_prompt(NamePrompt& prompt);
+// Closes and frees a prompt; null does nothing.
+void destroy_name_prompt(NamePrompt* prompt);
 
 }  // namespace relay_hub

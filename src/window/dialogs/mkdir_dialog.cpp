@@ -6,8 +6,6 @@
 
 #include "base/shown_text.h"
 #include "base/translated_text.h"
-#include "window/closing.h"
-#include "window/dialogs/dialog_parts.h"
 #include "window/dialogs/message_dialog.h"
 
 using relay_hub::translated;
@@ -34,12 +32,6 @@ void on_mkdir_ok(GtkButton*, gpointer data) {
     gtk_dialog_response(GTK_DIALOG(record->dialog), GTK_RESPONSE_OK);
 }
 
-void close_dialog(_mkdir_dialog* record) {
-    if (record->dialog != nullptr)
-        gtk_widget_destroy(record->dialog);
-    *record = {};
-}
-
 }  // namespace
 
 _mkdir_dialog* create_mkdir_dialog() {
@@ -48,22 +40,18 @@ _mkdir_dialog* create_mkdir_dialog() {
 }
 
 void init_mkdir_dialog(_mkdir_dialog* record) {
-    const auto prompt =
+    *record =
         relay_hub::new_name_prompt(translated("IDS_MN_ADDNEWFOLDER"), translated("IDS_NEW_FOLDER_NAME"));
-    *record = {prompt.dialog, prompt.ok_button, prompt.cancel_button, prompt.entry, prompt.label};
     g_signal_connect(record->ok_button, "clicked", G_CALLBACK(on_mkdir_ok), record);
 }
 
 void show_mkdir_dialog(_mkdir_dialog* record) {
-    if (relay_hub::run_dialog(GTK_DIALOG(record->dialog)) != GTK_RESPONSE_OK)
+    if (!relay_hub::run_name_prompt(*record))
         g_folder_name.clear();
-    close_dialog(record);
 }
 
 void destroy_mkdir_dialog(_mkdir_dialog* record) {
-    const std::unique_ptr<_mkdir_dialog> owner(record);
-    if (record != nullptr)
-        close_dialog(record);
+    relay_hub::destroy_name_prompt(record);
 }
 
 const char* get_folder_name() {

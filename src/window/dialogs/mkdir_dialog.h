@@ -1,14 +1,8 @@
 #pragma once
 // The new-folder dialog, used in the order create, init, show, destroy, get_folder_name. Window's thread.
-#include <gtk/gtk.h>
+#include "window/dialogs/dialog_parts.h"
 
-struct _mkdir_dialog {
-    GtkWidget* dialog = nullptr;
-    GtkWidget* ok_button = nullptr;
-    GtkWidget* cancel_button = nullptr;
-    GtkWidget* entry = nullptr;
-    GtkWidget* label = nullptr;
-};
+using _mkdir_dialog = relay_hub::NamePrompt;
 
 _mkdir_dialog* create_mkdir_dialog();
 void init_mkdir_dialog(_mkdir_dialog* record);

@@ -7,8 +7,6 @@
 #include "base/shown_text.h"
 #include "base/translated_text.h"
 #include "tree_view_op/file_list_view.h"
-#include "window/closing.h"
-#include "window/dialogs/dialog_parts.h"
 #include "window/dialogs/message_dialog.h"
 
 using relay_hub::GText;
@@ -149,12 +147,6 @@ void fill_entry(GtkWidget*, gpointer entry) {
         select_stem(GTK_ENTRY(entry));
 }
 
-void close_dialog(_rename_dialog* record) {
-    if (record->dialog != nullptr)
-        gtk_widget_destroy(record->dialog);
-    *record = {};
-}
-
 }  // namespace
 
 _rename_dialog* create_rename_dialog() {
@@ -183,17 +175,15 @@ void set_rename_dialog_old_name(const char* path, GtkWidget* tree_view) {
 }
 
 void init_rename_dialog(_rename_dialog* record) {
-    const auto prompt = relay_hub::new_name_prompt(translated("IDS_MN_RENAME"), translated("IDS_NEW_NAME"));
-    *record = {prompt.dialog, prompt.ok_button, prompt.cancel_button, prompt.entry, prompt.label};
+    *record = relay_hub::new_name_prompt(translated("IDS_MN_RENAME"), translated("IDS_NEW_NAME"));
     g_signal_connect(record->ok_button, "clicked", G_CALLBACK(g_iside != 0 ? check_remote : check_local),
                      record);
     g_signal_connect(record->dialog, "show", G_CALLBACK(fill_entry), record->entry);
 }
 
 void show_rename_dialog(_rename_dialog* record) {
-    if (relay_hub::run_dialog(GTK_DIALOG(record->dialog)) != GTK_RESPONSE_OK)
+    if (!relay_hub::run_name_prompt(*record))
         new_name.clear();
-    close_dialog(record);
 }
 
 void get_rename_dialog_new_name(std::string& out) {
@@ -201,7 +191,5 @@ void get_rename_dialog_new_name(std::string& out) {
 }
 
 void destroy_rename_dialog(_rename_dialog* record) {
-    const std::unique_ptr<_rename_dialog> owner(record);
-    if (record != nullptr)
-        close_dialog(record);
+    relay_hub::destroy_name_prompt(record);
 }

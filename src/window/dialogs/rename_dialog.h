@@ -5,13 +5,9 @@
 
 #include <string>
 
-struct _rename_dialog {
-    GtkWidget* dialog = nullptr;
-    GtkWidget* ok_button = nullptr;
-    GtkWidget* cancel_button = nullptr;
-    GtkWidget* entry = nullptr;
-    GtkWidget* label = nullptr;
-};
+#include "window/dialogs/dialog_parts.h"
+
+using _rename_dialog = relay_hub::NamePrompt;
 
 _rename_dialog* create_rename_dialog();
 // Sets each text that is given (null leaves it), the side and the pane's list.
