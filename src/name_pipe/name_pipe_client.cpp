@@ -1,7 +1,6 @@
 #include "name_pipe/name_pipe_client.h"
 
 #include <fcntl.h>
-#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
 
@@ -13,6 +12,7 @@
 
 #include "base/frame.h"
 #include "base/log.h"
+#include "name_pipe/answer_wait.h"
 #include "name_pipe/channel_lock.h"
 #include "name_pipe/name_pipe_io.h"
 
@@ -21,13 +21,9 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// An answer that has begun and then pauses this long has ended; a peer whose ends are gone this long has
-// died.
-constexpr milliseconds kPeerSilence{2000};
 // What follows a text that is complete: its padding, which is read off so that the peer can finish its write.
 constexpr milliseconds kPaddingPause{20};
 constexpr milliseconds kPaddingLimit{200};
-constexpr milliseconds kAtOnce{20};
 constexpr milliseconds kPostLimit{1000};
 constexpr milliseconds kLongestHold{10};
 // Room for an answer is taken at once, so that it is never moved; memory that stays untouched costs nothing.
@@ -83,116 +79,39 @@ std::string body_trace(std::size_t count) {
 }
 
 constexpr char kWrittenTrace[] = "Write to name-pipe (IN) done!!!\n";
+constexpr char kFailedTrace[] = "Write to name-pipe (IN) Failed!!!\n";
+constexpr char kNothingSentTrace[] = "Write to name-pipe (IN) Failed 0001!!!\n";
 
-// Writes one frame and traces each step, those of a request that the pipe takes at once together. Where it
-// fails the trace tells.
+bool finish_header(int in, std::string_view remaining, bool body_follows, std::optional<milliseconds> stall) {
+    const bool written = write_bytes(in, remaining, stall) == WriteEnd::done;
+    trace(header_trace(written));
+    if (!written)
+        trace(body_follows ? kFailedTrace : kNothingSentTrace);
+    return written;
+}
+
+// sent: how much of the body the pipe has taken already.
+bool finish_body(int in, std::string_view body, std::size_t sent, std::optional<milliseconds> stall) {
+    const auto trace_count = [](std::size_t count) { trace(body_trace(count)); };
+    if (sent > 0)
+        trace_count(sent);
+    const bool written = write_bytes(in, body.substr(sent), stall, trace_count) == WriteEnd::done;
+    trace(written ? kWrittenTrace : kFailedTrace);
+    return written;
+}
+
+// Writes one frame and traces each step, those of a request that the pipe takes at once together.
 bool write_request(int in, std::string_view body, std::optional<milliseconds> stall) {
-    const FrameHeader header = frame_header(static_cast<std::uint32_t>(body.size()));
-    const std::size_t written = write_at_once(in, header, body);
-    if (!body.empty() && written == header.size() + body.size()) {
+    const FrameHeader bytes = frame_header(static_cast<std::uint32_t>(body.size()));
+    const std::string_view header(bytes.data(), bytes.size());
+    const std::size_t sent = write_at_once(in, bytes, body);
+    if (!body.empty() && sent == header.size() + body.size()) {
         trace(header_trace(true) + body_trace(body.size()) + kWrittenTrace);
         return true;
     }
-    const std::string_view header_left =
-        std::string_view(header.data(), header.size()).substr(std::min(written, header.size()));
-    const bool header_written = write_bytes(in, header_left, stall) == WriteEnd::done;
-    trace(header_trace(header_written));
-    if (!header_written && body.empty()) {
-        trace("Write to name-pipe (IN) Failed 0001!!!\n");
-        return false;
-    }
-    const auto count_traced = [](std::size_t count) { trace(body_trace(count)); };
-    const std::size_t body_written = written > header.size() ? written - header.size() : 0;
-    if (body_written > 0)
-        count_traced(body_written);
-    if (!header_written ||
-        write_bytes(in, body.substr(body_written), stall, count_traced) != WriteEnd::done) {
-        trace("Write to name-pipe (IN) Failed!!!\n");
-        return false;
-    }
-    trace(kWrittenTrace);
-    return true;
-}
-
-enum class Writer { present, absent, sent };
-
-// Whether somebody has the answers' FIFO open for writing. poll() cannot tell before the first byte, but a
-// read can, and what it happens to read is kept.
-Writer find_writer(int out, FrameProgress& progress) {
-    FrameHeader bytes{};
-    const ssize_t count = read_some(out, bytes.data(), std::min(bytes.size(), progress.wanted()));
-    if (count <= 0)
-        return count == 0 ? Writer::absent : Writer::present;
-    (void)progress.take({bytes.data(), static_cast<std::size_t>(count)});
-    return Writer::sent;
-}
-
-// Both ends of one exchange.
-struct Connection {
-    FileDescriptor in;
-    FileDescriptor out;
-    std::string out_path;
-};
-
-bool request_unread(int in) {
-    int unread = 0;
-    return ::ioctl(in, FIONREAD, &unread) == 0 && unread > 0;
-}
-
-// After a hang-up on the answers' end. A peer that has not read the request only ended a round before it: the
-// end is opened afresh, because a hang-up stays to be seen. False when the peer has had the request.
-bool joins_next_round(Connection& connection) {
-    if (!request_unread(connection.in.get()))
-        return false;
-    connection.out = open_fifo(connection.out_path, O_RDONLY | O_NONBLOCK);
-    return static_cast<bool>(connection.out);
-}
-
-// The peer closed the answers' end; what it wrote before is still there.
-ReadEnd answer_at_round_end(int out, FrameProgress& progress) {
-    return find_writer(out, progress) == Writer::sent ? ReadEnd::complete : ReadEnd::closed;
-}
-
-// Waits without limit for the first byte of the answer, but not for a peer that ended the round or has died.
-// The end of the round shows by a writer's hang-up or, where the next round began at once, by the watch. A
-// peer that died before it opened its end shows by requests without a reader and answers without a writer at
-// once; a living peer may be in that state too, between its reading and its answering, but only for moments.
-ReadEnd await_answer(Connection& connection, FrameProgress& progress, RoundWatch& round) {
-    // Most answers come at once, and what the peer does before it answers need not wake us.
-    pollfd answered{connection.out.get(), POLLIN, 0};
-    if (wait_on({&answered, 1}, after(kAtOnce)) == WaitEnd::ready && (answered.revents & POLLIN) != 0)
-        return ReadEnd::complete;
-    bool peer_reads = true;
-    Deadline peer_gone;
-    for (;;) {
-        std::array<pollfd, 3> watches{{{connection.out.get(), POLLIN, 0},
-                                       {round.descriptor(), POLLIN, 0},
-                                       {peer_reads ? connection.in.get() : -1, 0, 0}}};
-        const WaitEnd end = wait_on(watches, peer_gone);
-        if (end == WaitEnd::stopped)
-            return ReadEnd::stopped;
-        if ((watches[0].revents & POLLIN) != 0)
-            return ReadEnd::complete;
-        if (watches[0].revents != 0) {
-            if (!joins_next_round(connection))
-                return ReadEnd::closed;
-            continue;
-        }
-        if (round.has_left()) {
-            if (!request_unread(connection.in.get()))
-                return answer_at_round_end(connection.out.get(), progress);
-            round.forget();
-        }
-        if (end == WaitEnd::ready && watches[2].revents == 0)
-            continue;
-        peer_reads = false;
-        const Writer writer = find_writer(connection.out.get(), progress);
-        if (writer == Writer::sent)
-            return ReadEnd::complete;
-        if (writer == Writer::absent && end == WaitEnd::timed_out)
-            return ReadEnd::closed;
-        peer_gone = writer == Writer::absent ? after(kPeerSilence) : Deadline{};
-    }
+    const std::size_t header_sent = std::min(sent, header.size());
+    return finish_header(in, header.substr(header_sent), !body.empty(), stall) &&
+           finish_body(in, body, sent - header_sent, stall);
 }
 
 bool ends_at_zero(AnswerKind kind, const FrameProgress& progress) {
