@@ -1,5 +1,6 @@
 #pragma once
 // The user's trash folder: "Trash/" under the home directory, one folder an entry and an info file beside it.
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -40,8 +41,10 @@ class Trash {
 
     volatile int* job_state_;
     FileDescriptor folder_;
-    // Names differ also where one address follows another within a second.
-    unsigned long names_made_ = 0;
+    // Names differ also where one address follows another within a second, and from those of the job before,
+    // which began some seconds earlier at the same addresses.
+    unsigned long names_made_ =
+        static_cast<unsigned long>(std::chrono::steady_clock::now().time_since_epoch().count());
 };
 
 }  // namespace relay_hub

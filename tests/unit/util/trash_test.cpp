@@ -31,6 +31,21 @@ TEST_F(Trash, an_entry_that_does_not_move_stays_and_the_rest_goes) {
     EXPECT_TRUE(answers.job_errors.empty());
 }
 
+TEST_F(Trash, a_job_right_after_another_waits_for_no_name) {
+    const std::string folder = make_folder("f");
+    Names names;
+    for (int index = 0; index < 100; ++index)
+        names.push_back(std::to_string(index));
+    const auto start = Clock::now();
+    for (const std::size_t in_trash : {200U, 400U}) {
+        for (const std::string& name : names)
+            put(folder + "/" + name, "x");
+        EXPECT_TRUE(remove(folder, names).empty());
+        EXPECT_EQ(names_in(trash()).size(), in_trash);
+    }
+    EXPECT_LT(Clock::now() - start, std::chrono::milliseconds(800));
+}
+
 TEST_F(Trash, a_move_that_half_succeeded_keeps_the_only_copy) {
     const std::string other = make_folder("other");
     if (mount("tmpfs", other.c_str(), "tmpfs", 0, "size=1m") != 0)
