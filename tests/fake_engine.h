@@ -27,7 +27,9 @@ inline double thread_seconds() {
 
 class FakeEngine {
   public:
-    // Gives the answer to a request's text; nullopt stays silent. Runs on the engine's thread.
+    // Gives the answer to a request's text; nullopt stays silent, kRoundEnd ends the round without a byte and
+    // begins the next one at once. Runs on the engine's thread.
+    static constexpr const char* kRoundEnd = "the round ends";
     using Serve = std::function<std::optional<std::string>(const std::string& request)>;
     // The front end's command channel leads to this engine for the engine's life.
     explicit FakeEngine(Serve serve)
@@ -78,7 +80,10 @@ class FakeEngine {
                 const std::lock_guard lock(mutex_);
                 frames_.push_back(frame(body));
             }
-            if (const auto answer = serve_(body.substr(6)))
+            const auto answer = serve_(body.substr(6));
+            if (answer == kRoundEnd)
+                out_ = served(folder_.at("c_OUT"));
+            else if (answer)
                 relay_hub::write_bytes(out_.get(), frame(*answer), 10s);
         }
     }

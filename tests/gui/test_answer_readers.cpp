@@ -1,3 +1,4 @@
+#include <cstring>
 #include <ctime>
 
 #include "gui/pane_fixture.h"
@@ -5,6 +6,7 @@
 #include "link_engine/transfer_state.h"
 #include "tree_view_op/file_list_view.h"
 #include "util/ansi_unicode_hex.h"
+#include "xml_op/Zev_xml_op.h"
 #include "xml_op/answer_readers.h"
 #include "xml_op/answer_text.h"
 
@@ -133,6 +135,18 @@ TEST_F(AnswerReaders, OnlyTheCreateFolderReaderTellsAllCodes) {
             EXPECT_EQ(read(reader, c.answer), c.others) << c.answer;
             EXPECT_EQ(GetShowMessageBox(), c.reason);
         }
+    }
+}
+
+TEST(AnswerText, WhatCannotBeReadIsToldByTheNameOfItsReader) {
+    for (const char* text : {"", "no xml", "<!DOCTYPE a><a/>"}) {
+        xmlNode* root = nullptr;
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(get_xml_structure(text, static_cast<int>(std::strlen(text)), &root), nullptr);
+        EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                    testing::AllOf(testing::HasSubstr("get_xml_structure"),
+                                   testing::HasSubstr("Document not parsed successfully.\n")))
+            << text;
     }
 }
 

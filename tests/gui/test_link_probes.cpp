@@ -45,6 +45,26 @@ TEST_F(Panes, ProbesJudgeTheEnginesAnswer) {
     }
 }
 
+TEST_F(Panes, ARoundWithoutAnAnswerEndsWhicheverRequestItServed) {
+    const struct {
+        std::function<int()> ask;
+        std::vector<const char*> commands;
+    } cases[] = {
+        {offline_connection_status_nothread, {wire::kCheckConnectionStatus}},
+        {link_engine_remote_online, {wire::kCheckRemoteOnline}},
+        {[] { return right_combobox_load_partition(nullptr, nullptr); },
+         {wire::kGetRemoteSpecialPath, wire::kGetDriverList}},
+    };
+    for (const auto& one : cases) {
+        const FakeEngine engine([](const std::string&) { return FakeEngine::kRoundEnd; });
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_EQ(one.ask(), -1) << one.commands.front();
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1)) << one.commands.front();
+        for (const char* command : one.commands)
+            EXPECT_EQ(engine.requests(command).size(), 1U);
+    }
+}
+
 TEST_F(Panes, TheLinkEngineJobSendsACopyAndNothingElse) {
     for (const int kind : {TASK_COPY, TASK_MOVE, TASK_DEL}) {
         const FakeEngine engine([](const std::string&) { return message(kSuccess); });

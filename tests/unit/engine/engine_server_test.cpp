@@ -11,6 +11,21 @@
 #include "name_pipe/name_pipe_base.h"
 #include "unit/name_pipe/support.h"
 
+namespace {
+std::atomic<std::size_t> largest_allocation = SIZE_MAX;
+}
+
+[[gnu::noinline]] void* operator new(std::size_t size) {
+    void* memory = size <= largest_allocation ? std::malloc(size) : nullptr;
+    return memory != nullptr ? memory : throw std::bad_alloc();
+}
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+
 namespace relay_hub::engine {
 namespace {
 
@@ -90,6 +105,26 @@ TEST_F(Serving, ClientsThatMisbehaveCostOneRound) {
         for (int attempt = 0; attempt < 2 && answer != kAlive; ++attempt)
             answer = ask(request);
         EXPECT_EQ(answer, kAlive) << bytes.size();
+    }
+}
+
+TEST_F(Serving, ARequestThatIsTooLongCostsNeitherTheEngineNorTheNextClient) {
+    start();
+    constexpr std::size_t kLongest = std::size_t{64} << 20U;
+    const struct {
+        std::size_t size;
+        std::size_t memory;
+        bool answered;
+    } cases[] = {{kLongest, SIZE_MAX, true}, {kLongest + 1, SIZE_MAX, false}, {kLongest, 1U << 20U, false}};
+    for (const auto& one : cases) {
+        const std::string request = command(std::string(one.size - kMarker.size(), 'x'));
+        largest_allocation = one.memory;
+        Peer client(base_);
+        client.as_client().request(request);
+        EXPECT_EQ(client.take_answer().find("Fail") != std::string::npos, one.answered);
+        largest_allocation = SIZE_MAX;
+        client.close_in();
+        EXPECT_EQ(ask(command(kHeartbeat)), kAlive) << one.size << " " << one.memory;
     }
 }
 
