@@ -55,7 +55,7 @@ std::string address_text(const AvahiAddress& address, AvahiIfIndex interface) {
     return std::string(text.data()) + "%" + name.data();
 }
 
-// The user whom the announcement names, or an empty text.
+// The user named by the announcement, or an empty text.
 std::string user_of(AvahiStringList* texts) {
     AvahiStringList* entry = avahi_string_list_find(texts, "u");
     char* value = nullptr;

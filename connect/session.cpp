@@ -105,8 +105,8 @@ void Session::on_connected() {
 
 void Session::on_engine_end(const std::string& last_words) {
     if (state_ == State::connecting) {
-        const bool told = failure_.event == EngineEvent::failed && !failure_.text.empty();
-        tell_failure(failure_.failure, told ? failure_.text : last_words);
+        const bool has_reason = failure_.event == EngineEvent::failed && !failure_.text.empty();
+        tell_failure(failure_.failure, has_reason ? failure_.text : last_words);
     } else if (state_ == State::cancelling) {
         state_ = State::asking;
         dialog_.show_ready();

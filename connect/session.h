@@ -51,7 +51,7 @@ class Session {
     ComputerHistory history_;
     SshAddress address_;  // the computer that is being reached; of a folder empty
     std::string shown_name_;
-    EngineStatus failure_;  // what the engine told before it ended
+    EngineStatus failure_;  // what the engine reported before it ended
     ConnectDialog dialog_;
     EngineProcess engine_;
     ChildProcess window_;

@@ -17,7 +17,7 @@ namespace {
 
 constexpr mode_t kEveryRight = 0777;
 constexpr std::size_t kLongestShownPath = 600;
-// Files that a tree is told to read ahead; it hears of more when half of them are done.
+// Files announced to a tree for reading ahead; more are announced when half of them are done.
 constexpr std::size_t kAnnounced = 128;
 
 Error reason(int number, const char* id) {

@@ -1,7 +1,8 @@
 #pragma once
 // One copy request carried out: every item with all below it, from one tree of files into another. Asks once
-// for each file in the way, passes over what is there already, tells the progress, stops when told, collects
-// failures and goes on. One object per request, used on one thread; trees and front end must outlive it.
+// for each file in the way, passes over what is there already, reports progress, stops when cancelled,
+// collects failures and goes on. One object per request, used on one thread; trees and front end must outlive
+// it.
 #include <functional>
 #include <list>
 #include <optional>
@@ -22,7 +23,7 @@
 
 namespace relay_hub::engine {
 
-// One tree, and how its paths are told to the user.
+// One tree, and how its paths are shown to the user.
 struct CopySide {
     RemoteFileSystem& files;
     std::function<std::string(const std::string& path)> show;
@@ -39,7 +40,7 @@ enum class Purpose { kCopy, kMove };
 
 class CopyBatch {
   public:
-    // may_travel says which names exist for both sides; others are told as failures.
+    // may_travel says which names exist for both sides; others are reported as failures.
     CopyBatch(CopySide source, CopySide target, std::function<bool(const std::string& name)> may_travel,
               FrontEnd& front_end);
     ~CopyBatch();
@@ -71,7 +72,7 @@ class CopyBatch {
     void measure(const std::vector<Item>& items);
     std::vector<Item> look_at_items(const std::vector<CopyItem>& items);
     void copy_item(const Item& item, const FolderLookup& target);
-    // Whether things can be copied into the folder; told for source when not.
+    // Whether things can be copied into the folder; if not, that is a failure of source.
     bool enter_target(const std::string& source, const std::string& folder);
     // source and target_folder: the paths so far. A folder is only begun: its level is put on top.
     void copy_entry(const std::string& source, const Entry& entry, const std::string& target_folder,
@@ -88,7 +89,7 @@ class CopyBatch {
     enum class Verdict { kWrite, kReplace, kPresent, kLeave };
     Verdict judge_target(const std::string& source, const Entry& entry, const std::string& target,
                          const FolderLookup& lookup, Entry& present);
-    // Whether the target's file is the source's, as far as the purpose asks for it. False with an error told.
+    // Whether the target's file is the source's, as far as the purpose asks for it. False with error set.
     bool is_there(const std::string& source, const Entry& entry, const std::string& target,
                   const Entry& present, Error& error);
     bool may_replace(const std::string& target, const Entry& entry, const Entry& present);

@@ -11,7 +11,7 @@ namespace relay_hub::engine {
 namespace {
 
 constexpr std::size_t kMostKept = 1000;
-constexpr std::size_t kNamesTold = 5;
+constexpr std::size_t kNamesListed = 5;
 constexpr std::size_t kLongestSummary = 900;
 constexpr std::size_t kLongestItem = 200;
 constexpr std::size_t kLongestReason = 120;
@@ -26,16 +26,16 @@ void FailureList::add(std::string item, std::string reason) {
 
 std::string FailureList::lines() const {
     std::string lines;
-    std::size_t told = 0;
+    std::size_t listed = 0;
     for (const Failure& failure : kept_) {
         const std::string line =
             in_one_line(failure.item, kLongestItem) + ": " + in_one_line(failure.reason, kLongestReason);
-        if (told == kNamesTold || lines.size() + line.size() > kLongestSummary)
+        if (listed == kNamesListed || lines.size() + line.size() > kLongestSummary)
             break;
         lines += (lines.empty() ? "" : "\n") + line;
-        ++told;
+        ++listed;
     }
-    if (told < count_)
+    if (listed < count_)
         lines += "\n…";
     return lines;
 }

@@ -30,7 +30,7 @@ class CopyProgress {
     void finish(const Entry& entry);
     // The same for one that was at the target already.
     void finish_present(const Entry& entry);
-    // Tells the front end, if it has not been told just now.
+    // Reports to the front end, unless the last report was only moments ago.
     void report();
     // Tells it where the copy ended.
     void report_end() { tell(std::chrono::steady_clock::now()); }

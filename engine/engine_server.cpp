@@ -168,7 +168,8 @@ bool EngineServer::stop(std::optional<milliseconds> limit) {
 EngineServer::Reading EngineServer::read_request(int in, std::string& body) {
     if (const Reading opened = out_ ? Reading::complete : open_answer_end(in); opened != Reading::complete)
         return opened;
-    // Whoever left before the request came was an earlier client: this one sends it after opening its end.
+    // A reader that left before the request came was an earlier client: this one sends it after opening its
+    // end.
     (void)wait_for(in, POLLIN, after(kClientLimit));
     clients_->forget();
     FrameProgress progress;
@@ -221,7 +222,7 @@ void EngineServer::answer(std::string request) {
     if (!settings_.quiet)
         std::printf("request %s\n", in_one_line(request, kLongestTracedText).c_str());
     front_end_.make_pipes_private();
-    // A client that left has nothing left to do, to be asked or to be told.
+    // Nothing is done for a client that has left, and it is neither asked nor sent anything.
     const PeerScope for_this_client(out_.get(), clients_->descriptor());
     const Reply reply = requests_.handle(std::move(request));
     if (reply.ends_engine)

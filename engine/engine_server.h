@@ -30,7 +30,7 @@ class EngineServer {
     EngineServer(const EngineServer&) = delete;
     EngineServer& operator=(const EngineServer&) = delete;
 
-    // False, with why told, when a pipe cannot be had.
+    // False, with the reason in why, when a pipe cannot be had.
     bool create_pipes(std::string& why);
     // Returns after stop() or when a client asked the engine to exit: true. False when the pipe was lost.
     bool run();
@@ -69,7 +69,7 @@ class EngineServer {
     // gets in.
     FileDescriptor keeper_;               // a reader of requests
     FileDescriptor out_;                  // the answers; opened once there is a reader
-    std::optional<ReaderWatch> clients_;  // who reads the answers
+    std::optional<ReaderWatch> clients_;  // the readers of the answers
     std::atomic<bool> ended_{false};
 };
 

@@ -96,10 +96,10 @@ FileList file_list(const Listing& listing, Style style, HiddenFiles hidden, std:
         text.add(wire::kFreeSpace, *free);
     const std::size_t start = text.size();
     list.shown = ordered.size();
-    list.told = add_entries(text, ordered, true, longest);
-    if (list.told < list.shown) {
+    list.sent = add_entries(text, ordered, true, longest);
+    if (list.sent < list.shown) {
         text.cut_back(start);
-        list.told = add_entries(text, ordered, false, longest);
+        list.sent = add_entries(text, ordered, false, longest);
     }
     list.text = text.finish();
     return list;

@@ -15,7 +15,7 @@ enum class HiddenFiles { kLeftOut, kListed };
 struct FileList {
     std::string text;       // the answer
     std::size_t shown = 0;  // entries that should be in it
-    std::size_t told = 0;   // that are
+    std::size_t sent = 0;   // entries that are in it
     FailureList missing;    // entries that cannot be, whatever room there is
 };
 

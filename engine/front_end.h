@@ -14,7 +14,7 @@ struct Progress {
     std::chrono::seconds elapsed{0};
     std::uint64_t done = 0;
     std::uint64_t total = 0;
-    std::string how_far;  // the same and more in words; empty: the time that has passed is told
+    std::string how_far;  // the same and more in words; empty: the elapsed time is shown
 };
 
 class FrontEnd {

@@ -35,7 +35,7 @@ class FrontEndLink : public FrontEnd {
     // Any thread, before a request is begun.
     void begin_request() { last_asked_ = Clock::time_point(); }
     // Any thread. Whether the user has cancelled a request that asked about it before, but for a second has
-    // neither asked nor told anything.
+    // neither asked nor reported anything.
     bool silent_and_cancelled();
 
     // Any thread. False when the front end did not take it.

@@ -1,5 +1,5 @@
 #pragma once
-// What another program that started the engine is told about the connection, on the descriptor of
+// The status of the connection for a program that started the engine, on the descriptor of
 // "--status-fd". One line an event, its fields parted by tabs:
 //   connecting
 //   ssh         line                       what ssh writes on its standard error
@@ -20,7 +20,7 @@ namespace relay_hub::engine {
 
 class LinkStatus {
   public:
-    // Takes the descriptor; an empty one is told nothing. One thread at a time.
+    // Takes the descriptor; with an empty one nothing is written. One thread at a time.
     explicit LinkStatus(FileDescriptor out);
     void connecting() const;
     void ssh_said(std::string_view line) const;

@@ -18,7 +18,7 @@ std::optional<std::string> inner_path(Style style, std::string_view wire_path);
 std::string wire_path(Style style, std::string_view inner);
 // Whether it is the root or a whole drive.
 bool is_root(Style style, std::string_view inner);
-// Whether a name can be told to the front end at all: valid UTF-8 without control characters and separators
+// Whether a name can be sent to the front end at all: valid UTF-8 without control characters and separators
 // of the style, and no name of the folder itself or the one above.
 bool can_travel(Style style, std::string_view name);
 
@@ -33,7 +33,7 @@ std::string base_name(std::string_view path);
 // would have written just that hex for it, since only it still tells characters above U+FFFF.
 std::optional<std::string> meant_text(const std::string& plain, const std::string& hex);
 
-// A text of which only that hex is left, with the pictographs (U+1F300 to U+1F6FF) put back. They had become
+// A text decoded from that hex alone, with the pictographs (U+1F300 to U+1F6FF) put back. They had become
 // private characters, which nobody types.
 std::string with_pictographs(const std::string& text);
 

@@ -39,9 +39,9 @@ void OfflineNotifier::run() {
             return;
         pending_ = false;
         lock.unlock();
-        const bool told = tell_();
+        const bool delivered = tell_();
         lock.lock();
-        if (told || changed_.wait_for(lock, kRetry, [this] { return ending_; }))
+        if (delivered || changed_.wait_for(lock, kRetry, [this] { return ending_; }))
             continue;
         pending_ = true;
     }

@@ -18,7 +18,7 @@ class OfflineNotifier {
     OfflineNotifier(const OfflineNotifier&) = delete;
     OfflineNotifier& operator=(const OfflineNotifier&) = delete;
 
-    // Any thread. The remote computer went offline, or came back: then nothing is told any more.
+    // Any thread. The remote computer went offline, or came back: then no more notices are sent.
     void set_offline(bool offline);
 
   private:

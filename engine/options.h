@@ -23,7 +23,7 @@ struct Options {
     bool version = false;
 };
 
-// Nothing, with what is wrong told, for a command line that cannot be carried out.
+// Nothing, with the reason in wrong, for a command line that cannot be carried out.
 std::optional<Options> parse_options(const std::vector<std::string>& arguments, std::string& wrong);
 std::string help_text();
 std::string version_text();

@@ -1,6 +1,6 @@
 #pragma once
-// Tells when the reader of a FIFO closed it, even if another reader came at once. Where the system grants no
-// watch nothing is told. One thread at a time.
+// Notices when the reader of a FIFO closed it, even if another reader came at once. Where the system grants
+// no watch it notices nothing. One thread at a time.
 #include <string>
 
 #include "base/file_descriptor.h"

@@ -49,7 +49,7 @@ struct FileIdentity {
 struct Entry {
     std::string name;
     EntryKind kind = EntryKind::kFile;
-    bool opens_as_folder = false;  // a folder, or a link to one inside the tree; told by list() alone
+    bool opens_as_folder = false;  // a folder, or a link to one inside the tree; set by list() alone
     bool has_mode = true;          // else mode is a guess that is not worth applying
     bool has_times = true;         // else they are zero
     mode_t mode = 0;
@@ -110,7 +110,7 @@ class FileSink {
     FileSink(const FileSink&) = delete;
     FileSink& operator=(const FileSink&) = delete;
     virtual ~FileSink() = default;
-    // An earlier write's failure may be told by a later one, or by commit.
+    // An earlier write's failure may be returned by a later one, or by commit.
     virtual Error write(const char* data, std::size_t size) = 0;
     [[nodiscard]] virtual int descriptor() const = 0;
     // Starts what is written on its way to the disk, so that the commit of a big file does not take long.
@@ -152,15 +152,15 @@ class RemoteFileSystem {
     virtual void keep_folder_open(bool keep) = 0;
 
     virtual Error list(const std::string& folder, Listing& listing) = 0;
-    // A link is told as a link.
+    // A link is returned as a link.
     virtual Error stat(const std::string& path, Entry& entry) = 0;
     virtual Error read_link(const std::string& path, std::string& target) = 0;
     // The folder and every folder above it, innermost first. Empty where folders have no identity.
     virtual Error folder_chain(const std::string& folder, std::vector<FileIdentity>& chain) = 0;
 
-    // The files that open_source() will be called for next, in this order and after those told before: small
-    // ones can be fetched ahead. One that is passed over will not be opened any more; an empty span says so
-    // of all.
+    // The files that open_source() will be called for next, in this order and after those announced before:
+    // small ones can be fetched ahead. One that is passed over will not be opened any more; an empty span
+    // says so of all.
     virtual void read_ahead(std::span<const FileToRead> files) = 0;
     // entry as list() or stat() gave it.
     virtual Error open_source(const std::string& path, const Entry& entry,

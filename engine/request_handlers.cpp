@@ -347,7 +347,7 @@ std::optional<std::string> RequestHandlers::failure_of_copy(const CopyBatch& bat
                                 std::to_string(batch.left()), std::to_string(batch.total())});
     if (failures.empty())
         return std::nullopt;
-    // Where something was done the answer is a success, and the box alone tells the rest.
+    // Where something was done the answer is a success, and only the box reports the failures.
     std::string summary = failures.summary();
     if (batch.anything_done() && front_end_.message(summary))
         return std::nullopt;
@@ -358,15 +358,15 @@ std::optional<std::string> RequestHandlers::failure_of_copy(const CopyBatch& bat
 void RequestHandlers::tell_what_is_missing(const std::string& folder, const FileList& list) {
     const std::string shown = in_one_line(folder, kLongestShownPath);
     std::string text;
-    if (list.told < list.shown)
+    if (list.sent < list.shown)
         text =
-            fill_translated("IDS_LIST_CUT", {shown, std::to_string(list.shown), std::to_string(list.told)});
+            fill_translated("IDS_LIST_CUT", {shown, std::to_string(list.shown), std::to_string(list.sent)});
     if (!list.missing.empty())
         text += (text.empty() ? "" : "\n") +
                 fill_translated("IDS_LIST_LEFT_OUT",
                                 {shown, std::to_string(list.missing.count()), list.missing.lines()});
     if (!text.empty() && !front_end_.message(text))
-        report(RELAY_HUB_HERE, "not told:", in_one_line(text));
+        report(RELAY_HUB_HERE, "not shown to the user:", in_one_line(text));
 }
 
 std::string RequestHandlers::connection_status(CZEVXML& /*request*/) {

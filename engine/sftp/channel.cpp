@@ -171,7 +171,8 @@ void Channel::write_some() {
             break;
         outgoing_start_ += static_cast<std::size_t>(count);
     }
-    // The thread sends the rest as the pipe takes it, and sees what is wrong with the pipe at its other end.
+    // The thread sends what remains as the pipe takes it, and sees what is wrong with the pipe at its other
+    // end.
     if (outgoing_start_ < outgoing_.size())
         (void)eventfd_write(thread_events_.get(), 1);
     if (outgoing_start_ * 2 >= outgoing_.size()) {
@@ -326,7 +327,7 @@ std::string Channel::take_packets() {
         wrong = take_packet({incoming_.data() + incoming_start_ + kLengthSize, size});
         incoming_start_ += kLengthSize + size;
     }
-    // A packet that is not complete has room for its rest behind it.
+    // A packet that is not complete has room behind it for the missing part.
     if (incoming_start_ == incoming_end_ || incoming_start_ > incoming_.size() / 2) {
         std::memmove(incoming_.data(), incoming_.data() + incoming_start_, incoming_end_ - incoming_start_);
         incoming_end_ -= incoming_start_;

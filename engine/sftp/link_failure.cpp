@@ -16,7 +16,7 @@ struct Sign {
     FailureKind kind;
 };
 
-// The first sign that any line bears decides: a changed key is told together with a failed verification.
+// The first sign that any line bears decides: ssh reports a changed key together with a failed verification.
 constexpr std::array<Sign, 17> kSigns{{
     {"REMOTE HOST IDENTIFICATION HAS CHANGED", FailureKind::kHostKeyChanged},
     {"Host key verification failed", FailureKind::kHostKeyUnknown},

@@ -13,7 +13,7 @@
 
 namespace relay_hub::engine::sftp {
 
-// Told on the keeper's thread; must not wait for the keeper.
+// Called on the keeper's thread; must not wait for the keeper.
 class LinkObserver {
   public:
     LinkObserver() = default;

@@ -81,8 +81,8 @@ Error find_places(Session& session, Style style, const std::string& first_folder
     if (!session.facts().has_drives)
         (void)session.read_small_file(home + "/.config/user-dirs.dirs", kLongestUserDirs, user_dirs);
     const auto or_usual = [&](const char* key, const char* usual) {
-        const std::string told = user_folder(user_dirs, key, home);
-        return told.empty() && user_dirs.empty() ? home + usual : told;
+        const std::string configured = user_folder(user_dirs, key, home);
+        return configured.empty() && user_dirs.empty() ? home + usual : configured;
     };
     const std::array<std::pair<std::string, std::optional<std::string>*>, 3> wanted{
         {{home, &places.home},

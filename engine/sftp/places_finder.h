@@ -7,8 +7,9 @@
 
 namespace relay_hub::engine::sftp {
 
-// Only what is there is told. first_folder, where not empty, is what the front end opens: it comes first, and
-// desktop and documents are told as drives behind it. So does the home folder where there is no desktop.
+// Only what exists is returned. first_folder, where not empty, is what the front end opens: it comes first,
+// and desktop and documents are returned as drives behind it. So does the home folder where there is no
+// desktop.
 Error find_places(Session& session, Style style, const std::string& first_folder, Places& places);
 
 // The folder that a line of "user-dirs.dirs" gives for key ("XDG_DESKTOP_DIR"): absolute, empty for none.

@@ -7,7 +7,7 @@
 
 namespace relay_hub::engine::sftp {
 
-// Whether the entry found under to is from itself. False also when that cannot be told for certain.
+// Whether the entry found under to is from itself. False also when that is not certain.
 bool is_respelling(Session& session, const std::string& from, const std::string& to);
 // Gives the entry its other spelling. What goes wrong leaves it under from, or, where the link is lost just
 // then, under to with an ending.

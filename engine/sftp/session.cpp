@@ -24,8 +24,10 @@ bool is_drive_path(const std::string& path) {
 }
 
 // 0 stands for no limit.
-std::size_t limited(std::uint64_t told, std::size_t most) {
-    return told == 0 ? most : static_cast<std::size_t>(std::clamp<std::uint64_t>(told, kShortestBlock, most));
+std::size_t limited(std::uint64_t announced, std::size_t most) {
+    return announced == 0
+               ? most
+               : static_cast<std::size_t>(std::clamp<std::uint64_t>(announced, kShortestBlock, most));
 }
 
 Fields extended(std::string_view name) {

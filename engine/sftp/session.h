@@ -1,8 +1,8 @@
 #pragma once
 // One connection to an SFTP server with what the server said about itself: the requests by name. Each
 // send_…() puts a request on its way, the take_…() of its kind waits for the answer; the others do both.
-// Paths are the server's own, absolute ones. One thread at a time; whoever keeps a handle or a pending reply
-// keeps the session.
+// Paths are the server's own, absolute ones. One thread at a time; the holder of a handle or a pending reply
+// keeps the session too.
 #include <memory>
 #include <string>
 #include <vector>

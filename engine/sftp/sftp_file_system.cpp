@@ -24,7 +24,7 @@ constexpr std::size_t kMostLooksInFlight = 64;
 constexpr std::uint64_t kLargestAhead = 1024UL * 1024;
 constexpr std::uint64_t kMostBytesAhead = 8UL * 1024 * 1024;
 constexpr std::size_t kMostFilesAhead = 64;
-constexpr std::size_t kLongestNameTold = 200;
+constexpr std::size_t kLongestNameReported = 200;
 
 Error offline() {
     return {ENOTCONN, translated("IDS_ERROR_DISCONNECT")};
@@ -63,9 +63,9 @@ Error look_behind_links(Session& session, const std::string& folder, std::vector
     return {};
 }
 
-// Whether every character of a name that is refused can be told.
-std::string tellable(const std::string& name) {
-    std::string text = name.substr(0, kLongestNameTold);
+// A refused name as it can be reported.
+std::string reportable(const std::string& name) {
+    std::string text = name.substr(0, kLongestNameReported);
     std::replace(text.begin(), text.end(), '\0', '?');
     return text;
 }
@@ -144,9 +144,9 @@ Error SftpFileSystem::list(const std::string& folder, Listing& listing) {
         if (entry.name == "." || entry.name == "..")
             return;
         if (!is_possible_name(entry.name)) {
-            report(RELAY_HUB_HERE, "the other computer told an impossible name in:", path);
+            report(RELAY_HUB_HERE, "the other computer sent an impossible name in:", path);
             listing.failed.push_back(
-                {tellable(entry.name), {EINVAL, translated("IDS_REASON_NAME_REFUSED_THERE")}});
+                {reportable(entry.name), {EINVAL, translated("IDS_REASON_NAME_REFUSED_THERE")}});
         } else if (is_part_name(entry.name)) {
             // A file that is just being written is not there yet.
             listed_parts_.push_back(std::move(entry.name));

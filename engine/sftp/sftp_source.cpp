@@ -79,7 +79,7 @@ Error SftpSource::take_piece() {
     }
     if (error)
         return error;
-    // A piece may come shorter than it was asked for, and then its rest comes first.
+    // A piece may come shorter than requested; then what remains of it is requested first.
     if (rest_.size() < piece.size) {
         const std::uint64_t next = piece.offset + rest_.size();
         if (piece.offset >= expected_size_)

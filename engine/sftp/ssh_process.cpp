@@ -221,10 +221,10 @@ void SshProcess::drain_errors() {
 bool SshProcess::read_errors(std::vector<std::string>& lines) {
     const std::lock_guard lock(mutex_);
     drain_errors();
-    lines.assign(lines_.begin() + static_cast<std::ptrdiff_t>(lines_told_), lines_.end());
+    lines.assign(lines_.begin() + static_cast<std::ptrdiff_t>(lines_reported_), lines_.end());
     if (lines_.size() > kMostLines)
         lines_.erase(lines_.begin() + kMostLines / 2, lines_.end() - kMostLines / 2);
-    lines_told_ = lines_.size();
+    lines_reported_ = lines_.size();
     return errors_open_;
 }
 

@@ -28,7 +28,7 @@ std::vector<std::string> ssh_arguments(const SshStart& start);
 
 class SshProcess {
   public:
-    // Null, with why told, when ssh cannot be started.
+    // Null, with the reason in why, when ssh cannot be started.
     static std::unique_ptr<SshProcess> start(const SshStart& start, LinkFailure& why);
     // Ends ssh and all that it started, by force where it does not go.
     ~SshProcess();
@@ -59,7 +59,7 @@ class SshProcess {
     bool errors_open_ = true;         // guarded by mutex_
     std::string unfinished_line_;     // guarded by mutex_
     std::vector<std::string> lines_;  // guarded by mutex_; the first and the last ones
-    std::size_t lines_told_ = 0;      // guarded by mutex_
+    std::size_t lines_reported_ = 0;  // guarded by mutex_
     std::mutex mutex_;
 };
 

@@ -1,6 +1,7 @@
 #pragma once
-// How the window's thread waits: by turning the main loop, asleep while nothing happens. Whoever changes what
-// is waited for wakes it (Worker and set_atomic do, with g_main_context_wakeup). Window's thread.
+// How the window's thread waits: by turning the main loop, asleep while nothing happens. The code that
+// changes what is waited for wakes it (Worker and set_atomic do, with g_main_context_wakeup). Window's
+// thread.
 #include <chrono>
 #include <functional>
 

@@ -14,14 +14,15 @@ struct CommandOption {
     const char* name;
     bool Options::*field = nullptr;  // of a switch
     const char* needs = nullptr;     // of an option with a value: what it takes, in words
-    bool (*set)(Options& options, const std::string& value) = nullptr;  // false for a value that will not do
+    bool (*set)(Options& options,
+                const std::string& value) = nullptr;  // false for a value that is not accepted
 };
 
-// Gets each word that is no option. False, with what is wrong told, for one that will not do.
+// Gets each word that is no option. False, with the reason in wrong, for one that is not accepted.
 template <typename Options>
 using WordTaker = bool (*)(Options& options, const std::string& word, std::string& wrong);
 
-// Fills options. False, with what is wrong told, for a command line that the table does not know.
+// Fills options. False, with the reason in wrong, for a command line that the table does not know.
 template <typename Options, std::size_t kCount>
 bool read_options(const CommandOption<Options> (&table)[kCount], const std::vector<std::string>& words,
                   Options& options, std::string& wrong, WordTaker<Options> take_word = nullptr) {

@@ -20,7 +20,7 @@ class ProgressText {
   public:
     using Clock = std::chrono::steady_clock;
 
-    // The speed is that of the last seconds; it and the time left are told once they mean something.
+    // The speed is that of the last seconds; it and the time left are shown once they mean something.
     std::string text(const ProgressCounts& counts, Clock::time_point now);
     // So many bytes are about to count as done that nobody moved: they are no part of the speed.
     void forget(std::uint64_t bytes);
@@ -30,7 +30,7 @@ class ProgressText {
         Clock::time_point time;
         std::uint64_t bytes;
     };
-    // Bytes a second, 0 while it cannot be told.
+    // Bytes a second, 0 while it is unknown.
     double speed(const ProgressCounts& counts, Clock::time_point now);
 
     std::deque<Sample> samples_;  // oldest first, a quarter of a second apart at least

@@ -1,5 +1,5 @@
 #pragma once
-// How a wait is given up. A token is an eventfd: whoever wants waits to end calls stop(), from any thread and
+// How a wait is given up. A token is an eventfd: to end the waits, call stop(), from any thread and
 // any number of times; every wait (wait.h) on a thread to which the token is bound then ends. A token stays
 // stopped.
 #include <atomic>

@@ -86,7 +86,7 @@ SyncBatch::Volume& SyncBatch::volume_of(const std::string& path) {
     if (last_volume_ != nullptr && folder == last_folder_)
         return *last_volume_;
     struct stat status {};
-    // What lies in a folder that cannot be looked at any more is synced, or told of, file by file.
+    // What lies in a folder that cannot be looked at any more is synced, or reported, file by file.
     (void)stat(folder.c_str(), &status);
     Volume& volume = volumes_[status.st_dev];
     if (!volume.folder) {

@@ -1,7 +1,7 @@
 #pragma once
 // The file that takes new content before it has its final name: in the same folder, private, and locked while
-// it is in use, so that one left behind by a killed run can be told from a living one. Both programs make and
-// sweep them. One thread at a time.
+// it is in use, so that one left behind by a killed run can be distinguished from one in use. Both programs
+// make and sweep them. One thread at a time.
 #include <string>
 #include <string_view>
 #include <vector>

@@ -1,6 +1,6 @@
 #pragma once
 // The bounded waits of both programs. Each is a poll that also ends when the StopToken bound to the calling
-// thread is stopped, or when the peer for whom the thread works (PeerScope) has left. Any thread.
+// thread is stopped, or when the peer that the thread serves (PeerScope) has left. Any thread.
 #include <poll.h>
 
 #include <chrono>

@@ -1,6 +1,6 @@
 #pragma once
 // Work on a thread of its own, on which no signal but SIGSEGV is handled. The body's waits and sleeps end
-// when the worker is stopped; its end wakes the main loop, so that whoever waits there looks again. All
+// when the worker is stopped; its end wakes the main loop, so that a wait there looks again. All
 // members are for the owner's thread.
 #include <chrono>
 #include <exception>

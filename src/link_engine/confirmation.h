@@ -24,8 +24,7 @@ class ConfirmationServer {
 // Releases a waiting confirmation with value 0 and makes every later one end at once: the program is
 // closing. Any thread.
 void end_confirmations();
-// The rest of what this copy asks about is to be left alone: every later question of it is answered "No" at
-// once. CleanUpInformationVar forgets it. Any thread.
+// Every later question of this copy is answered "No" at once. CleanUpInformationVar forgets it. Any thread.
 void refuse_all_that_follow();
 bool all_that_follow_is_refused();
 // Takes end_confirmations back: a new window.

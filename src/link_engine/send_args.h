@@ -58,10 +58,10 @@ struct __send_args {
     bool agreed_to_all = false;
     std::set<std::string> agreed_questions;
     bool is_move = false;  // a copy after which the source may go
-    // Of a move: which of the items have arrived whole, 'Y' or 'N' each; empty: the engine does not tell.
+    // Of a move: which items have arrived completely, 'Y' or 'N' each; empty: the engine sent no report.
     std::string arrived;
-    // A file list: whether a folder that the engine does not list is told to the user, and whether it was
-    // such a folder.
+    // A file list: whether the user gets a message for a folder that the engine does not list, and whether it
+    // was such a folder.
     bool tell_unlisted = true;
     bool unlisted = false;
     // A file list: reads the answer on the worker and keeps in parsed what its reader needs; may take the

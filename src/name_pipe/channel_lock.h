@@ -14,9 +14,9 @@ namespace relay_hub {
 struct ChannelState {
     // Readable while nobody holds the channel: a wait for it can be stopped, which no mutex offers.
     FileDescriptor free;
-    // The rest belongs to the holder. The frame in which a late reply stands, if it has begun.
+    // The following members belong to the holder.
     bool reply_pending = false;
-    FrameProgress pending_reply;
+    FrameProgress pending_reply;  // the frame of the late reply, if it has begun
     RoundWatch round;
 };
 

@@ -232,7 +232,8 @@ std::unique_ptr<char[]> ReadPipeData(int fd, unsigned int* count) {
         spend(*client_time, since);
     const bool usable = end == ReadEnd::complete || end == ReadEnd::closed || is_negative(progress);
     if (!usable || !progress.header_complete()) {
-        // The rest of it would be read as the next client's request, and that client told of its failure.
+        // What remains of it would be read as the next client's request, and that client would get its
+        // failure.
         relay_hub::discard_waiting(fd, time);
         return nullptr;
     }

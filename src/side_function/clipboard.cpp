@@ -143,7 +143,7 @@ void clipboard_clean_data(GtkClipboard*, gpointer) {
     forget_offer();
     // Somebody else's files are on the clipboard now: a paste must not take our old copy for them.
     if (g_copy_source == kCopiedLocally)
-        relay_hub::nothing_copied();
+        relay_hub::clear_copy_source();
 }
 
 void release_clipboard(GtkClipboard* clipboard) {
@@ -173,7 +173,7 @@ Offer read_offer() {
 }
 
 void end_offer() {
-    nothing_copied();
+    clear_copy_source();
     release_copy_to_remote_file_list();
     free_old_copy_path();
     release_clipboard(nullptr);

@@ -87,7 +87,7 @@ const std::vector<RemoteItem>& kept_remote_copy() {
     return copy_source.copied;
 }
 
-void nothing_copied() {
+void clear_copy_source() {
     g_copy_source = kNothingCopied;
     g_p_tree_view = nullptr;
 }

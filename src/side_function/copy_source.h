@@ -85,7 +85,7 @@ const std::vector<RemoteItem>& kept_remote_copy();
 // What was copied or cut in the remote pane.
 Offer remote_copy();
 
-// Nothing is copied any more.
-void nothing_copied();
+// Forgets what was copied.
+void clear_copy_source();
 
 }  // namespace relay_hub

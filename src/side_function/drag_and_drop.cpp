@@ -34,7 +34,7 @@ constexpr NamedAction kDragActions[] = {
     {GDK_ACTION_MOVE, "GDK_ACTION_MOVE"},       {GDK_ACTION_LINK, "GDK_ACTION_LINK"},
     {GDK_ACTION_PRIVATE, "GDK_ACTION_PRIVATE"}, {GDK_ACTION_ASK, "GDK_ACTION_ASK"}};
 
-// Only copies act; every action is told.
+// Only copies act; every action is traced.
 bool copy_is_suggested(GdkDragContext* context) {
     const GdkDragAction suggested = gdk_drag_context_get_suggested_action(context);
     for (const NamedAction& known : kDragActions) {

@@ -7,8 +7,8 @@ void show_waiting_message();
 // The same at the end of a request that came to result. An engine that is gone, or gives no reason, must not
 // look like one that did what was asked.
 void show_end_message(int result);
-// Shows the reason of a failure, as show_end_message does, and takes it as told. True when the user wants it
-// tried again.
+// Shows the reason of a failure, as show_end_message does, and clears it. True when the user wants to
+// try again.
 bool ask_about_failure();
 
 }  // namespace relay_hub

@@ -18,8 +18,8 @@ int trash_locally(const std::vector<std::string>& paths);
 
 // What the entries look like now, found out on a worker; empty when that could not be done.
 Fingerprints look_before_move(const std::vector<std::string>& paths);
-// The end of a move whose copies have arrived: moves the entries into the trash, but for those that were
-// changed since, of which the user is told.
+// The end of a move whose copies have arrived: moves the entries into the trash, but for those that
+// changed since; the user gets a message about them.
 void trash_unchanged(const Fingerprints& before, const std::vector<std::string>& paths);
 
 }  // namespace relay_hub

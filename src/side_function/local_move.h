@@ -13,8 +13,8 @@ std::string place_in(const std::string& folder, const std::string& path);
 // Renames the entries into folder where that is possible without replacing anything. The paths that still are
 // where they were: on another file system, or because their name is taken.
 std::vector<std::string> rename_into(const std::string& folder, const std::vector<std::string>& paths);
-// Those of the paths of which everything stands in folder too: same kinds, sizes, times and targets of links,
-// and with which nothing went wrong: doubtful are paths at either end that something did go wrong with.
+// The paths that were copied into folder completely (same kinds, sizes, times and link targets) and without a
+// failure; doubtful holds the paths, at either end, of entries that failed.
 std::vector<std::string> arrived_whole(const std::string& folder, const std::vector<std::string>& paths,
                                        const std::vector<std::string>& doubtful);
 

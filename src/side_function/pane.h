@@ -35,7 +35,7 @@ class Pane {
     // Fills the list with the folder's entries; a folder that cannot be read leaves a remote list as it was.
     // 0, or negative. Busy meanwhile.
     [[nodiscard]] int load(const std::string& folder) const;
-    // The same for a remote folder that may be gone: kUnlisted, and nothing told, when the engine answers
+    // The same for a remote folder that may be gone: kUnlisted, without a message, when the engine answers
     // that it does not list it.
     static constexpr int kUnlisted = -2;
     [[nodiscard]] static int try_to_load_remote(const std::string& folder);

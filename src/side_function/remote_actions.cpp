@@ -157,7 +157,7 @@ Outcome cut_remote_entries(const Pane& pane) {
 Outcome paste_remotely(const Pane&) {
     if (g_copy_source == kCopiedRemotely) {
         release_copy_to_remote_file_list();
-        nothing_copied();
+        clear_copy_source();
         return Outcome::nothing(-1);
     }
     const int result = copy_to_remote_folder(read_offer);

@@ -196,18 +196,18 @@ int Transfer::send(command_start_t start, command_finish_t finish) {
         return -1;
     std::puts("create thread!");
     int result = send_once(start, finish);
-    // A copy of which only a part failed is a success that a message tells the rest of.
+    // A copy that failed only in part is a success with a message about the failures.
     while ((result == -1 || !GetShowMessageBox().empty()) && can_be_tried_again()) {
-        told_ = true;
+        failure_shown_ = true;
         if (!ask_about_failure())
             return result;
-        told_ = false;
+        failure_shown_ = false;
         args_.sent_again = true;
         args_.arrived.clear();
         set_atomic(&args_.state, kStateRunning);
         result = send_once(start, finish);
     }
-    told_ = !GetShowMessageBox().empty();
+    failure_shown_ = !GetShowMessageBox().empty();
     show_end_message(result);
     return result;
 }
@@ -220,10 +220,10 @@ std::vector<std::string> Transfer::arrived(int result) {
     std::vector<std::string> paths;
     if (was_cancelled())
         return paths;
-    const bool is_told = args_.arrived.size() == args_.item_paths.size();
-    const bool all = args_.arrived.empty() && result == 0 && !args_.refused && !told_;
+    const bool reported_per_item = args_.arrived.size() == args_.item_paths.size();
+    const bool all = args_.arrived.empty() && result == 0 && !args_.refused && !failure_shown_;
     for (std::size_t item = 0; item < args_.item_paths.size(); ++item) {
-        if (is_told ? args_.arrived[item] == *wire::kYes : all)
+        if (reported_per_item ? args_.arrived[item] == *wire::kYes : all)
             paths.push_back(args_.item_paths[item]);
     }
     return paths;

@@ -26,15 +26,15 @@ class Transfer {
     ~Transfer();
 
     [[nodiscard]] __send_args& args() { return args_; }
-    // Sends args, unless the user cancelled meanwhile, and shows what is left to tell; a copy that failed is
+    // Sends args, unless the user cancelled meanwhile, and shows the pending message; a copy that failed is
     // sent again as often as the user wants it. As send_command_t, -1 when nothing was sent.
     int send(command_start_t start, command_finish_t finish);
     // The engine was left alone with the request: it may hang still.
     [[nodiscard]] bool was_given_up() const { return args_.given_up; }
-    // That, or the user ended it.
+    // Given up, or cancelled by the user.
     [[nodiscard]] bool was_cancelled();
-    // Of the items of a move, sent with that result, those that have arrived whole: by the engine's word for
-    // each where it gives one; else all of them, or none if anything went wrong or was left alone.
+    // The items of a move that have arrived completely, given the result of send(): by the engine's report on
+    // each item where it sends one; else all of them, or none if anything failed or was skipped.
     [[nodiscard]] std::vector<std::string> arrived(int result);
 
   private:
@@ -44,7 +44,7 @@ class Transfer {
     LongWork long_work_;
     __send_args args_;
     int kind_;
-    bool told_ = false;  // the user was told that something is missing
+    bool failure_shown_ = false;  // the user has been shown that something failed
     ProgressDialog dialog_;
 };
 

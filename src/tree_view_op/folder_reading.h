@@ -11,7 +11,7 @@
 
 namespace relay_hub {
 
-// The worker's, but for the steps that it has told of.
+// Belongs to the worker, except for the steps that it has reported as done.
 struct FolderReading {
     static constexpr std::size_t kNamesStep = 1;
     static constexpr std::size_t kRowsPerStep = 512;

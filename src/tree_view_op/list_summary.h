@@ -13,7 +13,7 @@ namespace relay_hub {
 // A label that follows the list's rows and selection, at most ten times a second. The caller packs it.
 GtkWidget* new_list_summary(GtkWidget* tree_view);
 
-// For whoever changes single rows; a list that is filled anew is noticed.
+// To be called after changing single rows; a list that is filled anew is noticed without it.
 void count_rows_again(GtkWidget* tree_view);
 
 // Bytes that can still be written where the list stands; no value leaves them out of the line.

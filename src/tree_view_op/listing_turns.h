@@ -13,7 +13,7 @@ namespace relay_hub {
 // A listing of fewer rows than this is filled in one turn.
 inline constexpr std::size_t kLongListing = 2000;
 
-// Told when a listing takes several main-loop turns, so that the window can block itself meanwhile.
+// Notified when a listing takes several main-loop turns, so that the window can block itself meanwhile.
 // Supplied by a higher room; without one, listings are filled in one turn. Begins and ends nest.
 class ListingWatcher {
   public:
@@ -40,7 +40,7 @@ class ListingTurns {
     // After each row, with their count so far: serves what the main loop has waiting, once the slice is used
     // up. False: stop.
     bool after_rows(std::size_t rows);
-    // Beside work that cannot be cut: serves what waits now, if the watcher is told already.
+    // Beside work that cannot be cut: serves what waits now, if the watcher has been notified.
     void serve();
 
   private:
@@ -51,7 +51,7 @@ class ListingTurns {
     gint64 slice_began_;
 };
 
-// Work on a thread of its own, which must not touch the window, in steps that it tells of. Without a watcher,
+// Work on a thread of its own, which must not touch the window, in steps that it reports. Without a watcher,
 // or when there is no thread to be had, it is done at once. The owner may go first: work then goes on alone,
 // so it must own what it uses.
 class WorkBesideWindow {
@@ -61,7 +61,7 @@ class WorkBesideWindow {
     explicit WorkBesideWindow(const std::function<void(const Tell& tell)>& work);
 
     // Returns when that many steps are done, or all work is. Meanwhile the main loop turns, and the watcher
-    // is told when it takes long. False when the listing was called off.
+    // is notified when it takes long. False when the listing was called off.
     bool wait_for(std::size_t steps, ListingTurns& turns);
 
   private:

@@ -52,7 +52,7 @@ class LocalListing {
 
     bool add_row(RowFiller& filler, const LocalRow& row) {
         if (row.name.empty())
-            return false;  // the reading ended early, and told of it
+            return false;  // the reading ended early, and has reported it
         if (row.vanished)
             return add_row_again(filler, row.name);
         Gfile_size += row.size;

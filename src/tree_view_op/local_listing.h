@@ -5,7 +5,7 @@
 #include <string>
 
 // Shows a local folder. Small folders are filled in one turn; a large one is read on a worker and filled in
-// slices between main-loop turns, told to the ListingWatcher. Returns 0.
+// slices between main-loop turns, announced to the ListingWatcher. Returns 0.
 int once_search_and_insert_to_treeview(const std::string& folder, GtkWidget* tree_view);
 
 namespace relay_hub {

@@ -10,7 +10,7 @@
 
 namespace relay_hub {
 
-// Looks at one entry of folder. One that is gone is told on the outputs and comes back as vanished.
+// Looks at one entry of folder. One that is gone is reported on the outputs and comes back as vanished.
 FolderEntry read_entry(const std::string& folder, const std::string& name);
 
 // "%Y-%m-%d %T" of local time.

@@ -19,7 +19,7 @@ namespace {
 using relay_hub::side_of;
 using relay_hub::WindowWork;
 
-// True for ".." and for folders, told by their type text.
+// True for ".." and for folders, recognised by their type text.
 bool can_be_opened(GtkTreeModel* model, GtkTreeIter* iter, const std::string& name) {
     return name == ".." ||
            relay_hub::row_text(model, iter, kColumnType) == relay_hub::translated("IDS_FH_FOLDER");
@@ -27,7 +27,7 @@ bool can_be_opened(GtkTreeModel* model, GtkTreeIter* iter, const std::string& na
 
 constexpr char kShownDrive[] = "relay-hub-shown-drive";
 
-// The choice of another entry is told by the box itself.
+// The box itself signals the choice of another entry.
 void open_shown_drive(GtkMenuItem*, gpointer combo) {
     const int shown = GPOINTER_TO_INT(g_object_get_data(G_OBJECT(combo), kShownDrive));
     if (gtk_combo_box_get_active(GTK_COMBO_BOX(combo)) == shown)

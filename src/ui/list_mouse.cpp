@@ -70,8 +70,8 @@ struct EventFree {
     void operator()(GdkEvent* event) const { gdk_event_free(event); }
 };
 
-// The list itself opens a row at the second press of a double click, before it is told of the double click,
-// which stands next in the queue by then. The row is to be opened once, by the release.
+// The list itself opens a row at the second press of a double click, before it gets the event of the
+// double click, which is next in the queue by then. The row is to be opened once, by the release.
 bool double_click_follows(const GdkEventButton* event) {
     const std::unique_ptr<GdkEvent, EventFree> next(gdk_event_peek());
     return next != nullptr && (next->type == GDK_2BUTTON_PRESS || next->type == GDK_3BUTTON_PRESS) &&

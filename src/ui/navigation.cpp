@@ -130,7 +130,7 @@ bool open_remote_parent(__single* side, const std::string& folder) {
     const bool with_drives = is_drive_path(folder);
     const BusyDialog busy;
     std::string path = folder;
-    // There is nothing above a root: that it cannot be listed is told.
+    // There is nothing above a root: a failure to list it is reported.
     for (bool at_root = false; !at_root;) {
         const std::size_t length = path.size();
         path = normalised_remote_path(join_remote_path(path, ".."), with_drives);

@@ -22,7 +22,7 @@ void remember_work_path();
 
 // The lock of the window: the FIFOs and logs have fixed names, so a second start must not touch them.
 inline constexpr char kWindowLock[] = "relay-hub.lock";
-// False when another window of this user holds the lock. A lock that cannot be had is told on standard error
+// False when another window of this user holds the lock. A lock that cannot be had is reported on stderr
 // and does not keep the window from opening.
 bool may_run(const InstanceLock& lock);
 

@@ -12,7 +12,7 @@ namespace relay_hub {
 std::string window_state_path();
 
 // Applies what path holds to the window, which is built and not shown yet, and keeps path up to date: it is
-// written when the window goes. A file that cannot be written is told on standard error.
+// written when the window goes. A file that cannot be written is reported on standard error.
 void remember_window(const UI* ui, const std::string& path);
 
 // True when the list's order came from an earlier run: its first listing is not to be sorted again.

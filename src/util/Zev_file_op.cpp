@@ -37,7 +37,7 @@ int permission_type(mode_t mode) {
     }
 }
 
-// 1 or 0, or nothing (errno set) when the right cannot be told.
+// 1 or 0, or nothing (errno set) when the right cannot be determined.
 std::optional<int> has_right(const std::string& path, int right) {
     if (access(path.c_str(), right) == 0)
         return 1;

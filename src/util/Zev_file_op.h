@@ -66,7 +66,8 @@ int Gfile_file_exist(const std::string& path);
 int Gfile_check_file_type(const std::string& path);
 // 0 and a diagnostic when there is no such entry.
 std::uint64_t Gfile_get_file_size(const std::string& path);
-// -1 for a FIFO, for what is not there and for rights that cannot be told; out may then be partly filled.
+// -1 for a FIFO, for what is not there and for rights that cannot be determined; out may then be partly
+// filled.
 int Gfile_check_file_type_permission(const std::string& path, __file_permission* out);
 // 1 if the folder can be opened for listing, else 0 and a diagnostic.
 int Gfile_check_path_permission(const std::string& path);

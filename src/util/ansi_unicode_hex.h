@@ -5,10 +5,10 @@
 
 // Text of the locale's encoding to four hexadecimal digits a character, low byte first. wide_buffer holds
 // strlen(text) characters and is zeroed by the caller, hex_out four bytes a character and a final zero;
-// count_out gets the number of characters, or -1 when the text does not convert (told on standard output).
-// 0, or -1 for a null wide_buffer or hex_out; without a wide_buffer the characters are counted all the same,
-// so that the caller knows what room they need. hex_out stays untouched when there is no character. A null
-// text converts what wide_buffer and count_out already hold.
+// count_out gets the number of characters, or -1 when the text does not convert (reported on standard
+// output). 0, or -1 for a null wide_buffer or hex_out; without a wide_buffer the characters are counted all
+// the same, so that the caller knows what room they need. hex_out stays untouched when there is no character.
+// A null text converts what wide_buffer and count_out already hold.
 int ansi_to_unicode_hex(const char* text, wchar_t* wide_buffer, long* count_out, char* hex_out);
 // The first half of it: text to wide_buffer. 0, or -1 for a null text or wide_buffer.
 int ansi_string_to_unicode_hex(const char* text, wchar_t* wide_buffer, long* count_out);

@@ -1,6 +1,6 @@
 #pragma once
-// Moving the bytes of one file. Workers only; a result carries the errno of what failed, and nothing is told
-// here.
+// Moving the bytes of one file. Workers only; a result carries the errno of what failed; the caller
+// reports it.
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -39,7 +39,7 @@ struct CopyOutcome {
 // A regular file opened for reading, links refused. Empty with errno set when it is none or cannot be read.
 FileDescriptor open_source(const std::string& path);
 
-// Told how far into the file the copy has come, in bytes, after each piece.
+// Gets how far into the file the copy has come, in bytes, after each piece.
 using CopyWatch = std::function<void(std::uint64_t position)>;
 
 // Copies source from its start into the empty target; holes stay holes. Nothing is synced.

@@ -332,7 +332,7 @@ int file_op_check(const std::string& src, const std::string& dst, const struct s
         return refuse(src, translated("IDS_REASON_SPECIAL_FILE"));
     if (permission.readable == 0) {
         note_failure(tasks, FILE_OP_HERE, src, EACCES, {src, dst});
-        tasks->failures.back().told = relay_hub::get_user_questions() != nullptr;
+        tasks->failures.back().shown = relay_hub::get_user_questions() != nullptr;
         show_error(translated("IDS_MSG_TITLE_ERROR"), std::string(translated("IDS_ERROR_DISPLAY")) + "\n" +
                                                           translated("IDS_ERROR_NO_PERMISSION"));
         return kGoOn;

@@ -18,7 +18,7 @@ class EntryCopy {
     // Failures go to the job, whose state is looked at; both it and its counters must outlive this.
     explicit EntryCopy(__task_list* job) : job_(job) {}
 
-    // replace: over the existing dst. Failures are told; the job goes on.
+    // replace: over the existing dst. Failures are noted in the job, which goes on.
     void copy_file(const std::string& src, const std::string& dst, bool replace);
     void copy_link(const std::string& src, const struct stat& record, const std::string& dst, bool replace,
                    bool to_folder);

@@ -29,7 +29,7 @@ std::string failure_summary(const std::vector<__task_failure>& failures) {
     std::string lines;
     std::size_t count = 0;
     for (const __task_failure& failure : failures) {
-        if (failure.told || count++ >= kNamesInSummary)
+        if (failure.shown || count++ >= kNamesInSummary)
             continue;
         lines += lines.empty() ? "" : "\n";
         lines.append(shown_text(failure.path)).append(": ").append(shown_text(failure.reason));

@@ -21,7 +21,7 @@ void note_failure(__task_list* job, const CallSite& site, const std::string& pat
                   FailedItem item = {});
 
 // The text of the box that ends a job in which entries failed: how many, then the first names with their
-// reasons. Empty when no failure is left that was not told. Any thread.
+// reasons. Empty when each failure has been shown before. Any thread.
 std::string failure_summary(const std::vector<__task_failure>& failures);
 
 }  // namespace relay_hub

@@ -22,7 +22,7 @@ inline constexpr int TASK_DEL = 2;
 inline constexpr int kTaskRename = 3;
 inline constexpr int kTaskCreateFolder = 4;
 
-// Stores value under the one process-wide mutex and wakes the main loop, so that whoever waits for a state
+// Stores value under the one process-wide mutex and wakes the main loop, so that code waiting for a state
 // in a blocking main-loop turn looks again. Returns 0.
 int set_atomic(volatile int* where, int value);
 // Sets the state to 3 unless it is already 2 or more; returns true when it did. Wakes like set_atomic.
@@ -44,11 +44,11 @@ inline constexpr pthread_mutex_t& fast_mutex = relay_hub::job_state_lock.mutex;
 
 // One entry that a local job could not handle.
 struct __task_failure {
-    std::string path;           // what the user is told of
+    std::string path;           // as the user is to see it
     std::string reason;         // in the user's language
     std::string source{};       // what to try again; empty when nothing can be
     std::string destination{};  // copy: the full path that source was to get
-    bool told = false;          // a box has told it already: the summary leaves it out
+    bool shown = false;         // a box has shown it already: the summary leaves it out
 };
 
 namespace relay_hub {
@@ -62,7 +62,7 @@ struct JobProgress {
     bool counted = false;  // the totals are known
 };
 
-// Kept by the worker, read by whoever watches the job. Any thread; never goes back.
+// Kept by the worker, read by the thread that watches the job. Any thread; never goes back.
 class JobCounters {
   public:
     // One consistent state.

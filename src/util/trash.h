@@ -11,7 +11,7 @@
 void GenTrashName(std::string& out_name, unsigned long salt);
 
 // Moves each path into the trash. False, with errno set, when an info file could not be created; entries
-// that could not be moved stay where they are, are told on standard error and do not end the run.
+// that could not be moved stay where they are, are reported on standard error and do not end the run.
 bool DeleteDirectory(const std::vector<std::string>& paths);
 
 namespace relay_hub {

@@ -44,7 +44,7 @@ LongWork::LongWork() : outermost_(outermost == nullptr) {
 LongWork::~LongWork() {
     if (!outermost_)
         return;
-    rest("IDS_WORK_FINISHED");
+    pause("IDS_WORK_FINISHED");
     outermost = nullptr;
 }
 
@@ -53,7 +53,7 @@ void LongWork::go_on() {
     awake_.emplace();
 }
 
-void LongWork::rest(const char* text_id) {
+void LongWork::pause(const char* text_id) {
     awake_.reset();
     if (g_get_monotonic_time() - began_ > kLong && !window_is_closing())
         gdk_threads_add_timeout(kUntilFocusSettles, tell_of_end, const_cast<char*>(text_id));
@@ -61,7 +61,7 @@ void LongWork::rest(const char* text_id) {
 
 WorkPause::WorkPause() : work_(outermost) {
     if (work_ != nullptr)
-        work_->rest("IDS_WORK_FINISHED_WITH_FAILURES");
+        work_->pause("IDS_WORK_FINISHED_WITH_FAILURES");
 }
 
 WorkPause::~WorkPause() {

@@ -1,5 +1,5 @@
 #pragma once
-// Jobs and copies as the rest of the desktop meets them: the machine stays awake meanwhile, and when one has
+// How jobs and copies appear on the desktop: the machine stays awake meanwhile, and when one has
 // taken longer than ten seconds, a user who has turned to other windows learns of its end. Window's thread.
 #include <glib.h>
 
@@ -20,7 +20,7 @@ class LongWork {
   private:
     friend class WorkPause;
     void go_on();
-    void rest(const char* text_id);
+    void pause(const char* text_id);
 
     bool outermost_;
     gint64 began_ = 0;

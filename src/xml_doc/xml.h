@@ -153,7 +153,7 @@ class CXML {
     // Drops children, attributes and text; the tag name stays.
     void ResetContents();
 
-    // Reading. True: a start tag was found; whether what follows it was well formed is told by m_bOperStatus.
+    // Reading. True: a start tag was found; m_bOperStatus says whether what follows it was well formed.
     bool LoadXML(const std::string& text);
     bool XMLRead(CVMemFile& file);
     bool XMLRead(int descriptor);

@@ -1,6 +1,6 @@
 // The message document: one XML tree whose elements are addressed by paths of tag names ("A/B", "/ZEVMSG/A",
 // "Item[2]"), with a cursor over the root's "Line" records. It owns the tree. One thread at a time; failures
-// are told by the status of the library (xml.h), which is one per thread.
+// are reported by the status of the library (xml.h), which is one per thread.
 //
 // A path that does not begin with "/" is relative to the start: the last "Line" between AddNew and Update,
 // else the current "Line" of the cursor, else the root. LoadXML puts the cursor on the first "Line" if there

@@ -15,7 +15,7 @@ class RecordRows {
     // kColumnCount texts in column order, copied; null leaves a column empty.
     void append(const char* const* texts);
     [[nodiscard]] std::size_t size() const { return size_; }
-    // Adds all rows to the list, and lets go of them on the way. A row named "." or ".." is told on standard
+    // Adds all rows to the list and frees them on the way. A row named "." or ".." is reported on standard
     // error and left out.
     void move_to(RowFiller& filler);
 

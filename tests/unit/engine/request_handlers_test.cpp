@@ -177,7 +177,7 @@ TEST_F(Handling, AListNeverOutgrowsTheFrontEndsBuffer) {
     const FileList list = file_list(listing, Style::kWindows, HiddenFiles::kLeftOut, 5, kLongestAnswer);
     const std::string& answer = list.text;
     EXPECT_EQ(list.shown, listing.entries.size());
-    EXPECT_LT(list.told, list.shown);
+    EXPECT_LT(list.sent, list.shown);
     EXPECT_LE(answer.size(), kLongestAnswer);
     EXPECT_GT(answer.size(), kLongestAnswer * 9 / 10);
     EXPECT_TRUE(answer.ends_with("</Line></ZEVMSG>"));
