@@ -71,11 +71,11 @@ class Reader {
         if (++files_ > kMostFiles)
             return;
         const std::string content = content_of(path);
-        std::string_view rest = content;
-        while (!rest.empty()) {
-            const std::size_t end = std::min(rest.find('\n'), rest.size());
-            read_line(words_of(rest.substr(0, end)), depth);
-            rest.remove_prefix(std::min(end + 1, rest.size()));
+        std::string_view remaining = content;
+        while (!remaining.empty()) {
+            const std::size_t end = std::min(remaining.find('\n'), remaining.size());
+            read_line(words_of(remaining.substr(0, end)), depth);
+            remaining.remove_prefix(std::min(end + 1, remaining.size()));
         }
     }
     std::vector<std::string> take() { return std::move(hosts_); }

@@ -121,8 +121,10 @@ bool EngineServer::serve_safely() {
 
 bool EngineServer::serve_client() {
     FileDescriptor in = await_client();
-    if (!in || stop_.stopped())
-        return static_cast<bool>(in);
+    if (!in)
+        return false;
+    if (stop_.stopped())
+        return true;
     std::string request;
     const Reading reading = read_request(in.get(), request);
     if (reading == Reading::client_left)

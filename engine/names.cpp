@@ -55,12 +55,12 @@ std::vector<std::string_view> split(Style style, std::string_view path) {
 }  // namespace
 
 std::optional<std::string> inner_path(Style style, std::string_view wire_path) {
-    std::string_view rest = wire_path;
-    auto inner = take_root(style, rest);
+    std::string_view remaining = wire_path;
+    auto inner = take_root(style, remaining);
     if (!inner || wire_path.find('\0') != std::string_view::npos)
         return std::nullopt;
     std::vector<std::string_view> kept;
-    for (const std::string_view part : split(style, rest)) {
+    for (const std::string_view part : split(style, remaining)) {
         if (part == ".")
             continue;
         if (part != "..") {

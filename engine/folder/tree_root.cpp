@@ -73,20 +73,21 @@ int TreeRoot::open_step(int base, const std::string& path, int flags) const {
     return has_openat2 ? open_beneath(base, path.c_str(), flags) : open_without_links(base, path, flags);
 }
 
-int TreeRoot::open_from(int base, std::string rest, int flags, FileDescriptor& opened) const {
+int TreeRoot::open_from(int base, std::string remaining, int flags, FileDescriptor& opened) const {
     FileDescriptor stretch;
-    while (rest.size() > kStretch) {
-        const std::size_t slash = rest.rfind('/', kStretch);
+    while (remaining.size() > kStretch) {
+        const std::size_t slash = remaining.rfind('/', kStretch);
         if (slash == std::string::npos)
             return ENAMETOOLONG;
-        const int fd = open_step(stretch ? stretch.get() : base, rest.substr(0, slash),
+        const int fd = open_step(stretch ? stretch.get() : base, remaining.substr(0, slash),
                                  O_PATH | O_DIRECTORY | O_CLOEXEC);
         if (fd < 0)
             return errno;
         stretch.reset(fd);
-        rest.erase(0, slash + 1);
+        remaining.erase(0, slash + 1);
     }
-    opened.reset(open_step(stretch ? stretch.get() : base, rest.empty() ? "." : rest, flags | O_CLOEXEC));
+    opened.reset(
+        open_step(stretch ? stretch.get() : base, remaining.empty() ? "." : remaining, flags | O_CLOEXEC));
     return opened ? 0 : errno;
 }
 

@@ -40,7 +40,7 @@ class TreeRoot {
     };
 
     [[nodiscard]] int open_step(int base, const std::string& path, int flags) const;
-    [[nodiscard]] int open_from(int base, std::string rest, int flags, FileDescriptor& opened) const;
+    [[nodiscard]] int open_from(int base, std::string remaining, int flags, FileDescriptor& opened) const;
     // The number of kept folders that path lies in or is.
     [[nodiscard]] std::size_t kept_above(const std::string& path) const;
     void keep(const std::string& path, SharedFolder folder) const;

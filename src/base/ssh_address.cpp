@@ -53,11 +53,11 @@ bool is_plain_word(std::string_view text) {
     });
 }
 
-bool split_port(std::string_view rest, SshAddress& address) {
-    if (rest.empty())
+bool split_port(std::string_view remaining, SshAddress& address) {
+    if (remaining.empty())
         return true;
-    address.port = rest.substr(1);
-    return rest.front() == ':' && is_port(address.port);
+    address.port = remaining.substr(1);
+    return remaining.front() == ':' && is_port(address.port);
 }
 
 bool split_host(std::string_view text, SshAddress& address) {
@@ -96,32 +96,34 @@ std::string SshAddress::whole() const {
 
 std::optional<SshAddress> parse_ssh_address(const std::string& text, std::string& wrong) {
     wrong = "\"" + text + "\" is no address of a computer: [user@]host[:port][/folder]";
-    std::string_view rest = text;
+    std::string_view remaining = text;
     bool is_uri = false;
     for (const std::string_view scheme : {"ssh://", "sftp://"}) {
-        if (rest.starts_with(scheme)) {
-            rest.remove_prefix(scheme.size());
+        if (remaining.starts_with(scheme)) {
+            remaining.remove_prefix(scheme.size());
             is_uri = true;
         }
     }
     SshAddress address;
-    const std::size_t slash = rest.find('/');
+    const std::size_t slash = remaining.find('/');
     if (slash != std::string_view::npos) {
-        const auto folder = is_uri ? percent_decoded(rest.substr(slash)) : std::string(rest.substr(slash));
+        const auto folder =
+            is_uri ? percent_decoded(remaining.substr(slash)) : std::string(remaining.substr(slash));
         if (!folder || folder->find('\0') != std::string::npos)
             return std::nullopt;
         address.folder = *folder == "/~" || folder->starts_with("/~/") ? folder->substr(1) : *folder;
-        rest = rest.substr(0, slash);
+        remaining = remaining.substr(0, slash);
     }
-    const std::size_t at = rest.rfind('@');
+    const std::size_t at = remaining.rfind('@');
     if (at != std::string_view::npos) {
-        const auto user = is_uri ? percent_decoded(rest.substr(0, at)) : std::string(rest.substr(0, at));
+        const auto user =
+            is_uri ? percent_decoded(remaining.substr(0, at)) : std::string(remaining.substr(0, at));
         if (!user || !is_plain_word(*user))
             return std::nullopt;
         address.user = *user;
-        rest.remove_prefix(at + 1);
+        remaining.remove_prefix(at + 1);
     }
-    if (!split_host(rest, address))
+    if (!split_host(remaining, address))
         return std::nullopt;
     wrong.clear();
     return address;

@@ -118,8 +118,8 @@ bool ends_at_zero(AnswerKind kind, const FrameProgress& progress) {
     return kind == AnswerKind::text || progress.announced() >= answer_limit();
 }
 
-// Collects the answer's body. Returns complete also where the text ended before the frame did and the rest
-// of it has been read off.
+// Collects the answer's body. Returns complete also where the text ended before the frame did and the
+// padding has been read off.
 ReadEnd read_answer(Connection& connection, ChannelState& channel, std::string& answer, std::size_t limit,
                     AnswerKind kind) {
     FrameProgress& progress = channel.pending_reply;

@@ -145,10 +145,10 @@ void Gfile_show_linked_list() {
 std::vector<std::string> Gfile_split_string_to_list(const std::string& text, const char* delimiters,
                                                     int uri_flag) {
     std::vector<std::string> parts;
-    const char* rest = text.c_str();
-    while (*(rest += std::strspn(rest, delimiters)) != '\0') {
-        std::string part(rest, std::strcspn(rest, delimiters));
-        rest += part.size();
+    const char* remaining = text.c_str();
+    while (*(remaining += std::strspn(remaining, delimiters)) != '\0') {
+        std::string part(remaining, std::strcspn(remaining, delimiters));
+        remaining += part.size();
         part.resize(std::min(part.size(), part.find('\r')));
         if (uri_flag == 0) {
             parts.push_back(std::move(part));

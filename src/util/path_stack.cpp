@@ -30,10 +30,10 @@ int ParserPathToStack(const char* path, const char* delimiters) {
     if (path == nullptr)
         return -1;
     int result = 0;
-    for (const char* rest = path + std::strspn(path, delimiters); *rest != '\0';
-         rest += std::strspn(rest, delimiters)) {
-        const std::string part(rest, std::strcspn(rest, delimiters));
-        rest += part.size();
+    for (const char* remaining = path + std::strspn(path, delimiters); *remaining != '\0';
+         remaining += std::strspn(remaining, delimiters)) {
+        const std::string part(remaining, std::strcspn(remaining, delimiters));
+        remaining += part.size();
         if (part == "..")
             result = PopOfStack();
         else if (part != ".")

@@ -56,14 +56,14 @@ StartTag split_start_tag(std::string_view token) {
     return {name, trimmed(body.substr(name.size())), complete, self_closed};
 }
 
-bool next_attribute(std::string_view& rest, AttributeText& attribute) {
-    const size_t equals = rest.find('=');
-    const size_t open = rest.find('"', std::min(equals, rest.size()));
-    const size_t close = open == std::string_view::npos ? open : rest.find('"', open + 1);
+bool next_attribute(std::string_view& remaining, AttributeText& attribute) {
+    const size_t equals = remaining.find('=');
+    const size_t open = remaining.find('"', std::min(equals, remaining.size()));
+    const size_t close = open == std::string_view::npos ? open : remaining.find('"', open + 1);
     if (close == std::string_view::npos)
         return false;
-    attribute = {trimmed(rest.substr(0, equals)), rest.substr(open + 1, close - open - 1)};
-    rest = trimmed(rest.substr(close + 1));
+    attribute = {trimmed(remaining.substr(0, equals)), remaining.substr(open + 1, close - open - 1)};
+    remaining = trimmed(remaining.substr(close + 1));
     return true;
 }
 

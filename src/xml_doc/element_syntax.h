@@ -35,6 +35,6 @@ std::string_view bare_name(std::string_view token);
 // Of a token that is not blank and has a bare name.
 StartTag split_start_tag(std::string_view token);
 // Cuts the first attribute off a text that is not empty. False where there is none.
-bool next_attribute(std::string_view& rest, AttributeText& attribute);
+bool next_attribute(std::string_view& remaining, AttributeText& attribute);
 
 }  // namespace relay_hub

@@ -60,12 +60,12 @@ void CMabString::PutInt(int value, int width) {
 }
 
 void CMabString::PutLong(long value, int width) {
-    unsigned long rest =
+    unsigned long remaining =
         value < 0 ? 0UL - static_cast<unsigned long>(value) : static_cast<unsigned long>(value);
     std::string text(static_cast<size_t>(std::max(width, 0)), '0');
     for (auto digit = text.rbegin(); digit != text.rend(); ++digit) {
-        *digit = static_cast<char>('0' + rest % 10);
-        rest /= 10;
+        *digit = static_cast<char>('0' + remaining % 10);
+        remaining /= 10;
     }
     const size_t last = text.empty() ? 0 : text.size() - 1;
     const size_t first = std::min(text.find_first_not_of('0'), last);
