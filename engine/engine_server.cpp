@@ -10,6 +10,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <exception>
+#include <new>
+#include <string>
 #include <utility>
 
 #include "base/diagnostics.h"
@@ -179,7 +181,14 @@ EngineServer::Reading EngineServer::read_request(int in, std::string& body) {
         body += piece;
         return progress.announced() <= kLongestRequest;
     };
-    switch (read_frame(in, progress, {kClientLimit, kClientLimit}, collect)) {
+    ReadEnd end = ReadEnd::failed;
+    try {
+        end = read_frame(in, progress, {kClientLimit, kClientLimit}, collect);
+    } catch (const std::bad_alloc&) {
+        report(RELAY_HUB_HERE,
+               "there is no memory for a request of this many bytes:", std::to_string(progress.announced()));
+    }
+    switch (end) {
         case ReadEnd::complete:
             return Reading::complete;
         case ReadEnd::closed:
