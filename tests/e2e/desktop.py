@@ -259,6 +259,8 @@ class Desktop:
                 (find(box, "push button", "OK") or find(box, "push button")).do_action(0)
             elif give_up and self.dialog("Processing…"):
                 subprocess.run(["wmctrl", "-F", "-c", "Processing…"], check=False)
+            elif give_up and self.engine.poll() is not None:  # a request that waits for the next engine
+                subprocess.run(["wmctrl", "-F", "-c", "File Operations"], check=False)
             return not self.dialog()
         wait_for(quiet, 40, what="the end of the action")
         return " ".join(said)
@@ -438,7 +440,7 @@ class DesktopTest(unittest.TestCase):
         result = self._outcome.result
         failed = [getattr(test, "test_case", test) for test, _ in result.failures + result.errors]
         if self in failed and self.desktop.window is not None:
-            path = os.path.join(tempfile.gettempdir(), f"relay-hub-{self.id()}.png")
+            path = os.path.join(BUILD, f"relay-hub-{self.id()}.png")  # the test's own /tmp goes with it
             subprocess.run(["import", "-silent", "-window", "root", path], check=False)
             print(f"screenshot: {path}\nwindow's output ends:\n{self.desktop.output()[-3000:]}", file=sys.stderr)
 

@@ -71,16 +71,19 @@ class Move(DesktopTest):
     def test_no_and_cancel_keep_both(self):
         d = self.desktop
         d.start("--style", "posix")
-        for side, folder, disk in ((LOCAL, self.far, self.far), (LOCAL, os.path.join(d.home, "to"), None),
-                                   (REMOTE, "/there", self.there)):
+        # Each has a number of rows of its own, by which the driver sees that it is shown.
+        for side, folder, disk, more in ((LOCAL, self.far, self.far, "1"), (LOCAL, os.path.join(d.home, "to"), None, "12"),
+                                         (REMOTE, "/there", self.there, "123")):
             target = os.path.join(disk or folder, "file")
+            for name in more:
+                write(os.path.join(disk or folder, name))
             for answer in ("No", "Cancel"):
                 with self.subTest(folder=folder, answer=answer):
                     source = os.path.join(self.near, "file")
                     write(source, NEW)
                     write(target, OLD, seconds=1_500_000_000)
                     self.cut(LOCAL, self.near, "file")
-                    self.paste(side, folder, "file")
+                    self.paste(side, folder, "file", *more)
                     d.press(d.wait_dialog("Confirmation"), answer)
                     d.take_notes()
                     self.assertEqual((read(source), read(target)), (NEW, OLD))

@@ -81,14 +81,16 @@ class Window(DesktopTest):
         write(os.path.join(d.home, "while asked"))
         d.press(d.wait_dialog("Rename"), "Cancel")
         d.wait_rows(LOCAL, "while asked")
-        before = d.row_count(LOCAL)
+        self.assertEqual(d.selected(LOCAL), ["file 30"])
+        many = os.path.join(d.home, "many")
         for number in range(2100):
-            write(os.path.join(d.home, f"more {number}"))
-        wait_for(lambda: d.row_count(LOCAL) == before + 2100, what="the new rows")
-        for name in ("while asked", "more 7"):
-            os.unlink(os.path.join(d.home, name))
-        wait_for(lambda: d.row_count(LOCAL) == before + 2098, what="the end of two rows among many")
-        self.assertEqual(d.table(LOCAL).get_n_selected_rows(), 1)
+            write(os.path.join(many, f"more {number}"))
+        d.go(LOCAL, many, count=2101)
+        write(os.path.join(many, "one more"))
+        wait_for(lambda: d.row_count(LOCAL) == 2102, what="a new row among many")
+        for name in ("one more", "more 7"):
+            os.unlink(os.path.join(many, name))
+        wait_for(lambda: d.row_count(LOCAL) == 2100, what="the end of two rows among many")
         self.assertEqual(d.close(), 0)
 
     def test_lists_tell_what_they_come_to_and_copy_across(self):
