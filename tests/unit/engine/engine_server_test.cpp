@@ -19,6 +19,10 @@ std::atomic<std::size_t> largest_allocation = SIZE_MAX;
     void* memory = size <= largest_allocation ? std::malloc(size) : nullptr;
     return memory != nullptr ? memory : throw std::bad_alloc();
 }
+// The sanitizers' own form of this would not go with the delete below.
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return std::malloc(size);
+}
 [[gnu::noinline]] void operator delete(void* memory) noexcept {
     std::free(memory);
 }
