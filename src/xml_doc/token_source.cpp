@@ -68,9 +68,7 @@ TokenSource::TokenSource(std::string_view text) : ended_(true), window_(text) {}
 
 // Bytes read ahead from a pipe could not be given back, so a pipe is read byte by byte.
 TokenSource::TokenSource(int descriptor)
-    : descriptor_(descriptor),
-      seekable_(lseek(descriptor, 0, SEEK_CUR) >= 0),
-      buffer_(seekable_ ? kReadAhead : 1, '\0') {}
+    : descriptor_(descriptor), seekable_(lseek(descriptor, 0, SEEK_CUR) >= 0) {}
 
 TokenSource::~TokenSource() {
     if (file_ != nullptr)
@@ -92,20 +90,33 @@ bool TokenSource::next(std::string_view& token, CharacterData* text) {
 }
 
 // A comment, processing instruction or CDATA section, which may hold brackets and quotes, as one token; empty
-// where none begins or its end is not in the window.
+// where none begins or the input has no end of it.
 std::string_view TokenSource::take_unparsed() {
-    const std::string_view text = window_.substr(std::min(at_, window_.size()));
-    if (text.size() < 2 || (text[1] != '!' && text[1] != '?'))
-        return {};
     for (const Unparsed& kind : kUnparsed) {
-        const size_t end =
-            text.starts_with(kind.begin) ? text.find(kind.end, kind.begin.size()) : std::string_view::npos;
-        if (end == std::string_view::npos)
+        if (!begins_with(kind.begin))
             continue;
-        at_ += end + kind.end.size();
-        return text.substr(0, end + kind.end.size());
+        size_t searched = kind.begin.size();
+        size_t end = unread().find(kind.end, searched);
+        while (end == std::string_view::npos && grow()) {
+            end = unread().find(kind.end, searched);
+            searched = std::max(kind.begin.size(), unread().size() - kind.end.size() + 1);
+        }
+        if (end == std::string_view::npos)
+            return {};
+        const std::string_view token = unread().substr(0, end + kind.end.size());
+        at_ += token.size();
+        return token;
     }
     return {};
+}
+
+// Reads no more than it takes to see that the mark is not there: what follows may be another reader's.
+bool TokenSource::begins_with(std::string_view mark) {
+    while (unread().size() < mark.size()) {
+        if (!mark.starts_with(unread()) || !grow())
+            return false;
+    }
+    return unread().starts_with(mark);
 }
 
 // The bytes up to a mark that is not quoted, or to the end of the input. A view of the window where they lie
@@ -131,14 +142,26 @@ std::string_view TokenSource::take(char mark, Stop stop) {
 bool TokenSource::fill() {
     if (ended_)
         return false;
+    at_ = window_.size();
+    return grow();
+}
+
+// Reads more behind what is still unread, which moves to the begin of the window.
+bool TokenSource::grow() {
+    if (ended_)
+        return false;
+    const size_t kept = unread().size();
+    buffer_.erase(0, at_);
+    at_ = 0;
+    buffer_.resize(kept + (seekable_ ? kReadAhead : 1));
     ssize_t count = 0;
     do {
-        count = read(descriptor_, buffer_.data(), buffer_.size());
+        count = read(descriptor_, buffer_.data() + kept, buffer_.size() - kept);
     } while (count < 0 && errno == EINTR);
     failed_ = count < 0;
     ended_ = count <= 0;
-    window_ = std::string_view(buffer_).substr(0, ended_ ? 0 : static_cast<size_t>(count));
-    at_ = 0;
+    buffer_.resize(kept + (ended_ ? 0 : static_cast<size_t>(count)));
+    window_ = buffer_;
     return !ended_;
 }
 

@@ -3,6 +3,7 @@
 // unchanged meanwhile.
 #pragma once
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -52,7 +53,10 @@ class TokenSource {
     enum class Stop { before, behind };
     std::string_view take(char mark, Stop stop);
     std::string_view take_unparsed();
+    std::string_view unread() const { return window_.substr(std::min(at_, window_.size())); }
+    bool begins_with(std::string_view mark);
     bool fill();
+    bool grow();
 
     CVMemFile* file_ = nullptr;
     int descriptor_ = -1;

@@ -1,6 +1,16 @@
 #include "xml_doc/xml.h"
 
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <array>
+
+#include "base/file_descriptor.h"
 #include "sandbox.h"
+
+using relay_hub::FileDescriptor;
+using relay_hub::write_all;
 
 namespace {
 
@@ -61,6 +71,30 @@ TEST_F(Xml, keeps_what_could_be_read_and_tells_what_is_malformed) {
         EXPECT_EQ(root.GetXML(), one.written) << one.text;
         EXPECT_EQ(CXML::m_strOperErrDesc, one.failure) << one.text;
         EXPECT_EQ(CXML::m_bOperStatus, one.failure.empty()) << one.text;
+    }
+}
+
+TEST_F(Xml, reads_a_file_and_a_pipe_as_it_reads_memory) {
+    constexpr std::size_t kReadAhead = 65536;
+    for (const auto& one : kDocuments) {
+        for (std::size_t in_first_read = 0; in_first_read <= one.text.size(); ++in_first_read) {
+            const std::string text = std::string(kReadAhead - in_first_read, ' ') + one.text;
+            const FileDescriptor file(memfd_create("document", MFD_CLOEXEC));
+            ASSERT_EQ(write_all(file.get(), text.data(), text.size()), 0);
+            ASSERT_EQ(lseek(file.get(), 0, SEEK_SET), 0);
+            CXML root;
+            root.XMLRead(file.get());
+            EXPECT_EQ(root.GetXML(), one.written) << one.text << " cut at " << in_first_read;
+        }
+        std::array<int, 2> ends{};
+        ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
+        const FileDescriptor reading(ends[0]);
+        FileDescriptor writing(ends[1]);
+        ASSERT_EQ(write_all(writing.get(), one.text.data(), one.text.size()), 0);
+        writing.reset();
+        CXML root;
+        root.XMLRead(reading.get());
+        EXPECT_EQ(root.GetXML(), one.written) << one.text << " from a pipe";
     }
 }
 
