@@ -118,7 +118,7 @@ class Mouse(PaneTest):
                 self.drag_to_pane(d.row(side, names[0]), target)
                 d.wait_rows(target, *names)
                 self.assertEqual([read(os.path.join(self.below[target], name)).decode() for name in names], names)
-                self.assertEqual((d.selected(side), d.selected(target)), ([], names))
+                wait_for(lambda: (d.selected(side), d.selected(target)) == ([], names), what="the new rows selected")
         answers = d.output().count("on_treeview_1_drag_motion\n")
         d.xdo("mousemove", *d.row(LOCAL, ".."), "mousedown", 1, "mousemove", *centre(d.table(REMOTE)),
               "mouseup", 1)
@@ -197,7 +197,7 @@ class Clipboard(PaneTest):
                     d.press(box, answer)
                     d.wait_quiet()
                     self.assertEqual([read(os.path.join(self.below[side], name)) for name in NAMES], [content] * 3)
-                    self.assertEqual(d.selected(side), new)
+                    wait_for(lambda: d.selected(side) == new, what="what is new selected")
 
     def test_files_for_another_program(self):
         d = self.desktop

@@ -74,14 +74,14 @@ class Window(DesktopTest):
         d.wait_rows(LOCAL, "a new one")
         os.unlink(os.path.join(d.home, "file 32"))
         wait_for(lambda: "file 32" not in d.rows(LOCAL), what="the end of file 32")
-        self.assertEqual(d.selected(LOCAL), ["file 30"])
+        wait_for(lambda: d.selected(LOCAL) == ["file 30"], what="file 30 selected as before")
         row = d.table(LOCAL).get_accessible_at(d.rows(LOCAL).index("file 30"), 0)
         self.assertTrue(has_state(row, STATES.SHOWING), "scrolled away")
         d.ask("Rename", "F2")
         write(os.path.join(d.home, "while asked"))
         d.press(d.wait_dialog("Rename"), "Cancel")
         d.wait_rows(LOCAL, "while asked")
-        self.assertEqual(d.selected(LOCAL), ["file 30"])
+        wait_for(lambda: d.selected(LOCAL) == ["file 30"], what="file 30 selected as before")
         many = os.path.join(d.home, "many")
         for number in range(2100):
             write(os.path.join(many, f"more {number}"))
@@ -112,7 +112,7 @@ class Window(DesktopTest):
             d.select(side, side)
             d.key("ctrl+t")
             d.wait_rows(target, side)
-            self.assertEqual(d.selected(target), [side])
+            wait_for(lambda: d.selected(target) == [side], what="what has come selected")
         self.assertEqual(d.close(), 0)
 
     def test_keys_of_the_window(self):
