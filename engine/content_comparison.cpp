@@ -14,7 +14,7 @@ Error read_piece(FileSource& source, std::vector<char>& buffer, std::string_view
     std::size_t size = 0;
     while (size < buffer.size()) {
         std::size_t got = 0;
-        if (const Error error = source.read(buffer.data() + size, buffer.size() - size, got); error)
+        if (Error error = source.read(buffer.data() + size, buffer.size() - size, got); error)
             return error;
         if (got == 0)
             break;
@@ -34,9 +34,9 @@ Error compare_contents(FileSource& one, FileSource& other, const std::function<b
     do {
         if (!goes_on())
             return ECANCELED;
-        if (const Error error = read_piece(one, buffer, piece); error)
+        if (Error error = read_piece(one, buffer, piece); error)
             return error;
-        if (const Error error = read_piece(other, other_buffer, other_piece); error)
+        if (Error error = read_piece(other, other_buffer, other_piece); error)
             return error;
         same = piece == other_piece;
     } while (same && piece.size() == kPieceSize);

@@ -94,11 +94,11 @@ Error FileContent::copy_through_buffer(FileSource& source, FileSink& sink) {
             return ECANCELED;
         progress_.report();
         std::size_t got = 0;
-        if (const Error error = source.read(buffer_.data(), buffer_.size(), got); error)
+        if (Error error = source.read(buffer_.data(), buffer_.size(), got); error)
             return error;
         if (got == 0)
             return {};
-        if (const Error error = sink.write(buffer_.data(), got); error)
+        if (Error error = sink.write(buffer_.data(), got); error)
             return error;
         count(sink, got);
     }

@@ -59,7 +59,7 @@ std::optional<std::string> local_path(const std::string& text) {
 
 // As local_path, for an item: one that ends in "." or ".." is called by its own name.
 std::optional<std::string> local_item(const std::string& text) {
-    const auto path = local_path(text);
+    auto path = local_path(text);
     if (!path || (base_name(*path) != "." && base_name(*path) != ".."))
         return path;
     std::error_code error;

@@ -28,7 +28,7 @@ Error respell(Session& session, const std::string& from, const std::string& to) 
     const std::string between = to + kBetween;
     if (Error error = session.rename_to_free(from, between); error)
         return error;
-    const Error error = session.rename_to_free(between, to);
+    Error error = session.rename_to_free(between, to);
     if (error)
         (void)session.rename_to_free(between, from);
     return error;

@@ -9,7 +9,6 @@
 
 namespace {
 
-using relay_hub::kTextLimit;
 using relay_hub::TransferStorage;
 
 static_assert(offsetof(TransferRecord, total_percent) == 4);

@@ -118,7 +118,7 @@ JobEnd move_into(const Names& paths, const std::string& folder) {
     if (left.empty() || window_is_closing())
         return {};
     const Fingerprints before = look_before_move(left);
-    const JobEnd end = run_job(TASK_COPY, left, folder);
+    JobEnd end = run_job(TASK_COPY, left, folder);
     if (!end.went_through_all || window_is_closing())
         return end;
     trash_unchanged(before,
