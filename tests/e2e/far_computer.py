@@ -38,6 +38,14 @@ def children_of(pid):
     return found
 
 
+def program_of(pid):
+    """Its name; empty when it has ended just then."""
+    with contextlib.suppress(FileNotFoundError, ProcessLookupError):
+        with open(f"/proc/{pid}/comm") as name:
+            return name.read().strip()
+    return ""
+
+
 class Relay:
     """Passes bytes between those who connect to its port and the far one."""
 

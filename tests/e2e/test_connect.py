@@ -11,7 +11,7 @@ import unittest
 
 from common import SLOW, act_until, read, tree_of, wait_for, write, write_odd_tree
 from desktop import BUILD, LOCAL, REMOTE, STATES, DesktopTest, app_of, children, find, has_state, labels, main, text_of, walk
-from far_computer import children_of, free_port, run
+from far_computer import children_of, free_port, program_of, run
 
 CONNECT = os.path.join(BUILD, "bin", "relay-hub-connect")
 PASSWORD = "sesame"
@@ -146,10 +146,9 @@ sed -i 1d {self.path("answers")}
 
         def opened():
             for pid in children_of(d.window.pid):
-                with open(f"/proc/{pid}/comm") as name:
-                    if name.read().strip() == "relay-hub":
-                        d.app = app_of(type("Window", (), {"pid": pid}))
-                        return d.app and find(d.app, "frame", "Relay Hub")
+                if program_of(pid) == "relay-hub":
+                    d.app = app_of(type("Window", (), {"pid": pid}))
+                    return d.app and find(d.app, "frame", "Relay Hub")
             return None
         wait_for(opened, 30, what="the window")
         d.wait_remote()
@@ -168,9 +167,9 @@ sed -i 1d {self.path("answers")}
         found = []
         for pid in filter(str.isdigit, os.listdir("/proc")):
             try:
-                with open(f"/proc/{pid}/environ", "rb") as environ, open(f"/proc/{pid}/comm") as name:
-                    if os.fsencode("HOME=" + self.desktop.home) in environ.read() and name.read().strip() != "openbox":
-                        found.append(pid)
+                if os.fsencode("HOME=" + self.desktop.home) in read(f"/proc/{pid}/environ") and \
+                        program_of(pid) not in ("", "openbox"):
+                    found.append(pid)
             except OSError:
                 continue
         return found
@@ -256,11 +255,10 @@ sed -i 1d {self.path("answers")}
 
     def test_nothing_outlives_the_other(self):
         d = self.desktop
-        pid_of = lambda name: next(pid for pid in children_of(d.window.pid)
-                                   if read(f"/proc/{pid}/comm").strip() == name)
+        pid_of = lambda name: next(pid for pid in children_of(d.window.pid) if program_of(pid) == name)
         ends = (("killed", lambda: d.window.kill(), -signal.SIGKILL),
                 ("asked to end", lambda: d.window.terminate(), 0),
-                ("window killed", lambda: os.kill(pid_of(b"relay-hub"), signal.SIGKILL), 128 + signal.SIGKILL))
+                ("window killed", lambda: os.kill(pid_of("relay-hub"), signal.SIGKILL), 128 + signal.SIGKILL))
         for what, end, status in ends:
             with self.subTest(what):
                 self.answers("yes", PASSWORD) if what == "killed" else self.answers(PASSWORD)
