@@ -70,6 +70,7 @@ set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_DEPENDS gettext-base) # the launcher's refusals
 # To reach another computer, to be asked for a password in a window, to see who announces himself and find him by
 # name, and to look well.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "openssh-client, ssh-askpass-gnome | ssh-askpass, avahi-daemon, libnss-mdns, hicolor-icon-theme, adwaita-icon-theme, gnome-themes-extra")

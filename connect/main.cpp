@@ -6,7 +6,9 @@
 #include <cstdio>
 
 #include "base/glib_owners.h"
+#include "base/option_reader.h"
 #include "base/program_locale.h"
+#include "base/translated_text.h"
 #include "connect/options.h"
 #include "connect/session.h"
 
@@ -17,8 +19,8 @@ using namespace relay_hub::connect;  // NOLINT(google-build-using-namespace)
 constexpr int kCannotStart = 1;
 constexpr int kWrongUsage = 2;
 
-int complain(int status, const char* what) {
-    (void)std::fprintf(stderr, "relay-hub-connect: %s\n", what);
+int complain(int status, const std::string& what) {
+    (void)std::fprintf(stderr, "relay-hub-connect: %s\n", what.c_str());
     return status;
 }
 
@@ -57,17 +59,16 @@ int run_session(const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    relay_hub::enter_language();
     std::string wrong;
     const auto options = parse_options({argv + 1, argv + argc}, wrong);
     if (!options)
-        return complain(kWrongUsage, (wrong + "\nTry relay-hub-connect --help.").c_str());
+        return complain(kWrongUsage, relay_hub::refusal(wrong, "relay-hub-connect"));
     if (options->help || options->version) {
         const std::string text = options->help ? help_text() : version_text();
         return std::fputs(text.c_str(), stdout) < 0 ? kCannotStart : 0;
     }
-    (void)relay_hub::choose_locale();
     if (gtk_init_check(&argc, &argv) == FALSE)
-        return complain(kCannotStart, "there is no display to open a window on");
-    relay_hub::bind_catalogue();
+        return complain(kCannotStart, relay_hub::translated("IDS_MSG_NO_DISPLAY"));
     return run_session(*options);
 }

@@ -7,7 +7,7 @@ namespace {
 
 constexpr CommandOption<Options> kOptions[] = {
     {.name = "--serve",
-     .needs = "a folder",
+     .needs = "IDS_OPTION_FOLDER",
      .set =
          [](Options& options, const std::string& folder) {
              options.serve = folder;
@@ -19,7 +19,7 @@ constexpr CommandOption<Options> kOptions[] = {
 };
 
 bool take_computer(Options& options, const std::string& word, std::string& wrong) {
-    wrong = options.computer ? "there is no option " + word : word + " names no computer";
+    wrong = fill_translated(options.computer ? "IDS_OPTION_UNKNOWN" : "IDS_OPTION_NO_COMPUTER", {word});
     if (options.computer)
         return false;
     options.computer = parse_typed(word);
@@ -34,7 +34,7 @@ std::optional<Options> parse_options(const std::vector<std::string>& words, std:
         return std::nullopt;
     wrong.clear();
     if (int{options.computer.has_value()} + int{!options.serve.empty()} + int{options.share} > 1) {
-        wrong = "a computer, --serve and --share exclude one another";
+        wrong = fill_translated("IDS_OPTION_ONE_AT_MOST", {"[user@]host[:port][/folder], --serve, --share"});
         return std::nullopt;
     }
     return options;

@@ -28,8 +28,7 @@ bool can_be_seen(const std::string& word) {
 std::optional<SshAddress> parse_typed(const std::string& text) {
     if (g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr) == FALSE)
         return std::nullopt;
-    std::string wrong;
-    auto address = parse_ssh_address(trimmed(text), wrong);
+    auto address = parse_ssh_address(trimmed(text));
     if (!address || !can_be_seen(address->user) || !can_be_seen(address->host))
         return std::nullopt;
     return address;

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "base/translated_text.h"
 #include "engine/sftp/remote_entry.h"
 #include "engine/sftp/sftp_file_system.h"
 #include "engine/wire_text.h"
@@ -47,7 +48,7 @@ void ConnectedComputer::connected(const sftp::ServerFacts& facts) {
     last_failure_.clear();
     const Style style = sftp::style_of(facts.has_drives, style_);
     const std::string begin = sftp::inner_of(facts.first_folder.empty() ? facts.home : facts.first_folder);
-    say("connected to " + keeper_.address().shown());
+    say(fill_translated("IDS_LINK_CONNECTED", {keeper_.address().shown()}));
     news_.status.connected(style, keeper_.address().shown(), wire_path(style, begin));
     news_.state.remote_online = true;
     news_.set_offline(false);
@@ -55,7 +56,7 @@ void ConnectedComputer::connected(const sftp::ServerFacts& facts) {
 
 bool ConnectedComputer::failed(const sftp::LinkFailure& failure) {
     if (failure.text != last_failure_)
-        say("cannot connect to " + keeper_.address().shown() + ": " + failure.text);
+        say(fill_translated("IDS_LINK_CANNOT_CONNECT", {keeper_.address().shown(), failure.text}));
     last_failure_ = failure.text;
     news_.status.failed(sftp::kind_word(failure.kind), failure.text);
     if (was_connected_ || (may_pass(failure.kind) && !news_.status.has_reader()))
@@ -66,7 +67,7 @@ bool ConnectedComputer::failed(const sftp::LinkFailure& failure) {
 
 void ConnectedComputer::lost(const std::string& text) {
     news_.state.remote_online = false;
-    say("the link to " + keeper_.address().shown() + " is lost: " + text);
+    say(fill_translated("IDS_LINK_IS_LOST", {keeper_.address().shown(), text}));
     news_.status.lost(text);
     news_.set_offline(true);
 }

@@ -10,7 +10,6 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
-#include <clocale>
 #include <csignal>
 #include <cstdio>
 #include <functional>
@@ -19,6 +18,7 @@
 
 #include "base/diagnostics.h"
 #include "base/instance_lock.h"
+#include "base/option_reader.h"
 #include "base/program_locale.h"
 #include "base/translated_text.h"
 #include "base/worker.h"
@@ -107,7 +107,7 @@ void serve_signals(int signals, Control& control) {
 // Something hangs in the system, a file of a dead server for one, and uses all there is: nothing is torn
 // down.
 [[noreturn]] void leave_behind(EngineServer& server) {
-    (void)complain(0, "ended in the middle of a request that hangs");
+    (void)complain(0, relay_hub::translated("IDS_MSG_REQUEST_HANGS"));
     server.remove_pipes();
     (void)std::fflush(stdout);
     _exit(0);
@@ -213,14 +213,12 @@ int serve(const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    (void)relay_hub::choose_locale();
-    (void)std::setlocale(LC_ALL, "");
-    relay_hub::bind_catalogue();
+    relay_hub::enter_language();
     (void)std::setvbuf(stdout, nullptr, _IOLBF, 0);
     std::string wrong;
     const auto options = parse_options({argv + 1, argv + argc}, wrong);
     if (!options)
-        return complain(kWrongUsage, wrong + "\nTry relay-hub-engine --help.");
+        return complain(kWrongUsage, relay_hub::refusal(wrong, "relay-hub-engine"));
     if (options->help || options->version) {
         const std::string text = options->help ? help_text() : version_text();
         return std::fputs(text.c_str(), stdout) < 0 ? kCannotServe : 0;

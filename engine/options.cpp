@@ -28,8 +28,7 @@ bool set_style(Options& options, const std::string& value) {
 }
 
 bool set_computer(Options& options, const std::string& value) {
-    std::string wrong;
-    options.computer = parse_ssh_address(value, wrong);
+    options.computer = parse_ssh_address(value);
     return options.computer.has_value();
 }
 
@@ -55,12 +54,12 @@ bool set_chunk(Options& options, const std::string& value) {
 }
 
 constexpr CommandOption<Options> kOptions[] = {
-    {.name = "--serve", .needs = "a folder", .set = set_folder},
-    {.name = "--connect", .needs = "a computer as [user@]host[:port][/folder]", .set = set_computer},
-    {.name = "--status-fd", .needs = "the number of an open descriptor", .set = set_status_descriptor},
-    {.name = "--style", .needs = "posix or windows", .set = set_style},
-    {.name = "--delay", .needs = "milliseconds from 0 to 600000", .set = set_delay},
-    {.name = "--chunk", .needs = "a number of bytes from 1 on", .set = set_chunk},
+    {.name = "--serve", .needs = "IDS_OPTION_FOLDER", .set = set_folder},
+    {.name = "--connect", .needs = "IDS_OPTION_ADDRESS", .set = set_computer},
+    {.name = "--status-fd", .needs = "IDS_OPTION_DESCRIPTOR", .set = set_status_descriptor},
+    {.name = "--style", .needs = "IDS_OPTION_STYLE", .set = set_style},
+    {.name = "--delay", .needs = "IDS_OPTION_DELAY", .set = set_delay},
+    {.name = "--chunk", .needs = "IDS_OPTION_CHUNK", .set = set_chunk},
     {.name = "--hidden", .field = &Options::hidden},
     {.name = "--quiet", .field = &Options::quiet},
     {.name = "--help", .field = &Options::help},
@@ -74,7 +73,7 @@ std::optional<Options> parse_options(const std::vector<std::string>& arguments, 
     if (!read_options(kOptions, arguments, options, wrong))
         return std::nullopt;
     if (options.folder.empty() != options.computer.has_value() && !options.help && !options.version) {
-        wrong = "one of --serve DIR and --connect HOST is needed";
+        wrong = fill_translated("IDS_OPTION_ONE_NEEDED", {"--serve DIR, --connect HOST"});
         return std::nullopt;
     }
     return options;

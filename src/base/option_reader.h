@@ -1,11 +1,14 @@
 #pragma once
 // Reads a command line by a table: switches, options with a value ("--name value" or "--name=value"), and,
-// where the program takes them, words that are no option.
+// where the program takes them, words that are no option. Refusals are in the user's language: the
+// catalogue is bound before.
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
 #include <string>
 #include <vector>
+
+#include "base/translated_text.h"
 
 namespace relay_hub {
 
@@ -13,7 +16,7 @@ template <typename Options>
 struct CommandOption {
     const char* name;
     bool Options::*field = nullptr;  // of a switch
-    const char* needs = nullptr;     // of an option with a value: what it takes, in words
+    const char* needs = nullptr;     // of an option with a value: the id of the text that names it
     bool (*set)(Options& options,
                 const std::string& value) = nullptr;  // false for a value that is not accepted
 };
@@ -39,7 +42,7 @@ bool read_options(const CommandOption<Options> (&table)[kCount], const std::vect
             return word.substr(0, row.field == nullptr ? equals : std::string::npos) == row.name;
         });
         if (option == std::end(table)) {
-            wrong = "there is no option " + word;
+            wrong = fill_translated("IDS_OPTION_UNKNOWN", {word});
             return false;
         }
         if (option->field != nullptr) {
@@ -48,11 +51,16 @@ bool read_options(const CommandOption<Options> (&table)[kCount], const std::vect
         }
         const bool has_value = has_equals || at + 1 < words.size();
         if (!has_value || !option->set(options, has_equals ? word.substr(equals + 1) : words[++at])) {
-            wrong = std::string(option->name) + " needs " + option->needs;
+            wrong = fill_translated("IDS_OPTION_NEEDS", {option->name, translated(option->needs)});
             return false;
         }
     }
     return true;
+}
+
+// What a program says of a command line that it refuses.
+inline std::string refusal(const std::string& wrong, const char* program) {
+    return wrong + "\n" + fill_translated("IDS_OPTION_TRY_HELP", {program});
 }
 
 }  // namespace relay_hub

@@ -80,4 +80,10 @@ void bind_catalogue() {
     (void)::textdomain(kTextDomain);
 }
 
+void enter_language() {
+    (void)choose_locale();
+    (void)::setlocale(LC_ALL, "");
+    bind_catalogue();
+}
+
 }  // namespace relay_hub

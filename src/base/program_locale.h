@@ -20,4 +20,7 @@ bool choose_locale();
 // belongs to the program's own folder.
 void bind_catalogue();
 
+// Settles and enters the locale and binds the catalogue: all that a text in the user's language needs.
+void enter_language();
+
 }  // namespace relay_hub

@@ -94,8 +94,7 @@ std::string SshAddress::whole() const {
     return computer() + (folder.starts_with('~') ? "/" : "") + folder;
 }
 
-std::optional<SshAddress> parse_ssh_address(const std::string& text, std::string& wrong) {
-    wrong = "\"" + text + "\" is no address of a computer: [user@]host[:port][/folder]";
+std::optional<SshAddress> parse_ssh_address(const std::string& text) {
     std::string_view remaining = text;
     bool is_uri = false;
     for (const std::string_view scheme : {"ssh://", "sftp://"}) {
@@ -125,7 +124,6 @@ std::optional<SshAddress> parse_ssh_address(const std::string& text, std::string
     }
     if (!split_host(remaining, address))
         return std::nullopt;
-    wrong.clear();
     return address;
 }
 

@@ -19,7 +19,7 @@ struct SshAddress {
     [[nodiscard]] std::string whole() const;
 };
 
-// Nothing, with the reason in wrong, for a text that is no such address.
-std::optional<SshAddress> parse_ssh_address(const std::string& text, std::string& wrong);
+// Nothing for a text that is no such address.
+std::optional<SshAddress> parse_ssh_address(const std::string& text);
 
 }  // namespace relay_hub

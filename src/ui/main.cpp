@@ -6,6 +6,7 @@
 
 #include "base/log.h"
 #include "base/ownership.h"
+#include "base/translated_text.h"
 #include "name_pipe/name_pipe_base.h"
 #include "ui/desktop_locale.h"
 #include "ui/event_handlers.h"
@@ -66,8 +67,7 @@ int main(int argc, char** argv) {
     show_window();
     CNamePipeBase::SetupParam(kNotifyPipe, kPipeBufferSize, kPipeBufferSize);
     if (!listener.ListenForService())
-        (void)std::fputs("Relay Hub: the listener for the engine's call-backs could not be started\n",
-                         stderr);
+        (void)std::fprintf(stderr, "Relay Hub: %s\n", relay_hub::translated("IDS_MSG_NO_LISTENER"));
     if (!relay_hub::main_window_is_gone())
         gtk_main();
     relay_hub::shut_down(listener);

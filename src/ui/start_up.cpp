@@ -10,11 +10,12 @@
 #include <string>
 
 #include "base/diagnostics.h"
+#include "base/option_reader.h"
+#include "base/program_locale.h"
 #include "base/translated_text.h"
 #include "link_engine/engine_callbacks.h"
 #include "name_pipe/name_pipe_base.h"
 #include "tree_view_op/listing_turns.h"
-#include "ui/desktop_locale.h"
 #include "ui/link_status_monitor.h"
 #include "util/user_questions.h"
 #include "window/closing.h"
@@ -39,6 +40,16 @@ constexpr char kHelp[] =
     "  --version  print the version and exit\n"
     "\n"
     "Exit status: 0 ended as asked, 2 for a wrong command line.\n";
+
+struct CommandLine {
+    bool help = false;
+    bool version = false;
+};
+
+constexpr CommandOption<CommandLine> kOptions[] = {
+    {.name = "--help", .field = &CommandLine::help},
+    {.name = "--version", .field = &CommandLine::version},
+};
 
 // The busy dialog behind a listing that takes several turns of the main loop. Listings nest.
 class BusyListings : public ListingWatcher {
@@ -88,13 +99,14 @@ std::optional<int> serve_command_line(int* argc, char*** argv) {
     gtk_parse_args(argc, argv);
     if (*argc < 2)
         return {};
-    const std::string word = (*argv)[1];
-    if (word == "--help" || word == "--version") {
-        const char* const text = word == "--help" ? kHelp : "relay-hub " RELAY_HUB_VERSION "\n";
-        return std::fputs(text, stdout) < 0 ? 1 : 0;
+    enter_language();
+    CommandLine line;
+    std::string wrong;
+    if (!read_options(kOptions, {*argv + 1, *argv + *argc}, line, wrong)) {
+        (void)std::fprintf(stderr, "relay-hub: %s\n", refusal(wrong, "relay-hub").c_str());
+        return kWrongUsage;
     }
-    (void)std::fprintf(stderr, "relay-hub: there is no option %s\nTry relay-hub --help.\n", word.c_str());
-    return kWrongUsage;
+    return std::fputs(line.help ? kHelp : "relay-hub " RELAY_HUB_VERSION "\n", stdout) < 0 ? 1 : 0;
 }
 
 bool may_run(const InstanceLock& lock) {
@@ -104,12 +116,11 @@ bool may_run(const InstanceLock& lock) {
 }
 
 void tell_already_running(int* argc, char*** argv) {
-    (void)std::fprintf(stderr, "%s is already running.\n", kProgram);
-    if (gtk_init_check(argc, argv) == FALSE)
-        return;
-    enter_chosen_locale();
-    bind_catalogue();
-    show_message_dialog(nullptr, fill_translated("IDS_MSG_ALREADY_RUNNING", {kProgram}).c_str(), nullptr);
+    enter_language();
+    const std::string text = fill_translated("IDS_MSG_ALREADY_RUNNING", {kProgram});
+    (void)std::fprintf(stderr, "%s\n", text.c_str());
+    if (gtk_init_check(argc, argv) == TRUE)
+        show_message_dialog(nullptr, text.c_str(), nullptr);
 }
 
 void install_window_services() {

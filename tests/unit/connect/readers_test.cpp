@@ -139,11 +139,11 @@ TEST(CommandLine, NamesWhatItDoesNotKnow) {
         {{"anna@laptop"}, ""},
         {{"--serve", "/srv"}, ""},
         {{"--share"}, ""},
-        {{"--serve"}, "--serve needs a folder"},
-        {{"--nonsense"}, "there is no option --nonsense"},
-        {{"laptop", "tower"}, "there is no option tower"},
-        {{"a b"}, "a b names no computer"},
-        {{"laptop", "--share"}, "a computer, --serve and --share exclude one another"},
+        {{"--serve"}, "IDS_OPTION_NEEDS"},
+        {{"--nonsense"}, "IDS_OPTION_UNKNOWN"},
+        {{"laptop", "tower"}, "IDS_OPTION_UNKNOWN"},
+        {{"a b"}, "IDS_OPTION_NO_COMPUTER"},
+        {{"laptop", "--share"}, "IDS_OPTION_ONE_AT_MOST"},
     };
     for (const auto& row : cases) {
         std::string wrong;
