@@ -20,30 +20,33 @@ std::string parts_of(const std::string& text) {
 }
 
 TEST(Addresses, AreReadAndWritten) {
-    const struct {
-        const char* typed;
-        const char* parts;
-        const char* written;  // null: as typed
-    } cases[] = {
-        {"laptop", "|laptop||", nullptr},
+    const std::tuple<const char*, const char*, const char*> cases[] = {
+        {"laptop", "|laptop||", "laptop"},
         {" anna@laptop \n", "anna|laptop||", "anna@laptop"},
-        {"anna@corp@laptop:2222/srv/my music", "anna@corp|laptop|2222|/srv/my music", nullptr},
+        {"anna@corp@laptop:2222/srv/my music", "anna@corp|laptop|2222|/srv/my music",
+         "anna@corp@laptop:2222/srv/my music"},
         {"sftp://laptop/my%20music", "|laptop||/my music", "laptop/my music"},
-        {"192.168.7.2:22", "|192.168.7.2|22|", nullptr},
+        {"ssh://anna@laptop:22/a%20b", "anna|laptop|22|/a b", "anna@laptop:22/a b"},
+        {"laptop/a%20b:c@d", "|laptop||/a%20b:c@d", "laptop/a%20b:c@d"},
+        {"laptop/", "|laptop||/", "laptop/"},
+        {"192.168.7.2:22", "|192.168.7.2|22|", "192.168.7.2:22"},
         {"fe80::1%usb0", "|fe80::1%usb0||", "[fe80::1%usb0]"},
-        {"anna@[fe80::1%usb0]:2222/x", "anna|fe80::1%usb0|2222|/x", nullptr},
-        {"пк/Музыка", "|пк||/Музыка", nullptr},
-        {"laptop:22/~/a:b@c", "|laptop|22|~/a:b@c", nullptr},
+        {"fe80::1%usb0/x", "|fe80::1%usb0||/x", "[fe80::1%usb0]/x"},
+        {"anna@[fe80::1%usb0]:2222/x", "anna|fe80::1%usb0|2222|/x", "anna@[fe80::1%usb0]:2222/x"},
+        {"sftp://[::1]/~/x", "|::1||~/x", "[::1]/~/x"},
+        {"пк/Музыка", "|пк||/Музыка", "пк/Музыка"},
+        {"laptop/~", "|laptop||~", "laptop/~"},
+        {"laptop:22/~/a:b@c", "|laptop|22|~/a:b@c", "laptop:22/~/a:b@c"},
     };
-    for (const auto& row : cases) {
-        EXPECT_EQ(parts_of(row.typed), row.parts);
-        const auto address = parse_typed(row.typed);
-        EXPECT_EQ(address ? address->whole() : "", row.written != nullptr ? row.written : row.typed);
+    for (const auto& [typed, parts, written] : cases) {
+        EXPECT_EQ(parts_of(typed), parts);
+        EXPECT_EQ(parse_typed(typed).value_or(SshAddress()).whole(), written);
     }
     for (const char* none :
-         {"",           " ",   "/srv",    "@laptop",  "anna@",        "-oProxyCommand=x",  "-l@laptop",
-          "anna@-x",    "a b", "laptop:", "laptop:0", "laptop:65536", "laptop:22x",        "[fe80::1",
-          "[fe80::1]x", "[]",  "a\tb",    "\xff",     "laptop/\xff",  "lap\xe2\x80\xaetop"})
+         {"a\tb",       "lap\xe2\x80\xaetop", "ssh://",     "-l@laptop",       "",         "anna@-x",  "[]",
+          "@laptop",    "[fe80::1",           "a b",        "ssh://x/%2",      "anna@",    "[laptop]", " ",
+          "laptop:",    "laptop:65536",       "\xff",       "laptop/\xff",     "laptop:0", "/srv",     "a\\b",
+          "laptop:22x", "ssh://x/%00",        "[fe80::1]x", "-oProxyCommand=x"})
         EXPECT_EQ(parts_of(none), "-") << none;
 }
 
@@ -104,37 +107,28 @@ TEST(History, IsKeptMostRecentFirst) {
 }
 
 TEST(EngineStatus, IsReadFromItsLines) {
-    const struct {
-        const char* line;
-        EngineEvent event;
-        const char* text;
-        Failure failure = Failure::other;
-    } cases[] = {
-        {"connecting", EngineEvent::connecting, ""},
-        {"ssh\ta\\tb\\\\n\\nc\\x\\", EngineEvent::ssh, "a\tb\\n\nc\\x\\"},
-        {"ssh", EngineEvent::ssh, ""},
-        {"connected\tposix\tanna@laptop\t/home/anna", EngineEvent::connected, ""},
+    const std::tuple<const char*, EngineEvent, const char*, Failure> cases[] = {
+        {"connecting", EngineEvent::connecting, "", Failure::other},
+        {"ssh\ta\\tb\\\\n\\nc\\x\\", EngineEvent::ssh, "a\tb\\n\nc\\x\\", Failure::other},
+        {"ssh", EngineEvent::ssh, "", Failure::other},
+        {"connected\tposix\tanna@laptop\t/home/anna", EngineEvent::connected, "", Failure::other},
         {"failed\tdenied\tPermission denied", EngineEvent::failed, "Permission denied", Failure::denied},
         {"failed\thost-key-changed\t", EngineEvent::failed, "", Failure::host_key_changed},
-        {"failed\tsomething-new\twhy", EngineEvent::failed, "why"},
-        {"failed", EngineEvent::failed, ""},
-        {"lost\tgone", EngineEvent::lost, "gone"},
-        {"", EngineEvent::unknown, ""},
-        {"later\tx", EngineEvent::unknown, ""},
+        {"failed\tsomething-new\twhy", EngineEvent::failed, "why", Failure::other},
+        {"failed", EngineEvent::failed, "", Failure::other},
+        {"lost\tgone", EngineEvent::lost, "gone", Failure::other},
+        {"", EngineEvent::unknown, "", Failure::other},
+        {"later\tx", EngineEvent::unknown, "", Failure::other},
     };
-    for (const auto& row : cases) {
-        const EngineStatus status = parse_status(row.line);
-        EXPECT_EQ(status.event, row.event) << row.line;
-        EXPECT_EQ(status.text, row.text) << row.line;
-        EXPECT_EQ(status.failure, row.failure) << row.line;
+    for (const auto& [line, event, text, failure] : cases) {
+        const EngineStatus status = parse_status(line);
+        EXPECT_EQ(std::tuple(status.event, status.text, status.failure), std::tuple(event, text, failure))
+            << line;
     }
 }
 
 TEST(CommandLine, NamesWhatItDoesNotKnow) {
-    const struct {
-        std::vector<std::string> words;
-        const char* wrong;
-    } cases[] = {
+    const std::pair<test::Names, const char*> cases[] = {
         {{}, ""},
         {{"anna@laptop"}, ""},
         {{"--serve", "/srv"}, ""},
@@ -145,10 +139,10 @@ TEST(CommandLine, NamesWhatItDoesNotKnow) {
         {{"a b"}, "IDS_OPTION_NO_COMPUTER"},
         {{"laptop", "--share"}, "IDS_OPTION_ONE_AT_MOST"},
     };
-    for (const auto& row : cases) {
+    for (const auto& [words, reason] : cases) {
         std::string wrong;
-        EXPECT_EQ(parse_options(row.words, wrong).has_value(), *row.wrong == '\0');
-        EXPECT_EQ(wrong, row.wrong);
+        EXPECT_EQ(parse_options(words, wrong).has_value(), *reason == '\0');
+        EXPECT_EQ(wrong, reason);
     }
 }
 

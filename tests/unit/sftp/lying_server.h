@@ -48,16 +48,14 @@ class LyingServer {
         session_.reset();
         thread_.join();
     }
+    // Once the server has greeted and said what it is.
+    void learn_facts() {
+        while (session_->channel().state() == Channel::State::kGreeting)
+            std::this_thread::sleep_for(1ms);
+        EXPECT_FALSE(session_->learn_facts(""));
+    }
     SftpFileSystem& files() { return *files_; }
     Session& session() { return *session_; }
-
-    static std::string packet(PacketType type, std::uint32_t number, const std::string& fields) {
-        std::string text;
-        append_number(text, static_cast<std::uint32_t>(fields.size() + kAnswerHead));
-        text += static_cast<char>(type);
-        append_number(text, number);
-        return text + fields;
-    }
 
   private:
     bool read_exactly(char* data, std::size_t size) {
@@ -113,27 +111,35 @@ struct Nothing : FileSource {
     int source = -1;
 };
 
-inline std::string status(std::uint32_t number, StatusCode code) {
-    return LyingServer::packet(PacketType::kStatus, number,
-                               Fields().add(static_cast<std::uint32_t>(code)).add("Failure").add("").bytes());
+inline std::string answer(const Request& request, PacketType type, const std::string& fields) {
+    std::string text;
+    append_number(text, static_cast<std::uint32_t>(fields.size() + kAnswerHead));
+    text += static_cast<char>(type);
+    append_number(text, request.number);
+    return text + fields;
 }
 
-inline std::string handle(std::uint32_t number) {
-    return LyingServer::packet(PacketType::kHandle, number, Fields().add("h").bytes());
+inline std::string status(const Request& request, StatusCode code) {
+    return answer(request, PacketType::kStatus,
+                  Fields().add(static_cast<std::uint32_t>(code)).add("Failure").add("").bytes());
 }
 
-inline Attributes folder_attributes() {
-    Attributes attributes;
-    attributes.permissions = 0040755;
-    return attributes;
+inline std::string handle(const Request& request, const std::string& text = "h") {
+    return answer(request, PacketType::kHandle, Fields().add(text).bytes());
 }
 
-inline std::string names(std::uint32_t number, const std::vector<std::string>& texts) {
+inline std::string data(const Request& request, const std::string& text) {
+    return answer(request, PacketType::kData, Fields().add(text).bytes());
+}
+
+inline std::string names(const Request& request, const std::vector<std::string>& texts) {
     Fields fields;
     fields.add(static_cast<std::uint32_t>(texts.size()));
+    Attributes folder;
+    folder.permissions = 0040755;
     for (const std::string& text : texts)
-        fields.add(text).add("").add(folder_attributes());
-    return LyingServer::packet(PacketType::kName, number, fields.bytes());
+        fields.add(text).add("").add(folder);
+    return answer(request, PacketType::kName, fields.bytes());
 }
 
 }  // namespace relay_hub::engine::sftp

@@ -38,62 +38,57 @@ class OtherSystem {
         FieldReader fields(request.fields);
         const std::string first(fields.text());
         const std::string path = own_form(first);
-        const auto told = [&](StatusCode code) { return status(request.number, code); };
+        const auto said = [&](StatusCode code) { return status(request, code); };
         const bool there = nodes_.contains(path);
         switch (request.type) {
             case PacketType::kRealpath:
-                return names(request.number, {first == "." ? home_ : first});
+                return names(request, {first == "." ? home_ : first});
             case PacketType::kStat:
             case PacketType::kLstat:
-                return there ? LyingServer::packet(PacketType::kAttributes, request.number,
-                                                   Fields().add(attributes(path)).bytes())
-                             : told(StatusCode::kNoSuchFile);
+                return there ? sftp::answer(request, PacketType::kAttributes,
+                                            Fields().add(attributes(path)).bytes())
+                             : said(StatusCode::kNoSuchFile);
             case PacketType::kOpendir:
                 listed_ = false;
-                return there ? opened(request, path) : told(StatusCode::kNoSuchFile);
+                return there ? handle(request, path) : said(StatusCode::kNoSuchFile);
             case PacketType::kReaddir:
-                return std::exchange(listed_, true) ? told(StatusCode::kEndOfFile)
+                return std::exchange(listed_, true) ? said(StatusCode::kEndOfFile)
                                                     : list(request, first == "/" ? "/" : first + "/");
             case PacketType::kOpen:
                 if ((fields.number() & kOpenCreate) != 0)
                     nodes_[path] = "";
-                return nodes_.contains(path) ? opened(request, path) : told(StatusCode::kNoSuchFile);
+                return nodes_.contains(path) ? handle(request, path) : said(StatusCode::kNoSuchFile);
             case PacketType::kRead: {
                 const std::uint64_t offset = fields.long_number();
                 const std::string& content = *nodes_[path];
-                return offset >= content.size()
-                           ? told(StatusCode::kEndOfFile)
-                           : LyingServer::packet(PacketType::kData, request.number,
-                                                 Fields().add(content.substr(offset)).bytes());
+                return offset >= content.size() ? said(StatusCode::kEndOfFile)
+                                                : data(request, content.substr(offset));
             }
             case PacketType::kWrite:
                 (void)fields.long_number();
                 *nodes_[path] += fields.text();
-                return told(StatusCode::kOk);
+                return said(StatusCode::kOk);
             case PacketType::kMkdir:
-                return told(nodes_.emplace(path, std::nullopt).second ? StatusCode::kOk
+                return said(nodes_.emplace(path, std::nullopt).second ? StatusCode::kOk
                                                                       : StatusCode::kFailure);
             case PacketType::kRemove:
             case PacketType::kRmdir:
-                return told(nodes_.erase(path) > 0 ? StatusCode::kOk : StatusCode::kNoSuchFile);
+                return said(nodes_.erase(path) > 0 ? StatusCode::kOk : StatusCode::kNoSuchFile);
             case PacketType::kRename: {
                 auto node = nodes_.extract(path);
                 node.key() = own_form(std::string(fields.text()));
-                return told(nodes_.insert(std::move(node)).inserted ? StatusCode::kOk : StatusCode::kFailure);
+                return said(nodes_.insert(std::move(node)).inserted ? StatusCode::kOk : StatusCode::kFailure);
             }
             case PacketType::kFsetstat:
-                return told(StatusCode::kPermissionDenied);
+                return said(StatusCode::kPermissionDenied);
             default:
-                return told(request.type == PacketType::kClose ? StatusCode::kOk : StatusCode::kUnsupported);
+                return said(request.type == PacketType::kClose ? StatusCode::kOk : StatusCode::kUnsupported);
         }
     }
 
   private:
     static std::string own_form(const std::string& path) {
         return GText(g_utf8_normalize(path.c_str(), -1, G_NORMALIZE_NFD)).get();
-    }
-    static std::string opened(const Request& request, const std::string& path) {
-        return LyingServer::packet(PacketType::kHandle, request.number, Fields().add(path).bytes());
     }
     Attributes attributes(const std::string& path) {
         Attributes attributes;
@@ -114,7 +109,7 @@ class OtherSystem {
         }
         std::string head;
         append_number(head, count);
-        return LyingServer::packet(PacketType::kName, request.number, head + fields.bytes());
+        return sftp::answer(request, PacketType::kName, head + fields.bytes());
     }
 
     const std::string home_;
@@ -160,9 +155,7 @@ TEST(OtherSystem, IsKnownByItsAnswersAndServed) {
         SCOPED_TRACE(system.name);
         OtherSystem far(system.home, system.folders);
         LyingServer server([&far](const Request& request) { return far.answer(request); }, {}, system.wished);
-        while (server.session().channel().state() == Channel::State::kGreeting)
-            std::this_thread::sleep_for(1ms);
-        ASSERT_FALSE(server.session().learn_facts(""));
+        server.learn_facts();
         SftpFileSystem& files = server.files();
         EXPECT_EQ(files.style(), system.style);
         Places places;
