@@ -49,9 +49,8 @@ void check_texts(GtkTreeModel* model, int columns) {
     for (gboolean more = gtk_tree_model_get_iter_first(model, &iter); more;
          more = gtk_tree_model_iter_next(model, &iter))
         for (int column = 0; column < columns; ++column)
-            fuzz::check(
-                g_utf8_validate(relay_hub::row_text(model, &iter, column).c_str(), -1, nullptr) != FALSE,
-                "every text of a row can be shown");
+            check(g_utf8_validate(relay_hub::row_text(model, &iter, column).c_str(), -1, nullptr) != FALSE,
+                  "every text of a row can be shown");
 }
 
 void read_list(const std::string& answer, const char* folder) {
@@ -66,18 +65,18 @@ void read_list(const std::string& answer, const char* folder) {
 }  // namespace
 
 int LLVMFuzzerInitialize(int* argc, char*** argv) {
-    fuzz::check(gtk_init_check(argc, argv) != FALSE, "there is a display");
+    check(gtk_init_check(argc, argv) != FALSE, "there is a display");
     relay_hub::remember_window_thread();
     build_pane();
     return 0;
 }
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string answer(fuzz::text_of(data, size));
+    const std::string answer(text_of(data, size));
     std::string storage;
     const std::string_view readable = relay_hub::readable_answer(answer, storage);
-    fuzz::check(g_utf8_validate(readable.data(), static_cast<gssize>(readable.size()), nullptr) != FALSE,
-                "a readable answer is valid UTF-8");
+    check(g_utf8_validate(readable.data(), static_cast<gssize>(readable.size()), nullptr) != FALSE,
+          "a readable answer is valid UTF-8");
     // A failed listing would open a box and wait for the user.
     for (const char* folder : {"C:\\", "/home"})
         if (relay_hub::Answer(answer.c_str(), RELAY_HUB_HERE).result() != -1)
@@ -85,7 +84,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     for (const Reader read : kReaders) {
         set_xml_string(answer.c_str());
         (void)read(nullptr);
-        fuzz::check(get_xml_string() == nullptr, "a reader empties the slot");
+        check(get_xml_string() == nullptr, "a reader empties the slot");
     }
     check_texts(GTK_TREE_MODEL(drive_store), 3);
     gtk_list_store_clear(drive_store);

@@ -1,9 +1,5 @@
 // Frames on a pipe, read as the listener reads them and served as the window serves them.
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <array>
 #include <cstring>
 
 #include "base/fifo.h"
@@ -14,6 +10,7 @@
 #include "name_pipe/name_pipe_base.h"
 #include "name_pipe/name_pipe_io.h"
 #include "name_pipe/name_pipe_listener.h"
+#include "pipe.h"
 
 namespace {
 
@@ -24,41 +21,31 @@ constexpr std::size_t kMostBytes = 1'000'000;
 constexpr std::string_view kMarker{"\xC9\xBB\x29\xF9\x00\x01", 6};
 
 // The read end of a pipe that holds the bytes and whose writer has gone.
-int pipe_with(std::string_view bytes) {
-    std::array<int, 2> ends{};
-    fuzz::check(::pipe2(ends.data(), O_NONBLOCK | O_CLOEXEC) == 0, "a pipe");
-    relay_hub::raise_capacity(ends[1]);
-    fuzz::check(::write(ends[1], bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()),
-                "room in the pipe");
-    ::close(ends[1]);
-    return ends[0];
+relay_hub::FileDescriptor pipe_with(std::string_view bytes) {
+    test::Pipe pipe(O_NONBLOCK);
+    relay_hub::raise_capacity(pipe.writer.get());
+    pipe.put(bytes);
+    return std::move(pipe.reader);
 }
 
 void read_raw_frame(std::string_view bytes) {
-    const int fd = pipe_with(bytes);
     unsigned int count = 0;
-    const auto body = ReadPipeData(fd, &count);
-    ::close(fd);
+    const auto body = ReadPipeData(pipe_with(bytes).get(), &count);
     std::int32_t announced = 0;
     std::memcpy(&announced, bytes.data(), std::min(bytes.size(), sizeof announced));
     const bool believed = bytes.size() >= sizeof announced && announced <= kLongestBody;
-    fuzz::check((body != nullptr) == believed,
-                "a body where a header announces one of a length to be believed");
+    check((body != nullptr) == believed, "a body where a header announces one of a length to be believed");
     if (body == nullptr)
         return;
-    fuzz::check(std::string_view(body.get(), count) ==
-                    bytes.substr(sizeof announced, static_cast<std::size_t>(std::max(announced, 0))),
-                "the body is what came, up to the announced length");
+    check(std::string_view(body.get(), count) ==
+              bytes.substr(sizeof announced, static_cast<std::size_t>(std::max(announced, 0))),
+          "the body is what came, up to the announced length");
 }
 
 void serve(std::string_view request) {
     const relay_hub::FrameHeader header = relay_hub::frame_header(static_cast<std::uint32_t>(request.size()));
-    const int fd = pipe_with(std::string(header.data(), header.size()).append(request));
-    (void)pipe_read_func(fd, nullptr);
-    ::close(fd);
-    const int null = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
-    (void)pipe_write_func(null);
-    ::close(null);
+    (void)pipe_read_func(pipe_with(std::string(header.data(), header.size()).append(request)).get(), nullptr);
+    (void)pipe_write_func(relay_hub::FileDescriptor(::open("/dev/null", O_WRONLY | O_CLOEXEC)).get());
     CNamePipeBase::ResetStatus();
     CNamePipeBase::SetupParam("/nonexistent", kAnswerSize, kAnswerSize);
     CleanUpInformationVar();
@@ -73,7 +60,7 @@ int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
 }
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string_view bytes = fuzz::text_of(data, size).substr(0, kMostBytes);
+    const std::string_view bytes = text_of(data, size).substr(0, kMostBytes);
     read_raw_frame(bytes);
     serve(bytes);
     serve(std::string(kMarker).append(bytes));

@@ -66,8 +66,8 @@ void check_round_trip(const Text& value) {
         return;
     CZEVXML sent, received;
     sent.Generate("A/B[2]", value);
-    fuzz::check(received.LoadXML(sent.GetXML()), "a generated document can be loaded");
-    fuzz::check(received.Query("A/B[2]") == value, "a value travels unchanged");
+    check(received.LoadXML(sent.GetXML()), "a generated document can be loaded");
+    check(received.Query("A/B[2]") == value, "a value travels unchanged");
 }
 
 int depth_of(const CXML& element, int level) {
@@ -80,7 +80,7 @@ int depth_of(const CXML& element, int level) {
 void look_at(CXML& element) {
     for (CAttribute* each = element.GetFirstAttribute(); each != nullptr; each = element.GetNextAttribute()) {
         const CMabString& name = each->GetAttributeName();
-        fuzz::check(element.GetAttributePointer(name.c_str()) == each, "an attribute is found by its name");
+        check(element.GetAttributePointer(name.c_str()) == each, "an attribute is found by its name");
         (void)each->GetAttributeDouble();
     }
     for (CXML* child = element.GetLastChild(); child != nullptr; child = element.GetPrevChild()) {
@@ -88,7 +88,7 @@ void look_at(CXML& element) {
         if (tag.find('[') != std::string::npos)  // would be taken for an index
             continue;
         const int count = element.GetChildCountByTag(tag);
-        fuzz::check(count > 0 && element.GetChildByTag(tag, count) != nullptr, "a child is found by its tag");
+        check(count > 0 && element.GetChildByTag(tag, count) != nullptr, "a child is found by its tag");
         element.SetCurrentChild(child);
     }
 }
@@ -97,14 +97,14 @@ void read_elements(const Text& text) {
     CXML element, from_file;
     element.LoadXML(text);
     const std::string written = element.GetXML();
-    fuzz::check(depth_of(element, 1) <= CXML::kMaxDepth, "the depth is bounded");
+    check(depth_of(element, 1) <= CXML::kMaxDepth, "the depth is bounded");
     const int file = ::memfd_create("elements", MFD_CLOEXEC);
-    fuzz::check(::write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size()), "a file");
+    check(::write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size()), "a file");
     ::lseek(file, 0, SEEK_SET);
     from_file.XMLRead(file);
     ::close(file);
-    fuzz::check(from_file.GetXML() == written, "a file reads as memory does");
-    fuzz::check(element.Copy()->GetXML() == written, "a copy is the same");
+    check(from_file.GetXML() == written, "a file reads as memory does");
+    check(element.Copy()->GetXML() == written, "a copy is the same");
     look_at(element);
     element.SortByName();
     element.SortById();
@@ -114,16 +114,16 @@ void read_elements(const Text& text) {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    std::string_view rest = fuzz::text_of(data, size);
+    std::string_view rest = text_of(data, size);
     read_elements(std::string(rest));
     CZEVXML document;
-    (void)document.LoadXML(fuzz::take_part(rest, '\n'));
+    (void)document.LoadXML(take_part(rest, '\n'));
     // Grafting a document into itself can double it each time.
     for (int count = 0; count < 32 && !rest.empty() && document.GetXML().size() < 100'000; ++count) {
         const char operation = rest.front();
-        const std::string whole = fuzz::take_part(rest, '\n');
+        const std::string whole = take_part(rest, '\n');
         std::string_view line = std::string_view(whole).substr(std::min<std::size_t>(whole.size(), 1));
-        const std::string path = fuzz::take_part(line, '|'), value(line);
+        const std::string path = take_part(line, '|'), value(line);
         look_up(document, path);
         change(document, operation, path, value);
         check_round_trip(value);

@@ -61,21 +61,21 @@ void exchange_with(std::string_view bytes, const Ask& ask) {
 int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
     ignore_broken_pipes();
     for (const char* end : {"_IN", "_OUT"})
-        fuzz::check(make_fifo(base() + end, 0600), "a pipe");
+        check(make_fifo(base() + end, 0600), "a pipe");
     return 0;
 }
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string_view bytes = fuzz::text_of(data, size);
+    const std::string_view bytes = text_of(data, size);
     exchange_with(bytes, [&] {
         std::string request = "request", answer(kAnswerSize, '#');
         const bool got = SendPipeData(base().c_str(), request.data(), static_cast<unsigned>(request.size()),
                                       answer.data(), kAnswerSize);
         const std::string_view body = bytes.substr(std::min(bytes.size(), kFrameHeaderSize));
         const std::size_t length = answer.find('\0');
-        fuzz::check(!got || length == std::string::npos ||
-                        body.starts_with(std::string_view(answer).substr(0, length)),
-                    "an answer is what came");
+        check(!got || length == std::string::npos ||
+                  body.starts_with(std::string_view(answer).substr(0, length)),
+              "an answer is what came");
     });
     exchange_with(bytes, [&] {
         StopToken stop;

@@ -7,8 +7,6 @@
 #include <string>
 #include <string_view>
 
-namespace fuzz {
-
 inline std::string_view text_of(const std::uint8_t* data, std::size_t size) {
     return {reinterpret_cast<const char*>(data), size};
 }
@@ -27,8 +25,6 @@ inline void check(bool holds, const char* what) {
     std::fprintf(stderr, "does not hold: %s\n", what);
     std::abort();
 }
-
-}  // namespace fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv);

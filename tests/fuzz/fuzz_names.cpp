@@ -20,8 +20,8 @@ namespace engine = relay_hub::engine;
 void decode_into_buffers(const std::string& hex) {
     const std::size_t length = std::strlen(hex.c_str());
     std::string text(length / 4 * MB_CUR_MAX + MB_CUR_MAX + 1, '\0');
-    fuzz::check(unicode_hex_string_to_ansi_string(hex.c_str(), text.data()) == 0, "a text is decoded");
-    fuzz::check(relay_hub::text_from_unicode_hex(hex) == text.c_str(), "both forms decode alike");
+    check(unicode_hex_string_to_ansi_string(hex.c_str(), text.data()) == 0, "a text is decoded");
+    check(relay_hub::text_from_unicode_hex(hex) == text.c_str(), "both forms decode alike");
     for (const int size : {0, 1, 2, 7, static_cast<int>(length / 2 + 1)}) {
         std::string bytes(static_cast<std::size_t>(size), '\0');
         (void)HexStr2Binary(hex.c_str(), reinterpret_cast<unsigned char*>(bytes.data()), size);
@@ -29,7 +29,7 @@ void decode_into_buffers(const std::string& hex) {
         (void)HexStr2UnicodeStr(hex.c_str(), wide.data(), size);
     }
     if (const auto decoded = relay_hub::text_from_utf16_hex(hex))
-        fuzz::check(engine::meant_text("", hex) == decoded, "the engine means what it decodes");
+        check(engine::meant_text("", hex) == decoded, "the engine means what it decodes");
 }
 
 void encode(const std::string& text) {
@@ -37,14 +37,14 @@ void encode(const std::string& text) {
     std::wstring wide(length + 1, L'\0');
     std::string hex(4 * length + 1, '\0');
     long count = 0;
-    fuzz::check(ansi_to_unicode_hex(text.c_str(), wide.data(), &count, hex.data()) == 0, "a text is taken");
+    check(ansi_to_unicode_hex(text.c_str(), wide.data(), &count, hex.data()) == 0, "a text is taken");
     const std::string encoded = relay_hub::unicode_hex(text);
-    fuzz::check(encoded == hex.c_str(), "both forms encode alike");
-    fuzz::check((count > 0 ? 4 * static_cast<std::size_t>(count) : 0) == encoded.size(), "four digits each");
+    check(encoded == hex.c_str(), "both forms encode alike");
+    check((count > 0 ? 4 * static_cast<std::size_t>(count) : 0) == encoded.size(), "four digits each");
     if (count > 0 && wide.find_first_of(L'\0') == static_cast<std::size_t>(count) &&
         *std::max_element(wide.begin(), wide.end()) <= 0xFFFF) {
-        fuzz::check(relay_hub::text_from_unicode_hex(encoded) == text.c_str(), "a text travels unchanged");
-        fuzz::check(relay_hub::text_from_utf16_hex(encoded) == text.c_str(), "the engine reads it alike");
+        check(relay_hub::text_from_unicode_hex(encoded) == text.c_str(), "a text travels unchanged");
+        check(relay_hub::text_from_utf16_hex(encoded) == text.c_str(), "the engine reads it alike");
     }
     (void)engine::meant_text(text, encoded);
     (void)engine::with_pictographs(text);
@@ -52,11 +52,11 @@ void encode(const std::string& text) {
 
 void normalise(const std::string& path, const char* delimiters, const char* separator) {
     std::string real, again;
-    fuzz::check(ConvertToRealPath(path.c_str(), delimiters, real, separator) == 0, "a path is resolved");
+    check(ConvertToRealPath(path.c_str(), delimiters, real, separator) == 0, "a path is resolved");
     ConvertToRealPath(real.c_str(), separator, again, separator);
-    fuzz::check(again == real || std::string_view(delimiters) != separator, "a resolved path stays");
-    fuzz::check(("/" + real).find(std::string("/..") + separator) == std::string::npos || *separator != '/',
-                "nothing leads up any more");
+    check(again == real || std::string_view(delimiters) != separator, "a resolved path stays");
+    check(("/" + real).find(std::string("/..") + separator) == std::string::npos || *separator != '/',
+          "nothing leads up any more");
 }
 
 void enter_the_tree(engine::Style style, const std::string& path) {
@@ -66,22 +66,21 @@ void enter_the_tree(engine::Style style, const std::string& path) {
     const std::string framed = "/" + *inner + "/";
     for (const std::string_view never : {std::string_view("//"), std::string_view("/../"),
                                          std::string_view("/./"), std::string_view("\0", 1)})
-        fuzz::check(framed == "//" || framed.find(never) == std::string::npos,
-                    "an inner path stays below the root");
-    fuzz::check(engine::inner_path(style, engine::wire_path(style, *inner)) == inner,
-                "a path travels unchanged");
+        check(framed == "//" || framed.find(never) == std::string::npos,
+              "an inner path stays below the root");
+    check(engine::inner_path(style, engine::wire_path(style, *inner)) == inner, "a path travels unchanged");
     (void)engine::parent_path(*inner);
 }
 
 }  // namespace
 
 int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
-    fuzz::check(std::setlocale(LC_ALL, "C.UTF-8") != nullptr, "a locale");
+    check(std::setlocale(LC_ALL, "C.UTF-8") != nullptr, "a locale");
     return 0;
 }
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string text(fuzz::text_of(data, size));
+    const std::string text(text_of(data, size));
     decode_into_buffers(text);
     encode(text);
     normalise(text, "/", "/");
@@ -91,7 +90,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string folder = text.substr(0, size / 2), name = text.substr(size / 2);
     for (const std::string& joined :
          {relay_hub::join_remote_path(folder, name), relay_hub::join_local_path(folder, name)})
-        fuzz::check(joined.size() <= size + 1, "joining adds one separator at most");
+        check(joined.size() <= size + 1, "joining adds one separator at most");
     for (const engine::Style style : {engine::Style::kWindows, engine::Style::kPosix, engine::Style::kDrives})
         enter_the_tree(style, text);
     return 0;

@@ -69,7 +69,7 @@ class JudgingTree : public RemoteFileSystem {
 
   private:
     static int judge(const Path& path) {
-        fuzz::check(path.find('\0') == std::string::npos && !path.starts_with('/'), "a path of the tree");
+        check(path.find('\0') == std::string::npos && !path.starts_with('/'), "a path of the tree");
         return 0;
     }
     static int refuse(const Path& path) { return judge(path) + EACCES; }
@@ -88,15 +88,15 @@ class SilentFrontEnd : public FrontEnd {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string request(fuzz::text_of(data, size));
+    const std::string request(text_of(data, size));
     SilentFrontEnd front_end;
     const LinkState state;
     for (const Style style : {Style::kWindows, Style::kPosix, Style::kDrives}) {
         JudgingTree tree(style);
         const Reply reply = RequestHandlers(tree, tree, front_end, state).handle(request);
         CZEVXML answer;
-        fuzz::check(reply.text.empty() || answer.LoadXML(reply.text), "an answer is one whole document");
-        fuzz::check(reply.text.size() <= kLongestAnswer, "an answer fits into the window's buffer");
+        check(reply.text.empty() || answer.LoadXML(reply.text), "an answer is one whole document");
+        check(reply.text.size() <= kLongestAnswer, "an answer fits into the window's buffer");
     }
     return 0;
 }

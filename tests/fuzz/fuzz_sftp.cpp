@@ -14,31 +14,31 @@ void check_names(std::string_view fields) {
     for (const NamedEntry& entry : names.value_or(std::vector<NamedEntry>())) {
         bytes += entry.name.size();
         const auto converted = entry_of(entry.name, entry.attributes);
-        fuzz::check((converted.mode & ~07777U) == 0, "a mode has no type");
+        check((converted.mode & ~07777U) == 0, "a mode has no type");
         if (is_possible_name(entry.name))
-            fuzz::check(entry.name.find('/') == std::string::npos, "a name stays in its folder");
+            check(entry.name.find('/') == std::string::npos, "a name stays in its folder");
         (void)is_left_over(entry.name, 0);
     }
-    fuzz::check(bytes <= fields.size(), "names are no longer than their packet");
+    check(bytes <= fields.size(), "names are no longer than their packet");
 }
 
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string_view fields(fuzz::text_of(data, size));
+    const std::string_view fields(text_of(data, size));
     check_names(fields);
     (void)read_status(fields);
     (void)read_limits(fields);
     (void)read_space(fields);
     (void)read_version(fields);
     if (const auto handle = read_handle(fields))
-        fuzz::check(handle->size() <= kLongestHandle, "a handle is short");
+        check(handle->size() <= kLongestHandle, "a handle is short");
     if (const auto content = read_data(fields))
-        fuzz::check(Fields().add(*content).bytes() == fields, "data is all that its packet holds");
+        check(Fields().add(*content).bytes() == fields, "data is all that its packet holds");
     if (const auto attributes = read_attributes(fields)) {
         const auto again = read_attributes(Fields().add(*attributes).bytes());
-        fuzz::check(again.has_value() && again->permissions == attributes->permissions,
-                    "attributes come back as they were written");
+        check(again.has_value() && again->permissions == attributes->permissions,
+              "attributes come back as they were written");
     }
     return 0;
 }

@@ -26,22 +26,21 @@ void trash_in_the_engine(const std::string& name) {
     if (engine::join_path("", name) == "." || tree->move_to_trash(name).number != 0)
         return;
     const test::Names infos = test::names_in(trash + "/info"), files = test::names_in(trash + "/files");
-    fuzz::check(infos.size() == 1 && files.size() == 1 && infos[0] == files[0] + ".trashinfo", "one of each");
+    check(infos.size() == 1 && files.size() == 1 && infos[0] == files[0] + ".trashinfo", "one of each");
     const std::string info = test::content(trash + "/info/" + infos[0]);
     const std::size_t begin = info.find("Path=") + 5;
     char* meant = g_uri_unescape_string(info.substr(begin, info.find('\n', begin) - begin).c_str(), nullptr);
-    fuzz::check(meant != nullptr && name == meant, "the info file leads back");
+    check(meant != nullptr && name == meant, "the info file leads back");
     g_free(meant);
     std::filesystem::remove_all(trash);
 }
 
 void trash_in_the_window(const std::string& path) {
-    fuzz::check(DeleteDirectory({path}), "the info file is made");
-    fuzz::check(!test::exists(path), "what can be made can be trashed");
+    check(DeleteDirectory({path}), "the info file is made");
+    check(!test::exists(path), "what can be made can be trashed");
     const test::Names entries = test::names_in(sandbox().at("Trash"));
-    fuzz::check(entries.size() == 2 && entries[1] == entries[0] + ".info", "one of each");
-    fuzz::check(test::content(sandbox().at("Trash/" + entries[1])).starts_with(path + "\n"),
-                "the path is kept");
+    check(entries.size() == 2 && entries[1] == entries[0] + ".info", "one of each");
+    check(test::content(sandbox().at("Trash/" + entries[1])).starts_with(path + "\n"), "the path is kept");
     std::filesystem::remove_all(sandbox().at("Trash"));
 }
 
@@ -53,7 +52,7 @@ int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
 }
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string name(fuzz::text_of(data, size));
+    const std::string name(text_of(data, size));
     for (const std::string_view never : {std::string_view("/"), std::string_view("\0", 1)})
         if (name.find(never) != std::string::npos)
             return 0;
@@ -65,7 +64,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string beside = sandbox().make_file("work/" + name);
     const FolderHandle work = open_folder(sandbox().at("work"));
     sweep_temporary_files(::dirfd(work.get()));
-    fuzz::check(test::exists(beside) == !is_temporary_name(name), "only what is temporary is swept");
+    check(test::exists(beside) == !is_temporary_name(name), "only what is temporary is swept");
     std::filesystem::remove_all(sandbox().at("work"));
     return 0;
 }

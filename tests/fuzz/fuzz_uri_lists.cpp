@@ -21,26 +21,26 @@ void paste(std::string target) {
         gtk_clipboard_get(GDK_SELECTION_CLIPBOARD), &entry, 1, give, [](GtkClipboard*, gpointer) {}, nullptr);
     std::vector<std::string> paths{"kept"};
     const int result = get_from_clipboard(paths);
-    fuzz::check(paths.back() == "kept" && (result == 0 || paths.size() == 1), "only whole lists are taken");
+    check(paths.back() == "kept" && (result == 0 || paths.size() == 1), "only whole lists are taken");
     for (std::size_t at = 0; at + 1 < paths.size(); ++at)
-        fuzz::check(paths[at].starts_with('/'), "a local path is a full path");
+        check(paths[at].starts_with('/'), "a local path is a full path");
 }
 
 }  // namespace
 
 int LLVMFuzzerInitialize(int* argc, char*** argv) {
-    fuzz::check(gtk_init_check(argc, argv) != FALSE, "there is a display");
+    check(gtk_init_check(argc, argv) != FALSE, "there is a display");
     relay_hub::remember_window_thread();
     return 0;
 }
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    offered = fuzz::text_of(data, size);
+    offered = text_of(data, size);
     const std::string text(offered);
     for (const std::string& path : Gfile_split_string_to_list(text, "\r\n", 1))
-        fuzz::check(path.starts_with('/'), "a dropped local path is a full path");
+        check(path.starts_with('/'), "a dropped local path is a full path");
     for (const std::string& part : Gfile_split_string_to_list(text, "\n", 0))
-        fuzz::check(part.find_first_of("\r\n") == std::string::npos, "a part is one line");
+        check(part.find_first_of("\r\n") == std::string::npos, "a part is one line");
     static bool as_list = false;
     as_list = !as_list;
     paste(as_list ? "text/uri-list" : "x-special/gnome-copied-files");

@@ -39,12 +39,7 @@ class AnswerReaders : public gui_test::Panes {
 };
 
 TEST_F(AnswerReaders, FileListAnswersFillThePaneOrLeaveItAsItWas) {
-    const struct {
-        const char* what;
-        std::string answer;
-        int result;
-        std::string names;
-    } cases[] = {
+    const std::tuple<const char*, std::string, int, std::string> cases[] = {
         {"good", message(kSuccess + line("a", "1") + line("b", "0")), 0, ".. a b"},
         {"no records", message(kSuccess), 0, ".."},
         {"empty", "", -1, "old"},
@@ -61,12 +56,12 @@ TEST_F(AnswerReaders, FileListAnswersFillThePaneOrLeaveItAsItWas) {
         {"text between records",
          message(kSuccess + "one" + line("a", "0") + "two" + line("b", "0") + "three"), 0, ".. a b"},
     };
-    for (const auto& c : cases) {
+    for (const auto& [what, answer, result, listed] : cases) {
         clean_tree_view(remote_.view());
         const char* const old_row[kColumnCount] = {"gtk-file", "old"};
         relay_hub::RowFiller(remote_.view()).add(old_row);
-        EXPECT_EQ(read(get_NP_VAL_CMD_GET_FILE_LIST, c.answer), c.result) << c.what;
-        EXPECT_EQ(names(remote_), c.names) << c.what;
+        EXPECT_EQ(read(get_NP_VAL_CMD_GET_FILE_LIST, answer), result) << what;
+        EXPECT_EQ(names(remote_), listed) << what;
     }
     EXPECT_STREQ(relay_hub::current_folder(get_UI_sets()->right_side), "/home");
 }
@@ -112,10 +107,7 @@ TEST_F(AnswerReaders, DrivesAndSpecialPathsBecomeEntries) {
 }
 
 TEST_F(AnswerReaders, OnlyTheCreateFolderReaderTellsAllCodes) {
-    const struct {
-        std::string answer, reason;
-        int create_folder, others;
-    } cases[] = {
+    const std::tuple<std::string, std::string, int, int> cases[] = {
         {message(kSuccess), "", 0, 0},
         {message(kFailure + "<T2>disk &amp; full</T2>"), "disk & full", -1, -1},
         {"", "", RET_XML_NULL, -1},
@@ -123,17 +115,17 @@ TEST_F(AnswerReaders, OnlyTheCreateFolderReaderTellsAllCodes) {
         {"<A/>", "", RET_XML_FMT_ERROR, -1},
         {"<ZEVMSG/>", "", RET_XML_TAG_MISS, -1},
     };
-    for (const auto& c : cases) {
+    for (const auto& [answer, reason, create_folder, others] : cases) {
         relay_hub::free_return_message();
-        EXPECT_EQ(read(get_NP_VAL_CMD_CREATE_FOLDER, c.answer), c.create_folder) << c.answer;
-        EXPECT_EQ(relay_hub::return_message(), c.reason);
+        EXPECT_EQ(read(get_NP_VAL_CMD_CREATE_FOLDER, answer), create_folder) << answer;
+        EXPECT_EQ(relay_hub::return_message(), reason);
         for (const auto reader : {get_NP_VAL_CMD_RENAME, get_NP_VAL_CMD_DELETE_FILE})
-            EXPECT_EQ(read(reader, c.answer), c.others) << c.answer;
+            EXPECT_EQ(read(reader, answer), others) << answer;
         for (const auto reader : {get_NP_VAL_CMD_MOVE_FILE_TO_TRASH, get_NP_VAL_CMD_COPY_LOCAL_TO_REMOTE,
                                   get_NP_VAL_CMD_COPY_REMOTE_TO_LOCAL}) {
             SetShowMessageBox("");
-            EXPECT_EQ(read(reader, c.answer), c.others) << c.answer;
-            EXPECT_EQ(GetShowMessageBox(), c.reason);
+            EXPECT_EQ(read(reader, answer), others) << answer;
+            EXPECT_EQ(GetShowMessageBox(), reason);
         }
     }
 }
@@ -151,10 +143,7 @@ TEST(AnswerText, WhatCannotBeReadIsToldByTheNameOfItsReader) {
 }
 
 TEST(AnswerText, OnlyWhatTheParserCannotTakeIsReplaced) {
-    const struct {
-        std::string text;
-        std::string readable;
-    } cases[] = {
+    const std::pair<std::string, std::string> cases[] = {
         {"caf\u00E9 \u65E5 \U0001F600\t\n", "caf\u00E9 \u65E5 \U0001F600\t\n"},
         {"&dq;a&dq;", "&quot;a&quot;"},
         {"&d;&amp;dq;", "&d;&amp;dq;"},
@@ -164,9 +153,9 @@ TEST(AnswerText, OnlyWhatTheParserCannotTakeIsReplaced) {
         {"a\x1B\x7F", "a\uFFFD\x7F"},
         {"\xEF\xBF\xBE\xF4\x90\x80\x80", "\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"},
     };
-    for (const auto& c : cases) {
+    for (const auto& [text, readable] : cases) {
         std::string storage;
-        EXPECT_EQ(relay_hub::readable_answer(c.text, storage), c.readable);
+        EXPECT_EQ(relay_hub::readable_answer(text, storage), readable);
     }
 }
 

@@ -120,28 +120,23 @@ TEST_F(RenameDialog, ChecksTheNameAgainstTheFolderOrTheRowsThatAreNotSelected) {
     for (const char* name : {"..", "old", "other"})
         append_data(list_.view(), columns, &name);
     list_.select({1});
-    const struct {
-        const char* base;  // of the remote pane; null: local
-        const char* old_name;
-        const char* text;
-        const char* refusal;
-        const char* new_name;
-    } cases[] = {{nullptr, "old", "a/b", kRefusedSlash, ""},
-                 {nullptr, "old", "other", kRefusedDuplicate, ""},
-                 {nullptr, "old", "OTHER", "", "OTHER"},
-                 {nullptr, "old", nullptr, "", "old"},
-                 {nullptr, "raw\xff", nullptr, "", "raw\xff"},
-                 {nullptr, "raw\xff", "fine", "", "fine"},
-                 {"/home", "old", "a/b", kRefusedSlash, ""},
-                 {"C:\\Data", "old", "a/b", "", "a/b"},
-                 {"C:\\Data", "old", "other", kRefusedDuplicate, ""},
-                 {"/home", "old", "Other", "", "Other"},
-                 {"/home", "old", "..", "", ".."}};
-    for (const auto& each : cases) {
-        const bool is_remote = each.base != nullptr;
-        EXPECT_EQ(rename(each.old_name, is_remote ? each.base : sandbox_.at(), is_remote, each.text),
-                  each.refusal);
-        EXPECT_EQ(new_name_, each.new_name);
+    const std::tuple<const char*, const char*, const char*, const char*, const char*> cases[] = {
+        {nullptr, "old", "a/b", kRefusedSlash, ""},
+        {nullptr, "old", "other", kRefusedDuplicate, ""},
+        {nullptr, "old", "OTHER", "", "OTHER"},
+        {nullptr, "old", nullptr, "", "old"},
+        {nullptr, "raw\xff", nullptr, "", "raw\xff"},
+        {nullptr, "raw\xff", "fine", "", "fine"},
+        {"/home", "old", "a/b", kRefusedSlash, ""},
+        {"C:\\Data", "old", "a/b", "", "a/b"},
+        {"C:\\Data", "old", "other", kRefusedDuplicate, ""},
+        {"/home", "old", "Other", "", "Other"},
+        {"/home", "old", "..", "", ".."}};
+    // The base is the remote pane's folder; null: a name in the local one.
+    for (const auto& [base, old_name, text, refusal, new_name] : cases) {
+        const bool is_remote = base != nullptr;
+        EXPECT_EQ(rename(old_name, is_remote ? base : sandbox_.at(), is_remote, text), refusal);
+        EXPECT_EQ(new_name_, new_name);
     }
 }
 

@@ -46,21 +46,18 @@ TEST_F(Panes, ProbesJudgeTheEnginesAnswer) {
 }
 
 TEST_F(Panes, ARoundWithoutAnAnswerEndsWhicheverRequestItServed) {
-    const struct {
-        std::function<int()> ask;
-        std::vector<const char*> commands;
-    } cases[] = {
+    const std::pair<std::function<int()>, std::vector<const char*>> cases[] = {
         {offline_connection_status_nothread, {wire::kCheckConnectionStatus}},
         {link_engine_remote_online, {wire::kCheckRemoteOnline}},
         {[] { return right_combobox_load_partition(nullptr, nullptr); },
          {wire::kGetRemoteSpecialPath, wire::kGetDriverList}},
     };
-    for (const auto& one : cases) {
+    for (const auto& [ask, commands] : cases) {
         const FakeEngine engine([](const std::string&) { return FakeEngine::kRoundEnd; });
         const auto start = std::chrono::steady_clock::now();
-        EXPECT_EQ(one.ask(), -1) << one.commands.front();
-        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1)) << one.commands.front();
-        for (const char* command : one.commands)
+        EXPECT_EQ(ask(), -1) << commands.front();
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1)) << commands.front();
+        for (const char* command : commands)
             EXPECT_EQ(engine.requests(command).size(), 1U);
     }
 }

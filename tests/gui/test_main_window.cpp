@@ -34,19 +34,14 @@ class MainWindow : public gui_test::MainWindowTest {
 
 TEST_F(MainWindow, OpensFoldersByDoubleClickAndNothingElse) {
     // ".." 0, "folder" 1, "one" 2, "two" 3
-    const struct {
-        int row;
-        guint modifiers;
-        guint button;
-        const char* leads_to;
-    } cases[] = {
+    const std::tuple<int, guint, guint, const char*> cases[] = {
         {2, 0, 1, ""}, {1, GDK_CONTROL_MASK, 1, ""}, {1, 0, 2, ""}, {-1, 0, 1, ""}, {1, 0, 1, "folder"}};
-    for (const auto& test : cases) {
-        mouse(local(), GDK_2BUTTON_PRESS, test.button, test.row);
+    for (const auto& [row, modifiers, button, leads_to] : cases) {
+        mouse(local(), GDK_2BUTTON_PRESS, button, row);
         EXPECT_EQ(single_clicked, kDoubleClickPressed);
-        mouse(local(), GDK_BUTTON_RELEASE, test.button, test.row, test.modifiers);
+        mouse(local(), GDK_BUTTON_RELEASE, button, row, modifiers);
         EXPECT_EQ(single_clicked, kClickIdle);
-        EXPECT_EQ(relay_hub::current_folder(&local()), sandbox_.at(test.leads_to)) << test.row;
+        EXPECT_EQ(relay_hub::current_folder(&local()), sandbox_.at(leads_to)) << row;
     }
     EXPECT_EQ(gtk_entry_get_text(GTK_ENTRY(local().path_entry)), sandbox_.at("folder"));
     EXPECT_THAT(row_names(local()), ElementsAre("..", "inside"));
@@ -163,39 +158,31 @@ TEST_F(MainWindow, KeepsKeysPressedWhileItIsBusy) {
 }
 
 TEST_F(MainWindow, OffersPasteWhereSomethingCanBePasted) {
-    const struct {
-        const char* what;
-        int source;
-        GtkWidget* copied_in;
-        bool local;
-        bool remote;
-    } cases[] = {{"nothing copied", kNothingCopied, nullptr, false, false},
-                 {"copied in the local list", kCopiedLocally, local().tree_view, false, true},
-                 {"copied in the remote list", kCopiedRemotely, remote().tree_view, true, false}};
-    for (const auto& test : cases) {
-        g_copy_source = test.source;
-        g_p_tree_view = test.copied_in;
-        EXPECT_EQ((relay_hub::offered_items(local().tree_view) & kMenuPaste) != 0, test.local) << test.what;
-        EXPECT_EQ((relay_hub::offered_items(remote().tree_view) & kMenuPaste) != 0, test.remote) << test.what;
-        EXPECT_EQ(relay_hub::offered_items(local().tree_view) | kMenuPaste, 0xff) << test.what;
+    const std::tuple<const char*, int, GtkWidget*, bool, bool> cases[] = {
+        {"nothing copied", kNothingCopied, nullptr, false, false},
+        {"copied in the local list", kCopiedLocally, local().tree_view, false, true},
+        {"copied in the remote list", kCopiedRemotely, remote().tree_view, true, false}};
+    for (const auto& [what, source, copied_in, in_local, in_remote] : cases) {
+        g_copy_source = source;
+        g_p_tree_view = copied_in;
+        EXPECT_EQ((relay_hub::offered_items(local().tree_view) & kMenuPaste) != 0, in_local) << what;
+        EXPECT_EQ((relay_hub::offered_items(remote().tree_view) & kMenuPaste) != 0, in_remote) << what;
+        EXPECT_EQ(relay_hub::offered_items(local().tree_view) | kMenuPaste, 0xff) << what;
     }
 }
 
 TEST(TypedRemotePath, LeadsWhereItWasMeant) {
-    const struct {
-        const char* typed;
-        const char* folder;
-        const char* result;
-    } cases[] = {{"Docs", "/home", "/home/Docs/"},
-                 {"/etc", "/home", "/etc/"},
-                 {"../x", "/home/me", "/home/x/"},
-                 {"D:\\Music", "C:\\", "D:\\Music\\"},
-                 {"Docs", "C:\\Data\\", "C:\\Data\\Docs\\"},
-                 {"..", "C:\\Data", "C:\\"},
-                 {"C:\\", "", "C:\\"},
-                 {"/", "/", "/"}};
-    for (const auto& test : cases)
-        EXPECT_EQ(relay_hub::typed_remote_path(test.typed, test.folder), test.result) << test.typed;
+    const std::tuple<const char*, const char*, const char*> cases[] = {
+        {"Docs", "/home", "/home/Docs/"},
+        {"/etc", "/home", "/etc/"},
+        {"../x", "/home/me", "/home/x/"},
+        {"D:\\Music", "C:\\", "D:\\Music\\"},
+        {"Docs", "C:\\Data\\", "C:\\Data\\Docs\\"},
+        {"..", "C:\\Data", "C:\\"},
+        {"C:\\", "", "C:\\"},
+        {"/", "/", "/"}};
+    for (const auto& [typed, folder, result] : cases)
+        EXPECT_EQ(relay_hub::typed_remote_path(typed, folder), result) << typed;
 }
 
 }  // namespace

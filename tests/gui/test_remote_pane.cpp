@@ -49,12 +49,10 @@ class RemotePane : public Panes {
 };
 
 TEST_F(RemotePane, ANewFolderIsMadeWhereThePaneStandsAndBecomesSelected) {
-    const struct {
-        const char* folder;
-        const char* made;
-    } cases[] = {{"C:\\", "C:\\new"}, {"C:\\Data\\", "C:\\Data\\new"}, {"/home", "/home/new"}, {"/", "/new"}};
-    for (const auto& c : cases) {
-        show(c.folder, line("a", "1") + line("new", "1"));
+    const std::pair<const char*, const char*> cases[] = {
+        {"C:\\", "C:\\new"}, {"C:\\Data\\", "C:\\Data\\new"}, {"/home", "/home/new"}, {"/", "/new"}};
+    for (const auto& [folder, made] : cases) {
+        show(folder, line("a", "1") + line("new", "1"));
         const When named([] { return find_window("IDS_MN_ADDNEWFOLDER") != nullptr; },
                          [] {
                              GtkWidget* dialog = find_window("IDS_MN_ADDNEWFOLDER");
@@ -63,7 +61,7 @@ TEST_F(RemotePane, ANewFolderIsMadeWhereThePaneStandsAndBecomesSelected) {
                          });
         EXPECT_EQ(right_popup_menu_mkdir(nullptr, nullptr), 0);
         EXPECT_THAT(engine_.last_request("NP_Cmd_Create_Folder"),
-                    HasSubstr(field("TG", c.made) + hex_field("TF", c.made)));
+                    HasSubstr(field("TG", made) + hex_field("TF", made)));
         EXPECT_EQ(selected(remote_), "new");
     }
 }
@@ -149,25 +147,21 @@ TEST_F(RemotePane, ACancelledNameReadsNoListAgain) {
 
 TEST_F(RemotePane, TheParentRowOfAVanishedFolderOpensTheNearestThatIsListed) {
     __single* const side = get_UI_sets()->right_side;
-    const struct {
-        const char* from;
-        std::vector<std::string> gone;
-        const char* opened;
-        bool told;
-    } cases[] = {{"/a/b/c/", {}, "/a/b/", false},
-                 {"/a/b/c/", {"/a/b/", "/a/"}, "/", false},
-                 {"C:\\a\\b\\", {"C:\\a\\"}, "C:\\", false},
-                 {"/a/b/c/", {"/a/b/", "/a/", "/"}, "/a/b/c/", true}};
-    for (const auto& c : cases) {
+    const std::tuple<const char*, std::vector<std::string>, const char*, bool> cases[] = {
+        {"/a/b/c/", {}, "/a/b/", false},
+        {"/a/b/c/", {"/a/b/", "/a/"}, "/", false},
+        {"C:\\a\\b\\", {"C:\\a\\"}, "C:\\", false},
+        {"/a/b/c/", {"/a/b/", "/a/", "/"}, "/a/b/c/", true}};
+    for (const auto& [from, gone, opened, told] : cases) {
         gone_.clear();
-        show(c.from, line("f", "0"));
-        gone_ = c.gone;
+        show(from, line("f", "0"));
+        gone_ = gone;
         const When box(
             [] { return find_window_with("IDS_NO_DATA") != nullptr; },
             [] { gtk_dialog_response(GTK_DIALOG(find_window_with("IDS_NO_DATA")), GTK_RESPONSE_OK); });
         relay_hub::open_sub_folder(side, "..");
-        EXPECT_STREQ(relay_hub::current_folder(side), c.opened) << c.from;
-        EXPECT_EQ(box.done(), c.told) << c.opened;
+        EXPECT_STREQ(relay_hub::current_folder(side), opened) << from;
+        EXPECT_EQ(box.done(), told) << opened;
     }
 }
 
@@ -201,20 +195,18 @@ TEST_F(RemotePane, OfWhatIsMovedOnlyWhatArrivedGoesToTheTrash) {
     relay_hub::set_current_folder(get_UI_sets()->left_side, target.at().c_str());
     const std::string a = field("Line", hex_field("TF", "/home/a"));
     const std::string b = field("Line", hex_field("TF", "/home/b"));
-    const struct {
-        std::string answer;
-        std::string trashed;
-    } cases[] = {{kSuccess, b + a},  // an engine that tells of no item
-                 {kSuccess + field("NP_Move_Arrived", "YN"), a},
-                 {kSuccess + field("NP_Move_Arrived", "NN"), ""},
-                 {kSuccess + field("NP_Move_Arrived", "Y"), ""},
-                 {kRefused, ""},
-                 {kRefused + field("NP_Move_Arrived", "NY"), b}};
-    for (const auto& c : cases) {
+    const std::pair<std::string, std::string> cases[] = {
+        {kSuccess, b + a},  // an engine that tells of no item
+        {kSuccess + field("NP_Move_Arrived", "YN"), a},
+        {kSuccess + field("NP_Move_Arrived", "NN"), ""},
+        {kSuccess + field("NP_Move_Arrived", "Y"), ""},
+        {kRefused, ""},
+        {kRefused + field("NP_Move_Arrived", "NY"), b}};
+    for (const auto& [answer, trashed] : cases) {
         show("/home", line("a", "0") + line("b", "0"));
         remote_.select({1, 2});
         relay_hub::run_action(relay_hub::Pane::remote(), relay_hub::Action::cut);
-        answer_ = message(c.answer);
+        answer_ = message(answer);
         const std::size_t before = engine_.requests("Trash").size();
         const When box([] { return find_window_with("disk full") != nullptr; },
                        [this] {
@@ -222,9 +214,9 @@ TEST_F(RemotePane, OfWhatIsMovedOnlyWhatArrivedGoesToTheTrash) {
                            gtk_dialog_response(GTK_DIALOG(find_window_with("disk full")), GTK_RESPONSE_OK);
                        });
         left_popup_menu_paste(nullptr, nullptr);
-        EXPECT_EQ(engine_.requests("Trash").size() - before, c.trashed.empty() ? 0U : 1U) << c.answer;
-        if (!c.trashed.empty()) {
-            EXPECT_THAT(engine_.last_request("Trash"), HasSubstr(field("T8", c.trashed)));
+        EXPECT_EQ(engine_.requests("Trash").size() - before, trashed.empty() ? 0U : 1U) << answer;
+        if (!trashed.empty()) {
+            EXPECT_THAT(engine_.last_request("Trash"), HasSubstr(field("T8", trashed)));
         }
     }
 }

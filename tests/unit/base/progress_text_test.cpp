@@ -9,11 +9,7 @@ using namespace std::chrono_literals;
 
 TEST(ProgressTexts, SpeedAndTimeLeftAreThoseOfTheLastSeconds) {
     constexpr std::uint64_t kTotal = 1'000'000'000;
-    const struct {
-        std::chrono::milliseconds at;
-        std::uint64_t bytes;
-        const char* end;  // of the text, by ids
-    } cases[] = {
+    const std::tuple<std::chrono::milliseconds, std::uint64_t, const char*> cases[] = {
         {0ms, 0, "IDS_PROGRESS_BYTES"},
         {900ms, 9'000'000, "IDS_PROGRESS_BYTES"},
         {2000ms, 20'000'000, "IDS_PROGRESS_SPEED · IDS_PROGRESS_MINUTES"},
@@ -23,9 +19,8 @@ TEST(ProgressTexts, SpeedAndTimeLeftAreThoseOfTheLastSeconds) {
     };
     ProgressText text;
     const auto start = ProgressText::Clock::now();
-    for (const auto& item : cases)
-        EXPECT_TRUE(text.text({1, 2, 0, item.bytes, kTotal}, start + item.at).ends_with(item.end))
-            << item.at.count();
+    for (const auto& [at, bytes, end] : cases)
+        EXPECT_TRUE(text.text({1, 2, 0, bytes, kTotal}, start + at).ends_with(end)) << at.count();
 
     // What was there already was not moved.
     ProgressText resumed;

@@ -115,20 +115,17 @@ TEST_F(Serving, ClientsThatMisbehaveCostOneRound) {
 TEST_F(Serving, ARequestThatIsTooLongCostsNeitherTheEngineNorTheNextClient) {
     start();
     constexpr std::size_t kLongest = std::size_t{64} << 20U;
-    const struct {
-        std::size_t size;
-        std::size_t memory;
-        bool answered;
-    } cases[] = {{kLongest, SIZE_MAX, true}, {kLongest + 1, SIZE_MAX, false}, {kLongest, 1U << 20U, false}};
-    for (const auto& one : cases) {
-        const std::string request = command(std::string(one.size - kMarker.size(), 'x'));
-        largest_allocation = one.memory;
+    const std::tuple<std::size_t, std::size_t, bool> cases[] = {
+        {kLongest, SIZE_MAX, true}, {kLongest + 1, SIZE_MAX, false}, {kLongest, 1U << 20U, false}};
+    for (const auto& [size, memory, answered] : cases) {
+        const std::string request = command(std::string(size - kMarker.size(), 'x'));
+        largest_allocation = memory;
         Peer client(base_);
         client.as_client().request(request);
-        EXPECT_EQ(client.take_answer().find("Fail") != std::string::npos, one.answered);
+        EXPECT_EQ(client.take_answer().find("Fail") != std::string::npos, answered);
         largest_allocation = SIZE_MAX;
         client.close_in();
-        EXPECT_EQ(ask(command(kHeartbeat)), kAlive) << one.size << " " << one.memory;
+        EXPECT_EQ(ask(command(kHeartbeat)), kAlive) << size << " " << memory;
     }
 }
 
@@ -191,19 +188,16 @@ class CallingBack : public Serving {
 };
 
 TEST_F(CallingBack, AnswersOfAPaddedFrame) {
-    const struct {
-        const char* field;
-        Answer answer;
-    } cases[] = {{"NP_Copy_Confirmation_Yes", Answer::kYes},
-                 {"NP_Copy_Confirmation_No", Answer::kNo},
-                 {"NP_Copy_Confirmation_No_To_All", Answer::kNoToAll},
-                 {"NP_Copy_Confirmation_Replace_All", Answer::kReplaceAll},
-                 {"NP_Copy_Confirmation_Cancel", Answer::kCancel},
-                 {"Other", Answer::kNone}};
+    const std::pair<const char*, Answer> cases[] = {{"NP_Copy_Confirmation_Yes", Answer::kYes},
+                                                    {"NP_Copy_Confirmation_No", Answer::kNo},
+                                                    {"NP_Copy_Confirmation_No_To_All", Answer::kNoToAll},
+                                                    {"NP_Copy_Confirmation_Replace_All", Answer::kReplaceAll},
+                                                    {"NP_Copy_Confirmation_Cancel", Answer::kCancel},
+                                                    {"Other", Answer::kNone}};
     listen();
-    for (const auto& item : cases) {
-        next_answer = std::string("<ZEVMSG><") + item.field + ">Y</" + item.field + "></ZEVMSG>";
-        EXPECT_EQ(front_end_.confirm("<a>"), item.answer) << item.field;
+    for (const auto& [field, answer] : cases) {
+        next_answer = std::string("<ZEVMSG><") + field + ">Y</" + field + "></ZEVMSG>";
+        EXPECT_EQ(front_end_.confirm("<a>"), answer) << field;
     }
     for (const char flag : {'N', 'Y'}) {
         next_answer =
@@ -289,23 +283,21 @@ TEST_F(CallingBack, AQuestionEndsWithItsReasonAndNothingHangsWithoutAFrontEnd) {
     for (const char* end : {"_IN", "_OUT"})
         ASSERT_EQ(mkfifo((notify_ + end).c_str(), 0777), 0);
     EXPECT_FALSE(front_end_.tell_remote_is_offline());
-    const struct {
-        const char* what;
-        std::function<void()> end;
-    } cases[] = {{"front end killed", [] {}},
-                 {"remote offline", [this] { state_.remote_online = false; }},
-                 {"engine stopped", [this] { stop_.stop(); }}};
-    for (const auto& item : cases) {
+    const std::pair<const char*, std::function<void()>> cases[] = {
+        {"front end killed", [] {}},
+        {"remote offline", [this] { state_.remote_online = false; }},
+        {"engine stopped", [this] { stop_.stop(); }}};
+    for (const auto& [what, end] : cases) {
         std::atomic<bool> answered = false;
-        std::thread asking([&] {
-            EXPECT_EQ(front_end_.confirm("?"), Answer::kNone) << item.what;
+        std::thread asking([&, what = what] {
+            EXPECT_EQ(front_end_.confirm("?"), Answer::kNone) << what;
             answered = true;
         });
         Peer listener(notify_);
         listener.as_server().await_request();
         EXPECT_FALSE(answered);
         listener.close_in();
-        item.end();
+        end();
         if (state_.remote_online && !stop_.stopped())
             listener.close_out();
         asking.join();

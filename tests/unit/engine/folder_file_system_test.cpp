@@ -143,18 +143,15 @@ TEST_F(FolderFiles, AnUncommittedFileLeavesNothing) {
 TEST_F(FolderFiles, SpecialBitsStayOnlyWhereOwnerAndGroupAreTheSources) {
     const uid_t user = geteuid();
     const gid_t group = getegid();
-    const struct {
-        std::optional<FileOwner> owner;
-        mode_t kept;
-    } cases[] = {
+    const std::pair<std::optional<FileOwner>, mode_t> cases[] = {
         {{{user, group}}, 07755}, {{{user + 1, group}}, 0755}, {{{user, group + 1}}, 0755}, {{}, 0755}};
-    for (const auto& each : cases) {
+    for (const auto& [owner, kept] : cases) {
         Entry entry;
         entry.mode = 07755;
-        entry.owner = each.owner;
+        entry.owner = owner;
         const std::string path = make_folder("served/made");
         EXPECT_EQ(remote_->set_attributes("made", entry), 0);
-        EXPECT_EQ(mode_of(path), each.kept);
+        EXPECT_EQ(mode_of(path), kept);
     }
     make_file("served/program", "x", 06755);
     Entry entry;

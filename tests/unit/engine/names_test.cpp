@@ -7,39 +7,35 @@
 namespace relay_hub::engine {
 namespace {
 
+constexpr char kRefused[] = "(refused)";
+
 TEST(EngineNames, PathsOnTheWire) {
-    const struct {
-        Style style;
-        const char* wire;
-        const char* inner;  // null: refused
-    } cases[] = {
+    const std::tuple<Style, const char*, const char*> cases[] = {
         {Style::kWindows, "C:\\", ""},
         {Style::kWindows, "c:\\a\\b c\\", "a/b c"},
         {Style::kWindows, "C:\\a/b\\\\c", "a/b/c"},
         {Style::kWindows, "C:\\a\\.\\b\\..\\c", "a/c"},
-        {Style::kWindows, "C:\\..", nullptr},
-        {Style::kWindows, "C:\\a\\..\\..\\etc", nullptr},
-        {Style::kWindows, "C:/../etc", nullptr},
-        {Style::kWindows, "C:a", nullptr},
-        {Style::kWindows, "D:\\a", nullptr},
-        {Style::kWindows, "/etc/passwd", nullptr},
-        {Style::kWindows, "", nullptr},
+        {Style::kWindows, "C:\\..", kRefused},
+        {Style::kWindows, "C:\\a\\..\\..\\etc", kRefused},
+        {Style::kWindows, "C:/../etc", kRefused},
+        {Style::kWindows, "C:a", kRefused},
+        {Style::kWindows, "D:\\a", kRefused},
+        {Style::kWindows, "/etc/passwd", kRefused},
+        {Style::kWindows, "", kRefused},
         {Style::kDrives, "d:\\a\\..\\b", "D:/b"},
         {Style::kDrives, "C:\\", "C:"},
         {Style::kDrives, "C:", "C:"},
-        {Style::kDrives, "C:\\..\\D:", nullptr},
-        {Style::kDrives, "C:a", nullptr},
-        {Style::kDrives, "\\a", nullptr},
+        {Style::kDrives, "C:\\..\\D:", kRefused},
+        {Style::kDrives, "C:a", kRefused},
+        {Style::kDrives, "\\a", kRefused},
         {Style::kPosix, "/", ""},
         {Style::kPosix, "//a//b/", "a/b"},
         {Style::kPosix, "/a\\b", "a\\b"},
-        {Style::kPosix, "/a/../../etc", nullptr},
-        {Style::kPosix, "C:\\a", nullptr},
+        {Style::kPosix, "/a/../../etc", kRefused},
+        {Style::kPosix, "C:\\a", kRefused},
     };
-    for (const auto& item : cases) {
-        const auto inner = inner_path(item.style, item.wire);
-        EXPECT_EQ(inner.value_or("(refused)"), item.inner != nullptr ? item.inner : "(refused)") << item.wire;
-    }
+    for (const auto& [style, wire, inner] : cases)
+        EXPECT_EQ(inner_path(style, wire).value_or(kRefused), inner) << wire;
     EXPECT_FALSE(inner_path(Style::kPosix, std::string("/a\0b", 4)));
     EXPECT_EQ(wire_path(Style::kWindows, "a/b"), "C:\\a\\b");
     EXPECT_EQ(wire_path(Style::kPosix, ""), "/");
@@ -56,36 +52,28 @@ TEST(EngineNames, OnlyWhatTheWireCarriesTravels) {
 }
 
 TEST(EngineNames, HexIsDecodedOrRefused) {
-    const struct {
-        const char* hex;
-        const char* text;
-    } cases[] = {{"43003A005C006100", "C:\\a"}, {"e900", "é"},         {"3DD800DE", "😀"}, {"", nullptr},
-                 {"4100420", nullptr},          {"41004X00", nullptr}, {"0000", nullptr}, {"3DD8", nullptr},
-                 {"00DE3DD8", nullptr}};
-    for (const auto& item : cases)
-        EXPECT_EQ(text_from_utf16_hex(item.hex).value_or("(refused)"),
-                  item.text != nullptr ? item.text : "(refused)")
-            << item.hex;
+    const std::pair<const char*, const char*> cases[] = {
+        {"43003A005C006100", "C:\\a"}, {"e900", "é"},          {"3DD800DE", "😀"},  {"", kRefused},
+        {"4100420", kRefused},         {"41004X00", kRefused}, {"0000", kRefused}, {"3DD8", kRefused},
+        {"00DE3DD8", kRefused}};
+    for (const auto& [hex, text] : cases)
+        EXPECT_EQ(text_from_utf16_hex(hex).value_or(kRefused), text) << hex;
     EXPECT_EQ(utf16_hex("C:\\é😀"), "43003A005C00E9003DD800DE");
     EXPECT_EQ(utf16_hex("\xff"), "");
 }
 
 TEST(EngineNames, TheMeantTextSurvivesTheFrontEndsHex) {
-    const struct {
-        const char* plain;
-        const char* hex;
-        const char* meant;
-    } cases[] = {
+    const std::tuple<const char*, const char*, const char*> cases[] = {
         {"/ab", "2F0061006200", "/ab"},  // both say the same
         {"/😀", "2F0001F6", "/😀"},        // the hex lost what is above U+FFFF
         {"/\xe9", "2F00E900", "/é"},     // plain in another code page
         {"/ab", "2F0", "/ab"},           // malformed hex
         {"/ab", "", "/ab"},
         {"", "2F0061006200", "/ab"},
-        {"", "zz", "(nothing)"},
+        {"", "zz", kRefused},
     };
-    for (const auto& item : cases)
-        EXPECT_EQ(meant_text(item.plain, item.hex).value_or("(nothing)"), item.meant) << item.hex;
+    for (const auto& [plain, hex, meant] : cases)
+        EXPECT_EQ(meant_text(plain, hex).value_or(kRefused), meant) << hex;
 }
 
 }  // namespace

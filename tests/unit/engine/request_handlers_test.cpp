@@ -43,12 +43,7 @@ class Handling : public EngineSandbox {
 
 TEST_F(Handling, StatusPlacesAndDrives) {
     std::filesystem::create_directory(served_ + "/Documents");
-    const struct {
-        const char* command;
-        bool online;
-        Style style;
-        const char* answer;
-    } cases[] = {
+    const std::tuple<const char*, bool, Style, const char*> cases[] = {
         {"NP_Cmd_Check_For_Heartbeat", false, Style::kWindows, "<NP_Server_Is_Live>Y</NP_Server_Is_Live>"},
         {"NP_Cmd_Check_Remote_Online", true, Style::kWindows,
          "<T1>NP_Exe_Result_Success</T1><NP_Cmd_Remote_Is_Online>Y</NP_Cmd_Remote_Is_Online>"},
@@ -67,10 +62,9 @@ TEST_F(Handling, StatusPlacesAndDrives) {
         {"NP_Cmd_Unheard_Of", true, Style::kWindows,
          "<T1>NP_Exe_Result_Fail</T1><T2>IDS_REASON_NO_COMMAND</T2>"},
     };
-    for (const auto& item : cases) {
-        state_.remote_online = item.online;
-        EXPECT_EQ(ask(message(item.command), item.style),
-                  std::string("<ZEVMSG>") + item.answer + "</ZEVMSG>");
+    for (const auto& [command, online, style, answer] : cases) {
+        state_.remote_online = online;
+        EXPECT_EQ(ask(message(command), style), std::string("<ZEVMSG>") + answer + "</ZEVMSG>");
     }
     state_.remote_online = true;
     EXPECT_NE(ask("no document").find("NP_Exe_Result_Fail"), std::string::npos);
@@ -104,11 +98,7 @@ TEST_F(Handling, AListInNaturalOrderWithoutWhatCannotBeTold) {
 TEST_F(Handling, ChangesInTheTree) {
     make_file("served/taken", "t");
     make_file("served/old 🎉", "o");
-    const struct {
-        std::string fields;
-        const char* command;
-        const char* reason;  // of a failure; null for success
-    } cases[] = {
+    const std::tuple<std::string, const char*, const char*> cases[] = {
         {field("TG", "C:\\new") + hex_field("TF", "C:\\new"), "NP_Cmd_Create_Folder", nullptr},
         {field("TG", "C:\\new"), "NP_Cmd_Create_Folder", "IDS_REASON_NAME_TAKEN"},
         {hex_field("TJ", "C:\\old 🎉") + hex_field("TK", "C:\\taken"), "NP_Cmd_Rename",
@@ -121,9 +111,8 @@ TEST_F(Handling, ChangesInTheTree) {
                          field("Line", hex_field("TF", "C:\\new\\moved 😀"))),
          "NP_Cmd_Move_File_To_Trash", "IDS_MSG_ITEMS_FAILED"},
     };
-    for (const auto& item : cases)
-        EXPECT_EQ(ask(message(item.command, item.fields)),
-                  item.reason != nullptr ? failure_text(item.reason) : kDone);
+    for (const auto& [fields, command, failure] : cases)
+        EXPECT_EQ(ask(message(command, fields)), failure != nullptr ? failure_text(failure) : kDone);
     EXPECT_EQ(content(served_ + "/.Trash-" + std::to_string(geteuid()) + "/files/moved 😀"), "o");
     EXPECT_TRUE(names_in(served_ + "/new").empty());
 }

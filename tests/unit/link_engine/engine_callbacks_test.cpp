@@ -17,12 +17,7 @@ std::string message(const std::string& command, const std::string& fields = "") 
 void nothing() {}
 
 TEST(EngineCallbacks, EveryAnswerHasItsExactBytes) {
-    const struct {
-        const char* name;
-        std::string body, answer;
-        void (*prepare)();
-        void (*check)();
-    } rows[] = {
+    const std::tuple<const char*, std::string, std::string, void (*)(), void (*)()> rows[] = {
         {"no cancel", message("Check_For_User_Click_Cancel"),
          "<ZEVMSG><NP_User_Click_Cancel>N</NP_User_Click_Cancel></ZEVMSG>", nothing,
          [] { EXPECT_EQ(get_change_flag(), 4); }},
@@ -62,14 +57,14 @@ TEST(EngineCallbacks, EveryAnswerHasItsExactBytes) {
          nothing}};
     const Listener listener;
     set_remote_offline_handler([] { ++offline_calls; });
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
+    for (const auto& [name, body, answer, prepare, check] : rows) {
+        SCOPED_TRACE(name);
         CleanUpInformationVar();
-        row.prepare();
-        std::string padded = row.answer;
+        prepare();
+        std::string padded = answer;
         padded.resize(Listener::kAnswerSize, '\0');
-        EXPECT_EQ(listener.exchange(row.body), padded);
-        row.check();
+        EXPECT_EQ(listener.exchange(body), padded);
+        check();
     }
     set_remote_offline_handler(nullptr);
     set_offline_interrupt(0);
@@ -104,15 +99,13 @@ TEST(EngineCallbacks, AConfirmationBesideNoRequestGetsTheValueThatIsSet) {
 }
 
 TEST(TransferState, LongTextsRunOnIntoTheFieldBehindAndLongerOnesAreDropped) {
-    const struct {
-        std::size_t length, message_length;
-        std::size_t confirm_length;  // what the field behind then holds
-    } rows[] = {{1023, 1023, 0}, {1500, 1500, 476}, {2047, 2047, 1023}, {2048, 0, 0}};
-    for (const auto& row : rows) {
+    const std::tuple<std::size_t, std::size_t, std::size_t> rows[] = {
+        {1023, 1023, 0}, {1500, 1500, 476}, {2047, 2047, 1023}, {2048, 0, 0}};
+    for (const auto& [length, message_length, confirm_length] : rows) {
         CleanUpInformationVar();
-        SetShowMessageBox(std::string(row.length, 'm').c_str());
-        EXPECT_EQ(GetDialogMessage().size(), row.message_length);
-        EXPECT_EQ(GetConfirmMessage().size(), row.confirm_length);
+        SetShowMessageBox(std::string(length, 'm').c_str());
+        EXPECT_EQ(GetDialogMessage().size(), message_length);
+        EXPECT_EQ(GetConfirmMessage().size(), confirm_length);
     }
     CleanUpInformationVar();
     SetConfirmMessage(std::string(2047, 'Y').c_str());

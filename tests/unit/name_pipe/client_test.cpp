@@ -44,12 +44,8 @@ std::string padded(std::string text) {
 
 TEST_F(Client, EndsUpWithWhatThePeerGave) {
     const std::string large(5 << 20, 'l');
-    const struct {
-        const char* name;
-        std::string expected;
-        std::chrono::milliseconds limit;
-        std::function<void(Peer&)> serve;  // once the peer has taken the request
-    } cases[] = {
+    using Serve = std::function<void(Peer&)>;  // once the peer has taken the request
+    const std::tuple<const char*, std::string, std::chrono::seconds, Serve> cases[] = {
         {"short", "hello", 1s, [](Peer& p) { p.answer(test::frame("hello")), p.await_reader_gone(); }},
         {"stops reading first", "late", 1s,
          [](Peer& p) { p.close_in(), p.answer(test::frame("late")), p.await_reader_gone(); }},
@@ -70,20 +66,20 @@ TEST_F(Client, EndsUpWithWhatThePeerGave) {
         {"pauses within the body", "hal", 3s,
          [](Peer& p) { p.answer(test::frame("half").substr(0, 7)), p.await_reader_gone(); }},
     };
-    for (const auto& one : cases) {
+    for (const auto& [name, expected, limit, serve] : cases) {
         std::string request;
-        test::Background server([&] {
+        test::Background server([&, &serve = serve] {
             Peer peer(base_);
             request = peer.as_server().take_request();
-            one.serve(peer);
+            serve(peer);
         });
         std::string answer = "untouched";
         const auto start = Clock::now();
-        EXPECT_TRUE(send("<ZEVMSG></ZEVMSG>", answer)) << one.name;
-        EXPECT_LT(Clock::now() - start, one.limit) << one.name;
+        EXPECT_TRUE(send("<ZEVMSG></ZEVMSG>", answer)) << name;
+        EXPECT_LT(Clock::now() - start, limit) << name;
         server.join();
-        EXPECT_EQ(request, kMarker + "<ZEVMSG></ZEVMSG>") << one.name;
-        EXPECT_TRUE(answer == one.expected) << one.name << ": " << answer.size() << " bytes";
+        EXPECT_EQ(request, kMarker + "<ZEVMSG></ZEVMSG>") << name;
+        EXPECT_TRUE(answer == expected) << name << ": " << answer.size() << " bytes";
     }
 }
 

@@ -64,10 +64,7 @@ TEST_F(Listener, AnswersWithWholePaddedFramesWithoutLeftovers) {
 
 TEST_F(Listener, GivesTheProviderWhatTheChannelDoesNotServe) {
     const std::string terminate_text = "NP_Cmd_Iterminate_Listen_Thread";
-    struct {
-        std::string body;
-        std::string expected;
-    } const cases[] = {
+    const std::pair<std::string, std::string> cases[] = {
         {kUserMarker + "user", "echo:user"},
         {kMarker + terminate_text, "echo:" + terminate_text},
         {kMarker + "<ZEVMSG><NP_Cmd>Other</NP_Cmd></ZEVMSG>", "echo:<ZEVMSG><NP_Cmd>Other</NP_Cmd></ZEVMSG>"},
@@ -76,8 +73,8 @@ TEST_F(Listener, GivesTheProviderWhatTheChannelDoesNotServe) {
         {kMarker.substr(0, 4), "echo:"},
         {"", ""},  // and not the answer before
     };
-    for (const auto& one : cases)
-        EXPECT_STREQ(ask(one.body).c_str(), one.expected.c_str()) << one.body;
+    for (const auto& [body, expected] : cases)
+        EXPECT_STREQ(ask(body).c_str(), expected.c_str()) << body;
 }
 
 TEST_F(Listener, OutlivesClientsThatVanish) {

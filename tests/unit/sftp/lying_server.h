@@ -1,12 +1,11 @@
 #pragma once
 // An SFTP server in a thread that answers as a test says.
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <thread>
 
 #include "engine/sftp/sftp_file_system.h"
+#include "pipe.h"
 
 namespace relay_hub::engine::sftp {
 
@@ -17,6 +16,14 @@ struct Request {
     std::uint32_t number;
     std::string fields;
 };
+
+// The client's side of two pipes.
+inline std::unique_ptr<Channel> channel_on(test::Pipe& up, test::Pipe& down,
+                                           std::function<std::string()> last_words) {
+    for (const int end : {up.writer.get(), down.reader.get()})
+        fcntl(end, F_SETFL, O_NONBLOCK);
+    return std::make_unique<Channel>(std::move(up.writer), std::move(down.reader), std::move(last_words));
+}
 
 // Answers the requests of a channel as a function says; the greeting is an honest one.
 class LyingServer {
@@ -29,15 +36,7 @@ class LyingServer {
         : lie_(std::move(lie)),
           extensions_(std::move(extensions)),
           files_(std::make_unique<SftpFileSystem>([this] { return session_; }, style)) {
-        int up[2];
-        int down[2];
-        EXPECT_EQ(pipe2(up, O_CLOEXEC), 0);
-        EXPECT_EQ(pipe2(down, O_CLOEXEC), 0);
-        for (const int end : {up[1], down[0]})
-            fcntl(end, F_SETFL, O_NONBLOCK);
-        in_.reset(up[0]);
-        out_.reset(down[1]);
-        auto channel = std::make_unique<Channel>(FileDescriptor(up[1]), FileDescriptor(down[0]), nullptr);
+        auto channel = channel_on(up_, down_, nullptr);
         channel->set_silence_limit(300ms);
         session_ = std::make_shared<Session>(std::move(channel));
         thread_ = std::thread([this] { serve(); });
@@ -60,7 +59,7 @@ class LyingServer {
   private:
     bool read_exactly(char* data, std::size_t size) {
         while (size > 0) {
-            const ssize_t count = ::read(in_.get(), data, size);
+            const ssize_t count = ::read(up_.reader.get(), data, size);
             if (count <= 0)
                 return false;
             data += count;
@@ -87,15 +86,15 @@ class LyingServer {
             } else {
                 answer = lie_({type, number_at(packet_text.data() + 1), packet_text.substr(5)});
             }
-            if (write_all(out_.get(), answer.data(), answer.size()) != 0)
+            if (write_all(down_.writer.get(), answer.data(), answer.size()) != 0)
                 return;
         }
     }
 
     Lie lie_;
     const std::vector<std::string> extensions_;
-    FileDescriptor in_;
-    FileDescriptor out_;
+    test::Pipe up_;
+    test::Pipe down_;
     std::shared_ptr<Session> session_;
     std::unique_ptr<SftpFileSystem> files_;
     std::thread thread_;

@@ -22,24 +22,16 @@ using testing::UnorderedElementsAre;
 class SftpTree : public testing::Test, protected test::Sandbox {
   protected:
     SftpTree() {
-        int up[2];
-        int down[2];
-        EXPECT_EQ(pipe2(up, O_CLOEXEC), 0);
-        EXPECT_EQ(pipe2(down, O_CLOEXEC), 0);
+        test::Pipe up, down;
         server_ = fork();
         if (server_ == 0) {
-            dup2(up[0], STDIN_FILENO);
-            dup2(down[1], STDOUT_FILENO);
+            dup2(up.reader.get(), STDIN_FILENO);
+            dup2(down.writer.get(), STDOUT_FILENO);
             setenv("HOME", home_.c_str(), 1);
             execl("/usr/lib/openssh/sftp-server", "sftp-server", "-d", home_.c_str(), nullptr);
             _exit(127);
         }
-        ::close(up[0]);
-        ::close(down[1]);
-        for (const int end : {up[1], down[0]})
-            fcntl(end, F_SETFL, O_NONBLOCK);
-        session_ = std::make_shared<Session>(
-            std::make_unique<Channel>(FileDescriptor(up[1]), FileDescriptor(down[0]), [] { return "bye"; }));
+        session_ = std::make_shared<Session>(channel_on(up, down, [] { return "bye"; }));
         while (session_->channel().state() == Channel::State::kGreeting)
             usleep(1000);
         EXPECT_FALSE(session_->learn_facts(""));
@@ -99,13 +91,6 @@ class SftpTree : public testing::Test, protected test::Sandbox {
         return content;
     }
 
-    std::vector<std::string> names_of(const std::string& folder) {
-        std::vector<std::string> names;
-        for (const auto& entry : fs::directory_iterator(real(folder)))
-            names.push_back(entry.path().filename());
-        return names;
-    }
-
     const std::string home_ = make_folder("home");
     pid_t server_ = -1;
     std::shared_ptr<Session> session_;
@@ -127,7 +112,7 @@ TEST_F(SftpTree, WritesAndReadsFilesOfEverySize) {
     const std::vector<std::size_t> sizes{0, 1, 4096, 65536, 65537, 131072, 1048577, 9000000};
     for (const std::size_t size : sizes)
         ASSERT_FALSE(write_file("f" + std::to_string(size), noise(size), false));
-    EXPECT_EQ(names_of(".").size(), 4U) << "the large ones, under temporary names";
+    EXPECT_EQ(test::names_in(home_).size(), 4U) << "the large ones, under temporary names";
     for (const Error& error : finish())
         EXPECT_FALSE(error) << error.text;
     for (const std::size_t size : sizes) {
@@ -136,12 +121,10 @@ TEST_F(SftpTree, WritesAndReadsFilesOfEverySize) {
         // Whatever the expected size was, the content counts.
         for (const std::size_t expected : {size, size / 2, size + 100000, std::size_t{0}})
             EXPECT_EQ(read_file(name, expected), noise(size)) << size << " as " << expected;
-        struct stat status {};
-        ASSERT_EQ(::stat(real(name).c_str(), &status), 0);
-        EXPECT_EQ(status.st_mode & 07777U, 0640U);
-        EXPECT_EQ(status.st_mtime, 1600000000);
+        EXPECT_EQ(test::mode_of(real(name)), 0640U);
+        EXPECT_EQ(test::record(real(name)).st_mtime, 1600000000);
     }
-    EXPECT_EQ(names_of(".").size(), sizes.size());
+    EXPECT_EQ(test::names_in(home_).size(), sizes.size());
     EXPECT_FALSE(files_.settle({inner("")}));
 }
 
@@ -160,7 +143,7 @@ TEST_F(SftpTree, ReplacesOnlyWhereItMay) {
     EXPECT_EQ(test::content(real("old")), "new");
     EXPECT_EQ(test::content(real("kept")), "old");
     session_->channel().drain(std::chrono::seconds(5));
-    EXPECT_THAT(names_of("."), UnorderedElementsAre("old", "kept"));
+    EXPECT_THAT(test::names_in(home_), UnorderedElementsAre("old", "kept"));
 }
 
 TEST_F(SftpTree, WithoutTheAccessListTheGroupGetsNoMore) {
@@ -226,9 +209,7 @@ TEST_F(SftpTree, ChangesNamesLinksAndFolders) {
     EXPECT_EQ(files_.make_folder(inner("new"), 0755).number, EEXIST);
     EXPECT_FALSE(files_.make_link(inner("link"), "some where", file_entry(0), false));
     EXPECT_EQ(fs::read_symlink(real("link")), "some where");
-    struct stat status {};
-    ASSERT_EQ(::lstat(real("link").c_str(), &status), 0);
-    EXPECT_EQ(status.st_mtime, 1600000000);
+    EXPECT_EQ(test::record(real("link")).st_mtime, 1600000000);
     EXPECT_EQ(files_.make_link(inner("link"), "other", file_entry(0), false).number, EEXIST);
     EXPECT_FALSE(files_.make_link(inner("link"), "other", file_entry(0), true));
     EXPECT_EQ(fs::read_symlink(real("link")), "other");
@@ -238,7 +219,7 @@ TEST_F(SftpTree, ChangesNamesLinksAndFolders) {
         EXPECT_EQ(files_.rename(inner("link"), inner(taken)).number, EEXIST) << taken;
     EXPECT_EQ(files_.rename(inner("none"), inner("x")).number, ENOENT);
     EXPECT_FALSE(files_.rename(inner("link"), inner("moved")));
-    EXPECT_THAT(names_of("."), UnorderedElementsAre("new", "moved", "dangling", "LINK"));
+    EXPECT_THAT(test::names_in(home_), UnorderedElementsAre("new", "moved", "dangling", "LINK"));
 }
 
 TEST_F(SftpTree, RemovesTreesAndNothingBehindLinks) {
@@ -256,7 +237,7 @@ TEST_F(SftpTree, RemovesTreesAndNothingBehindLinks) {
     EXPECT_FALSE(files_.remove(inner("tree"), EntryKind::kFolder, failed)) << failed;
     EXPECT_FALSE(files_.remove(inner("link"), EntryKind::kFolder, failed));
     EXPECT_TRUE(fs::exists(real("kept/file")));
-    EXPECT_THAT(names_of("."), UnorderedElementsAre("kept"));
+    EXPECT_THAT(test::names_in(home_), UnorderedElementsAre("kept"));
 }
 
 TEST_F(SftpTree, MovesIntoTheHomeTrash) {
@@ -264,13 +245,13 @@ TEST_F(SftpTree, MovesIntoTheHomeTrash) {
         test::put(real("a b"), "x");
         EXPECT_FALSE(files_.move_to_trash(inner("a b")));
     }
-    EXPECT_THAT(names_of(".local/share/Trash/files"), UnorderedElementsAre("a b", "a b.2"));
+    EXPECT_THAT(test::names_in(real(".local/share/Trash/files")), UnorderedElementsAre("a b", "a b.2"));
     EXPECT_THAT(test::content(real(".local/share/Trash/info/a b.2.trashinfo")),
                 HasSubstr("[Trash Info]\nPath=" + home_ + "/a%20b\nDeletionDate="));
     for (const char* never : {".local/share/Trash", ".local/share/Trash/files/a b", ".local"})
         EXPECT_EQ(files_.move_to_trash(inner(never)).number, EINVAL) << never;
     EXPECT_EQ(files_.move_to_trash(inner("none")).number, ENOENT);
-    EXPECT_EQ(names_of(".local/share/Trash/info").size(), 2U);
+    EXPECT_EQ(test::names_in(real(".local/share/Trash/info")).size(), 2U);
 }
 
 TEST_F(SftpTree, TellsPlaces) {

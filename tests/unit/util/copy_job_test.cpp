@@ -34,17 +34,14 @@ TEST_F(CopyJob, probes_types_and_rights) {
     make_link("link", "folder");
     make_link("dangling", "nowhere");
     ASSERT_EQ(mkfifo(at("fifo").c_str(), 0600), 0);
-    const struct {
-        std::string path;
-        int result, type, executable;
-    } cases[] = {{at("file"), 0, 3, 0},  {at("program"), 0, 3, 1},  {folder, 0, 4, 1},
-                 {at("link"), 0, 2, 1},  {at("fifo"), -1, 0, 0},    {"/dev/null", 0, 5, 0},
-                 {at("none"), -1, 0, 0}, {at("dangling"), -1, 2, 0}};
-    for (const auto& each : cases) {
+    const std::tuple<std::string, int, int, int> cases[] = {
+        {at("file"), 0, 3, 0},  {at("program"), 0, 3, 1}, {folder, 0, 4, 1},      {at("link"), 0, 2, 1},
+        {at("fifo"), -1, 0, 0}, {"/dev/null", 0, 5, 0},   {at("none"), -1, 0, 0}, {at("dangling"), -1, 2, 0}};
+    for (const auto& [path, result, type, executable] : cases) {
         __file_permission permission;
-        EXPECT_EQ(Gfile_check_file_type_permission(each.path, &permission), each.result) << each.path;
-        EXPECT_EQ(permission.type, each.type) << each.path;
-        EXPECT_EQ(permission.executable, each.executable) << each.path;
+        EXPECT_EQ(Gfile_check_file_type_permission(path, &permission), result) << path;
+        EXPECT_EQ(permission.type, type) << path;
+        EXPECT_EQ(permission.executable, executable) << path;
     }
 }
 

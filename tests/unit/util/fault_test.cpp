@@ -30,12 +30,7 @@ TEST_F(Faults, short_and_interrupted_transfers_change_nothing) {
 }
 
 TEST_F(Faults, each_failing_call_leaves_the_old_state_and_is_told) {
-    const struct {
-        const char* function;
-        const char* source;
-        bool replace;
-        int skip;
-    } cases[] = {
+    const std::tuple<const char*, const char*, bool, int> cases[] = {
         {"read", "file", false, 0},      {"read", "file", true, 0},      {"read", "file", true, 2},
         {"write", "file", false, 0},     {"write", "file", true, 0},     {"write", "file", true, 2},
         {"write", "file", false, 2},     {"close", "file", false, 0},    {"close", "file", true, 0},
@@ -43,21 +38,21 @@ TEST_F(Faults, each_failing_call_leaves_the_old_state_and_is_told) {
         {"symlinkat", "link", false, 0}, {"symlinkat", "link", true, 0}, {"renameat", "link", true, 0},
         {"renameat2", "link", false, 0}, {"fchmod", "file", false, 0},   {"futimens", "file", true, 0},
     };
-    for (const auto& each : cases) {
-        SCOPED_TRACE(std::string(each.function) + " " + each.source + (each.replace ? " replaced" : " new"));
+    for (const auto& [function, source, replace, skip] : cases) {
+        SCOPED_TRACE(std::string(function) + " " + source + (replace ? " replaced" : " new"));
         const std::string dst = make_folder("dst");
-        if (each.replace)
-            put(dst + "/" + each.source, "old", 0640);
+        if (replace)
+            put(dst + "/" + source, "old", 0640);
         const std::vector<std::string> before = names_in(dst);
         {
-            const Fault fault(each.function, EIO, each.skip);
-            const auto failures = copy({at("src/") + each.source}, dst);
+            const Fault fault(function, EIO, skip);
+            const auto failures = copy({at("src/") + source}, dst);
             ASSERT_EQ(failures.size(), 1U);
             EXPECT_EQ(failures.front().reason, "Input/output error");
         }
         EXPECT_EQ(names_in(dst), before);
-        EXPECT_TRUE(!each.replace || content(dst + "/" + each.source) == "old");
-        unlink((dst + "/" + each.source).c_str());
+        EXPECT_TRUE(!replace || content(dst + "/" + source) == "old");
+        unlink((dst + "/" + source).c_str());
     }
 }
 

@@ -18,9 +18,7 @@ using relay_hub::shown_message;
 using relay_hub::shown_text;
 
 TEST(Text, shows_foreign_bytes_with_nothing_that_misleads) {
-    const struct {
-        const char *bytes, *line, *message;
-    } cases[] = {
+    const std::tuple<const char*, const char*, const char*> cases[] = {
         {"plain Grüße שלום", "plain Grüße שלום", "plain Grüße שלום"},
         {"photo\u202Egpj.exe", "photo\\u202Egpj.exe", "photo\\u202Egpj.exe"},
         {"\u2066a\u2069\u2028", "\\u2066a\\u2069\\u2028", "\\u2066a\\u2069\\u2028"},
@@ -30,10 +28,10 @@ TEST(Text, shows_foreign_bytes_with_nothing_that_misleads) {
         {"a\xff\n", "a\uFFFD\\u000A", "a\uFFFD\n"},
         {"", "", ""},
     };
-    for (const auto& each : cases) {
-        EXPECT_EQ(shown_text(each.bytes), each.line);
-        EXPECT_EQ(shown_line(each.bytes, 100), each.line);
-        EXPECT_EQ(shown_message(each.bytes), each.message);
+    for (const auto& [bytes, line, message] : cases) {
+        EXPECT_EQ(shown_text(bytes), line);
+        EXPECT_EQ(shown_line(bytes, 100), line);
+        EXPECT_EQ(shown_message(bytes), message);
     }
     EXPECT_EQ(shown_line("Grüße", 5), "Grüße");
     EXPECT_EQ(shown_line("Grüße", 4), "Grüß…");
@@ -51,9 +49,7 @@ TEST(Text, sorts_names_of_either_case_together) {
 
 TEST(Text, resolves_paths_onto_the_prefix) {
     const std::string long_name(5000, 'n');
-    const struct {
-        std::string path, prefix, resolved;
-    } cases[] = {
+    const std::tuple<std::string, std::string, std::string> cases[] = {
         {"/a/b/../c/./d", "", "a/c/d/"},
         {"/a/b/../c/./d", "/", "/a/c/d/"},
         {"../../a", "/", "/a/"},
@@ -63,22 +59,20 @@ TEST(Text, resolves_paths_onto_the_prefix) {
         {"", "/", "/"},
         {"/" + long_name + "/./x/..", "/", "/" + long_name + "/"},
     };
-    for (const auto& each : cases) {
-        std::string resolved = each.prefix;
-        EXPECT_EQ(ConvertToRealPath(each.path.c_str(), "/", resolved, "/"), 0);
-        EXPECT_EQ(resolved, each.resolved) << each.path;
+    for (const auto& [path, prefix, expected] : cases) {
+        std::string resolved = prefix;
+        EXPECT_EQ(ConvertToRealPath(path.c_str(), "/", resolved, "/"), 0);
+        EXPECT_EQ(resolved, expected) << path;
     }
 }
 
 TEST(Text, tells_roots_and_drive_paths) {
-    const struct {
-        const char* path;
-        int root, platform;
-    } cases[] = {{"", 1, 2},   {"/", 0, 0},  {"C:", 0, 1},  {"c:\\", 0, 1}, {"C:\\x", 1, 1},    {"CD", 1, 0},
-                 {"1:", 1, 0}, {"|:", 1, 1}, {"C:/", 1, 1}, {"/C:", 1, 0},  {"C:\\x\xff", 1, 1}};
-    for (const auto& each : cases) {
-        EXPECT_EQ(check_root_path(each.path), each.root) << each.path;
-        EXPECT_EQ(check_path_for_platform(each.path), each.platform) << each.path;
+    const std::tuple<const char*, int, int> cases[] = {
+        {"", 1, 2},   {"/", 0, 0},  {"C:", 0, 1},  {"c:\\", 0, 1}, {"C:\\x", 1, 1},    {"CD", 1, 0},
+        {"1:", 1, 0}, {"|:", 1, 1}, {"C:/", 1, 1}, {"/C:", 1, 0},  {"C:\\x\xff", 1, 1}};
+    for (const auto& [path, root, platform] : cases) {
+        EXPECT_EQ(check_root_path(path), root) << path;
+        EXPECT_EQ(check_path_for_platform(path), platform) << path;
     }
 }
 

@@ -12,12 +12,7 @@
 namespace {
 
 TEST(CMabString, edits) {
-    const struct {
-        const char* name;
-        const char* before;
-        std::function<void(CMabString&)> edit;
-        const char* after;
-    } cases[] = {
+    const std::tuple<const char*, const char*, std::function<void(CMabString&)>, const char*> cases[] = {
         {"assign_own_tail", "abcd", [](auto& s) { s = s.c_str() + 2; }, "cd"},
         {"append_itself", "ab", [](auto& s) { s += s; }, "abab"},
         {"nul_ends_the_text", "abc", [](auto& s) { s.SetAt(1, '\0'); }, "a"},
@@ -75,10 +70,10 @@ TEST(CMabString, edits) {
         {"money", "1234.5", [](auto& s) { s.UsCur(); }, "1234.50"},
         {"no_money", "-3", [](auto& s) { s.UsCur(); }, ""},
     };
-    for (const auto& one : cases) {
-        CMabString text(one.before);
-        one.edit(text);
-        EXPECT_EQ(text.view(), one.after) << one.name;
+    for (const auto& [name, before, edit, after] : cases) {
+        CMabString text(before);
+        edit(text);
+        EXPECT_EQ(text.view(), after) << name;
     }
 }
 

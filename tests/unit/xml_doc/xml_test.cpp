@@ -1,16 +1,9 @@
 #include "xml_doc/xml.h"
 
-#include <fcntl.h>
 #include <sys/mman.h>
-#include <unistd.h>
 
-#include <array>
-
-#include "base/file_descriptor.h"
+#include "pipe.h"
 #include "sandbox.h"
-
-using relay_hub::FileDescriptor;
-using relay_hub::write_all;
 
 namespace {
 
@@ -26,11 +19,7 @@ constexpr const char* kIncomplete = "Warning Tag Block is Incomplete";
 constexpr const char* kNameless = "No Valid Tag Name";
 constexpr const char* kStray = "Warning Element Terminator exists without matching initial Block ";
 
-const struct {
-    std::string text;
-    std::string written;
-    std::string failure;
-} kDocuments[] = {
+const std::tuple<std::string, std::string, std::string> kDocuments[] = {
     {"<A/>", "<A></A>", ""},
     {"<A a=\"1\" a=\"2\"/>", "<A a=\"2\"></A>", ""},
     {"<A a = \"  v w \"></A>", "<A a=\"v w\"></A>", ""},
@@ -63,38 +52,35 @@ const struct {
 };
 
 TEST_F(Xml, keeps_what_could_be_read_and_tells_what_is_malformed) {
-    for (const auto& one : kDocuments) {
+    for (const auto& [text, written, failure] : kDocuments) {
         CXML::m_bOperStatus = true;
         CXML::m_strOperErrDesc.clear();
         CXML root;
-        root.LoadXML(one.text);
-        EXPECT_EQ(root.GetXML(), one.written) << one.text;
-        EXPECT_EQ(CXML::m_strOperErrDesc, one.failure) << one.text;
-        EXPECT_EQ(CXML::m_bOperStatus, one.failure.empty()) << one.text;
+        root.LoadXML(text);
+        EXPECT_EQ(root.GetXML(), written) << text;
+        EXPECT_EQ(CXML::m_strOperErrDesc, failure) << text;
+        EXPECT_EQ(CXML::m_bOperStatus, failure.empty()) << text;
     }
 }
 
 TEST_F(Xml, reads_a_file_and_a_pipe_as_it_reads_memory) {
     constexpr std::size_t kReadAhead = 65536;
-    for (const auto& one : kDocuments) {
-        for (std::size_t in_first_read = 0; in_first_read <= one.text.size(); ++in_first_read) {
-            const std::string text = std::string(kReadAhead - in_first_read, ' ') + one.text;
-            const FileDescriptor file(memfd_create("document", MFD_CLOEXEC));
-            ASSERT_EQ(write_all(file.get(), text.data(), text.size()), 0);
+    for (const auto& [text, written, _] : kDocuments) {
+        for (std::size_t in_first_read = 0; in_first_read <= text.size(); ++in_first_read) {
+            const std::string late = std::string(kReadAhead - in_first_read, ' ') + text;
+            const relay_hub::FileDescriptor file(memfd_create("document", MFD_CLOEXEC));
+            ASSERT_EQ(relay_hub::write_all(file.get(), late.data(), late.size()), 0);
             ASSERT_EQ(lseek(file.get(), 0, SEEK_SET), 0);
             CXML root;
             root.XMLRead(file.get());
-            EXPECT_EQ(root.GetXML(), one.written) << one.text << " cut at " << in_first_read;
+            EXPECT_EQ(root.GetXML(), written) << text << " cut at " << in_first_read;
         }
-        std::array<int, 2> ends{};
-        ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
-        const FileDescriptor reading(ends[0]);
-        FileDescriptor writing(ends[1]);
-        ASSERT_EQ(write_all(writing.get(), one.text.data(), one.text.size()), 0);
-        writing.reset();
+        test::Pipe pipe;
+        pipe.put(text);
+        pipe.writer.reset();
         CXML root;
-        root.XMLRead(reading.get());
-        EXPECT_EQ(root.GetXML(), one.written) << one.text << " from a pipe";
+        root.XMLRead(pipe.reader.get());
+        EXPECT_EQ(root.GetXML(), written) << text << " from a pipe";
     }
 }
 
@@ -214,11 +200,7 @@ TEST_F(Xml, edits_elements_and_attributes) {
     };
     const std::string d = R"(<D ID="4" NAME="D"></D>)", c = R"(<C ID="3" NAME="c"></C>)",
                       e = R"(<E ID="5" NAME="e"></E>)";
-    const struct {
-        const char* name;
-        std::function<void(CXML&)> edit;
-        std::string after;
-    } cases[] = {
+    const std::tuple<const char*, std::function<void(CXML&)>, std::string> cases[] = {
         {"add_by_name", [&](CXML& a) { a.AddChildByName(named("D", 4)); },
          R"(<A k="1">)" + c + d + e + "</A>"},
         {"add_by_id", [&](CXML& a) { a.AddChildById(named("D", 4)); }, R"(<A k="1">)" + c + d + e + "</A>"},
@@ -257,11 +239,11 @@ TEST_F(Xml, edits_elements_and_attributes) {
          },
          R"(<A m="2.50">2.500.00</A>)"},
     };
-    for (const auto& one : cases) {
+    for (const auto& [name, edit, after] : cases) {
         CXML root;
         ASSERT_TRUE(root.LoadXML(before));
-        one.edit(root);
-        EXPECT_EQ(root.GetXML(), one.after) << one.name;
+        edit(root);
+        EXPECT_EQ(root.GetXML(), after) << name;
     }
     EXPECT_TRUE(CXML::IsAlpha('q') && !CXML::IsAlpha('1'));
 }

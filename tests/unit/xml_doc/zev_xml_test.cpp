@@ -32,32 +32,26 @@ TEST_F(Document, generates_each_kind_of_value_at_its_path) {
 }
 
 TEST_F(Document, escapes_values_and_gives_them_back) {
-    const struct {
-        const char* value;
-        const char* stored;
-    } cases[] = {
+    const std::pair<const char*, const char*> cases[] = {
         {"x<y & \"z\"", "x&lt;y &amp; &dq;z&dq;"},
         {"&lt;&amp;lt;&dq;", "&amp;lt;&amp;amp;lt;&amp;dq;"},
         {"it's & &", "it's &amp; &amp;"},
         {"caf\xC3\xA9\xFF.txt", "caf\xC3\xA9\xFF.txt"},
     };
-    for (const auto& one : cases) {
+    for (const auto& [value, stored] : cases) {
         document_.ResetContent();
-        document_.Generate("A", one.value);
+        document_.Generate("A", value);
         const std::string text = document_.GetXML();
-        EXPECT_EQ(text, "<ZEVMSG><A>" + std::string(one.stored) + "</A></ZEVMSG>");
+        EXPECT_EQ(text, "<ZEVMSG><A>" + std::string(stored) + "</A></ZEVMSG>");
         load(text);
-        EXPECT_EQ(document_.Query("A"), one.value);
+        EXPECT_EQ(document_.Query("A"), value);
     }
     load("<ZEVMSG><A>&quot;&am&lt</A></ZEVMSG>");
     EXPECT_EQ(document_.Query("A"), "&quot;&am&lt") << "no other entity is known";
 }
 
 TEST_F(Document, tells_what_is_wrong_with_a_path) {
-    const struct {
-        const char* path;
-        const char* failure;
-    } cases[] = {
+    const std::pair<const char*, const char*> cases[] = {
         {"", "TagName should not be empty string"},
         {"A/", "TagName format error"},
         {"/", "TagName format error"},
@@ -65,13 +59,13 @@ TEST_F(Document, tells_what_is_wrong_with_a_path) {
         {"/zevmsg/A", "The root tag should be \"ZEVMSG\""},
         {"A//B", "No Valid Tag Name"},
     };
-    for (const auto& one : cases) {
+    for (const auto& [path, failure] : cases) {
         document_.ResetStatus();
-        document_.Generate(one.path, "v");
-        EXPECT_FALSE(CXML::m_bOperStatus) << one.path;
-        EXPECT_EQ(document_.GetOperErrDesc(), one.failure) << one.path;
-        EXPECT_EQ(document_.GetXML(), "<ZEVMSG></ZEVMSG>") << one.path;
-        EXPECT_EQ(document_.Query(one.path), "");
+        document_.Generate(path, "v");
+        EXPECT_FALSE(CXML::m_bOperStatus) << path;
+        EXPECT_EQ(document_.GetOperErrDesc(), failure) << path;
+        EXPECT_EQ(document_.GetXML(), "<ZEVMSG></ZEVMSG>") << path;
+        EXPECT_EQ(document_.Query(path), "");
     }
 }
 
