@@ -227,6 +227,8 @@ void allow_requests(bool allowed) {
 
 int send_command_t(command_start_t start, command_finish_t finish, __send_args* args) {
     relay_hub::AnswerCell answer;
+    if (args->sent_again)
+        relay_hub::forget_answer_for_all();
     if (get_atomic(&args->state) != TASK_CANCEL && !relay_hub::runs.closing) {
         set_atomic(&args->state, kStateRunning);
         if (const int failure = relay_hub::run_to_end(start, args, answer))

@@ -82,6 +82,12 @@ bool all_that_follow_is_refused() {
     return shared.refuses_all_that_follow;
 }
 
+void forget_answer_for_all() {
+    const std::lock_guard lock(shared.mutex);
+    shared.refuses_all_that_follow = false;
+    shared.storage.record.confirm_value = kConfirmNone;
+}
+
 void accept_confirmations_again() {
     const std::lock_guard lock(shared.mutex);
     shared.closing = false;

@@ -27,6 +27,8 @@ void end_confirmations();
 // Every later question of this copy is answered "No" at once. CleanUpInformationVar forgets it. Any thread.
 void refuse_all_that_follow();
 bool all_that_follow_is_refused();
+// The next question is put once more, whatever was answered for all that follow. Any thread.
+void forget_answer_for_all();
 // Takes end_confirmations back: a new window.
 void accept_confirmations_again();
 

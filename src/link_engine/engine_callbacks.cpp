@@ -178,11 +178,14 @@ std::string without_facts(const std::string& question) {
 
 // A request that is sent again asks nothing: what the user agreed to holds, and what else is there stays.
 int answer_again(const __send_args& args, const std::string& question) {
+    const std::string asked = without_facts(question);
+    if (args.refused_questions.contains(asked))
+        return REQUEST_NO;
     if (args.agreed_to_all)
-        return REQUEST_ALL;
+        return args.refused_questions.empty() ? REQUEST_ALL : REQUEST_YES;
     if (args.agreed_questions.empty())
         return kRequestSkipAll;
-    return args.agreed_questions.contains(without_facts(question)) ? REQUEST_YES : REQUEST_NO;
+    return args.agreed_questions.contains(asked) ? REQUEST_YES : REQUEST_NO;
 }
 
 int answer_by_user(__send_args& args, const std::string& question) {
@@ -192,6 +195,8 @@ int answer_by_user(__send_args& args, const std::string& question) {
     args.agreed_to_all = args.agreed_to_all || response == REQUEST_ALL;
     if (response == REQUEST_YES)
         args.agreed_questions.insert(without_facts(question));
+    if (response == REQUEST_NO)
+        args.refused_questions.insert(without_facts(question));
     return response;
 }
 

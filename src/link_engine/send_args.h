@@ -53,10 +53,11 @@ struct __send_args {
     bool given_up = false;  // its waits were ended; what the engine does with it is not known
     bool refused = false;   // the user answered a question of its copy with anything but yes
     // Sent once more after a failure: its questions are answered without asking, with yes where the user
-    // agreed before.
+    // agreed before. What was refused stays refused, also where all that followed was agreed to.
     bool sent_again = false;
     bool agreed_to_all = false;
     std::set<std::string> agreed_questions;
+    std::set<std::string> refused_questions;
     bool is_move = false;  // a copy after which the source may go
     // Of a move: which items have arrived completely, 'Y' or 'N' each; empty: the engine sent no report.
     std::string arrived;

@@ -4,6 +4,8 @@
 #include <gtk/gtk.h>
 #include <sys/ipc.h>
 
+#include <sstream>
+
 #include "fake_engine.h"
 #include "link_engine/Zev_link_op.h"
 #include "link_engine/answer_slot.h"
@@ -153,42 +155,48 @@ struct Questions : UserQuestions {
     OverwriteQuestion last;
 };
 
-constexpr char kQuestion[] =
-    "<ZEVMSG><NP_Cmd>NP_Cmd_Get_Confirmation_For_Copy</NP_Cmd>"
-    "<NP_Copy_Confirmation_Message>a &dq;b&dq; %s?</NP_Copy_Confirmation_Message></ZEVMSG>";
+std::string question(const std::string& name) {
+    return "<ZEVMSG><NP_Cmd>NP_Cmd_Get_Confirmation_For_Copy</NP_Cmd><NP_Copy_Confirmation_Message>&dq;" +
+           name + "&dq; %s?</NP_Copy_Confirmation_Message></ZEVMSG>";
+}
+
+std::string answer_of(const std::string& names) {
+    std::string text = "<ZEVMSG>";
+    std::istringstream words(names);
+    for (std::string name; words >> name;)
+        text += "<NP_Copy_Confirmation_" + name + ">Y</NP_Copy_Confirmation_" + name + ">";
+    return text + "</ZEVMSG>";
+}
 
 TEST_F(CommandRunner, QuestionsAreServedForTheCopyWhicheverRunTurnsTheLoop) {
     const struct {
-        int response;
-        std::string answer;
-        int questions;  // out of two
+        std::vector<int> responses;
+        std::string first, second, first_again, second_again;
         int state;
     } rows[] = {
-        {REQUEST_YES, "<NP_Copy_Confirmation_Yes>Y</NP_Copy_Confirmation_Yes>", 2, kStateFinished},
-        {REQUEST_NO, "<NP_Copy_Confirmation_No>Y</NP_Copy_Confirmation_No>", 2, kStateFinished},
-        {kRequestSkipAll,
-         "<NP_Copy_Confirmation_No>Y</NP_Copy_Confirmation_No>"
-         "<NP_Copy_Confirmation_No_To_All>Y</NP_Copy_Confirmation_No_To_All>",
-         1, kStateFinished},
-        {REQUEST_ALL, "<NP_Copy_Confirmation_Replace_All>Y</NP_Copy_Confirmation_Replace_All>", 1,
-         kStateFinished},
-        {REQUEST_CANCEL, "<NP_Copy_Confirmation_Cancel>Y</NP_Copy_Confirmation_Cancel>", 2, TASK_CANCEL},
-        {-4, "", 2, kStateFinished}};
+        {{REQUEST_YES, REQUEST_NO}, "Yes", "No", "Yes", "No", kStateFinished},
+        {{REQUEST_NO, REQUEST_YES}, "No", "Yes", "No", "Yes", kStateFinished},
+        {{REQUEST_NO, REQUEST_ALL}, "No", "Replace_All", "No", "Yes", kStateFinished},
+        {{REQUEST_YES, kRequestSkipAll}, "Yes", "No No_To_All", "Yes", "No", kStateFinished},
+        {{kRequestSkipAll}, "No No_To_All", "No No_To_All", "No No_To_All", "No No_To_All", kStateFinished},
+        {{REQUEST_ALL}, "Replace_All", "Replace_All", "Replace_All", "Replace_All", kStateFinished},
+        {{REQUEST_CANCEL, REQUEST_CANCEL}, "Cancel", "Cancel", {}, {}, TASK_CANCEL},
+        {{-4, -4}, "", "", "No No_To_All", "No No_To_All", kStateFinished}};
     const Listener listener;
     Questions questions;
     set_user_questions(&questions);
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.response);
+        SCOPED_TRACE(row.first + ", " + row.second);
         CleanUpInformationVar();
         questions.asked = 0;
-        questions.answer = [&row] { return row.response; };
+        questions.answer = [&] { return row.responses.at(static_cast<std::size_t>(questions.asked) - 1); };
         std::atomic<bool> nested = false;
-        std::string answers;
+        std::vector<std::string> answers;
         FakeEngine engine([&](const std::string& request) {
             if (request.find("NP_Cmd_Remote_to_Local") == std::string::npos)
                 return "probe";
             wait_until([&] { return nested.load(); });
-            answers = listener.call_back(kQuestion) + listener.call_back(kQuestion);
+            answers = {listener.call_back(question("a")), listener.call_back(question("b"))};
             return "copied";
         });
         __send_args copy;
@@ -202,12 +210,16 @@ TEST_F(CommandRunner, QuestionsAreServedForTheCopyWhicheverRunTurnsTheLoop) {
                               });
         send_command_t(set_NP_VAL_CMD_COPY_REMOTE_TO_LOCAL, read_slot, &copy);
         EXPECT_EQ(read_text, "copied");
-        const std::string answer = "<ZEVMSG>" + row.answer + "</ZEVMSG>";
-        EXPECT_EQ(answers, answer + answer);
-        EXPECT_EQ(questions.asked, row.questions);
-        EXPECT_EQ(questions.last.text, "a \"b\" %s?");
+        EXPECT_THAT(answers, testing::ElementsAre(answer_of(row.first), answer_of(row.second)));
         EXPECT_EQ(questions.last.parent, copy.parent_window);
         EXPECT_EQ(copy.state, row.state);
+        copy.sent_again = true;
+        send_command_t(set_NP_VAL_CMD_COPY_REMOTE_TO_LOCAL, read_slot, &copy);
+        if (row.state == TASK_CANCEL)
+            continue;
+        EXPECT_THAT(answers, testing::ElementsAre(answer_of(row.first_again), answer_of(row.second_again)));
+        EXPECT_EQ(questions.asked, static_cast<int>(row.responses.size()));
+        EXPECT_EQ(questions.last.text, questions.asked > 1 ? "\"b\" %s?" : "\"a\" %s?");
     }
 }
 
@@ -216,7 +228,7 @@ std::atomic<bool> engine_answered = false;
 TEST_F(CommandRunner, AQuestionNeverHoldsTheListenerWhenNobodyCanAnswer) {
     const Listener listener;
     const std::string none = "<ZEVMSG></ZEVMSG>";
-    EXPECT_EQ(listener.call_back(kQuestion), none) << "no request runs";
+    EXPECT_EQ(listener.call_back(question("a")), none) << "no request runs";
     Questions questions;
     questions.answer = [] {
         end_confirmations();
@@ -226,13 +238,13 @@ TEST_F(CommandRunner, AQuestionNeverHoldsTheListenerWhenNobodyCanAnswer) {
     set_user_questions(&questions);
     std::string answer;
     FakeEngine engine([&](const std::string&) {
-        answer = listener.call_back(kQuestion);
+        answer = listener.call_back(question("a"));
         engine_answered = true;
         return "copied";
     });
     send_command_t(set_NP_VAL_CMD_COPY_LOCAL_TO_REMOTE, read_slot, &args_);
     EXPECT_EQ(answer, none) << "the program closes";
-    EXPECT_EQ(listener.call_back(kQuestion), none);
+    EXPECT_EQ(listener.call_back(question("a")), none);
 }
 
 int leave_in_shared_memory(void* text) {
