@@ -2,13 +2,20 @@
 
 #include <glib.h>
 
+#include <algorithm>
 #include <string_view>
+
+#include "base/glib_owners.h"
 
 namespace relay_hub {
 namespace {
 
 bool is_drive_path(std::string_view path) {
     return path.size() >= 2 && path[1] == ':' && g_ascii_isalpha(path[0]);
+}
+
+bool is_this_machine(const char* host) {
+    return g_ascii_strcasecmp(host, "localhost") == 0 || g_ascii_strcasecmp(host, g_get_host_name()) == 0;
 }
 
 std::string join_path(std::string_view folder, std::string_view name, char separator,
@@ -30,6 +37,17 @@ std::string join_remote_path(const std::string& folder, const std::string& name)
 
 std::string join_local_path(const std::string& folder, const std::string& name) {
     return join_path(folder, name, '/', "/");
+}
+
+std::optional<std::string> local_path_of_uri(const std::string& uri) {
+    char* host_text = nullptr;
+    const GText path(g_filename_from_uri(uri.c_str(), &host_text, nullptr));
+    const GText host(host_text);
+    if (path == nullptr || (host != nullptr && !is_this_machine(host.get())))
+        return std::nullopt;
+    // The part behind it would be taken for the name of what is meant.
+    const std::string text = path.get();
+    return text.substr(0, std::max<std::size_t>(text.find_last_not_of('/') + 1, 1));
 }
 
 }  // namespace relay_hub

@@ -1,5 +1,7 @@
 #pragma once
-// Joining a folder and a name, on this machine and on the remote computer. Pure, any thread.
+// Texts of paths: joining a folder and a name, on this machine and on the remote computer; the path in a URI.
+// Any thread.
+#include <optional>
 #include <string>
 
 namespace relay_hub {
@@ -8,5 +10,8 @@ namespace relay_hub {
 std::string join_remote_path(const std::string& folder, const std::string& name);
 // folder and name with exactly one "/" between them.
 std::string join_local_path(const std::string& folder, const std::string& name);
+// The local path that a "file" URI stands for, without separators at its end. Nothing for any other text, nor
+// for a file of another machine.
+std::optional<std::string> local_path_of_uri(const std::string& uri);
 
 }  // namespace relay_hub

@@ -9,6 +9,7 @@
 
 #include "base/diagnostics.h"
 #include "base/glib_owners.h"
+#include "base/path_text.h"
 #include "window/closing.h"
 
 namespace {
@@ -104,9 +105,10 @@ std::vector<std::string> local_paths(const std::string& uris) {
     std::vector<std::string> paths;
     const relay_hub::GStrv list(g_uri_list_extract_uris(uris.c_str()));
     for (char** uri = list.get(); *uri != nullptr; ++uri) {
-        const relay_hub::GText path(g_filename_from_uri(*uri, nullptr, nullptr));
-        if (path != nullptr)
-            paths.emplace_back(path.get());
+        if (const auto path = relay_hub::local_path_of_uri(*uri))
+            paths.push_back(*path);
+        else
+            relay_hub::report(RELAY_HUB_HERE, "no file of this machine:", *uri);
     }
     return paths;
 }

@@ -217,10 +217,8 @@ std::string typed_remote_path(const std::string& typed, const std::string& folde
 }
 
 std::string typed_local_path(const std::string& typed, const std::string& folder) {
-    if (typed.starts_with("file://")) {
-        const GText path(g_filename_from_uri(typed.c_str(), nullptr, nullptr));
-        return path != nullptr ? path.get() : typed;
-    }
+    if (typed.starts_with("file://"))
+        return local_path_of_uri(typed).value_or(typed);
     if (typed == "~" || typed.starts_with("~/"))
         return g_get_home_dir() + typed.substr(1);
     return typed.empty() || typed.starts_with('/') ? typed : join_local_path(folder, typed);

@@ -152,8 +152,10 @@ std::vector<std::string> Gfile_split_string_to_list(const std::string& text, con
         part.resize(std::min(part.size(), part.find('\r')));
         if (uri_flag == 0) {
             parts.push_back(std::move(part));
-        } else if (const relay_hub::GText path{g_filename_from_uri(part.c_str(), nullptr, nullptr)}) {
-            parts.emplace_back(path.get());
+        } else if (const auto path = relay_hub::local_path_of_uri(part)) {
+            parts.push_back(*path);
+        } else {
+            relay_hub::report(FILE_OP_HERE, "no file of this machine:", part);
         }
     }
     std::reverse(parts.begin(), parts.end());

@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "base/name_order.h"
+#include "base/path_text.h"
 #include "base/shown_text.h"
 #include "base/translated_text.h"
 #include "util/ansi_unicode_hex.h"
@@ -64,6 +65,18 @@ TEST(Text, resolves_paths_onto_the_prefix) {
         EXPECT_EQ(ConvertToRealPath(path.c_str(), "/", resolved, "/"), 0);
         EXPECT_EQ(resolved, expected) << path;
     }
+}
+
+TEST(Text, finds_the_paths_of_this_machine_in_uris) {
+    const std::pair<const char*, const char*> cases[] = {{"file:///a%20b/", "/a b"},
+                                                         {"file://localhost//", "/"},
+                                                         {"file:///%FF", "/\xff"},
+                                                         {"file:///a%00b", ""},
+                                                         {"file://else.invalid/a", ""},
+                                                         {"sftp://localhost/a", ""},
+                                                         {"/a", ""}};
+    for (const auto& [uri, path] : cases)
+        EXPECT_EQ(relay_hub::local_path_of_uri(uri).value_or(""), path) << uri;
 }
 
 TEST(Text, tells_roots_and_drive_paths) {
