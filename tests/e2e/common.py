@@ -11,11 +11,12 @@ NOTIFY = BASE + "Notify"
 FIFOS = [base + end for base in (BASE, NOTIFY) for end in ("_IN", "_OUT")]
 MARKER = bytes.fromhex("c9bb29f90001")
 OK = "<T1>NP_Exe_Result_Success</T1>"
-SLOW = 4 if os.environ.get("RELAY_HUB_SLOW") else 1  # sanitizer builds
+SLOW = 3 if os.environ.get("RELAY_HUB_SLOW") else 1  # sanitizer builds
+LIMIT = 30 * SLOW  # seconds, for what only guards against a hang
 
 
-def wait_for(predicate, limit=15, what="condition"):
-    """The predicate's first true result; fails the test when there is none within limit seconds."""
+def wait_for(predicate, limit=30, what="condition"):
+    """The predicate's first true result; fails the test when there is none within limit seconds, more where all is slow."""
     end, pause = time.monotonic() + limit * SLOW, 0.001
     while True:
         try:
@@ -30,7 +31,7 @@ def wait_for(predicate, limit=15, what="condition"):
         pause = min(2 * pause, 0.02)
 
 
-def act_until(effect, act, pause=2, limit=15, what="effect"):
+def act_until(effect, act, pause=2, limit=30, what="effect"):
     """Acts, and again when that shows no effect: a busy desktop may lose a key press, or still move a window."""
     def done():
         act()
@@ -133,7 +134,7 @@ def open_reader(path):
     return os.open(path, os.O_RDONLY | os.O_NONBLOCK)
 
 
-def open_writer(path, limit=5, leave=lambda: False):
+def open_writer(path, limit=LIMIT, leave=lambda: False):
     """Waits for somebody who reads."""
     end = time.monotonic() + limit
     while True:

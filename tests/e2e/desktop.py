@@ -13,14 +13,17 @@ import subprocess
 import sys
 import tempfile
 import unittest
+from concurrent.futures import ThreadPoolExecutor
 
 import gi
 
-from common import FIFOS, SLOW, act_until, wait_for
+from common import FIFOS, LIMIT, act_until, wait_for
 
 gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi  # noqa: E402
 
+HERE = os.path.dirname(os.path.abspath(__file__))
+OWN_DESKTOP = os.path.join(os.path.dirname(HERE), "own_desktop")
 BUILD = os.environ["RELAY_HUB_BUILD"]
 WINDOW = os.path.join(BUILD, "bin", "relay-hub")
 ENGINE = os.path.join(BUILD, "bin", "relay-hub-engine")
@@ -102,7 +105,7 @@ class Desktop:
             self.env.pop(name, None)
         self.processes = []
         self.engine = self.window = self.app = self.manager = None
-        wait_for(self.managed, 40, what="the window manager")
+        wait_for(self.managed, what="the window manager")
         self.wait_for_manager_to_listen()
 
     # -- programs
@@ -163,14 +166,19 @@ class Desktop:
         self.start_window()
         self.wait_remote()
 
-    def wait_remote(self, limit=20):
-        wait_for(lambda: self.folder(REMOTE) and not self.dialog(), limit, what="the remote pane to be filled")
+    def wait_remote(self):
+        wait_for(lambda: self.folder(REMOTE) and not self.dialog(), what="the remote pane to be filled")
+
+    @staticmethod
+    def kill(process):
+        process.kill()
+        process.wait()
 
     def close(self):
         """Closes the window as the user does; its exit status."""
         subprocess.run(["wmctrl", "-F", "-c", "Relay Hub"], check=False)
         try:
-            return self.window.wait(10 * SLOW)
+            return self.window.wait(LIMIT)
         except subprocess.TimeoutExpired:
             raise AssertionError("the window did not end; output: " + self.output()[-2000:]) from None
 
@@ -181,8 +189,7 @@ class Desktop:
                 try:
                     process.wait(5)
                 except subprocess.TimeoutExpired:
-                    process.kill()
-                    process.wait()
+                    self.kill(process)
         subprocess.run(["chmod", "-R", "u+rwX", self.top], check=False, stderr=subprocess.DEVNULL)
         shutil.rmtree(self.top, ignore_errors=True)
         for path in filter(os.path.exists, FIFOS):
@@ -241,12 +248,15 @@ class Desktop:
     def error_box(self):
         return self.dialog(roles=("alert",))
 
-    def wait_dialog(self, title=None, limit=15):
-        return wait_for(lambda: self.dialog(title), limit, what=f"the dialog {title}")
+    def wait_dialog(self, title=None):
+        return wait_for(lambda: self.dialog(title), what=f"the dialog {title}")
 
-    def wait_quiet(self, limit=60):
+    def wait_error(self):
+        return wait_for(self.error_box, what="the box that tells of a failure")
+
+    def wait_quiet(self):
         """No dialog shows and the window answers."""
-        wait_for(lambda: not self.dialog(), limit, what="all dialogs to close")
+        wait_for(lambda: not self.dialog(), what="all dialogs to close")
 
     def take_notes(self, give_up=False):
         """Closes error boxes until the action is over, to give up the busy dialog too; what the boxes said."""
@@ -262,18 +272,24 @@ class Desktop:
             elif give_up and self.engine.poll() is not None:  # a request that waits for the next engine
                 subprocess.run(["wmctrl", "-F", "-c", "File Operations"], check=False)
             return not self.dialog()
-        wait_for(quiet, 40, what="the end of the action")
+        wait_for(quiet, what="the end of the action")
         return " ".join(said)
 
-    def wait_rows(self, side, *names, limit=15):
+    def wait_rows(self, side, *names):
         """These are among the rows, and the action is over."""
-        wait_for(lambda: set(names) <= set(self.rows(side)) and not self.dialog(), limit, what=f"{names} in {side}")
+        wait_for(lambda: set(names) <= set(self.rows(side)) and not self.dialog(), what=f"{names} in {side}")
 
     # -- what a person does
 
     @staticmethod
     def xdo(*words):
         subprocess.run(["xdotool", *map(str, words)], check=True)
+
+    @staticmethod
+    def wait_keyboard(title):
+        """The window manager has given the keyboard to the window of that title."""
+        wait_for(lambda: subprocess.run(["xdotool", "getwindowfocus", "getwindowname"], capture_output=True, text=True,
+                                        check=False).stdout == title + "\n", what=f"the keyboard in {title}")
 
     def take_keyboard(self):
         """The innermost window has it, if need be after what a person would do with Alt+Tab."""
@@ -321,23 +337,16 @@ class Desktop:
         place = target if isinstance(target, tuple) else centre(target)
         self.xdo("mousemove", *place, "click", "--repeat", repeat, "--delay", 40, button)
 
-    def reachable_cell(self, side, name):
-        """The row's first cell, once it is where a click reaches it: a list that is filled anew has no places yet."""
+    def row(self, side, name):
+        """Where a click reaches the row, once it does: a list that is filled anew has no places yet."""
         def reachable():
             table, rows = self.table(side), self.rows(side)
             cell = table.get_accessible_at(rows.index(name), 0) if name in rows else None
             if cell and not has_state(cell, STATES.SHOWING):
                 cell.grab_focus()  # scrolls to it, and selects it
             place = cell and tuple(centre(cell))  # read once: filled anew, the list gives the cell no place
-            return (cell, place) if cell and holds(table, *place) else None
+            return place if cell and holds(table, *place) else None
         return wait_for(reachable, what=f"row {name} in {side}")
-
-    def cell(self, side, name):
-        return self.reachable_cell(side, name)[0]
-
-    def row(self, side, name):
-        """Where a click reaches the row."""
-        return self.reachable_cell(side, name)[1]
 
     def open(self, side, name):
         self.click(self.row(side, name), repeat=2)
@@ -351,16 +360,18 @@ class Desktop:
                     self.click(self.row(side, name))
                 finally:
                     self.xdo("keyup", "ctrl")
-        act_until(lambda: set(self.selected(side)) >= set(names), click, what=f"the selection of {names}")
+        act_until(lambda: sorted(self.selected(side)) == sorted(names), click, what=f"the selection of {names}")
 
-    def open_menu(self, side, row=None):
-        """The menu's items after a right click on a row, or on empty space."""
+    def open_menu(self, side, row=None, item="Refresh"):
+        """The menu's items after a right click on a row, or on empty space, once it offers that item."""
         def click():
+            if self.menu_items():
+                self.xdo("key", "Escape")
             x, y = self.row(side, row) if row else centre(self.table(side))
             if not row:
                 y = box_of(self.table(side)).y + box_of(self.table(side)).height - 8
             self.xdo("mousemove", x, y, "click", 3)
-        return act_until(self.menu_items, click, 3, what="the menu")
+        return act_until(lambda: item in self.menu_items() and self.menu_items(), click, 3, what=f"{item} in the menu")
 
     def menu_items(self):
         """Label -> item of the list's menu that is open."""
@@ -368,8 +379,7 @@ class Desktop:
         return {item.get_name(): item for item in children(top.get_parent()) if item.get_name()} if top else {}
 
     def menu(self, side, item, row=None):
-        """Chooses an item of the menu, which offers it."""
-        self.open_menu(side, row)[item].do_action(0)
+        self.open_menu(side, row, item)[item].do_action(0)
         wait_for(lambda: not self.menu_items(), what="the menu to close")
 
     def drives(self, side):
@@ -393,12 +403,12 @@ class Desktop:
         self.entry(side).set_text_contents(path)
         find(self.side(side), "push button").do_action(0)
 
-    def go(self, side, path, *rows, count=None, limit=15):
+    def go(self, side, path, *rows, count=None):
         """Enters a path, and waits until exactly these rows, or that many, are shown."""
         def there():
             shown = self.row_count(side) if count else [name for name in self.rows(side) if name != ".."]
             return shown == (count or list(rows)) and not self.dialog()
-        act_until(there, lambda: self.enter(side, path), limit, 2 * limit, what=f"the rows of {path}")
+        act_until(there, lambda: self.enter(side, path), 15, 60, what=f"the rows of {path}")
 
     def drag(self, start, end, seen):
         """Drags from one point to another; lets go once seen() has counted two answers of the target more."""
@@ -414,13 +424,17 @@ class Desktop:
         finally:
             self.xdo("mouseup", 1)
 
-    def copy(self, source, names, target, answer=None):
-        """Copies rows of one pane into the other; answers the overwrite question once with a button."""
-        self.select(source, *names)
-        self.menu(source, "Copy", names[-1])
+    def take(self, side, names, act):
+        """Selects rows, and acts to put them on the clipboard."""
+        self.select(side, *names)
+        before = self.output().count("create new memory")
+        act()
+        wait_for(lambda: self.output().count("create new memory") > before, what="the clipboard's new content")
+
+    def copy(self, source, names, target):
+        """Copies rows of one pane into the other."""
+        self.take(source, names, lambda: self.menu(source, "Copy", names[-1]))
         self.menu(target, "Paste")
-        if answer:
-            self.press(self.wait_dialog("Confirmation"), answer)
 
 
 class DesktopTest(unittest.TestCase):
@@ -447,3 +461,14 @@ class DesktopTest(unittest.TestCase):
 
 def main():
     unittest.main(verbosity=2, warnings="ignore")
+
+
+def main_side_by_side(case, at_once):
+    """Each test of the case on a desktop of its own, so many at a time where that is permitted."""
+    if len(sys.argv) > 1:
+        main()
+    apart = subprocess.run([OWN_DESKTOP, "--can"], check=False).returncode == 0
+    tests = (f"{case.__name__}.{name}" for name in unittest.defaultTestLoader.getTestCaseNames(case))
+    with ThreadPoolExecutor(at_once if apart else 1) as pool:
+        sys.exit(any(pool.map(lambda test: subprocess.run([OWN_DESKTOP, sys.executable, sys.argv[0], test],
+                                                          check=False).returncode, tests)))

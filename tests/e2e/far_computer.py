@@ -228,7 +228,7 @@ class ConnectedEngine:
     def seen(self, event):
         return [fields for fields in self.events if fields[0] == event]
 
-    def await_event(self, event, count=1, limit=15):
+    def await_event(self, event, count=1, limit=30):
         wait_for(lambda: len(self.seen(event)) >= count or self.process.poll() is not None, limit, event)
         found = self.seen(event)
         if len(found) < count:

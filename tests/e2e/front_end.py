@@ -3,7 +3,7 @@ import os
 import threading
 import time
 
-from common import (BASE, MARKER, NOTIFY, both, command, frame, make_fifos, message, open_reader, open_writer,
+from common import (BASE, LIMIT, MARKER, NOTIFY, both, command, frame, make_fifos, message, open_reader, open_writer,
                     read_answer, read_frame, readable, write_all)
 
 DONE = message("<T1>NP_Exe_Result_Success</T1>")
@@ -63,7 +63,7 @@ class FrontEnd:
         for fd in ends:
             os.close(fd)
 
-    def ask(self, request, limit=30):
+    def ask(self, request, limit=LIMIT):
         """The answer's text; None without one in time."""
         ends = self.send(request)
         try:

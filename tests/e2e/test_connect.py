@@ -136,8 +136,8 @@ sed -i 1d {self.path("answers")}
         self.type_address(address)
         self.desktop.key("Return")
 
-    def message(self, words, limit=20):
-        return wait_for(lambda: next((text for text in labels(self.desktop.dialog()) if words in text), None), limit,
+    def message(self, words):
+        return wait_for(lambda: next((text for text in labels(self.desktop.dialog()) if words in text), None),
                         what=f"the message {words}")
 
     def take_window(self):
@@ -150,7 +150,7 @@ sed -i 1d {self.path("answers")}
                     d.app = app_of(type("Window", (), {"pid": pid}))
                     return d.app and find(d.app, "frame", "Relay Hub")
             return None
-        wait_for(opened, 30, what="the window")
+        wait_for(opened, what="the window")
         d.wait_remote()
 
     def tab_to(self, side):
@@ -336,7 +336,7 @@ class Announced(Dialog):
 
         def found():
             return [node.get_name() for node in children(find(d.dialog(), "table")) if node.get_name()]
-        wait_for(found, 30, what="the computer at the other end; daemons: " + d.output("nsenter")[-1500:])
+        wait_for(found, what="the computer at the other end; daemons: " + d.output("nsenter")[-1500:])
         name, source = found()
         self.assertRegex(name, r"^anna@\[fe80::[0-9a-f:]+%near0\]:2222$")
         self.assertEqual(source, "on the network")

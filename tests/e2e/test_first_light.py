@@ -59,7 +59,7 @@ class Browsing(DesktopTest):
         for number in range(5000):
             write(os.path.join(d.remote, "a/many", f"entry {number:04}"))
         d.start("--style", "posix", "--chunk", "4096")
-        d.go(REMOTE, "/a/many", count=5001, limit=60)
+        d.go(REMOTE, "/a/many", count=5001)
 
 
 class Copying(DesktopTest):
@@ -77,7 +77,7 @@ class Copying(DesktopTest):
         for source, below, target, beside in self.ways():
             names = [source, source + ".bin"]
             d.copy(source, names, target)
-            d.wait_rows(target, *names, limit=60)
+            d.wait_rows(target, *names)
             self.assertEqual(tree_of(os.path.join(below, source)), tree_of(os.path.join(beside, source)))
             self.assertTrue(read(os.path.join(below, names[1])) == read(os.path.join(beside, names[1])), source)
             self.assertFalse([left for left in os.listdir(beside) if left.startswith(".relay-hub")])

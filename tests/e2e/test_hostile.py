@@ -90,7 +90,7 @@ class Hostile(DesktopTest):
             return self.desktop.rows(REMOTE) == HONEST_ROWS
         wait_for(listed, 60, what="the honest listing")
 
-    def settle(self, give_up=False, limit=40):
+    def settle(self, give_up=False, limit=30):
         """Waits for the request's end, closing what the user would: error boxes, and to give up the busy dialog."""
         def settled():
             self.answers_soon()
@@ -128,7 +128,7 @@ class Hostile(DesktopTest):
         d.wait_rows(REMOTE, name)
         d.drag(d.row(REMOTE, name), centre(d.table(LOCAL)),
                lambda: d.output().count("on_treeview_1_drag_motion\n"))
-        self.assertIn("path separator", " ".join(labels(wait_for(d.error_box, what="the refusal"))))
+        self.assertIn("path separator", " ".join(labels(d.wait_error())))
         self.settle()
         self.go_honest()
         self.assertEqual(d.close(), 0)

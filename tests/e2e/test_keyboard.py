@@ -1,6 +1,5 @@
 """Everything without a mouse, and a spoken name for whatever can have the focus."""
 import os
-import subprocess
 
 from common import wait_for, write
 from desktop import BUILD, LOCAL, REMOTE, STATES, WINDOW, DesktopTest, children, find, has_state, main, walk
@@ -12,11 +11,6 @@ def focusable(top):
 
 
 class Keyboard(DesktopTest):
-    def wait_focus(self, title):
-        """The window manager has given the keyboard to the window of that title."""
-        wait_for(lambda: subprocess.run(["xdotool", "getwindowfocus", "getwindowname"], capture_output=True, text=True,
-                                        check=False).stdout == title + "\n", what=f"the keyboard in {title}")
-
     def test_first_second(self):
         """Keys arrive from the moment on at which the window has the keyboard, while both panes are being filled."""
         d = self.desktop
@@ -24,9 +18,9 @@ class Keyboard(DesktopTest):
         for number in range(8):
             name = f"typed at once {number}"
             d.window = d.spawn([WINDOW], cwd=BUILD)
-            self.wait_focus("Relay Hub")
+            d.wait_keyboard("Relay Hub")
             d.xdo("key", "ctrl+shift+n")
-            self.wait_focus("Create New Folder")
+            d.wait_keyboard("Create New Folder")
             d.xdo("type", "--delay", 1, name)
             d.xdo("key", "Return")
             wait_for(lambda: os.path.isdir(os.path.join(d.home, name)), what=name)

@@ -33,9 +33,7 @@ class Move(DesktopTest):
     def cut(self, side, folder, *names):
         d = self.desktop
         d.go(side, folder, count=1 + len(os.listdir(self.there if side == REMOTE else folder)))
-        d.select(side, *names)
-        before = d.output().count("create new memory")
-        act_until(lambda: d.output().count("create new memory") > before, lambda: d.key("ctrl+x"), what="the cut")
+        d.take(side, names, lambda: d.key("ctrl+x"))
 
     def paste(self, side, folder, *names, once=False):
         """Again when nothing comes of it: a folder that was shown before may still be read anew, and keys do nothing
@@ -125,7 +123,7 @@ class Move(DesktopTest):
                 write(in_the_way)
                 self.cut(side, folder, *names)
                 self.paste(other, target, "file")
-                box = wait_for(d.error_box, what="the failure")
+                box = d.wait_error()
                 self.assertEqual(read(os.path.join(disk, "file")), NEW)
                 remove(os.path.dirname(in_the_way))
                 d.press(box, "Try again")
@@ -149,7 +147,7 @@ class Move(DesktopTest):
                                check=True, text=True, input="cut" + uris, stdout=subprocess.DEVNULL,
                                stderr=subprocess.DEVNULL)
                 self.paste(side, folder)
-                d.press(wait_for(d.error_box, what="the failure"), "OK")
+                d.press(d.wait_error(), "OK")
                 wait_for(lambda: os.listdir(self.near) == ["tree"], what="the file to go")
                 d.wait_quiet()
                 self.assertEqual(sorted(os.listdir(os.path.join(self.near, "tree"))), ["inner", "link", "pipe"])
@@ -168,7 +166,7 @@ class Move(DesktopTest):
                 write(os.path.join(disk, "file"), NEW)
                 self.cut(side, folder, "file")
                 self.paste(other, target)
-                d.press(wait_for(d.error_box, what="the failure"), "OK")
+                d.press(d.wait_error(), "OK")
                 d.wait_quiet()
                 for end in (disk, there):
                     self.assertEqual(read(os.path.join(end, "file")), NEW)

@@ -40,7 +40,7 @@ class Names(DesktopTest):
         for name in NAMES:
             write(os.path.join(os.fsencode(self.odd), name), b"content of " + name)
         self.desktop.start()
-        self.desktop.go(LOCAL, self.odd, count=len(NAMES) + 1, limit=30)
+        self.desktop.go(LOCAL, self.odd, count=len(NAMES) + 1)
 
     def keys(self, side, *keys):
         self.desktop.click(self.desktop.table(side))

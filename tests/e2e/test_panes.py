@@ -25,7 +25,7 @@ class PaneTest(DesktopTest):
 
     def refuse(self, words):
         """An error box says so; the user takes note."""
-        box = wait_for(self.desktop.error_box, what=f"a box with {words}")
+        box = self.desktop.wait_error()
         self.assertIn(words, " ".join(labels(box)))
         self.desktop.press(box, "OK")
         wait_for(lambda: not self.desktop.error_box(), what="the box to close")

@@ -55,13 +55,13 @@ class SftpTest(unittest.TestCase):
         if self.engine.process.poll() is None:
             self.engine.stop(5)
 
-    def ask(self, request, limit=60):
-        answer = self.front_end.ask(request, limit)
+    def ask(self, request):
+        answer = self.front_end.ask(request)
         self.assertIsNotNone(answer, self.engine.errors)
         return answer.decode("utf-8", "replace")
 
-    def copy(self, upwards, local, remote, limit=120):
-        return self.ask(copy_request(upwards, local, remote), limit)
+    def copy(self, upwards, local, remote):
+        return self.ask(copy_request(upwards, local, remote))
 
     def folder_at_far(self, name):
         path = os.path.join(self.far.home, name)
