@@ -46,7 +46,7 @@ class Bench:
 
     def close(self):
         self.front_end.close()
-        self.engine.stop(5)
+        self.engine.stop()
         self.far.close()
 
     def out(self, upwards):

@@ -428,8 +428,7 @@ class Desktop:
         """Selects rows, and acts to put them on the clipboard."""
         self.select(side, *names)
         before = self.output().count("create new memory")
-        act()
-        wait_for(lambda: self.output().count("create new memory") > before, what="the clipboard's new content")
+        act_until(lambda: self.output().count("create new memory") > before, act, what="the clipboard's new content")
 
     def copy(self, source, names, target):
         """Copies rows of one pane into the other."""
@@ -441,6 +440,7 @@ class DesktopTest(unittest.TestCase):
     def setUp(self):
         self.take_desktop()
         self.addCleanup(self.keep_evidence)
+        self.addCleanup(self.check_end)
 
     def take_desktop(self):
         self.desktop = Desktop()
@@ -449,6 +449,12 @@ class DesktopTest(unittest.TestCase):
     def change_desktop(self):
         self.desktop.stop()
         self.take_desktop()
+
+    def check_end(self):
+        """A window that is still there ends well when its user closes it."""
+        d = self.desktop
+        if self._outcome.success and d.app and d.window.poll() is None and d.frame():
+            self.assertEqual(d.close(), 0)
 
     def keep_evidence(self):
         result = self._outcome.result

@@ -11,7 +11,7 @@ import subprocess
 import tempfile
 import threading
 
-from common import BASE, read, wait_for, write
+from common import BASE, LIMIT, remove, wait_for, write
 
 BUILD = os.environ.get("RELAY_HUB_BUILD", os.path.join(os.path.dirname(__file__), "..", "..", "build", "release"))
 ENGINE = os.path.join(BUILD, "bin", "relay-hub-engine")
@@ -108,58 +108,32 @@ class Relay:
         self.listener.close()
 
 
-class FarComputer:
-    def __init__(self, home=None, as_self=False):
-        """home: where the far user begins; made where there is none. as_self: the far user is who runs this, with a
-        shell of his own."""
-        self.user = pwd.getpwuid(os.geteuid()).pw_name if as_self else FAR_USER
-        self.server = "/usr/lib/openssh/sftp-server" if as_self else "internal-sftp"
+class SshServer:
+    """An sshd of our own on 127.0.0.1, with the lines and started by the command of who derives from it."""
+
+    def __init__(self, home=None):
         self.top = tempfile.mkdtemp(prefix="far-", dir="/tmp")
         os.chmod(self.top, 0o755)
-        self.home = home or os.path.join(self.top, "home")
+        self.home, self.port, self.sshd = home or self.path("home"), free_port(), None
+        self.lines, self.started_by = (), []
         os.makedirs(self.home, exist_ok=True)
-        for key in ("host", "user"):
-            run("ssh-keygen", "-q", "-t", "ed25519", "-N", "", "-f", self.path(key))
-        shutil.copy(self.path("user.pub"), self.path("authorized"))
-        self.give(self.home, self.path("host"), self.top)
-        self.sshd = None
-        self.port = free_port()
-        self.start()
-        self.relay = Relay(self.port)
-        self.use_ssh()
+        if os.geteuid() == 0:
+            os.makedirs("/run/sshd", exist_ok=True)
+        self.new_key("host")
 
     def path(self, name):
         return os.path.join(self.top, name)
 
-    def give(self, *paths):
-        """To the far user."""
-        user = pwd.getpwnam(self.user)
-        for path in paths if os.geteuid() == 0 else []:
-            os.lchown(path, user.pw_uid, user.pw_gid)
-
-    def give_all(self, top):
-        self.give(top)
-        for folder, folders, files in os.walk(top):
-            self.give(*(os.path.join(folder, name) for name in folders + files))
+    def new_key(self, name):
+        remove(self.path(name))
+        remove(self.path(name + ".pub"))
+        run("ssh-keygen", "-q", "-t", "ed25519", "-N", "", "-f", self.path(name))
 
     def start(self):
-        write(self.path("sshd_config"), f"""Port {self.port}
-ListenAddress 127.0.0.1
-HostKey {self.path("host")}
-AuthorizedKeysFile {self.path("authorized")}
-PidFile none
-StrictModes no
-UsePAM yes
-PasswordAuthentication no
-PermitRootLogin yes
-Subsystem sftp {self.server} -d {self.home}
-""".encode())
-        user = pwd.getpwnam(self.user)
-        as_user = ["setpriv", f"--reuid={user.pw_uid}", f"--regid={user.pw_gid}", "--clear-groups"]
-        if os.geteuid() == 0:
-            os.makedirs("/run/sshd", exist_ok=True)
-        self.sshd = subprocess.Popen((as_user if user.pw_uid != os.geteuid() else []) +
-                                     ["/usr/sbin/sshd", "-D", "-e", "-f", self.path("sshd_config")],
+        write(self.path("sshd_config"), "\n".join(
+            (f"Port {self.port}", "ListenAddress 127.0.0.1", f"HostKey {self.path('host')}", "PidFile none",
+             *self.lines, "")).encode())
+        self.sshd = subprocess.Popen([*self.started_by, "/usr/sbin/sshd", "-D", "-e", "-f", self.path("sshd_config")],
                                      stderr=open(self.path("sshd.log"), "ab"))
         wait_for(self.listens, what="sshd")
 
@@ -174,10 +148,43 @@ Subsystem sftp {self.server} -d {self.home}
 
     def signal(self, number):
         for pid in [self.sshd.pid] + children_of(self.sshd.pid):
-            try:
+            with contextlib.suppress(ProcessLookupError):  # it ended just then
                 os.kill(pid, number)
-            except ProcessLookupError:
-                pass
+
+    def close(self):
+        self.stop()
+        shutil.rmtree(self.top, ignore_errors=True)
+
+
+class FarComputer(SshServer):
+    def __init__(self, home=None, as_self=False):
+        """home: where the far user begins; made where there is none. as_self: the far user is who runs this, with a
+        shell of his own."""
+        super().__init__(home)
+        self.user = pwd.getpwuid(os.geteuid()).pw_name if as_self else FAR_USER
+        self.new_key("user")
+        shutil.copy(self.path("user.pub"), self.path("authorized"))
+        self.give(self.home, self.path("host"), self.top)
+        server = "/usr/lib/openssh/sftp-server" if as_self else "internal-sftp"
+        self.lines = (f"AuthorizedKeysFile {self.path('authorized')}", "StrictModes no", "UsePAM yes",
+                      "PasswordAuthentication no", "PermitRootLogin yes", f"Subsystem sftp {server} -d {self.home}")
+        user = pwd.getpwnam(self.user)
+        if user.pw_uid != os.geteuid():
+            self.started_by = ["setpriv", f"--reuid={user.pw_uid}", f"--regid={user.pw_gid}", "--clear-groups"]
+        self.start()
+        self.relay = Relay(self.port)
+        self.use_ssh()
+
+    def give(self, *paths):
+        """To the far user."""
+        user = pwd.getpwnam(self.user)
+        for path in paths if os.geteuid() == 0 else []:
+            os.lchown(path, user.pw_uid, user.pw_gid)
+
+    def give_all(self, top):
+        self.give(top)
+        for folder, folders, files in os.walk(top):
+            self.give(*(os.path.join(folder, name) for name in folders + files))
 
     def use_ssh(self, *options):
         """The user's ssh finds the key and the known hosts of this computer."""
@@ -196,8 +203,7 @@ exec /usr/bin/ssh -F {self.path("ssh_config")} "$@"
     def close(self):
         self.relay.close()
         self.signal(signal.SIGCONT)
-        self.stop()
-        shutil.rmtree(self.top, ignore_errors=True)
+        super().close()
 
 
 class ConnectedEngine:
@@ -240,10 +246,10 @@ class ConnectedEngine:
         wait_for(lambda: os.path.exists(BASE + "_IN"), what="the pipes")
         return found
 
-    def stop(self, limit=2):
+    def stop(self):
         self.process.terminate()
         try:
-            self.process.wait(limit)
+            self.process.wait(LIMIT)
         except subprocess.TimeoutExpired:
             self.process.kill()
             self.process.wait()

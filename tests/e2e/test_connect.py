@@ -1,75 +1,36 @@
 """From two computers to two filled panes by the keyboard alone: relay-hub-connect, an sshd of another user, and what
 can go wrong between them."""
-import contextlib
 import os
 import shutil
 import signal
 import socket
 import subprocess
-import tempfile
 import unittest
 
 from common import SLOW, act_until, read, tree_of, wait_for, write, write_odd_tree
 from desktop import BUILD, LOCAL, REMOTE, STATES, DesktopTest, app_of, children, find, has_state, labels, main, text_of, walk
-from far_computer import children_of, free_port, program_of, run
+from far_computer import SshServer, children_of, free_port, program_of, run
 
 CONNECT = os.path.join(BUILD, "bin", "relay-hub-connect")
 PASSWORD = "sesame"
 USER_NUMBER = 4711
 
 
-class Neighbour:
-    """An sshd whose user anna logs in with a password. The accounts are its own: a mount namespace hides ours."""
+class Neighbour(SshServer):
+    """Its user anna logs in with a password. The accounts are its own: a mount namespace hides ours."""
 
     def __init__(self):
-        self.top = tempfile.mkdtemp(prefix="neighbour-", dir="/tmp")
-        os.chmod(self.top, 0o755)
-        self.home, self.port = self.path("home"), free_port()
-        os.mkdir(self.home)
+        super().__init__()
         os.chown(self.home, USER_NUMBER, USER_NUMBER)
-        os.makedirs("/run/sshd", exist_ok=True)
-        self.new_host_key()
         secret = run("openssl", "passwd", "-6", PASSWORD, text=True).stdout.strip()
-        for name, line in (("passwd", f"anna:x:{USER_NUMBER}:{USER_NUMBER}::{self.home}:/bin/sh"),
-                           ("shadow", f"anna:{secret}:19000:0:99999:7:::"), ("group", f"anna:x:{USER_NUMBER}:")):
+        accounts = {"passwd": f"anna:x:{USER_NUMBER}:{USER_NUMBER}::{self.home}:/bin/sh",
+                    "shadow": f"anna:{secret}:19000:0:99999:7:::", "group": f"anna:x:{USER_NUMBER}:"}
+        for name, line in accounts.items():
             write(self.path(name), read("/etc/" + name) + line.encode() + b"\n", 0o600 if name == "shadow" else 0o644)
-        write(self.path("sshd_config"), f"""Port {self.port}
-ListenAddress 127.0.0.1
-HostKey {self.path("host")}
-PidFile none
-UsePAM no
-Subsystem sftp internal-sftp
-""".encode())
-        self.sshd = None
+        mounts = [f"mount --bind {self.path(name)} /etc/{name}" for name in accounts]
+        self.lines = ("UsePAM no", "Subsystem sftp internal-sftp")
+        self.started_by = ["unshare", "--mount", "sh", "-c", " && ".join([*mounts, 'exec "$@"']), "sh"]
         self.start()
-
-    def path(self, name):
-        return os.path.join(self.top, name)
-
-    def new_host_key(self):
-        for name in filter(os.path.exists, (self.path("host"), self.path("host.pub"))):
-            os.unlink(name)
-        run("ssh-keygen", "-q", "-t", "ed25519", "-N", "", "-f", self.path("host"))
-
-    def start(self):
-        mounts = " && ".join(f"mount --bind {self.path(name)} /etc/{name}" for name in ("passwd", "shadow", "group"))
-        self.sshd = subprocess.Popen(["unshare", "--mount", "sh", "-c", mounts + f" && exec /usr/sbin/sshd -D -e -f "
-                                      f"{self.path('sshd_config')}"], stderr=open(self.path("sshd.log"), "ab"))
-        wait_for(self.listens, what="sshd")
-
-    def listens(self):
-        with socket.socket() as probe:
-            return probe.connect_ex(("127.0.0.1", self.port)) == 0
-
-    def stop(self):
-        for pid in children_of(self.sshd.pid) + [self.sshd.pid]:
-            with contextlib.suppress(ProcessLookupError):  # it ended just then
-                os.kill(pid, signal.SIGKILL)
-        self.sshd.wait()
-
-    def close(self):
-        self.stop()
-        shutil.rmtree(self.top)
 
     @property
     def address(self):
@@ -239,7 +200,7 @@ sed -i 1d {self.path("answers")}
         self.assertIn("Permission denied", text_of(find(d.dialog(), "text", "What ssh says:")))
 
         self.neighbour.stop()
-        self.neighbour.new_host_key()
+        self.neighbour.new_key("host")
         self.neighbour.start()
         self.connect_to(self.neighbour.address)
         self.message("has changed")

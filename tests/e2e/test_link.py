@@ -92,7 +92,6 @@ class Recovery(LinkTest):
                 self.assertEqual(d.rows(REMOTE), ROWS, "the pane stays as it was")
                 d.start_engine()
                 self.browse()
-        self.assertEqual(d.close(), 0)
 
     def test_remote_goes_off_line_and_comes_back(self):
         d = self.desktop
@@ -109,7 +108,6 @@ class Recovery(LinkTest):
         self.come_back()
         self.assertIn(os.path.getsize(os.path.join(d.remote, "up")), (3, BIG), "the old file or the new one, whole")
         self.assertEqual(sorted(os.listdir(d.remote)), sorted(ROWS))
-        self.assertEqual(d.close(), 0)
 
     def test_engine_dies_in_the_middle_of_a_copy(self):
         self.start()
@@ -123,7 +121,6 @@ class Recovery(LinkTest):
 
 
 class Leaving(LinkTest):
-
     def test_second_start(self):
         d = self.desktop
         d.start_window()
@@ -133,7 +130,6 @@ class Leaving(LinkTest):
         d.press(box, "OK")
         self.assertEqual(second.wait(5 * SLOW), 0)
         self.assertIn(RUNNING, d.output())
-        self.assertEqual(d.close(), 0)
 
     def hang_listing(self):
         self.desktop.hold_engine()

@@ -70,7 +70,6 @@ class Move(DesktopTest):
                 d.wait_quiet()
                 self.assertEqual(tree_of(disk), wanted)
                 self.assertEqual("file" in self.trashed(), number > 0)
-        self.assertEqual(d.close(), 0)
 
     def test_no_and_cancel_keep_both(self):
         d = self.desktop

@@ -53,7 +53,7 @@ class SftpTest(unittest.TestCase):
 
     def end_engine(self):
         if self.engine.process.poll() is None:
-            self.engine.stop(5)
+            self.engine.stop()
 
     def ask(self, request):
         answer = self.front_end.ask(request)
@@ -179,7 +179,7 @@ class SftpTest(unittest.TestCase):
                     os.rmdir(there)
         self.assertEqual(os.stat(there + "/many").st_mode & 0o777, 0o755, "as far as it came")
         start = time.monotonic()
-        self.assertEqual(self.engine.stop(2), 0, "with a dead link")
+        self.assertEqual(self.engine.stop(), 0, "with a dead link")
         self.assertLess(time.monotonic() - start, 2)
         self.assertEqual([pid for pid in children_of(os.getpid()) if "ssh\0" in read_words(pid)], [])
 

@@ -62,7 +62,6 @@ class Window(DesktopTest):
         d.start_window()
         wait_for(lambda: self.look() == look, what=f"the look before {look}")
         self.assertEqual(d.rows(LOCAL), rows)
-        self.assertEqual(d.close(), 0)
 
     def test_the_local_list_follows_the_disk(self):
         d = self.desktop
@@ -91,7 +90,6 @@ class Window(DesktopTest):
         for name in ("one more", "more 7"):
             os.unlink(os.path.join(many, name))
         wait_for(lambda: d.row_count(LOCAL) == 2100, what="the end of two rows among many")
-        self.assertEqual(d.close(), 0)
 
     def test_lists_tell_what_they_come_to_and_copy_across(self):
         d = self.desktop
@@ -113,7 +111,6 @@ class Window(DesktopTest):
             d.key("ctrl+t")
             d.wait_rows(target, side)
             wait_for(lambda: d.selected(target) == [side], what="what has come selected")
-        self.assertEqual(d.close(), 0)
 
     def test_keys_of_the_window(self):
         d = self.desktop
@@ -218,7 +215,6 @@ class Window(DesktopTest):
                     expect("awake sleep block", "asleep")
                 d.wait_quiet()
                 self.assertEqual(read(os.path.join(folder, "a.txt")), b"new")
-        self.assertEqual(d.close(), 0)
 
     @staticmethod
     def selection(entry):
