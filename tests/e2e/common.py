@@ -16,7 +16,7 @@ LIMIT = 30 * SLOW  # seconds, for what only guards against a hang
 
 
 def wait_for(predicate, limit=30, what="condition"):
-    """The predicate's first true result; fails the test when there is none within limit seconds, more where all is slow."""
+    """The predicate's first true result; fails the test when there is none within limit (times SLOW) seconds."""
     end, pause = time.monotonic() + limit * SLOW, 0.001
     while True:
         try:
