@@ -22,6 +22,7 @@
 #include "bench/measure.h"
 #include "util/ansi_unicode_hex.h"
 #include "util/copy_job.h"
+#include "util/delete_job.h"
 #include "util/sorted_folder.h"
 
 namespace {
@@ -35,6 +36,7 @@ using relay_hub::FileDescriptor;
 constexpr int kRounds = 7;
 constexpr std::size_t kSmallFiles = 10000;
 constexpr std::size_t kNestedFolders = 1000;
+constexpr std::size_t kTrashedFiles = 1000;
 constexpr std::size_t kListedFiles = 100000;
 constexpr std::size_t kBigBytes = std::size_t{1} << 30U;
 constexpr std::size_t kPlainBuffer = 32768;
@@ -89,6 +91,18 @@ void fill_file(const fs::path& path, std::size_t size) {
     const std::string block(std::min<std::size_t>(size, 1U << 20U), 'x');
     for (std::size_t written = 0; written < size; written += block.size())
         file.write(block.data(), static_cast<std::streamsize>(block.size()));
+}
+
+// What no trash of this layout can do without: the entry's facts, its folder, the move, the info file.
+void put_by_needed_calls(int trash, const std::string& path, const std::string& name) {
+    struct stat status {};
+    must(lstat(path.c_str(), &status) == 0, "lstat");
+    must(mkdirat(trash, name.c_str(), 0755) == 0, "mkdirat");
+    const std::string inner = name + "/" + name;
+    must(renameat2(AT_FDCWD, path.c_str(), trash, inner.c_str(), RENAME_NOREPLACE) == 0, "renameat2");
+    const FileDescriptor info(
+        openat(trash, (name + ".info").c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0664));
+    must(info && relay_hub::write_all(info.get(), path.data(), path.size()) == 0, "info file");
 }
 
 class Bench {
@@ -152,6 +166,40 @@ class Bench {
         compare(
             "20,000 files of 4 KiB / 10,000 of them", 2.5, [&] { copy_with_job(twice, out_); },
             [&] { copy_with_job(root_ / "small", out_); }, [&] { new_out(); });
+    }
+
+    void trash() {
+        std::vector<std::string> names;
+        for (std::size_t index = 0; index < kTrashedFiles; ++index)
+            names.push_back(std::to_string(index));
+        const auto ours = [&] {
+            const relay_hub::TaskListPtr job(new_task_list());
+            job->folder = out_;
+            job->items = names;
+            Gfile_local_delete(job.get());
+            must(job->failures.empty(), "delete job");
+        };
+        const auto clean = [&] {
+            new_out();
+            fs::create_directory(out_ / "trash");
+            for (const std::string& name : names)
+                fill_file(out_ / name, 0);
+        };
+        compare(
+            "trash 1,000 entries / bare renames", 3.0, ours,
+            [&] {
+                for (const std::string& name : names)
+                    fs::rename(out_ / name, out_ / "trash" / name);
+            },
+            clean);
+        compare(
+            "trash 1,000 entries / the needed calls alone", 1.5, ours,
+            [&] {
+                const FileDescriptor folder(open((out_ / "trash").c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+                for (const std::string& name : names)
+                    put_by_needed_calls(folder.get(), out_ / name, name);
+            },
+            clean);
     }
 
     // The longest time from a cancel to the job's end, in the middle of the big file.
@@ -228,14 +276,16 @@ void unicode_hex() {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2) {
+    if (argc != 2 || !fs::is_directory(argv[1])) {
         std::fprintf(stderr, "usage: %s FOLDER\n", argv[0]);
         return 2;
     }
     std::setlocale(LC_ALL, "C.UTF-8");
+    must(setenv("HOME", argv[1], 1) == 0, "HOME");  // where the trash is
     bench::silence_traces();
     unicode_hex();
     Bench bench(argv[1]);
+    bench.trash();
     bench.big_file();
     bench.small_files();
     bench.twice_as_many();

@@ -68,17 +68,26 @@ std::string last_component(const std::string& path) {
     return path.substr(path.rfind('/') + 1);
 }
 
+unsigned announced_seed(unsigned long salt) {
+    std::printf("GenTrashName(void *p) - %.08X\n", static_cast<unsigned>(salt));
+    return static_cast<unsigned>(std::time(nullptr)) + static_cast<unsigned>(salt);
+}
+
+std::string name_of_seed(unsigned seed) {
+    std::srand(seed);
+    std::string name = ".";
+    for (int index = 0; index < kNameLength; ++index)
+        name += kAlphabet[static_cast<unsigned>(std::rand()) % kAlphabetSize];
+    return name;
+}
+
 }  // namespace
 
 void GenTrashName(std::string& out_name, unsigned long salt) {
-    std::printf("GenTrashName(void *p) - %.08X\n", static_cast<unsigned>(salt));
     const std::string trash = trash_folder();
-    unsigned seed = static_cast<unsigned>(std::time(nullptr)) + static_cast<unsigned>(salt);
+    unsigned seed = announced_seed(salt);
     while (true) {
-        std::srand(seed);
-        out_name.assign(1, '.');
-        for (int index = 0; index < kNameLength; ++index)
-            out_name += kAlphabet[static_cast<unsigned>(std::rand()) % kAlphabetSize];
+        out_name = name_of_seed(seed);
         if (access((trash + out_name).c_str(), F_OK) != 0)
             return;
         nanosleep(&kClashPause, nullptr);
@@ -114,12 +123,11 @@ bool Trash::open_folder() {
 }
 
 std::string Trash::make_entry_folder(unsigned long salt) {
-    std::string name;
+    // Making the folder tells whether the name is taken: looking first would be one call more.
     do {
-        GenTrashName(name, salt + names_made_++);
+        std::string name = name_of_seed(announced_seed(salt + names_made_++));
         if (mkdirat(folder_.get(), name.c_str(), 0755) == 0)
             return name;
-        // Another program may have taken the name since.
     } while (errno == EEXIST);
     return {};
 }
