@@ -4,6 +4,7 @@
 
 #include "base/shown_text.h"
 #include "base/translated_text.h"
+#include "tree_view_op/wrapped_label.h"
 
 namespace relay_hub::connect {
 namespace {
@@ -23,8 +24,7 @@ std::string text_of(GtkWidget* entry) {
 GtkWidget* new_left_label(const std::string& text) {
     GtkWidget* label = gtk_label_new(text.c_str());
     gtk_misc_set_alignment(GTK_MISC(label), 0, 0);
-    gtk_label_set_line_wrap(GTK_LABEL(label), TRUE);
-    gtk_label_set_line_wrap_mode(GTK_LABEL(label), PANGO_WRAP_WORD_CHAR);
+    wrap_anywhere(GTK_LABEL(label));
     gtk_widget_set_size_request(label, kWidth, -1);
     return label;
 }
