@@ -100,17 +100,6 @@ Result beside_window(const std::function<Result()>& work, const Result& otherwis
     return worker.failure() == nullptr ? result : otherwise;
 }
 
-void tell_changed(const Names& paths) {
-    std::vector<__task_failure> failures;
-    std::transform(paths.begin(), paths.end(), std::back_inserter(failures), [](const std::string& path) {
-        return __task_failure{path, translated("IDS_REASON_CHANGED_MEANWHILE")};
-    });
-    if (paths.empty() || window_is_closing())
-        return;
-    const WorkPause pause;
-    show_error_box(message_parent(), GTK_BUTTONS_OK, failure_summary(failures).c_str(), nullptr);
-}
-
 JobEnd move_into(const Names& paths, const std::string& folder) {
     const WindowWork work;
     const LongWork long_work;
@@ -121,8 +110,10 @@ JobEnd move_into(const Names& paths, const std::string& folder) {
     JobEnd end = run_job(TASK_COPY, left, folder);
     if (!end.went_through_all || window_is_closing())
         return end;
-    trash_unchanged(before,
-                    beside_window<Names>([&] { return arrived_whole(folder, left, end.doubtful); }, {}));
+    const Names certain = undoubted(folder, left, end.doubtful);
+    const Names arrived = beside_window<Names>([&] { return arrived_whole(folder, certain); }, {});
+    trash_unchanged(before, arrived);
+    tell_changed(without(certain, arrived));
     return end;
 }
 
@@ -165,13 +156,21 @@ Fingerprints look_before_move(const Names& paths) {
 void trash_unchanged(const Fingerprints& before, const Names& paths) {
     const WindowWork work;
     const Names changed = beside_window<Names>([&] { return changed_since(before, paths); }, paths);
-    Names unchanged;
-    std::copy_if(paths.begin(), paths.end(), std::back_inserter(unchanged), [&](const std::string& path) {
-        return std::find(changed.begin(), changed.end(), path) == changed.end();
-    });
+    const Names unchanged = without(paths, changed);
     if (!unchanged.empty() && !window_is_closing())
         trash_locally(unchanged);
     tell_changed(changed);
+}
+
+void tell_changed(const Names& paths) {
+    std::vector<__task_failure> failures;
+    std::transform(paths.begin(), paths.end(), std::back_inserter(failures), [](const std::string& path) {
+        return __task_failure{path, translated("IDS_REASON_CHANGED_MEANWHILE")};
+    });
+    if (paths.empty() || window_is_closing())
+        return;
+    const WorkPause pause;
+    show_error_box(message_parent(), GTK_BUTTONS_OK, failure_summary(failures).c_str(), nullptr);
 }
 
 }  // namespace relay_hub

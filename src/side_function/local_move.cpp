@@ -114,17 +114,33 @@ std::vector<std::string> rename_into(const std::string& folder, const std::vecto
     return left;
 }
 
-std::vector<std::string> arrived_whole(const std::string& folder, const std::vector<std::string>& paths,
-                                       const std::vector<std::string>& doubtful) {
-    std::vector<std::string> arrived;
-    std::copy_if(paths.begin(), paths.end(), std::back_inserter(arrived), [&](const std::string& path) {
+std::vector<std::string> undoubted(const std::string& folder, const std::vector<std::string>& paths,
+                                   const std::vector<std::string>& doubtful) {
+    std::vector<std::string> certain;
+    std::copy_if(paths.begin(), paths.end(), std::back_inserter(certain), [&](const std::string& path) {
         const std::string place = place_in(folder, path);
-        const bool in_doubt = std::any_of(doubtful.begin(), doubtful.end(), [&](const std::string& doubt) {
-            return concerns(doubt, path) || concerns(doubt, place);
-        });
-        return !in_doubt && has_name(path) && same_tree(path, place);
+        return has_name(path) &&
+               std::none_of(doubtful.begin(), doubtful.end(), [&](const std::string& doubt) {
+                   return concerns(doubt, path) || concerns(doubt, place);
+               });
     });
+    return certain;
+}
+
+std::vector<std::string> arrived_whole(const std::string& folder, const std::vector<std::string>& paths) {
+    std::vector<std::string> arrived;
+    std::copy_if(paths.begin(), paths.end(), std::back_inserter(arrived),
+                 [&](const std::string& path) { return same_tree(path, place_in(folder, path)); });
     return arrived;
+}
+
+std::vector<std::string> without(const std::vector<std::string>& paths,
+                                 const std::vector<std::string>& others) {
+    std::vector<std::string> left;
+    std::copy_if(paths.begin(), paths.end(), std::back_inserter(left), [&](const std::string& path) {
+        return std::find(others.begin(), others.end(), path) == others.end();
+    });
+    return left;
 }
 
 Fingerprints fingerprints_of(const std::vector<std::string>& paths) {

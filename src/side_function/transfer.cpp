@@ -78,6 +78,7 @@ bool build_item_lists(const Direction& direction, ItemListJob& job) {
 struct Copied {
     int result = -1;
     std::vector<std::string> moved;
+    std::vector<std::string> changed;
     Fingerprints before;  // of local items that are to be moved
 };
 
@@ -107,8 +108,10 @@ Copied copy_items(const Direction& direction, const OfferSource& source, std::ve
         copied.before = look_before_move(offer.paths);
     if (build_item_lists(direction, job))
         copied.result = transfer.send(direction.start, direction.finish);
-    if (offer.cut)
+    if (offer.cut) {
         copied.moved = transfer.arrived(copied.result);
+        copied.changed = transfer.changed(copied.result);
+    }
     if (!args.given_up)
         target.reload_after_copy(arrival_of(args, copied.result == 0 && !transfer.was_cancelled()));
     return copied;
@@ -132,6 +135,7 @@ int run_transfer(const Direction& direction, const OfferSource& source, std::vec
     const Copied copied = copy_items(direction, source, std::move(attributes));
     if (!copied.moved.empty() && !window_is_closing())
         trash_what_was_moved(direction, copied);
+    tell_changed(copied.changed);
     return copied.result;
 }
 
@@ -231,6 +235,11 @@ std::vector<std::string> Transfer::arrived(int result) {
 
 bool Transfer::can_be_tried_again() const {
     return kind_ == TASK_COPY && !args_.given_up && IsUserClickCancel() == 0 && !window_is_closing();
+}
+
+std::vector<std::string> Transfer::changed(int result) {
+    const bool all_went_well = result == 0 && !args_.refused && !failure_shown_ && !was_cancelled();
+    return all_went_well ? without(args_.item_paths, arrived(result)) : std::vector<std::string>();
 }
 
 int copy_to_remote_folder(const OfferSource& source) {

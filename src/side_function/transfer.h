@@ -36,6 +36,8 @@ class Transfer {
     // The items of a move that have arrived completely, given the result of send(): by the engine's report on
     // each item where it sends one; else all of them, or none if anything failed or was skipped.
     [[nodiscard]] std::vector<std::string> arrived(int result);
+    // Those that stay although nothing failed or was refused: they changed while they were copied.
+    [[nodiscard]] std::vector<std::string> changed(int result);
 
   private:
     int send_once(command_start_t start, command_finish_t finish);

@@ -201,6 +201,8 @@ class Move(DesktopTest):
                             file.truncate()
                             file.write(b"other")
                         contents["050"] = b"other"
+                    wait_for(lambda: d.error_box() or not os.path.exists(os.path.join(source, "set")), 60,
+                             what="a word about what stays")
                 else:
                     getattr(d, kind).kill()
                     getattr(d, kind).wait()
