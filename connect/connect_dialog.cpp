@@ -112,7 +112,7 @@ void ConnectDialog::build_messages() {
     ssh_words_ = gtk_text_view_new();
     gtk_text_view_set_editable(GTK_TEXT_VIEW(ssh_words_), FALSE);
     gtk_text_view_set_accepts_tab(GTK_TEXT_VIEW(ssh_words_), FALSE);
-    gtk_text_view_set_wrap_mode(GTK_TEXT_VIEW(ssh_words_), GTK_WRAP_WORD_CHAR);
+    gtk_text_view_set_wrap_mode(GTK_TEXT_VIEW(ssh_words_), GTK_WRAP_WORD);
     GtkWidget* scrolled = gtk_scrolled_window_new(nullptr, nullptr);
     gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(scrolled), GTK_POLICY_AUTOMATIC, GTK_POLICY_AUTOMATIC);
     gtk_scrolled_window_set_shadow_type(GTK_SCROLLED_WINDOW(scrolled), GTK_SHADOW_IN);
