@@ -91,6 +91,9 @@ bool LinkKeeper::connect(const SshStart& start, Link& link, LinkFailure& why) {
         why = failure_of(link);
         return false;
     }
+    // What ssh said while logging in is not why the link is lost later.
+    report_errors(link);
+    link.ssh->forget_errors();
     {
         const std::lock_guard lock(mutex_);
         session_ = link.session;
@@ -124,20 +127,21 @@ bool LinkKeeper::await_state(Link& link, Channel::State state) {
             eventfd_t ignored = 0;
             (void)eventfd_read(channel.state_events(), &ignored);
         }
-        std::vector<std::string> lines;
-        if (link.errors_open)
-            link.errors_open = link.ssh->read_errors(lines);
-        for (const std::string& line : lines)
-            observer_.ssh_said(line);
+        report_errors(link);
     }
     return true;
 }
 
-LinkFailure LinkKeeper::failure_of(Link& link) {
+void LinkKeeper::report_errors(Link& link) {
     std::vector<std::string> lines;
-    (void)link.ssh->read_errors(lines);
+    if (link.errors_open)
+        link.errors_open = link.ssh->read_errors(lines);
     for (const std::string& line : lines)
         observer_.ssh_said(line);
+}
+
+LinkFailure LinkKeeper::failure_of(Link& link) {
+    report_errors(link);
     const std::vector<std::string> all = link.ssh->all_errors();
     LinkFailure failure{failure_kind(all), last_words(all)};
     if (failure.text.empty())

@@ -59,6 +59,8 @@ class LinkKeeper {
     void serve(Link& link);
     // Waits until the channel's state is another one. False when the keeper is ending.
     bool await_state(Link& link, Channel::State state);
+    // Passes on what ssh wrote on standard error meanwhile.
+    void report_errors(Link& link);
     LinkFailure failure_of(Link& link);
 
     const SshAddress address_;

@@ -228,6 +228,12 @@ bool SshProcess::read_errors(std::vector<std::string>& lines) {
     return errors_open_;
 }
 
+void SshProcess::forget_errors() {
+    const std::lock_guard lock(mutex_);
+    lines_.erase(lines_.begin(), lines_.begin() + static_cast<std::ptrdiff_t>(lines_reported_));
+    lines_reported_ = 0;
+}
+
 std::vector<std::string> SshProcess::all_errors() {
     const std::lock_guard lock(mutex_);
     drain_errors();

@@ -42,8 +42,10 @@ class SshProcess {
     [[nodiscard]] int errors() const { return errors_.get(); }
     // The whole lines that were written since the last call. False once standard error is closed.
     bool read_errors(std::vector<std::string>& lines);
-    // The first and the last lines so far. Any thread.
+    // The first and the last lines so far, without those forgotten. Any thread.
     std::vector<std::string> all_errors();
+    // Forgets what read_errors() gave.
+    void forget_errors();
 
   private:
     void drain_errors();

@@ -128,7 +128,7 @@ class SftpTest(unittest.TestCase):
         told = self.front_end.count(b"Remote_Is_Offline")
         lose()
         start = time.monotonic()
-        self.engine.await_event("lost", count, 12)
+        self.assertNotIn("Welcome", self.engine.await_event("lost", count, 12)[1], "that was the login")
         wait_for(lambda: self.front_end.count(b"Remote_Is_Offline") > told, what="the offline call-back")
         self.assertLess(time.monotonic() - start, 10)
         start = time.monotonic()
@@ -143,6 +143,8 @@ class SftpTest(unittest.TestCase):
     def test_lost_links_are_told_and_mended(self):
         def hold(held):
             self.far.relay.held = held
+        ssh = self.far.path("bin/ssh")
+        write(ssh, read(ssh).replace(b"exec", b"echo Welcome >&2\nexec"), 0o755)
         self.far.relay.cut()
         self.engine.await_event("connected", 2, 6)
         self.lose_and_mend(lambda: hold(True), lambda: hold(False))
