@@ -48,7 +48,9 @@ std::size_t longest_answer(const Channel::Ask& ask) {
 struct PendingReply::Request {
     Channel* channel = nullptr;
     Channel::Ask ask;
-    bool dropped = false;  // nobody waits for it; guarded by the channel's mutex
+    // Both guarded by the channel's mutex.
+    bool awaited = false;
+    bool dropped = false;  // nobody waits for it
     std::atomic<bool> done{false};
     Answer answer;  // once done
 };
@@ -184,6 +186,7 @@ void Channel::write_some() {
 Error Channel::wait(PendingReply& reply, Interruption* interruption, Answer& answer) {
     const auto request = reply.request_;
     std::unique_lock lock(mutex_);
+    request->awaited = true;
     if (!request->done)
         write_some();
     while (!request->done && state_ != State::kLost) {
@@ -298,6 +301,7 @@ bool Channel::read_some() {
     incoming_end_ += static_cast<std::size_t>(count);
     std::string wrong;
     bool greeted = true;
+    bool awaited = false;
     {
         const std::lock_guard lock(mutex_);
         last_sign_ = steady_clock::now();
@@ -307,8 +311,10 @@ bool Channel::read_some() {
         write_some();
         if (state_ != before)
             (void)eventfd_write(state_events_.get(), 1);
+        awaited = std::exchange(awaited_arrived_, false);
     }
-    arrived_.notify_all();
+    if (awaited)
+        arrived_.notify_all();
     if (wrong.empty())
         return true;
     report(RELAY_HUB_HERE, "the other computer", wrong);
@@ -366,6 +372,7 @@ std::string Channel::take_answer(PacketType type, std::string_view packet) {
         return "sent an answer longer than was asked for";
     request->answer = {type, std::string(packet)};
     request->done = true;
+    awaited_arrived_ = awaited_arrived_ || request->awaited || in_flight_.empty();
     if (request->dropped && type == PacketType::kHandle)
         close_handle(request->answer.fields);
     return {};

@@ -141,6 +141,7 @@ class Channel {
     std::string outgoing_;
     std::size_t outgoing_start_ = 0;
     std::size_t slow_in_flight_ = 0;
+    bool awaited_arrived_ = false;                     // somebody is to be woken
     std::chrono::steady_clock::time_point last_sign_;  // of life, or of a request after none
 
     // The channel's thread alone.

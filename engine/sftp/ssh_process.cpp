@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
+#include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -39,6 +40,17 @@ bool make_pipe(PipePair& made) {
     made.read.reset(ends[0]);
     made.write.reset(ends[1]);
     (void)fcntl(ends[0], F_SETPIPE_SZ, kPipeCapacity);
+    return true;
+}
+
+// What a pipe does for each 16 KiB that ssh takes, a socket does once it is nearly empty: report room.
+bool make_sockets(PipePair& made) {
+    std::array<int, 2> ends{};
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0)
+        return false;
+    made.read.reset(ends[0]);
+    made.write.reset(ends[1]);
+    (void)setsockopt(ends[1], SOL_SOCKET, SO_SNDBUF, &kPipeCapacity, sizeof kPipeCapacity);
     return true;
 }
 
@@ -144,7 +156,7 @@ std::unique_ptr<SshProcess> SshProcess::start(const SshStart& start, LinkFailure
     PipePair input;
     PipePair output;
     PipePair errors;
-    if (!make_pipe(input) || !make_pipe(output) || !make_pipe(errors)) {
+    if (!make_sockets(input) || !make_pipe(output) || !make_pipe(errors)) {
         why = {FailureKind::kOther, fill_translated("IDS_REASON_NO_SSH", {error_text(errno)})};
         return nullptr;
     }
