@@ -15,7 +15,6 @@
 namespace relay_hub::engine {
 namespace {
 
-constexpr mode_t kEveryRight = 0777;
 constexpr std::size_t kLongestShownPath = 600;
 // Files announced to a tree for reading ahead; more are announced when half of them are done.
 constexpr std::size_t kAnnounced = 128;
@@ -48,12 +47,6 @@ class TreeInUse {
 
 FileFacts facts_of(const Entry& entry) {
     return {entry.size, entry.modified, entry.has_times};
-}
-
-// Its owner can write in it until it is filled. The rest is final, for a copy may end before the folder's
-// turn comes, as with a lost link.
-mode_t mode_to_fill(const Entry& folder) {
-    return folder.has_mode ? (folder.mode & ACCESSPERMS) | S_IRWXU : kEveryRight;
 }
 
 bool looks_present(const Entry& entry, const Entry& present) {
@@ -118,8 +111,10 @@ void CopyBatch::fail(const std::string& source, const Error& error) {
 }
 
 bool CopyBatch::succeeded(const std::string& source, const Error& error) {
-    if (error)
+    if (error) {
+        pending_.add_missing(target_path_, error);
         fail(source, error);
+    }
     return !error;
 }
 
@@ -300,6 +295,9 @@ bool CopyBatch::make_or_take_folder(const std::string& source, const Entry& entr
     if (!missing) {
         if (pending_.waits_in(target))
             pending_.publish();
+        // A copy that was cut short left it open for this one.
+        level.made = !is_filled_as_it_is(level.entry) && present.has_mode &&
+                     (present.mode & ACCESSPERMS) == mode_to_fill(level.entry);
         // Sweeping reads the folder anyway, and a tree may keep what it read just before.
         level.lookup = FolderLookup(target_.files, target, FolderLookup::kManyLookups);
         target_.files.sweep(target);

@@ -6,11 +6,20 @@
 namespace relay_hub::engine {
 namespace {
 
+constexpr mode_t kEveryRight = 0777;
 constexpr std::uint64_t kMostWaitingBytes = 64ULL * 1024 * 1024;
 // Of folders to be finished, before that is done in between.
 constexpr std::size_t kMostPathBytes = 4UL * 1024 * 1024;
 
 }  // namespace
+
+mode_t mode_to_fill(const Entry& folder) {
+    return folder.has_mode ? (folder.mode & ACCESSPERMS) | S_IRWXU : kEveryRight;
+}
+
+bool is_filled_as_it_is(const Entry& folder) {
+    return !folder.has_mode || (folder.mode & S_IRWXU) == S_IRWXU;
+}
 
 PendingWrites::PendingWrites(RemoteFileSystem& target, FailureSink failed)
     : target_(target), failed_(std::move(failed)), most_files_(target.most_waiting_files()) {}
@@ -41,6 +50,12 @@ void PendingWrites::add_touched(const std::string& folder) {
     settling_ = false;
 }
 
+void PendingWrites::add_missing(const std::string& folder, const Error& error) {
+    const bool repeat_helps = error.number == ENOTCONN || error.number == ECANCELED || error.number == ENOSPC;
+    if (repeat_helps && missing_in_.emplace(folder, error).second)
+        path_bytes_ += folder.size() + sizeof(Error);
+}
+
 bool PendingWrites::waits_in(const std::string& folder) const {
     return std::any_of(files_.begin(), files_.end(),
                        [&](const File& file) { return file.target_folder == folder; });
@@ -51,19 +66,29 @@ void PendingWrites::publish() {
         return;
     const std::vector<Error> results = target_.commit(sinks_);
     for (std::size_t i = 0; i < results.size(); ++i) {
-        if (results[i])
+        if (results[i]) {
+            add_missing(files_[i].target_folder, results[i]);
             failed_.file(files_[i].source, results[i]);
-        else
+        } else {
             add_touched(files_[i].target_folder);
+        }
     }
     sinks_.clear();
     files_.clear();
     waiting_bytes_ = 0;
 }
 
+// One that its owner may not write in could not take what a repeat brings.
+Error PendingWrites::complete_folder(const std::string& folder, const Entry& entry) {
+    const auto missing = missing_in_.extract(folder);
+    if (!missing.empty() && !is_filled_as_it_is(entry))
+        return missing.mapped();
+    return target_.set_attributes(folder, entry);
+}
+
 void PendingWrites::settle() {
     for (const auto& [folder, entry] : made_folders_) {
-        if (const Error error = target_.set_attributes(folder, entry); error)
+        if (const Error error = complete_folder(folder, entry); error)
             failed_.folder(folder, error);
     }
     const std::vector<std::string> touched(touched_.begin(), touched_.end());

@@ -3,6 +3,7 @@
 // that get their modes and times after what goes into them. One copy, one thread; the tree must outlive it.
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <set>
 #include <string>
@@ -12,6 +13,12 @@
 #include "engine/remote_file_system.h"
 
 namespace relay_hub::engine {
+
+// Its owner can write in it until it is filled. The rest is final, for a copy may end before the folder's
+// turn comes, as with a lost link.
+mode_t mode_to_fill(const Entry& folder);
+// Whether that is its final mode.
+bool is_filled_as_it_is(const Entry& folder);
 
 class PendingWrites {
   public:
@@ -29,6 +36,8 @@ class PendingWrites {
     void add_made_folder(const std::string& folder, const Entry& entry);
     // Something got its name in the folder.
     void add_touched(const std::string& folder);
+    // Something that belongs into the folder is not there because of the error.
+    void add_missing(const std::string& folder, const Error& error);
     // Whether a file waits for its name in the folder.
     [[nodiscard]] bool waits_in(const std::string& folder) const;
     // Gives every file its name.
@@ -43,6 +52,7 @@ class PendingWrites {
         std::string target_folder;
     };
     void settle();
+    Error complete_folder(const std::string& folder, const Entry& entry);
 
     RemoteFileSystem& target_;
     FailureSink failed_;
@@ -51,8 +61,9 @@ class PendingWrites {
     std::vector<File> files_;  // of each sink
     std::uint64_t waiting_bytes_ = 0;
     std::vector<std::pair<std::string, Entry>> made_folders_;  // inner ones first
+    std::map<std::string, Error> missing_in_;                  // of folders that a repeat can complete
     std::set<std::string> touched_;
-    std::size_t path_bytes_ = 0;  // of both
+    std::size_t path_bytes_ = 0;  // of all three
     bool settling_ = false;
     bool anything_done_ = false;
 };

@@ -8,7 +8,7 @@ import sys
 import time
 import unittest
 
-from common import OK, both, command, message, read, read_answer, tree_of, wait_for, write, write_odd_tree
+from common import OK, SLOW, both, command, message, read, read_answer, tree_of, wait_for, write, write_odd_tree
 from far_computer import ConnectedEngine, FarComputer, children_of, run
 from front_end import DONE, FrontEnd, copy_request
 
@@ -20,15 +20,17 @@ CANCEL = message("<NP_User_Click_Cancel>Y</NP_User_Click_Cancel>")
 
 
 class RecordingFrontEnd(FrontEnd):
-    """Keeps what it is asked and told. cancels: what it says to the question whether the user wants no more."""
+    """Keeps what it is asked and told. cancels: what it says to the question whether the user wants no more, first at
+    cancelled_at."""
 
     def __init__(self):
-        self.heard, self.cancels = [], False
+        self.heard, self.cancels, self.cancelled_at = [], False, None
         super().__init__()
 
     def reply(self, question):
         self.heard.append(question)
         if b"User_Click_Cancel" in question and self.cancels:
+            self.cancelled_at = self.cancelled_at or time.monotonic()
             return CANCEL
         return DONE if b"Remote_Is_Offline" in question else super().reply(question)
 
@@ -171,9 +173,9 @@ class SftpTest(unittest.TestCase):
                 ends, there = self.begin_copy(source)
                 self.far.relay.held = held
                 time.sleep(0.3 * held)
-                self.front_end.cancels = True
-                start = time.monotonic()
-                self.assertTrue(read_answer(ends[1], start + 0.5))
+                self.front_end.cancels, self.front_end.cancelled_at = True, None
+                self.assertTrue(read_answer(ends[1], time.monotonic() + 20))
+                self.assertLess(time.monotonic() - self.front_end.cancelled_at, 0.3 * SLOW)
                 self.front_end.leave(ends)
                 self.front_end.cancels = False
                 if not held:
@@ -186,15 +188,20 @@ class SftpTest(unittest.TestCase):
         self.assertEqual([pid for pid in children_of(os.getpid()) if "ssh\0" in read_words(pid)], [])
 
     def test_killed_servers_leave_old_or_new(self):
-        """At many moments of a copy. Each file is the old or the new one, and the next copy completes the set."""
+        """At many moments of a copy. Each file is the old or the new one, and the next copy completes the set; into a
+    folder that nobody may write in later."""
         source, there = os.path.join(self.here, "set"), self.folder_at_far("there")
         for number in range(40):
             write(f"{source}/{number:02}", bytes([number]) * (number * 2000), seconds=1_600_000_000)
         write(source + "/large", b"new" * (1 << 20))
         target = there + "/set"
         new = tree_of(source)
+        os.utime(source, (1_600_000_000, 1_600_000_000))
+        os.chmod(source, 0o555)
 
         def fill(what):
+            os.makedirs(target, exist_ok=True)
+            os.chmod(target, 0o755)
             shutil.rmtree(target, ignore_errors=True)
             for number in range(40):
                 write(f"{target}/{number:02}", what, seconds=1_500_000_000)
@@ -202,6 +209,8 @@ class SftpTest(unittest.TestCase):
             self.far.give_all(there)
 
         fill(b"old")
+        for path in (source, target):
+            self.addCleanup(os.chmod, path, 0o755)
         start = time.monotonic()
         self.assertIn(OK, self.copy(True, source, there))
         whole_time = time.monotonic() - start
@@ -226,6 +235,8 @@ class SftpTest(unittest.TestCase):
             self.assertEqual({name: entry[1] for name, entry in tree_of(target).items()
                               if not name.startswith(b".relay-hub-")},
                              {name: entry[1] for name, entry in new.items()}, f"moment {moment}, seed {SEED}")
+            now = os.stat(target)
+            self.assertEqual((now.st_mode & 0o777, now.st_mtime), (0o555, 1_600_000_000), f"moment {moment}, seed {SEED}")
 
 
 def read_words(pid):

@@ -15,6 +15,7 @@ namespace {
 using testing::UnorderedElementsAre;
 
 const char* const kComposed = "\xc3\xa9t\xc3\xa9";
+const char* const kCapital = "\xc3\x89T\xc3\x89";
 const char* const kDecomposed = "e\xcc\x81te\xcc\x81";
 
 // As Windows and macOS compare paths.
@@ -79,6 +80,12 @@ class OtherSystem {
                 node.key() = own_form(std::string(fields.text()));
                 return said(nodes_.insert(std::move(node)).inserted ? StatusCode::kOk : StatusCode::kFailure);
             }
+            case PacketType::kExtended: {
+                // Replaces the content; the name there stays as it is written.
+                const auto node = nodes_.extract(own_form(std::string(fields.text())));
+                nodes_[own_form(std::string(fields.text()))] = node.mapped();
+                return said(StatusCode::kOk);
+            }
             case PacketType::kFsetstat:
                 return said(StatusCode::kPermissionDenied);
             default:
@@ -125,6 +132,7 @@ struct System {
     std::vector<std::string> drives;
     const char* shown_home;
     int trash;
+    std::vector<std::string> extensions;
 };
 
 TEST(OtherSystem, IsKnownByItsAnswersAndServed) {
@@ -132,7 +140,7 @@ TEST(OtherSystem, IsKnownByItsAnswersAndServed) {
         "/", "/C:", "/D:", "/C:/Users", "/C:/Users/x", "/C:/Users/x/Desktop"};
     const std::vector<std::string> mac{"/", "/Users", "/Users/x", "/Users/x/Desktop", "/Users/x/.Trash"};
     const std::vector<System> systems{
-        {"Windows", "/C:/Users/x", windows, {}, Style::kDrives, {"C:", "D:"}, "C:\\Users\\x", ENOTSUP},
+        {"Windows", "/C:/Users/x", windows, {}, Style::kDrives, {"C:", "D:"}, "C:\\Users\\x", ENOTSUP, {}},
         {"Windows, without a listing of drives",
          "/C:/Users/x",
          {windows.begin() + 1, windows.end()},
@@ -140,7 +148,8 @@ TEST(OtherSystem, IsKnownByItsAnswersAndServed) {
          Style::kDrives,
          {"C:"},
          "C:\\Users\\x",
-         ENOTSUP},
+         ENOTSUP,
+         {}},
         {"Windows, shown another way",
          "/C:/Users/x",
          windows,
@@ -148,13 +157,15 @@ TEST(OtherSystem, IsKnownByItsAnswersAndServed) {
          Style::kPosix,
          {""},
          "/C:/Users/x",
-         ENOTSUP},
-        {"macOS", "/Users/x", mac, {}, Style::kPosix, {""}, "/Users/x", 0},
+         ENOTSUP,
+         {}},
+        {"macOS", "/Users/x", mac, {}, Style::kPosix, {""}, "/Users/x", 0, {"posix-rename@openssh.com"}},
     };
     for (const System& system : systems) {
         SCOPED_TRACE(system.name);
         OtherSystem far(system.home, system.folders);
-        LyingServer server([&far](const Request& request) { return far.answer(request); }, {}, system.wished);
+        LyingServer server([&far](const Request& request) { return far.answer(request); }, system.extensions,
+                           system.wished);
         server.learn_facts();
         SftpFileSystem& files = server.files();
         EXPECT_EQ(files.style(), system.style);
@@ -171,36 +182,44 @@ TEST(OtherSystem, IsKnownByItsAnswersAndServed) {
 
         EXPECT_FALSE(files.make_folder(home + "/new", 0700));
         EXPECT_EQ(files.make_folder(home + "/new", 0700).number, EEXIST);
-        std::vector<std::unique_ptr<FileSink>> sinks(1);
         Entry entry;
-        ASSERT_FALSE(files.open_sink(home + "/new/" + kComposed, entry, false, sinks[0]));
-        ASSERT_FALSE(sinks[0]->write("text", 4));
-        ASSERT_FALSE(sinks[0]->finish(Nothing()));
-        EXPECT_FALSE(files.commit(sinks).front());
+        const auto write_file = [&](const std::string& name, std::string_view content, bool replace) {
+            std::vector<std::unique_ptr<FileSink>> sinks(1);
+            Error error = files.open_sink(home + "/new/" + name, entry, replace, sinks[0]);
+            if (!error)
+                error = sinks[0]->write(content.data(), content.size());
+            if (!error)
+                error = sinks[0]->finish(Nothing());
+            return error ? error : files.commit(sinks).front();
+        };
+        EXPECT_FALSE(write_file(kComposed, "old", false));
+        const Error replaced = write_file(kCapital, "text", true);
+        EXPECT_EQ(replaced.number, system.extensions.empty() ? ENOTSUP : 0);
+        EXPECT_EQ(replaced.text.empty(), !system.extensions.empty());
+        const std::string content = replaced ? "old" : "text";
         EXPECT_FALSE(files.settle({home + "/new"}));
         // The name comes back another way, and is the same all the same.
         Listing listing;
         ASSERT_FALSE(files.list(home + "/new", listing));
         ASSERT_EQ(listing.entries.size(), 1U);
         EXPECT_EQ(listing.entries[0].name, kDecomposed);
-        EXPECT_FALSE(FolderLookup(files, home + "/new", 10).find(home + "/new", kComposed, entry));
+        for (const char* same : {kComposed, kCapital})
+            EXPECT_FALSE(FolderLookup(files, home + "/new", 10).find(home + "/new", same, entry)) << same;
         EXPECT_EQ(FolderLookup(files, home + "/new", 10).find(home + "/new", "ete", entry).number, ENOENT);
         std::unique_ptr<FileSource> source;
         ASSERT_FALSE(files.open_source(home + "/new/" + kDecomposed, listing.entries[0], source));
         char buffer[10];
         std::size_t got = 0;
         EXPECT_FALSE(source->read(buffer, sizeof buffer, got));
-        EXPECT_EQ(std::string(buffer, got), "text");
+        EXPECT_EQ(std::string(buffer, got), content);
 
-        const Error replace = files.open_sink(home + "/new/x", entry, true, sinks.emplace_back());
-        EXPECT_EQ(replace.number, ENOTSUP);
-        EXPECT_NE(replace.text, "");
         EXPECT_EQ(files.make_link(home + "/link", "x", entry, false).number, ENOTSUP);
         EXPECT_EQ(files.rename(home + "/new/" + kDecomposed, home + "/Desktop").number, EEXIST);
         EXPECT_FALSE(files.rename(home + "/new/" + kDecomposed, home + "/moved"));
         EXPECT_EQ(files.rename(home + "/moved", home + "/desktop").number, EEXIST);
         EXPECT_FALSE(files.rename(home + "/moved", home + "/Moved"));
         EXPECT_EQ(base_name(far.nodes_.find("/" + home + "/moved")->first), "Moved");
+        EXPECT_EQ(far.nodes_.find("/" + home + "/moved")->second, content);
         const Error trash = files.move_to_trash(home + "/moved");
         EXPECT_EQ(trash.number, system.trash);
         EXPECT_EQ(trash.text.empty(), system.trash == 0);
