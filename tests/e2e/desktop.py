@@ -13,7 +13,6 @@ import subprocess
 import sys
 import tempfile
 import unittest
-from concurrent.futures import ThreadPoolExecutor
 
 import gi
 
@@ -23,7 +22,6 @@ gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi  # noqa: E402
 
 HERE = os.path.dirname(os.path.abspath(__file__))
-OWN_DESKTOP = os.path.join(os.path.dirname(HERE), "own_desktop")
 BUILD = os.environ["RELAY_HUB_BUILD"]
 WINDOW = os.path.join(BUILD, "bin", "relay-hub")
 ENGINE = os.path.join(BUILD, "bin", "relay-hub-engine")
@@ -463,18 +461,3 @@ class DesktopTest(unittest.TestCase):
             path = os.path.join(BUILD, f"relay-hub-{self.id()}.png")  # the test's own /tmp goes with it
             subprocess.run(["import", "-silent", "-window", "root", path], check=False)
             print(f"screenshot: {path}\nwindow's output ends:\n{self.desktop.output()[-3000:]}", file=sys.stderr)
-
-
-def main():
-    unittest.main(verbosity=2, warnings="ignore")
-
-
-def main_side_by_side(case, at_once):
-    """Each test of the case on a desktop of its own, so many at a time where that is permitted."""
-    if len(sys.argv) > 1:
-        main()
-    apart = subprocess.run([OWN_DESKTOP, "--can"], check=False).returncode == 0
-    tests = (f"{case.__name__}.{name}" for name in unittest.defaultTestLoader.getTestCaseNames(case))
-    with ThreadPoolExecutor(at_once if apart else 1) as pool:
-        sys.exit(any(pool.map(lambda test: subprocess.run([OWN_DESKTOP, sys.executable, sys.argv[0], test],
-                                                          check=False).returncode, tests)))

@@ -146,8 +146,8 @@ class SshServer:
         self.signal(signal.SIGKILL)
         self.sshd.wait()
 
-    def signal(self, number):
-        for pid in [self.sshd.pid] + children_of(self.sshd.pid):
+    def signal(self, number, sessions_alone=False):
+        for pid in ([] if sessions_alone else [self.sshd.pid]) + children_of(self.sshd.pid):
             with contextlib.suppress(ProcessLookupError):  # it ended just then
                 os.kill(pid, number)
 

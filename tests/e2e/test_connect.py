@@ -7,8 +7,8 @@ import socket
 import subprocess
 import unittest
 
-from common import SLOW, act_until, read, tree_of, wait_for, write, write_odd_tree
-from desktop import BUILD, LOCAL, REMOTE, STATES, DesktopTest, app_of, children, find, has_state, labels, main, text_of, walk
+from common import SLOW, act_until, main, read, tree_of, wait_for, write, write_odd_tree
+from desktop import BUILD, LOCAL, REMOTE, STATES, DesktopTest, app_of, children, find, has_state, labels, text_of, walk
 from far_computer import SshServer, children_of, free_port, program_of, run
 
 CONNECT = os.path.join(BUILD, "bin", "relay-hub-connect")

@@ -4,8 +4,8 @@ import subprocess
 import time
 import unittest
 
-from common import SLOW, tree_of, wait_for, write, write_odd_tree
-from desktop import ENGINE, LOCAL, REMOTE, DesktopTest, labels, main
+from common import SLOW, main, tree_of, wait_for, write, write_odd_tree
+from desktop import ENGINE, LOCAL, REMOTE, DesktopTest, labels
 
 
 class Panes(DesktopTest):

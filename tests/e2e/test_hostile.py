@@ -3,9 +3,8 @@ import os
 import subprocess
 import time
 
-from common import (BASE, OK, SLOW, act_until, frame, kib_of, make_fifos, message, read, remove, wait_for,
-                    write)
-from desktop import LOCAL, REMOTE, DesktopTest, centre, find, labels, main
+from common import BASE, OK, SLOW, act_until, frame, kib_of, main, make_fifos, message, read, remove, wait_for, write
+from desktop import LOCAL, REMOTE, DesktopTest, centre, find, labels
 from hostile_engine import HONEST_ROWS, Answer, HostileEngine, listing, row, whole
 
 GOOD = row("valid.txt")

@@ -1,8 +1,8 @@
 """Everything without a mouse, and a spoken name for whatever can have the focus."""
 import os
 
-from common import wait_for, write
-from desktop import BUILD, LOCAL, REMOTE, STATES, WINDOW, DesktopTest, children, find, has_state, main, walk
+from common import main, wait_for, write
+from desktop import BUILD, LOCAL, REMOTE, STATES, WINDOW, DesktopTest, children, find, has_state, walk
 
 
 def focusable(top):

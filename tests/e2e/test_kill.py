@@ -7,8 +7,8 @@ import shutil
 import sys
 import time
 
-from common import SLOW, command, read, remove, wait_for, write
-from desktop import BUILD, WINDOW, DesktopTest, main_side_by_side
+from common import SLOW, command, main_side_by_side, read, remove, wait_for, write
+from desktop import BUILD, WINDOW, DesktopTest
 from front_end import DONE, FrontEnd, copy_request
 
 SEED = int(os.environ.get("RELAY_HUB_SEED", time.time_ns() % 1_000_000))
@@ -159,4 +159,4 @@ class Kill(DesktopTest):
 
 if __name__ == "__main__":
     # A window takes two seconds to look for its engine, in which it has nothing to do.
-    main_side_by_side(Kill, 4 if SLOW == 1 else 2)
+    main_side_by_side(4 if SLOW == 1 else 2)

@@ -3,8 +3,8 @@ import os
 import signal
 import time
 
-from common import SLOW, wait_for
-from desktop import BUILD, LOCAL, REMOTE, WINDOW, DesktopTest, app_of, box_of, find, labels, main
+from common import SLOW, main, wait_for
+from desktop import BUILD, LOCAL, REMOTE, WINDOW, DesktopTest, app_of, box_of, find, labels
 
 OFFLINE = "The remote computer is not connected."
 RUNNING = "Relay Hub is already running."

@@ -7,8 +7,8 @@ import subprocess
 import tempfile
 import time
 
-from common import SLOW, act_until, read, remove, tree_of, wait_for, write
-from desktop import LOCAL, REMOTE, DesktopTest, main
+from common import SLOW, act_until, main, read, remove, tree_of, wait_for, write
+from desktop import LOCAL, REMOTE, DesktopTest
 
 OLD, NEW = b"old one", b"new one"  # of one length
 

@@ -6,8 +6,8 @@ import re
 import subprocess
 from urllib.parse import quote
 
-from common import SLOW, read, tree_of, wait_for, write
-from desktop import LOCAL, REMOTE, DesktopTest, labels, main
+from common import SLOW, main, read, tree_of, wait_for, write
+from desktop import LOCAL, REMOTE, DesktopTest, labels
 
 # Each byte in front and, where the name is no longer hidden by it, at the end. Whole stacks take their time: there
 # it is a sample of each class of bytes.

@@ -3,8 +3,8 @@ import os
 import re
 import subprocess
 
-from common import read, wait_for, write
-from desktop import LOCAL, REMOTE, DesktopTest, centre, find, labels, main
+from common import main, read, wait_for, write
+from desktop import LOCAL, REMOTE, DesktopTest, centre, find, labels
 
 NAMES = ["a.txt", "b.txt", "c.txt"]
 SIDES = (LOCAL, REMOTE)

@@ -5,8 +5,8 @@ import os
 import subprocess
 import unittest
 
-from common import FIFOS, read, readable, remove, wait_for, write
-from desktop import ENGINE, LOCAL, REMOTE, DesktopTest, labels, main
+from common import FIFOS, main, read, readable, remove, wait_for, write
+from desktop import ENGINE, LOCAL, REMOTE, DesktopTest, labels
 
 OTHERS = ["/tmp/Pondmark.log", "/tmp/NamePipe1.log", "/tmp/relay_hub.ico"]
 ENGINE_FOLDER = f"/tmp/relay-hub-{os.geteuid()}"

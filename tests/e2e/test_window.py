@@ -5,8 +5,8 @@ import re
 import subprocess
 import time
 
-from common import act_until, read, wait_for, write
-from desktop import LOCAL, REMOTE, DesktopTest, box_of, find, has_state, labels, main, STATES, text_of
+from common import act_until, main, read, wait_for, write
+from desktop import LOCAL, REMOTE, DesktopTest, box_of, find, has_state, labels, STATES, text_of
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 LONG = 10.5  # seconds after which the end of work is worth a notification
