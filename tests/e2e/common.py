@@ -192,6 +192,17 @@ def read_answer(fd, end):
     return None
 
 
+# -- desktop
+
+def geometry():
+    """Left, top, width and height of the main window, without what the window manager draws around it."""
+    shown = wait_for(lambda: subprocess.run(
+        ["xdotool", "search", "--onlyvisible", "--name", "^Relay Hub$", "getwindowgeometry", "--shell", "%@"],
+        capture_output=True, text=True, check=False).stdout, what="the window")
+    shape = dict(line.split("=") for line in shown.split("\n") if "=" in line)
+    return tuple(int(shape[name]) for name in ("X", "Y", "WIDTH", "HEIGHT"))
+
+
 # -- running
 
 def main():

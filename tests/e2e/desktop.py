@@ -27,6 +27,7 @@ WINDOW = os.path.join(BUILD, "bin", "relay-hub")
 ENGINE = os.path.join(BUILD, "bin", "relay-hub-engine")
 CHECKER = shlex.split(os.environ.get("RELAY_HUB_CHECKER", ""))  # what the window's program runs under
 LOCAL, REMOTE = "This Computer", "Remote Computer"
+GNOME, URIS = "x-special/gnome-copied-files", "text/uri-list"
 STATES = Atspi.StateType
 
 
@@ -401,11 +402,17 @@ class Desktop:
         self.entry(side).set_text_contents(path)
         find(self.side(side), "push button").do_action(0)
 
+    def clicks(self):
+        """How often a path was entered."""
+        return self.output().count("on_button_1_clicked\n")
+
     def go(self, side, path, *rows, count=None):
-        """Enters a path, and waits until exactly these rows, or that many, are shown."""
+        """Enters a path, and waits until it was read and exactly these rows, or that many, are shown."""
+        clicks = self.clicks()
+
         def there():
-            shown = self.row_count(side) if count else [name for name in self.rows(side) if name != ".."]
-            return shown == (count or list(rows)) and not self.dialog()
+            shown = self.row_count(side) if count else sorted(name for name in self.rows(side) if name != "..")
+            return shown == (count or sorted(rows)) and self.clicks() > clicks and not self.dialog()
         act_until(there, lambda: self.enter(side, path), 15, 60, what=f"the rows of {path}")
 
     def drag(self, start, end, seen):
@@ -427,6 +434,15 @@ class Desktop:
         self.select(side, *names)
         before = self.output().count("create new memory")
         act_until(lambda: self.output().count("create new memory") > before, act, what="the clipboard's new content")
+
+    @staticmethod
+    def clipboard(target, *options, **more):
+        return subprocess.run(["xclip", "-selection", "clipboard", "-t", target, *options], timeout=LIMIT, check=False,
+                              stderr=subprocess.DEVNULL, **{"stdout": subprocess.DEVNULL, **more})
+
+    def offer(self, text, target=URIS):
+        """As another program that has files on the clipboard."""
+        self.clipboard(target, "-i", input=text.encode())
 
     def copy(self, source, names, target):
         """Copies rows of one pane into the other."""

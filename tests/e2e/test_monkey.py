@@ -14,7 +14,7 @@ import tempfile
 import time
 import unittest
 
-from common import SLOW, read, wait_for, write
+from common import SLOW, geometry, read, wait_for, write
 
 EVENTS = int(os.environ.get("RELAY_HUB_EVENTS", 300 // SLOW))
 SEED = int(os.environ.get("RELAY_HUB_SEED", 1))
@@ -119,11 +119,7 @@ class Monkey(unittest.TestCase):
     def start_window(self):
         self.window = self.spawn("relay-hub")
         self.windows += 1
-        found = wait_for(lambda: subprocess.run(
-            ["xdotool", "search", "--onlyvisible", "--name", "^Relay Hub$", "getwindowgeometry", "--shell", "%@"],
-            capture_output=True, text=True, check=False).stdout, 30, "the window")
-        shape = dict(line.split("=") for line in found.split("\n") if "=" in line)
-        self.x, self.y, self.width, self.height = (int(shape[name]) for name in ("X", "Y", "WIDTH", "HEIGHT"))
+        self.x, self.y, self.width, self.height = geometry()
 
     def place(self, side=None):
         left, right = {None: (0, 1), "left": (0.02, 0.48), "right": (0.52, 0.98)}[side]

@@ -1,28 +1,35 @@
 """Cut and paste: whatever goes wrong on the way, each item is whole at one end at least."""
+import collections
 import contextlib
 import itertools
 import os
 import shutil
-import subprocess
 import tempfile
 import time
 
 from common import SLOW, act_until, main, read, remove, tree_of, wait_for, write
-from desktop import LOCAL, REMOTE, DesktopTest
+from desktop import GNOME, LOCAL, REMOTE, DesktopTest
 
 OLD, NEW = b"old one", b"new one"  # of one length
+
+
+Place = collections.namedtuple("Place", "side path disk")
 
 
 class Move(DesktopTest):
     def setUp(self):
         super().setUp()
-        self.far = tempfile.mkdtemp(prefix="relay-hub-move-", dir="/dev/shm")  # another file system
-        self.addCleanup(shutil.rmtree, self.far, ignore_errors=True)
-        d = self.desktop
-        self.near = os.path.join(d.home, "from")
-        self.there = os.path.join(d.remote, "there")
-        for folder in (self.near, self.there, os.path.join(d.home, "to")):
-            os.mkdir(folder)
+        d, far = self.desktop, tempfile.mkdtemp(prefix="relay-hub-move-", dir="/dev/shm")  # another file system
+        self.addCleanup(shutil.rmtree, far, ignore_errors=True)
+        self.near, self.to, self.far = (Place(LOCAL, path, path) for path in (d.home + "/from", d.home + "/to", far))
+        self.there = Place(REMOTE, "/there", d.remote + "/there")
+        for place in (self.near, self.to, self.there):
+            os.mkdir(place.disk)
+        d.start("--style", "posix")
+
+    def ways(self):
+        """From either pane to the other, by number."""
+        return enumerate(((self.near, self.there), (self.there, self.near)))
 
     def fill(self, folder):
         write(os.path.join(folder, "file"), NEW)
@@ -30,19 +37,20 @@ class Move(DesktopTest):
         os.symlink("nowhere", os.path.join(folder, "tree", "link"))
         return tree_of(folder)
 
-    def cut(self, side, folder, *names):
-        d = self.desktop
-        d.go(side, folder, count=1 + len(os.listdir(self.there if side == REMOTE else folder)))
-        d.take(side, names, lambda: d.key("ctrl+x"))
+    def go(self, place):
+        self.desktop.go(place.side, place.path, *os.listdir(place.disk))
 
-    def paste(self, side, folder, *names, once=False):
+    def cut(self, place, *names):
+        self.go(place)
+        self.desktop.take(place.side, names, lambda: self.desktop.key("ctrl+x"))
+
+    def paste(self, place, once=False):
         """Again when nothing comes of it: a folder that was shown before may still be read anew, and keys do nothing
         meanwhile."""
         d = self.desktop
-        d.go(side, folder, count=1 + len(names))
-        d.wait_quiet()
+        self.go(place)
         d.take_keyboard()
-        act_until(lambda: d.has_focus(side), d.table(side).grab_focus, 1, what="the keyboard in the list")
+        act_until(lambda: d.has_focus(place.side), d.table(place.side).grab_focus, 1, what="the keyboard in the list")
         if once:
             d.key("ctrl+v")
             return
@@ -50,162 +58,134 @@ class Move(DesktopTest):
         act_until(lambda: d.dialog() or d.output().count("clean tree view") > before, lambda: d.key("ctrl+v"),
                   2 * SLOW, what="the paste")
 
+    def wait_empty(self, folder):
+        wait_for(lambda: not os.listdir(folder), what="the source to be empty")
+        self.desktop.wait_quiet()
+
     def trashed(self):
         return sorted(name for folder, _, _ in os.walk(os.path.join(self.desktop.home, "Trash"))
                       for name in os.listdir(folder))
 
     def test_from_place_to_place(self):
-        d = self.desktop
-        d.start("--style", "posix")
-        to = os.path.join(d.home, "to")
-        for number, (source, source_folder, target, target_folder, disk) in enumerate((
-                (LOCAL, self.near, LOCAL, to, to), (LOCAL, to, LOCAL, self.far, self.far),
-                (LOCAL, self.far, REMOTE, "/there", self.there), (REMOTE, "/there", LOCAL, self.near, self.near))):
+        for number, (source, target) in enumerate(itertools.pairwise(
+                (self.near, self.to, self.far, self.there, self.near))):
             with self.subTest(number):
-                start = self.there if source == REMOTE else source_folder
-                wanted = tree_of(start) or self.fill(start)
-                self.cut(source, source_folder, "file", "tree")
-                self.paste(target, target_folder)
-                wait_for(lambda: not os.listdir(start), what="the source to be empty")
-                d.wait_quiet()
-                self.assertEqual(tree_of(disk), wanted)
+                wanted = tree_of(source.disk) or self.fill(source.disk)
+                self.cut(source, "file", "tree")
+                self.paste(target)
+                self.wait_empty(source.disk)
+                self.assertEqual(tree_of(target.disk), wanted)
                 self.assertEqual("file" in self.trashed(), number > 0)
 
     def test_no_and_cancel_keep_both(self):
         d = self.desktop
-        d.start("--style", "posix")
-        # Each has a number of rows of its own, by which the driver sees that it is shown.
-        for side, folder, disk, more in ((LOCAL, self.far, self.far, "1"), (LOCAL, os.path.join(d.home, "to"), None, "12"),
-                                         (REMOTE, "/there", self.there, "123")):
-            target = os.path.join(disk or folder, "file")
-            for name in more:
-                write(os.path.join(disk or folder, name))
-            for answer in ("No", "Cancel"):
-                with self.subTest(folder=folder, answer=answer):
-                    source = os.path.join(self.near, "file")
-                    write(source, NEW)
-                    write(target, OLD, seconds=1_500_000_000)
-                    self.cut(LOCAL, self.near, "file")
-                    self.paste(side, folder, "file", *more)
-                    d.press(d.wait_dialog("Confirmation"), answer)
-                    d.take_notes()
-                    self.assertEqual((read(source), read(target)), (NEW, OLD))
+        for place, answer in itertools.product((self.far, self.to, self.there), ("No", "Cancel")):
+            with self.subTest(place, answer=answer):
+                source, target = (os.path.join(disk, "file") for disk in (self.near.disk, place.disk))
+                write(source, NEW)
+                write(target, OLD, seconds=1_500_000_000)
+                self.cut(self.near, "file")
+                self.paste(place)
+                d.press(d.wait_dialog("Confirmation"), answer)
+                d.take_notes()
+                self.assertEqual((read(source), read(target)), (NEW, OLD))
 
     def test_what_only_looks_the_same_is_asked_about(self):
         d = self.desktop
-        d.start("--style", "posix")
-        for (content, answer), (side, folder, other, target) in itertools.product(
-                ((OLD, "No"), (OLD, "Yes"), (NEW, None)),
-                ((LOCAL, self.near, REMOTE, "/there"), (REMOTE, "/there", LOCAL, self.near))):
-            with self.subTest(side, answer=answer):
-                disks = [os.path.join(disk, "file") for disk in (self.near, self.there)][::1 if side == LOCAL else -1]
-                for disk, what in zip(disks, (NEW, content)):
-                    write(disk, what)
-                self.cut(side, folder, "file")
-                self.paste(other, target, "file")
+        for (content, answer), (number, (source, target)) in itertools.product(
+                ((OLD, "No"), (OLD, "Yes"), (NEW, None)), self.ways()):
+            with self.subTest(number, answer=answer):
+                ends = [os.path.join(place.disk, "file") for place in (source, target)]
+                for path, what in zip(ends, (NEW, content)):
+                    write(path, what)
+                self.cut(source, "file")
+                self.paste(target)
                 if answer:
                     d.press(d.wait_dialog("Confirmation"), answer)
-                wait_for(lambda: os.path.exists(disks[0]) == (answer == "No"), what="the source's end")
+                wait_for(lambda: os.path.exists(ends[0]) == (answer == "No"), what="the source's end")
                 d.wait_quiet()
-                self.assertEqual(read(disks[1]), OLD if answer == "No" else NEW)
+                self.assertEqual(read(ends[1]), OLD if answer == "No" else NEW)
 
     def test_try_again_goes_on_with_the_move(self):
         d = self.desktop
-        d.start("--style", "posix")
-        for names, (side, folder, disk, other, target, there) in itertools.product((["file"], ["file", "other"]), (
-                (LOCAL, self.near, self.near, REMOTE, "/there", self.there),
-                (REMOTE, "/there", self.there, LOCAL, self.near, self.near))):
-            with self.subTest(side, names=names):
+        for names, (number, (source, target)) in itertools.product((["file"], ["file", "other"]), self.ways()):
+            with self.subTest(number, names=names):
                 for name in names:
-                    write(os.path.join(disk, name), NEW)
-                in_the_way = os.path.join(there, "file", "x")
+                    write(os.path.join(source.disk, name), NEW)
+                in_the_way = os.path.join(target.disk, "file", "x")
                 write(in_the_way)
-                self.cut(side, folder, *names)
-                self.paste(other, target, "file")
+                self.cut(source, *names)
+                self.paste(target)
                 box = d.wait_error()
-                self.assertEqual(read(os.path.join(disk, "file")), NEW)
+                self.assertEqual(read(os.path.join(source.disk, "file")), NEW)
                 remove(os.path.dirname(in_the_way))
                 d.press(box, "Try again")
-                wait_for(lambda: not os.listdir(disk), what="the source to be empty")
-                d.wait_quiet()
+                self.wait_empty(source.disk)
                 for name in names:
-                    self.assertEqual(read(os.path.join(there, name)), NEW)
-                    remove(os.path.join(there, name))
+                    self.assertEqual(read(os.path.join(target.disk, name)), NEW)
+                    remove(os.path.join(target.disk, name))
 
     def test_what_cannot_arrive_stays(self):
         """The rest goes; an entry with a part that cannot be copied stays whole, and a cut offer of another program
         is no other matter."""
-        d = self.desktop
-        d.start("--style", "posix")
-        for side, folder, there in ((LOCAL, self.far, self.far), (REMOTE, "/there", self.there)):
-            with self.subTest(side):
-                self.fill(self.near)
-                os.mkfifo(os.path.join(self.near, "tree", "pipe"))
-                uris = "".join(f"\nfile://{self.near}/{name}" for name in ("tree", "file"))
-                subprocess.run(["xclip", "-selection", "clipboard", "-t", "x-special/gnome-copied-files", "-i"],
-                               check=True, text=True, input="cut" + uris, stdout=subprocess.DEVNULL,
-                               stderr=subprocess.DEVNULL)
-                self.paste(side, folder)
+        d, near = self.desktop, self.near.disk
+        for number, target in enumerate((self.far, self.there)):
+            with self.subTest(number):
+                self.fill(near)
+                os.mkfifo(os.path.join(near, "tree", "pipe"))
+                d.offer("cut" + "".join(f"\nfile://{near}/{name}" for name in ("tree", "file")), GNOME)
+                self.paste(target)
                 d.press(d.wait_error(), "OK")
-                wait_for(lambda: os.listdir(self.near) == ["tree"], what="the file to go")
+                wait_for(lambda: os.listdir(near) == ["tree"], what="the file to go")
                 d.wait_quiet()
-                self.assertEqual(sorted(os.listdir(os.path.join(self.near, "tree"))), ["inner", "link", "pipe"])
-                self.assertEqual(read(os.path.join(there, "file")), NEW)
-                remove(os.path.join(self.near, "tree"))
+                self.assertEqual(sorted(os.listdir(os.path.join(near, "tree"))), ["inner", "link", "pipe"])
+                self.assertEqual(read(os.path.join(target.disk, "file")), NEW)
+                remove(os.path.join(near, "tree"))
 
     def test_trash_that_refuses(self):
         d = self.desktop
-        d.start("--style", "posix")
-        for side, folder, disk, other, target, there, trash in (
-                (LOCAL, self.near, self.near, REMOTE, "/there", self.there, os.path.join(d.home, "Trash")),
-                (REMOTE, "/there", self.there, LOCAL, self.near, self.near,
-                 os.path.join(d.remote, f".Trash-{os.geteuid()}"))):
-            with self.subTest(side):
-                write(trash)  # no folder
-                write(os.path.join(disk, "file"), NEW)
-                self.cut(side, folder, "file")
-                self.paste(other, target)
+        for number, (source, target) in self.ways():
+            with self.subTest(number):
+                write([d.home + "/Trash", f"{d.remote}/.Trash-{os.geteuid()}"][number])  # no folder
+                write(os.path.join(source.disk, "file"), NEW)
+                self.cut(source, "file")
+                self.paste(target)
                 d.press(d.wait_error(), "OK")
                 d.wait_quiet()
-                for end in (disk, there):
-                    self.assertEqual(read(os.path.join(end, "file")), NEW)
-                    remove(os.path.join(end, "file"))
+                for place in (source, target):
+                    self.assertEqual(read(os.path.join(place.disk, "file")), NEW)
+                    remove(os.path.join(place.disk, "file"))
 
     def test_whatever_ends_it(self):
         """An engine or a window that dies, a source that changes: the source is whole, or all of it has arrived."""
-        d = self.desktop
-        limit = 0.6
+        d, limit = self.desktop, 0.6
         for number in range(8 if SLOW > 1 else 24):
-            remote, kind = number % 2 == 0, ("engine", "window", "change")[number % 3]
-            with self.subTest(number, remote=remote, kind=kind):
-                for program, start in ((d.engine, lambda: d.start_engine("--style", "posix")),
-                                       (d.window, d.start_window)):
-                    if program is None or program.poll() is not None:
-                        start()
+            (source, target), kind = dict(self.ways())[number % 2], ("engine", "window", "change")[number % 3]
+            with self.subTest(number, kind=kind):
+                if d.engine.poll() is not None:
+                    d.start_engine("--style", "posix")
+                if d.window.poll() is not None:
+                    d.start_window()
                 d.wait_remote()
-                source, target = (self.near, self.there)[::1 if remote else -1]
-                for disk in (source, target, os.path.join(d.home, "Trash")):
+                for disk in (source.disk, target.disk, os.path.join(d.home, "Trash")):
                     remove(disk)
-                for disk in (source, target):
-                    os.mkdir(disk)
+                os.mkdir(target.disk)
                 contents = {f"{file:03}": (f"{number} {file} " * (1 << file % 17)).encode() for file in range(120)}
                 for name, content in contents.items():
-                    write(os.path.join(source, "set", name), content)
-                ends = ((LOCAL, self.near), (REMOTE, "/there"))[::1 if remote else -1]
-                self.cut(*ends[0], "set")
-                self.paste(*ends[1], once=True)
+                    write(os.path.join(source.disk, "set", name), content)
+                self.cut(source, "set")
+                self.paste(target, once=True)
                 time.sleep(limit * number / 24)
                 if kind == "change":
                     with contextlib.suppress(FileNotFoundError):  # gone already
-                        with open(os.path.join(source, "set", "050"), "r+b") as file:
+                        with open(os.path.join(source.disk, "set", "050"), "r+b") as file:
                             file.truncate()
                             file.write(b"other")
                         contents["050"] = b"other"
                     wait_for(lambda: d.error_box() or not os.path.exists(os.path.join(source, "set")), 60,
                              what="a word about what stays")
                 else:
-                    getattr(d, kind).kill()
-                    getattr(d, kind).wait()
+                    d.kill(getattr(d, kind))
                 if kind != "window":
                     d.take_notes(give_up=True)
                 found = {read(os.path.join(folder, name)) for folder, _, names in os.walk(d.top) for name in names

@@ -47,11 +47,7 @@ class Names(DesktopTest):
         self.desktop.key(*keys)
 
     def offer_as_another_program(self):
-        uris = os.path.join(self.desktop.top, "uris")
-        write(uris, "".join(f"file://{self.odd}/{quote(name)}\r\n" for name in NAMES).encode())
-        self.desktop.spawn(["xclip", "-quiet", "-selection", "clipboard", "-t", "text/uri-list", "-i", uris])
-        wait_for(lambda: subprocess.run(["xclip", "-selection", "clipboard", "-t", "TARGETS", "-o"], check=False,
-                                        capture_output=True).stdout.count(b"uri-list"), what="the clipboard's owner")
+        self.desktop.offer("".join(f"file://{self.odd}/{quote(name)}\r\n" for name in NAMES))
 
     def wait_count(self, side, count):
         wait_for(lambda: self.desktop.row_count(side) == count and not self.desktop.dialog(), 120, what=f"{count} rows")

@@ -4,12 +4,10 @@ import re
 import subprocess
 
 from common import main, read, wait_for, write
-from desktop import LOCAL, REMOTE, DesktopTest, centre, find, labels
+from desktop import GNOME, HERE, LOCAL, REMOTE, URIS, DesktopTest, centre, find, labels
 
 NAMES = ["a.txt", "b.txt", "c.txt"]
 SIDES = (LOCAL, REMOTE)
-GNOME, URIS = "x-special/gnome-copied-files", "text/uri-list"
-PARTNER = os.path.join(os.path.dirname(os.path.abspath(__file__)), "drag_partner.py")
 
 
 class PaneTest(DesktopTest):
@@ -131,7 +129,7 @@ class Mouse(PaneTest):
         self.start()
         offered = os.path.join(d.top, "öffered file")
         write(offered, b"offered")
-        d.spawn(["env", "-u", "GTK_MODULES", "/usr/bin/python3", PARTNER, offered])
+        d.spawn(["env", "-u", "GTK_MODULES", "/usr/bin/python3", os.path.join(HERE, "drag_partner.py"), offered])
         wait_for(lambda: "shown" in d.output("env"), what="the other program")
         with self.subTest("out of the local pane"):
             d.select(LOCAL, "a.txt", "b.txt")
@@ -148,13 +146,8 @@ class Mouse(PaneTest):
 
 
 class Clipboard(PaneTest):
-    @staticmethod
-    def clipboard(target, *options, **more):
-        return subprocess.run(["xclip", "-selection", "clipboard", "-t", target, *options], timeout=20, check=False,
-                              stderr=subprocess.DEVNULL, **more)
-
     def offered(self, target):
-        got = self.clipboard(target, "-o", stdout=subprocess.PIPE)
+        got = self.desktop.clipboard(target, "-o", stdout=subprocess.PIPE)
         return got.stdout.decode().rstrip("\0\n").split("\n") if got.returncode == 0 else None
 
     def test_files_of_another_program(self):
@@ -166,8 +159,7 @@ class Clipboard(PaneTest):
                 name = f"it's {target.replace('/', ' ')} for {side}"
                 path = os.path.join(d.top, name)
                 write(path)
-                self.clipboard(target, "-i", input=text.format("file://" + path.replace(" ", "%20")).encode(),
-                               stdout=subprocess.DEVNULL)
+                d.offer(text.format("file://" + path.replace(" ", "%20")), target)
                 d.menu(side, "Paste")
                 d.wait_rows(side, name)
                 cut = text.startswith("cut")
@@ -183,8 +175,7 @@ class Clipboard(PaneTest):
                 with self.subTest(side=side, answer=answer):
                     for name in NAMES:
                         write(os.path.join(other, name), b"changed " + side.encode(), seconds=1_700_000_000)
-                    uris = "".join(f"file://{other}/{name}\r\n" for name in NAMES)
-                    self.clipboard(URIS, "-i", input=uris.encode(), stdout=subprocess.DEVNULL)
+                    d.offer("".join(f"file://{other}/{name}\r\n" for name in NAMES))
                     d.menu(side, "Paste")
                     box = d.wait_dialog("Confirmation")
                     said = " ".join(labels(box))
