@@ -8,12 +8,8 @@ import sys
 import time
 import unittest
 
-<<<<<<< HEAD
-from common import OK, SLOW, both, command, message, read, read_answer, tree_of, wait_for, write, write_odd_tree
-=======
 from common import (LIMIT, OK, SLOW, both, command, main_side_by_side, message, read, read_answer, tree_of, wait_for,
                     write, write_odd_tree)
->>>>>>> 2d197d5 (Kill the servers of both halves of a copy side by side)
 from far_computer import ConnectedEngine, FarComputer, children_of, run
 from front_end import DONE, FrontEnd, copy_request
 
@@ -135,11 +131,7 @@ class SftpTest(unittest.TestCase):
         told = self.front_end.count(b"Remote_Is_Offline")
         lose()
         start = time.monotonic()
-<<<<<<< HEAD
-        self.assertNotIn("Welcome", self.engine.await_event("lost", count, 12)[1], "that was the login")
-=======
-        self.engine.await_event("lost", count)
->>>>>>> 2d197d5 (Kill the servers of both halves of a copy side by side)
+        self.assertNotIn("Welcome", self.engine.await_event("lost", count)[1], "that was the login")
         wait_for(lambda: self.front_end.count(b"Remote_Is_Offline") > told, what="the offline call-back")
         self.assertLess(time.monotonic() - start, 10 * SLOW)
         start = time.monotonic()
@@ -182,15 +174,9 @@ class SftpTest(unittest.TestCase):
                 ends, there = self.begin_copy(source)
                 self.far.relay.held = held
                 time.sleep(0.3 * held)
-<<<<<<< HEAD
                 self.front_end.cancels, self.front_end.cancelled_at = True, None
-                self.assertTrue(read_answer(ends[1], time.monotonic() + 20))
+                self.assertTrue(read_answer(ends[1], time.monotonic() + LIMIT))
                 self.assertLess(time.monotonic() - self.front_end.cancelled_at, 0.3 * SLOW)
-=======
-                self.front_end.cancels = True
-                start = time.monotonic()
-                self.assertTrue(read_answer(ends[1], start + 0.5 * SLOW))
->>>>>>> 2d197d5 (Kill the servers of both halves of a copy side by side)
                 self.front_end.leave(ends)
                 self.front_end.cancels = False
                 if not held:
@@ -202,11 +188,6 @@ class SftpTest(unittest.TestCase):
         self.assertLess(time.monotonic() - start, 2 * SLOW)
         self.assertEqual([pid for pid in children_of(os.getpid()) if "ssh\0" in read_words(pid)], [])
 
-<<<<<<< HEAD
-    def test_killed_servers_leave_old_or_new(self):
-        """At many moments of a copy. Each file is the old or the new one, and the next copy completes the set; into a
-    folder that nobody may write in later."""
-=======
     def test_servers_killed_early_leave_old_or_new(self):
         self.kill_servers(0, 0.5)
 
@@ -214,8 +195,8 @@ class SftpTest(unittest.TestCase):
         self.kill_servers(0.5, 1)
 
     def kill_servers(self, *part):
-        """At many moments of a copy. Each file is the old or the new one, and the next copy completes the set."""
->>>>>>> 2d197d5 (Kill the servers of both halves of a copy side by side)
+        """At many moments of a copy. Each file is the old or the new one, and the next copy completes the set; into a
+        folder that nobody may write in later."""
         source, there = os.path.join(self.here, "set"), self.folder_at_far("there")
         for number in range(40):
             write(f"{source}/{number:02}", bytes([number]) * (number * 2000), seconds=1_600_000_000)
