@@ -101,16 +101,14 @@ std::string offered_uris(bool& cut) {
     return bytes_of(wait_for(kUriList).get());
 }
 
-std::vector<std::string> local_paths(const std::string& uris) {
-    std::vector<std::string> paths;
+void take_uris(const std::string& uris, relay_hub::Offer& offer) {
     const relay_hub::GStrv list(g_uri_list_extract_uris(uris.c_str()));
     for (char** uri = list.get(); *uri != nullptr; ++uri) {
         if (const auto path = relay_hub::local_path_of_uri(*uri))
-            paths.push_back(*path);
+            offer.paths.push_back(*path);
         else
-            relay_hub::report(RELAY_HUB_HERE, "no file of this machine:", *uri);
+            offer.foreign.emplace_back(*uri);
     }
-    return paths;
 }
 
 }  // namespace
@@ -170,7 +168,7 @@ Offer read_offer() {
     Offer offer;
     const std::string uris = offered_uris(offer.cut);
     if (!uris.empty())
-        offer.paths = local_paths(uris);
+        take_uris(uris, offer);
     return offer;
 }
 

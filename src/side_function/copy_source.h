@@ -70,6 +70,7 @@ namespace relay_hub {
 struct Offer {
     std::vector<std::string> paths;
     bool cut = false;
+    std::vector<std::string> foreign{};  // URIs of what is no file of this machine: told, and left
 };
 
 // The selected remote rows as they are now; kept at copy or drag time, so that browsing on loses nothing.

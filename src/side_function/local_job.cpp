@@ -113,7 +113,7 @@ JobEnd move_into(const Names& paths, const std::string& folder) {
     const Names certain = undoubted(folder, left, end.doubtful);
     const Names arrived = beside_window<Names>([&] { return arrived_whole(folder, certain); }, {});
     trash_unchanged(before, arrived);
-    tell_changed(without(certain, arrived));
+    tell_left(without(certain, arrived), "IDS_REASON_CHANGED_MEANWHILE");
     return end;
 }
 
@@ -128,6 +128,7 @@ Pane::Arrival arrival_of(const Names& paths, const JobEnd& end) {
 }  // namespace
 
 int put_into_local_folder(const Offer& offer, const std::string& folder) {
+    tell_left(offer.foreign, "IDS_REASON_OTHER_MACHINE");
     if (offer.paths.empty())
         return -1;
     const JobEnd end = offer.cut ? move_into(offer.paths, folder) : run_job(TASK_COPY, offer.paths, folder);
@@ -159,15 +160,15 @@ void trash_unchanged(const Fingerprints& before, const Names& paths) {
     const Names unchanged = without(paths, changed);
     if (!unchanged.empty() && !window_is_closing())
         trash_locally(unchanged);
-    tell_changed(changed);
+    tell_left(changed, "IDS_REASON_CHANGED_MEANWHILE");
 }
 
-void tell_changed(const Names& paths) {
+void tell_left(const Names& items, const char* reason_id) {
     std::vector<__task_failure> failures;
-    std::transform(paths.begin(), paths.end(), std::back_inserter(failures), [](const std::string& path) {
-        return __task_failure{path, translated("IDS_REASON_CHANGED_MEANWHILE")};
+    std::transform(items.begin(), items.end(), std::back_inserter(failures), [&](const std::string& item) {
+        return __task_failure{item, translated(reason_id)};
     });
-    if (paths.empty() || window_is_closing())
+    if (items.empty() || window_is_closing())
         return;
     const WorkPause pause;
     show_error_box(message_parent(), GTK_BUTTONS_OK, failure_summary(failures).c_str(), nullptr);

@@ -21,7 +21,7 @@ Fingerprints look_before_move(const std::vector<std::string>& paths);
 // The end of a move whose copies have arrived: moves the entries into the trash, but for those that
 // changed since; the user gets a message about them.
 void trash_unchanged(const Fingerprints& before, const std::vector<std::string>& paths);
-// The message about entries that stay because they changed while they were copied; none without any.
-void tell_changed(const std::vector<std::string>& paths);
+// The message about what is left where it is, and why; none without any items.
+void tell_left(const std::vector<std::string>& items, const char* reason_id);
 
 }  // namespace relay_hub

@@ -98,6 +98,7 @@ Copied copy_items(const Direction& direction, const OfferSource& source, std::ve
     args.target_path = target.folder();
     args.target_path_hex = traced_unicode_hex(args.target_path);
     const Offer offer = source();
+    tell_left(offer.foreign, "IDS_REASON_OTHER_MACHINE");
     args.item_paths = offer.paths;
     args.is_move = offer.cut;
     if (!direction.to_remote)
@@ -135,7 +136,7 @@ int run_transfer(const Direction& direction, const OfferSource& source, std::vec
     const Copied copied = copy_items(direction, source, std::move(attributes));
     if (!copied.moved.empty() && !window_is_closing())
         trash_what_was_moved(direction, copied);
-    tell_changed(copied.changed);
+    tell_left(copied.changed, "IDS_REASON_CHANGED_MEANWHILE");
     return copied.result;
 }
 

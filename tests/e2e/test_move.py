@@ -8,7 +8,7 @@ import tempfile
 import time
 
 from common import SLOW, act_until, main, read, remove, tree_of, wait_for, write
-from desktop import GNOME, LOCAL, REMOTE, DesktopTest
+from desktop import GNOME, LOCAL, REMOTE, DesktopTest, labels
 
 OLD, NEW = b"old one", b"new one"  # of one length
 
@@ -133,9 +133,12 @@ class Move(DesktopTest):
             with self.subTest(number):
                 self.fill(near)
                 os.mkfifo(os.path.join(near, "tree", "pipe"))
-                d.offer("cut" + "".join(f"\nfile://{near}/{name}" for name in ("tree", "file")), GNOME)
+                d.offer("cut" + "".join(f"\nfile://{path}" for path in (f"elsewhere{near}/tree/inner", f"{near}/tree/",
+                                                                                f"{near}/file")), GNOME)
                 self.paste(target)
-                d.press(d.wait_error(), "OK")
+                for told in ("elsewhere", "tree/pipe"):
+                    wait_for(lambda: told in " ".join(labels(d.error_box())), what=told)
+                    d.press(d.error_box(), "OK")
                 wait_for(lambda: os.listdir(near) == ["tree"], what="the file to go")
                 d.wait_quiet()
                 self.assertEqual(sorted(os.listdir(os.path.join(near, "tree"))), ["inner", "link", "pipe"])
