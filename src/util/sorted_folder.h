@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "base/folder_handle.h"
-#include "base/glib_owners.h"
 
 namespace relay_hub {
 
@@ -21,11 +20,6 @@ struct FolderEntry {
 
 class SortedFolder {
   public:
-    struct KeyedName {
-        const char* name;
-        GText key;  // what it is sorted by; gone once the entry has been looked at
-    };
-
     // Reads the names in natural order; those that begin with "." only if asked for, "." and ".." never.
     explicit SortedFolder(const std::string& path, bool with_hidden = false);
     SortedFolder(const SortedFolder&) = delete;
@@ -41,8 +35,8 @@ class SortedFolder {
     void read_names(bool with_hidden);
 
     FolderHandle folder_;
-    std::string text_;  // all names, each ended by a zero byte
-    std::vector<KeyedName> names_;
+    std::string text_;                // all names, each ended by a zero byte
+    std::vector<const char*> names_;  // in their order
     int error_number_ = 0;
 };
 
