@@ -321,7 +321,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: %s FOLDER\n", argv[0]);
         return 2;
     }
-    const fs::path folder = fs::path(argv[1]) / "relay-hub-bench-panes";
+    const fs::path folder = fs::absolute(argv[1]) / "relay-hub-bench-panes";
     fs::remove_all(folder);
     fs::create_directories(folder / "home");
     ::setenv("HOME", (folder / "home").c_str(), 1);
