@@ -155,7 +155,7 @@ ssize_t read_some(int fd, void* data, std::size_t size) {
 }
 
 void discard_waiting(int fifo, std::chrono::milliseconds limit) {
-    std::array<char, 65536> dropped;
+    std::array<char, 4096> dropped;  // mostly there is nothing
     const Deadline end = after(limit);
     while (read_some(fifo, dropped.data(), dropped.size()) > 0 && Clock::now() < *end) {
     }

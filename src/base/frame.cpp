@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <thread>
+#include <vector>
 
 #include "base/fifo.h"
 
@@ -103,11 +104,13 @@ std::uint32_t FrameProgress::announced() const {
 }
 
 ReadEnd read_frame(int fd, FrameProgress& progress, Patience patience, const BodySink& sink) {
-    std::array<char, kReadChunk> chunk;
+    // Not on the stack: a fresh thread would be given pages for all of it, for a few bytes mostly.
+    std::vector<char> chunk;
     std::optional<milliseconds> limit = patience.first;
     bool writer_left = false;
     while (!progress.complete()) {
-        const ssize_t count = read_some(fd, chunk.data(), std::min(chunk.size(), progress.wanted()));
+        chunk.resize(std::min(kReadChunk, progress.wanted()));
+        const ssize_t count = read_some(fd, chunk.data(), chunk.size());
         if (count == 0)
             return ReadEnd::closed;
         if (count > 0) {

@@ -43,13 +43,14 @@ struct Worker::Run {
 };
 
 Worker::~Worker() {
-    stop();
     if (!thread_.joinable())
         return;
-    if (running())
+    if (running()) {
+        stop();
         thread_.detach();
-    else
+    } else {
         thread_.join();
+    }
 }
 
 int Worker::start(const char* what, std::function<void()> body) {

@@ -63,7 +63,7 @@ ConfirmationServer::ConfirmationServer() {
 ConfirmationServer::~ConfirmationServer() {
     const std::lock_guard lock(shared.mutex);
     if (--shared.confirmation_servers == 0)
-        shared.announce_lock();
+        shared.lock_changed.notify_all();
 }
 
 void end_confirmations() {

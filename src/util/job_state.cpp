@@ -30,6 +30,8 @@ void wake_waiters() {
 int set_atomic(volatile int* where, int value) {
     {
         const FastLock lock;
+        if (*where == value)
+            return 0;
         *where = value;
     }
     wake_waiters();

@@ -22,8 +22,8 @@ inline constexpr int TASK_DEL = 2;
 inline constexpr int kTaskRename = 3;
 inline constexpr int kTaskCreateFolder = 4;
 
-// Stores value under the one process-wide mutex and wakes the main loop, so that code waiting for a state
-// in a blocking main-loop turn looks again. Returns 0.
+// Stores value under the one process-wide mutex and, where that changes it, wakes the main loop, so that code
+// waiting for a state in a blocking main-loop turn looks again. Returns 0.
 int set_atomic(volatile int* where, int value);
 // Sets the state to 3 unless it is already 2 or more; returns true when it did. Wakes like set_atomic.
 bool cancel_atomic(volatile int* where);
