@@ -159,11 +159,17 @@ TrashResult Trash::move(const std::string& path, const std::string& entry, std::
 
 TrashResult Trash::put(const std::string& path, std::string* reason) {
     struct stat status {};
+    if (lstat(path.c_str(), &status) != 0) {
+        *reason = error_text(errno);
+        return TrashResult::stays;
+    }
     std::string entry;
-    if (lstat(path.c_str(), &status) == 0 && open_folder())
+    if (open_folder())
         entry = make_entry_folder(reinterpret_cast<unsigned long>(path.c_str()));
     if (entry.empty()) {
-        *reason = error_text(errno);
+        // It is not the entry that cannot be worked with.
+        const int error = errno;
+        *reason = trash_folder() + ": " + error_text(error);
         return TrashResult::stays;
     }
     const TrashResult result = move(path, entry, reason);

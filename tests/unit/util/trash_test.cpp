@@ -20,6 +20,9 @@ class Trash : public util_test::Sandbox {
 TEST_F(Trash, an_entry_that_does_not_move_stays_and_the_rest_goes) {
     const std::string folder = make_folder("f");
     put(folder + "/x", "x");
+    put(trash(), "no folder");
+    EXPECT_EQ(remove(folder, {"x"}).front().reason, trash() + "/: Not a directory");
+    std::filesystem::remove(trash());
     // A folder that holds the trash cannot be moved into it.
     const auto failures =
         remove("/", {util_test::home().substr(1), at("f").substr(1) + "/none", at("f").substr(1) + "/x"});
