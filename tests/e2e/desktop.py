@@ -104,25 +104,22 @@ class Desktop:
             self.env.pop(name, None)
         self.processes = []
         self.engine = self.window = self.app = self.manager = None
-        wait_for(self.managed, what="the window manager")
-        self.wait_for_manager_to_listen()
+        self.start_manager()
 
     # -- programs
 
-    def managed(self):
-        # While the one of the test before is leaving, a new one gives up at once.
-        if self.manager is None or self.manager.poll() is not None:
-            self.manager = self.spawn(["openbox", "--config-file", "/etc/xdg/openbox/rc.xml", "--sm-disable"])
-        return subprocess.run(["wmctrl", "-m"], capture_output=True, check=False).returncode == 0
-
-    @staticmethod
-    def wait_for_manager_to_listen():
-        """It announces itself before that, and a window shown in between would stay unmapped for good."""
+    def start_manager(self):
+        """Until it serves a request: it announces itself before, and a window shown in between would stay unmapped."""
         def count():
             return len(subprocess.run(["wmctrl", "-d"], capture_output=True, check=False).stdout.splitlines())
         wanted = 1 if count() > 1 else 2
-        act_until(lambda: count() == wanted, lambda: subprocess.run(["wmctrl", "-n", str(wanted)], check=False), 1,
-                  what="the window manager to serve a request")
+
+        def ask():
+            # While the one of the test before is leaving, a new one gives up at once.
+            if self.manager is None or self.manager.poll() is not None:
+                self.manager = self.spawn(["openbox", "--config-file", "/etc/xdg/openbox/rc.xml", "--sm-disable"])
+            subprocess.run(["wmctrl", "-n", str(wanted)], check=False, stderr=subprocess.DEVNULL)
+        act_until(lambda: count() == wanted, ask, 1, what="the window manager to serve a request")
 
     def spawn(self, command, **options):
         with open(os.path.join(self.top, os.path.basename(command[0]) + ".log"), "ab") as log:
@@ -286,9 +283,15 @@ class Desktop:
 
     @staticmethod
     def wait_keyboard(title):
-        """The window manager has given the keyboard to the window of that title."""
-        wait_for(lambda: subprocess.run(["xdotool", "getwindowfocus", "getwindowname"], capture_output=True, text=True,
-                                        check=False).stdout == title + "\n", what=f"the keyboard in {title}")
+        """The window manager has given the keyboard to the window of that title, if need be after a reminder."""
+        def given():
+            return subprocess.run(["xdotool", "getwindowfocus", "getwindowname"], capture_output=True, text=True,
+                                  check=False).stdout == title + "\n"
+
+        def remind():
+            if not given():
+                subprocess.run(["wmctrl", "-F", "-a", title], check=False)
+        act_until(given, remind, what=f"the keyboard in {title}")
 
     def take_keyboard(self):
         """The innermost window has it, if need be after what a person would do with Alt+Tab."""
@@ -391,11 +394,10 @@ class Desktop:
         self.drives(side)[index].do_action(0)
 
     def type_path(self, side, text):
-        def type_it():
-            self.click(self.entry(side))
-            self.xdo("key", "ctrl+a", "type", "--delay", "5", text)
-        act_until(lambda: self.folder(side) == text, type_it, what=f"{text} in the path entry")
-        self.xdo("key", "Return")
+        self.click(self.entry(side))
+        wait_for(lambda: has_state(self.entry(side), STATES.FOCUSED), what="the keyboard in the path entry")
+        self.fill(self.entry(side), text)
+        self.key("Return")
 
     def enter(self, side, path):
         """Goes to a path without the keyboard."""
@@ -430,8 +432,9 @@ class Desktop:
             self.xdo("mouseup", 1)
 
     def take(self, side, names, act):
-        """Selects rows, and acts to put them on the clipboard."""
-        self.select(side, *names)
+        """Selects rows, if any are named, and acts to put what is selected on the clipboard."""
+        if names:
+            self.select(side, *names)
         before = self.output().count("create new memory")
         act_until(lambda: self.output().count("create new memory") > before, act, what="the clipboard's new content")
 

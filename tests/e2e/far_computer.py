@@ -3,13 +3,13 @@ can be held and cut, and the engine connected to it."""
 import contextlib
 import os
 import pwd
-import selectors
 import shutil
 import signal
 import socket
 import subprocess
 import tempfile
 import threading
+import time
 
 from common import BASE, LIMIT, remove, wait_for, write
 
@@ -47,63 +47,50 @@ def program_of(pid):
 
 
 class Relay:
-    """Passes bytes between those who connect to its port and the far one."""
+    """Passes bytes between those who connect to its port and the far one, unless it is held."""
 
     def __init__(self, far_port):
-        self.far_port, self.held, self.ending = far_port, False, False
+        self.far_port, self.held, self.pairs = far_port, False, []
         self.listener = socket.create_server(("127.0.0.1", 0))
         self.port = self.listener.getsockname()[1]
-        self.pairs = []
         self.thread = threading.Thread(target=self.serve, daemon=True)
         self.thread.start()
 
     def serve(self):
-        selector = selectors.DefaultSelector()
-        selector.register(self.listener, selectors.EVENT_READ)
-        while not self.ending:
-            events = selector.select(0.02)
-            if self.held:
-                threading.Event().wait(0.02)
-                continue
-            for key, _ in events:
-                if key.fileobj is self.listener:
-                    self.accept(selector)
-                elif key.fileobj.fileno() >= 0:
-                    self.pass_on(selector, key.fileobj, key.data)
+        with contextlib.suppress(OSError):  # closed
+            while True:
+                near = self.listener.accept()[0]
+                try:
+                    pair = near, socket.create_connection(("127.0.0.1", self.far_port))
+                except OSError:
+                    near.close()
+                    continue
+                self.pairs.append(pair)
+                for ends in (pair, pair[::-1]):
+                    threading.Thread(target=self.pass_on, args=ends, daemon=True).start()
 
-    def accept(self, selector):
-        near = self.listener.accept()[0]
-        try:
-            far = socket.create_connection(("127.0.0.1", self.far_port))
-        except OSError:
-            near.close()
-            return
-        self.pairs.append((near, far))
-        selector.register(near, selectors.EVENT_READ, far)
-        selector.register(far, selectors.EVENT_READ, near)
-
-    def pass_on(self, selector, source, target):
-        try:
-            data = source.recv(1 << 18)
-            if data:
+    def pass_on(self, source, target):
+        with contextlib.suppress(OSError):
+            while data := source.recv(1 << 18):
+                while self.held:
+                    time.sleep(0.01)
                 target.sendall(data)
-                return
-        except OSError:
-            pass
-        for end in (source, target):
-            selector.unregister(end)
-            end.close()
+        self.end(source, target)
+
+    @staticmethod
+    def end(*ends):
+        for each in ends:
+            with contextlib.suppress(OSError):  # ended already
+                each.shutdown(socket.SHUT_RDWR)
 
     def cut(self):
         """Ends every connection; new ones come through."""
-        for pair in self.pairs:
-            for end in pair:
-                if end.fileno() >= 0:
-                    end.shutdown(socket.SHUT_RDWR)
-        self.pairs = []
+        while self.pairs:
+            self.end(*self.pairs.pop())
 
     def close(self):
-        self.ending = True
+        self.held = False
+        self.end(self.listener)
         self.thread.join()
         self.listener.close()
 
@@ -235,7 +222,8 @@ class ConnectedEngine:
         return [fields for fields in self.events if fields[0] == event]
 
     def await_event(self, event, count=1, limit=30):
-        wait_for(lambda: len(self.seen(event)) >= count or self.process.poll() is not None, limit, event)
+        # Its end is seen when its last words have been read.
+        wait_for(lambda: len(self.seen(event)) >= count or not self.threads[0].is_alive(), limit, event)
         found = self.seen(event)
         if len(found) < count:
             raise AssertionError(f"no {event}: {self.events}, {self.errors}")

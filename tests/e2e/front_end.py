@@ -1,4 +1,5 @@
 """A front end without a window: sends requests to the engine, and replaces whatever a copy asks about."""
+import contextlib
 import os
 import threading
 import time
@@ -17,11 +18,12 @@ def copy_request(upwards, local, remote):
     return command("Local_To_Remote" if upwards else "Remote_to_Local", f"<T8>{record}</T8>")
 
 
-class FrontEnd:
-    def __init__(self):
-        """Answers call-backs until it is closed. One front end at a time."""
-        make_fifos(NOTIFY)
-        self.ending = False
+class PipeServer:
+    """Answers what is asked over a pair of pipes, on a thread of its own, until it is closed."""
+
+    def __init__(self, base):
+        self.base, self.ending = base, False
+        make_fifos(base)
         self.thread = threading.Thread(target=self.serve, daemon=True)
         self.thread.start()
 
@@ -31,25 +33,35 @@ class FrontEnd:
 
     def serve(self):
         while not self.ending:
-            question = self.next_question()
-            if not question:
-                continue
-            answer = frame(self.reply(question))
-            try:  # with IN closed: nobody shall ask again before this answer has been closed
-                with open(open_writer(NOTIFY + "_OUT", limit=0.1), "wb", buffering=0) as out:
-                    out.write(answer)
-            except OSError:  # an engine that has died meanwhile
-                continue
+            with contextlib.suppress(OSError):  # a client or a pipe that has gone meanwhile
+                request = self.next_request(self.base + "_IN")
+                if request:
+                    self.answer(request)
+                    continue
+            time.sleep(0.002)
+
+    def next_request(self, path):
+        """With IN closed at its end: nobody shall ask again before the answer has been closed."""
+        with open(open_reader(path), "rb", buffering=0) as pipe:
+            while not self.ending and os.path.samestat(os.fstat(pipe.fileno()), os.stat(path)):
+                if readable(pipe.fileno(), 0.02):
+                    return read_frame(pipe.fileno(), time.monotonic() + 5)
+        return None
+
+
+class FrontEnd(PipeServer):
+    """One at a time."""
+
+    def __init__(self):
+        super().__init__(NOTIFY)
+
+    def answer(self, question):
+        answer = frame(self.reply(question))
+        with open(open_writer(NOTIFY + "_OUT", limit=0.1), "wb", buffering=0) as out:
+            out.write(answer)
 
     def reply(self, question):
         return REPLACE_ALL if b"Confirmation" in question else GO_ON
-
-    def next_question(self):
-        with open(open_reader(NOTIFY + "_IN"), "rb", buffering=0) as notify_in:
-            while not self.ending:
-                if readable(notify_in.fileno(), 0.02):
-                    return read_frame(notify_in.fileno(), time.monotonic() + 3)
-        return None
 
     @staticmethod
     def send(request):

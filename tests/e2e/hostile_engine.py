@@ -1,13 +1,12 @@
 """A link engine that lies. It speaks the pipes by itself, sharing no code with either program: honest answers by
 default, and for one command at a time whatever bytes a case wants written, in whatever order and timing."""
+import contextlib
 import os
 import re
 import select
-import threading
-import time
 
-from common import (BASE, MARKER, OK, both, frame, hex_name, make_fifos, message, open_reader, open_writer, read_frame,
-                    readable, write_all)
+from common import BASE, MARKER, OK, both, frame, hex_name, message, open_writer, write_all
+from front_end import PipeServer
 
 
 def row(name, kind="0", modified="1600000000", extra=""):
@@ -41,15 +40,12 @@ def whole(body):
     return Answer(frame(body))
 
 
-class HostileEngine:
+class HostileEngine(PipeServer):
     def __init__(self, test):
         self.case = None  # the answer to Get_File_List
         self.served = 0  # requests that met the case
-        self.ending = False
-        make_fifos(BASE)
-        self.thread = threading.Thread(target=self.serve, daemon=True)
-        self.thread.start()
-        test.addCleanup(self.stop)
+        super().__init__(BASE)
+        test.addCleanup(self.close)
 
     def lie(self, answer):
         self.case, self.served = answer, 0
@@ -57,41 +53,13 @@ class HostileEngine:
     def be_honest(self):
         self.lie(None)
 
-    def stop(self):
-        self.ending = True
-        self.thread.join(10)
-
-    def serve(self):
-        while not self.ending:
-            try:
-                fd = open_reader(BASE + "_IN")
-            except OSError:
-                fd = None
-            request = self.next_request(fd)
-            if fd is not None:
-                os.close(fd)
-            if request:
-                self.answer(request[len(MARKER):])
-            else:
-                time.sleep(0.01)
-
-    def next_request(self, fd):
-        """None when a client vanished, or a case took the pipe away."""
-        while not self.ending and fd is not None and os.path.exists(BASE + "_IN") and \
-                os.path.samestat(os.fstat(fd), os.stat(BASE + "_IN")):
-            if readable(fd, 0.2):
-                return read_frame(fd, time.monotonic() + 5)
-        return None
-
     def answer(self, request):
-        name = re.search(rb"<NP_Cmd>NP_Cmd_(\w+)</NP_Cmd>", request).group(1).decode()
+        name = re.search(rb"<NP_Cmd>NP_Cmd_(\w+)</NP_Cmd>", request[len(MARKER):]).group(1).decode()
         case = self.case if name == "Get_File_List" else None
         answer = case or whole(HONEST.get(name, message(OK)))
-        try:
+        with contextlib.suppress(OSError):
             if answer.open_out:
                 self.write(answer, case)
-        except OSError:
-            pass
         if case and case is self.case:
             self.served += 1
 

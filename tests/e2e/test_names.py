@@ -46,11 +46,8 @@ class Names(DesktopTest):
         self.desktop.click(self.desktop.table(side))
         self.desktop.key(*keys)
 
-    def offer_as_another_program(self):
-        self.desktop.offer("".join(f"file://{self.odd}/{quote(name)}\r\n" for name in NAMES))
-
     def wait_count(self, side, count):
-        wait_for(lambda: self.desktop.row_count(side) == count and not self.desktop.dialog(), 120, what=f"{count} rows")
+        wait_for(lambda: self.desktop.row_count(side) == count and not self.desktop.dialog(), 60, what=f"{count} rows")
 
     def test_here(self):
         d = self.desktop
@@ -60,7 +57,7 @@ class Names(DesktopTest):
         plain = {name.decode() for name in NAMES if can_travel(name)}
         self.assertEqual(plain - set(d.rows(LOCAL)), {name for name in plain if re.search("[\u2028\u202e]", name)})
         d.go(LOCAL, copy)
-        self.offer_as_another_program()
+        d.offer("".join(f"file://{self.odd}/{quote(name)}\r\n" for name in NAMES))
         self.keys(LOCAL, "ctrl+v")
         self.wait_count(LOCAL, len(NAMES) + 1)
         wanted = {name: entry[:3] for name, entry in tree_of(self.odd).items()}
@@ -84,7 +81,7 @@ class Names(DesktopTest):
         carried = {name for name in NAMES if can_travel(name)}
         back = os.path.join(d.home, "back")
         os.mkdir(back)
-        self.keys(LOCAL, "ctrl+a", "ctrl+c")
+        d.take(LOCAL, [], lambda: self.keys(LOCAL, "ctrl+a", "ctrl+c"))
         self.keys(REMOTE, "ctrl+v")
         box = wait_for(lambda: d.dialog() if "could not be processed" in "".join(labels(d.dialog())) else None, 60,
                        what="the box that tells")
@@ -101,7 +98,7 @@ class Names(DesktopTest):
 
         d.go(REMOTE, "C:\\", count=len(carried))
         d.go(LOCAL, back)
-        self.keys(REMOTE, "ctrl+a", "ctrl+c")
+        d.take(REMOTE, [], lambda: self.keys(REMOTE, "ctrl+a", "ctrl+c"))
         self.keys(LOCAL, "ctrl+v")
         self.wait_count(LOCAL, len(carried) + 1)
         self.assertEqual(tree_of(back), sent)

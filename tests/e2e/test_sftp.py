@@ -239,7 +239,7 @@ class SftpTest(unittest.TestCase):
                               if not name.startswith(b".relay-hub-")},
                              {name: entry[1] for name, entry in new.items()}, f"moment {moment}, seed {SEED}")
             now = os.stat(target)
-            self.assertEqual((now.st_mode & 0o777, now.st_mtime), (0o555, 1_600_000_000), f"moment {moment}, seed {SEED}")
+            self.assertEqual((now.st_mode & 0o777, now.st_mtime), (0o555, 1_600_000_000), f"seed {SEED}")
 
 
 def read_words(pid):

@@ -5,7 +5,7 @@ import os
 import subprocess
 import unittest
 
-from common import FIFOS, main, read, readable, remove, wait_for, write
+from common import FIFOS, LIMIT, main, read, readable, remove, wait_for, write
 from desktop import ENGINE, LOCAL, REMOTE, DesktopTest, labels
 
 OTHERS = ["/tmp/Pondmark.log", "/tmp/NamePipe1.log", "/tmp/relay_hub.ico"]
@@ -44,16 +44,17 @@ class Planted(DesktopTest):
 
     def run_both(self, engine_may_start=False):
         """The engine refuses and says which path; the window opens, works and closes."""
-        engine = self.desktop.spawn([ENGINE, "--serve", self.desktop.remote, "--quiet"])
-        self.desktop.start_window()
-        wait_for(lambda: self.desktop.row_count(LOCAL), what="the local pane")
+        d = self.desktop
+        engine = d.spawn([ENGINE, "--serve", d.remote, "--quiet"])
+        d.start_window()
+        wait_for(lambda: d.row_count(LOCAL), what="the local pane")
         if engine_may_start:
-            self.desktop.wait_remote()
-        self.assertEqual(self.desktop.close(), 0)
+            d.wait_remote()
+        self.assertEqual(d.close(), 0)
         if engine_may_start:
             engine.terminate()
-        self.assertEqual(engine.wait(10), 0 if engine_may_start else 1)
-        return self.desktop.output("relay-hub-engine")
+        self.assertEqual(engine.wait(LIMIT), 0 if engine_may_start else 1)
+        return d.output("relay-hub-engine")
 
     def test_planted_everywhere(self):
         plants = {f"link to {target}": lambda path, target=target: os.symlink(target, path)
@@ -105,12 +106,9 @@ class Planted(DesktopTest):
                          what="the off-line view")
         self.assertIn("nobody", texts[0])
         second = self.desktop.spawn([ENGINE, "--serve", self.desktop.remote, "--quiet"])
-        self.assertEqual(second.wait(10), 1)
+        self.assertEqual(second.wait(LIMIT), 1)
         self.assertIn("nobody", self.desktop.output("relay-hub-engine"))
         self.assertEqual([read(path) for path in OTHERS[:2]], [b"theirs"] * 2)
-        self.assertEqual(self.desktop.close(), 0)
-        engine.terminate()
-        self.assertEqual(engine.wait(10), 0)
 
     def test_lock(self):
         """Without a runtime folder the engine's lock lies in one of its own under /tmp."""
@@ -126,12 +124,11 @@ class Planted(DesktopTest):
                 remove(ENGINE_FOLDER)
                 plant()
                 result = subprocess.run([ENGINE, "--serve", self.desktop.remote], env=env, capture_output=True,
-                                        text=True, timeout=10, check=False)
+                                        text=True, timeout=LIMIT, check=False)
                 self.assertEqual(result.returncode, 1)
                 self.assertIn(ENGINE_FOLDER, result.stderr)
         os.symlink(self.precious, os.path.join(self.desktop.env["XDG_RUNTIME_DIR"], "relay-hub.lock"))
         self.desktop.start_window()
-        self.assertEqual(self.desktop.close(), 0)
         self.assertFalse(watch.opened())
 
 
