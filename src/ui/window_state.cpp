@@ -21,6 +21,7 @@ constexpr char kOrderRemembered[] = "relay-hub-order-remembered";
 constexpr mode_t kPrivate = 0700;
 constexpr int kLargest = 16384;
 constexpr int kNarrowestColumn = 20;
+constexpr int kNarrowestList = 100;
 // Size, type and time as the view counts its columns. That of the names takes what the others leave.
 constexpr std::array<int, 3> kColumns = {1, 2, 3};
 
@@ -96,8 +97,10 @@ void restore(const UI* ui, GKeyFile* file) {
     const auto height = number_in(file, kWindow, "height", 1, kLargest);
     if (width && height)
         gtk_window_set_default_size(GTK_WINDOW(ui->main_window), *width, *height);
+    // On a smaller screen than before both lists still show.
+    const int room = std::min(width.value_or(kLargest), gdk_screen_width()) - kNarrowestList;
     if (const auto divider = number_in(file, kWindow, "divider", 1, kLargest))
-        gtk_paned_set_position(GTK_PANED(ui->paned), *divider);
+        gtk_paned_set_position(GTK_PANED(ui->paned), std::min(*divider, std::max(room, 1)));
     if (number_in(file, kWindow, "maximized", 1, 1))
         gtk_window_maximize(GTK_WINDOW(ui->main_window));
     for (__single* side : {ui->left_side, ui->right_side}) {

@@ -39,9 +39,10 @@ class Window(DesktopTest):
         d = self.desktop
         state = os.path.join(d.home, "state", "relay-hub", "window")
         d.env["XDG_STATE_HOME"] = os.path.join(d.home, "state")
-        write(state, b"[window\nwidth=x")
+        write(state, b"[window]\nwidth=700\nheight=x\ndivider=9999\n")
         d.start_window()
         self.assertEqual(self.size(), (700, 400))
+        self.assertEqual(self.look()[1], 600)
         subprocess.run(["wmctrl", "-r", "Relay Hub", "-e", "0,-1,-1,900,500"], check=True)
         wait_for(lambda: self.size() == (900, 500), what="the new size")
         find(d.frame(), "split pane").get_value_iface().set_current_value(520)
