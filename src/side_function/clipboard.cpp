@@ -182,6 +182,9 @@ void end_offer() {
 bool clipboard_offers_files() {
     if (!g_pClipboardFileList.empty())
         return true;
+    // The wait below turns the main loop, and the toolkit loses the targets of one that began inside another.
+    if (window_is_busy())
+        return false;
     const WindowWork work;
     GdkAtom* atoms = nullptr;
     int count = 0;

@@ -2,6 +2,7 @@
 #include "side_function/clipboard.h"
 #include "side_function/left_side.h"
 #include "tree_view_op/file_list_view.h"
+#include "window/closing.h"
 
 namespace {
 
@@ -35,6 +36,11 @@ TEST_F(LocalPane, FilesThatAnotherProgramCopiesLaterReplaceOurCopy) {
     EXPECT_EQ(test::content(folder.at("theirs")), "content");
     EXPECT_EQ(names(local_), ".. ours theirs");
     EXPECT_TRUE(relay_hub::clipboard_offers_files()) << "the other program's offer is not ours to end";
+    {
+        const relay_hub::WindowWork work;
+        EXPECT_FALSE(relay_hub::clipboard_offers_files())
+            << "a wait inside another loses memory of the toolkit's";
+    }
     gtk_clipboard_clear(clipboard);
 }
 
