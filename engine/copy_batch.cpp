@@ -395,22 +395,23 @@ bool CopyBatch::may_replace(const std::string& target, const Entry& entry, const
     // What is written already should not wait for the user.
     pending_.publish();
     const std::string shown = in_one_line(target_.show(target), kLongestShownPath);
-    const Answer answer = front_end_.confirm(overwrite_question(shown, facts_of(present), facts_of(entry)));
+    const OverwriteAnswer answer =
+        front_end_.confirm(overwrite_question(shown, facts_of(present), facts_of(entry)));
     progress_.poll_next_time();
     switch (answer) {
-        case Answer::kYes:
+        case OverwriteAnswer::kYes:
             return true;
-        case Answer::kReplaceAll:
+        case OverwriteAnswer::kReplaceAll:
             return replace_all_ = true;
-        case Answer::kNo:
+        case OverwriteAnswer::kNo:
             return false;
-        case Answer::kNoToAll:
+        case OverwriteAnswer::kNoToAll:
             skip_all_ = true;
             return false;
-        case Answer::kCancel:
+        case OverwriteAnswer::kCancel:
             progress_.stop();
             return false;
-        case Answer::kNone:
+        case OverwriteAnswer::kNone:
             // Somebody who has cancelled meanwhile, or left, wants to hear no more of it.
             if (!front_end_.cancelled())
                 unanswered_ = target_.show(target);

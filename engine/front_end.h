@@ -7,7 +7,7 @@
 namespace relay_hub::engine {
 
 // kNone: nobody could be asked, or the question was closed without an answer.
-enum class Answer { kYes, kNo, kNoToAll, kReplaceAll, kCancel, kNone };
+enum class OverwriteAnswer { kYes, kNo, kNoToAll, kReplaceAll, kCancel, kNone };
 
 struct Progress {
     std::string item;  // the path being copied, as the user knows it
@@ -25,7 +25,7 @@ class FrontEnd {
     virtual ~FrontEnd() = default;
 
     // Waits for the user.
-    virtual Answer confirm(const std::string& question) = 0;
+    virtual OverwriteAnswer confirm(const std::string& question) = 0;
     // Whether the work is to stop: the user said so, or nobody waits for it any more.
     virtual bool cancelled() = 0;
     virtual void progress(const Progress& report) = 0;

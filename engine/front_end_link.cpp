@@ -100,26 +100,26 @@ class FrontEndLink::Turn {
 FrontEndLink::FrontEndLink(std::string base, const StopToken& stop, const LinkState& state)
     : base_(std::move(base)), stop_(stop), state_(state) {}
 
-Answer FrontEndLink::confirm(const std::string& question) {
+OverwriteAnswer FrontEndLink::confirm(const std::string& question) {
     MessageWriter message;
     message.add(wire::kCommand, wire::kGetConfirmationForCopy);
     message.add(wire::kConfirmationMessage, presentable(question, kLongestText));
     const auto text = exchange(Caller::request, message.finish(), kOpenPatiently, kUntilTheUserAnswers);
     CZEVXML answer;
     if (!text || !answer.LoadXML(*text))
-        return Answer::kNone;
+        return OverwriteAnswer::kNone;
     // In this order: who answers for all that follow answers for this one too.
-    static constexpr std::array<std::pair<const char*, Answer>, 5> kAnswers{
-        {{wire::kConfirmationNoToAll, Answer::kNoToAll},
-         {wire::kConfirmationYes, Answer::kYes},
-         {wire::kConfirmationNo, Answer::kNo},
-         {wire::kConfirmationReplaceAll, Answer::kReplaceAll},
-         {wire::kConfirmationCancel, Answer::kCancel}}};
+    static constexpr std::array<std::pair<const char*, OverwriteAnswer>, 5> kAnswers{
+        {{wire::kConfirmationNoToAll, OverwriteAnswer::kNoToAll},
+         {wire::kConfirmationYes, OverwriteAnswer::kYes},
+         {wire::kConfirmationNo, OverwriteAnswer::kNo},
+         {wire::kConfirmationReplaceAll, OverwriteAnswer::kReplaceAll},
+         {wire::kConfirmationCancel, OverwriteAnswer::kCancel}}};
     for (const auto& [field, meaning] : kAnswers) {
         if (answer.Query(field) == wire::kYes)
             return meaning;
     }
-    return Answer::kNone;
+    return OverwriteAnswer::kNone;
 }
 
 bool FrontEndLink::cancelled() {

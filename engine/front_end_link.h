@@ -23,7 +23,7 @@ class FrontEndLink : public FrontEnd {
     // base: path of the pipe pair without "_IN" and "_OUT".
     FrontEndLink(std::string base, const StopToken& stop, const LinkState& state);
 
-    Answer confirm(const std::string& question) override;
+    OverwriteAnswer confirm(const std::string& question) override;
     bool cancelled() override;
     void progress(const Progress& report) override;
     bool message(const std::string& text) override;

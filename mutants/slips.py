@@ -130,9 +130,9 @@ SLIPS = [
      "return process_lives(parts->process, parts->time);", ["test_sftp --gtest_filter=PartName*"]),
     ("sweep takes other hosts' files at once", ENGINE + "sftp/part_name.cpp", "return parts->time + kOthersLimit <",
      "return parts->time <", ["test_sftp --gtest_filter=PartName*"]),
-    ("more data than asked for is taken", ENGINE + "sftp/channel.cpp", "return ask.most_data + kDataHead;", "return kLongestPacket;",
+    ("more data than asked for is taken", ENGINE + "sftp/connection.cpp", "return traits.most_data + kDataHead;", "return kLongestPacket;",
      ["test_sftp"]),
     ("endless folder is read for ever", ENGINE + "sftp/folder_reader.cpp", "names > kMostNames || bytes", "bytes", ["test_sftp"]),
-    ("text longer than its packet", ENGINE + "sftp/packet.cpp", "if (!good_ || size > rest_.size()) {",
-     "if (!good_ || size > rest_.size() + 1) {", ["test_sftp"]),
+    ("text longer than its packet", ENGINE + "sftp/packet.cpp", "if (!good_ || size > unread_.size()) {",
+     "if (!good_ || size > unread_.size() + 1) {", ["test_sftp"]),
 ]

@@ -45,7 +45,7 @@ Error read_folder(Session& session, const std::string& path, const std::function
             error = {EOVERFLOW, translated("IDS_REASON_TOO_MANY_NAMES")};
     }
     (void)session.send_close(handle);
-    session.channel().flush();
+    session.connection().flush();
     return error.number == ENODATA ? Error() : error;
 }
 

@@ -72,22 +72,22 @@ bool LinkKeeper::connect(const SshStart& start, Link& link, LinkFailure& why) {
     if (!link.ssh)
         return false;
     link.session = std::make_shared<Session>(
-        std::make_unique<Channel>(link.ssh->take_input(), link.ssh->take_output(),
-                                  [ssh = link.ssh.get()] { return last_words(ssh->all_errors()); }));
-    if (!await_state(link, Channel::State::kGreeting)) {
+        std::make_unique<Connection>(link.ssh->take_input(), link.ssh->take_output(),
+                                     [ssh = link.ssh.get()] { return last_words(ssh->all_errors()); }));
+    if (!await_state(link, Connection::State::kGreeting)) {
         why = {FailureKind::kCancelled, translated("IDS_REASON_LINK_CANCELLED")};
         return false;
     }
-    Channel& channel = link.session->channel();
+    Connection& connection = link.session->connection();
     Error error;
-    if (channel.state() == Channel::State::kOpen)
+    if (connection.state() == Connection::State::kOpen)
         error = link.session->learn_facts(address_.folder);
     if (error && error.number != ENOTCONN) {
         why = {FailureKind::kOther,
                error.text.empty() ? translated("IDS_REASON_LINK_FIRST_LOOK") : error.text};
         return false;
     }
-    if (channel.state() == Channel::State::kLost) {
+    if (connection.state() == Connection::State::kLost) {
         why = failure_of(link);
         return false;
     }
@@ -103,29 +103,29 @@ bool LinkKeeper::connect(const SshStart& start, Link& link, LinkFailure& why) {
 }
 
 void LinkKeeper::serve(Link& link) {
-    const bool lost = await_state(link, Channel::State::kOpen);
-    Channel& channel = link.session->channel();
+    const bool lost = await_state(link, Connection::State::kOpen);
+    Connection& connection = link.session->connection();
     if (!lost)
-        channel.drain(kLastWishes);
+        connection.drain(kLastWishes);
     {
         const std::lock_guard lock(mutex_);
         session_.reset();
     }
-    channel.end(translated("IDS_REASON_LINK_CLOSED"));
+    connection.end(translated("IDS_REASON_LINK_CLOSED"));
     if (lost)
-        observer_.lost(channel.reason());
+        observer_.lost(connection.reason());
 }
 
-bool LinkKeeper::await_state(Link& link, Channel::State state) {
-    Channel& channel = link.session->channel();
-    while (channel.state() == state) {
-        std::array<pollfd, 2> watches{
-            {{channel.state_events(), POLLIN, 0}, {link.errors_open ? link.ssh->errors() : -1, POLLIN, 0}}};
+bool LinkKeeper::await_state(Link& link, Connection::State state) {
+    Connection& connection = link.session->connection();
+    while (connection.state() == state) {
+        std::array<pollfd, 2> watches{{{connection.state_events(), POLLIN, 0},
+                                       {link.errors_open ? link.ssh->errors() : -1, POLLIN, 0}}};
         if (wait_on(watches, std::nullopt) != WaitEnd::ready)
             return false;
         if (watches[0].revents != 0) {
             eventfd_t ignored = 0;
-            (void)eventfd_read(channel.state_events(), &ignored);
+            (void)eventfd_read(connection.state_events(), &ignored);
         }
         report_errors(link);
     }
@@ -145,7 +145,7 @@ LinkFailure LinkKeeper::failure_of(Link& link) {
     const std::vector<std::string> all = link.ssh->all_errors();
     LinkFailure failure{failure_kind(all), last_words(all)};
     if (failure.text.empty())
-        failure.text = link.session->channel().reason();
+        failure.text = link.session->connection().reason();
     // ssh got in, but what answered there is no server of files.
     if (all.empty())
         failure.kind = FailureKind::kNoSftp;

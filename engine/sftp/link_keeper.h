@@ -57,8 +57,8 @@ class LinkKeeper {
     // False, with why, when there is no link; then the keeper may be ending.
     bool connect(const SshStart& start, Link& link, LinkFailure& why);
     void serve(Link& link);
-    // Waits until the channel's state is another one. False when the keeper is ending.
-    bool await_state(Link& link, Channel::State state);
+    // Waits until the connection's state is another one. False when the keeper is ending.
+    bool await_state(Link& link, Connection::State state);
     // Passes on what ssh wrote on standard error meanwhile.
     void report_errors(Link& link);
     LinkFailure failure_of(Link& link);

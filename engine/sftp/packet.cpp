@@ -77,13 +77,13 @@ Fields& Fields::add(const Attributes& attributes) {
 }
 
 std::string_view FieldReader::take(std::size_t size) {
-    if (!good_ || size > rest_.size()) {
+    if (!good_ || size > unread_.size()) {
         good_ = false;
-        rest_ = {};
+        unread_ = {};
         return {};
     }
-    const std::string_view taken = rest_.substr(0, size);
-    rest_.remove_prefix(size);
+    const std::string_view taken = unread_.substr(0, size);
+    unread_.remove_prefix(size);
     return taken;
 }
 

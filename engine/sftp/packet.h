@@ -97,20 +97,20 @@ std::uint32_t number_at(const char* bytes);
 // complete() tells. The texts are views of the packet.
 class FieldReader {
   public:
-    explicit FieldReader(std::string_view fields) : rest_(fields) {}
+    explicit FieldReader(std::string_view fields) : unread_(fields) {}
     std::uint32_t number();
     std::uint64_t long_number();
     std::string_view text();
     Attributes attributes();
     [[nodiscard]] bool good() const { return good_; }
     // All fields were there and nothing is left.
-    [[nodiscard]] bool complete() const { return good_ && rest_.empty(); }
-    [[nodiscard]] std::size_t left() const { return rest_.size(); }
+    [[nodiscard]] bool complete() const { return good_ && unread_.empty(); }
+    [[nodiscard]] std::size_t left() const { return unread_.size(); }
 
   private:
     std::string_view take(std::size_t size);
 
-    std::string_view rest_;
+    std::string_view unread_;
     bool good_ = true;
 };
 

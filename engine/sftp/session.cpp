@@ -69,12 +69,12 @@ Error status_error(const Status& status) {
 }
 
 Error Session::malformed() {
-    channel_->end(translated("IDS_REASON_LINK_NONSENSE"));
-    return {ENOTCONN, fill_translated("IDS_REASON_LINK_LOST", {channel_->reason()})};
+    connection_->end(translated("IDS_REASON_LINK_NONSENSE"));
+    return {ENOTCONN, fill_translated("IDS_REASON_LINK_LOST", {connection_->reason()})};
 }
 
-Error Session::take(PendingReply& reply, Answer& answer, PacketType wanted) {
-    if (Error error = channel_->wait(reply, interruption_, answer); error)
+Error Session::take(PendingReply& reply, Reply& answer, PacketType wanted) {
+    if (Error error = connection_->wait(reply, interruption_, answer); error)
         return error;
     if (answer.type != PacketType::kStatus)
         return {};
@@ -85,12 +85,12 @@ Error Session::take(PendingReply& reply, Answer& answer, PacketType wanted) {
 }
 
 Error Session::take_status(PendingReply& reply) {
-    Answer answer;
+    Reply answer;
     return take(reply, answer, PacketType::kStatus);
 }
 
 Error Session::take_handle(PendingReply& reply, std::string& handle) {
-    Answer answer;
+    Reply answer;
     if (Error error = take(reply, answer, PacketType::kHandle); error)
         return error;
     auto read = read_handle(answer.fields);
@@ -101,7 +101,7 @@ Error Session::take_handle(PendingReply& reply, std::string& handle) {
 }
 
 Error Session::take_data(PendingReply& reply, std::string& fields, std::string_view& data) {
-    Answer answer;
+    Reply answer;
     if (Error error = take(reply, answer, PacketType::kData); error)
         return error;
     fields = std::move(answer.fields);
@@ -114,7 +114,7 @@ Error Session::take_data(PendingReply& reply, std::string& fields, std::string_v
 }
 
 Error Session::take_attributes(PendingReply& reply, Attributes& attributes) {
-    Answer answer;
+    Reply answer;
     if (Error error = take(reply, answer, PacketType::kAttributes); error)
         return error;
     const auto read = read_attributes(answer.fields);
@@ -125,7 +125,7 @@ Error Session::take_attributes(PendingReply& reply, Attributes& attributes) {
 }
 
 Error Session::take_names(PendingReply& reply, std::vector<NamedEntry>& names) {
-    Answer answer;
+    Reply answer;
     if (Error error = take(reply, answer, PacketType::kName); error)
         return error;
     auto read = read_names(answer.fields);
@@ -136,80 +136,80 @@ Error Session::take_names(PendingReply& reply, std::vector<NamedEntry>& names) {
 }
 
 PendingReply Session::send_open(const std::string& path, std::uint32_t flags, const Attributes& attributes) {
-    return channel_->send({PacketType::kOpen, PacketType::kHandle},
-                          Fields().add(path).add(flags).add(attributes));
+    return connection_->send({PacketType::kOpen, PacketType::kHandle},
+                             Fields().add(path).add(flags).add(attributes));
 }
 
 PendingReply Session::send_close(const std::string& handle) {
-    return channel_->send({PacketType::kClose}, Fields().add(handle));
+    return connection_->send({PacketType::kClose}, Fields().add(handle));
 }
 
 PendingReply Session::send_read(const std::string& handle, std::uint64_t offset, std::size_t size) {
-    return channel_->send({PacketType::kRead, PacketType::kData, size},
-                          Fields().add(handle).add(offset).add(static_cast<std::uint32_t>(size)));
+    return connection_->send({PacketType::kRead, PacketType::kData, size},
+                             Fields().add(handle).add(offset).add(static_cast<std::uint32_t>(size)));
 }
 
 PendingReply Session::send_write(const std::string& handle, std::uint64_t offset, std::string_view data) {
-    return channel_->send({PacketType::kWrite}, Fields().add(handle).add(offset), data);
+    return connection_->send({PacketType::kWrite}, Fields().add(handle).add(offset), data);
 }
 
 PendingReply Session::send_sync(const std::string& handle) {
-    Channel::Ask ask{PacketType::kExtended};
-    ask.slow = true;
-    return channel_->send(ask, extended(kFsync).add(handle));
+    Connection::RequestTraits traits{PacketType::kExtended};
+    traits.slow = true;
+    return connection_->send(traits, extended(kFsync).add(handle));
 }
 
 PendingReply Session::send_set_open_attributes(const std::string& handle, const Attributes& attributes) {
-    return channel_->send({PacketType::kFsetstat}, Fields().add(handle).add(attributes));
+    return connection_->send({PacketType::kFsetstat}, Fields().add(handle).add(attributes));
 }
 
 PendingReply Session::send_set_attributes(const std::string& path, const Attributes& attributes,
                                           bool of_link) {
     if (of_link)
-        return channel_->send({PacketType::kExtended}, extended(kLinkSetstat).add(path).add(attributes));
-    return channel_->send({PacketType::kSetstat}, Fields().add(path).add(attributes));
+        return connection_->send({PacketType::kExtended}, extended(kLinkSetstat).add(path).add(attributes));
+    return connection_->send({PacketType::kSetstat}, Fields().add(path).add(attributes));
 }
 
 PendingReply Session::send_lstat(const std::string& path) {
-    return channel_->send({PacketType::kLstat, PacketType::kAttributes}, Fields().add(path));
+    return connection_->send({PacketType::kLstat, PacketType::kAttributes}, Fields().add(path));
 }
 
 PendingReply Session::send_stat(const std::string& path) {
-    return channel_->send({PacketType::kStat, PacketType::kAttributes}, Fields().add(path));
+    return connection_->send({PacketType::kStat, PacketType::kAttributes}, Fields().add(path));
 }
 
 PendingReply Session::send_open_folder(const std::string& path) {
-    return channel_->send({PacketType::kOpendir, PacketType::kHandle}, Fields().add(path));
+    return connection_->send({PacketType::kOpendir, PacketType::kHandle}, Fields().add(path));
 }
 
 PendingReply Session::send_read_folder(const std::string& handle) {
-    return channel_->send({PacketType::kReaddir, PacketType::kName}, Fields().add(handle));
+    return connection_->send({PacketType::kReaddir, PacketType::kName}, Fields().add(handle));
 }
 
 PendingReply Session::send_remove(const std::string& path) {
-    return channel_->send({PacketType::kRemove}, Fields().add(path));
+    return connection_->send({PacketType::kRemove}, Fields().add(path));
 }
 
 PendingReply Session::send_remove_folder(const std::string& path) {
-    return channel_->send({PacketType::kRmdir}, Fields().add(path));
+    return connection_->send({PacketType::kRmdir}, Fields().add(path));
 }
 
 PendingReply Session::send_rename(const std::string& from, const std::string& to, bool replace) {
     if (replace)
-        return channel_->send({PacketType::kExtended}, extended(kPosixRename).add(from).add(to));
-    return channel_->send({PacketType::kRename}, Fields().add(from).add(to));
+        return connection_->send({PacketType::kExtended}, extended(kPosixRename).add(from).add(to));
+    return connection_->send({PacketType::kRename}, Fields().add(from).add(to));
 }
 
 Error Session::make_folder(const std::string& path, std::uint32_t mode) {
     Attributes attributes;
     attributes.permissions = mode;
-    PendingReply reply = channel_->send({PacketType::kMkdir}, Fields().add(path).add(attributes));
+    PendingReply reply = connection_->send({PacketType::kMkdir}, Fields().add(path).add(attributes));
     return take_status(reply);
 }
 
 Error Session::make_link(const std::string& path, const std::string& target) {
     // The order that OpenSSH takes; the drafts have it the other way round.
-    PendingReply reply = channel_->send({PacketType::kSymlink}, Fields().add(target).add(path));
+    PendingReply reply = connection_->send({PacketType::kSymlink}, Fields().add(target).add(path));
     const Error error = take_status(reply);
     Attributes taken;
     return error.number == EREMOTEIO && !lstat(path, taken) ? Error(EEXIST) : error;
@@ -227,7 +227,7 @@ Error Session::rename_to_free(const std::string& from, const std::string& to) {
 }
 
 Error Session::read_link(const std::string& path, std::string& target) {
-    PendingReply reply = channel_->send({PacketType::kReadlink, PacketType::kName}, Fields().add(path));
+    PendingReply reply = connection_->send({PacketType::kReadlink, PacketType::kName}, Fields().add(path));
     std::vector<NamedEntry> names;
     if (Error error = take_names(reply, names); error)
         return error;
@@ -238,7 +238,7 @@ Error Session::read_link(const std::string& path, std::string& target) {
 }
 
 Error Session::real_path(const std::string& path, std::string& absolute) {
-    PendingReply reply = channel_->send({PacketType::kRealpath, PacketType::kName}, Fields().add(path));
+    PendingReply reply = connection_->send({PacketType::kRealpath, PacketType::kName}, Fields().add(path));
     std::vector<NamedEntry> names;
     if (Error error = take_names(reply, names); error)
         return error;
@@ -252,8 +252,8 @@ Error Session::space(const std::string& path, FileSystemSpace& space) {
     if (!facts_.tells_space)
         return ENOTSUP;
     PendingReply reply =
-        channel_->send({PacketType::kExtended, PacketType::kExtendedReply}, extended(kStatvfs).add(path));
-    Answer answer;
+        connection_->send({PacketType::kExtended, PacketType::kExtendedReply}, extended(kStatvfs).add(path));
+    Reply answer;
     if (Error error = take(reply, answer, PacketType::kExtendedReply); error)
         return error;
     const auto read = read_space(answer.fields);
@@ -300,7 +300,7 @@ Error Session::explain(const Error& error, const std::string& folder, std::uint6
 }
 
 Error Session::learn_facts(const std::string& folder) {
-    for (const Extension& extension : channel_->extensions()) {
+    for (const Extension& extension : connection_->extensions()) {
         const std::array<std::pair<std::string_view, bool*>, 4> known{
             {{kPosixRename, &facts_.replaces_atomically},
              {kFsync, &facts_.syncs},
@@ -310,7 +310,7 @@ Error Session::learn_facts(const std::string& folder) {
             *fact = *fact || extension.name == name;
         if (extension.name == kLimits) {
             PendingReply reply =
-                channel_->send({PacketType::kExtended, PacketType::kExtendedReply}, extended(kLimits));
+                connection_->send({PacketType::kExtended, PacketType::kExtendedReply}, extended(kLimits));
             take_limits(reply);
         }
     }
@@ -333,7 +333,7 @@ Error Session::learn_facts(const std::string& folder) {
 }
 
 void Session::take_limits(PendingReply& reply) {
-    Answer answer;
+    Reply answer;
     if (take(reply, answer, PacketType::kExtendedReply))
         return;
     const auto limits = read_limits(answer.fields);

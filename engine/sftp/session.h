@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/sftp/channel.h"
+#include "engine/sftp/connection.h"
 
 namespace relay_hub::engine::sftp {
 
@@ -26,16 +26,16 @@ struct ServerFacts {
 
 class Session {
   public:
-    explicit Session(std::unique_ptr<Channel> channel) : channel_(std::move(channel)) {}
+    explicit Session(std::unique_ptr<Connection> connection) : connection_(std::move(connection)) {}
     // The same connection for somebody else: interruption, which outlives the session, ends its waits.
-    Session(const Session& connection, Interruption& interruption)
-        : channel_(connection.channel_), interruption_(&interruption), facts_(connection.facts_) {}
-    // Once the channel is open: asks the server about itself. folder, where the user wants to begin ("" for
-    // nowhere), is looked up; ENOENT with a text when it is not there.
+    Session(const Session& other, Interruption& interruption)
+        : connection_(other.connection_), interruption_(&interruption), facts_(other.facts_) {}
+    // Once the connection is open: asks the server about itself. folder, where the user wants to begin (""
+    // for nowhere), is looked up; ENOENT with a text when it is not there.
     Error learn_facts(const std::string& folder);
 
     [[nodiscard]] const ServerFacts& facts() const { return facts_; }
-    [[nodiscard]] Channel& channel() { return *channel_; }
+    [[nodiscard]] Connection& connection() { return *connection_; }
 
     PendingReply send_open(const std::string& path, std::uint32_t flags, const Attributes& attributes);
     PendingReply send_close(const std::string& handle);
@@ -78,11 +78,11 @@ class Session {
     Error explain(const Error& error, const std::string& folder, std::uint64_t wanted);
 
   private:
-    Error take(PendingReply& reply, Answer& answer, PacketType wanted);
+    Error take(PendingReply& reply, Reply& answer, PacketType wanted);
     Error malformed();
     void take_limits(PendingReply& reply);
 
-    std::shared_ptr<Channel> channel_;
+    std::shared_ptr<Connection> connection_;
     Interruption* interruption_ = nullptr;
     ServerFacts facts_;
 };

@@ -84,7 +84,7 @@ SftpFileSystem::SftpFileSystem(SessionSource current_session, std::optional<Styl
 void SftpFileSystem::interrupt() {
     interruption_.raised = true;
     if (const auto session = current_session_())
-        session->channel().wake_waiting();
+        session->connection().wake_waiting();
 }
 
 void SftpFileSystem::resume() {
@@ -209,7 +209,7 @@ void SftpFileSystem::fetch_ahead(const std::shared_ptr<Session>& session) {
         else
             next.source->advance();
     }
-    session->channel().flush();
+    session->connection().flush();
 }
 
 Error SftpFileSystem::open_source(const std::string& path, const Entry& entry,
@@ -240,15 +240,15 @@ Error SftpFileSystem::open_sink(const std::string& path, const Entry& entry, boo
         return error;
     if (replace && !session->facts().replaces_atomically)
         return {ENOTSUP, translated("IDS_REASON_NO_SAFE_REPLACE")};
-    line_.set_limit(share_of_handles(*session, kMostInProgress));
-    sink = std::make_unique<SftpSink>(session, line_, server_path(path), entry, replace);
+    pipeline_.set_limit(share_of_handles(*session, kMostInProgress));
+    sink = std::make_unique<SftpSink>(session, pipeline_, server_path(path), entry, replace);
     return {};
 }
 
 std::vector<Error> SftpFileSystem::commit(std::vector<std::unique_ptr<FileSink>>& sinks) {
     for (const auto& sink : sinks) {
         auto* own = static_cast<SftpSink*>(sink.get());
-        line_.complete(*own);
+        pipeline_.complete(*own);
         own->send_rename();
     }
     std::vector<Error> results;
@@ -308,7 +308,7 @@ void SftpFileSystem::sweep(const std::string& folder) {
             (void)session->send_remove(server_path(join_path(folder, name)));
     }
     listed_parts_.clear();
-    session->channel().flush();
+    session->connection().flush();
 }
 
 Error SftpFileSystem::make_folder(const std::string& path, mode_t mode) {
@@ -335,7 +335,7 @@ Error SftpFileSystem::make_link(const std::string& path, const std::string& targ
     const auto remove_part = [&] {
         if (replace)
             (void)session->send_remove(made);
-        session->channel().flush();
+        session->connection().flush();
     };
     if (Error error = session->make_link(made, target); error) {
         // It may be made all the same, where nobody waited for the answer.

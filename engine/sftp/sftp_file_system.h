@@ -11,7 +11,7 @@
 #include "engine/remote_file_system.h"
 #include "engine/sftp/session.h"
 #include "engine/sftp/sftp_source.h"
-#include "engine/sftp/write_line.h"
+#include "engine/sftp/write_pipeline.h"
 
 namespace relay_hub::engine::sftp {
 
@@ -70,7 +70,7 @@ class SftpFileSystem : public RemoteFileSystem {
     const std::optional<Style> wished_style_;
     Interruption interruption_;
 
-    WriteLine line_;
+    WritePipeline pipeline_;
     std::deque<Ahead> ahead_;
     // What list() saw that a sweep of the same folder would look for.
     std::string listed_folder_;

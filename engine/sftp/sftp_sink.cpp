@@ -28,10 +28,10 @@ std::string folder_of(const std::string& path) {
 
 }  // namespace
 
-SftpSink::SftpSink(std::shared_ptr<Session> session, WriteLine& line, std::string path, const Entry& entry,
-                   bool replace)
+SftpSink::SftpSink(std::shared_ptr<Session> session, WritePipeline& pipeline, std::string path,
+                   const Entry& entry, bool replace)
     : session_(std::move(session)),
-      line_(line),
+      pipeline_(pipeline),
       path_(std::move(path)),
       temporary_(path_.substr(0, path_.rfind('/') + 1) + part_.text()),
       attributes_(attributes_of(entry)),
@@ -39,7 +39,7 @@ SftpSink::SftpSink(std::shared_ptr<Session> session, WriteLine& line, std::strin
       block_(std::min(session_->facts().longest_write, kBlock)) {}
 
 SftpSink::~SftpSink() {
-    line_.leave(*this);
+    pipeline_.leave(*this);
     if (opening_.arrived())
         (void)session_->take_handle(opening_, handle_);
     if (opened() && !closed_)
@@ -48,7 +48,7 @@ SftpSink::~SftpSink() {
     if (!exists_)
         return;
     (void)session_->send_remove(temporary_);
-    session_->channel().flush();
+    session_->connection().flush();
 }
 
 void SftpSink::fail(const Error& error) {
@@ -131,7 +131,7 @@ Error SftpSink::finish(const FileSource& source) {
     if (opened() && !error_)
         send_attributes_and_close();
     if (!error_)
-        line_.join(*this);
+        pipeline_.join(*this);
     return error_;
 }
 
@@ -139,7 +139,7 @@ bool SftpSink::answered() const {
     return opening_.sent() ? error_ || opening_.arrived() : steps_.empty() || steps_.back().reply.arrived();
 }
 
-void SftpSink::send_rest() {
+void SftpSink::send_once_open() {
     if (opening_.sent() && !error_)
         fail(session_->take_handle(opening_, handle_));
     if (error_ || closed_)

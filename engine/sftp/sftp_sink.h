@@ -10,14 +10,14 @@
 #include "engine/remote_file_system.h"
 #include "engine/sftp/part_name.h"
 #include "engine/sftp/session.h"
-#include "engine/sftp/write_line.h"
+#include "engine/sftp/write_pipeline.h"
 
 namespace relay_hub::engine::sftp {
 
-class SftpSink : public FileSink, public FileOnItsWay {
+class SftpSink : public FileSink, public PipelinedFile {
   public:
     // line, which outlives the sink, takes it on once it is finished.
-    SftpSink(std::shared_ptr<Session> session, WriteLine& line, std::string path, const Entry& entry,
+    SftpSink(std::shared_ptr<Session> session, WritePipeline& pipeline, std::string path, const Entry& entry,
              bool replace);
     // Without a commit the temporary file goes.
     ~SftpSink() override;
@@ -32,7 +32,7 @@ class SftpSink : public FileSink, public FileOnItsWay {
     [[nodiscard]] bool sent() const override { return error_ || closed_; }
     [[nodiscard]] bool complete() const override { return error_ || (closed_ && steps_.empty()); }
     void begin() override;
-    void send_rest() override;
+    void send_once_open() override;
     void take_answers() override;
     // Asks for the final name, where nothing failed.
     void send_rename();
@@ -53,7 +53,7 @@ class SftpSink : public FileSink, public FileOnItsWay {
     };
 
     std::shared_ptr<Session> session_;
-    WriteLine& line_;
+    WritePipeline& pipeline_;
     const std::string path_;
     const PartName part_;
     const std::string temporary_;

@@ -64,7 +64,7 @@ void SftpSource::ask_for_more() {
 
 Error SftpSource::take_piece() {
     Piece piece = std::move(pieces_.front());
-    Error error = session_->take_data(piece.reply, fields_, rest_);
+    Error error = session_->take_data(piece.reply, fields_, unread_);
     if (error.number == ECANCELED) {
         pieces_.front() = std::move(piece);
         return error;
@@ -80,12 +80,12 @@ Error SftpSource::take_piece() {
     if (error)
         return error;
     // A piece may come shorter than requested; then what remains of it is requested first.
-    if (rest_.size() < piece.size) {
-        const std::uint64_t next = piece.offset + rest_.size();
+    if (unread_.size() < piece.size) {
+        const std::uint64_t next = piece.offset + unread_.size();
         if (piece.offset >= expected_size_)
             asked_until_ = next;
         else
-            ask_for({next, piece.size - rest_.size(), {}}, true);
+            ask_for({next, piece.size - unread_.size(), {}}, true);
     }
     ask_for_more();
     return {};
@@ -95,13 +95,13 @@ Error SftpSource::read(char* buffer, std::size_t size, std::size_t& got) {
     got = 0;
     if (Error error = finish_open(); error)
         return error;
-    while (rest_.empty() && !at_end_) {
+    while (unread_.empty() && !at_end_) {
         if (Error error = take_piece(); error)
             return error;
     }
-    got = std::min(size, rest_.size());
-    std::copy_n(rest_.data(), got, buffer);
-    rest_.remove_prefix(got);
+    got = std::min(size, unread_.size());
+    std::copy_n(unread_.data(), got, buffer);
+    unread_.remove_prefix(got);
     return {};
 }
 

@@ -48,7 +48,7 @@ class SftpSource : public FileSource {
     bool at_end_ = false;
     // The piece that is being handed out, and what of it is left.
     std::string fields_;
-    std::string_view rest_;
+    std::string_view unread_;
 };
 
 }  // namespace relay_hub::engine::sftp

@@ -15,7 +15,7 @@
 namespace relay_hub {
 
 // Shared with the thread, which may outlive the worker.
-struct Worker::Run {
+struct Worker::SharedState {
     void perform(const std::function<void()>& body) {
         const StopScope scope(token);
         try {
@@ -56,42 +56,42 @@ Worker::~Worker() {
 int Worker::start(const char* what, std::function<void()> body) {
     if (thread_.joinable())
         thread_.join();
-    auto run = std::make_shared<Run>();
-    run->what = what;
+    auto state = std::make_shared<SharedState>();
+    state->what = what;
     try {
         const SignalsBlocked blocked;
-        thread_ = std::thread([run, body = std::move(body)]() mutable {
-            run->perform(body);
+        thread_ = std::thread([state, body = std::move(body)]() mutable {
+            state->perform(body);
             // What the body owns goes before its end is announced.
             body = nullptr;
-            run->end();
+            state->end();
         });
     } catch (const std::system_error& error) {
         report(RELAY_HUB_HERE, std::string("no thread for ") + what + ":", error.what());
         return error.code().value();
     }
-    run_ = std::move(run);
+    state_ = std::move(state);
     return 0;
 }
 
 // Asked in every turn of a main loop; a wait, even of no time, would be two system calls.
 bool Worker::running() const {
-    if (run_ == nullptr)
+    if (state_ == nullptr)
         return false;
-    const std::lock_guard lock(run_->mutex);
-    return !run_->ended;
+    const std::lock_guard lock(state_->mutex);
+    return !state_->ended;
 }
 
 void Worker::stop() {
-    if (run_ != nullptr)
-        run_->token.stop();
+    if (state_ != nullptr)
+        state_->token.stop();
 }
 
 bool Worker::wait(std::chrono::milliseconds limit) const {
-    if (run_ == nullptr)
+    if (state_ == nullptr)
         return true;
-    std::unique_lock lock(run_->mutex);
-    return run_->changed.wait_for(lock, limit, [this] { return run_->ended; });
+    std::unique_lock lock(state_->mutex);
+    return state_->changed.wait_for(lock, limit, [this] { return state_->ended; });
 }
 
 void Worker::join() {
@@ -100,7 +100,7 @@ void Worker::join() {
 }
 
 std::exception_ptr Worker::failure() const {
-    return run_ != nullptr && !running() ? run_->failure : nullptr;
+    return state_ != nullptr && !running() ? state_->failure : nullptr;
 }
 
 }  // namespace relay_hub

@@ -32,8 +32,8 @@ class Worker {
     [[nodiscard]] std::exception_ptr failure() const;
 
   private:
-    struct Run;
-    std::shared_ptr<Run> run_;
+    struct SharedState;
+    std::shared_ptr<SharedState> state_;
     std::thread thread_;
 };
 

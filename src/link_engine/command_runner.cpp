@@ -41,23 +41,23 @@ class Timer {
     unsigned int source_ = 0;
 };
 
-struct Run;
+struct RunningRequest;
 
-// Every run between its start and the end of its worker, outermost first. Window's thread.
-struct Runs {
-    std::vector<Run*> running;
+// Every request between its start and the end of its worker, outermost first. Window's thread.
+struct RunningRequests {
+    std::vector<RunningRequest*> running;
     bool closing = false;
 };
-Runs runs;
+RunningRequests requests;
 
 // One request under way. It lives on the stack of send_command_t, which waits for its worker.
-struct Run {
-    Run(command_start_t start_function, __send_args& block) : start(start_function), args(block) {
-        runs.running.push_back(this);
+struct RunningRequest {
+    RunningRequest(command_start_t start_function, __send_args& block) : start(start_function), args(block) {
+        requests.running.push_back(this);
     }
-    Run(const Run&) = delete;
-    Run& operator=(const Run&) = delete;
-    ~Run() { std::erase(runs.running, this); }
+    RunningRequest(const RunningRequest&) = delete;
+    RunningRequest& operator=(const RunningRequest&) = delete;
+    ~RunningRequest() { std::erase(requests.running, this); }
 
     // 0, or the error code when no worker could be started.
     int start_worker() {
@@ -96,45 +96,45 @@ struct Run {
 
 int check_after_cancel(void* data);
 
-void watch_cancelled(Run& run) {
-    const auto quiet_since = std::max(run.cancelled_at, last_engine_activity());
-    const auto left = run.args.cancel_grace - (std::chrono::steady_clock::now() - quiet_since);
+void watch_cancelled(RunningRequest& request) {
+    const auto quiet_since = std::max(request.cancelled_at, last_engine_activity());
+    const auto left = request.args.cancel_grace - (std::chrono::steady_clock::now() - quiet_since);
     const auto wait = std::chrono::ceil<std::chrono::milliseconds>(left);
-    run.cancel_timer.start(static_cast<unsigned int>(std::max<long>(wait.count(), 1)), check_after_cancel,
-                           &run);
+    request.cancel_timer.start(static_cast<unsigned int>(std::max<long>(wait.count(), 1)), check_after_cancel,
+                           &request);
 }
 
 // A question that waits for the user is no silence of the engine's.
 int check_after_cancel(void* data) {
-    Run& run = *static_cast<Run*>(data);
-    run.cancel_timer.forget();
+    RunningRequest& request = *static_cast<RunningRequest*>(data);
+    request.cancel_timer.forget();
     const auto now = std::chrono::steady_clock::now();
     if (GetInformationRequest() == kConfirmationWanted)
-        run.cancelled_at = now;
-    if (now - std::max(run.cancelled_at, last_engine_activity()) >= run.args.cancel_grace)
-        run.abandon();
+        request.cancelled_at = now;
+    if (now - std::max(request.cancelled_at, last_engine_activity()) >= request.args.cancel_grace)
+        request.abandon();
     else
-        watch_cancelled(run);
+        watch_cancelled(request);
     return FALSE;
 }
 
 // Window's thread, where nobody else changes the list.
-void watch_cancelled_runs() {
-    for (Run* run : runs.running) {
-        if (run->cancelled_at != std::chrono::steady_clock::time_point() ||
-            get_atomic(&run->args.state) != TASK_CANCEL)
+void watch_cancelled_requests() {
+    for (RunningRequest* request : requests.running) {
+        if (request->cancelled_at != std::chrono::steady_clock::time_point() ||
+            get_atomic(&request->args.state) != TASK_CANCEL)
             continue;
-        run->cancelled_at = std::chrono::steady_clock::now();
-        watch_cancelled(*run);
+        request->cancelled_at = std::chrono::steady_clock::now();
+        watch_cancelled(*request);
     }
 }
 
 // Only one request at a time holds the channel, and only copies are asked about: the innermost copy is meant,
-// whichever run turns the main loop.
+// whichever request turns the main loop.
 __send_args& questioned_request() {
-    const auto& running = runs.running;
+    const auto& running = requests.running;
     const auto copy = std::find_if(running.rbegin(), running.rend(),
-                                   [](Run* run) { return run->copies() && run->worker.running(); });
+                                   [](RunningRequest* request) { return request->copies() && request->worker.running(); });
     return (copy == running.rend() ? running.back() : *copy)->args;
 }
 
@@ -147,14 +147,14 @@ bool serve_question() {
     return true;
 }
 
-void wait_for_worker(Run& run) {
+void wait_for_worker(RunningRequest& request) {
     const ConfirmationServer server;
-    turn_main_loop_until([&run] {
+    turn_main_loop_until([&request] {
         // The main loop that a question turned may have used up the wake-up of the next one.
         do {
-            watch_cancelled_runs();
-        } while (!run.ended() && serve_question());
-        return run.ended();
+            watch_cancelled_requests();
+        } while (!request.ended() && serve_question());
+        return request.ended();
     });
 }
 
@@ -165,19 +165,19 @@ int read_answer(command_finish_t finish, AnswerCell& answer, __send_args* args) 
 
 // 0, or the error code when no worker could be started.
 int run_to_end(command_start_t start, __send_args* args, AnswerCell& answer) {
-    Run run(start, *args);
-    if (const int failure = run.start_worker()) {
-        run.finish();
+    RunningRequest request(start, *args);
+    if (const int failure = request.start_worker()) {
+        request.finish();
         return failure;
     }
     if (args->timeout_seconds != kNoTimeLimit) {
         args->started_at = std::time(nullptr);
-        run.limit_timer.start(kTimerInterval, block_timer, args);
+        request.limit_timer.start(kTimerInterval, block_timer, args);
     }
-    wait_for_worker(run);
-    run.worker.join();
-    run.finish();
-    answer = std::move(run.answer);
+    wait_for_worker(request);
+    request.worker.join();
+    request.finish();
+    answer = std::move(request.answer);
     return 0;
 }
 
@@ -199,11 +199,11 @@ void print_timing(int code, double elapsed) {
 }
 
 void give_up(__send_args& args) {
-    for (Run* run : runs.running) {
-        if (&run->args != &args)
+    for (RunningRequest* request : requests.running) {
+        if (&request->args != &args)
             continue;
-        run->limit_timer.forget();
-        run->abandon();
+        request->limit_timer.forget();
+        request->abandon();
         return;
     }
 }
@@ -211,16 +211,16 @@ void give_up(__send_args& args) {
 }  // namespace
 
 void abandon_current_request() {
-    if (!runs.running.empty())
-        runs.running.back()->abandon();
+    if (!requests.running.empty())
+        requests.running.back()->abandon();
 }
 
 void allow_requests(bool allowed) {
-    runs.closing = !allowed;
+    requests.closing = !allowed;
     if (allowed)
         return;
-    for (Run* run : runs.running)
-        run->abandon();
+    for (RunningRequest* request : requests.running)
+        request->abandon();
 }
 
 }  // namespace relay_hub
@@ -229,7 +229,7 @@ int send_command_t(command_start_t start, command_finish_t finish, __send_args* 
     relay_hub::AnswerCell answer;
     if (args->sent_again)
         relay_hub::forget_answer_for_all();
-    if (get_atomic(&args->state) != TASK_CANCEL && !relay_hub::runs.closing) {
+    if (get_atomic(&args->state) != TASK_CANCEL && !relay_hub::requests.closing) {
         set_atomic(&args->state, kStateRunning);
         if (const int failure = relay_hub::run_to_end(start, args, answer))
             return failure;

@@ -19,7 +19,7 @@
 namespace relay_hub {
 namespace {
 
-enum class Channel { kShared, kOwn };
+enum class PipeClient { kShared, kOwn };
 
 struct Field {
     const char* name = nullptr;
@@ -29,7 +29,7 @@ struct Field {
 // One request of the catalogue. Its traces keep the wording that readers of the logs know, slips included.
 struct Request {
     const char* command;
-    Channel channel;
+    PipeClient client;
     const char* log_name = nullptr;
     const char* sent_word = "Send";  // null: the request is printed without a word before it
     bool in_event_log = true;
@@ -44,60 +44,60 @@ constexpr std::array<Field, 2> kSourceFields = {
 
 constexpr Request kFileList{
     .command = wire::kGetFileList,
-    .channel = Channel::kShared,
+    .client = PipeClient::kShared,
     .log_name = "NP_VAL_CMD_GET_FILE_LIST",
     .fields = {{{wire::kPath, &__send_args::list_path}, {wire::kPathHex, &__send_args::list_path_hex}}},
     .retries = true};
 constexpr Request kDriverList{
-    .command = wire::kGetDriverList, .channel = Channel::kShared, .log_name = "NP_VAL_CMD_GET_DRIVER_LIST"};
+    .command = wire::kGetDriverList, .client = PipeClient::kShared, .log_name = "NP_VAL_CMD_GET_DRIVER_LIST"};
 constexpr Request kSpecialPath{.command = wire::kGetRemoteSpecialPath,
-                               .channel = Channel::kShared,
+                               .client = PipeClient::kShared,
                                .log_name = "NP_VAL_CMD_GET_REMOTE_SPECIAL_PATH"};
 constexpr Request kRename{.command = wire::kRename,
-                          .channel = Channel::kOwn,
+                          .client = PipeClient::kOwn,
                           .log_name = "NP_VAL_CMD_RENAME",
                           .fields = {{{wire::kOldPathHex, &__send_args::source_path_hex},
                                       {wire::kNewPathHex, &__send_args::target_path_hex}}}};
 constexpr Request kDeleteFile{.command = wire::kDeleteFile,
-                              .channel = Channel::kOwn,
+                              .client = PipeClient::kOwn,
                               .log_name = "NP_VAL_CMD_DELETE_FILE",
                               .fields = kSourceFields};
 constexpr Request kDeleteFolder{.command = wire::kDeleteFolder,
-                                .channel = Channel::kOwn,
+                                .client = PipeClient::kOwn,
                                 .log_name = "NP_VAL_CMD_DELETE_FOLDER",
                                 .fields = kSourceFields};
 constexpr Request kMoveToTrash{.command = wire::kMoveFileToTrash,
-                               .channel = Channel::kOwn,
+                               .client = PipeClient::kOwn,
                                .log_name = "NP_VAL_CMD_MOVE_FILE_TO_TRASH",
                                .sent_word = "Sender",
                                .add_items = add_trash_items};
 constexpr Request kCreateFolder{.command = wire::kCreateFolder,
-                                .channel = Channel::kOwn,
+                                .client = PipeClient::kOwn,
                                 .log_name = "NP_VAL_CMD_CREATE_FOLDER",
                                 .sent_word = "Receive",
                                 .fields = kSourceFields};
 constexpr Request kExit{.command = wire::kExitLinkEngine,
-                        .channel = Channel::kOwn,
+                        .client = PipeClient::kOwn,
                         .sent_word = nullptr,
                         .in_event_log = false,
                         .awaits_answer = false};
 constexpr Request kRemoteToLocal{.command = wire::kRemoteToLocal,
-                                 .channel = Channel::kOwn,
+                                 .client = PipeClient::kOwn,
                                  .log_name = "NP_VAL_CMD_COPY_REMOTE_TO_LOCAL",
                                  .add_items = add_remote_to_local_items};
 constexpr Request kLocalToRemote{.command = wire::kLocalToRemote,
-                                 .channel = Channel::kOwn,
+                                 .client = PipeClient::kOwn,
                                  .log_name = "NP_VAL_CMD_COPY_LOCAL_TO_REMOTE",
                                  .add_items = add_local_to_remote_items};
 constexpr Request kConnectionStatus{.command = wire::kCheckConnectionStatus,
-                                    .channel = Channel::kShared,
+                                    .client = PipeClient::kShared,
                                     .log_name = "NP_VAL_CMD_CHECK_CONNECTION_STATUS"};
 constexpr Request kRemoteOnline{.command = wire::kCheckRemoteOnline,
-                                .channel = Channel::kShared,
+                                .client = PipeClient::kShared,
                                 .log_name = "NP_VAL_CMD_CHECK_REMOTE_ONLINE"};
 // Asked every few seconds: it would drown the event log.
 constexpr Request kHeartbeat{.command = wire::kCheckForHeartbeat,
-                             .channel = Channel::kOwn,
+                             .client = PipeClient::kOwn,
                              .log_name = "NP_VAL_CMD_CHECK_FOR_HEARTBEAT",
                              .sent_word = nullptr,
                              .in_event_log = false};
@@ -168,7 +168,7 @@ std::string exchange(const Request& request, CNamePipeBase& channel, const std::
 }
 
 std::string exchange_on_channel(const Request& request, const std::string& message, __send_args* args) {
-    if (request.channel == Channel::kShared)
+    if (request.client == PipeClient::kShared)
         return exchange(request, NPClient_object, message, args);
     CNamePipeBase channel(command_pipe(), kPipeBufferSize, kPipeBufferSize);
     return exchange(request, channel, message, args);

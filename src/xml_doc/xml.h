@@ -221,7 +221,7 @@ class CXML {
 
     bool read(relay_hub::TokenSource& source);
     bool parse_block(std::string_view token, relay_hub::TokenSource& source, int depth);
-    bool parse_attributes(std::string_view rest);
+    bool parse_attributes(std::string_view attributes);
     bool parse_content(relay_hub::TokenSource& source, int depth);
     CMabString next_line(relay_hub::TokenSource& source);
 

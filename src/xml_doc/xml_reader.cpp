@@ -147,10 +147,10 @@ bool CXML::parse_block(std::string_view token, TokenSource& source, int depth) {
     return tag.self_closed || parse_content(source, depth);
 }
 
-bool CXML::parse_attributes(std::string_view rest) {
+bool CXML::parse_attributes(std::string_view attributes) {
     AttributeText attribute;
-    while (!rest.empty()) {
-        if (!relay_hub::next_attribute(rest, attribute))
+    while (!attributes.empty()) {
+        if (!relay_hub::next_attribute(attributes, attribute))
             return false;
         set_attribute(CMabString(attribute.name), CMabString(attribute.value));
     }

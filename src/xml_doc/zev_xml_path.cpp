@@ -18,19 +18,19 @@ bool is_nameless(std::string_view component) {
 // The components of a path below the document's root, one after the other, without copies.
 class Components {
   public:
-    explicit Components(std::string_view path) : rest_(path), more_(!path.empty()) {}
+    explicit Components(std::string_view path) : remaining_(path), more_(!path.empty()) {}
     bool next(std::string_view& component) {
         if (!more_)
             return false;
-        const std::size_t slash = rest_.find('/');
+        const std::size_t slash = remaining_.find('/');
         more_ = slash != std::string_view::npos;
-        component = rest_.substr(0, slash);
-        rest_.remove_prefix(more_ ? slash + 1 : rest_.size());
+        component = remaining_.substr(0, slash);
+        remaining_.remove_prefix(more_ ? slash + 1 : remaining_.size());
         return true;
     }
 
   private:
-    std::string_view rest_;
+    std::string_view remaining_;
     bool more_;
 };
 

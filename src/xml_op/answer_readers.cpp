@@ -19,13 +19,13 @@
 #include "window/closing.h"
 #include "window/dialogs/message_dialog.h"
 #include "window/message_parent.h"
-#include "xml_op/answer.h"
 #include "xml_op/fill_widgets.h"
+#include "xml_op/parsed_answer.h"
 
 namespace {
 
-using relay_hub::Answer;
 using relay_hub::CallSite;
+using relay_hub::ParsedAnswer;
 using relay_hub::report;
 using relay_hub::text_of;
 using relay_hub::XmlText;
@@ -55,14 +55,14 @@ struct FileList {
         if (const XmlText field = answer->field(wire::kFreeSpace))
             free_bytes = bytes_of(text_of(field));
     }
-    Answer read(std::string text) {
+    ParsedAnswer read(std::string text) {
         walk_context context{nullptr, wire::kGetFileList, &rows};
         return {std::move(text), RIGHT_SIDE_HERE, get_xml_detial, &context};
     }
 
     relay_hub::RecordRows rows;
     std::optional<std::uint64_t> free_bytes;  // not every engine tells
-    std::optional<Answer> answer;
+    std::optional<ParsedAnswer> answer;
 };
 
 void show_folder(FileList& list, const std::string& path) {
@@ -82,7 +82,7 @@ void show_folder(FileList& list, const std::string& path) {
 
 // A request whose success needs no more than to be known; the engine's reason is only printed.
 int read_plain_result(const CallSite& site) {
-    const Answer answer = Answer::take(site);
+    const ParsedAnswer answer = ParsedAnswer::take(site);
     if (answer.result() == 0)
         return 0;
     if (const XmlText reason = answer.reason())
@@ -92,7 +92,7 @@ int read_plain_result(const CallSite& site) {
 
 // A request accompanied by a progress dialog: the reason waits there until the request has ended.
 int read_transfer_result(const CallSite& site, __send_args* args = nullptr) {
-    const Answer answer = Answer::take(site);
+    const ParsedAnswer answer = ParsedAnswer::take(site);
     if (const XmlText arrived = args != nullptr ? answer.field(wire::kMoveArrived) : nullptr)
         args->arrived = text_of(arrived);
     if (answer.result() == 0) {
@@ -107,28 +107,28 @@ int read_transfer_result(const CallSite& site, __send_args* args = nullptr) {
 }
 
 // Anything but an exact "N" counts as on.
-int judge_flag(const Answer& answer, const char* tag) {
+int judge_flag(const ParsedAnswer& answer, const char* tag) {
     const XmlText flag = answer.field(tag);
     return flag == nullptr || std::strcmp(text_of(flag), wire::kNo) == 0 ? -1 : 0;
 }
 
-int judge_heartbeat(const Answer& answer) {
+int judge_heartbeat(const ParsedAnswer& answer) {
     return judge_flag(answer, wire::kServerIsLive);
 }
 
-int judge_online(const Answer& answer) {
+int judge_online(const ParsedAnswer& answer) {
     return answer.result() == 0 ? judge_flag(answer, wire::kRemoteIsOnline) : -1;
 }
 
-int judge_connection(const Answer& answer) {
+int judge_connection(const ParsedAnswer& answer) {
     return judge_flag(answer, wire::kDeviceOn) == 0 ? judge_flag(answer, wire::kApplicationOn) : -1;
 }
 
-int judge_local_device(const Answer& answer) {
+int judge_local_device(const ParsedAnswer& answer) {
     return judge_flag(answer, wire::kLocalDeviceOn);
 }
 
-Answer given_answer(const char* text) {
+ParsedAnswer given_answer(const char* text) {
     return {text == nullptr ? "" : text, RIGHT_SIDE_HERE};
 }
 
@@ -158,7 +158,7 @@ int get_NP_VAL_CMD_GET_FILE_LIST(__send_args* args) {
 }
 
 int get_NP_VAL_CMD_GET_DRIVER_LIST(__send_args*) {
-    const Answer answer = Answer::take(RIGHT_SIDE_HERE);
+    const ParsedAnswer answer = ParsedAnswer::take(RIGHT_SIDE_HERE);
     if (answer.text().empty()) {
         report(RIGHT_SIDE_HERE, "xml string is NULL!");
         return -1;
@@ -175,7 +175,7 @@ int get_NP_VAL_CMD_GET_DRIVER_LIST(__send_args*) {
 }
 
 int get_NP_VAL_CMD_GET_REMOTE_SPECIAL_PATH(__send_args*) {
-    const Answer answer = Answer::take(RIGHT_SIDE_HERE);
+    const ParsedAnswer answer = ParsedAnswer::take(RIGHT_SIDE_HERE);
     if (answer.form() != 0 || relay_hub::window_is_closing())
         return -1;
     walk_context context{get_UI_sets()->right_side, wire::kGetRemoteSpecialPath};
@@ -184,7 +184,7 @@ int get_NP_VAL_CMD_GET_REMOTE_SPECIAL_PATH(__send_args*) {
 }
 
 int get_NP_VAL_CMD_CREATE_FOLDER(__send_args*) {
-    const Answer answer = Answer::take(RIGHT_SIDE_HERE);
+    const ParsedAnswer answer = ParsedAnswer::take(RIGHT_SIDE_HERE);
     const int result = answer.result();
     if (result == -1) {
         const XmlText reason = answer.reason();
@@ -218,19 +218,19 @@ int get_NP_VAL_CMD_COPY_LOCAL_TO_REMOTE(__send_args* args) {
 }
 
 int get_NP_VAL_CMD_CHECK_CONNECTION_STATUS(__send_args*) {
-    return judge_connection(Answer::take(RIGHT_SIDE_HERE));
+    return judge_connection(ParsedAnswer::take(RIGHT_SIDE_HERE));
 }
 
 int get_NP_VAL_CMD_CHECK_CONNECTION_STATUS_offline(__send_args*) {
-    return judge_local_device(Answer::take(RIGHT_SIDE_HERE));
+    return judge_local_device(ParsedAnswer::take(RIGHT_SIDE_HERE));
 }
 
 int get_NP_VAL_CMD_CHECK_REMOTE_ONLINE(__send_args*) {
-    return judge_online(Answer::take(RIGHT_SIDE_HERE));
+    return judge_online(ParsedAnswer::take(RIGHT_SIDE_HERE));
 }
 
 int get_NP_VAL_CMD_CHECK_FOR_HEARTBEAT(__send_args*) {
-    return judge_heartbeat(Answer::take(RIGHT_SIDE_HERE));
+    return judge_heartbeat(ParsedAnswer::take(RIGHT_SIDE_HERE));
 }
 
 namespace relay_hub {

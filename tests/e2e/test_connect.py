@@ -61,13 +61,13 @@ class Connect(Dialog):
         super().setUp()
         self.neighbour = Neighbour()
         self.addCleanup(self.neighbour.close)
-        self.told = self.path("asked")
+        self.questions = self.path("asked")
         # The user's ssh, with known hosts of this test, and what asks in place of a window.
         write(self.path("ssh_config"), f"Host *\nUserKnownHostsFile {self.path('known')}\n"
               "GlobalKnownHostsFile /dev/null\nPubkeyAuthentication no\n".encode())
         write(self.path("bin/ssh"), f'#!/bin/sh\nexec /usr/bin/ssh -F {self.path("ssh_config")} "$@"\n'.encode(), 0o755)
         write(self.path("bin/askpass"), f"""#!/bin/sh
-echo "$1" >> {self.told}
+echo "$1" >> {self.questions}
 head -n 1 {self.path("answers")}
 sed -i 1d {self.path("answers")}
 """.encode(), 0o755)
@@ -79,7 +79,7 @@ sed -i 1d {self.path("answers")}
         write(self.path("answers"), "".join(line + "\n" for line in lines).encode())
 
     def asked(self):
-        text = read(self.told).decode() if os.path.exists(self.told) else ""
+        text = read(self.questions).decode() if os.path.exists(self.questions) else ""
         return [kind for line in text.splitlines() for kind in ("password", "yes/no") if kind in line]
 
     def focus(self):

@@ -85,9 +85,9 @@ class Names(DesktopTest):
         self.keys(REMOTE, "ctrl+v")
         box = wait_for(lambda: d.dialog() if "could not be processed" in "".join(labels(d.dialog())) else None, 60,
                        what="the box that tells")
-        told = "\n".join(labels(box))
-        self.assertIn(f"Items that could not be processed: {len(NAMES) - len(carried)}", told)
-        self.assertIn("its name cannot be told to the other computer", told)
+        shown = "\n".join(labels(box))
+        self.assertIn(f"Items that could not be processed: {len(NAMES) - len(carried)}", shown)
+        self.assertIn("its name cannot be told to the other computer", shown)
         d.take_notes()
         sent, wanted = tree_of(d.remote), tree_of(self.odd)
         self.assertEqual(sent, {name: wanted[name] for name in carried})

@@ -114,25 +114,25 @@ class SftpTest(unittest.TestCase):
         for number in range(2000):
             write(f"{self.here}/many/{number}", b"x" * 4096)
         for source in ("large", "many"):
-            told = self.copy(True, f"{self.here}/{source}", small) + str(self.front_end.heard[-1:])
-            self.assertIn("disk is full", told)
+            reported = self.copy(True, f"{self.here}/{source}", small) + str(self.front_end.heard[-1:])
+            self.assertIn("disk is full", reported)
             wait_for(lambda: not [name for _, _, names in os.walk(small) for name in names if "relay-hub" in name],
                      what="no left-overs")
         there = os.listdir(small + "/many")
         for name in there:
             self.assertEqual(read(f"{small}/many/{name}"), b"x" * 4096)
-        self.assertRegex(told, rf"\b{2000 - len(there)}\b", "how many were not copied")
+        self.assertRegex(reported, rf"\b{2000 - len(there)}\b", "how many were not copied")
 
     # -- the link
 
     def lose_and_mend(self, lose, mend):
         """The loss is told within ten seconds, nothing waits, and the link is there within five of its return."""
         count = len(self.engine.seen("lost")) + 1
-        told = self.front_end.count(b"Remote_Is_Offline")
+        calls = self.front_end.count(b"Remote_Is_Offline")
         lose()
         start = time.monotonic()
         self.assertNotIn("Welcome", self.engine.await_event("lost", count)[1], "that was the login")
-        wait_for(lambda: self.front_end.count(b"Remote_Is_Offline") > told, what="the offline call-back")
+        wait_for(lambda: self.front_end.count(b"Remote_Is_Offline") > calls, what="the offline call-back")
         self.assertLess(time.monotonic() - start, 10 * SLOW)
         start = time.monotonic()
         self.assertIn("not connected", self.list(self.far.home))

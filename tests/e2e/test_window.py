@@ -187,11 +187,11 @@ class Window(DesktopTest):
         d.start("--style", "posix")
         d.go(LOCAL, folders[LOCAL], "a.txt")
         d.go(REMOTE, "/work", "a.txt")
-        told = []
+        printed = []
 
         def expect(*lines):
-            told.extend(lines)
-            wait_for(lambda: d.output("python3").splitlines()[2:] == told, what=str(told))
+            printed.extend(lines)
+            wait_for(lambda: d.output("python3").splitlines()[2:] == printed, what=str(printed))
         for side, folder in folders.items():
             with self.subTest(side):
                 write(source, b"new")

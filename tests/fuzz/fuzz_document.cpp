@@ -114,14 +114,14 @@ void read_elements(const Text& text) {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    std::string_view rest = text_of(data, size);
-    read_elements(std::string(rest));
+    std::string_view remaining = text_of(data, size);
+    read_elements(std::string(remaining));
     CZEVXML document;
-    (void)document.LoadXML(take_part(rest, '\n'));
+    (void)document.LoadXML(take_part(remaining, '\n'));
     // Grafting a document into itself can double it each time.
-    for (int count = 0; count < 32 && !rest.empty() && document.GetXML().size() < 100'000; ++count) {
-        const char operation = rest.front();
-        const std::string whole = take_part(rest, '\n');
+    for (int count = 0; count < 32 && !remaining.empty() && document.GetXML().size() < 100'000; ++count) {
+        const char operation = remaining.front();
+        const std::string whole = take_part(remaining, '\n');
         std::string_view line = std::string_view(whole).substr(std::min<std::size_t>(whole.size(), 1));
         const std::string path = take_part(line, '|'), value(line);
         look_up(document, path);

@@ -23,14 +23,14 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     FrameProgress progress;
     std::string body;
     const auto collect = [&](std::string_view piece) { return body += piece, true; };
-    std::string_view rest = all;
+    std::string_view remaining = all;
     std::size_t at = 0;
     ReadEnd end = ReadEnd::timed_out;
-    while (!rest.empty() && end == ReadEnd::timed_out) {
-        // A last piece takes the rest, as far as there is room.
+    while (!remaining.empty() && end == ReadEnd::timed_out) {
+        // A last piece takes what remains, as far as there is room.
         const std::size_t wanted = at < kPieces ? data[at] : kCapacity;
-        const std::string_view piece = rest.substr(0, std::min(std::max<std::size_t>(wanted, 1), kCapacity));
-        rest.remove_prefix(piece.size());
+        const std::string_view piece = remaining.substr(0, std::min(std::max<std::size_t>(wanted, 1), kCapacity));
+        remaining.remove_prefix(piece.size());
         ++at;
         pipe.put(piece);
         end = read_frame(pipe.reader.get(), progress, kNone, collect);

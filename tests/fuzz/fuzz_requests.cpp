@@ -79,7 +79,7 @@ class JudgingTree : public RemoteFileSystem {
 
 class SilentFrontEnd : public FrontEnd {
   public:
-    Answer confirm(const Path&) override { return Answer::kReplaceAll; }
+    OverwriteAnswer confirm(const Path&) override { return OverwriteAnswer::kReplaceAll; }
     bool cancelled() override { return false; }
     void progress(const Progress&) override {}
     bool message(const Path&) override { return true; }

@@ -206,7 +206,7 @@ TEST_F(ProgressDialog, ShowsItsTextAndNeverGoesBackWithinOneFile) {
     const auto text = [this] { return std::string(gtk_label_get_text(GTK_LABEL(info_->message_label))); };
     const std::string sixty(60, 'x');
     const struct {
-        std::string told;
+        std::string given;
         float current, total;
         std::string shown;
         double percent;
@@ -222,7 +222,7 @@ TEST_F(ProgressDialog, ShowsItsTextAndNeverGoesBackWithinOneFile) {
         {"\xFFz", 1, 2, "\uFFFDz", 50},
     };
     for (const auto& c : cases) {
-        SetProgressInfo(c.told.c_str());
+        SetProgressInfo(c.given.c_str());
         SetCurrentPercentage(c.current);
         SetTotalPercent(c.total);
         const std::string how_far = std::to_string(&c - cases) + " items";
@@ -232,7 +232,7 @@ TEST_F(ProgressDialog, ShowsItsTextAndNeverGoesBackWithinOneFile) {
         EXPECT_EQ(gtk_label_get_text(GTK_LABEL(info_->second_label)), how_far) << "also while the bar stands";
         EXPECT_NEAR(gtk_progress_bar_get_fraction(GTK_PROGRESS_BAR(info_->progress_bar)) * 100, c.percent,
                     0.01)
-            << c.told;
+            << c.given;
     }
     SetEnableInformation(kSwitchOn);
     SetProgressInfo("half written");

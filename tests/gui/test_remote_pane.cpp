@@ -152,7 +152,7 @@ TEST_F(RemotePane, TheParentRowOfAVanishedFolderOpensTheNearestThatIsListed) {
         {"/a/b/c/", {"/a/b/", "/a/"}, "/", false},
         {"C:\\a\\b\\", {"C:\\a\\"}, "C:\\", false},
         {"/a/b/c/", {"/a/b/", "/a/", "/"}, "/a/b/c/", true}};
-    for (const auto& [from, gone, opened, told] : cases) {
+    for (const auto& [from, gone, opened, reported] : cases) {
         gone_.clear();
         show(from, line("f", "0"));
         gone_ = gone;
@@ -161,7 +161,7 @@ TEST_F(RemotePane, TheParentRowOfAVanishedFolderOpensTheNearestThatIsListed) {
             [] { gtk_dialog_response(GTK_DIALOG(find_window_with("IDS_NO_DATA")), GTK_RESPONSE_OK); });
         relay_hub::open_sub_folder(side, "..");
         EXPECT_STREQ(relay_hub::current_folder(side), opened) << from;
-        EXPECT_EQ(box.done(), told) << opened;
+        EXPECT_EQ(box.done(), reported) << opened;
     }
 }
 

@@ -13,21 +13,21 @@
 
 namespace {
 
-struct Answer {
+struct AnswerButton {
     const char* label;
     int width;
     int response;
 };
-constexpr Answer kAnswers[] = {{"IDS_YES", 70, REQUEST_YES},
-                               {"IDS_NO", 70, REQUEST_NO},
-                               {"IDS_STR_REPLACE_ALL", 100, REQUEST_ALL},
-                               {"IDS_CANCEL", 70, REQUEST_CANCEL}};
+constexpr AnswerButton kAnswerButtons[] = {{"IDS_YES", 70, REQUEST_YES},
+                                           {"IDS_NO", 70, REQUEST_NO},
+                                           {"IDS_STR_REPLACE_ALL", 100, REQUEST_ALL},
+                                           {"IDS_CANCEL", 70, REQUEST_CANCEL}};
 constexpr int kAnswerHeight = 30;
 constexpr int kPadding = 5;
 
 void respond(GtkButton* button, gpointer answer) {
     GtkWidget* dialog = gtk_widget_get_toplevel(GTK_WIDGET(button));
-    gtk_dialog_response(GTK_DIALOG(dialog), static_cast<const Answer*>(answer)->response);
+    gtk_dialog_response(GTK_DIALOG(dialog), static_cast<const AnswerButton*>(answer)->response);
 }
 
 void set_folder_icon(GtkWidget* dialog) {
@@ -72,14 +72,14 @@ GtkWidget* question_row(GtkWidget* dialog, const char* message) {
 // The answer that changes nothing has the keyboard.
 GtkWidget* answer_row() {
     GtkWidget* row = gtk_hbox_new(FALSE, kPadding);
-    for (const Answer& answer : kAnswers) {
+    for (const AnswerButton& answer : kAnswerButtons) {
         GtkWidget* button = gtk_button_new_with_label(relay_hub::translated(answer.label));
         // A longer translation is not cut.
         GtkRequisition natural;
         gtk_widget_size_request(button, &natural);
         gtk_widget_set_size_request(button, std::max(answer.width, natural.width),
                                     std::max(kAnswerHeight, natural.height));
-        g_signal_connect(button, "clicked", G_CALLBACK(respond), const_cast<Answer*>(&answer));
+        g_signal_connect(button, "clicked", G_CALLBACK(respond), const_cast<AnswerButton*>(&answer));
         gtk_box_pack_start(GTK_BOX(row), button, FALSE, FALSE, kPadding);
         if (answer.response == REQUEST_NO)
             g_signal_connect(button, "map", G_CALLBACK(gtk_widget_grab_focus), nullptr);

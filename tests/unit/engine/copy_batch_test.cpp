@@ -45,7 +45,7 @@ TEST_F(Copying, FoldersMergeAndReplacedLinksAreNotFollowed) {
     make_file("mine/tree/old", "o");
     make_file("precious", "p");
     make_link("mine/tree/victim", at("precious"));
-    front_end_.answers = {Answer::kYes};
+    front_end_.answers = {OverwriteAnswer::kYes};
     EXPECT_TRUE(run({"tree"}).failures().empty());
     EXPECT_EQ(front_end_.questions.size(), 1U);
     EXPECT_EQ(names_in(mine_ + "/tree"), (Names{"new", "old", "victim"}));
@@ -139,7 +139,7 @@ TEST_F(Copying, WhatIsThereIsPassedOverAndTheRestIsAskedAboutOnce) {
     make_link("served/tree/link", "somewhere");
     make_link("mine/tree/link", "somewhere");
     make_file("served/tree/new", "n");
-    for (const Answer answer : {Answer::kNoToAll, Answer::kReplaceAll}) {
+    for (const OverwriteAnswer answer : {OverwriteAnswer::kNoToAll, OverwriteAnswer::kReplaceAll}) {
         front_end_.questions.clear();
         front_end_.answers = {answer};
         EXPECT_TRUE(run({"tree"}).failures().empty());
@@ -147,7 +147,7 @@ TEST_F(Copying, WhatIsThereIsPassedOverAndTheRestIsAskedAboutOnce) {
         for (const auto& item : cases) {
             const bool asked = std::string_view(item.name).find("same") == std::string_view::npos;
             EXPECT_EQ(content(mine_ + "/tree/" + item.name),
-                      asked && answer == Answer::kReplaceAll ? "abc" : item.present)
+                      asked && answer == OverwriteAnswer::kReplaceAll ? "abc" : item.present)
                 << item.name;
         }
         EXPECT_EQ(batch_->left(), 0U);
@@ -179,7 +179,7 @@ TEST_F(Copying, OfAMoveWhatDidNotArriveWholeIsTold) {
         sources.emplace_back(item.name);
     }
     ASSERT_EQ(mkfifo(at("served/tree/pipe").c_str(), 0600), 0);
-    front_end_.answers = {Answer::kNo};
+    front_end_.answers = {OverwriteAnswer::kNo};
     run(sources, Purpose::kMove);
     for (std::size_t i = 0; i < sources.size(); ++i)
         EXPECT_EQ(batch_->arrived()[i], cases[i].arrives) << sources[i];
@@ -207,7 +207,7 @@ TEST_F(Copying, AQuestionThatNobodyAnswersEndsTheCopyAndSaysWhatIsLeft) {
 TEST_F(Copying, ACancelAfterTheAnswerComesBeforeEvenTheSmallestFile) {
     const std::string here = make_file("mine/file", "here");
     make_file("served/file", "new");
-    front_end_.answers = {Answer::kYes};
+    front_end_.answers = {OverwriteAnswer::kYes};
     front_end_.cancels_after_question = true;
     run({"file"});
     EXPECT_EQ(content(here), "here");
@@ -221,7 +221,7 @@ TEST_F(Copying, ManyItemsOfOneFolderAndTwoOfOneName) {
         make_file("served/" + name, "x");
     make_file("served/other/7", "other");
     sources.emplace_back("other/7");
-    front_end_.answers = {Answer::kYes};
+    front_end_.answers = {OverwriteAnswer::kYes};
     run(sources);
     EXPECT_EQ(failed_items(), Names{});
     EXPECT_EQ(names_in(mine_).size(), 20U);

@@ -23,11 +23,11 @@ class EngineSandbox : public testing::Test, protected test::Sandbox {
 
 class PresetFrontEnd : public FrontEnd {
   public:
-    Answer confirm(const std::string& question) override {
+    OverwriteAnswer confirm(const std::string& question) override {
         questions.push_back(question);
         if (on_question)
             on_question();
-        return questions.size() <= answers.size() ? answers[questions.size() - 1] : Answer::kNone;
+        return questions.size() <= answers.size() ? answers[questions.size() - 1] : OverwriteAnswer::kNone;
     }
     bool cancelled() override { return cancels_after_question && !questions.empty(); }
     void progress(const Progress& report) override { last_progress = report; }
@@ -36,7 +36,7 @@ class PresetFrontEnd : public FrontEnd {
         return takes_messages;
     }
 
-    std::vector<Answer> answers;
+    std::vector<OverwriteAnswer> answers;
     std::function<void()> on_question;
     std::vector<std::string> questions;
     std::vector<std::string> messages;

@@ -188,12 +188,12 @@ class CallingBack : public Serving {
 };
 
 TEST_F(CallingBack, AnswersOfAPaddedFrame) {
-    const std::pair<const char*, Answer> cases[] = {{"NP_Copy_Confirmation_Yes", Answer::kYes},
-                                                    {"NP_Copy_Confirmation_No", Answer::kNo},
-                                                    {"NP_Copy_Confirmation_No_To_All", Answer::kNoToAll},
-                                                    {"NP_Copy_Confirmation_Replace_All", Answer::kReplaceAll},
-                                                    {"NP_Copy_Confirmation_Cancel", Answer::kCancel},
-                                                    {"Other", Answer::kNone}};
+    const std::pair<const char*, OverwriteAnswer> cases[] = {{"NP_Copy_Confirmation_Yes", OverwriteAnswer::kYes},
+                                                    {"NP_Copy_Confirmation_No", OverwriteAnswer::kNo},
+                                                    {"NP_Copy_Confirmation_No_To_All", OverwriteAnswer::kNoToAll},
+                                                    {"NP_Copy_Confirmation_Replace_All", OverwriteAnswer::kReplaceAll},
+                                                    {"NP_Copy_Confirmation_Cancel", OverwriteAnswer::kCancel},
+                                                    {"Other", OverwriteAnswer::kNone}};
     listen();
     for (const auto& [field, answer] : cases) {
         next_answer = std::string("<ZEVMSG><") + field + ">Y</" + field + "></ZEVMSG>";
@@ -205,7 +205,7 @@ TEST_F(CallingBack, AnswersOfAPaddedFrame) {
         EXPECT_EQ(front_end_.cancelled(), flag == 'Y');
     }
     next_answer.clear();
-    EXPECT_EQ(front_end_.confirm("?"), Answer::kNone);
+    EXPECT_EQ(front_end_.confirm("?"), OverwriteAnswer::kNone);
     EXPECT_FALSE(front_end_.cancelled());
 
     // In a row, as fast as can be: none is lost.
@@ -273,12 +273,12 @@ TEST_F(CallingBack, ThePipesAreClosedToOthersAndLongAnswersAreNotBelieved) {
         peer.await_reader_gone();
     });
     const auto begin = Clock::now();
-    EXPECT_EQ(front_end_.confirm("?"), Answer::kNone);
+    EXPECT_EQ(front_end_.confirm("?"), OverwriteAnswer::kNone);
     EXPECT_LT(Clock::now() - begin, 2s);
 }
 
 TEST_F(CallingBack, AQuestionEndsWithItsReasonAndNothingHangsWithoutAFrontEnd) {
-    EXPECT_EQ(front_end_.confirm("no pipes"), Answer::kNone);
+    EXPECT_EQ(front_end_.confirm("no pipes"), OverwriteAnswer::kNone);
     EXPECT_FALSE(front_end_.cancelled());
     for (const char* end : {"_IN", "_OUT"})
         ASSERT_EQ(mkfifo((notify_ + end).c_str(), 0777), 0);
@@ -290,7 +290,7 @@ TEST_F(CallingBack, AQuestionEndsWithItsReasonAndNothingHangsWithoutAFrontEnd) {
     for (const auto& [what, end] : cases) {
         std::atomic<bool> answered = false;
         std::thread asking([&, what = what] {
-            EXPECT_EQ(front_end_.confirm("?"), Answer::kNone) << what;
+            EXPECT_EQ(front_end_.confirm("?"), OverwriteAnswer::kNone) << what;
             answered = true;
         });
         Peer listener(notify_);

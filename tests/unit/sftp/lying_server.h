@@ -18,14 +18,14 @@ struct Request {
 };
 
 // The client's side of two pipes.
-inline std::unique_ptr<Channel> channel_on(test::Pipe& up, test::Pipe& down,
+inline std::unique_ptr<Connection> channel_on(test::Pipe& up, test::Pipe& down,
                                            std::function<std::string()> last_words) {
     for (const int end : {up.writer.get(), down.reader.get()})
         fcntl(end, F_SETFL, O_NONBLOCK);
-    return std::make_unique<Channel>(std::move(up.writer), std::move(down.reader), std::move(last_words));
+    return std::make_unique<Connection>(std::move(up.writer), std::move(down.reader), std::move(last_words));
 }
 
-// Answers the requests of a channel as a function says; the greeting is an honest one.
+// Answers the requests of a connection as a function says; the greeting is an honest one.
 class LyingServer {
   public:
     using Lie = std::function<std::string(const Request&)>;
@@ -36,20 +36,20 @@ class LyingServer {
         : lie_(std::move(lie)),
           extensions_(std::move(extensions)),
           files_(std::make_unique<SftpFileSystem>([this] { return session_; }, style)) {
-        auto channel = channel_on(up_, down_, nullptr);
-        channel->set_silence_limit(300ms);
-        session_ = std::make_shared<Session>(std::move(channel));
+        auto connection = channel_on(up_, down_, nullptr);
+        connection->set_silence_limit(300ms);
+        session_ = std::make_shared<Session>(std::move(connection));
         thread_ = std::thread([this] { serve(); });
     }
     ~LyingServer() {
-        session_->channel().end("over");
+        session_->connection().end("over");
         files_.reset();
         session_.reset();
         thread_.join();
     }
     // Once the server has greeted and said what it is.
     void learn_facts() {
-        while (session_->channel().state() == Channel::State::kGreeting)
+        while (session_->connection().state() == Connection::State::kGreeting)
             std::this_thread::sleep_for(1ms);
         EXPECT_FALSE(session_->learn_facts(""));
     }

@@ -33,9 +33,9 @@ TEST(LyingServer, EndsTheLinkWithAReason) {
         Listing listing;
         EXPECT_TRUE(server.files().list("x", listing)) << name;
         // What came honestly before the lie may be had; the link ends all the same.
-        Channel& channel = server.session().channel();
-        EXPECT_TRUE(test::wait_until([&] { return channel.state() == Channel::State::kLost; })) << name;
-        EXPECT_EQ(channel.reason(), reason) << name;
+        Connection& connection = server.session().connection();
+        EXPECT_TRUE(test::wait_until([&] { return connection.state() == Connection::State::kLost; })) << name;
+        EXPECT_EQ(connection.reason(), reason) << name;
         EXPECT_EQ(server.files().list("x", listing).number, ENOTCONN) << name;
     }
 }
@@ -94,7 +94,7 @@ TEST(LyingServer, SendsMoreDataThanWasAskedForOrNone) {
 
 TEST(LyingServer, IsWaitedForOnlyUntilAnInterruption) {
     LyingServer server([](const Request&) { return std::string(); });
-    server.session().channel().set_silence_limit(60s);
+    server.session().connection().set_silence_limit(60s);
     const auto wait = [&server] {
         const auto start = test::Clock::now();
         Listing listing;
@@ -119,7 +119,7 @@ TEST(LyingServer, IsLeftAtOnceWithManyRequestsInFlight) {
         LyingServer server([opens](const Request& request) {
             return opens && request.type == PacketType::kOpen ? handle(request) : std::string();
         });
-        server.session().channel().set_silence_limit(60s);
+        server.session().connection().set_silence_limit(60s);
         server.files().set_watch([] { return true; });
         std::vector<std::unique_ptr<FileSink>> sinks(64);
         for (std::size_t i = 0; i < sinks.size(); ++i) {
@@ -158,7 +158,7 @@ TEST(LyingServer, RefusesAStepOfAFile) {
         ASSERT_FALSE(sinks[0]->write("x", 1));
         (void)sinks[0]->finish(Nothing());
         const Error error = server.files().commit(sinks).front();
-        server.session().channel().drain(5s);
+        server.session().connection().drain(5s);
         // Modes and times are not what a copy is kept for.
         const bool harmless = refused == PacketType::kFsetstat;
         EXPECT_EQ(error.number, harmless ? 0 : EREMOTEIO) << static_cast<int>(refused);

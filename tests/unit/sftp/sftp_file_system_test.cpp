@@ -32,12 +32,12 @@ class SftpTree : public testing::Test, protected test::Sandbox {
             _exit(127);
         }
         session_ = std::make_shared<Session>(channel_on(up, down, [] { return "bye"; }));
-        while (session_->channel().state() == Channel::State::kGreeting)
+        while (session_->connection().state() == Connection::State::kGreeting)
             usleep(1000);
         EXPECT_FALSE(session_->learn_facts(""));
     }
     ~SftpTree() override {
-        session_->channel().end("over");
+        session_->connection().end("over");
         kill(server_, SIGKILL);
         waitpid(server_, nullptr, 0);
     }
@@ -142,7 +142,7 @@ TEST_F(SftpTree, ReplacesOnlyWhereItMay) {
     EXPECT_EQ(results[2].number, ENOENT);
     EXPECT_EQ(test::content(real("old")), "new");
     EXPECT_EQ(test::content(real("kept")), "old");
-    session_->channel().drain(std::chrono::seconds(5));
+    session_->connection().drain(std::chrono::seconds(5));
     EXPECT_THAT(test::names_in(home_), UnorderedElementsAre("old", "kept"));
 }
 
@@ -280,11 +280,11 @@ TEST_F(SftpTree, FailsWithAReasonWhenTheServerIsGone) {
     kill(server_, SIGKILL);
     const Error error = finish().front();
     EXPECT_EQ(error.number, ENOTCONN);
-    EXPECT_EQ(session_->channel().reason(), "IDS_REASON_LINK_CLOSED: bye");
+    EXPECT_EQ(session_->connection().reason(), "IDS_REASON_LINK_CLOSED: bye");
     session_.reset();
     Listing listing;
     EXPECT_EQ(files_.list("x", listing).number, ENOTCONN);
-    session_ = std::make_shared<Session>(std::make_unique<Channel>(
+    session_ = std::make_shared<Session>(std::make_unique<Connection>(
         FileDescriptor(open("/dev/null", O_WRONLY)), FileDescriptor(open("/dev/null", O_RDONLY)), nullptr));
 }
 

@@ -7,10 +7,10 @@
 namespace relay_hub::engine::sftp {
 
 // One such file. Its steps are asked for without waiting for their answers.
-class FileOnItsWay {
+class PipelinedFile {
   public:
-    FileOnItsWay(const FileOnItsWay&) = delete;
-    FileOnItsWay& operator=(const FileOnItsWay&) = delete;
+    PipelinedFile(const PipelinedFile&) = delete;
+    PipelinedFile& operator=(const PipelinedFile&) = delete;
 
     // Whether the next step would not wait.
     [[nodiscard]] virtual bool answered() const = 0;
@@ -21,35 +21,35 @@ class FileOnItsWay {
     // Asks for the file to be opened, where it is not.
     virtual void begin() = 0;
     // Waits for that; then all content, attributes, the sync and the close are on their way.
-    virtual void send_rest() = 0;
+    virtual void send_once_open() = 0;
     // Waits for all of that.
     virtual void take_answers() = 0;
 
   protected:
-    FileOnItsWay() = default;
-    ~FileOnItsWay() = default;
+    PipelinedFile() = default;
+    ~PipelinedFile() = default;
 };
 
-class WriteLine {
+class WritePipeline {
   public:
     // How many files may be open there at once.
     void set_limit(std::size_t in_progress) { in_progress_ = in_progress; }
     // The file's content is complete. It leaves before it goes.
-    void join(FileOnItsWay& file);
-    void leave(const FileOnItsWay& file);
+    void join(PipelinedFile& file);
+    void leave(const PipelinedFile& file);
     // Takes what has been answered, without waiting, and asks for what follows.
     void advance();
     // Waits until all of the file but its name is on the disk, or failed. For one that joined.
-    void complete(const FileOnItsWay& file);
+    void complete(const PipelinedFile& file);
 
   private:
-    void send_rest_of_first();
+    void send_first_opened();
 
     std::size_t in_progress_ = 1;
     // The steps of a file, in order.
-    std::deque<FileOnItsWay*> queued_;
-    std::deque<FileOnItsWay*> opening_;
-    std::deque<FileOnItsWay*> writing_;
+    std::deque<PipelinedFile*> queued_;
+    std::deque<PipelinedFile*> opening_;
+    std::deque<PipelinedFile*> writing_;
 };
 
 }  // namespace relay_hub::engine::sftp

@@ -1,4 +1,4 @@
-#include "xml_op/answer.h"
+#include "xml_op/parsed_answer.h"
 
 #include <cstring>
 #include <utility>
@@ -8,16 +8,17 @@
 
 namespace relay_hub {
 
-Answer Answer::take(const CallSite& site) {
+ParsedAnswer ParsedAnswer::take(const CallSite& site) {
     return {take_answer(), site};
 }
 
-Answer::Answer(std::string text, const CallSite& site) : Answer(std::move(text), site, nullptr, nullptr) {}
+ParsedAnswer::ParsedAnswer(std::string text, const CallSite& site)
+    : ParsedAnswer(std::move(text), site, nullptr, nullptr) {}
 
-Answer::Answer(std::string text, const CallSite& site, record_callback callback, void* context)
+ParsedAnswer::ParsedAnswer(std::string text, const CallSite& site, record_callback callback, void* context)
     : text_(std::move(text)), document_(parse_answer(text_, callback, context)), form_(judge_form(site)) {}
 
-int Answer::judge_form(const CallSite& site) {
+int ParsedAnswer::judge_form(const CallSite& site) {
     if (document_ == nullptr)
         return RET_XML_NULL;
     if (check_root_element(wire::kRoot, document_.get()) != 0) {
@@ -28,11 +29,11 @@ int Answer::judge_form(const CallSite& site) {
     return 0;
 }
 
-XmlText Answer::field(const char* tag) const {
+XmlText ParsedAnswer::field(const char* tag) const {
     return XmlText(get_xml_content_by_first(fields_, tag));
 }
 
-int Answer::result() const {
+int ParsedAnswer::result() const {
     if (form_ != 0)
         return form_;
     const XmlText result_text = field(wire::kResult);
@@ -41,7 +42,7 @@ int Answer::result() const {
     return std::strcmp(text_of(result_text), wire::kSuccess) == 0 ? 0 : -1;
 }
 
-XmlText Answer::reason() const {
+XmlText ParsedAnswer::reason() const {
     return field(wire::kReason);
 }
 

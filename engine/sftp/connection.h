@@ -1,8 +1,8 @@
 #pragma once
 // Requests and answers of one SFTP server over a pair of pipes. Any number of requests may be in flight; a
-// thread of the channel's own reads the answers and matches them by number. An answer that was not asked for,
-// of a kind or length that does not fit the request, or none at all for long, ends the channel for good: then
-// every request fails with the reason. Every operation may be called on any thread.
+// thread of the connection's own reads the answers and matches them by number. An answer that was not asked
+// for, of a kind or length that does not fit the request, or none at all for long, ends the connection for
+// good: then every request fails with the reason. Every operation may be called on any thread.
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -21,7 +21,7 @@
 
 namespace relay_hub::engine::sftp {
 
-struct Answer {
+struct Reply {
     PacketType type = PacketType::kStatus;
     std::string fields;
 };
@@ -36,7 +36,7 @@ struct Interruption {
     std::chrono::steady_clock::time_point last_asked;
 };
 
-class Channel;
+class Connection;
 
 // An answer to come. Dropped before it came, a handle that it brings is closed.
 class PendingReply {
@@ -53,23 +53,23 @@ class PendingReply {
     [[nodiscard]] bool arrived() const;
 
   private:
-    friend class Channel;
+    friend class Connection;
     struct Request;
     void drop();
 
     std::shared_ptr<Request> request_;
 };
 
-class Channel {
+class Connection {
   public:
     // The descriptors are non-blocking. last_words, called on any thread, adds to the reason when the server
     // closes its end; null for nothing to add.
-    Channel(FileDescriptor to_server, FileDescriptor from_server, std::function<std::string()> last_words);
-    ~Channel();
-    Channel(const Channel&) = delete;
-    Channel& operator=(const Channel&) = delete;
+    Connection(FileDescriptor to_server, FileDescriptor from_server, std::function<std::string()> last_words);
+    ~Connection();
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
 
-    // The greeting is sent when the channel is made.
+    // The greeting is sent when the connection is made.
     enum class State { kGreeting, kOpen, kLost };
     [[nodiscard]] State state() const;
     // Readable after every change of the state. Borrowed.
@@ -80,24 +80,24 @@ class Channel {
     [[nodiscard]] std::string reason() const;
 
     // expected: the kind of answer beside a status. most_data: of a kData answer. data goes behind the fields
-    // as a text of its own. Sent at the latest by the next wait() or flush(). The channel outlives its
+    // as a text of its own. Sent at the latest by the next wait() or flush(). The connection outlives its
     // replies.
-    struct Ask {
+    struct RequestTraits {
         PacketType type;
         PacketType expected = PacketType::kStatus;
         std::size_t most_data = 0;
         bool slow = false;  // may take the server's disk long
     };
-    PendingReply send(const Ask& ask, const Fields& fields);
-    PendingReply send(const Ask& ask, const Fields& fields, std::string_view data);
+    PendingReply send(const RequestTraits& traits, const Fields& fields);
+    PendingReply send(const RequestTraits& traits, const Fields& fields, std::string_view data);
     void flush();
     // Takes the answer. ECANCELED when interrupted (null: never), ENOTCONN with the reason when lost.
-    Error wait(PendingReply& reply, Interruption* interruption, Answer& answer);
+    Error wait(PendingReply& reply, Interruption* interruption, Reply& answer);
     // Makes those who wait look at their interruption.
     void wake_waiting();
-    // Waits until no request is in flight, the channel is lost or the time is over.
+    // Waits until no request is in flight, the connection is lost or the time is over.
     void drain(std::chrono::milliseconds limit);
-    // Ends the channel; nothing for one that is lost already.
+    // Ends the connection; nothing for one that is lost already.
     void end(const std::string& reason);
     // How long the server may be silent while requests are in flight. Before the first request.
     void set_silence_limit(std::chrono::milliseconds limit) { silence_limit_ = limit; }
@@ -107,18 +107,19 @@ class Channel {
     using RequestPtr = std::shared_ptr<PendingReply::Request>;
 
     void run();
-    // One turn of the thread; false when the channel is lost.
+    // One turn of the thread; false when the connection is lost.
     bool serve_pipes();
     bool read_some();
     [[nodiscard]] int poll_limit() const;
     void lose(const std::string& reason);
     // With mutex_ held from here on.
-    RequestPtr append_request(const Ask& ask, std::string_view fields, const std::string_view* data);
+    RequestPtr append_request(const RequestTraits& traits, std::string_view fields,
+                              const std::string_view* data);
     void write_some();
     // What is wrong with the packets, empty for nothing.
     std::string take_packets();
     std::string take_packet(std::string_view packet);
-    std::string take_answer(PacketType type, std::string_view packet);
+    std::string take_reply(PacketType type, std::string_view packet);
     void close_handle(const std::string& fields);
     [[nodiscard]] std::chrono::milliseconds silence_limit() const;
 
@@ -144,7 +145,7 @@ class Channel {
     bool awaited_arrived_ = false;                     // somebody is to be woken
     std::chrono::steady_clock::time_point last_sign_;  // of life, or of a request after none
 
-    // The channel's thread alone.
+    // The connection's thread alone.
     std::vector<char> incoming_;
     std::size_t incoming_start_ = 0;
     std::size_t incoming_end_ = 0;

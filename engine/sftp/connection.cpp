@@ -1,4 +1,4 @@
-#include "engine/sftp/channel.h"
+#include "engine/sftp/connection.h"
 
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -30,10 +30,10 @@ constexpr int kSlowFactor = 6;
 // A status that explains itself at length, beside the answer that was asked for.
 constexpr std::size_t kLongestStatus = 64UL * 1024;
 
-std::size_t longest_answer(const Channel::Ask& ask) {
-    switch (ask.expected) {
+std::size_t longest_reply(const Connection::RequestTraits& traits) {
+    switch (traits.expected) {
         case PacketType::kData:
-            return ask.most_data + kDataHead;
+            return traits.most_data + kDataHead;
         case PacketType::kHandle:
             return kLongestHandle + kDataHead;
         case PacketType::kName:
@@ -46,13 +46,13 @@ std::size_t longest_answer(const Channel::Ask& ask) {
 }  // namespace
 
 struct PendingReply::Request {
-    Channel* channel = nullptr;
-    Channel::Ask ask;
-    // Both guarded by the channel's mutex.
+    Connection* connection = nullptr;
+    Connection::RequestTraits traits;
+    // Both guarded by the connection's mutex.
     bool awaited = false;
     bool dropped = false;  // nobody waits for it
     std::atomic<bool> done{false};
-    Answer answer;  // once done
+    Reply answer;  // once done
 };
 
 PendingReply& PendingReply::operator=(PendingReply&& other) noexcept {
@@ -64,25 +64,25 @@ PendingReply& PendingReply::operator=(PendingReply&& other) noexcept {
 }
 
 bool PendingReply::arrived() const {
-    return request_ && (request_->done || request_->channel->lost_);
+    return request_ && (request_->done || request_->connection->lost_);
 }
 
 void PendingReply::drop() {
     const auto request = std::exchange(request_, nullptr);
-    if (!request || request->ask.expected != PacketType::kHandle)
+    if (!request || request->traits.expected != PacketType::kHandle)
         return;
-    Channel& channel = *request->channel;
+    Connection& connection = *request->connection;
     {
-        const std::lock_guard lock(channel.mutex_);
+        const std::lock_guard lock(connection.mutex_);
         request->dropped = true;
         if (request->done && request->answer.type == PacketType::kHandle)
-            channel.close_handle(request->answer.fields);
+            connection.close_handle(request->answer.fields);
     }
-    channel.flush();
+    connection.flush();
 }
 
-Channel::Channel(FileDescriptor to_server, FileDescriptor from_server,
-                 std::function<std::string()> last_words)
+Connection::Connection(FileDescriptor to_server, FileDescriptor from_server,
+                       std::function<std::string()> last_words)
     : to_server_(std::move(to_server)),
       from_server_(std::move(from_server)),
       state_events_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
@@ -98,51 +98,51 @@ Channel::Channel(FileDescriptor to_server, FileDescriptor from_server,
         lose(error_text(error));
 }
 
-Channel::~Channel() {
+Connection::~Connection() {
     end(translated("IDS_REASON_LINK_CLOSED"));
     worker_.join();
 }
 
-Channel::State Channel::state() const {
+Connection::State Connection::state() const {
     const std::lock_guard lock(mutex_);
     return state_;
 }
 
-std::vector<Extension> Channel::extensions() const {
+std::vector<Extension> Connection::extensions() const {
     const std::lock_guard lock(mutex_);
     return extensions_;
 }
 
-std::string Channel::reason() const {
+std::string Connection::reason() const {
     const std::lock_guard lock(mutex_);
     return reason_;
 }
 
-PendingReply Channel::send(const Ask& ask, const Fields& fields) {
+PendingReply Connection::send(const RequestTraits& traits, const Fields& fields) {
     const std::lock_guard lock(mutex_);
     PendingReply reply;
-    reply.request_ = append_request(ask, fields.bytes(), nullptr);
+    reply.request_ = append_request(traits, fields.bytes(), nullptr);
     return reply;
 }
 
-PendingReply Channel::send(const Ask& ask, const Fields& fields, std::string_view data) {
+PendingReply Connection::send(const RequestTraits& traits, const Fields& fields, std::string_view data) {
     const std::lock_guard lock(mutex_);
     PendingReply reply;
-    reply.request_ = append_request(ask, fields.bytes(), &data);
+    reply.request_ = append_request(traits, fields.bytes(), &data);
     return reply;
 }
 
-Channel::RequestPtr Channel::append_request(const Ask& ask, std::string_view fields,
-                                            const std::string_view* data) {
+Connection::RequestPtr Connection::append_request(const RequestTraits& traits, std::string_view fields,
+                                                  const std::string_view* data) {
     auto request = std::make_shared<PendingReply::Request>();
-    request->channel = this;
-    request->ask = ask;
+    request->connection = this;
+    request->traits = traits;
     if (state_ == State::kLost)
         return request;
     const std::uint32_t number = next_number_++;
     const std::size_t data_size = data != nullptr ? kDataHead + data->size() : 0;
     append_number(outgoing_, static_cast<std::uint32_t>(kAnswerHead + fields.size() + data_size));
-    outgoing_ += static_cast<char>(ask.type);
+    outgoing_ += static_cast<char>(traits.type);
     append_number(outgoing_, number);
     outgoing_ += fields;
     if (data != nullptr) {
@@ -152,18 +152,18 @@ Channel::RequestPtr Channel::append_request(const Ask& ask, std::string_view fie
     if (in_flight_.empty())
         last_sign_ = steady_clock::now();
     in_flight_.emplace(number, request);
-    slow_in_flight_ += ask.slow ? 1 : 0;
+    slow_in_flight_ += traits.slow ? 1 : 0;
     if (outgoing_.size() - outgoing_start_ >= kFlushSize)
         write_some();
     return request;
 }
 
-void Channel::flush() {
+void Connection::flush() {
     const std::lock_guard lock(mutex_);
     write_some();
 }
 
-void Channel::write_some() {
+void Connection::write_some() {
     while (state_ != State::kLost && outgoing_start_ < outgoing_.size()) {
         const ssize_t count =
             ::write(to_server_.get(), outgoing_.data() + outgoing_start_, outgoing_.size() - outgoing_start_);
@@ -183,7 +183,7 @@ void Channel::write_some() {
     }
 }
 
-Error Channel::wait(PendingReply& reply, Interruption* interruption, Answer& answer) {
+Error Connection::wait(PendingReply& reply, Interruption* interruption, Reply& answer) {
     const auto request = reply.request_;
     std::unique_lock lock(mutex_);
     request->awaited = true;
@@ -212,24 +212,24 @@ Error Channel::wait(PendingReply& reply, Interruption* interruption, Answer& ans
     return {};
 }
 
-void Channel::wake_waiting() {
+void Connection::wake_waiting() {
     // Nobody is between its look at the interruption and its wait.
     { const std::lock_guard lock(mutex_); }
     arrived_.notify_all();
 }
 
-void Channel::drain(milliseconds limit) {
+void Connection::drain(milliseconds limit) {
     std::unique_lock lock(mutex_);
     write_some();
     arrived_.wait_for(lock, limit, [this] { return in_flight_.empty() || state_ == State::kLost; });
 }
 
-void Channel::end(const std::string& reason) {
+void Connection::end(const std::string& reason) {
     lose(reason);
     (void)eventfd_write(thread_events_.get(), 1);
 }
 
-void Channel::lose(const std::string& reason) {
+void Connection::lose(const std::string& reason) {
     {
         const std::lock_guard lock(mutex_);
         if (state_ == State::kLost)
@@ -243,23 +243,23 @@ void Channel::lose(const std::string& reason) {
     (void)eventfd_write(state_events_.get(), 1);
 }
 
-void Channel::run() {
+void Connection::run() {
     while (serve_pipes()) {
     }
 }
 
-milliseconds Channel::silence_limit() const {
+milliseconds Connection::silence_limit() const {
     return silence_limit_.load() * (slow_in_flight_ > 0 ? kSlowFactor : 1);
 }
 
-int Channel::poll_limit() const {
+int Connection::poll_limit() const {
     if (state_ != State::kOpen || in_flight_.empty())
         return -1;
     const auto left = last_sign_ + silence_limit() - steady_clock::now();
     return static_cast<int>(std::max(std::chrono::ceil<milliseconds>(left), milliseconds(0)).count());
 }
 
-bool Channel::serve_pipes() {
+bool Connection::serve_pipes() {
     enum { kFrom, kEvents, kTo };
     std::array<pollfd, 3> items{
         {{from_server_.get(), POLLIN, 0}, {thread_events_.get(), POLLIN, 0}, {-1, POLLOUT, 0}}};
@@ -288,7 +288,7 @@ bool Channel::serve_pipes() {
     return false;
 }
 
-bool Channel::read_some() {
+bool Connection::read_some() {
     const ssize_t count =
         ::read(from_server_.get(), incoming_.data() + incoming_end_, incoming_.size() - incoming_end_);
     if (count < 0 && (errno == EINTR || errno == EAGAIN))
@@ -322,7 +322,7 @@ bool Channel::read_some() {
     return false;
 }
 
-std::string Channel::take_packets() {
+std::string Connection::take_packets() {
     std::string wrong;
     while (wrong.empty() && incoming_end_ - incoming_start_ >= kLengthSize) {
         const std::size_t size = number_at(incoming_.data() + incoming_start_);
@@ -342,11 +342,11 @@ std::string Channel::take_packets() {
     return wrong;
 }
 
-std::string Channel::take_packet(std::string_view packet) {
+std::string Connection::take_packet(std::string_view packet) {
     const auto type = static_cast<PacketType>(packet.front());
     packet.remove_prefix(1);
     if (state_ != State::kGreeting)
-        return take_answer(type, packet);
+        return take_reply(type, packet);
     auto extensions = read_version(packet);
     if (type != PacketType::kVersion || !extensions)
         return "does not speak version 3 of SFTP";
@@ -355,7 +355,7 @@ std::string Channel::take_packet(std::string_view packet) {
     return {};
 }
 
-std::string Channel::take_answer(PacketType type, std::string_view packet) {
+std::string Connection::take_reply(PacketType type, std::string_view packet) {
     if (packet.size() < sizeof(std::uint32_t))
         return "sent an answer that is cut short";
     const std::uint32_t number = number_at(packet.data());
@@ -365,10 +365,10 @@ std::string Channel::take_answer(PacketType type, std::string_view packet) {
         return "answered a request that was not made, or answered twice";
     const RequestPtr request = std::move(found->second);
     in_flight_.erase(found);
-    slow_in_flight_ -= request->ask.slow ? 1 : 0;
-    if (type != request->ask.expected && type != PacketType::kStatus)
+    slow_in_flight_ -= request->traits.slow ? 1 : 0;
+    if (type != request->traits.expected && type != PacketType::kStatus)
         return "sent an answer of a kind that was not asked for";
-    if (packet.size() > (type == PacketType::kStatus ? kLongestStatus : longest_answer(request->ask)))
+    if (packet.size() > (type == PacketType::kStatus ? kLongestStatus : longest_reply(request->traits)))
         return "sent an answer longer than was asked for";
     request->answer = {type, std::string(packet)};
     request->done = true;
@@ -378,7 +378,7 @@ std::string Channel::take_answer(PacketType type, std::string_view packet) {
     return {};
 }
 
-void Channel::close_handle(const std::string& fields) {
+void Connection::close_handle(const std::string& fields) {
     if (read_handle(fields))
         (void)append_request({PacketType::kClose}, fields, nullptr);
 }

@@ -11,14 +11,14 @@ namespace relay_hub {
 // The readers' diagnostics name the unit of the remote pane.
 inline constexpr const char* kRightSideUnit = "../src/side_function/Zev_right_side.cpp";
 
-class Answer {
+class ParsedAnswer {
   public:
     // Empties the slot; a request nested in what the reader does next finds it free.
-    static Answer take(const CallSite& site);
-    Answer(std::string text, const CallSite& site);
+    static ParsedAnswer take(const CallSite& site);
+    ParsedAnswer(std::string text, const CallSite& site);
     // Hands each record of the answer to `callback` as soon as it is read, and drops its content then, so
     // that a long list never stands in memory as a tree. What it handed over counts only if form() is 0.
-    Answer(std::string text, const CallSite& site, record_callback callback, void* context);
+    ParsedAnswer(std::string text, const CallSite& site, record_callback callback, void* context);
 
     // 0, RET_XML_NULL or RET_XML_FMT_ERROR.
     int form() const { return form_; }
