@@ -8,7 +8,6 @@
 #include "base/log.h"
 #include "name_pipe/channel_lock.h"
 #include "name_pipe/name_pipe_client.h"
-#include "name_pipe/name_pipe_io.h"
 #include "xml_doc/zev_xml.h"
 
 // Before NPClient_object, which sets its sizes.

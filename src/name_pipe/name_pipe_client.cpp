@@ -14,7 +14,6 @@
 #include "base/log.h"
 #include "name_pipe/answer_wait.h"
 #include "name_pipe/channel_lock.h"
-#include "name_pipe/name_pipe_io.h"
 
 namespace relay_hub {
 namespace {

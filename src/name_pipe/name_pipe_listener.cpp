@@ -3,30 +3,25 @@
 #include <pthread.h>
 
 #include <algorithm>
-#include <cerrno>
+#include <chrono>
 #include <condition_variable>
-#include <cstring>
 #include <exception>
 #include <mutex>
 
 #include "base/diagnostics.h"
-#include "base/frame.h"
 #include "base/signals_blocked.h"
+#include "name_pipe/call_back_round.h"
 #include "name_pipe/name_pipe_base.h"
 #include "name_pipe/name_pipe_client.h"
-#include "name_pipe/name_pipe_io.h"
+#include "name_pipe/name_pipe_server.h"
 
 namespace {
 
 using std::chrono::milliseconds;
 
-constexpr milliseconds kReaderPause{3000};
 constexpr milliseconds kExitLimit{1000};
 constexpr milliseconds kExitTry{50};
 constexpr milliseconds kExitPause{100};
-constexpr unsigned int kMarkerSize = 6;
-// Every answer of ours is shorter. A reset command may set a smaller size.
-constexpr std::uint32_t kLeastAnswerRoom = 1024;
 
 struct Listener {
     std::mutex mutex;
@@ -41,77 +36,13 @@ struct Listener {
 
 Listener the_listener;
 
-bool allocate_result_buffer() {
-    if (CNamePipeBase::m_pbyteResultBuffer.data() != nullptr)
-        return true;
-    const std::size_t size =
-        std::size_t{std::max(kLeastAnswerRoom, CNamePipeBase::m_dwNPOutputBufferSize.load())} + 1;
-    if (CNamePipeBase::m_pbyteResultBuffer.allocate(size))
-        return true;
-    relay_hub::report_memory_error(RELAY_HUB_HERE, errno, size);
-    return false;
-}
-
 void join_ended_listener() {
     if (the_listener.joinable)
         (void)pthread_join(the_listener.thread, nullptr);
     the_listener.joinable = false;
 }
 
-bool handled_by_channel(char* body, unsigned int count) {
-    if (count < kMarkerSize || !CNamePipeBase::IsCommandData(body))
-        return false;
-    CNamePipeBase channel;
-    std::string result;
-    return channel.ServiceHandle(CNamePipeBase::GetPureData(body), result);
-}
-
-void ask_service_provider(char* body, unsigned int count) {
-    const service_provider_t provider = relay_hub::listener_state.provider;
-    if (provider == nullptr || !allocate_result_buffer())
-        return;
-    CNamePipeBase::m_pbyteResultBuffer.clear();
-    const auto room = static_cast<unsigned int>(CNamePipeBase::m_pbyteResultBuffer.size() - 1);
-    const std::uint32_t size =
-        std::min(room, std::max(kLeastAnswerRoom, CNamePipeBase::m_dwNPOutputBufferSize.load()));
-    CNamePipeBase::m_dwNPOutputSize = provider(body, count, CNamePipeBase::m_pbyteResultBuffer.data(), size);
-}
-
-// The length on the wire is the whole buffer's (a size that a reset command made too small cuts nothing);
-// what follows the text is not read from it, because its untouched pages are zeros anyway.
-void send_padded_answer(int fd) {
-    const relay_hub::ZeroedMemory& buffer = CNamePipeBase::m_pbyteResultBuffer;
-    const auto text_size = static_cast<std::uint32_t>(strnlen(buffer.data(), buffer.size()));
-    const std::uint32_t frame_size = std::max(CNamePipeBase::m_dwNPOutputBufferSize.load(), text_size);
-    const relay_hub::FrameHeader header = relay_hub::frame_header(frame_size);
-    const std::string start = std::string(header.data(), header.size()).append(buffer.data(), text_size);
-    if (relay_hub::write_bytes(fd, start, kReaderPause) == relay_hub::WriteEnd::done)
-        (void)relay_hub::write_zeros(fd, frame_size - text_size, kReaderPause);
-}
-
 }  // namespace
-
-bool relay_hub::answer_is_waiting() {
-    return !CNamePipeBase::m_strResultData.empty() || CNamePipeBase::m_dwNPOutputSize != 0;
-}
-
-bool pipe_read_func(int fd, void*) {
-    unsigned int count = 0;
-    const std::unique_ptr<char[]> body = ReadPipeData(fd, &count);
-    CNamePipeBase::ResetStatus();
-    if (body && !handled_by_channel(body.get(), count))
-        ask_service_provider(body.get(), count);
-    return true;
-}
-
-bool pipe_write_func(int fd) {
-    const std::string& text = CNamePipeBase::m_strResultData;
-    if (!text.empty())
-        (void)WritePipeData(fd, text.data(), static_cast<unsigned int>(text.size()));
-    else if (CNamePipeBase::m_dwNPOutputSize != 0 && CNamePipeBase::m_pbyteResultBuffer.data() != nullptr)
-        send_padded_answer(fd);
-    return true;
-}
 
 void* ListenThread(void*) {
     bool served = false;
@@ -155,7 +86,7 @@ bool CNamePipeBase::ListenForService() {
         return false;
     }
     join_ended_listener();
-    if (!allocate_result_buffer())
+    if (!relay_hub::allocate_answer_buffer())
         return false;
     m_bExitFromListenLoop = false;
     const relay_hub::SignalsBlocked blocked_in_new_thread;

@@ -1,9 +1,5 @@
 #pragma once
-// What the listener and the class share.
+// The one thread of the process that serves call-backs; CNamePipeBase starts and ends it.
 
-namespace relay_hub {
-
-// Whether the round being served has something to send. Listener thread.
-bool answer_is_waiting();
-
-}  // namespace relay_hub
+// Thread body of the listener: serves m_strPipeName. Null.
+void* ListenThread(void* object);

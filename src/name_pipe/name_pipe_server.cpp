@@ -1,19 +1,18 @@
+#include "name_pipe/name_pipe_server.h"
+
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <exception>
-#include <optional>
 #include <string>
 
 #include "base/diagnostics.h"
 #include "base/fifo.h"
-#include "base/frame.h"
+#include "name_pipe/call_back_round.h"
 #include "name_pipe/name_pipe_base.h"
-#include "name_pipe/name_pipe_io.h"
-#include "name_pipe/name_pipe_listener.h"
+#include "name_pipe/pipe_data.h"
 #include "name_pipe/taken_place.h"
 
 constinit std::atomic<bool> bThreadContinue = false;
@@ -21,18 +20,10 @@ constinit std::atomic<bool> bThreadContinue = false;
 namespace {
 
 using relay_hub::FileDescriptor;
-using relay_hub::ReadEnd;
-using relay_hub::WriteEnd;
 using std::chrono::milliseconds;
 
-// What a client is given in all: to send its request, and to open its end for the answer. Also how long one
-// that reads the answer may pause.
-constexpr milliseconds kClientTime{3000};
-constexpr milliseconds kReaderPause{3000};
 constexpr milliseconds kFirstLook{1};
 constexpr milliseconds kSlowestLook{20};
-// No call-back is longer.
-constexpr std::uint32_t kLongestBody = 16U * 1024 * 1024;
 // Engines of other accounts write here.
 constexpr mode_t kNotifyMode = 0777;
 constexpr milliseconds kReopenPause{200};
@@ -40,13 +31,6 @@ constexpr milliseconds kReopenPause{200};
 // ended: the answers' end that is opened for the next one would hide it.
 constexpr milliseconds kLeaving{1};
 constexpr milliseconds kNoticing{200};
-// A body is followed by this many zeros, so that its marker can be looked at whatever its length.
-constexpr std::size_t kBodyEnd = 8;
-
-// A length that is negative as a signed number stands for an empty body.
-bool is_negative(const relay_hub::FrameProgress& progress) {
-    return static_cast<std::int32_t>(progress.announced()) < 0;
-}
 
 struct Server {
     std::string in_path;
@@ -80,21 +64,6 @@ void mend(const std::string& path) {
     relay_hub::report_error(RELAY_HUB_HERE, errno, path);
     (void)relay_hub::interruptible_sleep(kReopenPause);
     (void)relay_hub::make_fifo(path, kNotifyMode);
-}
-
-// The time that the client of the current round has left; null outside of a round.
-thread_local milliseconds* client_time = nullptr;
-
-class ClientTime {
-  public:
-    explicit ClientTime(milliseconds& left) { client_time = &left; }
-    ClientTime(const ClientTime&) = delete;
-    ClientTime& operator=(const ClientTime&) = delete;
-    ~ClientTime() { client_time = nullptr; }
-};
-
-void spend(milliseconds& left, relay_hub::Clock::time_point since) {
-    left -= std::chrono::duration_cast<milliseconds>(relay_hub::Clock::now() - since);
 }
 
 enum class Client { sent, left, silent };
@@ -135,7 +104,7 @@ Connection await_client(const Server& server, milliseconds& time) {
         }
         const auto since = relay_hub::Clock::now();
         const Client state = await_request(client.in.get(), time);
-        spend(time, since);
+        relay_hub::spend(time, since);
         if (state == Client::sent)
             return client;
         if (state == Client::silent)
@@ -160,14 +129,14 @@ void await_reader(int out, milliseconds time) {
 
 // False when a step ends the loop.
 bool serve_client(Server& server) {
-    milliseconds time = kClientTime;
+    milliseconds time = relay_hub::kClientTime;
     Connection client = await_client(server, time);
     server.answered = false;
     if (!client.in)
         return true;
     const bool had_reader = client.out && has_reader(client.out.get());
     {
-        const ClientTime scope(time);
+        const relay_hub::RoundTime scope(time);
         if (!server.on_read(client.in.get(), server.ctx))
             return false;
     }
@@ -213,40 +182,4 @@ bool ListenPipeClient(const char* base, bool (*on_read)(int fd, void* ctx), bool
     while (serve_safely(server) && !CNamePipeBase::m_bExitFromListenLoop.exchange(false) && bThreadContinue) {
     }
     return true;
-}
-
-std::unique_ptr<char[]> ReadPipeData(int fd, unsigned int* count) {
-    *count = 0;
-    relay_hub::FrameProgress progress;
-    std::string body;
-    const auto collect = [&](std::string_view piece) {
-        const bool believed = progress.announced() <= kLongestBody;
-        if (believed)
-            body.append(piece);
-        return believed;
-    };
-    const milliseconds time = client_time != nullptr ? *client_time : kClientTime;
-    const auto since = relay_hub::Clock::now();
-    const ReadEnd end = relay_hub::read_frame(fd, progress, {time, time, relay_hub::after(time)}, collect);
-    if (client_time != nullptr)
-        spend(*client_time, since);
-    const bool usable = end == ReadEnd::complete || end == ReadEnd::closed || is_negative(progress);
-    if (!usable || !progress.header_complete()) {
-        // What remains of it would be read as the next client's request, and that client would get its
-        // failure.
-        relay_hub::discard_waiting(fd, time);
-        return nullptr;
-    }
-    auto result = std::make_unique<char[]>(body.size() + kBodyEnd);
-    std::memcpy(result.get(), body.data(), body.size());
-    *count = static_cast<unsigned int>(body.size());
-    return result;
-}
-
-bool WritePipeData(int fd, const char* data, unsigned int size) {
-    const relay_hub::FrameHeader header = relay_hub::frame_header(size);
-    WriteEnd end = relay_hub::write_bytes(fd, {header.data(), header.size()}, kReaderPause);
-    if (end == WriteEnd::done)
-        end = relay_hub::write_bytes(fd, {data, size}, kReaderPause);
-    return end == WriteEnd::done || end == WriteEnd::closed;
 }

@@ -7,9 +7,9 @@
 #include "fuzz_input.h"
 #include "link_engine/engine_callbacks.h"
 #include "link_engine/transfer_state.h"
+#include "name_pipe/call_back_round.h"
 #include "name_pipe/name_pipe_base.h"
-#include "name_pipe/name_pipe_io.h"
-#include "name_pipe/name_pipe_listener.h"
+#include "name_pipe/pipe_data.h"
 #include "pipe.h"
 
 namespace {

@@ -8,7 +8,7 @@
 #include "base/fifo.h"
 #include "engine/front_end_link.h"
 #include "fuzz_input.h"
-#include "name_pipe/name_pipe_io.h"
+#include "name_pipe/name_pipe_client.h"
 #include "sandbox.h"
 
 namespace {

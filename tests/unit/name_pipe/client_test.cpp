@@ -9,7 +9,7 @@
 #include "base/stop_token.h"
 #include "name_pipe/channel_lock.h"
 #include "name_pipe/name_pipe_base.h"
-#include "name_pipe/name_pipe_io.h"
+#include "name_pipe/name_pipe_client.h"
 #include "name_pipe/round_watch.h"
 #include "support.h"
 

@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 
 #include "name_pipe/name_pipe_base.h"
-#include "name_pipe/name_pipe_io.h"
 #include "support.h"
 
 namespace {
