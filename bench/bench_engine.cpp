@@ -67,13 +67,9 @@ __send_args items(std::size_t count) {
     args.target_path = "/home/user/Documents/target";
     args.target_path_hex = relay_hub::unicode_hex(args.target_path);
     for (std::size_t item = 0; item < count; ++item) {
-        args.item_paths.push_back("C:\\Users\\user\\Pictures\\holiday " + std::to_string(item) + ".jpeg");
-        args.item_paths_hex.push_back(relay_hub::unicode_hex(args.item_paths.back()));
-        args.item_types.push_back(0);
-        args.item_sizes.emplace_back("1234567");
-        for (auto* times :
-             {&args.item_creation_times, &args.item_access_times, &args.item_modification_times})
-            times->emplace_back("132000000000000001");
+        const std::string path = "C:\\Users\\user\\Pictures\\holiday " + std::to_string(item) + ".jpeg";
+        constexpr std::int64_t kTime = 132000000000000001;
+        args.items.push_back({path, relay_hub::unicode_hex(path), {kFileItem, 1234567, kTime, kTime, kTime}});
     }
     return args;
 }
@@ -256,11 +252,7 @@ class EngineProcess {
 void copy_by_engine(command_start_t start, command_finish_t finish, const std::string& source,
                     const std::string& target) {
     __send_args args;
-    args.item_paths = {source};
-    args.item_paths_hex = {relay_hub::unicode_hex(source)};
-    args.item_types = {1};
-    args.item_sizes = args.item_creation_times = args.item_access_times =
-        args.item_modification_times = {"0"};
+    args.items = {{source, relay_hub::unicode_hex(source), {kFolderItem}}};
     args.target_path = target;
     args.target_path_hex = relay_hub::unicode_hex(target);
     must(send_command_t(start, finish, &args) == 0, source.c_str());

@@ -101,7 +101,7 @@ void watch_cancelled(RunningRequest& request) {
     const auto left = request.args.cancel_grace - (std::chrono::steady_clock::now() - quiet_since);
     const auto wait = std::chrono::ceil<std::chrono::milliseconds>(left);
     request.cancel_timer.start(static_cast<unsigned int>(std::max<long>(wait.count(), 1)), check_after_cancel,
-                           &request);
+                               &request);
 }
 
 // A question that waits for the user is no silence of the engine's.
@@ -133,8 +133,9 @@ void watch_cancelled_requests() {
 // whichever request turns the main loop.
 __send_args& questioned_request() {
     const auto& running = requests.running;
-    const auto copy = std::find_if(running.rbegin(), running.rend(),
-                                   [](RunningRequest* request) { return request->copies() && request->worker.running(); });
+    const auto copy = std::find_if(running.rbegin(), running.rend(), [](RunningRequest* request) {
+        return request->copies() && request->worker.running();
+    });
     return (copy == running.rend() ? running.back() : *copy)->args;
 }
 

@@ -2,9 +2,7 @@
 
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
 #include "link_engine/Zev_link_op.h"
@@ -14,8 +12,6 @@
 namespace relay_hub {
 namespace {
 
-constexpr int kFile = 0;
-constexpr int kFolder = 1;
 constexpr int kDirectoryBit = 16;
 
 struct Halves {
@@ -32,11 +28,8 @@ Halves local_time_halves(std::int64_t seconds) {
     return {static_cast<int>(seconds >> 31), static_cast<int>(seconds)};
 }
 
-std::int64_t number_at(const std::vector<std::string>& texts, std::size_t index) {
-    return index < texts.size() ? std::strtoll(texts[index].c_str(), nullptr, 10) : 0;
-}
-
-struct Attributes {
+// As the wire has them.
+struct WireAttributes {
     int word = 0;
     Halves size = {};
     bool has_times = false;
@@ -45,7 +38,7 @@ struct Attributes {
     Halves modified = {};
 };
 
-std::string attribute_document(const Attributes& attributes) {
+std::string attribute_document(const WireAttributes& attributes) {
     MessageWriter document;
     const auto add = [&](const char* name, int value) { document.add(name, std::to_string(value)); };
     add(wire::kAttributeWord, attributes.word);
@@ -63,23 +56,22 @@ std::string attribute_document(const Attributes& attributes) {
 }
 
 // An item of another type than file and folder keeps the previous item's word and size.
-void listed_attributes(const __send_args& args, std::size_t item, Attributes& attributes) {
-    const int type = args.item_types[item];
-    attributes.has_times = type == kFile || type == kFolder;
+void take_listed(const ItemAttributes& listed, WireAttributes& attributes) {
+    attributes.has_times = listed.type == kFileItem || listed.type == kFolderItem;
     if (!attributes.has_times)
         return;
-    attributes.word = type == kFolder ? kDirectoryBit : 0;
-    attributes.size = halves(number_at(args.item_sizes, item));
-    attributes.created = halves(number_at(args.item_creation_times, item));
-    attributes.accessed = halves(number_at(args.item_access_times, item));
-    attributes.modified = halves(number_at(args.item_modification_times, item));
+    attributes.word = listed.type == kFolderItem ? kDirectoryBit : 0;
+    attributes.size = halves(listed.size);
+    attributes.created = halves(listed.created);
+    attributes.accessed = halves(listed.accessed);
+    attributes.modified = halves(listed.modified);
 }
 
-Attributes status_attributes(const std::string& path) {
+WireAttributes status_attributes(const std::string& path) {
     struct stat status = {};
     if (get_file_stat(path.c_str(), &status) != 0)
         status = {};
-    Attributes attributes;
+    WireAttributes attributes;
     attributes.word = S_ISDIR(status.st_mode) ? kDirectoryBit : 0;
     attributes.size = halves(status.st_size);
     attributes.has_times = true;
@@ -97,7 +89,7 @@ struct Side {
 };
 
 void add_copy_record(MessageWriter& message, const Side& source, const Side& target,
-                     const Attributes& attributes) {
+                     const WireAttributes& attributes) {
     message.begin_record();
     for (const Side* side : {&source, &target}) {
         message.add(side->path_name, side->path);
@@ -109,11 +101,11 @@ void add_copy_record(MessageWriter& message, const Side& source, const Side& tar
 
 // Without items there is no block either.
 template <typename AddItem>
-void add_block(MessageWriter& message, std::size_t count, AddItem add_item) {
-    if (count == 0)
+void add_block(MessageWriter& message, const std::vector<RequestItem>& items, AddItem add_item) {
+    if (items.empty())
         return;
     message.begin(wire::kItems);
-    for (std::size_t item = 0; item < count; ++item)
+    for (const RequestItem& item : items)
         add_item(item);
     message.end(wire::kItems);
 }
@@ -121,31 +113,28 @@ void add_block(MessageWriter& message, std::size_t count, AddItem add_item) {
 }  // namespace
 
 void add_trash_items(MessageWriter& message, const __send_args& args) {
-    add_block(message, args.item_paths_hex.size(), [&](std::size_t item) {
+    add_block(message, args.items, [&](const RequestItem& item) {
         message.begin_record();
-        message.add(wire::kPathHex, args.item_paths_hex[item]);
+        message.add(wire::kPathHex, item.path_hex);
         message.end_record();
     });
 }
 
 void add_remote_to_local_items(MessageWriter& message, const __send_args& args) {
     const Side target{wire::kLocalPath, wire::kLocalPathHex, args.target_path, args.target_path_hex};
-    Attributes attributes;
-    add_block(message, std::min({args.item_paths.size(), args.item_paths_hex.size(), args.item_types.size()}),
-              [&](std::size_t item) {
-                  listed_attributes(args, item, attributes);
-                  const Side source{wire::kRemotePath, wire::kRemotePathHex, args.item_paths[item],
-                                    args.item_paths_hex[item]};
-                  add_copy_record(message, source, target, attributes);
-              });
+    WireAttributes attributes;
+    add_block(message, args.items, [&](const RequestItem& item) {
+        take_listed(item.attributes, attributes);
+        const Side source{wire::kRemotePath, wire::kRemotePathHex, item.path, item.path_hex};
+        add_copy_record(message, source, target, attributes);
+    });
 }
 
 void add_local_to_remote_items(MessageWriter& message, const __send_args& args) {
     const Side target{wire::kRemotePath, wire::kRemotePathHex, args.target_path, args.target_path_hex};
-    add_block(message, std::min(args.item_paths.size(), args.item_paths_hex.size()), [&](std::size_t item) {
-        const Side source{wire::kLocalPath, wire::kLocalPathHex, args.item_paths[item],
-                          args.item_paths_hex[item]};
-        add_copy_record(message, source, target, status_attributes(args.item_paths[item]));
+    add_block(message, args.items, [&](const RequestItem& item) {
+        const Side source{wire::kLocalPath, wire::kLocalPathHex, item.path, item.path_hex};
+        add_copy_record(message, source, target, status_attributes(item.path));
     });
 }
 

@@ -4,6 +4,7 @@
 #include <pthread.h>
 
 #include <chrono>
+#include <cstdint>
 #include <ctime>
 #include <memory>
 #include <set>
@@ -22,7 +23,26 @@ inline constexpr int kCodeRemoteOnline = 6;
 inline constexpr int kCodeConnectionStatus = 7;
 inline constexpr int kCodeHeartbeat = 8;
 
+inline constexpr int kFileItem = 0;
+inline constexpr int kFolderItem = 1;
+
 inline constexpr int kNoTimeLimit = -1;
+
+// Sizes in bytes; times as the engine wrote them into its list.
+struct ItemAttributes {
+    int type = 0;  // kFileItem or kFolderItem; with any other the engine gets no times
+    std::int64_t size = 0;
+    std::int64_t created = 0;
+    std::int64_t accessed = 0;
+    std::int64_t modified = 0;
+};
+
+// One item of a copy or trash request.
+struct RequestItem {
+    std::string path;  // not in a trash request
+    std::string path_hex;
+    ItemAttributes attributes = {};  // of a remote item that is copied
+};
 
 struct __send_args {
     std::string list_path;
@@ -31,15 +51,7 @@ struct __send_args {
     std::string source_path_hex;  // rename: the old full path
     std::string target_path;
     std::string target_path_hex;  // rename: the new full path
-    // The items of a copy or trash request, walked in step. Texts of times and sizes are the list's
-    // hidden columns; a list that is shorter counts as ended.
-    std::vector<std::string> item_paths;
-    std::vector<std::string> item_paths_hex;
-    std::vector<int> item_types;  // 0 file, 1 folder
-    std::vector<std::string> item_creation_times;
-    std::vector<std::string> item_access_times;
-    std::vector<std::string> item_modification_times;
-    std::vector<std::string> item_sizes;
+    std::vector<RequestItem> items;
 
     int task_kind = TASK_COPY;  // the operation: 0 copy, 2 delete, 3 rename, 4 create folder
     int state = kStateRunning;

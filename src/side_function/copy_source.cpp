@@ -1,6 +1,6 @@
 #include "side_function/copy_source.h"
 
-#include <algorithm>
+#include <cstdlib>
 #include <utility>
 
 #include "base/path_text.h"
@@ -16,10 +16,9 @@ void remember_row(GtkTreeModel* model, GtkTreePath*, GtkTreeIter* iter, gpointer
     const std::string name = relay_hub::row_name(model, iter);
     if (name.empty() || name == "..")
         return;
-    relay_hub::RemoteItem item = relay_hub::remote_row(model, iter);
-    item.name = name;
-    item.path = relay_hub::join_remote_path(*static_cast<const std::string*>(folder), name);
-    relay_hub::copy_source.remembered.push_back(std::move(item));
+    const auto& base = *static_cast<const std::string*>(folder);
+    relay_hub::copy_source.remembered.push_back(
+        {name, relay_hub::join_remote_path(base, name), relay_hub::row_attributes(model, iter)});
 }
 
 }  // namespace
@@ -53,14 +52,13 @@ void free_old_copy_path() {
 
 namespace relay_hub {
 
-RemoteItem remote_row(GtkTreeModel* model, GtkTreeIter* iter) {
-    RemoteItem item;
-    item.type = row_text(model, iter, kColumnType) == translated("IDS_FH_FOLDER") ? kFolderItem : kFileItem;
-    item.size = row_text(model, iter, kColumnSizeValue);
-    item.created = row_text(model, iter, kColumnCreatedValue);
-    item.accessed = row_text(model, iter, kColumnAccessedValue);
-    item.modified = row_text(model, iter, kColumnModifiedValue);
-    return item;
+ItemAttributes row_attributes(GtkTreeModel* model, GtkTreeIter* iter) {
+    const auto number = [&](int column) {
+        return std::strtoll(row_text(model, iter, column).c_str(), nullptr, 10);
+    };
+    const bool is_folder = row_text(model, iter, kColumnType) == translated("IDS_FH_FOLDER");
+    return {is_folder ? kFolderItem : kFileItem, number(kColumnSizeValue), number(kColumnCreatedValue),
+            number(kColumnAccessedValue), number(kColumnModifiedValue)};
 }
 
 void remember_remote_selection(GtkWidget* tree_view, const std::string& folder) {

@@ -18,18 +18,10 @@ inline constexpr int kCutOffered = 4;
 
 namespace relay_hub {
 
-inline constexpr int kFileItem = 0;
-inline constexpr int kFolderItem = 1;
-
-// Attributes of one remote row, for a remote-to-local copy.
 struct RemoteItem {
     std::string name;
     std::string path;
-    int type = 0;  // kFileItem or kFolderItem
-    std::string size;
-    std::string created;
-    std::string accessed;
-    std::string modified;
+    ItemAttributes attributes;
 };
 
 // What was copied; the members are known by the fixed names below.
@@ -76,8 +68,7 @@ struct Offer {
 // The selected remote rows as they are now; kept at copy or drag time, so that browsing on loses nothing.
 void remember_remote_selection(GtkWidget* tree_view, const std::string& folder);
 const std::vector<RemoteItem>& remembered_remote_selection();
-// The row's attributes; name and path stay empty.
-RemoteItem remote_row(GtkTreeModel* model, GtkTreeIter* iter);
+ItemAttributes row_attributes(GtkTreeModel* model, GtkTreeIter* iter);
 
 // What was remembered last becomes the attributes of the copied (or cut) items, which later drags do not
 // touch.

@@ -1,6 +1,5 @@
 #include "side_function/drag_and_drop.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <string>
 #include <utility>
@@ -70,11 +69,8 @@ bool local_folder_takes_files(const std::string& folder) {
     return Gfile_check_file_type_permission(folder, &permission) == 0 && permission.writable != 0;
 }
 
-// What was dropped, in the order of the drag: splitting turns it round.
 relay_hub::Offer dropped(const std::string& text, const char* line_end, bool are_uris) {
-    relay_hub::Offer offer{Gfile_split_string_to_list(text, line_end, are_uris ? 1 : 0)};
-    std::reverse(offer.paths.begin(), offer.paths.end());
-    return offer;
+    return {relay_hub::split_in_order(text, line_end, are_uris)};
 }
 
 int receive_local_files(const std::string& uris) {

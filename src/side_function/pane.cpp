@@ -50,9 +50,8 @@ std::string Pane::path_of(const std::string& name) const {
 }
 
 std::vector<std::string> Pane::selection() const {
-    std::vector<std::string> names = get_selected_to_glist(list());
+    std::vector<std::string> names = selected_names(list());
     std::erase_if(names, [](const std::string& name) { return name.empty(); });
-    std::reverse(names.begin(), names.end());
     return names;
 }
 

@@ -57,9 +57,9 @@ constexpr Direction kToLocal{set_NP_VAL_CMD_COPY_REMOTE_TO_LOCAL, get_NP_VAL_CMD
 
 // Only the window knows its rows, so what they show is read here, before the worker starts.
 void read_live_attributes(__send_args& args) {
-    if (args.item_paths.empty())
+    if (args.items.empty())
         return;
-    const std::string& path = args.item_paths.front();
+    const std::string& path = args.items.front().path;
     const Pane pane = Pane::remote();
     const bool still_shown = pane.path_of(remote_base_name(path)) == path;
     set_file_system_attribute(still_shown ? pane.list() : nullptr, &args);
@@ -71,7 +71,7 @@ bool build_item_lists(const Direction& direction, ItemListJob& job) {
         return false;
     turn_main_loop_until([&worker] { return !worker.running(); });
     worker.join();
-    return worker.failure() == nullptr && !job.args.item_paths_hex.empty();
+    return worker.failure() == nullptr && !job.args.items.empty();
 }
 
 // What came of a copy, and what may go to the trash after it.
@@ -86,8 +86,8 @@ Pane::Arrival arrival_of(const __send_args& args, bool succeeded) {
     Pane::Arrival arrival;
     arrival.some_refused = args.refused;
     if (succeeded)
-        std::transform(args.item_paths.begin(), args.item_paths.end(), std::back_inserter(arrival.names),
-                       remote_base_name);
+        std::transform(args.items.begin(), args.items.end(), std::back_inserter(arrival.names),
+                       [](const RequestItem& item) { return remote_base_name(item.path); });
     return arrival;
 }
 
@@ -99,7 +99,8 @@ Copied copy_items(const Direction& direction, const OfferSource& source, std::ve
     args.target_path_hex = traced_unicode_hex(args.target_path);
     const Offer offer = source();
     tell_left(offer.foreign, "IDS_REASON_OTHER_MACHINE");
-    args.item_paths = offer.paths;
+    for (const std::string& path : offer.paths)
+        args.items.push_back({path, {}});
     args.is_move = offer.cut;
     if (!direction.to_remote)
         read_live_attributes(args);
@@ -140,29 +141,18 @@ int run_transfer(const Direction& direction, const OfferSource& source, std::vec
     return copied.result;
 }
 
-struct WantedItem {
-    __send_args& args;
-    std::unordered_multimap<std::string, std::size_t> places;  // by the name in the list
-};
-
-void store_attributes(__send_args& args, std::size_t place, const RemoteItem& item) {
-    args.item_types[place] = item.type;
-    args.item_sizes[place] = item.size;
-    args.item_creation_times[place] = item.created;
-    args.item_access_times[place] = item.accessed;
-    args.item_modification_times[place] = item.modified;
-}
+using ItemsByName = std::unordered_multimap<std::string, RequestItem*>;
 
 gboolean take_attributes(GtkTreeModel* model, GtkTreePath*, GtkTreeIter* iter, gpointer data) {
-    auto& wanted = *static_cast<WantedItem*>(data);
+    const auto& wanted = *static_cast<const ItemsByName*>(data);
     const std::string name = row_name(model, iter);
     if (name == "..")
         return FALSE;
-    const auto [first, last] = wanted.places.equal_range(name);
+    const auto [first, last] = wanted.equal_range(name);
     if (first == last)
         return FALSE;
-    const RemoteItem item = remote_row(model, iter);
-    std::for_each(first, last, [&](const auto& entry) { store_attributes(wanted.args, entry.second, item); });
+    const ItemAttributes attributes = row_attributes(model, iter);
+    std::for_each(first, last, [&](const auto& entry) { entry.second->attributes = attributes; });
     return FALSE;
 }
 
@@ -225,11 +215,11 @@ std::vector<std::string> Transfer::arrived(int result) {
     std::vector<std::string> paths;
     if (was_cancelled())
         return paths;
-    const bool reported_per_item = args_.arrived.size() == args_.item_paths.size();
+    const bool reported_per_item = args_.arrived.size() == args_.items.size();
     const bool all = args_.arrived.empty() && result == 0 && !args_.refused && !failure_shown_;
-    for (std::size_t item = 0; item < args_.item_paths.size(); ++item) {
+    for (std::size_t item = 0; item < args_.items.size(); ++item) {
         if (reported_per_item ? args_.arrived[item] == *wire::kYes : all)
-            paths.push_back(args_.item_paths[item]);
+            paths.push_back(args_.items[item].path);
     }
     return paths;
 }
@@ -239,8 +229,12 @@ bool Transfer::can_be_tried_again() const {
 }
 
 std::vector<std::string> Transfer::changed(int result) {
-    const bool all_went_well = result == 0 && !args_.refused && !failure_shown_ && !was_cancelled();
-    return all_went_well ? without(args_.item_paths, arrived(result)) : std::vector<std::string>();
+    if (result != 0 || args_.refused || failure_shown_ || was_cancelled())
+        return {};
+    std::vector<std::string> paths;
+    std::transform(args_.items.begin(), args_.items.end(), std::back_inserter(paths),
+                   [](const RequestItem& item) { return item.path; });
+    return without(paths, arrived(result));
 }
 
 int copy_to_remote_folder(const OfferSource& source) {
@@ -252,7 +246,7 @@ int copy_to_local_folder(const OfferSource& source, const std::vector<RemoteItem
 }
 
 int trash_remotely(Transfer& transfer, const std::vector<std::string>& paths) {
-    std::vector<std::string>& list = transfer.args().item_paths_hex;
+    std::vector<RequestItem>& list = transfer.args().items;
     for (auto path = paths.rbegin(); path != paths.rend(); ++path) {
         std::printf("delete [%s]\n", remote_base_name(*path).c_str());
         std::string hex = traced_unicode_hex(*path);
@@ -260,7 +254,7 @@ int trash_remotely(Transfer& transfer, const std::vector<std::string>& paths) {
             report({kRemotePaneUnit, __func__, __LINE__},
                    "the name cannot be sent, entry left alone:", *path);
         else
-            list.push_back(std::move(hex));
+            list.push_back({{}, std::move(hex)});
     }
     if (list.empty())
         return -1;
@@ -271,42 +265,34 @@ int trash_remotely(Transfer& transfer, const std::vector<std::string>& paths) {
 
 int build_xml_string(void* job) {
     __send_args& args = static_cast<relay_hub::ItemListJob*>(job)->args;
-    args.item_paths_hex.reserve(args.item_paths.size());
-    for (const std::string& path : args.item_paths) {
-        std::puts(path.c_str());
+    for (RequestItem& item : args.items) {
+        std::puts(item.path.c_str());
         ++Gfile_count;
-        args.item_paths_hex.push_back(relay_hub::traced_unicode_hex(path));
+        item.path_hex = relay_hub::traced_unicode_hex(item.path);
     }
     return 0;
 }
 
 int build_xml_string_2(void* job) {
     const auto& lists = *static_cast<relay_hub::ItemListJob*>(job);
-    std::unordered_map<std::string_view, const relay_hub::RemoteItem*> known;
+    std::unordered_map<std::string_view, ItemAttributes> known;
     for (const relay_hub::RemoteItem& item : lists.attributes)
-        known.emplace(item.path, &item);
-    __send_args& args = lists.args;
-    for (std::size_t place = 0; place < args.item_paths.size(); ++place) {
-        if (args.item_types[place] != relay_hub::kUnknownType)
-            continue;
-        const auto found = known.find(args.item_paths[place]);
-        relay_hub::store_attributes(args, place,
-                                    found == known.end() ? relay_hub::RemoteItem() : *found->second);
+        known.emplace(item.path, item.attributes);
+    for (RequestItem& item : lists.args.items) {
+        if (item.attributes.type == relay_hub::kUnknownType)
+            item.attributes = known[item.path];
     }
     return build_xml_string(job);
 }
 
 int set_file_system_attribute(GtkWidget* tree_view, __send_args* args) {
-    const std::size_t count = args->item_paths.size();
-    args->item_types.assign(count, relay_hub::kUnknownType);
-    for (auto* texts : {&args->item_sizes, &args->item_creation_times, &args->item_access_times,
-                        &args->item_modification_times})
-        texts->assign(count, "");
+    relay_hub::ItemsByName wanted;
+    for (RequestItem& item : args->items) {
+        item.attributes.type = relay_hub::kUnknownType;
+        wanted.emplace(relay_hub::remote_base_name(item.path), &item);
+    }
     if (tree_view == nullptr)
         return 0;
-    relay_hub::WantedItem wanted{*args, {}};
-    for (std::size_t place = 0; place < count; ++place)
-        wanted.places.emplace(relay_hub::remote_base_name(args->item_paths[place]), place);
     gtk_tree_model_foreach(gtk_tree_view_get_model(GTK_TREE_VIEW(tree_view)), relay_hub::take_attributes,
                            &wanted);
     return 0;

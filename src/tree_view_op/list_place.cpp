@@ -24,7 +24,7 @@ std::string name_at(GtkTreeView* view, GtkTreePath* path) {
 }  // namespace
 
 ListPlace::ListPlace(GtkWidget* tree_view)
-    : view_(GTK_TREE_VIEW(tree_view)), selected_(get_selected_to_glist(tree_view)) {
+    : view_(GTK_TREE_VIEW(tree_view)), selected_(selected_names(tree_view)) {
     GtkTreePath* path = nullptr;
     gtk_tree_view_get_cursor(view_, &path, nullptr);
     const PathPtr cursor(path);

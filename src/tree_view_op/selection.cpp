@@ -40,6 +40,11 @@ GList* get_selected_to_treepath_list(GtkWidget* tree_view) {
 }
 
 std::vector<std::string> get_selected_to_glist(GtkWidget* tree_view) {
+    const std::vector<std::string> names = relay_hub::selected_names(tree_view);
+    return {names.rbegin(), names.rend()};
+}
+
+std::vector<std::string> relay_hub::selected_names(GtkWidget* tree_view) {
     std::vector<std::string> names;
     const std::unique_ptr<GList, TreePathListFree> paths(get_selected_to_treepath_list(tree_view));
     for (const GList* node = paths.get(); node != nullptr; node = node->next) {
@@ -51,7 +56,6 @@ std::vector<std::string> get_selected_to_glist(GtkWidget* tree_view) {
         if (name != "..")
             names.push_back(std::move(name));
     }
-    std::reverse(names.begin(), names.end());
     return names;
 }
 
@@ -127,7 +131,7 @@ void move_cursor_alone(GtkTreeView* tree_view, GtkTreePath* path) {
 }
 
 std::string name_to_rename(GtkWidget* tree_view) {
-    const std::vector<std::string> names = get_selected_to_glist(tree_view);
+    const std::vector<std::string> names = selected_names(tree_view);
     GtkTreePath* at = nullptr;
     gtk_tree_view_get_cursor(GTK_TREE_VIEW(tree_view), &at, nullptr);
     const TreePathPtr path(at);
@@ -138,7 +142,7 @@ std::string name_to_rename(GtkWidget* tree_view) {
         if (name != "..")
             return name;
     }
-    return names.empty() ? "" : names.back();
+    return names.empty() ? "" : names.front();
 }
 
 void select_row_near(GtkWidget* tree_view, int position) {

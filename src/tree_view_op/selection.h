@@ -14,6 +14,8 @@ gboolean treeview_selected_callback(GtkTreeSelection* selection, GtkTreeModel* m
 
 namespace relay_hub {
 
+// The same in the list's order.
+std::vector<std::string> selected_names(GtkWidget* tree_view);
 // Selects the row of that name (and no other), scrolls to it and puts the cursor there. False if there is
 // none.
 bool select_row_by_name(GtkWidget* tree_view, const std::string& name);

@@ -220,7 +220,7 @@ void on_popup_menu_paste(GtkWidget* item, gpointer tree_view) {
 void on_popup_menu_delete(GtkWidget* item, gpointer tree_view) {
     std::puts("delete!");
     const __single* side = free_side(tree_view);
-    if (side == nullptr || get_selected_to_glist(side->tree_view).empty())
+    if (side == nullptr || relay_hub::selected_names(side->tree_view).empty())
         return;
     {
         const WindowWork work;

@@ -315,7 +315,7 @@ void reload_remote_folder() {
         return;
     }
     const BusyDialog busy;
-    const std::vector<std::string> selected = get_selected_to_glist(side->tree_view);
+    const std::vector<std::string> selected = selected_names(side->tree_view);
     clean_tree_view(side->tree_view);
     if (right_treeview_load_file(main_window(), folder) == 0 && selected.size() == 1)
         select_row_by_name(side->tree_view, selected.front());

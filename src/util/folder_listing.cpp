@@ -144,13 +144,19 @@ void Gfile_show_linked_list() {
 
 std::vector<std::string> Gfile_split_string_to_list(const std::string& text, const char* delimiters,
                                                     int uri_flag) {
+    const std::vector<std::string> parts = relay_hub::split_in_order(text, delimiters, uri_flag != 0);
+    return {parts.rbegin(), parts.rend()};
+}
+
+std::vector<std::string> relay_hub::split_in_order(const std::string& text, const char* delimiters,
+                                                   bool are_uris) {
     std::vector<std::string> parts;
     const char* remaining = text.c_str();
     while (*(remaining += std::strspn(remaining, delimiters)) != '\0') {
         std::string part(remaining, std::strcspn(remaining, delimiters));
         remaining += part.size();
         part.resize(std::min(part.size(), part.find('\r')));
-        if (uri_flag == 0) {
+        if (!are_uris) {
             parts.push_back(std::move(part));
         } else if (const auto path = relay_hub::local_path_of_uri(part)) {
             parts.push_back(*path);
@@ -158,7 +164,6 @@ std::vector<std::string> Gfile_split_string_to_list(const std::string& text, con
             relay_hub::report(FILE_OP_HERE, "no file of this machine:", part);
         }
     }
-    std::reverse(parts.begin(), parts.end());
     return parts;
 }
 

@@ -48,3 +48,10 @@ void Gfile_show_linked_list();
 // uri_flag each is a file URI made a local path; one that is no local file is left out.
 std::vector<std::string> Gfile_split_string_to_list(const std::string& text, const char* delimiters,
                                                     int uri_flag);
+
+namespace relay_hub {
+
+// The same in the order of the text.
+std::vector<std::string> split_in_order(const std::string& text, const char* delimiters, bool are_uris);
+
+}  // namespace relay_hub

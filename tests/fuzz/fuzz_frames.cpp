@@ -29,7 +29,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     while (!remaining.empty() && end == ReadEnd::timed_out) {
         // A last piece takes what remains, as far as there is room.
         const std::size_t wanted = at < kPieces ? data[at] : kCapacity;
-        const std::string_view piece = remaining.substr(0, std::min(std::max<std::size_t>(wanted, 1), kCapacity));
+        const std::string_view piece =
+            remaining.substr(0, std::min(std::max<std::size_t>(wanted, 1), kCapacity));
         remaining.remove_prefix(piece.size());
         ++at;
         pipe.put(piece);

@@ -188,12 +188,13 @@ class CallingBack : public Serving {
 };
 
 TEST_F(CallingBack, AnswersOfAPaddedFrame) {
-    const std::pair<const char*, OverwriteAnswer> cases[] = {{"NP_Copy_Confirmation_Yes", OverwriteAnswer::kYes},
-                                                    {"NP_Copy_Confirmation_No", OverwriteAnswer::kNo},
-                                                    {"NP_Copy_Confirmation_No_To_All", OverwriteAnswer::kNoToAll},
-                                                    {"NP_Copy_Confirmation_Replace_All", OverwriteAnswer::kReplaceAll},
-                                                    {"NP_Copy_Confirmation_Cancel", OverwriteAnswer::kCancel},
-                                                    {"Other", OverwriteAnswer::kNone}};
+    const std::pair<const char*, OverwriteAnswer> cases[] = {
+        {"NP_Copy_Confirmation_Yes", OverwriteAnswer::kYes},
+        {"NP_Copy_Confirmation_No", OverwriteAnswer::kNo},
+        {"NP_Copy_Confirmation_No_To_All", OverwriteAnswer::kNoToAll},
+        {"NP_Copy_Confirmation_Replace_All", OverwriteAnswer::kReplaceAll},
+        {"NP_Copy_Confirmation_Cancel", OverwriteAnswer::kCancel},
+        {"Other", OverwriteAnswer::kNone}};
     listen();
     for (const auto& [field, answer] : cases) {
         next_answer = std::string("<ZEVMSG><") + field + ">Y</" + field + "></ZEVMSG>";

@@ -24,13 +24,9 @@ __send_args nasty_args() {
     args.list_path_hex = args.source_path_hex = kNameHex;
     args.target_path = "/to & fro";
     args.target_path_hex = "TARGET";
-    args.item_paths = {kName, "C:\\folder", "C:\\odd", "C:\\untyped"};
-    args.item_paths_hex = {kNameHex, "FOLDER", "ODD", "UNTYPED"};
-    args.item_types = {0, 1, 2};
-    args.item_sizes = {"5000000000", "2147483648"};
-    args.item_creation_times = {"132000000000000001", "1"};
-    args.item_access_times = {"4294967296", "2"};
-    args.item_modification_times = {"4294967295"};
+    args.items = {{kName, kNameHex, {kFileItem, 5000000000, 132000000000000001, 4294967296, 4294967295}},
+                  {"C:\\folder", "FOLDER", {kFolderItem, 2147483648, 1, 2}},
+                  {"C:\\odd", "ODD", {2}}};
     return args;
 }
 
@@ -74,8 +70,7 @@ TEST(RequestBuilders, EveryRequestHasItsExactBytesAndTraces) {
     const std::string path = "<TG>{name}</TG><TF>{hex}</TF>";
     const std::string paths = "<TJ>{hex}</TJ><TK>TARGET</TK>";
     const std::string items =
-        "<T8><Line><TF>{hex}</TF></Line><Line><TF>FOLDER</TF></Line>"
-        "<Line><TF>ODD</TF></Line><Line><TF>UNTYPED</TF></Line></T8>";
+        "<T8><Line><TF>{hex}</TF></Line><Line><TF>FOLDER</TF></Line><Line><TF>ODD</TF></Line></T8>";
     // clang-format off
     const RequestRow rows[] = {
         {set_NP_VAL_CMD_GET_FILE_LIST, "Get_File_List", "GET_FILE_LIST", "Send", path},
@@ -126,8 +121,7 @@ TEST(RequestBuilders, LocalItemsCarryTheirOwnStatusAndVanishedOnesZeros) {
     __send_args args;
     args.target_path = "C:\\";
     args.target_path_hex = "HEX";
-    args.item_paths = {file, folder.at("gone"), "no hex form"};
-    args.item_paths_hex = {"F", "G"};
+    args.items = {{file, "F"}, {folder.at("gone"), "G"}};
     testing::internal::CaptureStderr();
     EXPECT_EQ(set_NP_VAL_CMD_COPY_LOCAL_TO_REMOTE(&args), 0);
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
@@ -138,7 +132,7 @@ TEST(RequestBuilders, LocalItemsCarryTheirOwnStatusAndVanishedOnesZeros) {
         "<ZEVMSG><NP_Cmd>NP_Cmd_Local_To_Remote</NP_Cmd><T8><Line><T9>" + file + "</T9><TB>F</TB>" + target +
         embedded("TN 0 TZ 0 TZ1 5 TP 0 TQ " + std::to_string(record(file).st_ctime) +
                  " TS -1 TT -1 TV 2 TW 705032704") +
-        "</Line><Line><T9>" + args.item_paths[1] + "</T9><TB>G</TB>" + target +
+        "</Line><Line><T9>" + args.items[1].path + "</T9><TB>G</TB>" + target +
         embedded("TN 0 TZ 0 TZ1 0 TP 0 TQ 0 TS 0 TT 0 TV 0 TW 0") + "</Line></T8></ZEVMSG>";
     ASSERT_EQ(engine.frames().size(), 1U);
     EXPECT_EQ(engine.frames()[0], frame(command_body(text)));

@@ -19,7 +19,7 @@ struct Request {
 
 // The client's side of two pipes.
 inline std::unique_ptr<Connection> channel_on(test::Pipe& up, test::Pipe& down,
-                                           std::function<std::string()> last_words) {
+                                              std::function<std::string()> last_words) {
     for (const int end : {up.writer.get(), down.reader.get()})
         fcntl(end, F_SETFL, O_NONBLOCK);
     return std::make_unique<Connection>(std::move(up.writer), std::move(down.reader), std::move(last_words));
