@@ -195,23 +195,25 @@ TEST_F(RemotePane, OfWhatIsMovedOnlyWhatArrivedGoesToTheTrash) {
     relay_hub::set_current_folder(get_UI_sets()->left_side, target.at().c_str());
     const std::string a = field("Line", hex_field("TF", "/home/a"));
     const std::string b = field("Line", hex_field("TF", "/home/b"));
-    const std::pair<std::string, std::string> cases[] = {
-        {kSuccess, b + a},  // an engine that tells of no item
-        {kSuccess + field("NP_Move_Arrived", "YN"), a},
-        {kSuccess + field("NP_Move_Arrived", "NN"), ""},
-        {kSuccess + field("NP_Move_Arrived", "Y"), ""},
-        {kRefused, ""},
-        {kRefused + field("NP_Move_Arrived", "NY"), b}};
-    for (const auto& [answer, trashed] : cases) {
+    const char* const changed = "IDS_MSG_ITEMS_FAILED";
+    const std::tuple<std::string, std::string, const char*> cases[] = {
+        {kSuccess, b + a, ""},  // an engine that tells of no item
+        {kSuccess + field("NP_Move_Arrived", "YN"), a, changed},
+        {kSuccess + field("NP_Move_Arrived", "NN"), "", changed},
+        {kSuccess + field("NP_Move_Arrived", "Y"), "", changed},
+        {kRefused, "", "disk full"},
+        {kRefused + field("NP_Move_Arrived", "NY"), b, "disk full"}};
+    for (const auto& [answer, trashed, told] : cases) {
         show("/home", line("a", "0") + line("b", "0"));
         remote_.select({1, 2});
         relay_hub::run_action(relay_hub::Pane::remote(), relay_hub::Action::cut);
         answer_ = message(answer);
         const std::size_t before = engine_.requests("Trash").size();
-        const When box([] { return find_window_with("disk full") != nullptr; },
-                       [this] {
+        const std::string text = told;
+        const When box([&text] { return !text.empty() && find_window_with(text) != nullptr; },
+                       [this, &text] {
                            answer_ = message(kSuccess);
-                           gtk_dialog_response(GTK_DIALOG(find_window_with("disk full")), GTK_RESPONSE_OK);
+                           gtk_dialog_response(GTK_DIALOG(find_window_with(text)), GTK_RESPONSE_OK);
                        });
         const When stayed([] { return find_window_with("IDS_MSG_ITEMS_FAILED") != nullptr; },
                           [] {
