@@ -404,18 +404,17 @@ class Desktop:
         self.entry(side).set_text_contents(path)
         find(self.side(side), "push button").do_action(0)
 
-    def clicks(self):
-        """How often a path was entered."""
-        return self.output().count("on_button_1_clicked\n")
-
     def go(self, side, path, *rows, count=None):
-        """Enters a path, and waits until it was read and exactly these rows, or that many, are shown."""
-        clicks = self.clicks()
+        """Enters a path, and waits until exactly these rows, or that many, are shown. The rows of the folder before may
+        be the same, and a busy window passes over what is entered: what counts is that it says what it reads."""
+        def reads():
+            return self.output().count(f"{path} total size is " if side == LOCAL else "real path: ")
+        before = reads()
 
         def there():
             shown = self.row_count(side) if count else sorted(name for name in self.rows(side) if name != "..")
-            return shown == (count or sorted(rows)) and self.clicks() > clicks and not self.dialog()
-        act_until(there, lambda: self.enter(side, path), 15, 60, what=f"the rows of {path}")
+            return reads() > before and shown == (count or sorted(rows)) and not self.dialog()
+        act_until(there, lambda: self.enter(side, path), 10, 60, what=f"the rows of {path}")
 
     def drag(self, start, end, seen):
         """Drags from one point to another; lets go once seen() has counted two answers of the target more."""
@@ -435,8 +434,8 @@ class Desktop:
         """Selects rows, if any are named, and acts to put what is selected on the clipboard."""
         if names:
             self.select(side, *names)
-        before = self.output().count("create new memory")
-        act_until(lambda: self.output().count("create new memory") > before, act, what="the clipboard's new content")
+        before = self.output().count("set data is [")
+        act_until(lambda: self.output().count("set data is [") > before, act, what="the clipboard's new content")
 
     @staticmethod
     def clipboard(target, *options, **more):

@@ -186,12 +186,12 @@ sed -i 1d {self.path("answers")}
         self.start_dialog()
         rows = [node.get_name() for node in children(find(d.dialog(), "table")) if node.get_name()]
         self.assertEqual(rows, ["tower", "from the SSH configuration", "nas", "from the SSH configuration"])
-        cases = ((("anna laptop",), (), "not the name or address"),
-                 (("nowhere.invalid",), (), "No computer named “nowhere.invalid”"),
-                 ((f"anna@127.0.0.1:{free_port()}",), (), "refused"),
-                 ((self.neighbour.address,), ("no",), "was not confirmed"),
-                 ((self.neighbour.address,), ("yes", "a", "b", "c"), "did not let you log in"))
-        for (address,), answers, words in cases:
+        cases = (("anna laptop", (), "not the name or address"),
+                 ("nowhere.invalid", (), "No computer named “nowhere.invalid”"),
+                 (f"anna@127.0.0.1:{free_port()}", (), "refused"),
+                 (self.neighbour.address, ("no",), "was not confirmed"),
+                 (self.neighbour.address, ("yes", "a", "b", "c"), "did not let you log in"))
+        for address, answers, words in cases:
             self.answers(*answers)
             self.connect_to(address)
             self.message(words)
@@ -208,8 +208,8 @@ sed -i 1d {self.path("answers")}
         self.connect_to(f"127.0.0.1:{silent.getsockname()[1]}")
         self.message("Connecting to")
         d.key("Escape")
-        wait_for(lambda: find(d.dialog(), "push button", "Connect") and
-                 has_state(find(d.dialog(), "push button", "Connect"), STATES.SENSITIVE), 4, what="the end of the attempt")
+        wait_for(lambda: has_state(find(d.dialog(), "push button", "Connect"), STATES.SENSITIVE), 4,
+                 what="the end of the attempt")
         d.key("Escape")
         self.assertEqual(d.window.wait(5 * SLOW), 1)
         self.assertEqual(self.left(), [])
@@ -275,7 +275,8 @@ class Announced(Dialog):
         wait_for(lambda: os.path.exists(bus), what="the system bus")
         networks = [d.spawn(["unshare", "--net", "sleep", "1000"]) for _ in range(2)]
         for network in networks:
-            wait_for(lambda: os.readlink(f"/proc/{network.pid}/ns/net") != os.readlink("/proc/self/ns/net"), what="a network")
+            wait_for(lambda: os.readlink(f"/proc/{network.pid}/ns/net") != os.readlink("/proc/self/ns/net"),
+                     what="a network")
         self.enter = [["nsenter", "--net", f"--target={network.pid}"] for network in networks]
         run(*self.enter[0], "ip", "link", "add", "near0", "type", "veth", "peer", "far0", "netns", str(networks[1].pid))
         for enter, name in zip(self.enter, ("near0", "far0")):

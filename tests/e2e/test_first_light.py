@@ -4,7 +4,7 @@ import subprocess
 import time
 import unittest
 
-from common import SLOW, main, tree_of, wait_for, write, write_odd_tree
+from common import LIMIT, SLOW, main, tree_of, wait_for, write, write_odd_tree
 from desktop import ENGINE, LOCAL, REMOTE, DesktopTest, labels
 
 
@@ -68,7 +68,7 @@ class EngineCommandLine(unittest.TestCase):
                  (["--help"], 0, ""), (["--version"], 0, "")]
         for options, status, word in cases:
             with self.subTest(options=options):
-                result = subprocess.run([ENGINE, *options], capture_output=True, text=True, timeout=10, check=False)
+                result = subprocess.run([ENGINE, *options], capture_output=True, text=True, timeout=LIMIT, check=False)
                 self.assertEqual(result.returncode, status)
                 self.assertIn(word, result.stderr)
 

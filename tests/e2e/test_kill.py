@@ -138,21 +138,19 @@ class Kill(DesktopTest):
         d = self.desktop
         d.wait_keyboard("Relay Hub")
         wait_for(lambda: "click after\n" in d.output(), what="the remote pane to be filled")
-        panes = (0.25, 0.75)[::1 if upwards else -1]
-        self.press(panes[0], "create new memory", "ctrl+a", "ctrl+c")
-        self.press(panes[1], "_TO_", "ctrl+v")
+        act_until(lambda: "_TO_" in d.output(), lambda: self.carry((0.25, 0.75)[::1 if upwards else -1]), 3,
+                  what="the copy to begin")
         if replacing:
             d.wait_keyboard("Confirmation")
             d.xdo("key", "Tab", "Return")  # from No to Replace All
             wait_for(lambda: "Replace_All>Y<" in d.output(), what="the copy to go on")
 
-    def press(self, pane, effect, *keys):
-        """In one of the panes, and again when that shows no effect: while it is filled, keys do nothing."""
-        def act():
-            left, top, width, height = geometry()
+    def carry(self, panes):
+        """Again when that shows no effect: while a list is filled, keys do nothing."""
+        left, top, width, height = geometry()
+        for pane, keys in zip(panes, (("ctrl+a", "ctrl+c"), ("ctrl+v",))):
             self.desktop.click((int(left + width * pane), int(top + height * 0.8)))  # below the rows
             self.desktop.xdo("key", *keys)
-        act_until(lambda: effect in self.desktop.output(), act, 3, what=f"the effect of {keys}")
 
     def test_window_dies_sending(self):
         self.kill_windows(True, False)

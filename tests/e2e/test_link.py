@@ -62,6 +62,10 @@ class LinkTest(DesktopTest):
         wait_for(lambda: not self.desktop.dialog("Confirmation"), what="the question to close")
         return self.desktop.wait_dialog("File Operations")
 
+    def kill_in_copy(self):
+        self.hang_copy()
+        self.tell_engine(signal.SIGKILL)
+
     def check_live(self, seconds):
         """The window answers all the while."""
         frame, end = self.desktop.frame(), time.monotonic() + seconds
@@ -111,8 +115,7 @@ class Recovery(LinkTest):
 
     def test_engine_dies_in_the_middle_of_a_copy(self):
         self.start()
-        self.hang_copy()
-        self.tell_engine(signal.SIGKILL)
+        self.kill_in_copy()
         self.check_live(1)
         self.assertIn("Operation Fail.", self.desktop.take_notes(give_up=True))
         self.desktop.start_engine()
@@ -139,10 +142,6 @@ class Leaving(LinkTest):
     def ask(self, side, item):
         self.desktop.menu(side, item, "up")
         self.desktop.wait_dialog()
-
-    def kill_in_copy(self):
-        self.hang_copy()
-        self.tell_engine(signal.SIGKILL)
 
     def test_closing_in_every_state(self):
         states = {"idle": lambda: None, "off line": self.go_off_line, "hung listing": self.hang_listing,

@@ -185,7 +185,7 @@ class Move(DesktopTest):
                             file.truncate()
                             file.write(b"other")
                         contents["050"] = b"other"
-                    wait_for(lambda: d.error_box() or not os.path.exists(os.path.join(source, "set")), 60,
+                    wait_for(lambda: d.error_box() or not os.path.exists(os.path.join(source.disk, "set")), 60,
                              what="a word about what stays")
                 else:
                     d.kill(getattr(d, kind))
