@@ -7,7 +7,7 @@ SLIPS = [
     # What both programs stand on.
     ("frame length the wrong way round", BASE + "frame.cpp", "length >> (8 * i) & 0xFFU", "length >> (24 - 8 * i) & 0xFFU",
      ["test_base --gtest_filter=Frames*", "test_name_pipe"]),
-    ("frame reads into the next one", BASE + "frame.cpp", "std::min(chunk.size(), progress.wanted())", "chunk.size()",
+    ("frame reads into the next one", BASE + "frame.cpp", "std::min(kReadChunk, progress.wanted())", "kReadChunk",
      ["test_base --gtest_filter=Frames*"]),
     ("dripping frame held without limit", BASE + "frame.cpp", "Clock::now() >= *patience.total && !progress", "false && !progress",
      ["test_base --gtest_filter=Frames*"]),
