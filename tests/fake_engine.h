@@ -19,9 +19,10 @@ inline std::string command_body(const std::string& text) {
     return kMarker + text;
 }
 
-inline double thread_seconds() {
+// Of processor time, by a clock of this thread or process.
+inline double used_seconds(clockid_t clock) {
     timespec used = {};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+    clock_gettime(clock, &used);
     return static_cast<double>(used.tv_sec) + static_cast<double>(used.tv_nsec) / 1e9;
 }
 

@@ -4,62 +4,170 @@
 #include <gtk/gtk.h>
 
 #include "sandbox.h"
+#include "tree_view_op/file_list_view.h"
+#include "when.h"
 
 namespace gui_test {
 
 using test::Names;
 using test::Sandbox;
 
-inline constexpr std::chrono::milliseconds kLimit{10000};
-
 // Turns the main loop until done() or the limit; true when done.
-bool run_until(const std::function<bool()>& done, std::chrono::milliseconds limit = kLimit);
+inline bool run_until(const std::function<bool()>& done) {
+    const auto deadline = test::Clock::now() + std::chrono::seconds(10);
+    const guint ticks = g_timeout_add(
+        5, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);
+    bool is_done = done();
+    while (!is_done && test::Clock::now() < deadline) {
+        gtk_main_iteration();
+        is_done = done();
+    }
+    g_source_remove(ticks);
+    return is_done;
+}
+
 // Serves what is waiting now.
-void run_pending();
+inline void run_pending() {
+    while (gtk_events_pending())
+        gtk_main_iteration();
+}
+
+struct Search {
+    const std::function<bool(GtkWidget*)>& matches;
+    GtkWidget* found = nullptr;
+    static void below(GtkWidget* widget, gpointer data) {
+        auto* search = static_cast<Search*>(data);
+        if (search->found != nullptr || !gtk_widget_get_visible(widget))
+            return;
+        if (search->matches(widget))
+            search->found = widget;
+        else if (GTK_IS_CONTAINER(widget))
+            gtk_container_forall(GTK_CONTAINER(widget), below, data);
+    }
+};
+
+// The first visible widget below root for which matches() holds, or null.
+inline GtkWidget* find_widget(GtkWidget* root, const std::function<bool(GtkWidget*)>& matches) {
+    Search search{matches};
+    Search::below(root, &search);
+    return search.found;
+}
+
+inline GtkWidget* find_button(GtkWidget* root, const std::string& label) {
+    return find_widget(root, [&](GtkWidget* widget) {
+        const char* its_label = GTK_IS_BUTTON(widget) ? gtk_button_get_label(GTK_BUTTON(widget)) : nullptr;
+        return its_label != nullptr && label == its_label;
+    });
+}
+
+inline GtkWidget* find_entry(GtkWidget* root) {
+    return find_widget(root, [](GtkWidget* widget) { return GTK_IS_ENTRY(widget); });
+}
+
+// The texts of all visible labels below root, one a line.
+inline std::string label_texts(GtkWidget* root) {
+    std::string texts;
+    find_widget(root, [&](GtkWidget* widget) {
+        if (GTK_IS_LABEL(widget))
+            texts += std::string(gtk_label_get_text(GTK_LABEL(widget))) + "\n";
+        return false;
+    });
+    return texts;
+}
 
 // The visible toplevel with that title, or with that text in one of its labels; null when there is none.
-GtkWidget* find_window(const std::string& title);
-GtkWidget* find_window_with(const std::string& text);
-// The first visible widget below root for which matches() holds, or null.
-GtkWidget* find_widget(GtkWidget* root, const std::function<bool(GtkWidget*)>& matches);
-GtkWidget* find_button(GtkWidget* root, const std::string& label);
-GtkWidget* find_entry(GtkWidget* root);
-// The texts of all visible labels below root, one a line.
-std::string label_texts(GtkWidget* root);
+inline GtkWidget* find_window(const std::string& text) {
+    GtkWidget* found = nullptr;
+    GList* windows = gtk_window_list_toplevels();
+    for (const GList* node = windows; node != nullptr && found == nullptr; node = node->next) {
+        GtkWidget* window = GTK_WIDGET(node->data);
+        const char* title = gtk_window_get_title(GTK_WINDOW(window));
+        const bool matches = title != nullptr && text == title;
+        if (gtk_widget_get_visible(window) &&
+            (matches || label_texts(window).find(text) != std::string::npos))
+            found = window;
+    }
+    g_list_free(windows);
+    return found;
+}
+
 // A key press and release as the window would deliver it.
-bool press_key(GtkWidget* widget, guint key, guint modifiers = 0);
+inline bool press_key(GtkWidget* widget, guint key, guint modifiers = 0) {
+    GdkEvent* event = gdk_event_new(GDK_KEY_PRESS);
+    event->key.window = GDK_WINDOW(g_object_ref(gtk_widget_get_window(widget)));
+    event->key.keyval = key;
+    event->key.state = modifiers;
+    event->key.time = GDK_CURRENT_TIME;
+    gboolean handled = FALSE;
+    g_signal_emit_by_name(widget, "key-press-event", event, &handled);
+    gdk_event_free(event);
+    return handled != FALSE;
+}
 
 // What a window manager's close button does.
-void close_as_the_window_manager(GtkWidget* window);
+inline void close_as_the_window_manager(GtkWidget* window) {
+    GdkEvent* event = gdk_event_new(GDK_DELETE);
+    event->any.window = GDK_WINDOW(g_object_ref(gtk_widget_get_window(window)));
+    gtk_main_do_event(event);
+    gdk_event_free(event);
+}
+
 // A list's texts of one column from top to bottom.
-Names column_texts(GtkTreeModel* model, int column);
-void select_rows(GtkWidget* view, const std::vector<int>& rows);
+inline Names column_texts(GtkTreeModel* model, int column) {
+    Names found;
+    GtkTreeIter iter;
+    for (gboolean more = gtk_tree_model_get_iter_first(model, &iter); more;
+         more = gtk_tree_model_iter_next(model, &iter))
+        found.push_back(relay_hub::row_text(model, &iter, column));
+    return found;
+}
 
-// Does step as soon as ready() holds while somebody else turns the main loop: how a test answers a modal
-// dialog. The destructor calls it off; check done().
-class When {
-  public:
-    When(std::function<bool()> ready, std::function<void()> step);
-    When(const When&) = delete;
-    When& operator=(const When&) = delete;
-    ~When();
-    [[nodiscard]] bool done() const { return done_; }
+inline void select_rows(GtkWidget* view, const std::vector<int>& rows) {
+    GtkTreeSelection* selection = gtk_tree_view_get_selection(GTK_TREE_VIEW(view));
+    gtk_tree_selection_unselect_all(selection);
+    for (const int row : rows) {
+        GtkTreePath* path = gtk_tree_path_new_from_indices(row, -1);
+        gtk_tree_selection_select_path(selection, path);
+        gtk_tree_path_free(path);
+    }
+}
 
-  private:
-    static gboolean look(gpointer self);
-    std::function<bool()> ready_;
-    std::function<void()> step_;
-    guint source_ = 0;
-    bool done_ = false;
+// Under the GDK lock, as a handler of the window.
+struct When : test::When {
+    When(std::function<bool()> ready, std::function<void()> step)
+        : test::When(std::move(ready), std::move(step), gdk_threads_add_timeout) {}
+};
+// Answers the dialog that find_window(text) finds, once it is there.
+struct WhenAsked : When {
+    WhenAsked(const std::string& text, int response)
+        : When([text] { return find_window(text) != nullptr; },
+               [text, response] { gtk_dialog_response(GTK_DIALOG(find_window(text)), response); }) {}
 };
 
 // A list of the window's kind: a store of 11 texts under the columns of a pane, in a window that is shown.
 class PaneList {
   public:
-    PaneList();
+    PaneList() : window_(gtk_window_new(GTK_WINDOW_TOPLEVEL)), view_(gtk_tree_view_new()) {
+        GType types[kColumnCount];
+        for (GType& type : types)
+            type = G_TYPE_STRING;
+        store_ = gtk_list_store_newv(kColumnCount, types);
+        set_list_treeview(view_);
+        gtk_tree_view_set_model(GTK_TREE_VIEW(view_), GTK_TREE_MODEL(store_));
+        gtk_tree_selection_set_mode(gtk_tree_view_get_selection(GTK_TREE_VIEW(view_)),
+                                    GTK_SELECTION_MULTIPLE);
+        GtkWidget* scroller = gtk_scrolled_window_new(nullptr, nullptr);
+        gtk_container_add(GTK_CONTAINER(scroller), view_);
+        gtk_container_add(GTK_CONTAINER(window_), scroller);
+        gtk_window_set_default_size(GTK_WINDOW(window_), 350, 300);
+        gtk_widget_show_all(window_);
+    }
     PaneList(const PaneList&) = delete;
     PaneList& operator=(const PaneList&) = delete;
-    ~PaneList();
+    ~PaneList() {
+        gtk_widget_destroy(window_);
+        g_object_unref(store_);
+    }
     [[nodiscard]] GtkWidget* view() const { return view_; }
     [[nodiscard]] GtkListStore* store() const { return store_; }
     [[nodiscard]] Names texts(int column) const { return column_texts(GTK_TREE_MODEL(store_), column); }

@@ -1,31 +1,67 @@
 #pragma once
 // Two panes without the window's handlers, and an engine that answers by a script.
 #include <gmock/gmock.h>
-#include <gtk/gtk.h>
 
 #include "fake_engine.h"
 #include "gui/gui_fixture.h"
+#include "link_engine/request_builders.h"
+#include "link_engine/transfer_state.h"
+#include "side_function/clipboard.h"
 #include "window/ui_sets.h"
 
 namespace gui_test {
 
 using test::FakeEngine;
 
-std::string message(const std::string& fields);
-extern const std::string kSuccess;
+inline const std::string kSuccess = "<T1>NP_Exe_Result_Success</T1>";
+
+inline std::string message(const std::string& fields) {
+    return "<ZEVMSG>" + fields + "</ZEVMSG>";
+}
+
 // A "Line" of a file list; kind "0" is a file.
-std::string line(const std::string& name, const std::string& kind, const std::string& size = "5");
+inline std::string line(const std::string& name, const std::string& kind, const std::string& size = "5") {
+    return "<Line><TA>" + name + "</TA><TY>" + size + "</TY><TZ2>" + size +
+           " B</TZ2><TO>100</TO><TR>200</TR><TU>300</TU><TH>" + kind + "</TH></Line>";
+}
 
 class Panes : public testing::Test {
   protected:
-    Panes();
-    ~Panes() override;
+    Panes() {
+        get_UI_sets()->main_window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+        fill_side(sub[0], local_.view());
+        fill_side(sub[1], remote_.view());
+        relay_hub::hold_widgets();
+        relay_hub::end_offer();
+        CleanUpInformationVar();
+    }
+    ~Panes() override {
+        gtk_widget_destroy(get_UI_sets()->main_window);
+        relay_hub::release_widgets();
+        relay_hub::end_offer();
+    }
     // The side's list as it stands, names joined by blanks; the selected ones likewise.
-    static std::string names(const PaneList& list);
-    static std::string selected(const PaneList& list);
+    static std::string names(const PaneList& list) { return joined(list.texts(kColumnName)); }
+    static std::string selected(const PaneList& list) { return joined(get_selected_to_glist(list.view())); }
 
     PaneList local_;
     PaneList remote_;
+
+  private:
+    static void fill_side(__single& side, GtkWidget* tree_view) {
+        side.tree_view = tree_view;
+        side.status_label = gtk_label_new("");
+        side.path_entry = gtk_entry_new();
+        GtkListStore* store = gtk_list_store_new(3, G_TYPE_STRING, G_TYPE_STRING, G_TYPE_STRING);
+        side.drive_combo = gtk_combo_box_new_with_model(GTK_TREE_MODEL(store));
+        g_object_unref(store);
+    }
+    static std::string joined(const Names& texts) {
+        std::string all;
+        for (const std::string& text : texts)
+            all += (all.empty() ? "" : " ") + text;
+        return all;
+    }
 };
 
 }  // namespace gui_test

@@ -32,23 +32,20 @@ void answer_box(std::string* texts) {
     gtk_dialog_response(GTK_DIALOG(box), GTK_RESPONSE_OK);
 }
 
-TEST(MessageDialog, ShowsTextsAsTheyAre) {
+TEST(MessageDialog, ShowsTextsAsTheyAreAndNothingWithoutOne) {
     const char* const cases[][3] = {{"100%% of %s <b>", nullptr, "100% of %s <b>\n"},
                                     {"", "reason", "reason\n"},
                                     {"a\u202Eb", "1\n2", "a\\u202Eb\n1\n2\n"},
-                                    {"a\xff", "%d & <i>", "a\xEF\xBF\xBD\n%d & <i>\n"}};
+                                    {"a\xff", "%d & <i>", "a\xEF\xBF\xBD\n%d & <i>\n"},
+                                    {"", nullptr, ""}};
     for (const auto& [primary, secondary, expected] : cases) {
         std::string shown;
         const When answered([] { return a_box_is_over(nullptr); }, [&] { answer_box(&shown); });
         show_message_dialog(nullptr, primary, secondary);
         EXPECT_THAT(shown, testing::StartsWith(expected));
+        EXPECT_EQ(answered.done(), *expected != '\0');
     }
-}
-
-TEST(MessageDialog, ShowsNothingWithoutAText) {
-    const When shown([] { return a_box_is_over(nullptr); }, [] { ADD_FAILURE() << "a box"; });
-    show_message_dialog(nullptr, "", nullptr);
-    relay_hub::show_error_box(nullptr, GTK_BUTTONS_CLOSE, "", "");
+    relay_hub::show_error_box(nullptr, GTK_BUTTONS_CLOSE, "", "");  // shown, it would wait for an answer
 }
 
 TEST(Boxes, FitTheScreenWhateverTheySay) {
@@ -140,28 +137,21 @@ TEST_F(RenameDialog, ChecksTheNameAgainstTheFolderOrTheRowsThatAreNotSelected) {
     }
 }
 
-TEST(OverrideRequest, ClosingItIsNoAnswer) {
-    const When asked([] { return find_window("IDS_CONFIRMATION") != nullptr; },
-                     [] {
-                         GtkWidget* dialog = find_window("IDS_CONFIRMATION");
-                         EXPECT_THAT(gui_test::label_texts(dialog),
-                                     testing::HasSubstr("100%s \xEF\xBF\xBD ?"));
-                         close_as_the_window_manager(dialog);
-                     });
-    EXPECT_EQ(relay_hub::run_override_request(nullptr, "100%s \xff ?"), GTK_RESPONSE_DELETE_EVENT);
-}
-
-TEST(OverrideRequest, ALongPathLeavesRoomForTheQuestionAndTheFacts) {
-    const When asked([] { return find_window("IDS_CONFIRMATION") != nullptr; },
-                     [] {
-                         GtkWidget* dialog = find_window("IDS_CONFIRMATION");
-                         EXPECT_THAT(gui_test::label_texts(dialog),
-                                     testing::AllOf(testing::HasSubstr("xx…xx"),
-                                                    testing::HasSubstr("Replace?\n\nExisting: 7 bytes")));
-                         close_as_the_window_manager(dialog);
-                     });
-    const std::string text = "/" + std::string(3000, 'x') + " Replace?\n\nExisting: 7 bytes";
-    relay_hub::run_override_request(nullptr, text.c_str());
+TEST(OverrideRequest, ShowsItsTextCutInTheMiddleAndClosingItIsNoAnswer) {
+    const std::tuple<std::string, const char*, const char*> cases[] = {
+        {"100%s \xff ?", "100%s \uFFFD ?", ""},
+        {"/" + std::string(3000, 'x') + " Replace?\n\nExisting: 7 bytes", "xx…xx",
+         "Replace?\n\nExisting: 7 bytes"}};
+    for (const auto& [text, begin, end] : cases) {
+        std::string shown;
+        const When asked([] { return find_window("IDS_CONFIRMATION") != nullptr; },
+                         [&shown] {
+                             shown = gui_test::label_texts(find_window("IDS_CONFIRMATION"));
+                             close_as_the_window_manager(find_window("IDS_CONFIRMATION"));
+                         });
+        EXPECT_EQ(relay_hub::run_override_request(nullptr, text.c_str()), GTK_RESPONSE_DELETE_EVENT);
+        EXPECT_THAT(shown, testing::AllOf(testing::HasSubstr(begin), testing::HasSubstr(end)));
+    }
 }
 
 class ProgressDialog : public testing::Test {

@@ -1,7 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <ctime>
-
 #include "fake_engine.h"
 #include "gui/gui_fixture.h"
 #include "link_engine/command_runner.h"
@@ -33,18 +31,26 @@ class WindowBase : public testing::Test {
         sub[0].status_label = gtk_label_new("");
         sub[0].path_entry = gtk_entry_new();
         relay_hub::hold_widgets();
-        g_signal_connect(ui->main_window, "destroy", G_CALLBACK(note_destruction), &destroyed_);
+        const auto note = +[](GtkWidget*, gpointer destroyed) { *static_cast<bool*>(destroyed) = true; };
+        g_signal_connect(ui->main_window, "destroy", G_CALLBACK(note), &destroyed_);
         gtk_widget_show(ui->main_window);
+        copy_->task_kind = TASK_COPY;
+        copy_->items = {sandbox_.make_file("a", "new")};
+        copy_->folder = sandbox_.make_folder("dest");
+        sandbox_.make_file("dest/a", "old");
+        relay_hub::set_user_questions(relay_hub::window_questions());
     }
     ~WindowBase() override {
         gtk_widget_destroy(get_UI_sets()->main_window);
         relay_hub::release_widgets();
         relay_hub::remember_window_thread();
+        relay_hub::set_user_questions(nullptr);
     }
-    static void note_destruction(GtkWidget*, gpointer destroyed) { *static_cast<bool*>(destroyed) = true; }
 
     relay_hub::Closing closing_;
     bool destroyed_ = false;
+    const test::Sandbox sandbox_;
+    const relay_hub::TaskListPtr copy_{new_task_list()};  // of a file over another
 };
 
 TEST_F(WindowBase, WorkersCallTheWindowAndWait) {
@@ -133,15 +139,8 @@ TEST(ClosingDeathTest, AStuckMainLoopStillEndsWithStatusZero) {
 }
 
 TEST_F(WindowBase, ALocalJobAsksOverTheProgressDialogAndClosingWaitsForIt) {
-    relay_hub::set_user_questions(relay_hub::window_questions());
-    const test::Sandbox sandbox;
-    const relay_hub::TaskListPtr job(new_task_list());
-    job->task_kind = TASK_COPY;
-    job->items = {sandbox.make_file("a", "new")};
-    job->folder = sandbox.make_folder("dest");
-    sandbox.make_file("dest/a", "old");
     GtkWidget* progress = nullptr;
-    show_file_read_write_dialog(get_UI_sets()->main_window, &progress, {&job->state, &job->task_kind},
+    show_file_read_write_dialog(get_UI_sets()->main_window, &progress, {&copy_->state, &copy_->task_kind},
                                 TASK_COPY);
     GtkWindow* parent = nullptr;
     const When asked([] { return find_window("IDS_CONFIRMATION") != nullptr; },
@@ -150,65 +149,45 @@ TEST_F(WindowBase, ALocalJobAsksOverTheProgressDialogAndClosingWaitsForIt) {
                          parent = gtk_window_get_transient_for(GTK_WINDOW(question));
                          relay_hub::close_window();
                      });
-    EXPECT_EQ(relay_hub::run_local_job(job.get()), 0);
+    EXPECT_EQ(relay_hub::run_local_job(copy_.get()), 0);
     EXPECT_TRUE(asked.done());
     EXPECT_EQ(GTK_WIDGET(parent), progress);
-    EXPECT_EQ(get_atomic(&job->state), TASK_CANCEL);
+    EXPECT_EQ(get_atomic(&copy_->state), TASK_CANCEL);
     EXPECT_FALSE(destroyed_);
     close_file_read_write_dialog(progress);
-    relay_hub::set_user_questions(nullptr);
     EXPECT_TRUE(run_until([&] { return destroyed_; }));
 }
 
-double process_seconds() {
-    timespec used{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &used);
-    return static_cast<double>(used.tv_sec) + static_cast<double>(used.tv_nsec) * 1e-9;
-}
-
-struct SecondOfWaiting {
-    double began = 0;
-    double spent = 1;
-    gint64 closed = 0;
-    static gboolean end(gpointer data) {
-        auto& second = *static_cast<SecondOfWaiting*>(data);
-        second.spent = process_seconds() - second.began;
-        second.closed = g_get_monotonic_time();
-        relay_hub::close_window();
-        return G_SOURCE_REMOVE;
-    }
-};
-
 // A request that is never answered, inside it a local job that asks, inside that another request.
 TEST_F(WindowBase, WaitingCostsNothingAndClosingWakesEverybody) {
-    relay_hub::set_user_questions(relay_hub::window_questions());
-    const test::Sandbox sandbox;
-    const relay_hub::TaskListPtr job(new_task_list());
-    job->items = {sandbox.make_file("a", "new")};
-    job->folder = sandbox.make_folder("dest");
-    sandbox.make_file("dest/a", "old");
     const test::FakeEngine engine([](const std::string&) { return std::nullopt; });
     const auto ask_the_engine = [] {
         const relay_hub::WindowWork work;
         __send_args args;
         send_command_t(set_NP_VAL_CMD_CHECK_FOR_HEARTBEAT, nullptr, &args);
     };
-    SecondOfWaiting second;
+    double used = 1;
+    auto waiting_since = test::Clock::time_point::max(), closed = waiting_since;
     const When job_starts([&] { return engine.frames().size() == 1; },
-                          [&] { relay_hub::run_local_job(job.get()); });
+                          [&] { relay_hub::run_local_job(copy_.get()); });
     const When all_wait([] { return find_window("IDS_CONFIRMATION") != nullptr; },
                         [&] {
-                            second.began = process_seconds();
-                            gdk_threads_add_timeout(1000, SecondOfWaiting::end, &second);
+                            used = -test::used_seconds(CLOCK_PROCESS_CPUTIME_ID);
+                            waiting_since = test::Clock::now();
                             ask_the_engine();
                         });
+    const When a_second_later([&] { return test::Clock::now() - 1s > waiting_since; },
+                              [&] {
+                                  used += test::used_seconds(CLOCK_PROCESS_CPUTIME_ID);
+                                  closed = test::Clock::now();
+                                  relay_hub::close_window();
+                              });
     ask_the_engine();
-    EXPECT_LT(g_get_monotonic_time() - second.closed, G_TIME_SPAN_SECOND);
-    EXPECT_LT(second.spent, 0.1) << "a wait spins";
+    EXPECT_LT(test::Clock::now() - closed, 1s);
+    EXPECT_LT(used, 0.1) << "a wait spins";
     EXPECT_TRUE(job_starts.done() && all_wait.done());
-    EXPECT_EQ(get_atomic(&job->state), TASK_CANCEL);
+    EXPECT_EQ(get_atomic(&copy_->state), TASK_CANCEL);
     EXPECT_TRUE(run_until([&] { return destroyed_; }));
-    relay_hub::set_user_questions(nullptr);
 }
 
 }  // namespace

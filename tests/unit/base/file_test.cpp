@@ -1,9 +1,13 @@
 // The file operations that both programs share.
+#include <gmock/gmock.h>
 #include <sys/file.h>
 #include <sys/resource.h>
 
+#include <deque>
+
 #include "base/file_attributes.h"
 #include "base/folder_handle.h"
+#include "base/log.h"
 #include "base/remove_tree.h"
 #include "base/rename_without_replacing.h"
 #include "base/temporary_file.h"
@@ -116,6 +120,23 @@ TEST_F(Files, a_closed_folder_is_named_or_opened_up) {
     EXPECT_EQ(failed, "tree/closed");
     EXPECT_EQ(widened, 0);
     EXPECT_FALSE(exists(at("tree")));
+}
+
+TEST_F(Files, the_event_log_gets_whole_stamped_lines_from_all_threads) {
+    const std::string path = at("log");
+    {
+        std::deque<std::jthread> writers;
+        for (int i = 0; i < 4; ++i)
+            writers.emplace_back([&] {
+                for (int line = 0; line < 25; ++line)
+                    write_log(path.c_str(), "a %s %n line");
+            });
+    }
+    std::ifstream file(path);
+    int lines = 0;
+    for (std::string line; std::getline(file, line); ++lines)
+        EXPECT_THAT(line, testing::MatchesRegex("[0-2][0-9]:[0-5][0-9]:[0-6][0-9] a %s %n line"));
+    EXPECT_EQ(lines, 100);
 }
 
 }  // namespace

@@ -13,7 +13,8 @@
 #include "link_engine/engine_callbacks.h"
 #include "link_engine/request_builders.h"
 #include "link_engine/transfer_state.h"
-#include "util/user_questions.h"
+#include "preset_answers.h"
+#include "when.h"
 
 namespace test {
 namespace {
@@ -27,23 +28,6 @@ int read_slot(__send_args*) {
     read_text = text ? text : "(none)";
     return 7;
 }
-
-// Runs an action on the window's thread, from the main loop, once ready holds; must outlive the wait.
-struct WhenReady {
-    WhenReady(std::function<bool()> condition, std::function<void()> step)
-        : ready(std::move(condition)), action(std::move(step)) {
-        g_timeout_add(5, tick, this);
-    }
-    static gboolean tick(gpointer data) {
-        const auto& self = *static_cast<WhenReady*>(data);
-        if (!self.ready())
-            return G_SOURCE_CONTINUE;
-        self.action();
-        return G_SOURCE_REMOVE;
-    }
-    std::function<bool()> ready;
-    std::function<void()> action;
-};
 
 class CommandRunner : public testing::Test {
   protected:
@@ -77,14 +61,13 @@ TEST_F(CommandRunner, NestedRunsReadTheirOwnAnswersAndTheSlotSurvives) {
     FakeEngine engine([](const std::string&) { return "inner"; });
     std::vector<std::string> texts;
     set_xml_string("before");
-    const WhenReady nested([] { return true; },
-                           [&] {
-                               __send_args block;
-                               EXPECT_EQ(
-                                   send_command_t(set_NP_VAL_CMD_CHECK_FOR_HEARTBEAT, read_slot, &block), 7);
-                               texts.push_back(read_text);
-                               set_atomic(&args_.command_code, 100);
-                           });
+    const When nested([] { return true; },
+                      [&] {
+                          __send_args block;
+                          EXPECT_EQ(send_command_t(set_NP_VAL_CMD_CHECK_FOR_HEARTBEAT, read_slot, &block), 7);
+                          texts.push_back(read_text);
+                          set_atomic(&args_.command_code, 100);
+                      });
     EXPECT_EQ(send_command_t(start_waiting_for_test, read_slot, &args_), 7);
     texts.push_back(read_text);
     EXPECT_THAT(texts, testing::ElementsAre("inner", "outer"));
@@ -97,9 +80,9 @@ TEST_F(CommandRunner, ATimeLimitEndsASilentRequestWithoutSpinning) {
     args_.timeout_seconds = 0;
     args_.command_code = kCodeHeartbeat;
     testing::internal::CaptureStdout();
-    const double before = thread_seconds();
+    const double before = used_seconds(CLOCK_THREAD_CPUTIME_ID);
     EXPECT_EQ(send_command_t(set_NP_VAL_CMD_CHECK_FOR_HEARTBEAT, read_slot, &args_), 7);
-    EXPECT_LT(thread_seconds() - before, 0.3) << "the second's wait spins";
+    EXPECT_LT(used_seconds(CLOCK_THREAD_CPUTIME_ID) - before, 0.3) << "the second's wait spins";
     EXPECT_THAT(testing::internal::GetCapturedStdout(),
                 testing::ContainsRegex("monitor NP_VAL_CMD_CHECK_FOR_HEARTBEAT\tsecond:[12].00\n"
                                        "(.*\n)*terminated of thread!\n"));
@@ -108,7 +91,7 @@ TEST_F(CommandRunner, ATimeLimitEndsASilentRequestWithoutSpinning) {
 }
 
 TEST_F(CommandRunner, AClosingProgramEndsRunningAndLaterRequests) {
-    const WhenReady closing([] { return true; }, [] { allow_requests(false); });
+    const When closing([] { return true; }, [] { allow_requests(false); });
     EXPECT_EQ(send_command_t([](void*) { return 0; }, read_slot, &args_), 7);
     EXPECT_EQ(read_text, "(none)");
     FakeEngine engine([](const std::string&) { return "answer"; });
@@ -134,26 +117,11 @@ TEST_F(CommandRunner, CancelLeavesAHungEngineButWaitsForALivingOne) {
             return "cancelled";
         });
         args_.state = kStateRunning;
-        const WhenReady cancel([&] { return engine.frames().size() == 1; },
-                               [&] { cancel_atomic(&args_.state); });
+        const When cancel([&] { return engine.frames().size() == 1; }, [&] { cancel_atomic(&args_.state); });
         send_command_t(set_NP_VAL_CMD_RENAME, read_slot, &args_);
         EXPECT_EQ(read_text, living ? "cancelled" : "");
     }
 }
-
-struct Questions : UserQuestions {
-    int ask_overwrite(const OverwriteQuestion& one) override {
-        ++asked;
-        last = one;
-        return answer();
-    }
-    void show_error(const std::string&, const std::string&) override {}
-    void show_job_error(const std::string&) override {}
-
-    std::function<int()> answer;
-    int asked = 0;
-    OverwriteQuestion last;
-};
 
 std::string question(const std::string& name) {
     return "<ZEVMSG><NP_Cmd>NP_Cmd_Get_Confirmation_For_Copy</NP_Cmd><NP_Copy_Confirmation_Message>&dq;" +
@@ -183,13 +151,12 @@ TEST_F(CommandRunner, QuestionsAreServedForTheCopyWhicheverRunTurnsTheLoop) {
         {{REQUEST_CANCEL, REQUEST_CANCEL}, "Cancel", "Cancel", {}, {}, TASK_CANCEL},
         {{-4, -4}, "", "", "No No_To_All", "No No_To_All", kStateFinished}};
     const Listener listener;
-    Questions questions;
-    set_user_questions(&questions);
     for (const auto& row : rows) {
         SCOPED_TRACE(row.first + ", " + row.second);
         CleanUpInformationVar();
-        questions.asked = 0;
-        questions.answer = [&] { return row.responses.at(static_cast<std::size_t>(questions.asked) - 1); };
+        PresetAnswers user;
+        user.answers = row.responses;
+        set_user_questions(&user);
         std::atomic<bool> nested = false;
         std::vector<std::string> answers;
         FakeEngine engine([&](const std::string& request) {
@@ -201,41 +168,41 @@ TEST_F(CommandRunner, QuestionsAreServedForTheCopyWhicheverRunTurnsTheLoop) {
         });
         __send_args copy;
         copy.parent_window = reinterpret_cast<GtkWidget*>(&copy);
-        const WhenReady probe([&] { return engine.frames().size() == 1; },
-                              [&] {
-                                  __send_args block;
-                                  nested = true;
-                                  send_command_t(set_NP_VAL_CMD_CHECK_REMOTE_ONLINE, read_slot, &block);
-                                  EXPECT_EQ(read_text, "probe");
-                              });
+        const When probe([&] { return engine.frames().size() == 1; },
+                         [&] {
+                             __send_args block;
+                             nested = true;
+                             send_command_t(set_NP_VAL_CMD_CHECK_REMOTE_ONLINE, read_slot, &block);
+                             EXPECT_EQ(read_text, "probe");
+                         });
         send_command_t(set_NP_VAL_CMD_COPY_REMOTE_TO_LOCAL, read_slot, &copy);
         EXPECT_EQ(read_text, "copied");
         EXPECT_THAT(answers, testing::ElementsAre(answer_of(row.first), answer_of(row.second)));
-        EXPECT_EQ(questions.last.parent, copy.parent_window);
+        for (const OverwriteQuestion& asked : user.questions)
+            EXPECT_EQ(asked.parent, copy.parent_window);
         EXPECT_EQ(copy.state, row.state);
         copy.sent_again = true;
         send_command_t(set_NP_VAL_CMD_COPY_REMOTE_TO_LOCAL, read_slot, &copy);
         if (row.state == TASK_CANCEL)
             continue;
         EXPECT_THAT(answers, testing::ElementsAre(answer_of(row.first_again), answer_of(row.second_again)));
-        EXPECT_EQ(questions.asked, static_cast<int>(row.responses.size()));
-        EXPECT_EQ(questions.last.text, questions.asked > 1 ? "\"b\" %s?" : "\"a\" %s?");
+        ASSERT_EQ(user.questions.size(), row.responses.size());
+        EXPECT_EQ(user.questions.back().text, row.responses.size() > 1 ? "\"b\" %s?" : "\"a\" %s?");
     }
 }
-
-std::atomic<bool> engine_answered = false;
 
 TEST_F(CommandRunner, AQuestionNeverHoldsTheListenerWhenNobodyCanAnswer) {
     const Listener listener;
     const std::string none = "<ZEVMSG></ZEVMSG>";
     EXPECT_EQ(listener.call_back(question("a")), none) << "no request runs";
-    Questions questions;
-    questions.answer = [] {
+    std::atomic<bool> engine_answered = false;
+    PresetAnswers user;
+    user.answers = {REQUEST_YES};
+    user.on_question = [&engine_answered] {
         end_confirmations();
-        EXPECT_TRUE(wait_until([] { return engine_answered.load(); }));
-        return REQUEST_YES;
+        EXPECT_TRUE(wait_until([&engine_answered] { return engine_answered.load(); }));
     };
-    set_user_questions(&questions);
+    set_user_questions(&user);
     std::string answer;
     FakeEngine engine([&](const std::string&) {
         answer = listener.call_back(question("a"));

@@ -14,7 +14,7 @@ class Trash : public util_test::Sandbox {
   protected:
     Trash() { std::filesystem::remove_all(trash()); }
 
-    static std::string trash() { return util_test::home() + "/Trash"; }
+    static std::string trash() { return util_test::home.folder.at() + "/Trash"; }
 };
 
 TEST_F(Trash, an_entry_that_does_not_move_stays_and_the_rest_goes) {
@@ -24,10 +24,10 @@ TEST_F(Trash, an_entry_that_does_not_move_stays_and_the_rest_goes) {
     EXPECT_EQ(remove(folder, {"x"}).front().reason, trash() + "/: Not a directory");
     std::filesystem::remove(trash());
     // A folder that holds the trash cannot be moved into it.
-    const auto failures =
-        remove("/", {util_test::home().substr(1), at("f").substr(1) + "/none", at("f").substr(1) + "/x"});
+    const auto failures = remove(
+        "/", {util_test::home.folder.at().substr(1), at("f").substr(1) + "/none", at("f").substr(1) + "/x"});
     EXPECT_EQ(failures.size(), 2U);
-    EXPECT_TRUE(exists(util_test::home()));
+    EXPECT_TRUE(exists(util_test::home.folder.at()));
     EXPECT_FALSE(exists(folder + "/x"));
     EXPECT_EQ(names_in(trash()).size(), 2U);
     EXPECT_EQ(mode_of(trash()), 0700U);

@@ -1,40 +1,59 @@
 #pragma once
 // A sandbox for jobs: preset answers, and a private home folder for the whole run.
+#include <clocale>
+
+#include "preset_answers.h"
 #include "sandbox.h"
+#include "util/Zev_file_op.h"
+#include "util/copy_job.h"
+#include "util/delete_job.h"
+#include "util/folder_listing.h"
 #include "util/job_state.h"
-#include "util/user_questions.h"
 
 namespace util_test {
 
-// The private home folder, set before GLib first looks at HOME.
-std::string home();
-
-// Gives preset answers; the last one again and again.
-class PresetAnswers : public relay_hub::UserQuestions {
-  public:
-    int ask_overwrite(const relay_hub::OverwriteQuestion& question) override;
-    void show_error(const std::string& primary, const std::string& secondary) override {
-        errors.push_back(primary + "|" + secondary);
+// Stands before GLib's first look at HOME.
+inline const struct PrivateHome {
+    PrivateHome() {
+        setenv("HOME", folder.at().c_str(), 1);
+        std::setlocale(LC_ALL, "C.UTF-8");
     }
-    void show_job_error(const std::string& text) override { job_errors.push_back(text); }
-
-    std::vector<int> answers;
-    std::vector<std::string> questions;
-    relay_hub::OverwriteQuestion last_question;
-    std::vector<std::string> errors;
-    std::vector<std::string> job_errors;
-};
+    const test::Sandbox folder;
+} home;
 
 class Sandbox : public testing::Test, public test::Sandbox {
   protected:
-    Sandbox();
-    ~Sandbox() override;
+    Sandbox() {
+        relay_hub::set_user_questions(&answers);
+        Gfile_release_file_info_linked_list();
+        relay_hub::file_op_state = {};
+    }
+    ~Sandbox() override { relay_hub::set_user_questions(nullptr); }
 
-    // Runs the copy job; returns its failures.
-    std::vector<__task_failure> copy(const std::vector<std::string>& sources, const std::string& folder);
-    std::vector<__task_failure> remove(const std::string& folder, const std::vector<std::string>& names);
+    static relay_hub::TaskListPtr new_job(const test::Names& items, const std::string& folder) {
+        relay_hub::TaskListPtr job(new_task_list());
+        job->items = items;
+        job->folder = folder;
+        return job;
+    }
+    // These run the job and return its failures.
+    static std::vector<__task_failure> copy(const test::Names& sources, const std::string& folder) {
+        return run(Gfile_local_copy, sources, folder);
+    }
+    static std::vector<__task_failure> remove(const std::string& folder, const test::Names& names) {
+        return run(Gfile_local_delete, names, folder);
+    }
 
-    PresetAnswers answers;
+    test::PresetAnswers answers;
+
+  private:
+    static std::vector<__task_failure> run(int (*job_routine)(void*), const test::Names& items,
+                                           const std::string& folder) {
+        const relay_hub::TaskListPtr job = new_job(items, folder);
+        EXPECT_EQ(job_routine(job.get()), 0);
+        tasks = nullptr;
+        return job->failures;
+    }
 };
 
 }  // namespace util_test

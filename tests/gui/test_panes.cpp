@@ -71,8 +71,7 @@ TEST_F(RemotePane, DeletingSendsTheSelectionInReverseAndSelectsTheNextRow) {
     remote_.select({0, 1, 2});
     records_ = line("d", "0") + line("e", "0");
     answer_ = message(kRefused);
-    const When box([] { return find_window_with("disk full") != nullptr; },
-                   [] { gtk_dialog_response(GTK_DIALOG(find_window_with("disk full")), GTK_RESPONSE_OK); });
+    const WhenAsked box("disk full", GTK_RESPONSE_OK);
     EXPECT_EQ(right_popup_menu_delete(nullptr, nullptr), 0);
     EXPECT_TRUE(box.done());
     const auto record = [](const char* path) { return field("Line", hex_field("TF", path)); };
@@ -103,11 +102,7 @@ TEST_F(RemotePane, NoActionTakesANameThatIsAPath) {
     const std::size_t sent = engine_.requests("NP_Cmd").size();
     for (const auto& [what, act] : cases) {
         remote_.select({1, 2});
-        const When box([] { return find_window_with("IDS_MSG_NAME_IS_PATH") != nullptr; },
-                       [] {
-                           gtk_dialog_response(GTK_DIALOG(find_window_with("IDS_MSG_NAME_IS_PATH")),
-                                               GTK_RESPONSE_OK);
-                       });
+        const WhenAsked box("IDS_MSG_NAME_IS_PATH", GTK_RESPONSE_OK);
         act();
         EXPECT_TRUE(box.done()) << what;
         EXPECT_EQ(engine_.requests("NP_Cmd").size(), sent) << what;
@@ -135,9 +130,7 @@ TEST_F(RemotePane, ACancelledNameReadsNoListAgain) {
         {"IDS_MN_RENAME", left_popup_menu_rename},
         {"IDS_MN_ADDNEWFOLDER", left_popup_menu_mkdir}};
     for (const auto& [title, act] : cases) {
-        const When shown(
-            [title = title] { return find_window(title) != nullptr; },
-            [title = title] { gtk_dialog_response(GTK_DIALOG(find_window(title)), GTK_RESPONSE_CANCEL); });
+        const WhenAsked shown(title, GTK_RESPONSE_CANCEL);
         EXPECT_EQ(act(nullptr, nullptr), 0);
         EXPECT_TRUE(shown.done()) << title;
         EXPECT_EQ(engine_.requests("NP_Cmd").size(), sent) << title;
@@ -156,9 +149,7 @@ TEST_F(RemotePane, TheParentRowOfAVanishedFolderOpensTheNearestThatIsListed) {
         gone_.clear();
         show(from, line("f", "0"));
         gone_ = gone;
-        const When box(
-            [] { return find_window_with("IDS_NO_DATA") != nullptr; },
-            [] { gtk_dialog_response(GTK_DIALOG(find_window_with("IDS_NO_DATA")), GTK_RESPONSE_OK); });
+        const WhenAsked box("IDS_NO_DATA", GTK_RESPONSE_OK);
         relay_hub::open_sub_folder(side, "..");
         EXPECT_STREQ(relay_hub::current_folder(side), opened) << from;
         EXPECT_EQ(box.done(), reported) << opened;
@@ -210,10 +201,10 @@ TEST_F(RemotePane, OfWhatIsMovedOnlyWhatArrivedGoesToTheTrash) {
         answer_ = message(answer);
         const std::size_t before = engine_.requests("Trash").size();
         const std::string text = told;
-        const When box([&text] { return !text.empty() && find_window_with(text) != nullptr; },
+        const When box([&text] { return !text.empty() && find_window(text) != nullptr; },
                        [this, &text] {
                            answer_ = message(kSuccess);
-                           gtk_dialog_response(GTK_DIALOG(find_window_with(text)), GTK_RESPONSE_OK);
+                           gtk_dialog_response(GTK_DIALOG(find_window(text)), GTK_RESPONSE_OK);
                        });
         left_popup_menu_paste(nullptr, nullptr);
         EXPECT_EQ(engine_.requests("Trash").size() - before, trashed.empty() ? 0U : 1U) << answer;
@@ -232,6 +223,44 @@ TEST_F(RemotePane, AClosingProgramStartsNothing) {
         EXPECT_EQ(action(nullptr, remote_.view()), -1);
     EXPECT_EQ(right_treeview_load_file(nullptr, "/"), -1);
     EXPECT_THAT(engine_.requests("NP_Cmd"), IsEmpty());
+}
+
+using LocalPane = Panes;
+
+void give_text(GtkClipboard*, GtkSelectionData* selection, guint, gpointer text) {
+    gtk_selection_data_set(selection, gtk_selection_data_get_target(selection), 8,
+                           static_cast<const guchar*>(text),
+                           static_cast<int>(strlen(static_cast<char*>(text))));
+}
+
+TEST_F(LocalPane, FilesThatAnotherProgramCopiesLaterReplaceOurCopy) {
+    const test::Sandbox folder;
+    relay_hub::set_current_folder(get_UI_sets()->left_side, folder.at().c_str());
+    folder.make_file("ours");
+    ASSERT_EQ(left_treeview_load_file(nullptr, folder.at()), 0);
+    local_.select({1});
+    ASSERT_EQ(left_popup_menu_copy(nullptr, local_.view()), 0);
+    EXPECT_EQ(g_copy_source, kCopiedLocally);
+    const test::Sandbox source;
+    std::string uris = "file://" + source.make_file("theirs", "content") + "\r\n";
+    // Another program: a second connection to the X server.
+    GdkDisplay* display = gdk_display_open(nullptr);
+    char target[] = "text/uri-list";
+    const GtkTargetEntry entry{target, 0, 0};
+    GtkClipboard* clipboard = gtk_clipboard_get_for_display(display, GDK_SELECTION_CLIPBOARD);
+    gtk_clipboard_set_with_data(clipboard, &entry, 1, give_text, nullptr, uris.data());
+    gdk_display_sync(display);
+    EXPECT_TRUE(run_until([] { return g_copy_source == kNothingCopied; }));
+    EXPECT_EQ(left_popup_menu_paste(nullptr, nullptr), 0);
+    EXPECT_EQ(test::content(folder.at("theirs")), "content");
+    EXPECT_EQ(names(local_), ".. ours theirs");
+    EXPECT_TRUE(relay_hub::clipboard_offers_files()) << "the other program's offer is not ours to end";
+    {
+        const relay_hub::WindowWork work;
+        EXPECT_FALSE(relay_hub::clipboard_offers_files())
+            << "a wait inside another loses memory of the toolkit's";
+    }
+    gtk_clipboard_clear(clipboard);
 }
 
 }  // namespace
