@@ -2,7 +2,7 @@
 // What the tests of all rooms share: a folder of their own, short words for files, a wait for a condition,
 // and the headers that nearly all of them want.
 #include <fcntl.h>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -20,6 +20,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <utility>
 #include <vector>
 

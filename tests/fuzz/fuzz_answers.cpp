@@ -13,19 +13,14 @@
 namespace {
 
 using Reader = int (*)(__send_args*);
-constexpr std::array<Reader, 13> kReaders{get_NP_VAL_CMD_GET_DRIVER_LIST,
-                                          get_NP_VAL_CMD_GET_REMOTE_SPECIAL_PATH,
-                                          get_NP_VAL_CMD_CREATE_FOLDER,
-                                          get_NP_VAL_CMD_RENAME,
-                                          get_NP_VAL_CMD_DELETE_FILE,
-                                          get_NP_VAL_CMD_DELETE_FOLDER,
-                                          get_NP_VAL_CMD_MOVE_FILE_TO_TRASH,
-                                          get_NP_VAL_CMD_COPY_REMOTE_TO_LOCAL,
-                                          get_NP_VAL_CMD_COPY_LOCAL_TO_REMOTE,
-                                          get_NP_VAL_CMD_CHECK_CONNECTION_STATUS,
-                                          get_NP_VAL_CMD_CHECK_CONNECTION_STATUS_offline,
-                                          get_NP_VAL_CMD_CHECK_REMOTE_ONLINE,
-                                          get_NP_VAL_CMD_CHECK_FOR_HEARTBEAT};
+constexpr Reader kReaders[] = {
+    get_NP_VAL_CMD_CREATE_FOLDER,          get_NP_VAL_CMD_RENAME,
+    get_NP_VAL_CMD_CHECK_REMOTE_ONLINE,    get_NP_VAL_CMD_CHECK_CONNECTION_STATUS_offline,
+    get_NP_VAL_CMD_CHECK_FOR_HEARTBEAT,    get_NP_VAL_CMD_GET_REMOTE_SPECIAL_PATH,
+    get_NP_VAL_CMD_MOVE_FILE_TO_TRASH,     get_NP_VAL_CMD_COPY_REMOTE_TO_LOCAL,
+    get_NP_VAL_CMD_GET_DRIVER_LIST,        get_NP_VAL_CMD_COPY_LOCAL_TO_REMOTE,
+    get_NP_VAL_CMD_DELETE_FOLDER,          get_NP_VAL_CMD_DELETE_FILE,
+    get_NP_VAL_CMD_CHECK_CONNECTION_STATUS};
 
 GtkListStore* drive_store = nullptr;
 

@@ -32,25 +32,20 @@ inline void run_pending() {
         gtk_main_iteration();
 }
 
-struct Search {
-    const std::function<bool(GtkWidget*)>& matches;
-    GtkWidget* found = nullptr;
-    static void below(GtkWidget* widget, gpointer data) {
-        auto* search = static_cast<Search*>(data);
-        if (search->found != nullptr || !gtk_widget_get_visible(widget))
-            return;
-        if (search->matches(widget))
-            search->found = widget;
-        else if (GTK_IS_CONTAINER(widget))
-            gtk_container_forall(GTK_CONTAINER(widget), below, data);
-    }
-};
-
 // The first visible widget below root for which matches() holds, or null.
 inline GtkWidget* find_widget(GtkWidget* root, const std::function<bool(GtkWidget*)>& matches) {
-    Search search{matches};
-    Search::below(root, &search);
-    return search.found;
+    if (!gtk_widget_get_visible(root) || matches(root))
+        return gtk_widget_get_visible(root) ? root : nullptr;
+    std::vector<GtkWidget*> children;
+    const auto add = [](GtkWidget* child, gpointer all) {
+        static_cast<std::vector<GtkWidget*>*>(all)->push_back(child);
+    };
+    if (GTK_IS_CONTAINER(root))
+        gtk_container_forall(GTK_CONTAINER(root), add, &children);
+    for (GtkWidget* child : children)
+        if (GtkWidget* found = find_widget(child, matches))
+            return found;
+    return nullptr;
 }
 
 inline GtkWidget* find_button(GtkWidget* root, const std::string& label) {

@@ -1,6 +1,5 @@
 #pragma once
 // Two panes without the window's handlers, and an engine that answers by a script.
-#include <gmock/gmock.h>
 
 #include "fake_engine.h"
 #include "gui/gui_fixture.h"
@@ -8,16 +7,14 @@
 #include "link_engine/transfer_state.h"
 #include "side_function/clipboard.h"
 #include "window/ui_sets.h"
+#include "wire.h"
 
 namespace gui_test {
 
 using test::FakeEngine;
-
-inline const std::string kSuccess = "<T1>NP_Exe_Result_Success</T1>";
-
-inline std::string message(const std::string& fields) {
-    return "<ZEVMSG>" + fields + "</ZEVMSG>";
-}
+using test::field;
+using test::kSuccess;
+using test::message;
 
 // A "Line" of a file list; kind "0" is a file.
 inline std::string line(const std::string& name, const std::string& kind, const std::string& size = "5") {

@@ -1,4 +1,3 @@
-#include <cstring>
 #include <ctime>
 
 #include "gui/pane_fixture.h"
@@ -12,14 +11,12 @@
 
 namespace {
 
-using gui_test::kSuccess;
-using gui_test::line;
-using gui_test::message;
+using namespace gui_test;
 using testing::ElementsAre;
 
 const std::string kFailure = "<T1>NP_Exe_Result_Fail</T1>";
 
-class AnswerReaders : public gui_test::Panes {
+class AnswerReaders : public Panes {
   protected:
     AnswerReaders() {
         ::setenv("TZ", "UTC", 1);
@@ -97,12 +94,11 @@ TEST_F(AnswerReaders, DrivesAndSpecialPathsBecomeEntries) {
                    message(desktop + documents + "<TK2>" + hex("bare") + "</TK2>")),
               0);
     GtkTreeModel* entries = gtk_combo_box_get_model(GTK_COMBO_BOX(get_UI_sets()->right_side->drive_combo));
-    EXPECT_THAT(gui_test::column_texts(entries, 0),
+    EXPECT_THAT(column_texts(entries, 0),
                 ElementsAre("gtk-harddisk", "gtk-info", "gtk-directory", "gtk-directory", "gtk-directory"));
-    EXPECT_THAT(gui_test::column_texts(entries, 1),
-                ElementsAre("Ram", "Disk", "Desktop", "Desktop", "Papers"));
+    EXPECT_THAT(column_texts(entries, 1), ElementsAre("Ram", "Disk", "Desktop", "Desktop", "Papers"));
     const char* desktop_path = "C:\\Users\\x\\Desktop";
-    EXPECT_THAT(gui_test::column_texts(entries, 2),
+    EXPECT_THAT(column_texts(entries, 2),
                 ElementsAre("Ram", "D:\\", desktop_path, desktop_path, "/home/x/Papers"));
 }
 

@@ -1,5 +1,4 @@
 #include <gdk/gdkkeysyms.h>
-#include <gmock/gmock.h>
 
 #include "gui/gui_fixture.h"
 #include "link_engine/transfer_state.h"
@@ -14,11 +13,7 @@
 
 namespace {
 
-using gui_test::close_as_the_window_manager;
-using gui_test::find_window;
-using gui_test::PaneList;
-using gui_test::When;
-using test::Sandbox;
+using namespace gui_test;
 
 bool a_box_is_over(GtkWidget* dialog) {
     GtkWidget* top = gtk_grab_get_current();
@@ -28,7 +23,7 @@ bool a_box_is_over(GtkWidget* dialog) {
 // Answers the box that is on top, and gives its texts.
 void answer_box(std::string* texts) {
     GtkWidget* box = gtk_grab_get_current();
-    *texts = gui_test::label_texts(box);
+    *texts = label_texts(box);
     gtk_dialog_response(GTK_DIALOG(box), GTK_RESPONSE_OK);
 }
 
@@ -65,7 +60,7 @@ TEST(Boxes, FitTheScreenWhateverTheySay) {
             EXPECT_STREQ(gtk_window_get_title(GTK_WINDOW(box)),
                          GTK_IS_MESSAGE_DIALOG(box) ? "Relay Hub" : "IDS_CONFIRMATION");
             if (!GTK_IS_MESSAGE_DIALOG(box)) {
-                EXPECT_EQ(gtk_window_get_focus(GTK_WINDOW(box)), gui_test::find_button(box, "IDS_NO"));
+                EXPECT_EQ(gtk_window_get_focus(GTK_WINDOW(box)), find_button(box, "IDS_NO"));
             }
             gtk_dialog_response(GTK_DIALOG(box), GTK_RESPONSE_OK);
         };
@@ -146,7 +141,7 @@ TEST(OverrideRequest, ShowsItsTextCutInTheMiddleAndClosingItIsNoAnswer) {
         std::string shown;
         const When asked([] { return find_window("IDS_CONFIRMATION") != nullptr; },
                          [&shown] {
-                             shown = gui_test::label_texts(find_window("IDS_CONFIRMATION"));
+                             shown = label_texts(find_window("IDS_CONFIRMATION"));
                              close_as_the_window_manager(find_window("IDS_CONFIRMATION"));
                          });
         EXPECT_EQ(relay_hub::run_override_request(nullptr, text.c_str()), GTK_RESPONSE_DELETE_EVENT);
@@ -195,12 +190,8 @@ TEST_F(ProgressDialog, AFinishedJobIsNotCancelled) {
 TEST_F(ProgressDialog, ShowsItsTextAndNeverGoesBackWithinOneFile) {
     const auto text = [this] { return std::string(gtk_label_get_text(GTK_LABEL(info_->message_label))); };
     const std::string sixty(60, 'x');
-    const struct {
-        std::string given;
-        float current, total;
-        std::string shown;
-        double percent;
-    } cases[] = {
+    int step = 0;
+    const std::tuple<std::string, float, float, std::string, double> cases[] = {
         {"a", 1, 4, "a", 25},
         {"a", 0, 4, "a", 25},
         {"b", 1, 4, "b", 25},
@@ -211,18 +202,17 @@ TEST_F(ProgressDialog, ShowsItsTextAndNeverGoesBackWithinOneFile) {
         {"\u00E9" + sixty, 1, 2, "\u00E9" + sixty.substr(0, 52) + "...", 50},
         {"\xFFz", 1, 2, "\uFFFDz", 50},
     };
-    for (const auto& c : cases) {
-        SetProgressInfo(c.given.c_str());
-        SetCurrentPercentage(c.current);
-        SetTotalPercent(c.total);
-        const std::string how_far = std::to_string(&c - cases) + " items";
+    for (const auto& [info, current, total, shown, percent] : cases) {
+        SetProgressInfo(info.c_str());
+        SetCurrentPercentage(current);
+        SetTotalPercent(total);
+        const std::string how_far = std::to_string(++step) + " items";
         SetProcessElapseTime(how_far.c_str());
         EXPECT_TRUE(update_dialog_info(info_));
-        EXPECT_EQ(text(), c.shown);
+        EXPECT_EQ(text(), shown);
         EXPECT_EQ(gtk_label_get_text(GTK_LABEL(info_->second_label)), how_far) << "also while the bar stands";
-        EXPECT_NEAR(gtk_progress_bar_get_fraction(GTK_PROGRESS_BAR(info_->progress_bar)) * 100, c.percent,
-                    0.01)
-            << c.given;
+        const double fraction = gtk_progress_bar_get_fraction(GTK_PROGRESS_BAR(info_->progress_bar));
+        EXPECT_NEAR(fraction * 100, percent, 0.01) << info;
     }
     SetEnableInformation(kSwitchOn);
     SetProgressInfo("half written");

@@ -1,4 +1,3 @@
-#include <gmock/gmock.h>
 #include <pthread.h>
 
 #include "gui/pane_fixture.h"
@@ -15,9 +14,7 @@
 
 namespace {
 
-using gui_test::message;
-using gui_test::row_names;
-using gui_test::run_until;
+using namespace gui_test;
 using test::Clock;
 using namespace std::chrono_literals;
 
@@ -30,18 +27,18 @@ std::atomic<bool> has_drives = true;
 std::string serve(const std::string& request) {
     const auto asks = [&](const char* command) { return request.find(command) != std::string::npos; };
     if (asks(wire::kCheckRemoteOnline))
-        return message(gui_test::kSuccess + "<NP_Cmd_Remote_Is_Online>" + (remote_online ? "Y" : "N") +
+        return message(kSuccess + "<NP_Cmd_Remote_Is_Online>" + (remote_online ? "Y" : "N") +
                        "</NP_Cmd_Remote_Is_Online>");
     if (asks(wire::kCheckConnectionStatus))
         return message("<NP_Connection_Local_Device_On>Y</NP_Connection_Local_Device_On>");
     if (asks(wire::kGetDriverList) && has_drives)
-        return message(gui_test::kSuccess + "<Line><TD>3</TD><TA>C:</TA><TF>" + kDriveC + "</TF></Line>");
+        return message(kSuccess + "<Line><TD>3</TD><TA>C:</TA><TF>" + kDriveC + "</TF></Line>");
     if (asks(wire::kGetFileList))
-        return message(gui_test::kSuccess + gui_test::line("file", "0"));
-    return message(gui_test::kSuccess);
+        return message(kSuccess + line("file", "0"));
+    return message(kSuccess);
 }
 
-class LinkMonitor : public gui_test::MainWindowTest {
+class LinkMonitor : public MainWindowTest {
   protected:
     LinkMonitor() {
         remote_online = true;
@@ -71,7 +68,7 @@ TEST_F(LinkMonitor, StartsNoPollWhileAnOfflineCallBackIsHandled) {
 }
 
 TEST_F(LinkMonitor, WaitsUntilTheRunningActionIsOver) {
-    const gui_test::FakeEngine engine(serve);
+    const FakeEngine engine(serve);
     {
         const relay_hub::WindowWork copying;
         relay_hub::start_waiting();
@@ -82,7 +79,7 @@ TEST_F(LinkMonitor, WaitsUntilTheRunningActionIsOver) {
 }
 
 TEST_F(LinkMonitor, ALateAnswerToAnOldPollChangesNothing) {
-    const gui_test::FakeEngine engine([](const std::string& request) {
+    const FakeEngine engine([](const std::string& request) {
         const std::string answer = serve(request);
         remote_online = false;
         return answer;
@@ -96,7 +93,7 @@ TEST_F(LinkMonitor, ALateAnswerToAnOldPollChangesNothing) {
 }
 
 TEST_F(LinkMonitor, AnOfflineCallBackTakesTheDrivesAway) {
-    const gui_test::FakeEngine engine(serve);
+    const FakeEngine engine(serve);
     GtkTreeModel* drives = gtk_combo_box_get_model(GTK_COMBO_BOX(remote().drive_combo));
     gtk_button_clicked(GTK_BUTTON(remote().spare_button));
     EXPECT_GT(gtk_tree_model_iter_n_children(drives, nullptr), 0);
@@ -108,7 +105,7 @@ TEST_F(LinkMonitor, AnOfflineCallBackTakesTheDrivesAway) {
 
 TEST_F(LinkMonitor, GivesUpWaitingWhenTheUserWantsIt) {
     remote_online = false;
-    const gui_test::FakeEngine engine(serve);
+    const FakeEngine engine(serve);
     relay_hub::start_waiting();
     g_waiting_status.stop_request = 2;
     EXPECT_TRUE(run_until(is_loaded));
@@ -140,52 +137,39 @@ TEST_F(LinkMonitor, EndsTheProcessWhenAnEngineThatWasThereIsGone) {
 
 TEST_F(LinkMonitor, ClosingTheBusyDialogEndsTheSearchForDrives) {
     has_drives = false;
-    const gui_test::FakeEngine engine(serve);
-    const gui_test::When closed(
-        [&] { return engine.requests(wire::kGetDriverList).size() == 2; },
-        [] { gui_test::close_as_the_window_manager(gui_test::find_window("IDS_MSG_PROCESSING")); });
+    const FakeEngine engine(serve);
+    const When closed([&] { return engine.requests(wire::kGetDriverList).size() == 2; },
+                      [] { close_as_the_window_manager(find_window("IDS_MSG_PROCESSING")); });
     gtk_button_clicked(GTK_BUTTON(remote().spare_button));
     EXPECT_TRUE(closed.done());
     EXPECT_FALSE(relay_hub::window_is_busy());
     EXPECT_FALSE(is_offline());
-    EXPECT_EQ(gui_test::find_window("IDS_MSG_PROCESSING"), nullptr);
-}
-
-using gui_test::FakeEngine;
-using gui_test::kSuccess;
-using gui_test::Panes;
-
-std::string flag(const char* tag, const char* value) {
-    return std::string("<") + tag + ">" + value + "</" + tag + ">";
+    EXPECT_EQ(find_window("IDS_MSG_PROCESSING"), nullptr);
 }
 
 TEST_F(Panes, ProbesJudgeTheEnginesAnswer) {
-    const std::string device = flag(wire::kDeviceOn, "Y"), application = flag(wire::kApplicationOn, "Y");
-    const struct {
-        int (*probe)();
-        const char* command;
-        std::string answer;
-        int result;
-    } cases[] = {
-        {link_engine_heartbeat, wire::kCheckForHeartbeat, flag(wire::kServerIsLive, "Y"), 0},
-        {link_engine_heartbeat, wire::kCheckForHeartbeat, flag(wire::kServerIsLive, "N"), -1},
+    const std::string device = field(wire::kDeviceOn, "Y"), application = field(wire::kApplicationOn, "Y");
+    const std::tuple<int (*)(), const char*, std::string, int> cases[] = {
+        {link_engine_heartbeat, wire::kCheckForHeartbeat, field(wire::kServerIsLive, "Y"), 0},
+        {link_engine_heartbeat, wire::kCheckForHeartbeat, field(wire::kServerIsLive, "N"), -1},
         {link_engine_heartbeat, wire::kCheckForHeartbeat, "", -1},
         {link_engine_connection_status, wire::kCheckConnectionStatus, device + application, 0},
         {link_engine_connection_status, wire::kCheckConnectionStatus,
-         device + flag(wire::kApplicationOn, "N"), -1},
+         device + field(wire::kApplicationOn, "N"), -1},
         {link_engine_connection_status, wire::kCheckConnectionStatus,
-         flag(wire::kDeviceOn, "N") + application, -1},
-        {offline_connection_status, wire::kCheckConnectionStatus, flag(wire::kLocalDeviceOn, "Y"), 0},
+         field(wire::kDeviceOn, "N") + application, -1},
+        {offline_connection_status, wire::kCheckConnectionStatus, field(wire::kLocalDeviceOn, "Y"), 0},
         {offline_connection_status, wire::kCheckConnectionStatus, device + application, -1},
-        {link_engine_remote_online, wire::kCheckRemoteOnline, kSuccess + flag(wire::kRemoteIsOnline, "Y"), 0},
-        {link_engine_remote_online, wire::kCheckRemoteOnline, kSuccess + flag(wire::kRemoteIsOnline, "N"),
+        {link_engine_remote_online, wire::kCheckRemoteOnline, kSuccess + field(wire::kRemoteIsOnline, "Y"),
+         0},
+        {link_engine_remote_online, wire::kCheckRemoteOnline, kSuccess + field(wire::kRemoteIsOnline, "N"),
          -1},
-        {link_engine_remote_online, wire::kCheckRemoteOnline, flag(wire::kRemoteIsOnline, "Y"), -1},
+        {link_engine_remote_online, wire::kCheckRemoteOnline, field(wire::kRemoteIsOnline, "Y"), -1},
     };
-    for (const auto& one : cases) {
-        const FakeEngine engine([&one](const std::string&) { return message(one.answer); });
-        EXPECT_EQ(one.probe(), one.result) << one.command << one.answer;
-        EXPECT_EQ(engine.requests(one.command).size(), 1U);
+    for (const auto& [probe, command, answer, result] : cases) {
+        const FakeEngine engine([whole = message(answer)](const std::string&) { return whole; });
+        EXPECT_EQ(probe(), result) << command << answer;
+        EXPECT_EQ(engine.requests(command).size(), 1U);
     }
 }
 

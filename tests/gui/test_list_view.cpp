@@ -1,7 +1,4 @@
-#include <gmock/gmock.h>
-
 #include <array>
-#include <filesystem>
 
 #include "gui/gui_fixture.h"
 #include "tree_view_op/file_list_view.h"
@@ -11,8 +8,7 @@
 
 namespace {
 
-using gui_test::PaneList;
-using test::Sandbox;
+using namespace gui_test;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using Texts = std::vector<std::string>;
@@ -111,7 +107,7 @@ TEST_F(LocalListing, ACellIsOneBoundedLineAndTheNameTakesFurtherRoom) {
         }
     list_.select({0, 1, 2});
     EXPECT_THAT(get_selected_to_glist(list_.view()), testing::UnorderedElementsAreArray(names));
-    gui_test::run_pending();
+    run_pending();
     GdkRectangle cell;
     GtkTreePath* first = gtk_tree_path_new_first();
     GtkTreeViewColumn* name_column = gtk_tree_view_get_column(GTK_TREE_VIEW(list_.view()), 0);

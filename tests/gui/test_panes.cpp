@@ -18,10 +18,6 @@ using testing::Not;
 
 const std::string kRefused = "<T1>NP_Exe_Result_Fail</T1><T2>disk full</T2>";
 
-std::string field(const std::string& tag, const std::string& text) {
-    return "<" + tag + ">" + text + "</" + tag + ">";
-}
-
 std::string hex_field(const std::string& tag, const std::string& path) {
     return field(tag, relay_hub::unicode_hex(path));
 }

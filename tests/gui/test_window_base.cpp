@@ -1,5 +1,3 @@
-#include <gmock/gmock.h>
-
 #include "fake_engine.h"
 #include "gui/gui_fixture.h"
 #include "link_engine/command_runner.h"
@@ -17,9 +15,7 @@
 
 namespace {
 
-using gui_test::find_window;
-using gui_test::run_until;
-using gui_test::When;
+using namespace gui_test;
 using namespace std::chrono_literals;
 
 // A bare main window under the records, and everything about closing back at its start.
@@ -84,7 +80,7 @@ TEST_F(WindowBase, TheEndOfTheMainLoopReleasesWhoeverWaits) {
     worker.join();
     EXPECT_EQ(called, 0);
     EXPECT_EQ(owned.use_count(), 1);
-    gui_test::run_pending();
+    run_pending();
     EXPECT_FALSE(ran);
 }
 
@@ -99,7 +95,7 @@ TEST_F(WindowBase, TheWindowGoesOnlyWhenEveryHandlerHasUnwound) {
             EXPECT_EQ(relay_hub::wait_for_confirmation("?"), kConfirmNone);
             EXPECT_LT(test::Clock::now() - asked, 5s) << "nobody answers in a closing program";
         }
-        gui_test::run_pending();
+        run_pending();
         EXPECT_FALSE(destroyed_);
         EXPECT_TRUE(relay_hub::window_is_closing());
     }

@@ -1,7 +1,6 @@
 // The main window and every dialog in one language: no id is left untranslated, nothing is cut.
 //   test_language de_DE.UTF-8
 #include <gdk/gdkkeysyms.h>
-#include <gmock/gmock.h>
 
 #include <set>
 
@@ -21,6 +20,7 @@
 
 namespace {
 
+using namespace gui_test;
 namespace connect = relay_hub::connect;
 using relay_hub::fill_translated;
 using relay_hub::translated;
@@ -67,7 +67,7 @@ bool has_grown(GtkWidget* window) {
 }
 
 void inspect_window(GtkWidget* window) {
-    gui_test::run_pending();
+    run_pending();
     std::string nowhere;
     inspect(window, &nowhere);
 }
@@ -101,10 +101,10 @@ class Inspector {
         const bool is_new = seen_.insert(top).second;
         if (is_new)
             inspect_window(top);
-        GtkWidget* entry = gui_test::find_entry(top);
+        GtkWidget* entry = find_entry(top);
         if (is_new && entry != nullptr && unusable_name_ != nullptr) {
             gtk_entry_set_text(GTK_ENTRY(entry), unusable_name_);
-            gui_test::press_key(entry, GDK_KEY_Return);
+            press_key(entry, GDK_KEY_Return);
         } else if (gtk_grab_get_current() == top) {
             gtk_dialog_response(GTK_DIALOG(top), GTK_RESPONSE_DELETE_EVENT);
         }
@@ -114,7 +114,7 @@ class Inspector {
     guint id_ = 0;
 };
 
-class Language : public gui_test::MainWindowTest {
+class Language : public MainWindowTest {
   protected:
     Language() {
         sandbox_.make_file("note.txt", "x");
@@ -145,44 +145,45 @@ TEST_F(Language, MainWindowWithUsualTextsInItsColumns) {
 TEST_F(Language, Menu) {
     GtkWidget* menu =
         new_popup_menu(local().tree_view, nullptr, static_cast<_popup_menu_switch>(-1), nullptr);
-    ASSERT_TRUE(gui_test::run_until([menu] { return gtk_widget_get_mapped(menu) != FALSE; }));
+    ASSERT_TRUE(run_until([menu] { return gtk_widget_get_mapped(menu) != FALSE; }));
     inspect_window(gtk_widget_get_toplevel(menu));
 }
 
 TEST_F(Language, PromptsQuestionsAndMessages) {
     const std::string path = "/home/somebody/Documents/The letter with a name that is rather long.txt";
-    const struct {
-        std::function<void()> act;
-        const char* unusable_name = nullptr;
-    } cases[] = {
+    // The second is a name that the dialog refuses, where it asks for one.
+    const std::pair<std::function<void()>, const char*> cases[] = {
         {[] { on_popup_menu_mkdir(nullptr, local().tree_view); }, ""},
         {[] {
-             gui_test::select_rows(local().tree_view, {1});
+             select_rows(local().tree_view, {1});
              on_popup_menu_rename(nullptr, local().tree_view);
          },
          "a/b"},
-        {[] { on_popup_menu_delete(nullptr, local().tree_view); }},
-        {[] { on_popup_menu_about(nullptr, local().tree_view); }},
+        {[] { on_popup_menu_delete(nullptr, local().tree_view); }, nullptr},
+        {[] { on_popup_menu_about(nullptr, local().tree_view); }, nullptr},
         {[&] {
-            const std::string question = fill_translated("IDS_EXIST_FILE_NAME", {path}) + " ?";
-            relay_hub::run_override_request(nullptr, question.c_str());
-        }},
-        {[&] { open_local(path); }},
+             const std::string question = fill_translated("IDS_EXIST_FILE_NAME", {path}) + " ?";
+             relay_hub::run_override_request(nullptr, question.c_str());
+         },
+         nullptr},
+        {[&] { open_local(path); }, nullptr},
         {[] {
-            relay_hub::window_questions()->show_error(translated("IDS_ERROR_DISPLAY"),
-                                                      translated("IDS_ERROR_NO_PERMISSION"));
-        }},
+             relay_hub::window_questions()->show_error(translated("IDS_ERROR_DISPLAY"),
+                                                       translated("IDS_ERROR_NO_PERMISSION"));
+         },
+         nullptr},
         {[&] {
-            relay_hub::window_questions()->show_job_error(
-                fill_translated("IDS_MSG_ERR_FAIL_TO_CREATE_FOLDER", {path, "?"}) + "\n" +
-                fill_translated("IDS_MSG_ALREADY_RUNNING", {"Relay Hub"}) + "\n" +
-                relay_hub::failure_summary({{path, "?"}, {path, "?"}}));
-        }},
+             relay_hub::window_questions()->show_job_error(
+                 fill_translated("IDS_MSG_ERR_FAIL_TO_CREATE_FOLDER", {path, "?"}) + "\n" +
+                 fill_translated("IDS_MSG_ALREADY_RUNNING", {"Relay Hub"}) + "\n" +
+                 relay_hub::failure_summary({{path, "?"}, {path, "?"}}));
+         },
+         nullptr},
     };
-    for (const auto& each : cases) {
-        const Inspector inspector(each.unusable_name);
-        each.act();
-        EXPECT_EQ(inspector.inspected(), each.unusable_name != nullptr ? 2U : 1U);
+    for (const auto& [act, unusable_name] : cases) {
+        const Inspector inspector(unusable_name);
+        act();
+        EXPECT_EQ(inspector.inspected(), unusable_name != nullptr ? 2U : 1U);
     }
 }
 
@@ -191,14 +192,13 @@ TEST_F(Language, ProgressAndBusyDialogs) {
         int state = kStateRunning;
         GtkWidget* dialog = nullptr;
         show_file_read_write_dialog(nullptr, &dialog, {&state, &kind}, kind);
-        EXPECT_TRUE(gui_test::run_until([dialog] { return gtk_widget_get_mapped(dialog) != FALSE; }));
+        EXPECT_TRUE(run_until([dialog] { return gtk_widget_get_mapped(dialog) != FALSE; }));
         inspect_window(dialog);
         close_file_read_write_dialog(dialog);
     }
     const relay_hub::BusyDialog busy;
-    EXPECT_TRUE(gui_test::run_until(
-        [] { return gui_test::find_window(translated("IDS_MSG_PROCESSING")) != nullptr; }));
-    inspect_window(gui_test::find_window(translated("IDS_MSG_PROCESSING")));
+    EXPECT_TRUE(run_until([] { return find_window(translated("IDS_MSG_PROCESSING")) != nullptr; }));
+    inspect_window(find_window(translated("IDS_MSG_PROCESSING")));
 }
 
 // By the keyboard alone: no two widgets have one letter, and each tells its name to who listens.
@@ -208,10 +208,10 @@ TEST_F(Language, ConnectDialog) {
     dialog.computers().add_configured({"tower"});
     dialog.computers().show_announced("nas", *connect::parse_typed("nas"));
     dialog.show();
-    GtkWidget* window = gui_test::find_window(translated("IDS_CONNECT_TITLE"));
+    GtkWidget* window = find_window(translated("IDS_CONNECT_TITLE"));
     ASSERT_NE(window, nullptr);
     const auto inspect_grown = [window] {
-        EXPECT_TRUE(gui_test::run_until([window] { return has_grown(window); }));
+        EXPECT_TRUE(run_until([window] { return has_grown(window); }));
         inspect_window(window);
     };
     inspect_grown();
@@ -223,7 +223,7 @@ TEST_F(Language, ConnectDialog) {
         inspect_grown();
     }
     std::multiset<guint> letters;
-    (void)gui_test::find_widget(window, [&letters](GtkWidget* widget) {
+    (void)find_widget(window, [&letters](GtkWidget* widget) {
         if (GTK_IS_LABEL(widget) && gtk_label_get_mnemonic_widget(GTK_LABEL(widget)) != nullptr)
             letters.insert(gtk_label_get_mnemonic_keyval(GTK_LABEL(widget)));
         return false;

@@ -1,5 +1,4 @@
 // The file operations that both programs share.
-#include <gmock/gmock.h>
 #include <sys/file.h>
 #include <sys/resource.h>
 

@@ -1,6 +1,6 @@
 #include "base/progress_text.h"
 
-#include <gtest/gtest.h>
+#include "sandbox.h"
 
 namespace relay_hub {
 namespace {

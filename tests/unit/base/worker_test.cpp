@@ -1,15 +1,14 @@
 #include "base/worker.h"
 
 #include <glib.h>
-#include <gtest/gtest.h>
 #include <pthread.h>
 
-#include <atomic>
 #include <csignal>
 #include <stdexcept>
 
 #include "base/main_loop.h"
 #include "base/wait.h"
+#include "sandbox.h"
 
 namespace relay_hub {
 namespace {

@@ -1,6 +1,5 @@
 // What the program that asks for a computer reads: addresses, the ssh configuration, its key file, the
 // engine's lines, its command line.
-#include <gmock/gmock.h>
 
 #include "connect/computer_history.h"
 #include "connect/engine_status.h"

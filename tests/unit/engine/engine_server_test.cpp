@@ -10,6 +10,7 @@
 #include "engine_sandbox.h"
 #include "name_pipe/name_pipe_base.h"
 #include "unit/name_pipe/support.h"
+#include "wire.h"
 
 namespace {
 std::atomic<std::size_t> largest_allocation = SIZE_MAX;
@@ -33,9 +34,9 @@ std::atomic<std::size_t> largest_allocation = SIZE_MAX;
 namespace relay_hub::engine {
 namespace {
 
-constexpr char kHeartbeat[] = "<ZEVMSG><NP_Cmd>NP_Cmd_Check_For_Heartbeat</NP_Cmd></ZEVMSG>";
-constexpr char kAlive[] = "<ZEVMSG><NP_Server_Is_Live>Y</NP_Server_Is_Live></ZEVMSG>";
-constexpr char kListRoot[] = "<ZEVMSG><NP_Cmd>NP_Cmd_Get_File_List</NP_Cmd><TG>C:\\</TG></ZEVMSG>";
+const std::string kHeartbeat = test::request("Check_For_Heartbeat");
+const std::string kAlive = message(field("NP_Server_Is_Live", "Y"));
+const std::string kListRoot = test::request("Get_File_List", field("TG", "C:\\"));
 
 std::string command(const std::string& text) {
     return frame(kMarker + text);
@@ -87,7 +88,7 @@ TEST_F(Serving, SlowAndPostingClients) {
     }
     // A post does not wait for the engine to be through with the round before.
     CNamePipeBase client(base_, kPipeBufferSize, kPipeBufferSize);
-    const std::string exit = "<ZEVMSG><NP_Cmd>NP_Cmd_Exit_Link_Engine</NP_Cmd></ZEVMSG>";
+    const std::string exit = test::request("Exit_Link_Engine");
     EXPECT_TRUE(wait_until([&] { return client.NPPostMessage(exit, "", kCommandData); }));
     EXPECT_TRUE(wait_until([&] { return server_->ended(); }));
     EXPECT_TRUE(stop_.stopped());
@@ -96,13 +97,9 @@ TEST_F(Serving, SlowAndPostingClients) {
 TEST_F(Serving, ClientsThatMisbehaveCostOneRound) {
     start();
     const std::string request = command(kHeartbeat);
-    const std::string bad[] = {"",
-                               "\x10",
-                               request.substr(0, 20),
-                               std::string(4, '\0'),
-                               std::string("\6\0\0\0", 4) + "abcdef",
-                               std::string("\xff\xff\xff\xff", 4)};
-    for (const std::string& bytes : bad) {
+    for (const std::string& bytes :
+         {std::string(), std::string("\x10"), request.substr(0, 20), std::string(4, '\0'),
+          std::string("\6\0\0\0abcdef", 10), std::string(4, '\xff')}) {
         Peer(base_).as_client().request(bytes);
         // What follows at once may still be taken for the rest of a broken frame, but nothing after that.
         std::string answer;
@@ -179,8 +176,7 @@ class CallingBack : public Serving {
     ~CallingBack() override { listener_.ExitListenService(); }
 
     CNamePipeBase listener_;
-    static inline const std::string kCancelled =
-        "<ZEVMSG><NP_User_Click_Cancel>Y</NP_User_Click_Cancel></ZEVMSG>";
+    static inline const std::string kCancelled = message(field("NP_User_Click_Cancel", "Y"));
     static inline std::atomic<int> calls = 0;
     static inline std::atomic<bool> cancelled = false;
     static inline std::string next_answer;
@@ -196,13 +192,12 @@ TEST_F(CallingBack, AnswersOfAPaddedFrame) {
         {"NP_Copy_Confirmation_Cancel", OverwriteAnswer::kCancel},
         {"Other", OverwriteAnswer::kNone}};
     listen();
-    for (const auto& [field, answer] : cases) {
-        next_answer = std::string("<ZEVMSG><") + field + ">Y</" + field + "></ZEVMSG>";
-        EXPECT_EQ(front_end_.confirm("<a>"), answer) << field;
+    for (const auto& [name, answer] : cases) {
+        next_answer = message(field(name, "Y"));
+        EXPECT_EQ(front_end_.confirm("<a>"), answer) << name;
     }
     for (const char flag : {'N', 'Y'}) {
-        next_answer =
-            std::string("<ZEVMSG><NP_User_Click_Cancel>") + flag + "</NP_User_Click_Cancel></ZEVMSG>";
+        next_answer = message(field("NP_User_Click_Cancel", {flag}));
         EXPECT_EQ(front_end_.cancelled(), flag == 'Y');
     }
     next_answer.clear();
@@ -220,11 +215,11 @@ TEST_F(CallingBack, AnswersOfAPaddedFrame) {
               "<NP_Copy_Process_Progress_Bar_Total>9</NP_Copy_Process_Progress_Bar_Total>"
               "<NP_Copy_Process_Progress_Bar_Current>7</NP_Copy_Process_Progress_Bar_Current></ZEVMSG>");
     // What the user says to a question that was taken back is no sign that the news has arrived.
-    next_answer = "<ZEVMSG><NP_Copy_Confirmation_Yes>Y</NP_Copy_Confirmation_Yes></ZEVMSG>";
+    next_answer = message(field("NP_Copy_Confirmation_Yes", "Y"));
     EXPECT_FALSE(front_end_.tell_remote_is_offline());
-    next_answer = "<ZEVMSG><T1>NP_Exe_Result_Success</T1></ZEVMSG>";
+    next_answer = message(kSuccess);
     EXPECT_TRUE(front_end_.tell_remote_is_offline());
-    EXPECT_EQ(last_message, "<ZEVMSG><NP_Cmd>NP_Cmd_Remote_Is_Offline</NP_Cmd></ZEVMSG>");
+    EXPECT_EQ(last_message, test::request("Remote_Is_Offline"));
 }
 
 // A file that hangs holds up neither the next request, after its client left or its user cancelled, nor the
@@ -235,7 +230,7 @@ TEST_F(CallingBack, AFileThatHangsIsLeftBehind) {
     HangingTree& hanging = *tree;
     remote_ = std::move(tree);
     make_folder("served/d");
-    next_answer = "<ZEVMSG><NP_User_Click_Cancel>N</NP_User_Click_Cancel></ZEVMSG>";
+    next_answer = message(field("NP_User_Click_Cancel", "N"));
     listen();
     start();
     {
@@ -245,8 +240,8 @@ TEST_F(CallingBack, AFileThatHangsIsLeftBehind) {
     }
     EXPECT_EQ(ask(command(kHeartbeat)), kAlive);
     Peer cancelling(base_);
-    cancelling.as_client().request(command("<ZEVMSG><NP_Cmd>NP_Cmd_Remote_to_Local</NP_Cmd><T8><Line><T9>" +
-                                           mine_ + "</T9><TA>C:\\d</TA></Line></T8></ZEVMSG>"));
+    cancelling.as_client().request(command(test::request(
+        "Remote_to_Local", field("T8", field("Line", field("T9", mine_) + field("TA", "C:\\d"))))));
     hanging.listing.acquire();
     cancelled = true;
     EXPECT_EQ(cancelling.take_answer(), success_text());

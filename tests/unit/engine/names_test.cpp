@@ -1,8 +1,7 @@
 #include "engine/names.h"
 
-#include <gtest/gtest.h>
-
 #include "base/unicode_hex.h"
+#include "sandbox.h"
 
 namespace relay_hub::engine {
 namespace {

@@ -1,6 +1,5 @@
 #include "link_engine/command_runner.h"
 
-#include <gmock/gmock.h>
 #include <gtk/gtk.h>
 #include <sys/ipc.h>
 
@@ -15,6 +14,7 @@
 #include "link_engine/transfer_state.h"
 #include "preset_answers.h"
 #include "when.h"
+#include "wire.h"
 
 namespace test {
 namespace {
@@ -124,16 +124,16 @@ TEST_F(CommandRunner, CancelLeavesAHungEngineButWaitsForALivingOne) {
 }
 
 std::string question(const std::string& name) {
-    return "<ZEVMSG><NP_Cmd>NP_Cmd_Get_Confirmation_For_Copy</NP_Cmd><NP_Copy_Confirmation_Message>&dq;" +
-           name + "&dq; %s?</NP_Copy_Confirmation_Message></ZEVMSG>";
+    return request("Get_Confirmation_For_Copy",
+                   field("NP_Copy_Confirmation_Message", "&dq;" + name + "&dq; %s?"));
 }
 
 std::string answer_of(const std::string& names) {
-    std::string text = "<ZEVMSG>";
+    std::string fields;
     std::istringstream words(names);
     for (std::string name; words >> name;)
-        text += "<NP_Copy_Confirmation_" + name + ">Y</NP_Copy_Confirmation_" + name + ">";
-    return text + "</ZEVMSG>";
+        fields += field("NP_Copy_Confirmation_" + name, "Y");
+    return message(fields);
 }
 
 TEST_F(CommandRunner, QuestionsAreServedForTheCopyWhicheverRunTurnsTheLoop) {

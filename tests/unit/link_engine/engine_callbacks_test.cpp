@@ -2,6 +2,7 @@
 
 #include "fake_engine.h"
 #include "link_engine/transfer_state.h"
+#include "wire.h"
 
 namespace test {
 namespace {
@@ -10,26 +11,24 @@ using namespace relay_hub;
 
 int offline_calls = 0;
 
-std::string message(const std::string& command, const std::string& fields = "") {
-    return command_body("<ZEVMSG><NP_Cmd>NP_Cmd_" + command + "</NP_Cmd>" + fields + "</ZEVMSG>");
+std::string call_back(const std::string& command, const std::string& fields = "") {
+    return command_body(request(command, fields));
 }
 
 void nothing() {}
 
 TEST(EngineCallbacks, EveryAnswerHasItsExactBytes) {
     const std::tuple<const char*, std::string, std::string, void (*)(), void (*)()> rows[] = {
-        {"no cancel", message("Check_For_User_Click_Cancel"),
-         "<ZEVMSG><NP_User_Click_Cancel>N</NP_User_Click_Cancel></ZEVMSG>", nothing,
-         [] { EXPECT_EQ(get_change_flag(), 4); }},
-        {"cancel", message("Check_For_User_Click_Cancel"),
-         "<ZEVMSG><NP_User_Click_Cancel>Y</NP_User_Click_Cancel></ZEVMSG>", [] { SetUserClickCancel('Y'); },
-         nothing},
+        {"no cancel", call_back("Check_For_User_Click_Cancel"), message(field("NP_User_Click_Cancel", "N")),
+         nothing, [] { EXPECT_EQ(get_change_flag(), 4); }},
+        {"cancel", call_back("Check_For_User_Click_Cancel"), message(field("NP_User_Click_Cancel", "Y")),
+         [] { SetUserClickCancel('Y'); }, nothing},
         {"progress",
-         message("Copy_Progress_Status_Notify",
-                 "<NP_Copy_Process_Progress_Info>C:\\a &amp; \xC3\xA9</NP_Copy_Process_Progress_Info>"
-                 "<NP_Copy_Process_Elasp_Time>00:01</NP_Copy_Process_Elasp_Time>"
-                 "<NP_Copy_Process_Progress_Bar_Total>1e999</NP_Copy_Process_Progress_Bar_Total>"
-                 "<NP_Copy_Process_Progress_Bar_Current>12.5%</NP_Copy_Process_Progress_Bar_Current>"),
+         call_back("Copy_Progress_Status_Notify",
+                   "<NP_Copy_Process_Progress_Info>C:\\a &amp; \xC3\xA9</NP_Copy_Process_Progress_Info>"
+                   "<NP_Copy_Process_Elasp_Time>00:01</NP_Copy_Process_Elasp_Time>"
+                   "<NP_Copy_Process_Progress_Bar_Total>1e999</NP_Copy_Process_Progress_Bar_Total>"
+                   "<NP_Copy_Process_Progress_Bar_Current>12.5%</NP_Copy_Process_Progress_Bar_Current>"),
          "", nothing,
          [] {
              const TransferSnapshot now = transfer_snapshot();
@@ -40,18 +39,18 @@ TEST(EngineCallbacks, EveryAnswerHasItsExactBytes) {
              EXPECT_FALSE(now.being_written);
          }},
         {"progress while one is written",
-         message("Copy_Progress_Status_Notify", "<NP_Copy_Process_Elasp_Time>9</NP_Copy_Process_Elasp_Time>"),
-         "", [] { SetEnableInformation(1); }, [] { EXPECT_EQ(GetProcessElapseTime(), ""); }},
-        {"box", message("Show_Message_Box", "<NP_Message_Box_Content>%s &lt;b&gt;</NP_Message_Box_Content>"),
-         "", nothing, [] { EXPECT_EQ(GetShowMessageBox(), "%s <b>"); }},
-        {"remote request", message("Handle_Remote_Request"), "<ZEVMSG><T1>NP_Exe_Result_Fail</T1></ZEVMSG>",
+         call_back("Copy_Progress_Status_Notify", field("NP_Copy_Process_Elasp_Time", "9")), "",
+         [] { SetEnableInformation(1); }, [] { EXPECT_EQ(GetProcessElapseTime(), ""); }},
+        {"box", call_back("Show_Message_Box", field("NP_Message_Box_Content", "%s &lt;b&gt;")), "", nothing,
+         [] { EXPECT_EQ(GetShowMessageBox(), "%s <b>"); }},
+        {"remote request", call_back("Handle_Remote_Request"), "<ZEVMSG><T1>NP_Exe_Result_Fail</T1></ZEVMSG>",
          nothing, nothing},
-        {"offline", message("Remote_Is_Offline"), "<ZEVMSG><T1>NP_Exe_Result_Success</T1></ZEVMSG>", nothing,
+        {"offline", call_back("Remote_Is_Offline"), message(kSuccess), nothing,
          [] {
              EXPECT_EQ(offline_calls, 1);
              EXPECT_EQ(get_offline_interrupt(), 1);
          }},
-        {"unknown", message("Else"), "", nothing, nothing},
+        {"unknown", call_back("Else"), "", nothing, nothing},
         {"not a document", command_body("<<<"), "", nothing, nothing},
         {"no marker", std::string("\xBA\x33\x78\xA9\x00\x01", 6) + "<ZEVMSG></ZEVMSG>", "", nothing,
          nothing}};
@@ -71,7 +70,7 @@ TEST(EngineCallbacks, EveryAnswerHasItsExactBytes) {
 }
 
 TEST(EngineCallbacks, AnswersThatDoNotFitAndShortBodiesLeaveTheBufferAlone) {
-    std::string body = message("Handle_Remote_Request");
+    std::string body = call_back("Handle_Remote_Request");
     const std::size_t needed = std::string("<ZEVMSG><T1>NP_Exe_Result_Fail</T1></ZEVMSG>").size() + 1;
     for (const std::size_t size : {needed, needed + 1}) {
         std::string answer(size, '\0');
@@ -87,7 +86,7 @@ TEST(EngineCallbacks, AnswersThatDoNotFitAndShortBodiesLeaveTheBufferAlone) {
 
 TEST(EngineCallbacks, AConfirmationBesideNoRequestGetsTheValueThatIsSet) {
     CleanUpInformationVar();
-    std::string body = message("Get_Confirmation_For_Copy"), answer(1024, '\0');
+    std::string body = call_back("Get_Confirmation_For_Copy"), answer(1024, '\0');
     std::jthread listener(
         [&] { ServiceProvider(body.data(), static_cast<unsigned int>(body.size()), answer.data(), 1024); });
     ASSERT_TRUE(wait_until([] { return GetInformationRequest() == kConfirmationWanted; }));

@@ -56,14 +56,6 @@ std::string remote_to_local_records() {
            "</Line></T8>";
 }
 
-struct RequestRow {
-    int (*build)(void*);
-    std::string command;
-    std::string log_name;
-    const char* sent_word;  // null: the request is printed alone
-    std::string fields;
-};
-
 TEST(RequestBuilders, EveryRequestHasItsExactBytesAndTraces) {
     std::setlocale(LC_CTYPE, "C.UTF-8");
     ASSERT_EQ(unicode_hex(kName), kNameHex);
@@ -71,8 +63,9 @@ TEST(RequestBuilders, EveryRequestHasItsExactBytesAndTraces) {
     const std::string paths = "<TJ>{hex}</TJ><TK>TARGET</TK>";
     const std::string items =
         "<T8><Line><TF>{hex}</TF></Line><Line><TF>FOLDER</TF></Line><Line><TF>ODD</TF></Line></T8>";
+    // Where no word is printed with it, the request stands alone.
     // clang-format off
-    const RequestRow rows[] = {
+    const std::tuple<int (*)(void*), std::string, std::string, const char*, std::string> rows[] = {
         {set_NP_VAL_CMD_GET_FILE_LIST, "Get_File_List", "GET_FILE_LIST", "Send", path},
         {set_NP_VAL_CMD_GET_DRIVER_LIST, "Get_Driver_List", "GET_DRIVER_LIST", "Send", ""},
         {set_NP_VAL_CMD_GET_REMOTE_SPECIAL_PATH, "Get_Remote_Special_Path", "GET_REMOTE_SPECIAL_PATH", "Send", ""},
@@ -87,25 +80,25 @@ TEST(RequestBuilders, EveryRequestHasItsExactBytesAndTraces) {
         {set_NP_VAL_CMD_CHECK_REMOTE_ONLINE, "Check_Remote_Online", "CHECK_REMOTE_ONLINE", "Send", ""},
         {set_NP_VAL_CMD_CHECK_FOR_HEARTBEAT, "Check_For_Heartbeat", "CHECK_FOR_HEARTBEAT", nullptr, ""}};
     // clang-format on
-    for (const RequestRow& row : rows) {
-        SCOPED_TRACE(row.command);
-        const bool answered = !row.log_name.empty();
+    for (const auto& [build, command, name, sent_word, fields] : rows) {
+        SCOPED_TRACE(command);
+        const bool answered = !name.empty();
         const std::string answer = "<ZEVMSG><T1>answer</T1></ZEVMSG>";
         FakeEngine engine(
             [&](const std::string&) { return answered ? std::optional(answer) : std::nullopt; });
         __send_args args = nasty_args();
         release_xml_string();
         testing::internal::CaptureStdout();
-        EXPECT_EQ(row.build(&args), 0);
+        EXPECT_EQ(build(&args), 0);
         const std::string printed = testing::internal::GetCapturedStdout();
         ASSERT_TRUE(wait_until([&] { return engine.frames().size() == 1; }));
         const std::string text =
-            fill("<ZEVMSG><NP_Cmd>NP_Cmd_" + row.command + "</NP_Cmd>" + row.fields + "</ZEVMSG>");
+            fill("<ZEVMSG><NP_Cmd>NP_Cmd_" + command + "</NP_Cmd>" + fields + "</ZEVMSG>");
         EXPECT_EQ(engine.frames()[0], frame(command_body(text)));
-        const auto trace = [&row](const char* word, const std::string& shown) {
-            return "NP_VAL_CMD_" + row.log_name + " " + word + ":[ " + shown + " ]\n";
+        const auto trace = [log_name = name](const char* word, const std::string& shown) {
+            return "NP_VAL_CMD_" + log_name + " " + word + ":[ " + shown + " ]\n";
         };
-        const std::string sent = row.sent_word ? trace(row.sent_word, text) : text + "\n";
+        const std::string sent = sent_word ? trace(sent_word, text) : text + "\n";
         EXPECT_EQ(printed, sent + (answered ? trace("Receive", answer) : ""));
         EXPECT_STREQ(get_xml_string(), answered ? answer.c_str() : nullptr);
         EXPECT_EQ(args.state, answered ? kStateFinished : kStateRunning);

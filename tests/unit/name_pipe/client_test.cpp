@@ -1,4 +1,3 @@
-#include <gmock/gmock.h>
 #include <sys/resource.h>
 
 #include <csignal>
@@ -32,8 +31,18 @@ class Client : public testing::Test {
         return channel_.NPSendMessage(text, answer, base_, kCommandData);
     }
 
+    // One round of a server: takes the request, then answers as it is told to.
+    test::Background serve(std::function<void(Peer&)> answer) {
+        return test::Background([this, answer = std::move(answer)] {
+            Peer peer(base_);
+            request_ = peer.as_server().take_request();
+            answer(peer);
+        });
+    }
+
     test::Sandbox folder_;
     std::string base_ = folder_.at("channel");
+    std::string request_;  // read it when the server is joined
     CNamePipeBase channel_{base_, kPipeBufferSize, kPipeBufferSize};
 };
 
@@ -66,28 +75,21 @@ TEST_F(Client, EndsUpWithWhatThePeerGave) {
         {"pauses within the body", "hal", 3s,
          [](Peer& p) { p.answer(test::frame("half").substr(0, 7)), p.await_reader_gone(); }},
     };
-    for (const auto& [name, expected, limit, serve] : cases) {
-        std::string request;
-        test::Background server([&, &serve = serve] {
-            Peer peer(base_);
-            request = peer.as_server().take_request();
-            serve(peer);
-        });
+    for (const auto& [name, expected, limit, answer_with] : cases) {
+        test::Background server = serve(answer_with);
         std::string answer = "untouched";
         const auto start = Clock::now();
         EXPECT_TRUE(send("<ZEVMSG></ZEVMSG>", answer)) << name;
         EXPECT_LT(Clock::now() - start, limit) << name;
         server.join();
-        EXPECT_EQ(request, kMarker + "<ZEVMSG></ZEVMSG>") << name;
+        EXPECT_EQ(request_, kMarker + "<ZEVMSG></ZEVMSG>") << name;
         EXPECT_TRUE(answer == expected) << name << ": " << answer.size() << " bytes";
     }
 }
 
 TEST_F(Client, SeesEveryEndOfARoundHoweverFastTheNextBegins) {
     for (const std::string& bytes : {std::string(), std::string("\x05"), test::frame("half").substr(0, 7)}) {
-        test::Background server([&] {
-            Peer peer(base_);
-            (void)peer.as_server().take_request();
+        const test::Background server = serve([&](Peer& peer) {
             peer.answer(bytes);
             Peer next(base_);
             next.open_out(O_WRONLY);
@@ -105,11 +107,7 @@ TEST_F(Client, SeesEveryEndOfARoundHoweverFastTheNextBegins) {
 TEST_F(Client, TakesNothingThatStoodInThePipeBefore) {
     Peer stale(base_);
     stale.open_out(O_RDWR).answer(test::frame("stale"));
-    test::Background server([&] {
-        Peer peer(base_);
-        (void)peer.as_server().take_request();
-        peer.answer(test::frame("new"));
-    });
+    const test::Background server = serve([](Peer& peer) { peer.answer(test::frame("new")); });
     std::string answer;
     EXPECT_TRUE(send("?", answer));
     EXPECT_EQ(answer, "new");
@@ -141,11 +139,8 @@ TEST_F(Client, UsesNoPipeOfAnotherUser) {
 
 TEST_F(Client, FillsTheCallersBufferAndNoMore) {
     for (const unsigned int room : {4U, 7U, 8U}) {
-        test::Background server([&] {
-            Peer peer(base_);
-            (void)peer.as_server().take_request();
-            peer.answer(test::frame(std::string("abcd\0fg", 7)));
-        });
+        const test::Background server =
+            serve([](Peer& peer) { peer.answer(test::frame(std::string("abcd\0fg", 7))); });
         std::string buffer = "########";
         std::string body = kMarker;
         EXPECT_TRUE(SendPipeData(base_.c_str(), body.data(), 6, buffer.data(), room));
@@ -155,14 +150,10 @@ TEST_F(Client, FillsTheCallersBufferAndNoMore) {
 
 TEST_F(Client, PostsOnlyWhereSomebodyReads) {
     EXPECT_FALSE(channel_.NPPostMessage(std::string("nobody"), "", kUserData));
-    std::string request;
-    test::Background server([&] {
-        Peer peer(base_);
-        request = peer.as_server().take_request();
-    });
+    test::Background server = serve([](Peer&) {});
     EXPECT_TRUE(test::wait_until([&] { return channel_.NPPostMessage(std::string("hi"), "", kUserData); }));
     server.join();
-    EXPECT_EQ(request, test::kUserMarker + "hi");
+    EXPECT_EQ(request_, test::kUserMarker + "hi");
     // A reader that never opens its other end holds a post up for a moment only.
     Peer reader(base_);
     reader.open_in(O_RDONLY | O_NONBLOCK);

@@ -1,5 +1,3 @@
-#include <gmock/gmock.h>
-
 #include "name_pipe/name_pipe_base.h"
 #include "support.h"
 

@@ -1,11 +1,9 @@
 #pragma once
 // An SFTP server in a thread that answers as a test says.
-#include <gtest/gtest.h>
-
-#include <thread>
 
 #include "engine/sftp/sftp_file_system.h"
 #include "pipe.h"
+#include "sandbox.h"
 
 namespace relay_hub::engine::sftp {
 

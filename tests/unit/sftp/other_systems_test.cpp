@@ -1,7 +1,6 @@
 // Computers that are no Linux, by what their servers answer: Windows with its drives and few extensions,
 // macOS with names that it writes its own way.
 #include <glib.h>
-#include <gmock/gmock.h>
 
 #include <map>
 
@@ -130,7 +129,7 @@ struct System {
     std::optional<Style> wished;
     Style style;
     std::vector<std::string> drives;
-    const char* shown_home;
+    std::string shown_home;
     int trash;
     std::vector<std::string> extensions;
 };
@@ -139,27 +138,14 @@ TEST(OtherSystem, IsKnownByItsAnswersAndServed) {
     const std::vector<std::string> windows{
         "/", "/C:", "/D:", "/C:/Users", "/C:/Users/x", "/C:/Users/x/Desktop"};
     const std::vector<std::string> mac{"/", "/Users", "/Users/x", "/Users/x/Desktop", "/Users/x/.Trash"};
-    const std::vector<System> systems{
-        {"Windows", "/C:/Users/x", windows, {}, Style::kDrives, {"C:", "D:"}, "C:\\Users\\x", ENOTSUP, {}},
-        {"Windows, without a listing of drives",
-         "/C:/Users/x",
-         {windows.begin() + 1, windows.end()},
-         {},
-         Style::kDrives,
-         {"C:"},
-         "C:\\Users\\x",
-         ENOTSUP,
-         {}},
-        {"Windows, shown another way",
-         "/C:/Users/x",
-         windows,
-         Style::kPosix,
-         Style::kPosix,
-         {""},
-         "/C:/Users/x",
-         ENOTSUP,
-         {}},
-        {"macOS", "/Users/x", mac, {}, Style::kPosix, {""}, "/Users/x", 0, {"posix-rename@openssh.com"}},
+    const std::vector<std::string> unlisted{windows.begin() + 1, windows.end()};
+    const std::string in_c = "/C:/Users/x", shown = "C:\\Users\\x";
+    using enum Style;
+    const System systems[] = {
+        {"Windows", in_c, windows, {}, kDrives, {"C:", "D:"}, shown, ENOTSUP, {}},
+        {"Windows, drives not listed", in_c, unlisted, {}, kDrives, {"C:"}, shown, ENOTSUP, {}},
+        {"Windows, shown another way", in_c, windows, kPosix, kPosix, {""}, in_c, ENOTSUP, {}},
+        {"macOS", "/Users/x", mac, {}, kPosix, {""}, "/Users/x", 0, {"posix-rename@openssh.com"}},
     };
     for (const System& system : systems) {
         SCOPED_TRACE(system.name);

@@ -1,7 +1,6 @@
 // The tree behind a real SFTP server on a pair of pipes.
 #include "engine/sftp/sftp_file_system.h"
 
-#include <gmock/gmock.h>
 #include <signal.h>
 #include <sys/wait.h>
 

@@ -1,13 +1,11 @@
 // What needs no server: reasons, names of parts, folders of the user, fields of answers.
-#include <gtest/gtest.h>
-#include <unistd.h>
-
 #include "engine/sftp/link_failure.h"
 #include "engine/sftp/packet.h"
 #include "engine/sftp/part_name.h"
 #include "engine/sftp/places_finder.h"
 #include "engine/sftp/remote_entry.h"
 #include "engine/sftp/ssh_process.h"
+#include "sandbox.h"
 
 namespace relay_hub::engine::sftp {
 namespace {

@@ -1,7 +1,6 @@
 // The copy job: what becomes of each kind of entry, under each answer.
 #include <sys/mount.h>
 #include <sys/sysmacros.h>
-#include <sys/xattr.h>
 
 #include "unit/util/fault_injection.h"
 #include "unit/util/util_sandbox.h"
@@ -98,8 +97,8 @@ TEST_F(CopyJob, replaces_entries_of_any_kind_with_any) {
         const struct stat before = record(at("dst/" + name));
         EXPECT_EQ(copy_src(name).empty(), replaced) << kinds;
         const struct stat after = record(at("dst/" + name));
-        EXPECT_EQ(after.st_mode & S_IFMT, record(at(replaced ? "src/" : "dst/") + name).st_mode & S_IFMT)
-            << kinds;
+        const struct stat kept = record(at(replaced ? "src/" : "dst/") + name);
+        EXPECT_EQ(after.st_mode & S_IFMT, kept.st_mode & S_IFMT) << kinds;
         EXPECT_TRUE(replaced || after.st_ino == before.st_ino) << kinds;
         EXPECT_TRUE(kinds[1] != 'D' || content(at("dst/" + name + "/child")) == "kept") << kinds;
     }

@@ -90,8 +90,6 @@ FAILING_CALL(renameat, (int from_folder, const char* from, int to_folder, const 
              (from_folder, from, to_folder, to), noexcept)
 FAILING_CALL(renameat2, (int from_folder, const char* from, int to_folder, const char* to, unsigned flags),
              (from_folder, from, to_folder, to, flags), noexcept)
-FAILING_CALL(linkat, (int from_folder, const char* from, int to_folder, const char* to, int flags),
-             (from_folder, from, to_folder, to, flags), noexcept)
 FAILING_CALL(symlinkat, (const char* text, int folder, const char* path), (text, folder, path), noexcept)
 FAILING_CALL(fchmod, (int fd, mode_t mode), (fd, mode), noexcept)
 FAILING_CALL(futimens, (int fd, const timespec times[2]), (fd, times), noexcept)

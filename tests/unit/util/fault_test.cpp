@@ -1,5 +1,4 @@
 // What a failing system call may cost: either the copy is whole, or the old state stands and it is told.
-#include <sys/xattr.h>
 
 #include "unit/util/fault_injection.h"
 #include "unit/util/util_sandbox.h"

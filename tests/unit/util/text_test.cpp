@@ -1,12 +1,9 @@
 // Paths, times, sizes, texts and the unicode-hex form.
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-
 #include "base/name_order.h"
 #include "base/path_text.h"
 #include "base/shown_text.h"
 #include "base/translated_text.h"
+#include "sandbox.h"
 #include "util/ansi_unicode_hex.h"
 #include "util/path_kind.h"
 #include "util/path_stack.h"

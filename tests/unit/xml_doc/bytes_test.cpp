@@ -1,14 +1,10 @@
 #include "xml_doc/mab_string.h"
 
-#include <gtest/gtest.h>
-
 #include <cfloat>
 #include <climits>
 #include <cmath>
-#include <cstring>
-#include <functional>
-#include <string>
 
+#include "sandbox.h"
 #include "xml_doc/mem_file.h"
 
 namespace {

@@ -1,10 +1,8 @@
 #include "xml_doc/zev_xml.h"
 
-#include <gtest/gtest.h>
+#include "sandbox.h"
 
 #include <climits>
-#include <string>
-#include <vector>
 
 namespace {
 
