@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cctype>
 
+#include "base/file_descriptor.h"
 #include "fuzz_input.h"
 #include "xml_doc/xml.h"
 #include "xml_doc/zev_xml.h"
@@ -98,11 +99,10 @@ void read_elements(const Text& text) {
     element.LoadXML(text);
     const std::string written = element.GetXML();
     check(depth_of(element, 1) <= CXML::kMaxDepth, "the depth is bounded");
-    const int file = ::memfd_create("elements", MFD_CLOEXEC);
-    check(::write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size()), "a file");
-    ::lseek(file, 0, SEEK_SET);
-    from_file.XMLRead(file);
-    ::close(file);
+    const relay_hub::FileDescriptor file(::memfd_create("elements", MFD_CLOEXEC));
+    check(relay_hub::write_all(file.get(), text.data(), text.size()) == 0, "a file");
+    ::lseek(file.get(), 0, SEEK_SET);
+    from_file.XMLRead(file.get());
     check(from_file.GetXML() == written, "a file reads as memory does");
     check(element.Copy()->GetXML() == written, "a copy is the same");
     look_at(element);

@@ -13,6 +13,7 @@ namespace gui_test {
 
 using test::FakeEngine;
 using test::field;
+using test::hex_field;
 using test::kSuccess;
 using test::message;
 

@@ -38,10 +38,6 @@ class LocalListing : public testing::Test {
     void click_header() {
         gtk_tree_view_column_clicked(gtk_tree_view_get_column(GTK_TREE_VIEW(list_.view()), 0));
     }
-    static gboolean note_turn(gpointer served) {
-        *static_cast<bool*>(served) = true;
-        return G_SOURCE_CONTINUE;
-    }
 
     Sandbox sandbox_;
     PaneList list_;
@@ -176,7 +172,8 @@ TEST_F(LocalListing, ALongListingTurnsTheMainLoopAndStopsWhenTold) {
     click_header();
     int rows = 0;
     bool served = false;
-    const guint source = gdk_threads_add_idle(note_turn, &served);
+    const auto note = [](gpointer seen) -> gboolean { return *static_cast<bool*>(seen) = true; };
+    const guint source = gdk_threads_add_idle(note, &served);
     {
         relay_hub::RowFiller filler(list_.view());
         while (rows < kFarTooMany && filler.add(kRow.data()))

@@ -5,7 +5,6 @@
 #include "side_function/left_side.h"
 #include "tree_view_op/file_list_view.h"
 #include "ui/navigation.h"
-#include "util/ansi_unicode_hex.h"
 #include "window/closing.h"
 
 namespace {
@@ -17,10 +16,6 @@ using testing::IsEmpty;
 using testing::Not;
 
 const std::string kRefused = "<T1>NP_Exe_Result_Fail</T1><T2>disk full</T2>";
-
-std::string hex_field(const std::string& tag, const std::string& path) {
-    return field(tag, relay_hub::unicode_hex(path));
-}
 
 class RemotePane : public Panes {
   protected:

@@ -11,13 +11,6 @@
 
 namespace gui_test {
 
-inline GtkWidget* open_menu() {
-    for (const __single& side : sub)
-        if (const GList* menus = gtk_menu_get_for_attach_widget(side.tree_view))
-            return GTK_WIDGET(menus->data);
-    return nullptr;
-}
-
 // Another program's clipboard may outlive the test that filled it: only its owner can empty it.
 inline void empty_clipboard() {
     GtkClipboard* clipboard = gtk_clipboard_get(GDK_SELECTION_CLIPBOARD);
@@ -39,8 +32,9 @@ class MainWindowTest : public testing::Test {
     }
 
     ~MainWindowTest() override {
-        if (GtkWidget* menu = open_menu())
-            gtk_menu_shell_cancel(GTK_MENU_SHELL(menu));
+        for (const __single& side : sub)
+            if (const GList* menus = gtk_menu_get_for_attach_widget(side.tree_view))
+                gtk_menu_shell_cancel(GTK_MENU_SHELL(menus->data));
         empty_clipboard();
         relay_hub::reset_link_monitor();
         gtk_widget_destroy(get_UI_sets()->main_window);

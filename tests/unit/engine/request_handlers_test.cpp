@@ -1,6 +1,5 @@
 #include "engine/request_handlers.h"
 
-#include "base/unicode_hex.h"
 #include "engine/file_list.h"
 #include "engine/wire_text.h"
 #include "engine_sandbox.h"
@@ -10,10 +9,6 @@ namespace relay_hub::engine {
 namespace {
 
 const std::string kDone = message(kSuccess), kFail = "<T1>NP_Exe_Result_Fail</T1>";
-
-std::string hex_field(const std::string& tag, const std::string& value) {
-    return field(tag, character_hex(value).value());
-}
 
 class Handling : public EngineSandbox {
   protected:

@@ -137,25 +137,22 @@ std::string answer_of(const std::string& names) {
 }
 
 TEST_F(CommandRunner, QuestionsAreServedForTheCopyWhicheverRunTurnsTheLoop) {
-    const struct {
-        std::vector<int> responses;
-        std::string first, second, first_again, second_again;
-        int state;
-    } rows[] = {
+    using Fields = std::string;
+    const std::tuple<std::vector<int>, Fields, Fields, Fields, Fields, int> rows[] = {
         {{REQUEST_YES, REQUEST_NO}, "Yes", "No", "Yes", "No", kStateFinished},
         {{REQUEST_NO, REQUEST_YES}, "No", "Yes", "No", "Yes", kStateFinished},
         {{REQUEST_NO, REQUEST_ALL}, "No", "Replace_All", "No", "Yes", kStateFinished},
         {{REQUEST_YES, kRequestSkipAll}, "Yes", "No No_To_All", "Yes", "No", kStateFinished},
         {{kRequestSkipAll}, "No No_To_All", "No No_To_All", "No No_To_All", "No No_To_All", kStateFinished},
         {{REQUEST_ALL}, "Replace_All", "Replace_All", "Replace_All", "Replace_All", kStateFinished},
-        {{REQUEST_CANCEL, REQUEST_CANCEL}, "Cancel", "Cancel", {}, {}, TASK_CANCEL},
+        {{REQUEST_CANCEL, REQUEST_CANCEL}, "Cancel", "Cancel", "", "", TASK_CANCEL},
         {{-4, -4}, "", "", "No No_To_All", "No No_To_All", kStateFinished}};
     const Listener listener;
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.first + ", " + row.second);
+    for (const auto& [responses, first, second, first_again, second_again, state] : rows) {
+        SCOPED_TRACE(first + ", " + second);
         CleanUpInformationVar();
         PresetAnswers user;
-        user.answers = row.responses;
+        user.answers = responses;
         set_user_questions(&user);
         std::atomic<bool> nested = false;
         std::vector<std::string> answers;
@@ -177,17 +174,17 @@ TEST_F(CommandRunner, QuestionsAreServedForTheCopyWhicheverRunTurnsTheLoop) {
                          });
         send_command_t(set_NP_VAL_CMD_COPY_REMOTE_TO_LOCAL, read_slot, &copy);
         EXPECT_EQ(read_text, "copied");
-        EXPECT_THAT(answers, testing::ElementsAre(answer_of(row.first), answer_of(row.second)));
+        EXPECT_THAT(answers, testing::ElementsAre(answer_of(first), answer_of(second)));
         for (const OverwriteQuestion& asked : user.questions)
             EXPECT_EQ(asked.parent, copy.parent_window);
-        EXPECT_EQ(copy.state, row.state);
+        EXPECT_EQ(copy.state, state);
         copy.sent_again = true;
         send_command_t(set_NP_VAL_CMD_COPY_REMOTE_TO_LOCAL, read_slot, &copy);
-        if (row.state == TASK_CANCEL)
+        if (state == TASK_CANCEL)
             continue;
-        EXPECT_THAT(answers, testing::ElementsAre(answer_of(row.first_again), answer_of(row.second_again)));
-        ASSERT_EQ(user.questions.size(), row.responses.size());
-        EXPECT_EQ(user.questions.back().text, row.responses.size() > 1 ? "\"b\" %s?" : "\"a\" %s?");
+        EXPECT_THAT(answers, testing::ElementsAre(answer_of(first_again), answer_of(second_again)));
+        ASSERT_EQ(user.questions.size(), responses.size());
+        EXPECT_EQ(user.questions.back().text, responses.size() > 1 ? "\"b\" %s?" : "\"a\" %s?");
     }
 }
 

@@ -11,22 +11,20 @@ TEST(LyingServer, EndsTheLinkWithAReason) {
     constexpr char kSilence[] = "IDS_REASON_LINK_SILENT";
     const std::tuple<const char*, LyingServer::Lie, const char*> lies[] = {
         {"unknown number",
-         [](auto& request) {
-             return handle({request.type, request.number + 7, {}});
+         [](auto& r) {
+             return handle({r.type, r.number + 7, {}});
          },
          kNonsense},
-        {"repeated number", [](auto& request) { return handle(request) + handle(request); }, kNonsense},
-        {"another kind", [](auto& request) { return data(request, "x"); }, kNonsense},
+        {"repeated number", [](auto& r) { return handle(r) + handle(r); }, kNonsense},
+        {"another kind", [](auto& r) { return data(r, "x"); }, kNonsense},
         {"a long packet", [](auto&) { return std::string("\x7f\xff\xff\xff", 4); }, kNonsense},
         {"an empty packet", [](auto&) { return std::string(4, '\0'); }, kNonsense},
         {"a length that lies",
-         [](auto& request) { return answer(request, PacketType::kHandle, std::string("\0\0\xff\0h", 5)); },
-         kNonsense},
-        {"a huge handle", [](auto& request) { return handle(request, std::string(5000, 'h')); }, kNonsense},
-        {"success without a handle", [](auto& request) { return status(request, StatusCode::kOk); },
-         kNonsense},
+         [](auto& r) { return answer(r, PacketType::kHandle, std::string("\0\0\xff\0h", 5)); }, kNonsense},
+        {"a huge handle", [](auto& r) { return handle(r, std::string(5000, 'h')); }, kNonsense},
+        {"success without a handle", [](auto& r) { return status(r, StatusCode::kOk); }, kNonsense},
         {"silence", [](auto&) { return std::string(); }, kSilence},
-        {"silence in the middle", [](auto& request) { return handle(request).substr(0, 9); }, kSilence},
+        {"silence in the middle", [](auto& r) { return handle(r).substr(0, 9); }, kSilence},
     };
     for (const auto& [name, lie, reason] : lies) {
         LyingServer server(lie);

@@ -1,9 +1,10 @@
-// The trash's layout, and the delete job.
+// The trash's layout, the delete job, and a folder in the order of its names.
 #include <sys/mount.h>
 
 #include "unit/util/fault_injection.h"
 #include "unit/util/util_sandbox.h"
 #include "util/Zev_file_op.h"
+#include "util/sorted_folder.h"
 #include "util/trash.h"
 
 namespace {
@@ -91,6 +92,20 @@ TEST_F(Trash, a_missing_info_file_ends_the_job_with_its_reason) {
     EXPECT_EQ(g_s_nMsgCode, ENOSPC);
     EXPECT_EQ(answers.job_errors, Names{"No space left on device"});
     EXPECT_TRUE(exists(folder + "/y"));
+}
+
+using SortedFolder = util_test::Sandbox;
+
+TEST_F(SortedFolder, KeepsTheOrderOfNamesSortedInHalves) {
+    constexpr std::size_t kCount = 7001;
+    const std::string path = make_folder("many");
+    for (std::size_t index = 0; index < kCount; ++index)
+        put(path + "/" + std::to_string(index), "");
+    relay_hub::SortedFolder sorted(path);
+    ASSERT_EQ(sorted.size(), kCount);
+    for (std::size_t index = 0; index < kCount; ++index)
+        ASSERT_EQ(sorted.entry(index).name, std::to_string(index));
+    EXPECT_EQ(relay_hub::SortedFolder(path + "/0").error_number(), ENOTDIR);
 }
 
 }  // namespace
