@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <functional>
 #include <iterator>
+#include <set>
+#include <string_view>
 #include <system_error>
 
 #include "base/glib_owners.h"
@@ -136,10 +138,10 @@ std::vector<std::string> arrived_whole(const std::string& folder, const std::vec
 
 std::vector<std::string> without(const std::vector<std::string>& paths,
                                  const std::vector<std::string>& others) {
+    const std::set<std::string_view> gone(others.begin(), others.end());
     std::vector<std::string> left;
-    std::copy_if(paths.begin(), paths.end(), std::back_inserter(left), [&](const std::string& path) {
-        return std::find(others.begin(), others.end(), path) == others.end();
-    });
+    std::copy_if(paths.begin(), paths.end(), std::back_inserter(left),
+                 [&](const std::string& path) { return !gone.contains(path); });
     return left;
 }
 
