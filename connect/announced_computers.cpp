@@ -15,6 +15,7 @@
 #include <tuple>
 #include <utility>
 
+#include "base/freed_by.h"
 #include "base/glib_owners.h"
 
 namespace relay_hub::connect {
@@ -26,18 +27,11 @@ constexpr unsigned kLinkLocalFirst = 0xfe;
 constexpr unsigned kLinkLocalSecond = 0x80;
 constexpr unsigned kLinkLocalMask = 0xc0;
 
-template <auto free_it>
-struct Free {
-    template <typename Thing>
-    void operator()(Thing* thing) const {
-        free_it(thing);
-    }
-};
-using Poll = std::unique_ptr<AvahiGLibPoll, Free<avahi_glib_poll_free>>;
-using Client = std::unique_ptr<AvahiClient, Free<avahi_client_free>>;
-using Browser = std::unique_ptr<AvahiServiceBrowser, Free<avahi_service_browser_free>>;
-using Resolver = std::unique_ptr<AvahiServiceResolver, Free<avahi_service_resolver_free>>;
-using AvahiText = std::unique_ptr<char, Free<avahi_free>>;
+using Poll = std::unique_ptr<AvahiGLibPoll, FreedBy<avahi_glib_poll_free>>;
+using Client = std::unique_ptr<AvahiClient, FreedBy<avahi_client_free>>;
+using Browser = std::unique_ptr<AvahiServiceBrowser, FreedBy<avahi_service_browser_free>>;
+using Resolver = std::unique_ptr<AvahiServiceResolver, FreedBy<avahi_service_resolver_free>>;
+using AvahiText = std::unique_ptr<char, FreedBy<avahi_free>>;
 
 // One announcement on one interface.
 using ServiceKey = std::tuple<AvahiIfIndex, AvahiProtocol, std::string, std::string, std::string>;

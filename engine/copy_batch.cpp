@@ -412,7 +412,7 @@ bool CopyBatch::may_replace(const std::string& target, const Entry& entry, const
             progress_.stop();
             return false;
         case OverwriteAnswer::kNone:
-            // Somebody who has cancelled meanwhile, or left, wants to hear no more of it.
+            // A user who has cancelled meanwhile, or closed the window, gets no report of it.
             if (!front_end_.cancelled())
                 unanswered_ = target_.show(target);
             progress_.stop();

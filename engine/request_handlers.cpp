@@ -280,38 +280,29 @@ CopySide RequestHandlers::local_side() const {
 }
 
 std::string RequestHandlers::copy_to_local(CZEVXML& request) {
-    CopyBatch batch(
-        remote_side(), local_side(),
-        [style = style()](const std::string& name) { return can_travel(style, name); }, front_end_);
-    std::vector<CopyItem> items;
-    const std::size_t count = item_count(request);
-    for (std::size_t i = 0; i < count; ++i) {
-        const std::string from =
-            requested_text(request, item_record(i), wire::kRemotePath, wire::kRemotePathHex);
-        const std::string to = requested_text(request, item_record(i), wire::kLocalPath, wire::kLocalPathHex);
-        const auto source = inner_path(style(), from);
-        const auto target = local_path(to);
-        if (source && target)
-            items.push_back({*source, *target, i});
-        else
-            batch.add_failure(from, not_a_path(source ? to : from));
-    }
-    return run_copy(request, batch, items);
+    return copy(request, false);
 }
 
 std::string RequestHandlers::copy_to_remote(CZEVXML& request) {
+    return copy(request, true);
+}
+
+std::string RequestHandlers::copy(CZEVXML& request, bool to_remote) {
     CopyBatch batch(
-        local_side(), remote_side(),
+        to_remote ? local_side() : remote_side(), to_remote ? remote_side() : local_side(),
         [style = style()](const std::string& name) { return can_travel(style, name); }, front_end_);
     std::vector<CopyItem> items;
     const std::size_t count = item_count(request);
     for (std::size_t i = 0; i < count; ++i) {
-        const std::string from =
-            requested_text(request, item_record(i), wire::kLocalPath, wire::kLocalPathHex);
-        const std::string to =
-            requested_text(request, item_record(i), wire::kRemotePath, wire::kRemotePathHex);
-        const auto source = local_item(from);
-        const auto target = inner_path(style(), to);
+        const std::string record = item_record(i);
+        const std::string local = requested_text(request, record, wire::kLocalPath, wire::kLocalPathHex);
+        const std::string remote = requested_text(request, record, wire::kRemotePath, wire::kRemotePathHex);
+        const auto local_place = to_remote ? local_item(local) : local_path(local);
+        const auto remote_place = inner_path(style(), remote);
+        const std::string& from = to_remote ? local : remote;
+        const std::string& to = to_remote ? remote : local;
+        const auto& source = to_remote ? local_place : remote_place;
+        const auto& target = to_remote ? remote_place : local_place;
         if (source && target)
             items.push_back({*source, *target, i});
         else

@@ -58,6 +58,7 @@ class RequestHandlers {
 
     std::string remove(CZEVXML& request, EntryKind kind);
     void tell_what_is_missing(const std::string& folder, const FileList& list);
+    std::string copy(CZEVXML& request, bool to_remote);
     std::string run_copy(CZEVXML& request, CopyBatch& batch, const std::vector<CopyItem>& items);
     // The reason of a failure; nothing for a success.
     std::optional<std::string> failure_of_copy(const CopyBatch& batch);

@@ -1,12 +1,11 @@
 #include "engine/wire_text.h"
 
-#include <glib.h>
-
 #include <algorithm>
-#include <memory>
 
 #include "link_engine/message_names.h"
 #include "xml_doc/message_writer.h"
+
+#include "base/glib_owners.h"
 
 namespace relay_hub::engine {
 namespace {
@@ -41,8 +40,7 @@ std::string result_of_move(const std::optional<std::string>& failure, const std:
 }
 
 std::string presentable(std::string_view text, std::size_t limit) {
-    const std::unique_ptr<char, decltype(&g_free)> valid(
-        g_utf8_make_valid(text.data(), static_cast<gssize>(text.size())), g_free);
+    const GText valid(g_utf8_make_valid(text.data(), static_cast<gssize>(text.size())));
     std::string result = valid.get();
     for (char& c : result) {
         if ((static_cast<unsigned char>(c) < 0x20 && c != '\n') || c == 0x7f)

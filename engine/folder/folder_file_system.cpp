@@ -13,6 +13,7 @@
 #include <climits>
 #include <utility>
 
+#include "base/fifo.h"
 #include "base/file_attributes.h"
 #include "base/folder_handle.h"
 #include "base/remove_tree.h"
@@ -68,13 +69,9 @@ class FolderSource : public FileSource {
   public:
     explicit FolderSource(FileDescriptor file) : file_(std::move(file)) {}
     Error read(char* buffer, std::size_t size, std::size_t& got) override {
-        while (true) {
-            const ssize_t count = ::read(file_.get(), buffer, size);
-            if (count < 0 && errno == EINTR)
-                continue;
-            got = count < 0 ? 0 : static_cast<std::size_t>(count);
-            return count < 0 ? errno : 0;
-        }
+        const ssize_t count = read_some(file_.get(), buffer, size);
+        got = count < 0 ? 0 : static_cast<std::size_t>(count);
+        return count < 0 ? errno : 0;
     }
     [[nodiscard]] int descriptor() const override { return file_.get(); }
 

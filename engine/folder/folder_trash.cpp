@@ -1,18 +1,15 @@
 #include "engine/folder/folder_trash.h"
 
 #include <fcntl.h>
-#include <glib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
-#include <ctime>
-#include <memory>
 
 #include "base/file_descriptor.h"
 #include "base/rename_without_replacing.h"
 #include "engine/names.h"
+#include "engine/trash_info.h"
 #include "engine/wire_text.h"
 
 namespace relay_hub::engine {
@@ -20,7 +17,6 @@ namespace {
 
 constexpr int kMostNamesTried = 10000;
 constexpr std::size_t kLongestName = 200;
-constexpr char kInfoSuffix[] = ".trashinfo";
 
 int open_own_folder(int parent, const std::string& name, FileDescriptor& folder) {
     if (mkdirat(parent, name.c_str(), S_IRWXU) != 0 && errno != EEXIST)
@@ -30,21 +26,6 @@ int open_own_folder(int parent, const std::string& name, FileDescriptor& folder)
     if (!folder || fstat(folder.get(), &status) != 0)
         return errno;
     return status.st_uid == geteuid() ? 0 : EPERM;
-}
-
-std::string info_text(const std::string& path) {
-    const std::unique_ptr<char, decltype(&g_free)> escaped(
-        g_uri_escape_string(path.c_str(), G_URI_RESERVED_CHARS_ALLOWED_IN_PATH, FALSE), g_free);
-    const std::time_t now = std::time(nullptr);
-    std::tm parts{};
-    localtime_r(&now, &parts);
-    std::array<char, 32> date{};
-    (void)std::strftime(date.data(), date.size(), "%Y-%m-%dT%H:%M:%S", &parts);
-    return std::string("[Trash Info]\nPath=")
-        .append(escaped.get())
-        .append("\nDeletionDate=")
-        .append(date.data())
-        .append("\n");
 }
 
 struct TrashFolders {
@@ -76,7 +57,7 @@ int write_info(int folder, const std::string& name, const std::string& text) {
 // name for this item.
 int move_as(const TrashFolders& trash, int parent, const std::string& name, const std::string& trashed_name,
             const std::string& text) {
-    const std::string info_name = trashed_name + kInfoSuffix;
+    const std::string info_name = trashed_name + kTrashInfoSuffix;
     int error = write_info(trash.info.get(), info_name, text);
     if (error != 0)
         return error;
@@ -103,10 +84,10 @@ int trash_item(int root, int parent, const std::string& path) {
         return errno;
     // Room for the number and the suffix.
     const std::string kept_name = name.size() > kLongestName ? presentable(name, kLongestName) : name;
-    const std::string text = info_text(path);
+    const std::string text = trash_info(path);
     int error = EEXIST;
     for (int number = 1; error == EEXIST && number <= kMostNamesTried; ++number) {
-        const std::string trashed_name = number == 1 ? kept_name : kept_name + "." + std::to_string(number);
+        const std::string trashed_name = numbered_name(kept_name, number);
         error = move_as(trash, parent, name, trashed_name, text);
     }
     return error;

@@ -1,17 +1,14 @@
 #include "engine/sftp/remote_trash.h"
 
-#include <glib.h>
 #include <sys/stat.h>
 
-#include <array>
 #include <cerrno>
-#include <ctime>
 #include <string_view>
 
-#include "base/glib_owners.h"
 #include "base/translated_text.h"
 #include "engine/names.h"
 #include "engine/sftp/remote_entry.h"
+#include "engine/trash_info.h"
 
 namespace relay_hub::engine::sftp {
 namespace {
@@ -29,16 +26,6 @@ Error need_folder(Session& session, const std::string& path) {
     if (is_folder(session, path))
         return {};
     return session.make_folder(path, S_IRWXU);
-}
-
-std::string info_text(const std::string& path) {
-    const GText escaped(g_uri_escape_string(path.c_str(), G_URI_RESERVED_CHARS_ALLOWED_IN_PATH, FALSE));
-    const std::time_t now = std::time(nullptr);
-    std::tm parts{};
-    localtime_r(&now, &parts);
-    std::array<char, 32> date{};
-    (void)std::strftime(date.data(), date.size(), "%Y-%m-%dT%H:%M:%S", &parts);
-    return std::string("[Trash Info]\nPath=") + escaped.get() + "\nDeletionDate=" + date.data() + "\n";
 }
 
 // EREMOTEIO when the name is taken.
@@ -70,27 +57,23 @@ Error explain_refusal(Session& session, const Error& error, const std::string& p
     return {EXDEV, translated("IDS_REASON_TRASH_ELSEWHERE")};
 }
 
-std::string numbered(const std::string& name, int number) {
-    return number == 1 ? name : name + "." + std::to_string(number);
-}
-
 Error move_to_mac_trash(Session& session, const std::string& path, const std::string& trash) {
     Error error = EEXIST;
     for (int number = 1; error.number == EEXIST && number <= kMostNamesTried; ++number)
-        error = session.rename_to_free(path, trash + "/" + numbered(base_name(path), number));
+        error = session.rename_to_free(path, trash + "/" + numbered_name(base_name(path), number));
     return explain_refusal(session, error, path, trash);
 }
 
 // The info file is made first: it reserves the name for this item.
 Error move_to_home_trash(Session& session, const std::string& path, const std::string& trash) {
     const std::string name = base_name(path).substr(0, kLongestName);
-    const std::string text = info_text(path);
+    const std::string text = trash_info(path);
     const std::string infos = trash + "/info/";
     const std::string files = trash + "/files/";
     Error error;
     for (int number = 1; number <= kMostNamesTried; ++number) {
-        const std::string reserved = numbered(name, number);
-        const std::string info = std::string(infos).append(reserved).append(".trashinfo");
+        const std::string reserved = numbered_name(name, number);
+        const std::string info = std::string(infos).append(reserved).append(kTrashInfoSuffix);
         error = write_new_file(session, info, text);
         Attributes taken;
         if (error.number == EREMOTEIO && !session.lstat(info, taken))

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "base/file_descriptor.h"
+#include "base/local_time_text.h"
 #include "base/ownership.h"
 
 constinit Log theLog;
@@ -52,11 +53,7 @@ void write_once(int fd, const std::vector<std::string_view>& parts) {
 
 // "HH:MM:SS " of now.
 std::string stamp() {
-    const std::time_t now = std::time(nullptr);
-    std::tm local{};
-    (void)::localtime_r(&now, &local);
-    char text[16];
-    return {text, std::strftime(text, sizeof text, "%H:%M:%S ", &local)};
+    return relay_hub::local_time_text(std::time(nullptr), "%H:%M:%S ");
 }
 
 }  // namespace

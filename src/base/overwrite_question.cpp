@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "base/local_time_text.h"
 #include "base/size_text.h"
 #include "base/translated_text.h"
 
@@ -22,12 +23,8 @@ long tick_of(const timespec& time) {
 }
 
 std::string date_text(std::time_t time) {
-    std::tm parts{};
-    std::array<char, 128> text{};
-    if (localtime_r(&time, &parts) == nullptr ||
-        std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &parts) == 0)
-        return std::to_string(time);
-    return text.data();
+    const std::string text = local_time_text(time, "%Y-%m-%d %H:%M:%S");
+    return text.empty() ? std::to_string(time) : text;
 }
 
 std::string facts_line(const char* id, const FileFacts& facts) {

@@ -12,6 +12,8 @@
 #include <system_error>
 #include <type_traits>
 
+#include "base/freed_by.h"
+
 namespace relay_hub {
 namespace {
 
@@ -21,10 +23,7 @@ constexpr const char* kSupported[] = {
     "ko_KR.UTF-8", "zh_TW.UTF-8", "zh_CN.UTF-8", "pt_PT.UTF-8", "pt_BR.UTF-8", "ru_RU.UTF-8",
 };
 
-struct FreeLocale {
-    void operator()(locale_t locale) const { ::freelocale(locale); }
-};
-using Locale = std::unique_ptr<std::remove_pointer_t<locale_t>, FreeLocale>;
+using Locale = std::unique_ptr<std::remove_pointer_t<locale_t>, FreedBy<::freelocale>>;
 
 // False for a locale that is not installed, too. Asked before it is entered: the toolkit complains of it.
 bool names_would_be_utf8() {

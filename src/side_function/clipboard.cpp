@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "base/diagnostics.h"
+#include "base/freed_by.h"
 #include "base/glib_owners.h"
 #include "base/path_text.h"
 #include "window/closing.h"
@@ -18,15 +19,8 @@ constexpr char kGnomeFiles[] = "x-special/gnome-copied-files";
 constexpr char kUriList[] = "text/uri-list";
 constexpr std::size_t kTextRoom = 8192;
 
-struct SelectionFree {
-    void operator()(GtkSelectionData* selection) const { gtk_selection_data_free(selection); }
-};
-using SelectionPtr = std::unique_ptr<GtkSelectionData, SelectionFree>;
-
-struct TargetListFree {
-    void operator()(GtkTargetList* list) const { gtk_target_list_unref(list); }
-};
-using TargetListPtr = std::unique_ptr<GtkTargetList, TargetListFree>;
+using SelectionPtr = std::unique_ptr<GtkSelectionData, relay_hub::FreedBy<gtk_selection_data_free>>;
+using TargetListPtr = std::unique_ptr<GtkTargetList, relay_hub::FreedBy<gtk_target_list_unref>>;
 
 GdkAtom atom(const char* name) {
     return gdk_atom_intern(name, FALSE);
@@ -190,7 +184,7 @@ bool clipboard_offers_files() {
     int count = 0;
     if (!gtk_clipboard_wait_for_targets(desktop_clipboard(), &atoms, &count))
         return false;
-    const std::unique_ptr<GdkAtom, GFree> owner(atoms);
+    const std::unique_ptr<GdkAtom, FreedBy<g_free>> owner(atoms);
     const std::array wanted{atom(kGnomeFiles), atom(kUriList)};
     return std::find_first_of(atoms, atoms + count, wanted.begin(), wanted.end()) != atoms + count;
 }

@@ -4,14 +4,10 @@
 #include <unordered_set>
 
 #include "tree_view_op/file_list_view.h"
+#include "tree_view_op/toolkit_owners.h"
 
 namespace relay_hub {
 namespace {
-
-struct FreePath {
-    void operator()(GtkTreePath* path) const { gtk_tree_path_free(path); }
-};
-using PathPtr = std::unique_ptr<GtkTreePath, FreePath>;
 
 std::string name_at(GtkTreeView* view, GtkTreePath* path) {
     GtkTreeModel* model = gtk_tree_view_get_model(view);
@@ -27,7 +23,7 @@ ListPlace::ListPlace(GtkWidget* tree_view)
     : view_(GTK_TREE_VIEW(tree_view)), selected_(selected_names(tree_view)) {
     GtkTreePath* path = nullptr;
     gtk_tree_view_get_cursor(view_, &path, nullptr);
-    const PathPtr cursor(path);
+    const TreePathPtr cursor(path);
     cursor_ = name_at(view_, path);
     // Among the selected names the parent folder's row is left out.
     cursor_selected_ = path != nullptr &&
@@ -36,9 +32,9 @@ ListPlace::ListPlace(GtkWidget* tree_view)
     GtkTreePath* bottom = nullptr;
     if (gtk_tree_view_get_visible_range(view_, &top, &bottom) == FALSE)
         return;
-    const PathPtr owned_top(top);
-    const PathPtr owned_bottom(bottom);
-    // What stands at the very top stays there, also when rows come before it.
+    const TreePathPtr owned_top(top);
+    const TreePathPtr owned_bottom(bottom);
+    // A list at its very top stays there, also when rows are added before the first one.
     if (gtk_tree_path_get_indices(top)[0] > 0)
         top_ = name_at(view_, top);
 }
@@ -47,9 +43,9 @@ void ListPlace::restore() const {
     GtkTreeModel* model = gtk_tree_view_get_model(view_);
     GtkTreeSelection* selection = gtk_tree_view_get_selection(view_);
     const std::unordered_set<std::string> wanted(selected_.begin(), selected_.end());
-    std::vector<PathPtr> found;
-    PathPtr cursor;
-    PathPtr top;
+    std::vector<TreePathPtr> found;
+    TreePathPtr cursor;
+    TreePathPtr top;
     GtkTreeIter iter;
     for (gboolean more = model != nullptr && gtk_tree_model_get_iter_first(model, &iter); more;
          more = gtk_tree_model_iter_next(model, &iter)) {
@@ -64,7 +60,7 @@ void ListPlace::restore() const {
     if (cursor != nullptr)
         gtk_tree_view_set_cursor(view_, cursor.get(), nullptr, FALSE);
     gtk_tree_selection_unselect_all(selection);
-    for (const PathPtr& path : found)
+    for (const TreePathPtr& path : found)
         gtk_tree_selection_select_path(selection, path.get());
     if (cursor != nullptr && cursor_selected_)
         gtk_tree_selection_select_path(selection, cursor.get());

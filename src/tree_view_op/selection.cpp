@@ -6,15 +6,11 @@
 #include <unordered_set>
 
 #include "tree_view_op/row_store.h"
+#include "tree_view_op/toolkit_owners.h"
 
 using relay_hub::row_name;
 
 namespace {
-
-struct TreePathFree {
-    void operator()(GtkTreePath* path) const { gtk_tree_path_free(path); }
-};
-using TreePathPtr = std::unique_ptr<GtkTreePath, TreePathFree>;
 
 struct TreePathListFree {
     void operator()(GList* paths) const {

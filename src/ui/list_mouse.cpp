@@ -7,6 +7,7 @@
 #include "base/glib_owners.h"
 #include "side_function/copy_source.h"
 #include "tree_view_op/file_list_view.h"
+#include "tree_view_op/toolkit_owners.h"
 #include "ui/event_handlers.h"
 #include "ui/menus.h"
 
@@ -15,19 +16,16 @@ namespace {
 constexpr guint kLeftButton = 1;
 constexpr guint kRightButton = 3;
 
-struct FreePath {
-    void operator()(GtkTreePath* path) const { gtk_tree_path_free(path); }
-};
-using TreePath = std::unique_ptr<GtkTreePath, FreePath>;
+using relay_hub::TreePathPtr;
 
 // Null where there is no row, and on the header.
-TreePath row_at(GtkTreeView* tree_view, const GdkEventButton* event) {
+TreePathPtr row_at(GtkTreeView* tree_view, const GdkEventButton* event) {
     GtkTreePath* path = nullptr;
     if (event->window != gtk_tree_view_get_bin_window(tree_view))
         return nullptr;
     (void)gtk_tree_view_get_path_at_pos(tree_view, static_cast<int>(event->x), static_cast<int>(event->y),
                                         &path, nullptr, nullptr, nullptr);
-    return TreePath(path);
+    return TreePathPtr(path);
 }
 
 bool without_modifiers(const GdkEventButton* event) {
@@ -42,7 +40,7 @@ bool is_parent_row(GtkTreeView* tree_view, GtkTreePath* path) {
 
 bool keep_selection_for_drag(GtkTreeView* tree_view, const GdkEventButton* event) {
     GtkTreeSelection* selection = gtk_tree_view_get_selection(tree_view);
-    const TreePath path = row_at(tree_view, event);
+    const TreePathPtr path = row_at(tree_view, event);
     if (path == nullptr || gtk_tree_selection_count_selected_rows(selection) < 2 ||
         gtk_tree_selection_path_is_selected(selection, path.get()) == FALSE)
         return false;
@@ -60,27 +58,23 @@ void unselect_beside_rows(GtkTreeView* tree_view, const GdkEventButton* event) {
 }
 
 void note_press(GtkTreeView* tree_view, const GdkEventButton* event) {
-    const TreePath path = row_at(tree_view, event);
+    const TreePathPtr path = row_at(tree_view, event);
     // On the header it may widen a column.
     relay_hub::event_state.press_moves_nothing = event->window == gtk_tree_view_get_bin_window(tree_view) &&
                                                  (path == nullptr || is_parent_row(tree_view, path.get()));
 }
 
-struct EventFree {
-    void operator()(GdkEvent* event) const { gdk_event_free(event); }
-};
-
 // The list itself opens a row at the second press of a double click, before it gets the event of the
 // double click, which is next in the queue by then. The row is to be opened once, by the release.
 bool double_click_follows(const GdkEventButton* event) {
-    const std::unique_ptr<GdkEvent, EventFree> next(gdk_event_peek());
+    const relay_hub::GdkEventPtr next(gdk_event_peek());
     return next != nullptr && (next->type == GDK_2BUTTON_PRESS || next->type == GDK_3BUTTON_PRESS) &&
            next->button.window == event->window && next->button.time == event->time;
 }
 
 bool open_menu(GtkTreeView* tree_view, GdkEventButton* event) {
     GtkTreeSelection* selection = gtk_tree_view_get_selection(tree_view);
-    const TreePath path = row_at(tree_view, event);
+    const TreePathPtr path = row_at(tree_view, event);
     const bool several = gtk_tree_selection_count_selected_rows(selection) > 1;
     if (path != nullptr && !several && is_parent_row(tree_view, path.get()))
         return false;
@@ -119,7 +113,7 @@ gboolean on_treeview_1_button_release_event(GtkWidget* widget, GdkEventButton* e
     std::puts(__func__);
     GtkTreeView* tree_view = GTK_TREE_VIEW(widget);
     const bool is_plain = event->button == kLeftButton && without_modifiers(event);
-    const TreePath path = is_plain ? row_at(tree_view, event) : nullptr;
+    const TreePathPtr path = is_plain ? row_at(tree_view, event) : nullptr;
     const int pressed = std::exchange(single_clicked, kClickIdle);
     if (path != nullptr && pressed == kDoubleClickPressed) {
         std::puts("emit!");

@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "base/freed_by.h"
 #include "base/glib_owners.h"
 #include "base/log.h"
 #include "base/path_text.h"
@@ -36,10 +37,6 @@ namespace {
 constexpr int kDriveAttempts = 21;
 constexpr std::chrono::seconds kBetweenAttempts(1);
 
-struct Free {
-    void operator()(char* memory) const { std::free(memory); }
-};
-
 GtkWidget* main_window() {
     return get_UI_sets()->main_window;
 }
@@ -64,7 +61,7 @@ std::string listable_folder(const std::string& path) {
         tell_no_access();
         return {};
     }
-    const std::unique_ptr<char, Free> resolved(::realpath(path.c_str(), nullptr));
+    const std::unique_ptr<char, FreedBy<std::free>> resolved(::realpath(path.c_str(), nullptr));
     if (resolved == nullptr) {
         std::perror("convert path:");
         return {};

@@ -6,11 +6,9 @@
 #include <cstring>
 #include <memory>
 
-namespace {
+#include "base/freed_by.h"
 
-struct RegexFree {
-    void operator()(regex_t* compiled) const { regfree(compiled); }
-};
+namespace {
 
 bool is_ascii_letter(char byte) {
     return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z');
@@ -30,7 +28,7 @@ int regular_expression(const char* text, const char* pattern) {
     const int compile_error = regcomp(&compiled, pattern, REG_EXTENDED);
     if (compile_error != 0)
         return tell_regex_error(compile_error, compiled);
-    const std::unique_ptr<regex_t, RegexFree> owner(&compiled);
+    const std::unique_ptr<regex_t, relay_hub::FreedBy<regfree>> owner(&compiled);
     regmatch_t match;
     const int no_match = regexec(&compiled, text, 1, &match, 0);
     if (no_match != 0)

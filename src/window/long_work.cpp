@@ -11,7 +11,7 @@ namespace relay_hub {
 namespace {
 
 constexpr gint64 kLong = 10 * G_TIME_SPAN_SECOND;
-// Where a dialog has just closed or a box opens, the keyboard is nobody's for a moment.
+// Where a dialog has just closed or a box opens, no widget has the keyboard for a moment.
 constexpr guint kUntilFocusSettles = 500;
 
 LongWork* outermost = nullptr;

@@ -5,6 +5,7 @@
 #include <deque>
 #include <memory>
 
+#include "tree_view_op/toolkit_owners.h"
 #include "window/closing.h"
 #include "window/ui_sets.h"
 
@@ -13,12 +14,8 @@ namespace {
 
 constexpr gint64 kPatience = gint64{3} * G_USEC_PER_SEC;
 
-struct EventFree {
-    void operator()(GdkEvent* event) const { gdk_event_free(event); }
-};
-
 struct KeptKey {
-    std::unique_ptr<GdkEvent, EventFree> event;
+    GdkEventPtr event;
     gint64 pressed;
 };
 
@@ -27,8 +24,7 @@ std::deque<KeptKey> kept_keys;
 gboolean keep_key(GtkWidget*, GdkEvent* event, gpointer) {
     if (event->key.keyval == GDK_KEY_Escape)
         return FALSE;
-    kept_keys.push_back(
-        {std::unique_ptr<GdkEvent, EventFree>(gdk_event_copy(event)), g_get_monotonic_time()});
+    kept_keys.push_back({GdkEventPtr(gdk_event_copy(event)), g_get_monotonic_time()});
     return TRUE;
 }
 

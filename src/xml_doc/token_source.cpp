@@ -3,7 +3,8 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
+
+#include "base/fifo.h"
 
 namespace relay_hub {
 namespace {
@@ -154,10 +155,7 @@ bool TokenSource::grow() {
     buffer_.erase(0, at_);
     at_ = 0;
     buffer_.resize(kept + (seekable_ ? kReadAhead : 1));
-    ssize_t count = 0;
-    do {
-        count = read(descriptor_, buffer_.data() + kept, buffer_.size() - kept);
-    } while (count < 0 && errno == EINTR);
+    const ssize_t count = read_some(descriptor_, buffer_.data() + kept, buffer_.size() - kept);
     failed_ = count < 0;
     ended_ = count <= 0;
     buffer_.resize(kept + (ended_ ? 0 : static_cast<size_t>(count)));
