@@ -70,17 +70,19 @@ inline std::string label_texts(GtkWidget* root) {
     return texts;
 }
 
-// The visible toplevel with that title, or with that text in one of its labels; null when there is none.
+// The visible toplevel with that title, else the one with that text in a label; null when there is none.
 inline GtkWidget* find_window(const std::string& text) {
     GtkWidget* found = nullptr;
     GList* windows = gtk_window_list_toplevels();
-    for (const GList* node = windows; node != nullptr && found == nullptr; node = node->next) {
-        GtkWidget* window = GTK_WIDGET(node->data);
-        const char* title = gtk_window_get_title(GTK_WINDOW(window));
-        const bool matches = title != nullptr && text == title;
-        if (gtk_widget_get_visible(window) &&
-            (matches || label_texts(window).find(text) != std::string::npos))
-            found = window;
+    for (const bool by_title : {true, false}) {
+        for (const GList* node = windows; node != nullptr && found == nullptr; node = node->next) {
+            GtkWidget* window = GTK_WIDGET(node->data);
+            const char* title = gtk_window_get_title(GTK_WINDOW(window));
+            if (gtk_widget_get_visible(window) &&
+                (by_title ? title != nullptr && text == title
+                          : label_texts(window).find(text) != std::string::npos))
+                found = window;
+        }
     }
     g_list_free(windows);
     return found;
