@@ -63,7 +63,7 @@ class Panes(DesktopTest):
 
 class EngineCommandLine(unittest.TestCase):
     def test_bad_input_has_a_clear_end(self):
-        cases = [(["--serve", "/nonexistent"], 2, "/nonexistent"), (["--fly"], 2, "--fly"), ([], 2, "--serve"),
+        cases = [(["--serve", "/dev/null/none"], 2, "/dev/null/none"), (["--fly"], 2, "--fly"), ([], 2, "--serve"),
                  (["--serve", "/", "--style", "amiga"], 2, "--style"), (["--serve", "/", "--chunk", "x"], 2, "--chunk"),
                  (["--help"], 0, ""), (["--version"], 0, "")]
         for options, status, word in cases:
