@@ -37,8 +37,7 @@ class PutIcon(unittest.TestCase):
             if old:
                 os.unlink(self.target)
                 self.write(self.target, old, 0o444)
-            self.assertEqual(self.put(), "")
-            self.assertEqual(self.content(), "picture")
+            self.assertEqual((self.put(), self.content()), ("", "picture"))
             self.assertEqual(stat.S_IMODE(os.stat(self.target).st_mode), 0o600)
 
     @unittest.skipUnless(os.geteuid() == 0, "only root can make another user's file")
