@@ -153,7 +153,8 @@ class FarComputer(SshServer):
         shutil.copy(self.path("user.pub"), self.path("authorized"))
         self.give(self.home, self.path("host"), self.top)
         server = "/usr/lib/openssh/sftp-server" if as_self else "internal-sftp"
-        self.lines = (f"AuthorizedKeysFile {self.path('authorized')}", "StrictModes no", "UsePAM yes",
+        # A shell that is not the first of its login leaves out what slows the start of whoever runs this.
+        self.lines = (f"AuthorizedKeysFile {self.path('authorized')}", "StrictModes no", "UsePAM yes", "SetEnv SHLVL=2",
                       "PasswordAuthentication no", "PermitRootLogin yes", f"Subsystem sftp {server} -d {self.home}")
         user = pwd.getpwnam(self.user)
         if user.pw_uid != os.geteuid():
