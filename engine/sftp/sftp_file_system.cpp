@@ -361,8 +361,18 @@ Error SftpFileSystem::set_attributes(const std::string& path, const Entry& entry
     std::shared_ptr<Session> session;
     if (Error error = begin(session); error)
         return error;
-    PendingReply reply = session->send_set_attributes(server_path(path), attributes_of(entry), false);
-    return session->take_status(reply);
+    // The rights last: by them a folder is known that an earlier copy has not completed, and a server that
+    // ends between the two must leave it so.
+    const Attributes all = attributes_of(entry);
+    Attributes times;
+    times.times = all.times;
+    Attributes rights;
+    rights.permissions = all.permissions;
+    PendingReply times_set = session->send_set_attributes(server_path(path), times, false);
+    PendingReply rights_set = session->send_set_attributes(server_path(path), rights, false);
+    const Error error = session->take_status(times_set);
+    const Error last_error = session->take_status(rights_set);
+    return error ? error : last_error;
 }
 
 Error SftpFileSystem::rename(const std::string& from, const std::string& to) {

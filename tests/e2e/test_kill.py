@@ -55,12 +55,12 @@ class Copies:
         return set(os.listdir(self.target)) - set(SIZES) if os.path.isdir(self.target) else set()
 
     def check_broken_off(self, replacing):
-        """Whether the copy broke off in its middle."""
+        """How many of the files arrived before the copy broke off."""
         allowed = {"new", "old"} if replacing else {"new", "none"}
         states = {name: self.state(name) for name in SIZES}
         self.test.assertEqual({name: state for name, state in states.items() if state not in allowed}, {})
         self.test.assertEqual({name for name in self.others() if not PART.fullmatch(name)}, set())
-        return "new" in states.values() and set(states.values()) != {"new"}
+        return list(states.values()).count("new")
 
     def check_whole(self):
         self.test.assertEqual({self.state(name) for name in SIZES}, {"new"})
@@ -92,7 +92,9 @@ class Kill(DesktopTest):
                 d.kill(d.engine)
                 front_end.leave(ends)
                 d.start_engine()
-                in_the_middle += copies.check_broken_off(replacing)
+                arrived = copies.check_broken_off(replacing)
+                in_the_middle += 0 < arrived < len(SIZES)
+                limit *= 0.8 if arrived == len(SIZES) else 1.05
                 copy()
                 copies.check_whole()
         self.assertGreater(in_the_middle, 1, "the moments all missed the copies")
