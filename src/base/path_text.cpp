@@ -45,7 +45,7 @@ std::optional<std::string> local_path_of_uri(const std::string& uri) {
     const GText host(host_text);
     if (path == nullptr || (host != nullptr && !is_this_machine(host.get())))
         return std::nullopt;
-    // The part behind it would be taken for the name of what is meant.
+    // What follows it would be taken for the name of what is meant.
     const std::string text = path.get();
     return text.substr(0, std::max<std::size_t>(text.find_last_not_of('/') + 1, 1));
 }
