@@ -47,11 +47,11 @@ std::string ComputerList::text_at(GtkTreeIter* iter, Column column) const {
     return text != nullptr ? text : "";
 }
 
-bool ComputerList::find(Column column, const std::string& text, GtkTreeIter* iter) const {
+bool ComputerList::find_announced(const std::string& name, GtkTreeIter* iter) const {
     GtkTreeModel* model = GTK_TREE_MODEL(store_.get());
     for (bool more = gtk_tree_model_get_iter_first(model, iter) != FALSE; more;
          more = gtk_tree_model_iter_next(model, iter) != FALSE) {
-        if (text_at(iter, column) == text)
+        if (text_at(iter, kAnnouncedAs) == name)
             return true;
     }
     return false;
@@ -65,22 +65,23 @@ void ComputerList::append(const SshAddress& address, const char* source_id, cons
 }
 
 void ComputerList::add_used(const std::vector<SshAddress>& computers) {
-    for (const SshAddress& address : computers)
+    for (const SshAddress& address : computers) {
+        used_.insert(address.computer());
         append(address, "IDS_CONNECT_USED_BEFORE", {});
+    }
 }
 
 void ComputerList::add_configured(const std::vector<std::string>& hosts) {
     for (const std::string& host : hosts) {
-        GtkTreeIter iter;
         const auto address = parse_typed(host);
-        if (address && !find(kName, shown_text(address->computer()), &iter))
+        if (address && !used_.contains(address->computer()))
             append(*address, "IDS_CONNECT_CONFIGURED", {});
     }
 }
 
 void ComputerList::show_announced(const std::string& name, const SshAddress& address) {
     GtkTreeIter iter;
-    if (find(kAnnouncedAs, name, &iter))
+    if (find_announced(name, &iter))
         gtk_list_store_set(store_.get(), &iter, kName, shown_text(address.computer()).c_str(), kAddress,
                            address.whole().c_str(), -1);
     else
@@ -89,7 +90,7 @@ void ComputerList::show_announced(const std::string& name, const SshAddress& add
 
 void ComputerList::remove_announced(const std::string& name) {
     GtkTreeIter iter;
-    if (find(kAnnouncedAs, name, &iter))
+    if (find_announced(name, &iter))
         gtk_list_store_remove(store_.get(), &iter);
 }
 

@@ -4,6 +4,7 @@
 #include <gtk/gtk.h>
 
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -38,12 +39,13 @@ class ComputerList {
     static void on_row(GtkTreeView*, GtkTreePath*, GtkTreeViewColumn*, gpointer self);
     void choose(GtkTreeIter* iter) const;
     [[nodiscard]] std::string text_at(GtkTreeIter* iter, Column column) const;
-    [[nodiscard]] bool find(Column column, const std::string& text, GtkTreeIter* iter) const;
+    [[nodiscard]] bool find_announced(const std::string& name, GtkTreeIter* iter) const;
     void append(const SshAddress& address, const char* source_id, const std::string& announced_as);
     void append_column(Column column, bool grows);
 
     Chosen chosen_;
     std::function<void()> activated_;
+    std::set<std::string> used_;
     GObjectPtr<GtkListStore> store_;
     GtkWidget* view_;
     GtkWidget* scrolled_;

@@ -187,7 +187,7 @@ void ConnectDialog::ask_for_folder() {
 void ConnectDialog::show_connecting(const std::string& computer) {
     gtk_text_buffer_set_text(gtk_text_view_get_buffer(GTK_TEXT_VIEW(ssh_words_)), "", 0);
     gtk_widget_hide(ssh_box_);
-    say(fill_translated("IDS_CONNECT_CONNECTING", {shown_text(computer)}));
+    say(fill_translated("IDS_CONNECT_CONNECTING", {shown_line(computer, kCellCharacters)}));
     set_busy(true);
 }
 

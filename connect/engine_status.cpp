@@ -1,8 +1,10 @@
 #include "connect/engine_status.h"
 
 #include <algorithm>
+#include <optional>
 #include <vector>
 
+#include "base/shown_text.h"
 #include "base/translated_text.h"
 
 namespace relay_hub::connect {
@@ -65,6 +67,16 @@ std::vector<std::string> fields_of(std::string_view line) {
     }
 }
 
+// In the list of known hosts a computer may bear another name than the user's, with a port.
+std::optional<std::string> known_host_in(const std::string& ssh_words) {
+    constexpr std::string_view kBefore = "Host key for ";
+    const std::size_t start = ssh_words.find(kBefore);
+    const std::size_t end = ssh_words.find(" has changed", std::min(start, ssh_words.size()));
+    if (end == std::string::npos)
+        return std::nullopt;
+    return shown_text("\"" + ssh_words.substr(start + kBefore.size(), end - start - kBefore.size()) + "\"");
+}
+
 }  // namespace
 
 EngineStatus parse_status(std::string_view line) {
@@ -84,9 +96,9 @@ EngineStatus parse_status(std::string_view line) {
     return status;
 }
 
-std::string what_to_do(Failure failure, const std::string& host) {
+std::string what_to_do(Failure failure, const std::string& host, const std::string& ssh_words) {
     const auto* const row = std::ranges::find(kFailures, failure, &FailureRow::failure);
-    return fill_translated(row->text, {host, host});
+    return fill_translated(row->text, {host, known_host_in(ssh_words).value_or(host)});
 }
 
 }  // namespace relay_hub::connect

@@ -33,6 +33,7 @@ struct EngineStatus {
 EngineStatus parse_status(std::string_view line);
 
 // What is wrong with the connection to host, and what to do next: in the user's language, two lines.
-std::string what_to_do(Failure failure, const std::string& host);
+// ssh_words: its last ones, which hold the name by which it knows the computer.
+std::string what_to_do(Failure failure, const std::string& host, const std::string& ssh_words);
 
 }  // namespace relay_hub::connect

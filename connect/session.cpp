@@ -118,7 +118,7 @@ void Session::tell_failure(Failure failure, const std::string& text) {
     state_ = State::asking;
     exit_status_ = kFailed;
     (void)std::fprintf(stderr, "relay-hub-connect: %s: %s\n", shown_name_.c_str(), text.c_str());
-    std::string message = what_to_do(failure, shown_text(shown_name_));
+    std::string message = what_to_do(failure, shown_line(shown_name_, kCellCharacters), text);
     if (failure == Failure::other && !text.empty())
         message += "\n" + shown_message(text);
     dialog_.show();

@@ -1,15 +1,13 @@
 #include "connect/ssh_config_hosts.h"
 
-#include <fcntl.h>
 #include <glib.h>
 #include <glob.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <string_view>
+#include <unordered_set>
 
-#include "base/fifo.h"
-#include "base/file_descriptor.h"
+#include "base/state_file.h"
 
 namespace relay_hub::connect {
 namespace {
@@ -17,26 +15,7 @@ namespace {
 constexpr int kDeepestInclude = 16;
 // Files that include one another would multiply.
 constexpr int kMostFiles = 200;
-constexpr std::size_t kLargestFile = 1U << 20U;
 constexpr std::string_view kBlanks = " \t\r\n\f";
-
-// Of anything but a regular file nothing: a FIFO would never end.
-std::string content_of(const std::string& path) {
-    const FileDescriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
-    struct stat status {};
-    if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
-        return {};
-    std::string content(std::min(static_cast<std::size_t>(status.st_size), kLargestFile), '\0');
-    std::size_t size = 0;
-    while (size < content.size()) {
-        const ssize_t count = read_some(file.get(), content.data() + size, content.size() - size);
-        if (count <= 0)
-            break;
-        size += static_cast<std::size_t>(count);
-    }
-    content.resize(size);
-    return content;
-}
 
 // The words of a line: parted by blanks, the keyword also by one "=", a word with blanks stands in quotes.
 std::vector<std::string> words_of(std::string_view line) {
@@ -49,10 +28,11 @@ std::vector<std::string> words_of(std::string_view line) {
         }
         if (line.empty() || line.front() == '#')
             return words;
-        const bool quoted = line.front() == '"';
+        const bool quoted = line.front() == '"' || line.front() == '\'';
+        const std::string_view quote = line.substr(0, 1);
         if (quoted)
             line.remove_prefix(1);
-        const std::string_view parting = quoted ? "\"" : words.empty() ? " \t\r\n\f=" : kBlanks;
+        const std::string_view parting = quoted ? quote : words.empty() ? " \t\r\n\f=" : kBlanks;
         const std::size_t end = std::min(line.find_first_of(parting), line.size());
         words.emplace_back(line.substr(0, end));
         line.remove_prefix(std::min(end + (quoted ? 1 : 0), line.size()));
@@ -70,7 +50,7 @@ class Reader {
     void read_file(const std::string& path, int depth) {
         if (++files_ > kMostFiles)
             return;
-        const std::string content = content_of(path);
+        const std::string content = small_file_content(path);
         std::string_view remaining = content;
         while (!remaining.empty()) {
             const std::size_t end = std::min(remaining.find('\n'), remaining.size());
@@ -92,7 +72,7 @@ class Reader {
         }
     }
     void add(const std::string& host) {
-        if (host.find_first_of("*?!") == std::string::npos && std::ranges::find(hosts_, host) == hosts_.end())
+        if (host.find_first_of("*?!") == std::string::npos && seen_.insert(host).second)
             hosts_.push_back(host);
     }
     void include(const std::string& name, int depth) {
@@ -109,6 +89,7 @@ class Reader {
 
     const std::string& home_;
     std::vector<std::string> hosts_;
+    std::unordered_set<std::string> seen_;
     int files_ = 0;
 };
 

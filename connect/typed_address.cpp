@@ -1,6 +1,7 @@
 #include "connect/typed_address.h"
 
 #include <glib.h>
+#include <netdb.h>
 
 #include <algorithm>
 
@@ -14,8 +15,10 @@ std::string trimmed(const std::string& text) {
     return g_strstrip(copy.get());
 }
 
-// What cannot be seen could pass for another name.
-bool can_be_seen(const std::string& word) {
+// What cannot be seen could pass for another name; longer ones the system does not look up.
+bool can_be_name(const std::string& word) {
+    if (word.size() >= NI_MAXHOST)
+        return false;
     for (const char* letter = word.c_str(); *letter != '\0'; letter = g_utf8_next_char(letter)) {
         if (g_unichar_isgraph(g_utf8_get_char(letter)) == FALSE)
             return false;
@@ -29,7 +32,7 @@ std::optional<SshAddress> parse_typed(const std::string& text) {
     if (g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr) == FALSE)
         return std::nullopt;
     auto address = parse_ssh_address(trimmed(text));
-    if (!address || !can_be_seen(address->user) || !can_be_seen(address->host))
+    if (!address || !can_be_name(address->user) || !can_be_name(address->host))
         return std::nullopt;
     return address;
 }

@@ -10,6 +10,7 @@
 
 #include "base/diagnostics.h"
 #include "base/glib_owners.h"
+#include "base/state_file.h"
 #include "tree_view_op/file_list_view.h"
 
 namespace relay_hub {
@@ -18,17 +19,11 @@ namespace {
 constexpr char kWindow[] = "window";
 constexpr char kWidths[] = "relay-hub-widths";
 constexpr char kOrderRemembered[] = "relay-hub-order-remembered";
-constexpr mode_t kPrivate = 0700;
 constexpr int kLargest = 16384;
 constexpr int kNarrowestColumn = 20;
 constexpr int kNarrowestList = 100;
 // Size, type and time as the view counts its columns. That of the names takes what the others leave.
 constexpr std::array<int, 3> kColumns = {1, 2, 3};
-
-struct FreeKeyFile {
-    void operator()(GKeyFile* file) const { g_key_file_free(file); }
-};
-using KeyFile = std::unique_ptr<GKeyFile, FreeKeyFile>;
 
 std::optional<int> number_in(GKeyFile* file, const char* group, const char* key, int least, int most) {
     GError* error = nullptr;
@@ -139,43 +134,26 @@ void keep_list(const __single* side, GKeyFile* file) {
         g_key_file_set_integer(file, group_of(side), "order", order);
 }
 
-void write_file(GKeyFile* file, const std::string& path) {
-    const GText folder(g_path_get_dirname(path.c_str()));
-    (void)g_mkdir_with_parents(folder.get(), kPrivate);
-    GError* error = nullptr;
-    if (g_key_file_save_to_file(file, path.c_str(), &error) == FALSE) {
-        const GErrorPtr owner(error);
-        report(RELAY_HUB_HERE, "the window's size cannot be kept:", error->message);
-    }
-}
-
-KeyFile read_file(const std::string& path) {
-    KeyFile file(g_key_file_new());
-    if (g_key_file_load_from_file(file.get(), path.c_str(), G_KEY_FILE_NONE, nullptr) == FALSE)
-        file.reset(g_key_file_new());
-    return file;
-}
-
 // While its widgets are still whole.
 void keep_window(GtkWidget*, gpointer path) {
     const UI* ui = get_UI_sets();
     const auto* place = static_cast<const char*>(path);
-    const KeyFile file = read_file(place);
+    const KeyFile file = read_state_file(place);
     keep_size(ui, file.get());
     for (const __single* side : {ui->left_side, ui->right_side})
         keep_list(side, file.get());
-    write_file(file.get(), place);
+    if (const std::string why = save_state_file(file.get(), place); !why.empty())
+        report(RELAY_HUB_HERE, "the window's size cannot be kept:", why);
 }
 
 }  // namespace
 
 std::string window_state_path() {
-    const GText path(g_build_filename(g_get_user_state_dir(), "relay-hub", "window", nullptr));
-    return path.get();
+    return state_file_path("window");
 }
 
 void remember_window(const UI* ui, const std::string& path) {
-    restore(ui, read_file(path).get());
+    restore(ui, read_state_file(path).get());
     g_signal_connect_data(
         ui->main_window, "unmap", G_CALLBACK(keep_window), g_strdup(path.c_str()),
         [](gpointer data, GClosure*) { g_free(data); }, static_cast<GConnectFlags>(0));

@@ -203,7 +203,7 @@ sed -i 1d {self.path("answers")}
         self.neighbour.new_key("host")
         self.neighbour.start()
         self.connect_to(self.neighbour.address)
-        self.message("has changed")
+        self.assertIn(f'-R "[127.0.0.1]:{self.neighbour.port}"', self.message("has changed"))
 
         self.connect_to(f"127.0.0.1:{silent.getsockname()[1]}")
         self.message("Connecting to")

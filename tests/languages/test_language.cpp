@@ -219,7 +219,7 @@ TEST_F(Language, ConnectDialog) {
     dialog.add_ssh_words("Permission denied");
     inspect_grown();
     for (int failure = 0; failure <= static_cast<int>(connect::Failure::other); ++failure) {
-        dialog.show_failure(connect::what_to_do(static_cast<connect::Failure>(failure), "laptop"));
+        dialog.show_failure(connect::what_to_do(static_cast<connect::Failure>(failure), "laptop", {}));
         inspect_grown();
     }
     std::multiset<guint> letters;

@@ -47,6 +47,7 @@ TEST(Addresses, AreReadAndWritten) {
           "laptop:",    "laptop:65536",       "\xff",       "laptop/\xff",     "laptop:0", "/srv",     "a\\b",
           "laptop:22x", "ssh://x/%00",        "[fe80::1]x", "-oProxyCommand=x"})
         EXPECT_EQ(parts_of(none), "-") << none;
+    EXPECT_EQ(parts_of(std::string(70'000, 'x')), "-");
 }
 
 TEST(Addresses, TakeAFolderAsItWasTyped) {
@@ -67,7 +68,7 @@ TEST(SshConfig, NamesItsHosts) {
               "# Host comment\n"
               "Include conf.d/*.conf ~/more \"with blank\" missing\n"
               "hOsT=nas  tower # Host x\n"
-              "  Host = \"two words\" *.example !laptop serv?r nas\n"
+              "  Host = \"two words\" 'third one' *.example !laptop serv?r nas\n"
               "HostName other\n"
               "Host\n"
               "Match host desk\n"
@@ -77,8 +78,9 @@ TEST(SshConfig, NamesItsHosts) {
     test::put(sandbox.at("home/.ssh/conf.d/b.conf"), "Host second\n");
     test::put(sandbox.at("home/more"), "Host third\n");
     test::put(sandbox.at("home/.ssh/with blank"), "Host fourth\n");
-    EXPECT_THAT(ssh_config_hosts(config, sandbox.at("home")),
-                ElementsAre("first", "second", "third", "fourth", "nas", "tower", "two words", "desk"));
+    EXPECT_THAT(
+        ssh_config_hosts(config, sandbox.at("home")),
+        ElementsAre("first", "second", "third", "fourth", "nas", "tower", "two words", "third one", "desk"));
 }
 
 TEST(History, IsKeptMostRecentFirst) {
@@ -98,9 +100,12 @@ TEST(History, IsKeptMostRecentFirst) {
     for (int i = 0; i < 30; ++i)
         (void)ComputerHistory(path).remember(*parse_typed("host" + std::to_string(i)));
     EXPECT_EQ(listed().size(), 20U);
-    test::put(path, "[Computers]\nRecent=-oProxyCommand=x;nas;;\n");
+    test::put(path, "[Computers]\nRecent=-oProxyCommand=x;nas;;nas/srv;\n");
     EXPECT_THAT(listed(), ElementsAre("nas"));
     test::put(path, "no key file");
+    EXPECT_THAT(listed(), ElementsAre());
+    std::filesystem::remove(path);
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
     EXPECT_THAT(listed(), ElementsAre());
     EXPECT_THAT(ComputerHistory(path + "/below").remember(*parse_typed("nas")), testing::HasSubstr(path));
 }
