@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <string>
 #include <string_view>
 
 #include "base/file_descriptor.h"
@@ -27,5 +28,15 @@ struct Pipe {
     relay_hub::FileDescriptor reader;
     relay_hub::FileDescriptor writer;
 };
+
+// So many bytes, or fewer when its writers leave.
+inline std::string read_bytes(int fd, std::size_t size) {
+    std::string bytes(size, '\0');
+    std::size_t done = 0;
+    for (ssize_t count = 1; done < size && count > 0; done += count > 0 ? static_cast<std::size_t>(count) : 0)
+        count = ::read(fd, bytes.data() + done, size - done);
+    bytes.resize(done);
+    return bytes;
+}
 
 }  // namespace test

@@ -31,7 +31,7 @@ using Clock = std::chrono::steady_clock;
 using Names = std::vector<std::string>;
 
 template <typename Condition>
-bool wait_until(const Condition& condition, std::chrono::milliseconds limit = 10s) {
+bool wait_until(const Condition& condition, std::chrono::milliseconds limit = 30s) {
     for (const auto end = Clock::now() + limit; Clock::now() < end; std::this_thread::sleep_for(1ms))
         if (condition())
             return true;

@@ -4,10 +4,7 @@ import select
 import shutil
 import struct
 import subprocess
-import sys
 import time
-import unittest
-from concurrent.futures import ThreadPoolExecutor
 from xml.sax.saxutils import escape
 
 BASE = "/tmp/ZEV_KorvaleMarrowglint"
@@ -201,24 +198,3 @@ def geometry():
         capture_output=True, text=True, check=False).stdout, what="the window")
     shape = dict(line.split("=") for line in shown.split("\n") if "=" in line)
     return tuple(int(shape[name]) for name in ("X", "Y", "WIDTH", "HEIGHT"))
-
-
-# -- running
-
-def main():
-    unittest.main(verbosity=2, warnings="ignore")
-
-
-def main_side_by_side(at_once):
-    """Each test of the program on a desktop of its own, so many at a time where that is permitted."""
-    if len(sys.argv) > 1:
-        main()
-    own_desktop = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "own_desktop")
-    apart = subprocess.run([own_desktop, "--can"], check=False).returncode == 0
-    cases = unittest.defaultTestLoader.loadTestsFromModule(sys.modules["__main__"])
-    tests = [test.id().removeprefix("__main__.") for case in cases for test in case]
-
-    def run(test):
-        return subprocess.run([own_desktop, sys.executable, sys.argv[0], test], check=False).returncode
-    with ThreadPoolExecutor(at_once if apart else 1) as pool:
-        sys.exit(any(list(pool.map(run, tests))))

@@ -9,9 +9,9 @@ from common import BASE, MARKER, OK, both, frame, hex_name, message, open_writer
 from front_end import PipeServer
 
 
-def row(name, kind="0", modified="1600000000", extra=""):
-    times = "".join(f"<{tag}>{modified}</{tag}>" for tag in ("TO", "TR", "TU"))
-    return f"<Line>{both('TA', 'TF', name)}<TY>5</TY><TZ2>5 bytes</TZ2>{times}<TH>{kind}</TH>{extra}</Line>"
+def row(name, kind="0"):
+    times = "".join(f"<{tag}>1600000000</{tag}>" for tag in ("TO", "TR", "TU"))
+    return f"<Line>{both('TA', 'TF', name)}<TY>5</TY><TZ2>5 bytes</TZ2>{times}<TH>{kind}</TH></Line>"
 
 
 def listing(*rows):

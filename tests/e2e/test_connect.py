@@ -7,7 +7,7 @@ import socket
 import subprocess
 import unittest
 
-from common import SLOW, act_until, main, read, tree_of, wait_for, write, write_odd_tree
+from common import LIMIT, act_until, read, tree_of, wait_for, write, write_odd_tree
 from desktop import BUILD, LOCAL, REMOTE, STATES, DesktopTest, app_of, children, find, has_state, labels, text_of, walk
 from far_computer import SshServer, children_of, free_port, program_of, run
 
@@ -143,7 +143,7 @@ sed -i 1d {self.path("answers")}
         run("chown", "-hR", f"{USER_NUMBER}:{USER_NUMBER}", there, back)
         self.answers("yes", "wrong", PASSWORD)
         self.start_dialog()
-        wait_for(lambda: self.focus() and self.focus().get_name() == "Computer:", 3,
+        wait_for(lambda: self.focus() and self.focus().get_name() == "Computer:",
                  what=f"the focus in the entry, not in {[(n.get_role_name(), n.get_name()) for n in walk(d.dialog())]}")
         self.connect_to(self.neighbour.address)
         self.take_window()
@@ -166,7 +166,7 @@ sed -i 1d {self.path("answers")}
         wait_for(lambda: "set" in d.rows(REMOTE) and not d.dialog(), what="the copy back")
         self.assertEqual(tree_of(os.path.join(back, "set")), tree_of(there))
         self.assertEqual(d.close(), 0)
-        wait_for(lambda: not self.left(), 3, what="the end of all processes")
+        wait_for(lambda: not self.left(), what="the end of all processes")
 
         known = os.path.join(d.env["XDG_STATE_HOME"], "relay-hub", "computers")
         self.assertIn(self.neighbour.address, read(known).decode())
@@ -208,10 +208,10 @@ sed -i 1d {self.path("answers")}
         self.connect_to(f"127.0.0.1:{silent.getsockname()[1]}")
         self.message("Connecting to")
         d.key("Escape")
-        wait_for(lambda: has_state(find(d.dialog(), "push button", "Connect"), STATES.SENSITIVE), 4,
+        wait_for(lambda: has_state(find(d.dialog(), "push button", "Connect"), STATES.SENSITIVE), 10,
                  what="the end of the attempt")
         d.key("Escape")
-        self.assertEqual(d.window.wait(5 * SLOW), 1)
+        self.assertEqual(d.window.wait(LIMIT), 1)
         self.assertEqual(self.left(), [])
 
     def test_nothing_outlives_the_other(self):
@@ -226,8 +226,8 @@ sed -i 1d {self.path("answers")}
                 self.start(self.neighbour.address)
                 self.take_window()
                 end()
-                self.assertIn(d.window.wait(5 * SLOW), (status, 255) if what == "asked to end" else (status,))
-                wait_for(lambda: not self.left(), 4, what="the end of all processes")
+                self.assertIn(d.window.wait(LIMIT), (status, 255) if what == "asked to end" else (status,))
+                wait_for(lambda: not self.left(), what="the end of all processes")
 
     def test_a_folder_of_this_computer(self):
         d = self.desktop
@@ -236,7 +236,7 @@ sed -i 1d {self.path("answers")}
         self.take_window()
         wait_for(lambda: "here.txt" in d.rows(REMOTE), what="the folder's file")
         self.assertEqual(d.close(), 0)
-        wait_for(lambda: not self.left(), 3, what="the end of all processes")
+        wait_for(lambda: not self.left(), what="the end of all processes")
         self.start("--serve", os.path.join(d.remote, "missing"))
         d.app = wait_for(lambda: app_of(d.window), what="the program")
         self.message("failed")
@@ -306,7 +306,3 @@ class Announced(Dialog):
         wait_for(lambda: text_of(find(d.dialog(), "text", "Computer:")) == name, what="the address in the entry")
         self.far.terminate()
         wait_for(lambda: not found(), what="the computer to leave the list")
-
-
-if __name__ == "__main__":
-    main()

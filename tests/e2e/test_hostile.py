@@ -3,7 +3,7 @@ import os
 import subprocess
 import time
 
-from common import BASE, OK, SLOW, act_until, frame, kib_of, main, make_fifos, message, read, remove, wait_for, write
+from common import BASE, OK, SLOW, act_until, frame, kib_of, make_fifos, message, read, remove, wait_for, write
 from desktop import LOCAL, REMOTE, DesktopTest, centre, find, labels
 from hostile_engine import HONEST_ROWS, Answer, HostileEngine, listing, row, whole
 
@@ -14,7 +14,6 @@ LAUGHS = (b'<!DOCTYPE z [<!ENTITY a "ha">' + b"".join(
 SECRET = b'<!DOCTYPE z [<!ENTITY x SYSTEM "file:///etc/hostname">]><ZEVMSG>' + OK.encode() + \
     b"<Line><TA>&x;</TA></Line></ZEVMSG>"
 
-NO_HEX = [GOOD.replace("<TF>", "<TF>" + more) for more in ("A", "zz", "4100" * 25600)]
 INVALID = "<Line><TA>a\udcffb</TA><TH>0</TH></Line>"
 NAMES = {"../../etc/passwd": None, "..\\..\\boot": None, "..": "valid.txt", "": None, "two\nlines": "two\\u000Alines",
          "%s%n%s%n": None, "<b>bold</b>": None, "a\u202eb": "a\\u202Eb", "n" * 4096: "n" * 500 + "…"}
@@ -26,18 +25,12 @@ ANSWERS = {
     "length 4 GiB - 1, held": (Answer(frame(listing(GOOD), 0xFFFFFFFF), hold=True), ["valid.txt"]),
     "held between header and body": (Answer(frame(b"", 500), hold=True), None),
     "T1 fail": (whole(message("<T1>NP_Exe_Result_Fail</T1>" + GOOD)), None),
-    "not XML": (whole(b"garbage " * 1000), None),
     "a million children": (whole(message(OK + "<a/>" * 1_000_000 + GOOD)), ["valid.txt"]),
     "ten thousand levels": (whole(message(OK + "<a>" * 10_000 + "</a>" * 10_000)), []),
-    "unterminated entity": (whole(message(OK + "<Line><TA>a&am</TA></Line>")), None),
     "entity bomb": (whole(LAUGHS), None),
     "external entity": (whole(SECRET), None),
     "NUL inside": (whole(listing(GOOD).replace(b"valid", b"va\0id")), None),
-    "control bytes": (whole(listing(GOOD).replace(b"valid", b"va\x01id")), ["va\ufffdid.txt"]),
-    "hex that is none": (whole(listing(*NO_HEX)), ["valid.txt"]),
     "names": (whole(listing(*map(row, NAMES), INVALID)), ["a\ufffdb", *(NAMES[name] or name for name in NAMES)]),
-    "duplicate fields": (whole(listing(row("valid.txt", extra="<TA>second</TA>"))), ["valid.txt", "second"]),
-    "drives instead of files": (whole(message(OK + "<Line><TD>3</TD><TA>D</TA></Line>")), ["D"]),
     "comments, instructions and CDATA": (whole(message(
         "<!-- c -->" + OK + "<Line><TA><!--evil--><?x y?>va<!-- -->lid<![CDATA[.txt]]></TA></Line>")), ["valid.txt"]),
 }
@@ -142,7 +135,3 @@ class Hostile(DesktopTest):
                     make_fifos(BASE)
                     self.go_honest()
         self.assertEqual(read(precious), b"content")
-
-
-if __name__ == "__main__":
-    main()

@@ -7,12 +7,13 @@ import shutil
 import sys
 import time
 
-from common import SLOW, act_until, command, geometry, main_side_by_side, read, remove, wait_for, write
+from common import SLOW, act_until, command, geometry, read, remove, wait_for, write
 from desktop import BUILD, WINDOW, DesktopTest
 from front_end import DONE, FrontEnd, copy_request
 
 SEED = int(os.environ.get("RELAY_HUB_SEED", time.time_ns() % 1_000_000))
 RANDOM = random.Random(SEED)
+AT_ONCE = 4 if SLOW == 1 else 2  # a window takes two seconds to look for its engine, and has nothing to do
 PART = re.compile(r"\.relay-hub-[0-9A-Za-z]{8,16}\.part")
 SIZES = {f"file {number:02}": 1000 + number * 9000 for number in range(24)} | {"large": 6 << 20, "empty": 0}
 ENGINE_DEATHS = 30  # of each way
@@ -165,8 +166,3 @@ class Kill(DesktopTest):
 
     def test_window_dies_replacing_here(self):
         self.kill_windows(False, True)
-
-
-if __name__ == "__main__":
-    # A window takes two seconds to look for its engine, in which it has nothing to do.
-    main_side_by_side(4 if SLOW == 1 else 2)

@@ -7,7 +7,7 @@ import shutil
 import tempfile
 import time
 
-from common import SLOW, act_until, main, read, remove, tree_of, wait_for, write
+from common import SLOW, act_until, read, remove, tree_of, wait_for, write
 from desktop import GNOME, LOCAL, REMOTE, DesktopTest, labels
 
 OLD, NEW = b"old one", b"new one"  # of one length
@@ -194,7 +194,3 @@ class Move(DesktopTest):
                 found = {read(os.path.join(folder, name)) for folder, _, names in os.walk(d.top) for name in names
                          if os.path.isfile(os.path.join(folder, name))}
                 self.assertEqual([name for name, content in contents.items() if content not in found], [])
-
-
-if __name__ == "__main__":
-    main()

@@ -6,7 +6,7 @@ import re
 import subprocess
 from urllib.parse import quote
 
-from common import SLOW, main, read, tree_of, wait_for, write
+from common import SLOW, read, tree_of, wait_for, write
 from desktop import LOCAL, REMOTE, DesktopTest, labels
 
 # Each byte in front and, where the name is no longer hidden by it, at the end. Whole stacks take their time: there
@@ -102,7 +102,3 @@ class Names(DesktopTest):
         self.keys(LOCAL, "ctrl+v")
         self.wait_count(LOCAL, len(carried) + 1)
         self.assertEqual(tree_of(back), sent)
-
-
-if __name__ == "__main__":
-    main()

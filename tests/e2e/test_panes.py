@@ -3,7 +3,7 @@ import os
 import re
 import subprocess
 
-from common import main, read, wait_for, write
+from common import read, wait_for, write
 from desktop import GNOME, HERE, LOCAL, REMOTE, URIS, DesktopTest, centre, find, labels
 
 NAMES = ["a.txt", "b.txt", "c.txt"]
@@ -196,6 +196,3 @@ class Clipboard(PaneTest):
         d.wait_rows(REMOTE, "a.txt", "b.txt")
         wait_for(lambda: self.offered(URIS) is None, what="the offer to be consumed")
         self.assertNotIn("Paste", d.open_menu(REMOTE, "a.txt"))
-
-if __name__ == "__main__":
-    main()

@@ -8,13 +8,14 @@ import sys
 import time
 import unittest
 
-from common import (LIMIT, OK, SLOW, both, command, main_side_by_side, message, read, read_answer, tree_of, wait_for,
+from common import (LIMIT, OK, SLOW, both, command, message, read, read_answer, tree_of, wait_for,
                     write, write_odd_tree)
-from far_computer import ConnectedEngine, FarComputer, children_of, run
+from far_computer import ConnectedEngine, FarComputer, children_of, program_of, run
 from front_end import DONE, FrontEnd, copy_request
 
 SEED = int(os.environ.get("RELAY_HUB_SEED", time.time_ns() % 1_000_000))
 RANDOM = random.Random(SEED)
+AT_ONCE = 3
 MOMENTS = int(os.environ.get("RELAY_HUB_MOMENTS", 25))  # of each half of a copy
 CANCEL = message("<NP_User_Click_Cancel>Y</NP_User_Click_Cancel>")
 
@@ -136,7 +137,7 @@ class SftpTest(unittest.TestCase):
         self.assertLess(time.monotonic() - start, 10 * SLOW)
         start = time.monotonic()
         self.assertIn("not connected", self.list(self.far.home))
-        self.assertLess(time.monotonic() - start, SLOW)
+        self.assertLess(time.monotonic() - start, 3 * SLOW)
         mend()
         start = time.monotonic()
         self.engine.await_event("connected", count + 1)
@@ -165,6 +166,7 @@ class SftpTest(unittest.TestCase):
         write(self.here + "/large", os.urandom(64 << 20))
         for number in range(3000):
             write(f"{self.here}/many/{number}", b"x" * 4096)
+        took = []
         for source, held in (("large", False), ("large", True), ("many", True)):
             with self.subTest(source=source, held=held):
                 if held and self.far.relay.held:
@@ -176,17 +178,18 @@ class SftpTest(unittest.TestCase):
                 time.sleep(0.3 * held)
                 self.front_end.cancels, self.front_end.cancelled_at = True, None
                 self.assertTrue(read_answer(ends[1], time.monotonic() + LIMIT))
-                self.assertLess(time.monotonic() - self.front_end.cancelled_at, 0.3 * SLOW)
+                took.append(time.monotonic() - self.front_end.cancelled_at)
                 self.front_end.leave(ends)
                 self.front_end.cancels = False
                 if not held:
                     wait_for(lambda: not os.listdir(there), what="no left-over")
                     os.rmdir(there)
+        self.assertLess(sorted(took)[1], 0.3 * SLOW, "as a rule, whatever else the machine does")
         self.assertEqual(os.stat(there + "/many").st_mode & 0o777, 0o755, "as far as it came")
         start = time.monotonic()
         self.assertEqual(self.engine.stop(), 0, "with a dead link")
-        self.assertLess(time.monotonic() - start, 2 * SLOW)
-        self.assertEqual([pid for pid in children_of(os.getpid()) if "ssh\0" in read_words(pid)], [])
+        self.assertLess(time.monotonic() - start, 5 * SLOW)
+        self.assertEqual([pid for pid in children_of(os.getpid()) if program_of(pid) == "ssh"], [])
 
     def test_servers_killed_early_leave_old_or_new(self):
         self.kill_servers(0, 0.5)
@@ -242,14 +245,6 @@ class SftpTest(unittest.TestCase):
             self.assertEqual((now.st_mode & 0o777, now.st_mtime), (0o555, 1_600_000_000), f"seed {SEED}")
 
 
-def read_words(pid):
-    try:
-        with open(f"/proc/{pid}/cmdline") as file:
-            return file.read()
-    except OSError:
-        return ""
-
-
 class ConnectingTest(unittest.TestCase):
     def setUp(self):
         self.far = FarComputer()
@@ -258,7 +253,7 @@ class ConnectingTest(unittest.TestCase):
     def failed(self, **more):
         engine = ConnectedEngine(self.far, **more)
         kind, text = engine.await_event("failed")[1:]
-        self.assertEqual(engine.process.wait(5), 1)
+        self.assertEqual(engine.process.wait(LIMIT), 1)
         for thread in engine.threads:
             thread.join(5)
         self.assertEqual(engine.seen("connected"), [])
@@ -279,7 +274,3 @@ class ConnectingTest(unittest.TestCase):
         self.assertEqual(engine.connected()[3], f"{self.far.home}/in here")
         engine.stop()
         self.assertIn("is not on the other computer", self.failed(folder="/no/such folder")[1])
-
-
-if __name__ == "__main__":
-    main_side_by_side(3)

@@ -5,7 +5,7 @@ import os
 import subprocess
 import unittest
 
-from common import FIFOS, LIMIT, main, read, readable, remove, wait_for, write
+from common import FIFOS, LIMIT, read, readable, remove, wait_for, write
 from desktop import ENGINE, LOCAL, REMOTE, DesktopTest, labels
 
 OTHERS = ["/tmp/Pondmark.log", "/tmp/NamePipe1.log", "/tmp/relay_hub.ico"]
@@ -130,7 +130,3 @@ class Planted(DesktopTest):
         os.symlink(self.precious, os.path.join(self.desktop.env["XDG_RUNTIME_DIR"], "relay-hub.lock"))
         self.desktop.start_window()
         self.assertFalse(watch.opened())
-
-
-if __name__ == "__main__":
-    main()

@@ -4,7 +4,7 @@ import os
 import subprocess
 import time
 
-from common import act_until, geometry, main, read, wait_for, write
+from common import LIMIT, act_until, geometry, read, wait_for, write
 from desktop import (BUILD, HERE, LOCAL, REMOTE, STATES, WINDOW, DesktopTest, box_of, find, has_state, labels,
                      text_of)
 
@@ -54,7 +54,7 @@ class Window(DesktopTest):
         wait_for(lambda: d.rows(LOCAL)[-1] in ("..", "state"), what="the other order")
         rows, look = d.rows(LOCAL), self.look()
         d.key("ctrl+w")
-        self.assertEqual(d.window.wait(10), 0)
+        self.assertEqual(d.window.wait(LIMIT), 0)
         d.start_window()
         wait_for(lambda: self.look() == look, what=f"the look before {look}")
         self.assertEqual(d.rows(LOCAL), rows)
@@ -161,7 +161,7 @@ class Window(DesktopTest):
         d.press(d.wait_dialog("Rename"), "Cancel")
         d.wait_quiet()
         d.key("ctrl+q")
-        self.assertEqual(d.window.wait(10), 0)
+        self.assertEqual(d.window.wait(LIMIT), 0)
 
     def turn_away(self):
         """Another window is in front; returns after so long that the end of what goes on is told of."""
@@ -221,7 +221,3 @@ class Window(DesktopTest):
                     expect("awake sleep block", "asleep")
                 d.wait_quiet()
                 self.assertEqual(read(os.path.join(folder, "a.txt")), b"new")
-
-
-if __name__ == "__main__":
-    main()

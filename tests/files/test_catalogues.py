@@ -55,7 +55,3 @@ class Catalogues(unittest.TestCase):
     def test_the_template_is_up_to_date(self):
         check = subprocess.run([os.path.join(TOP, "scripts", "template"), "--check"], capture_output=True, text=True)
         self.assertEqual(check.returncode, 0, check.stdout + check.stderr)
-
-
-if __name__ == "__main__":
-    unittest.main(verbosity=2)

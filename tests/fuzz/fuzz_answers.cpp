@@ -74,7 +74,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
           "a readable answer is valid UTF-8");
     // A failed listing would open a box and wait for the user.
     for (const char* folder : {"C:\\", "/home"})
-        if (relay_hub::ParsedAnswer(answer.c_str(), RELAY_HUB_HERE).result() != -1)
+        if (relay_hub::ParsedAnswer(answer, RELAY_HUB_HERE).result() != -1)
             read_list(answer, folder);
     for (const Reader read : kReaders) {
         set_xml_string(answer.c_str());

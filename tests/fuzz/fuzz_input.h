@@ -14,7 +14,7 @@ inline std::string_view text_of(const std::uint8_t* data, std::size_t size) {
 // Takes what stands in remaining before the next separator, which is passed over.
 inline std::string take_part(std::string_view& remaining, char separator) {
     const std::size_t end = remaining.find(separator);
-    const std::string part(remaining.substr(0, end));
+    std::string part(remaining.substr(0, end));
     remaining = end == std::string_view::npos ? std::string_view() : remaining.substr(end + 1);
     return part;
 }

@@ -21,7 +21,7 @@ void decode_into_buffers(const std::string& hex) {
     const std::size_t length = std::strlen(hex.c_str());
     std::string text(length / 4 * MB_CUR_MAX + MB_CUR_MAX + 1, '\0');
     check(unicode_hex_string_to_ansi_string(hex.c_str(), text.data()) == 0, "a text is decoded");
-    check(relay_hub::text_from_unicode_hex(hex) == text.c_str(), "both forms decode alike");
+    check(text.starts_with(relay_hub::text_from_unicode_hex(hex) + '\0'), "both forms decode alike");
     for (const int size : {0, 1, 2, 7, static_cast<int>(length / 2 + 1)}) {
         std::string bytes(static_cast<std::size_t>(size), '\0');
         (void)HexStr2Binary(hex.c_str(), reinterpret_cast<unsigned char*>(bytes.data()), size);
@@ -39,11 +39,12 @@ void encode(const std::string& text) {
     long count = 0;
     check(ansi_to_unicode_hex(text.c_str(), wide.data(), &count, hex.data()) == 0, "a text is taken");
     const std::string encoded = relay_hub::unicode_hex(text);
-    check(encoded == hex.c_str(), "both forms encode alike");
+    check(hex.starts_with(encoded + '\0'), "both forms encode alike");
     check((count > 0 ? 4 * static_cast<std::size_t>(count) : 0) == encoded.size(), "four digits each");
     if (count > 0 && wide.find_first_of(L'\0') == static_cast<std::size_t>(count) &&
         *std::max_element(wide.begin(), wide.end()) <= 0xFFFF) {
-        check(relay_hub::text_from_unicode_hex(encoded) == text.c_str(), "a text travels unchanged");
+        check(relay_hub::text_from_unicode_hex(encoded) == text.substr(0, length),
+              "a text travels unchanged");
         check(relay_hub::text_from_utf16_hex(encoded) == text.c_str(), "the engine reads it alike");
     }
     (void)engine::meant_text(text, encoded);

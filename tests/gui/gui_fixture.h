@@ -14,7 +14,7 @@ using test::Sandbox;
 
 // Turns the main loop until done() or the limit; true when done.
 inline bool run_until(const std::function<bool()>& done) {
-    const auto deadline = test::Clock::now() + std::chrono::seconds(10);
+    const auto deadline = test::Clock::now() + std::chrono::seconds(30);
     const guint ticks = g_timeout_add(
         5, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);
     bool is_done = done();

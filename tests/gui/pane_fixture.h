@@ -6,6 +6,7 @@
 #include "link_engine/request_builders.h"
 #include "link_engine/transfer_state.h"
 #include "side_function/clipboard.h"
+#include "window/closing.h"
 #include "window/ui_sets.h"
 #include "wire.h"
 
@@ -42,6 +43,7 @@ class Panes : public testing::Test {
     static std::string names(const PaneList& list) { return joined(list.texts(kColumnName)); }
     static std::string selected(const PaneList& list) { return joined(get_selected_to_glist(list.view())); }
 
+    const relay_hub::Closing closing_;
     PaneList local_;
     PaneList remote_;
 

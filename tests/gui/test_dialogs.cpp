@@ -30,7 +30,7 @@ void answer_box(std::string* texts) {
 TEST(MessageDialog, ShowsTextsAsTheyAreAndNothingWithoutOne) {
     const char* const cases[][3] = {{"100%% of %s <b>", nullptr, "100% of %s <b>\n"},
                                     {"", "reason", "reason\n"},
-                                    {"a\u202Eb", "1\n2", "a\\u202Eb\n1\n2\n"},
+                                    {"a\u202Eb\u202C", "1\n2", "a\\u202Eb\\u202C\n1\n2\n"},
                                     {"a\xff", "%d & <i>", "a\xEF\xBF\xBD\n%d & <i>\n"},
                                     {"", nullptr, ""}};
     for (const auto& [primary, secondary, expected] : cases) {

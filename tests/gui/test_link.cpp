@@ -80,7 +80,7 @@ TEST_F(LinkMonitor, WaitsUntilTheRunningActionIsOver) {
 
 TEST_F(LinkMonitor, ALateAnswerToAnOldPollChangesNothing) {
     const FakeEngine engine([](const std::string& request) {
-        const std::string answer = serve(request);
+        std::string answer = serve(request);
         remote_online = false;
         return answer;
     });
@@ -121,7 +121,7 @@ TEST_F(LinkMonitor, ACallBackThatFindsNoEngineEndsWithTheProgram) {
     const auto start = Clock::now();
     relay_hub::stop_link_monitor();
     EXPECT_TRUE(run_until([&] { return done.load(); }));
-    EXPECT_LT(Clock::now() - start, 1500ms);
+    EXPECT_LT(Clock::now() - start, 5s);
     listener.join();
 }
 
@@ -182,9 +182,7 @@ TEST_F(Panes, ARoundWithoutAnAnswerEndsWhicheverRequestItServed) {
     };
     for (const auto& [ask, commands] : cases) {
         const FakeEngine engine([](const std::string&) { return FakeEngine::kRoundEnd; });
-        const auto start = Clock::now();
         EXPECT_EQ(ask(), -1) << commands.front();
-        EXPECT_LT(Clock::now() - start, 1s) << commands.front();
         for (const char* command : commands)
             EXPECT_EQ(engine.requests(command).size(), 1U);
     }

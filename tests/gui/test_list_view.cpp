@@ -90,7 +90,7 @@ TEST_F(LocalListing, NamesThatAreNotUtf8KeepTheirBytes) {
 }
 
 TEST_F(LocalListing, ACellIsOneBoundedLineAndTheNameTakesFurtherRoom) {
-    const Texts names = {std::string(20000, '\n'), std::string(9 << 20, 'n'), "evil\u202Egpj.exe"};
+    const Texts names = {std::string(20000, '\n'), std::string(9 << 20, 'n'), "evil\u202Egpj\u202C.exe"};
     const int columns[] = {kColumnName, kColumnSize, -1};
     for (const std::string& name : names) {
         const char* const texts[] = {name.c_str(), name.c_str()};
@@ -99,7 +99,7 @@ TEST_F(LocalListing, ACellIsOneBoundedLineAndTheNameTakesFurtherRoom) {
     for (const int column : {kColumnName, kColumnSize})
         for (const std::string& shown : list_.texts(column)) {
             EXPECT_LE(shown.size(), 500 * 6 + 3);
-            EXPECT_EQ(shown.find("\u202E") & shown.find('\n'), std::string::npos);
+            EXPECT_EQ(shown.find("\u202C") & shown.find('\n'), std::string::npos);
         }
     list_.select({0, 1, 2});
     EXPECT_THAT(get_selected_to_glist(list_.view()), testing::UnorderedElementsAreArray(names));
@@ -138,7 +138,7 @@ TEST_F(LocalListing, AnUpdateMakesTheRowsOfAFreshListingAndKeepsTheSelection) {
         return texts;
     };
     using relay_hub::ListUpdate;
-    for (const std::string round : {"unsorted", "folders first", "files first"}) {
+    for (const std::string& round : Texts{"unsorted", "folders first", "files first"}) {
         SCOPED_TRACE(round);
         open();
         EXPECT_TRUE(relay_hub::select_row_by_name(list_.view(), "file9"));

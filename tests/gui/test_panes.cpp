@@ -39,24 +39,6 @@ class RemotePane : public Panes {
     FakeEngine engine_{[this](const std::string& request) { return answer(request); }};
 };
 
-TEST_F(RemotePane, ANewFolderIsMadeWhereThePaneStandsAndBecomesSelected) {
-    const std::pair<const char*, const char*> cases[] = {
-        {"C:\\", "C:\\new"}, {"C:\\Data\\", "C:\\Data\\new"}, {"/home", "/home/new"}, {"/", "/new"}};
-    for (const auto& [folder, made] : cases) {
-        show(folder, line("a", "1") + line("new", "1"));
-        const When named([] { return find_window("IDS_MN_ADDNEWFOLDER") != nullptr; },
-                         [] {
-                             GtkWidget* dialog = find_window("IDS_MN_ADDNEWFOLDER");
-                             gtk_entry_set_text(GTK_ENTRY(find_entry(dialog)), "new");
-                             gtk_button_clicked(GTK_BUTTON(find_button(dialog, GTK_STOCK_OK)));
-                         });
-        EXPECT_EQ(right_popup_menu_mkdir(nullptr, nullptr), 0);
-        EXPECT_THAT(engine_.last_request("NP_Cmd_Create_Folder"),
-                    HasSubstr(field("TG", made) + hex_field("TF", made)));
-        EXPECT_EQ(selected(remote_), "new");
-    }
-}
-
 TEST_F(RemotePane, DeletingSendsTheSelectionInReverseAndSelectsTheNextRow) {
     show("C:\\", line("a", "0") + line("b", "1") + line("c", "0") + line("d", "0"));
     remote_.select({0, 1, 2});
@@ -206,7 +188,6 @@ TEST_F(RemotePane, OfWhatIsMovedOnlyWhatArrivedGoesToTheTrash) {
 }
 
 TEST_F(RemotePane, AClosingProgramStartsNothing) {
-    const relay_hub::Closing closing;
     relay_hub::close_window();
     for (const auto action : {right_popup_menu_mkdir, right_popup_menu_rename, right_popup_menu_delete,
                               right_popup_menu_paste, left_popup_menu_mkdir, left_popup_menu_delete,

@@ -179,8 +179,8 @@ TEST_F(WindowBase, WaitingCostsNothingAndClosingWakesEverybody) {
                                   relay_hub::close_window();
                               });
     ask_the_engine();
-    EXPECT_LT(test::Clock::now() - closed, 1s);
-    EXPECT_LT(used, 0.1) << "a wait spins";
+    EXPECT_LT(test::Clock::now() - closed, 1400ms);
+    EXPECT_LT(used, 0.3) << "a wait spins";
     EXPECT_TRUE(job_starts.done() && all_wait.done());
     EXPECT_EQ(get_atomic(&copy_->state), TASK_CANCEL);
     EXPECT_TRUE(run_until([&] { return destroyed_; }));

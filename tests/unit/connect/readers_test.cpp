@@ -42,7 +42,7 @@ TEST(Addresses, AreReadAndWritten) {
         EXPECT_EQ(parse_typed(typed).value_or(SshAddress()).whole(), written);
     }
     for (const char* none :
-         {"a\tb",       "lap\xe2\x80\xaetop", "ssh://",     "-l@laptop",       "",         "anna@-x",  "[]",
+         {"a\tb",       "lap\u202Etop\u202C", "ssh://",     "-l@laptop",       "",         "anna@-x",  "[]",
           "@laptop",    "[fe80::1",           "a b",        "ssh://x/%2",      "anna@",    "[laptop]", " ",
           "laptop:",    "laptop:65536",       "\xff",       "laptop/\xff",     "laptop:0", "/srv",     "a\\b",
           "laptop:22x", "ssh://x/%00",        "[fe80::1]x", "-oProxyCommand=x"})

@@ -270,7 +270,7 @@ TEST_F(CallingBack, ThePipesAreClosedToOthersAndLongAnswersAreNotBelieved) {
     });
     const auto begin = Clock::now();
     EXPECT_EQ(front_end_.confirm("?"), OverwriteAnswer::kNone);
-    EXPECT_LT(Clock::now() - begin, 2s);
+    EXPECT_LT(Clock::now() - begin, 2900ms);
 }
 
 TEST_F(CallingBack, AQuestionEndsWithItsReasonAndNothingHangsWithoutAFrontEnd) {

@@ -8,6 +8,7 @@
 #include "link_engine/send_args.h"
 #include "name_pipe/name_pipe_base.h"
 #include "util/ansi_unicode_hex.h"
+#include "wire.h"
 
 namespace test {
 namespace {
@@ -56,6 +57,10 @@ std::string remote_to_local_records() {
            "</Line></T8>";
 }
 
+std::string trace(const std::string& name, const char* word, const std::string& shown) {
+    return "NP_VAL_CMD_" + name + " " + word + ":[ " + shown + " ]\n";
+}
+
 TEST(RequestBuilders, EveryRequestHasItsExactBytesAndTraces) {
     std::setlocale(LC_CTYPE, "C.UTF-8");
     ASSERT_EQ(unicode_hex(kName), kNameHex);
@@ -92,14 +97,10 @@ TEST(RequestBuilders, EveryRequestHasItsExactBytesAndTraces) {
         EXPECT_EQ(build(&args), 0);
         const std::string printed = testing::internal::GetCapturedStdout();
         ASSERT_TRUE(wait_until([&] { return engine.frames().size() == 1; }));
-        const std::string text =
-            fill("<ZEVMSG><NP_Cmd>NP_Cmd_" + command + "</NP_Cmd>" + fields + "</ZEVMSG>");
+        const std::string text = fill(request(command, fields));
         EXPECT_EQ(engine.frames()[0], frame(command_body(text)));
-        const auto trace = [log_name = name](const char* word, const std::string& shown) {
-            return "NP_VAL_CMD_" + log_name + " " + word + ":[ " + shown + " ]\n";
-        };
-        const std::string sent = sent_word ? trace(sent_word, text) : text + "\n";
-        EXPECT_EQ(printed, sent + (answered ? trace("Receive", answer) : ""));
+        const std::string sent = sent_word ? trace(name, sent_word, text) : text + "\n";
+        EXPECT_EQ(printed, sent + (answered ? trace(name, "Receive", answer) : ""));
         EXPECT_STREQ(get_xml_string(), answered ? answer.c_str() : nullptr);
         EXPECT_EQ(args.state, answered ? kStateFinished : kStateRunning);
     }

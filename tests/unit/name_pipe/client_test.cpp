@@ -54,33 +54,34 @@ std::string padded(std::string text) {
 TEST_F(Client, EndsUpWithWhatThePeerGave) {
     const std::string large(5 << 20, 'l');
     using Serve = std::function<void(Peer&)>;  // once the peer has taken the request
-    const std::tuple<const char*, std::string, std::chrono::seconds, Serve> cases[] = {
-        {"short", "hello", 1s, [](Peer& p) { p.answer(test::frame("hello")), p.await_reader_gone(); }},
-        {"stops reading first", "late", 1s,
+    // Only a peer that pauses is waited for, two seconds.
+    const std::tuple<const char*, std::string, bool, Serve> cases[] = {
+        {"short", "hello", false, [](Peer& p) { p.answer(test::frame("hello")), p.await_reader_gone(); }},
+        {"stops reading first", "late", false,
          [](Peer& p) { p.close_in(), p.answer(test::frame("late")), p.await_reader_gone(); }},
-        {"empty", "", 1s, [](Peer& p) { p.answer(test::frame("")), p.await_reader_gone(); }},
-        {"large", large, 4s, [&large](Peer& p) { p.answer(test::frame(large)); }},
-        {"byte by byte", "slowly", 1s,
+        {"empty", "", false, [](Peer& p) { p.answer(test::frame("")), p.await_reader_gone(); }},
+        {"large", large, false, [&large](Peer& p) { p.answer(test::frame(large)); }},
+        {"byte by byte", "slowly", false,
          [](Peer& p) {
              for (const char byte : test::frame("slowly"))
                  p.answer({byte}), std::this_thread::sleep_for(5ms);
          }},
-        {"padded", "text", 1s, [](Peer& p) { p.answer(padded("text")); }},
-        {"padding never comes", "text", 1s,
+        {"padded", "text", false, [](Peer& p) { p.answer(padded("text")); }},
+        {"padding never comes", "text", false,
          [](Peer& p) { p.answer(padded("text").substr(0, 9)), p.await_reader_gone(); }},
-        {"dies within the length", "", 1s, [](Peer& p) { p.answer("\x05"); }},
-        {"dies behind the length", "", 1s, [](Peer& p) { p.answer(test::length_field(10)); }},
-        {"dies within the body", "hal", 1s, [](Peer& p) { p.answer(test::frame("half").substr(0, 7)); }},
-        {"no answer", "", 1s, [](Peer&) {}},
-        {"pauses within the body", "hal", 3s,
+        {"dies within the length", "", false, [](Peer& p) { p.answer("\x05"); }},
+        {"dies behind the length", "", false, [](Peer& p) { p.answer(test::length_field(10)); }},
+        {"dies within the body", "hal", false, [](Peer& p) { p.answer(test::frame("half").substr(0, 7)); }},
+        {"no answer", "", false, [](Peer&) {}},
+        {"pauses within the body", "hal", true,
          [](Peer& p) { p.answer(test::frame("half").substr(0, 7)), p.await_reader_gone(); }},
     };
-    for (const auto& [name, expected, limit, answer_with] : cases) {
+    for (const auto& [name, expected, waits, answer_with] : cases) {
         test::Background server = serve(answer_with);
         std::string answer = "untouched";
         const auto start = Clock::now();
         EXPECT_TRUE(send("<ZEVMSG></ZEVMSG>", answer)) << name;
-        EXPECT_LT(Clock::now() - start, limit) << name;
+        EXPECT_EQ(Clock::now() - start >= 2s, waits) << name;
         server.join();
         EXPECT_EQ(request_, kMarker + "<ZEVMSG></ZEVMSG>") << name;
         EXPECT_TRUE(answer == expected) << name << ": " << answer.size() << " bytes";
@@ -99,7 +100,7 @@ TEST_F(Client, SeesEveryEndOfARoundHoweverFastTheNextBegins) {
         std::string answer = "untouched";
         const auto start = Clock::now();
         EXPECT_TRUE(send("?", answer));
-        EXPECT_LT(Clock::now() - start, 1s) << bytes.size();
+        EXPECT_LT(Clock::now() - start, 2s) << bytes.size();
         EXPECT_EQ(answer, bytes.size() > 4 ? "hal" : "");
     }
 }
@@ -159,7 +160,7 @@ TEST_F(Client, PostsOnlyWhereSomebodyReads) {
     reader.open_in(O_RDONLY | O_NONBLOCK);
     const auto start = Clock::now();
     EXPECT_TRUE(channel_.NPPostMessage(std::string("hi"), "", kUserData));
-    EXPECT_LT(Clock::now() - start, 2s);
+    EXPECT_LT(Clock::now() - start, 10s);
 }
 
 // A send on a thread of its own that can be abandoned.
@@ -172,10 +173,10 @@ class PendingSend {
               done_ = true;
           }) {}
 
-    // True when the send failed within a second from now, leaving its answer alone.
+    // True when the send failed soon, leaving its answer alone.
     bool ends_when_abandoned() {
         token_.stop();
-        const bool ended = test::wait_until([this] { return done_.load(); }, 1s);
+        const bool ended = test::wait_until([this] { return done_.load(); });
         thread_.join();
         return ended && !result_ && answer_ == "untouched";
     }

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "base/file_descriptor.h"
+#include "pipe.h"
 #include "sandbox.h"
 
 namespace test {
@@ -53,20 +54,11 @@ class Peer {
         pollfd watch{fd, events, 0};
         (void)::poll(&watch, 1, 5000);
     }
-    static std::string take(int fd, std::size_t size) {
-        std::string bytes(size, '\0');
-        std::size_t done = 0;
-        ssize_t count = 1;
-        for (; done < size && count > 0; done += static_cast<std::size_t>(std::max<ssize_t>(count, 0)))
-            count = ::read(fd, bytes.data() + done, size - done);
-        bytes.resize(done);
-        return bytes;
-    }
     static std::string take_frame(int fd) {
-        const std::string header = take(fd, 4);
+        const std::string header = read_bytes(fd, 4);
         std::uint32_t length = 0;
         std::memcpy(&length, header.data(), header.size());
-        return header.size() < sizeof length ? "" : take(fd, length);
+        return header.size() < sizeof length ? "" : read_bytes(fd, length);
     }
 
     std::string base_;

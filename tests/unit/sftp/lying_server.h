@@ -55,21 +55,10 @@ class LyingServer {
     Session& session() { return *session_; }
 
   private:
-    bool read_exactly(char* data, std::size_t size) {
-        while (size > 0) {
-            const ssize_t count = ::read(up_.reader.get(), data, size);
-            if (count <= 0)
-                return false;
-            data += count;
-            size -= static_cast<std::size_t>(count);
-        }
-        return true;
-    }
     void serve() {
-        char head[4];
-        while (read_exactly(head, sizeof head)) {
-            std::string packet_text(number_at(head), '\0');
-            if (!read_exactly(packet_text.data(), packet_text.size()))
+        for (std::string head; (head = test::read_bytes(up_.reader.get(), 4)).size() == 4;) {
+            const std::string packet_text = test::read_bytes(up_.reader.get(), number_at(head.data()));
+            if (packet_text.empty())
                 return;
             const auto type = static_cast<PacketType>(packet_text[0]);
             std::string answer;

@@ -11,8 +11,6 @@
 namespace relay_hub::engine::sftp {
 namespace {
 
-using testing::UnorderedElementsAre;
-
 const char* const kComposed = "\xc3\xa9t\xc3\xa9";
 const char* const kCapital = "\xc3\x89T\xc3\x89";
 const char* const kDecomposed = "e\xcc\x81te\xcc\x81";
@@ -128,9 +126,9 @@ struct System {
     std::vector<std::string> folders;
     std::optional<Style> wished;
     Style style;
+    int trash;
     std::vector<std::string> drives;
     std::string shown_home;
-    int trash;
     std::vector<std::string> extensions;
 };
 
@@ -142,10 +140,10 @@ TEST(OtherSystem, IsKnownByItsAnswersAndServed) {
     const std::string in_c = "/C:/Users/x", shown = "C:\\Users\\x";
     using enum Style;
     const System systems[] = {
-        {"Windows", in_c, windows, {}, kDrives, {"C:", "D:"}, shown, ENOTSUP, {}},
-        {"Windows, drives not listed", in_c, unlisted, {}, kDrives, {"C:"}, shown, ENOTSUP, {}},
-        {"Windows, shown another way", in_c, windows, kPosix, kPosix, {""}, in_c, ENOTSUP, {}},
-        {"macOS", "/Users/x", mac, {}, kPosix, {""}, "/Users/x", 0, {"posix-rename@openssh.com"}},
+        {"Windows", in_c, windows, {}, kDrives, ENOTSUP, {"C:", "D:"}, shown, {}},
+        {"Windows, drives not listed", in_c, unlisted, {}, kDrives, ENOTSUP, {"C:"}, shown, {}},
+        {"Windows, shown another way", in_c, windows, kPosix, kPosix, ENOTSUP, {""}, in_c, {}},
+        {"macOS", "/Users/x", mac, {}, kPosix, 0, {""}, "/Users/x", {"posix-rename@openssh.com"}},
     };
     for (const System& system : systems) {
         SCOPED_TRACE(system.name);
@@ -171,7 +169,7 @@ TEST(OtherSystem, IsKnownByItsAnswersAndServed) {
         Entry entry;
         const auto write_file = [&](const std::string& name, std::string_view content, bool replace) {
             std::vector<std::unique_ptr<FileSink>> sinks(1);
-            Error error = files.open_sink(home + "/new/" + name, entry, replace, sinks[0]);
+            Error error = files.open_sink(join_path(home + "/new", name), entry, replace, sinks[0]);
             if (!error)
                 error = sinks[0]->write(content.data(), content.size());
             if (!error)

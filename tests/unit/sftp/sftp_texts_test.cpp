@@ -38,6 +38,7 @@ TEST(LinkFailure, IsToldFromWhatSshSays) {
 }
 
 TEST(PartName, SaysWhoWritesIt) {
+    constexpr std::time_t kDay = 24L * 3600;
     const PartName part;
     const std::string& own = part.text();
     const auto now = std::time(nullptr);
@@ -45,7 +46,7 @@ TEST(PartName, SaysWhoWritesIt) {
     EXPECT_NE(own, gone);
     EXPECT_TRUE(is_left_over(gone, now)) << "nobody writes it any more";
     EXPECT_TRUE(is_part_name(own));
-    EXPECT_FALSE(is_left_over(own, now + 365 * 24 * 3600));
+    EXPECT_FALSE(is_left_over(own, now + 365 * kDay));
     const std::string host = own.substr(11, own.find('-', 11) - 11);
     const auto name = [](const std::string& of_host, const std::string& process, std::time_t time) {
         std::array<char, 32> hex{};
@@ -54,8 +55,8 @@ TEST(PartName, SaysWhoWritesIt) {
     };
     EXPECT_TRUE(is_left_over(name(host, "7fffffff", now), now)) << "no such process";
     EXPECT_TRUE(is_left_over(name(host, "1", 1000), now)) << "the process is younger than the file";
-    EXPECT_FALSE(is_left_over(name("0", "7fffffff", now - 24 * 3600), now)) << "another computer's";
-    EXPECT_TRUE(is_left_over(name("0", "1", now - 8 * 24 * 3600), now)) << "another computer's, old";
+    EXPECT_FALSE(is_left_over(name("0", "7fffffff", now - kDay), now)) << "another computer's";
+    EXPECT_TRUE(is_left_over(name("0", "1", now - 8 * kDay), now)) << "another computer's, old";
     for (const char* other : {"", ".relay-hub-.part", ".relay-hub-1-2-3.part", ".relay-hub-1-2-3-4-5.part",
                               ".relay-hub-1-2-3-g.part", ".relay-hub-1-2-3-4.parts", "relay-hub-1-2-3-4.part",
                               ".relay-hub-1-2--4.part", ".relay-hub-1-2-3-4-.part"}) {

@@ -16,7 +16,7 @@ using namespace relay_hub;
 TEST(Text, shows_foreign_bytes_with_nothing_that_misleads) {
     const std::tuple<const char*, const char*, const char*> cases[] = {
         {"plain Grüße שלום", "plain Grüße שלום", "plain Grüße שלום"},
-        {"photo\u202Egpj.exe", "photo\\u202Egpj.exe", "photo\\u202Egpj.exe"},
+        {"a\u202Eb\u202C", "a\\u202Eb\\u202C", "a\\u202Eb\\u202C"},
         {"\u2066a\u2069\u2028", "\\u2066a\\u2069\\u2028", "\\u2066a\\u2069\\u2028"},
         {"a\nb\tc\x1b[2J\x7f\u0085", "a\\u000Ab\\u0009c\\u001B[2J\\u007F\\u0085",
          "a\nb\tc\\u001B[2J\\u007F\\u0085"},
@@ -59,6 +59,15 @@ TEST(Text, resolves_paths_onto_the_prefix) {
         EXPECT_EQ(ConvertToRealPath(path.c_str(), "/", resolved, "/"), 0);
         EXPECT_EQ(resolved, expected) << path;
     }
+}
+
+TEST(Text, joins_without_a_second_separator) {
+    for (const auto& [folder, joined] : {std::pair("C:\\", "C:\\x"),
+                                         {"C:\\Data", "C:\\Data\\x"},
+                                         {"C:\\Data\\", "C:\\Data\\x"},
+                                         {"/home", "/home/x"},
+                                         {"/", "/x"}})
+        EXPECT_EQ(join_remote_path(folder, "x"), joined);
 }
 
 TEST(Text, finds_the_paths_of_this_machine_in_uris) {
