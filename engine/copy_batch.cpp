@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::size_t kLongestShownPath = 600;
 // Files announced to a tree for reading ahead; more are announced when half of them are done.
-constexpr std::size_t kAnnounced = 128;
+constexpr std::size_t kAnnounced = 512;
 
 Error reason(int number, const char* id) {
     return {number, translated(id)};

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <iterator>
 
 namespace relay_hub::engine {
 namespace {
@@ -27,10 +28,10 @@ PendingWrites::PendingWrites(RemoteFileSystem& target, FailureSink failed)
 void PendingWrites::add_file(std::unique_ptr<FileSink> sink, const std::string& source,
                              const std::string& target_folder, std::uint64_t size) {
     sinks_.push_back(std::move(sink));
-    files_.push_back({source, target_folder});
+    files_.push_back({source, target_folder, size});
     waiting_bytes_ += size;
     if (sinks_.size() >= most_files_ || waiting_bytes_ >= kMostWaitingBytes)
-        publish();
+        commit(false);
 }
 
 void PendingWrites::add_made_folder(const std::string& folder, const Entry& entry) {
@@ -62,20 +63,24 @@ bool PendingWrites::waits_in(const std::string& folder) const {
 }
 
 void PendingWrites::publish() {
-    if (sinks_.empty())
-        return;
-    const std::vector<Error> results = target_.commit(sinks_);
+    if (!sinks_.empty())
+        commit(true);
+}
+
+void PendingWrites::commit(bool all) {
+    const std::vector<Error> results = target_.commit(sinks_, all);
+    const auto end = files_.begin() + static_cast<std::ptrdiff_t>(results.size());
+    const std::vector<File> done(std::make_move_iterator(files_.begin()), std::make_move_iterator(end));
+    files_.erase(files_.begin(), end);
     for (std::size_t i = 0; i < results.size(); ++i) {
+        waiting_bytes_ -= done[i].size;
         if (results[i]) {
-            add_missing(files_[i].target_folder, results[i]);
-            failed_.file(files_[i].source, results[i]);
+            add_missing(done[i].target_folder, results[i]);
+            failed_.file(done[i].source, results[i]);
         } else {
-            add_touched(files_[i].target_folder);
+            add_touched(done[i].target_folder);
         }
     }
-    sinks_.clear();
-    files_.clear();
-    waiting_bytes_ = 0;
 }
 
 // One that its owner may not write in could not take what a repeat brings.

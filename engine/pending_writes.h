@@ -50,7 +50,9 @@ class PendingWrites {
     struct File {
         std::string source;
         std::string target_folder;
+        std::uint64_t size;
     };
+    void commit(bool all);
     void settle();
     Error complete_folder(const std::string& folder, const Entry& entry);
 

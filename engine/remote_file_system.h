@@ -102,8 +102,8 @@ class FileSource {
     [[nodiscard]] virtual int descriptor() const = 0;
 };
 
-// A file being written, without its final name until commit(). Dropped without commit it leaves nothing. A
-// small one may be kept in memory until then.
+// A file being written. It gets its final name between finish() and the end of commit(). Dropped before
+// finish() it leaves nothing. A small one may be kept in memory until then.
 class FileSink {
   public:
     FileSink() = default;
@@ -169,8 +169,9 @@ class RemoteFileSystem {
     // one that appeared meanwhile makes commit fail with EEXIST.
     virtual Error open_sink(const std::string& path, const Entry& entry, bool replace,
                             std::unique_ptr<FileSink>& sink) = 0;
-    // Puts the content of every sink on the disk and then under its final name. One result per sink.
-    virtual std::vector<Error> commit(std::vector<std::unique_ptr<FileSink>>& sinks) = 0;
+    // Puts the content of the sinks on the disk and then under their final names, and returns one result for
+    // each that leaves the list, from the first one on. Without all a tree may leave some of the last ones.
+    virtual std::vector<Error> commit(std::vector<std::unique_ptr<FileSink>>& sinks, bool all) = 0;
     // Returns when the names that were committed to and made in these folders are on the disk.
     virtual Error settle(const std::vector<std::string>& folders) = 0;
     // Removes what dead runs left of their sinks in the folder.

@@ -240,7 +240,7 @@ Error FolderFileSystem::open_sink(const std::string& path, const Entry& entry, b
     return 0;
 }
 
-std::vector<Error> FolderFileSystem::commit(std::vector<std::unique_ptr<FileSink>>& sinks) {
+std::vector<Error> FolderFileSystem::commit(std::vector<std::unique_ptr<FileSink>>& sinks, bool /*all*/) {
     std::vector<Error> results;
     std::vector<FolderSink*> own;
     own.reserve(sinks.size());

@@ -36,7 +36,7 @@ class FolderFileSystem : public RemoteFileSystem {
                       std::unique_ptr<FileSource>& source) override;
     Error open_sink(const std::string& path, const Entry& entry, bool replace,
                     std::unique_ptr<FileSink>& sink) override;
-    std::vector<Error> commit(std::vector<std::unique_ptr<FileSink>>& sinks) override;
+    std::vector<Error> commit(std::vector<std::unique_ptr<FileSink>>& sinks, bool all) override;
     Error settle(const std::vector<std::string>& folders) override;
     void sweep(const std::string& folder) override;
     Error make_folder(const std::string& path, mode_t mode) override;

@@ -58,8 +58,6 @@ void SftpSink::fail(const Error& error) {
 }
 
 void SftpSink::begin() {
-    if (exists_ || error_)
-        return;
     Attributes attributes;
     attributes.permissions = S_IRUSR | S_IWUSR;
     opening_ = session_->send_open(temporary_, kOpenWrite | kOpenCreate | kOpenExclusive, attributes);
@@ -72,7 +70,8 @@ Error SftpSink::write(const char* data, std::size_t size) {
     buffer_.append(data, size);
     if (buffer_.size() <= kSmall && !exists_)
         return {};
-    begin();
+    if (!exists_)
+        begin();
     if (opening_.sent() && (opening_.arrived() || buffer_.size() > kMostUnopened))
         fail(session_->take_handle(opening_, handle_));
     if (opened())
@@ -136,25 +135,30 @@ Error SftpSink::finish(const FileSource& source) {
 }
 
 bool SftpSink::answered() const {
-    return opening_.sent() ? error_ || opening_.arrived() : steps_.empty() || steps_.back().reply.arrived();
+    return opening_.sent() ? opening_.arrived() : steps_.empty() || steps_.back().reply.arrived();
+}
+
+void SftpSink::next_step() {
+    if (!exists_)
+        begin();
+    else if (!closed_)
+        send_once_open();
+    else
+        send_rename();
 }
 
 void SftpSink::send_once_open() {
-    if (opening_.sent() && !error_)
+    if (opening_.sent())
         fail(session_->take_handle(opening_, handle_));
-    if (error_ || closed_)
+    if (error_)
         return;
     send_content();
     send_attributes_and_close();
 }
 
-void SftpSink::take_answers() {
+void SftpSink::send_rename() {
     while (!steps_.empty())
         wait_for_oldest();
-}
-
-void SftpSink::send_rename() {
-    take_answers();
     if (!error_)
         renaming_ = session_->send_rename(temporary_, path_, replace_);
 }

@@ -27,19 +27,18 @@ class SftpSink : public FileSink, public PipelinedFile {
     void start_flush() override;
     Error finish(const FileSource& source) override;
 
+    [[nodiscard]] bool begun() const override { return exists_; }
     [[nodiscard]] bool answered() const override;
-    [[nodiscard]] bool begun() const override { return exists_ || error_; }
-    [[nodiscard]] bool sent() const override { return error_ || closed_; }
-    [[nodiscard]] bool complete() const override { return error_ || (closed_ && steps_.empty()); }
-    void begin() override;
-    void send_once_open() override;
-    void take_answers() override;
-    // Asks for the final name, where nothing failed.
-    void send_rename();
-    // Waits for the name. What became of the file.
+    [[nodiscard]] bool named() const override { return error_ || renaming_.sent(); }
+    void next_step() override;
+    // Waits for the final name, which was requested. What became of the file.
     Error result();
 
   private:
+    void begin();
+    void send_once_open();
+    // Where all of it is on the disk.
+    void send_rename();
     void send_content();
     void send_attributes_and_close();
     void wait_for_oldest();

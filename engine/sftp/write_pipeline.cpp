@@ -1,47 +1,37 @@
 #include "engine/sftp/write_pipeline.h"
 
-#include <array>
-
 namespace relay_hub::engine::sftp {
 
 void WritePipeline::join(PipelinedFile& file) {
-    if (!file.begun())
-        queued_.push_back(&file);
-    else
-        (file.sent() ? writing_ : opening_).push_back(&file);
+    (file.begun() ? open_ : queued_).push_back(&file);
     advance();
 }
 
 void WritePipeline::leave(const PipelinedFile& file) {
-    for (auto* step : {&queued_, &opening_, &writing_})
-        std::erase(*step, &file);
+    std::erase(queued_, &file);
+    std::erase(open_, &file);
 }
 
 void WritePipeline::advance() {
-    for (; !writing_.empty() && writing_.front()->answered(); writing_.pop_front())
-        writing_.front()->take_answers();
-    while (!opening_.empty() && opening_.front()->answered())
-        send_first_opened();
-    for (; !queued_.empty() && opening_.size() + writing_.size() < in_progress_; queued_.pop_front()) {
-        queued_.front()->begin();
-        opening_.push_back(queued_.front());
+    while (!open_.empty() && open_.front()->answered())
+        advance_first();
+    for (; !queued_.empty() && open_.size() < in_progress_; queued_.pop_front()) {
+        queued_.front()->next_step();
+        open_.push_back(queued_.front());
     }
 }
 
-void WritePipeline::send_first_opened() {
-    opening_.front()->send_once_open();
-    writing_.push_back(opening_.front());
-    opening_.pop_front();
+void WritePipeline::advance_first() {
+    PipelinedFile* const file = open_.front();
+    open_.pop_front();
+    file->next_step();
+    if (!file->named())
+        open_.push_back(file);
 }
 
 void WritePipeline::complete(const PipelinedFile& file) {
-    for (advance(); !file.complete(); advance()) {
-        // Nothing more can be asked for until the oldest step is answered.
-        if (!writing_.empty())
-            writing_.front()->take_answers();
-        else
-            send_first_opened();
-    }
+    for (advance(); !file.named(); advance())
+        advance_first();
 }
 
 }  // namespace relay_hub::engine::sftp

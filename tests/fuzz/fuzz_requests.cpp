@@ -52,8 +52,8 @@ class JudgingTree : public RemoteFileSystem {
     Error open_sink(const Path& path, const Entry&, bool, std::unique_ptr<FileSink>&) override {
         return refuse(path);
     }
-    std::vector<Error> commit(std::vector<std::unique_ptr<FileSink>>& sinks) override {
-        return std::vector<Error>(sinks.size(), EIO);
+    std::vector<Error> commit(std::vector<std::unique_ptr<FileSink>>& sinks, bool) override {
+        return std::vector<Error>(std::exchange(sinks, {}).size(), EIO);
     }
     Error settle(const std::vector<std::string>&) override { return {}; }
     void sweep(const Path& folder) override { (void)judge(folder); }

@@ -119,7 +119,7 @@ TEST(LyingServer, IsLeftAtOnceWithManyRequestsInFlight) {
         });
         server.session().connection().set_silence_limit(60s);
         server.files().set_watch([] { return true; });
-        std::vector<std::unique_ptr<FileSink>> sinks(64);
+        std::vector<std::unique_ptr<FileSink>> sinks(300);
         for (std::size_t i = 0; i < sinks.size(); ++i) {
             ASSERT_FALSE(server.files().open_sink("x" + std::to_string(i), {}, false, sinks[i]));
             ASSERT_FALSE(sinks[i]->write("x", 1));
@@ -127,7 +127,7 @@ TEST(LyingServer, IsLeftAtOnceWithManyRequestsInFlight) {
         }
         int looks = 0;
         server.files().set_watch([&looks] { return ++looks == 1; });
-        for (const Error& error : server.files().commit(sinks))
+        for (const Error& error : server.files().commit(sinks, true))
             EXPECT_EQ(error.number, ECANCELED);
         EXPECT_EQ(looks, 2);
     }
@@ -155,7 +155,7 @@ TEST(LyingServer, RefusesAStepOfAFile) {
         ASSERT_FALSE(server.files().open_sink("a/x", {}, false, sinks[0]));
         ASSERT_FALSE(sinks[0]->write("x", 1));
         (void)sinks[0]->finish(Nothing());
-        const Error error = server.files().commit(sinks).front();
+        const Error error = server.files().commit(sinks, true).front();
         server.session().connection().drain(5s);
         // Modes and times are not what a copy is kept for.
         const bool harmless = refused == PacketType::kFsetstat;

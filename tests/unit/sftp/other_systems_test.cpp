@@ -174,7 +174,7 @@ TEST(OtherSystem, IsKnownByItsAnswersAndServed) {
                 error = sinks[0]->write(content.data(), content.size());
             if (!error)
                 error = sinks[0]->finish(Nothing());
-            return error ? error : files.commit(sinks).front();
+            return error ? error : files.commit(sinks, true).front();
         };
         EXPECT_FALSE(write_file(kComposed, "old", false));
         const Error replaced = write_file(kCapital, "text", true);

@@ -71,7 +71,7 @@ class SftpTree : public testing::Test, protected test::Sandbox {
         nothing.source = source;
         for (const auto& sink : sinks_)
             (void)sink->finish(nothing);
-        auto results = files_.commit(sinks_);
+        auto results = files_.commit(sinks_, true);
         sinks_.clear();
         return results;
     }
