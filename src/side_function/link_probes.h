@@ -8,7 +8,7 @@ int offline_connection_status();
 int link_engine_remote_online();
 // Asks on the calling thread, which must not be the window's.
 int link_engine_remote_online_nothread();
-// The off-line connection probe, asked directly. Any thread but the window's. 0 also when the command
+// The offline connection probe, asked directly. Any thread but the window's. 0 also when the command
 // channel is busy with a request of ours: then the engine is alive.
 int offline_connection_status_nothread();
 // Loads special paths and drives without the runner: requests are made on the calling worker, the readers

@@ -141,7 +141,7 @@ void print_attempt() {
     std::printf("try %d to get link_engine_connection_status !\n", g_first_time.load());
 }
 
-// The off-line probe with a limit: an engine that died after it called back leaves a pipe that nobody reads.
+// The offline probe with a limit: an engine that died after it called back leaves a pipe that nobody reads.
 // Returns early when the calling thread's waits are abandoned.
 bool engine_answers() {
     const auto answered = std::make_shared<std::atomic<bool>>(false);

@@ -42,7 +42,7 @@ constexpr WindowKey kKeys[] = {
     {GDK_KEY_w, GDK_CONTROL_MASK, false, close_program},
 };
 
-// A side that is off line shows nothing to act on.
+// A side that is offline shows nothing to act on.
 __single* side_with_keyboard(GtkWidget* window) {
     __single* side = side_of(gtk_window_get_focus(GTK_WINDOW(window)));
     return side != nullptr && gtk_widget_get_mapped(side->path_entry) != FALSE ? side

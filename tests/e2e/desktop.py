@@ -206,7 +206,7 @@ class Desktop:
         return find(self.side(side), "text")
 
     def folder(self, side):
-        """The text of the side's path entry; empty while the side is off line."""
+        """The text of the side's path entry; empty while the side is offline."""
         entry = self.entry(side)
         return text_of(entry) if entry else ""
 

@@ -1,4 +1,4 @@
-"""The window beside an engine that is late, slow, hung, dead or off line: it stays live, and lets its user go."""
+"""The window beside an engine that is late, slow, hung, dead or offline: it stays live, and lets its user go."""
 import os
 import signal
 import time
@@ -31,9 +31,9 @@ class LinkTest(DesktopTest):
     def offline(self):
         return find(self.desktop.side(REMOTE), "label", OFFLINE)
 
-    def go_off_line(self):
+    def go_offline(self):
         self.tell_engine(signal.SIGUSR1)
-        wait_for(self.offline, what="the off-line view")
+        wait_for(self.offline, what="the offline view")
 
     def come_back(self):
         self.tell_engine(signal.SIGUSR2)
@@ -95,7 +95,7 @@ class Recovery(LinkTest):
     def test_remote_goes_off_line_and_comes_back(self):
         d = self.desktop
         self.start()
-        self.go_off_line()
+        self.go_offline()
         self.check_live(1)
         self.come_back()
         question = self.ask_overwrite()
@@ -103,7 +103,7 @@ class Recovery(LinkTest):
         self.check_live(1.5)  # the engine tries to tell meanwhile
         d.press(question, "Yes")
         d.take_notes()
-        wait_for(self.offline, what="the off-line view")
+        wait_for(self.offline, what="the offline view")
         self.come_back()
         self.assertIn(os.path.getsize(os.path.join(d.remote, "up")), (3, BIG), "the old file or the new one, whole")
         self.assertEqual(sorted(os.listdir(d.remote)), sorted(ROWS))
@@ -136,7 +136,7 @@ class Leaving(LinkTest):
         self.desktop.wait_dialog()
 
     def test_closing_in_every_state(self):
-        states = {"idle": lambda: None, "off line": self.go_off_line, "hung listing": self.hang_listing,
+        states = {"idle": lambda: None, "offline": self.go_offline, "hung listing": self.hang_listing,
                   "copy": self.hang_copy, "overwrite question": self.ask_overwrite,
                   "local deletion": lambda: self.ask(LOCAL, "Delete"),
                   "remote renaming": lambda: self.ask(REMOTE, "Rename"),

@@ -103,7 +103,7 @@ class Planted(DesktopTest):
         wait_for(lambda: os.path.exists(FIFOS[1]), what="the other user's engine")
         self.desktop.start_window()
         texts = wait_for(lambda: [text for text in labels(self.desktop.side(REMOTE)) if FIFOS[0] in text],
-                         what="the off-line view")
+                         what="the offline view")
         self.assertIn("nobody", texts[0])
         second = self.desktop.spawn([ENGINE, "--serve", self.desktop.remote, "--quiet"])
         self.assertEqual(second.wait(LIMIT), 1)

@@ -1,6 +1,6 @@
 #pragma once
 // The real main window, built and shown for each test, with the globals it touches set back afterwards. Tests
-// begin with the local pane in a folder of their own and the remote pane off line, its poll at rest.
+// begin with the local pane in a folder of their own and the remote pane offline, its poll at rest.
 
 #include "gui/gui_fixture.h"
 #include "side_function/clipboard.h"

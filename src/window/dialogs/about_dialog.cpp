@@ -3,6 +3,7 @@
 #include <cstring>
 #include <string>
 
+#include "base/translated_text.h"
 #include "window/closing.h"
 
 namespace {
@@ -29,6 +30,7 @@ void new_about_dialog(GtkWidget* parent, const about_info* info) {
     const std::string version = field_text(info->version);
     if (!version.empty())
         gtk_about_dialog_set_version(GTK_ABOUT_DIALOG(dialog), version.c_str());
+    gtk_about_dialog_set_comments(GTK_ABOUT_DIALOG(dialog), relay_hub::translated("IDS_ABOUT_SUMMARY"));
     gtk_about_dialog_set_copyright(GTK_ABOUT_DIALOG(dialog), kCopyright);
     gtk_about_dialog_set_license(GTK_ABOUT_DIALOG(dialog), kLicence);
     relay_hub::run_dialog(GTK_DIALOG(dialog));
