@@ -67,12 +67,15 @@ class AnnouncementListener {
         : watcher_(std::move(watcher)),
           stop_(g_cancellable_new()),
           poll_(avahi_glib_poll_new(nullptr, G_PRIORITY_DEFAULT)) {
-        client_.reset(avahi_client_new(avahi_glib_poll_get(poll_.get()), AVAHI_CLIENT_NO_FAIL, on_client,
-                                       this, nullptr));
+        start();
     }
     AnnouncementListener(const AnnouncementListener&) = delete;
     AnnouncementListener& operator=(const AnnouncementListener&) = delete;
-    ~AnnouncementListener() { g_cancellable_cancel(stop_.get()); }
+    ~AnnouncementListener() {
+        g_cancellable_cancel(stop_.get());
+        if (restart_ != 0)
+            g_source_remove(restart_);
+    }
 
   private:
     struct Service {
@@ -86,13 +89,26 @@ class AnnouncementListener {
         SshAddress address;
     };
 
+    void start() {
+        client_.reset(avahi_client_new(avahi_glib_poll_get(poll_.get()), AVAHI_CLIENT_NO_FAIL, on_client,
+                                       this, nullptr));
+    }
+
     static void on_client(AvahiClient* client, AvahiClientState state, void* self) {
         auto* listener = static_cast<AnnouncementListener*>(self);
         if (state == AVAHI_CLIENT_S_RUNNING && listener->browsers_.empty())
             listener->browse(client);
-        // The daemon has gone; its browsers are of no use to the next one.
-        if (state == AVAHI_CLIENT_CONNECTING)
-            listener->forget_all();
+        // The daemon has gone, and a client does not find the next one by itself.
+        if (state == AVAHI_CLIENT_FAILURE && listener->restart_ == 0)
+            listener->restart_ = g_idle_add(on_restart, listener);
+    }
+
+    static gboolean on_restart(gpointer self) {
+        auto* listener = static_cast<AnnouncementListener*>(self);
+        listener->restart_ = 0;
+        listener->forget_all();
+        listener->start();
+        return G_SOURCE_REMOVE;
     }
 
     void browse(AvahiClient* client) {
@@ -197,6 +213,7 @@ class AnnouncementListener {
 
     AnnouncedComputers::Watcher watcher_;
     GObjectPtr<GCancellable> stop_;
+    guint restart_ = 0;
     Poll poll_;
     Client client_;
     // After the client, which takes them with it otherwise.

@@ -282,7 +282,7 @@ class Announced(Dialog):
         for enter, name in zip(self.enter, ("near0", "far0")):
             for interface in ("lo", name):
                 run(*enter, "ip", "link", "set", interface, "up")
-        self.daemon(self.enter[0], "nearbox", "yes")
+        self.near = self.daemon(self.enter[0], "nearbox", "yes")
         self.far = self.daemon(self.enter[1], "farbox", "no")
 
     def daemon(self, enter, name, with_bus):
@@ -304,5 +304,9 @@ class Announced(Dialog):
         self.assertEqual(source, "on the network")
         d.key("alt+k", "space")
         wait_for(lambda: text_of(find(d.dialog(), "text", "Computer:")) == name, what="the address in the entry")
+        self.near.terminate()
+        wait_for(lambda: not found(), what="an empty list without a daemon")
+        self.daemon(self.enter[0], "nearbox", "yes")
+        wait_for(found, what="the computer again, by another daemon")
         self.far.terminate()
         wait_for(lambda: not found(), what="the computer to leave the list")
