@@ -24,7 +24,7 @@ constexpr milliseconds kLongestRetry{20};
 // that blocks in its open() causes none before our end is open, so that it is still looked for, after longer
 // and longer pauses.
 constexpr milliseconds kEagerTime{100};
-constexpr milliseconds kPatientRetry{500};
+constexpr milliseconds kPatientRetry{1000};
 
 // Sets errno.
 bool is_usable_fifo(int fd) {

@@ -1,7 +1,6 @@
 #include "tree_view_op/row_store.h"
 
 #include <memory>
-#include <numeric>
 #include <string>
 #include <unordered_map>
 
@@ -68,24 +67,28 @@ GtkListStore* list_store_of(GtkWidget* tree_view) {
 
 namespace {
 
-// All of a row's columns as the store takes them, made ready once. The texts are only borrowed for an
-// insertion.
+// A row's columns as the store takes them, made ready once. The texts are only borrowed for an insertion.
+// What is empty is left out: four of a local row's eleven columns, an eighth of the time.
 class RowValues {
   public:
     RowValues() {
-        std::iota(columns_.begin(), columns_.end(), 0);
         for (GValue& value : values_)
             g_value_init(&value, G_TYPE_STRING);
     }
-    void set(int column, const char* text) {
-        g_value_set_static_string(&values_[static_cast<std::size_t>(column)], text);
+    void add(int column, const char* text) {
+        if (text == nullptr || *text == '\0')
+            return;
+        columns_[count_] = column;
+        g_value_set_static_string(&values_[count_++], text);
     }
     void insert(GtkListStore* store, GtkTreeIter* iter, int position) {
         gtk_list_store_insert_with_valuesv(store, iter, position, columns_.data(), values_.data(),
-                                           kColumnCount);
+                                           static_cast<int>(count_));
+        count_ = 0;
     }
 
   private:
+    std::size_t count_ = 0;
     std::array<int, kColumnCount> columns_{};
     std::array<GValue, kColumnCount> values_{};
 };
@@ -94,19 +97,16 @@ class RowValues {
 
 void insert_row(GtkListStore* store, int position, const char* const* texts) {
     static RowValues values;
-    for (int column = 0; column < kColumnCount; ++column)
-        values.set(column, texts[column]);
     const char* name = texts[kColumnName];
-    const std::string size = cell_text(texts[kColumnSize]);
-    if (texts[kColumnSize] != nullptr)
-        values.set(kColumnSize, size.c_str());
     std::string shown = cell_text(name);
-    const bool plain = name == nullptr || shown == name;
-    if (!plain)
-        values.set(kColumnName, shown.c_str());
+    const std::string size = cell_text(texts[kColumnSize]);
+    for (int column = 0; column < kColumnCount; ++column)
+        values.add(column, column == kColumnName   ? shown.c_str()
+                           : column == kColumnSize ? size.c_str()
+                                                   : texts[column]);
     GtkTreeIter iter;
     values.insert(store, &iter, position);
-    if (!plain)
+    if (name != nullptr && shown != name)
         keep_name_bytes(store, iter, name, std::move(shown));
 }
 
