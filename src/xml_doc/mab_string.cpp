@@ -5,7 +5,6 @@
 #include <climits>
 #include <cstdarg>
 #include <cstddef>
-#include <cstdio>
 #include <cstring>
 #include <utility>
 
@@ -136,17 +135,9 @@ CMabString& CMabString::operator=(CMabString&& other) noexcept {
     return *this;
 }
 
-CMabString& CMabString::operator=(int value) {
-    return *this = static_cast<long>(value);
-}
-
 CMabString& CMabString::operator=(long value) {
     PutLong(value, 8);
     return *this;
-}
-
-CMabString& CMabString::operator=(float value) {
-    return *this = static_cast<double>(value);
 }
 
 CMabString& CMabString::operator=(double value) {
@@ -316,10 +307,6 @@ void CMabString::MakeReverse() {
     std::reverse(m_text.begin(), m_text.end());
 }
 
-CMabString CMabString::Left(int n) const {
-    return Mid(0, n);
-}
-
 CMabString CMabString::Right(int n) const {
     return Mid(static_cast<int>(m_text.size() - std::min(m_text.size(), not_negative(n))));
 }
@@ -342,10 +329,6 @@ void CMabString::Insert(int position, const char* text) {
     m_text.insert(std::min(not_negative(position), m_text.size()), or_empty(text));
 }
 
-void CMabString::Delete(int first, int n) {
-    Replace(first, n, "");
-}
-
 void CMabString::Remove(char c) {
     std::erase(m_text, c);
 }
@@ -353,10 +336,6 @@ void CMabString::Remove(char c) {
 void CMabString::Replace(char from, char to) {
     std::replace(m_text.begin(), m_text.end(), from, to);
     m_text.resize(strlen(c_str()));
-}
-
-void CMabString::Replace(const char* from, const char* to) {
-    FindReplace(from, to, true);
 }
 
 void CMabString::Replace(int first, int n, const char* text) {

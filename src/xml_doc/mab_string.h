@@ -29,9 +29,9 @@ class CMabString {
     CMabString& operator=(const CMabString& other);
     CMabString& operator=(CMabString&& other) noexcept;
     // Numbers are written eight bytes wide: 5 gives seven blanks and "5".
-    CMabString& operator=(int value);
+    CMabString& operator=(int value) { return *this = static_cast<long>(value); }
     CMabString& operator=(long value);
-    CMabString& operator=(float value);
+    CMabString& operator=(float value) { return *this = static_cast<double>(value); }
     CMabString& operator=(double value);
     CMabString& operator+=(char c);
     CMabString& operator+=(const char* text);
@@ -95,17 +95,17 @@ class CMabString {
     void MakeReverse();
     // Counts below 0 count as 0, counts past the end are cut; a first position past the end gives an empty
     // text.
-    CMabString Left(int n) const;
+    CMabString Left(int n) const { return Mid(0, n); }
     CMabString Right(int n) const;
     CMabString Mid(int first) const;
     CMabString Mid(int first, int n) const;
     // Positions outside the text are moved to its nearer end.
     void Insert(int position, char c);
     void Insert(int position, const char* text);
-    void Delete(int first, int n = 1);
+    void Delete(int first, int n = 1) { Replace(first, n, ""); }
     void Remove(char c);
     void Replace(char from, char to);
-    void Replace(const char* from, const char* to);
+    void Replace(const char* from, const char* to) { FindReplace(from, to, true); }
     void Replace(int first, int n, const char* text);
     void FindReplace(const char* find, const char* replacement, bool all = true);
     void FindReplaceNoCase(const char* find, const char* replacement, bool all = true);
@@ -119,11 +119,11 @@ class CMabString {
     void Format(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
     // Only the first 32 bytes are read; 0 when there is no number.
-    int GetInt() const;
+    int GetInt() const { return static_cast<int>(GetLong()); }
     long GetLong() const;
     // These repair the exponent first (TestExp), which changes the text.
     double GetDouble();
-    float GetFloat();
+    float GetFloat() { return static_cast<float>(GetDouble()); }
     // True only when the text begins with "." / unless the text begins with ".": callers rely on just that.
     bool IsInt() const;
     bool IsFloat() const;
@@ -143,14 +143,14 @@ class CMabString {
     CMabString GetDelimitedField(const char* open, const char* close, int n = 0) const;
 
     // Right-aligned, higher digits dropped; "Error" when a minus sign finds no room.
-    void PutInt(int value, int width);
+    void PutInt(int value, int width) { PutLong(value, width); }
     void PutLong(long value, int width);
     // Fixed width; a width below 4 leaves the text empty and sets the library's status (xml.h).
     void PutDouble(double value, int width, char exponent);
-    void PutFloat(float value, int width, char exponent);
+    void PutFloat(float value, int width, char exponent) { PutDouble(value, width, exponent); }
     // Significant digits.
     void PutDoubleS(double value, int digits, char exponent);
-    void PutFloatS(float value, int digits, char exponent);
+    void PutFloatS(float value, int digits, char exponent) { PutDoubleS(value, digits, exponent); }
     void Accuracy(int digits, char stop);  // digits behind the first `digits` ones become "0"
     void UsCur();                          // "1234.5" becomes "1234.50"; zero and less become empty
 

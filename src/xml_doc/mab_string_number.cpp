@@ -24,17 +24,9 @@ long CMabString::GetLong() const {
     return strtol(Left(kReadBytes).c_str(), nullptr, 10);
 }
 
-int CMabString::GetInt() const {
-    return static_cast<int>(GetLong());
-}
-
 double CMabString::GetDouble() {
     TestExp();
     return read_number(Left(kReadBytes).c_str());
-}
-
-float CMabString::GetFloat() {
-    return static_cast<float>(GetDouble());
 }
 
 bool CMabString::IsInt() const {
@@ -53,10 +45,6 @@ void CMabString::TestExp() {
 
 int CMabString::atoin(const char* text, int n) {
     return static_cast<int>(strtol(CMabString(text, n).c_str(), nullptr, 10));
-}
-
-void CMabString::PutInt(int value, int width) {
-    PutLong(value, width);
 }
 
 void CMabString::PutLong(long value, int width) {
@@ -130,10 +118,6 @@ void CMabString::put_exponent(double value, int width) {
     assign(text);
 }
 
-void CMabString::PutFloat(float value, int width, char exponent) {
-    PutDouble(static_cast<double>(value), width, exponent);
-}
-
 void CMabString::PutDoubleS(double value, int digits, char exponent) {
     if (put_special(value))
         return;
@@ -151,10 +135,6 @@ void CMabString::PutDoubleS(double value, int digits, char exponent) {
         assign(print_number("%.0f.", value));
     else
         assign(print_number("%.*f", std::max(decimals - power, 0), value));
-}
-
-void CMabString::PutFloatS(float value, int digits, char exponent) {
-    PutDoubleS(static_cast<double>(value), digits, exponent);
 }
 
 void CMabString::Accuracy(int digits, char stop) {

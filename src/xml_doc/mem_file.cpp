@@ -12,7 +12,6 @@ void CVMemFile::Attach(unsigned char* buffer, unsigned int size, unsigned int gr
     m_length = 0;
     m_step = growth;
     m_factor = 1;
-    m_autoDelete = true;
 }
 
 unsigned char* CVMemFile::Detach() {

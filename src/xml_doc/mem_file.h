@@ -44,5 +44,4 @@ class CVMemFile {
     unsigned int m_capacity = 0;
     unsigned int m_readable = 0;
     int32_t m_factor = 1;
-    bool m_autoDelete = true;
 };

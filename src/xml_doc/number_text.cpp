@@ -3,8 +3,9 @@
 #include <locale.h>
 
 #include <cstdarg>
-#include <cstdio>
 #include <cstdlib>
+
+#include "base/glib_owners.h"
 
 namespace relay_hub {
 namespace {
@@ -28,14 +29,8 @@ class ClassicLocale {
 }  // namespace
 
 std::string print_text(const char* format, va_list arguments) {
-    va_list again;
-    va_copy(again, arguments);
-    const int length = vsnprintf(nullptr, 0, format, arguments);
-    std::string text(length > 0 ? static_cast<size_t>(length) : 0, '\0');
-    if (length > 0)
-        vsnprintf(text.data(), text.size() + 1, format, again);
-    va_end(again);
-    return text;
+    const GText text(g_strdup_vprintf(format, arguments));
+    return text != nullptr ? text.get() : "";
 }
 
 std::string print_number(const char* format, ...) {

@@ -5,7 +5,6 @@
 #include <climits>
 #include <cstdlib>
 #include <iterator>
-#include <numeric>
 
 #include "xml_doc/element_syntax.h"
 #include "xml_doc/tag_index.h"
@@ -30,12 +29,6 @@ bool same_name(std::string_view a, std::string_view b) {
     return a == b || (a.size() == b.size() && CXML::CompareStringNoCase(a, b) == 0);
 }
 
-std::vector<size_t> in_order(size_t count) {
-    std::vector<size_t> order(count);
-    std::iota(order.begin(), order.end(), size_t{0});
-    return order;
-}
-
 }  // namespace
 
 CXML::CXML() = default;
@@ -58,6 +51,14 @@ CXML::~CXML() {
 void CXML::SetFailure(const std::string& description) {
     m_bOperStatus = false;
     m_strOperErrDesc = description;
+}
+
+bool CXML::is_named_before(const CXML& a, const CXML& b) {
+    return a.GetAttrText("NAME").CompareNoCase(b.GetAttrText("NAME")) < 0;
+}
+
+bool CXML::has_lower_id(const CXML& a, const CXML& b) {
+    return a.GetAttrLong("ID") < b.GetAttrLong("ID");
 }
 
 void CXML::SetTagName(const char* name) {
@@ -128,50 +129,17 @@ bool CXML::InsertChildBefore(int position, CXML* child) {
     return insert(static_cast<size_t>(position), child);
 }
 
-bool CXML::AddChildByName(CXML* child) {
-    if (child == nullptr)
-        return false;
-    const CMabString name = child->GetAttrText("NAME");
+bool CXML::add_before_greater(CXML* child, Before before) {
     const auto place = std::find_if(m_children.begin(), m_children.end(), [&](const auto& other) {
-        return other->GetAttrText("NAME").CompareNoCase(name) > 0;
+        return child != nullptr && before(*child, *other);
     });
     return insert(static_cast<size_t>(place - m_children.begin()), child);
 }
 
-bool CXML::AddChildById(CXML* child) {
-    if (child == nullptr)
-        return false;
-    const long id = child->GetAttrLong("ID");
-    const auto place = std::find_if(m_children.begin(), m_children.end(),
-                                    [&](const auto& other) { return other->GetAttrLong("ID") > id; });
-    return insert(static_cast<size_t>(place - m_children.begin()), child);
-}
-
-void CXML::SortByName() {
-    std::vector<CMabString> names;
-    for (const auto& child : m_children)
-        names.push_back(child->GetAttrText("NAME"));
-    auto order = in_order(names.size());
-    std::stable_sort(order.begin(), order.end(),
-                     [&](size_t a, size_t b) { return names[a].CompareNoCase(names[b]) < 0; });
-    sort(order);
-}
-
-void CXML::SortById() {
-    std::vector<long> ids;
-    for (const auto& child : m_children)
-        ids.push_back(child->GetAttrLong("ID"));
-    auto order = in_order(ids.size());
-    std::stable_sort(order.begin(), order.end(), [&](size_t a, size_t b) { return ids[a] < ids[b]; });
-    sort(order);
-}
-
-void CXML::sort(const std::vector<size_t>& order) {
+void CXML::sort(Before before) {
     CXML* const current = GetCurrentChild();
-    Children sorted;
-    for (const size_t from : order)
-        sorted.push_back(std::move(m_children[from]));
-    m_children = std::move(sorted);
+    std::stable_sort(m_children.begin(), m_children.end(),
+                     [&](const auto& a, const auto& b) { return before(*a, *b); });
     forget_index();
     SetCurrentChild(current);
 }

@@ -23,7 +23,8 @@ class TokenSource;
 class CAttribute {
   public:
     CAttribute() = default;
-    explicit CAttribute(CMabString name, CMabString value = {});
+    explicit CAttribute(CMabString name, CMabString value = {})
+        : m_value(std::move(value)), m_name(std::move(name)) {}
     CAttribute(const CAttribute&) = delete;
     CAttribute& operator=(const CAttribute&) = delete;
     virtual ~CAttribute() = default;
@@ -44,7 +45,7 @@ class CAttribute {
     long GetAttributeLong() const { return m_value.GetLong(); }
     float GetAttributeFloat() const { return CMabString(m_value).GetFloat(); }
     double GetAttributeDouble() const { return CMabString(m_value).GetDouble(); }
-    std::unique_ptr<CAttribute> Copy() const;
+    std::unique_ptr<CAttribute> Copy() const { return std::make_unique<CAttribute>(m_name, m_value); }
 
     CMabString NextField(char delimiter) { return m_value.NextField(delimiter); }
     CMabString StepField(char delimiter) { return m_value.StepField(delimiter); }
@@ -88,10 +89,11 @@ class CXML {
     bool AddChild(CXML* child);
     bool InsertChild(CXML* child) { return AddChild(child); }
     bool InsertChildBefore(int position, CXML* child);  // false, too, for a position without a child
-    bool AddChildByName(CXML* child);                   // before the first greater "NAME", ignoring case
-    bool AddChildById(CXML* child);                     // before the first strictly greater "ID"
-    void SortByName();
-    void SortById();
+    // Before the first child with a greater "NAME", ignoring case, or a greater "ID".
+    bool AddChildByName(CXML* child) { return add_before_greater(child, is_named_before); }
+    bool AddChildById(CXML* child) { return add_before_greater(child, has_lower_id); }
+    void SortByName() { sort(is_named_before); }
+    void SortById() { sort(has_lower_id); }
     int GetChildCount() const { return static_cast<int>(m_children.size()); }
     CXML* GetChildAt(int position) const;
     // nth is 1-based; -1 finds the last match. "Name[i]" finds the (i+1)-th and ignores nth. Case does not
@@ -124,10 +126,10 @@ class CXML {
 
     // Attributes: at most one of a name, in ascending byte order of the names.
     int GetAttrCount() const { return m_attributes ? static_cast<int>(m_attributes->set.size()) : 0; }
-    void SetAttr(const char* name, const char* value);
-    void SetAttr(const char* name, int value);
+    void SetAttr(const char* name, const char* value) { set_attribute(name, value); }
+    void SetAttr(const char* name, int value) { SetAttr(name, static_cast<long>(value)); }
     void SetAttr(const char* name, long value);
-    void SetAttr(const char* name, float value);
+    void SetAttr(const char* name, float value) { SetAttr(name, static_cast<double>(value)); }
     void SetAttr(const char* name, double value);
     void SetAttrUS(const char* name, double value);  // value + 0.001 with two decimals
     void AddAttr(CAttribute* attribute);  // takes ownership; an attribute of that name takes its value
@@ -208,7 +210,11 @@ class CXML {
     void set_tag_name(CMabString name);
     bool insert(size_t position, CXML* child);
     void erase(size_t position);
-    void sort(const std::vector<size_t>& order);
+    using Before = bool (*)(const CXML& a, const CXML& b);
+    static bool is_named_before(const CXML& a, const CXML& b);
+    static bool has_lower_id(const CXML& a, const CXML& b);
+    bool add_before_greater(CXML* child, Before before);
+    void sort(Before before);
     void forget_index();
     const relay_hub::TagIndex& tag_index() const;
     // The nth child of that name; -1 for the last one, which counts them all.

@@ -13,22 +13,10 @@ bool CXML::ByName::operator()(std::string_view a, const Owned& b) const {
     return a < b->GetAttributeName().view();
 }
 
-void CXML::SetAttr(const char* name, const char* value) {
-    set_attribute(name, value);
-}
-
-void CXML::SetAttr(const char* name, int value) {
-    SetAttr(name, static_cast<long>(value));
-}
-
 void CXML::SetAttr(const char* name, long value) {
     CMabString text;
     text = value;
     set_attribute(name, std::move(text));
-}
-
-void CXML::SetAttr(const char* name, float value) {
-    SetAttr(name, static_cast<double>(value));
 }
 
 void CXML::SetAttr(const char* name, double value) {

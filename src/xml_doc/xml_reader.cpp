@@ -1,10 +1,10 @@
 #include <fcntl.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <limits>
 #include <utility>
 
+#include "base/file_descriptor.h"
 #include "xml_doc/element_syntax.h"
 #include "xml_doc/token_source.h"
 #include "xml_doc/xml.h"
@@ -17,21 +17,6 @@ using relay_hub::TokenSource;
 namespace {
 
 constexpr const char* kNoFile = "Fail to open input XML file";
-
-class Descriptor {
-  public:
-    explicit Descriptor(int number) : number_(number) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() {
-        if (number_ >= 0)
-            close(number_);
-    }
-    int get() const { return number_; }
-
-  private:
-    int number_;
-};
 
 }  // namespace
 
@@ -87,8 +72,8 @@ bool CXML::OpenFile(const std::string& name) {
         m_strOperErrDesc = "Input XML file name is empty";
         return false;
     }
-    const Descriptor file(open(name.c_str(), O_RDONLY | O_CLOEXEC));
-    if (file.get() < 0) {
+    const relay_hub::FileDescriptor file(open(name.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file) {
         m_strOperErrDesc = kNoFile;
         return false;
     }
@@ -99,8 +84,8 @@ bool CXML::OpenFile(const std::string& name) {
 
 bool CXML::SaveFile(const std::string& name) {
     const std::string target = name.empty() && m_fileName ? m_fileName->c_str() : name;
-    const Descriptor file(open(target.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666));
-    return file.get() >= 0 && XMLWrite(file.get());
+    const relay_hub::FileDescriptor file(open(target.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666));
+    return file && XMLWrite(file.get());
 }
 
 bool CXML::read(TokenSource& source) {

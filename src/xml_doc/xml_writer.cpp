@@ -1,8 +1,6 @@
-#include <unistd.h>
-
-#include <cerrno>
 #include <limits>
 
+#include "base/file_descriptor.h"
 #include "xml_doc/tree_walk.h"
 #include "xml_doc/xml.h"
 
@@ -68,11 +66,5 @@ bool CXML::XMLWrite(CVMemFile& file) {
 
 bool CXML::XMLWrite(int descriptor) {
     const std::string text = GetXML();
-    for (size_t done = 0; done < text.size();) {
-        const ssize_t count = write(descriptor, text.data() + done, text.size() - done);
-        if (count < 0 && errno != EINTR)
-            return false;
-        done += count > 0 ? static_cast<size_t>(count) : 0;
-    }
-    return true;
+    return relay_hub::write_all(descriptor, text.data(), text.size()) == 0;
 }

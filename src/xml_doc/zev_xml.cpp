@@ -100,22 +100,8 @@ void CZEVXML::ResetStatus() {
 void CZEVXML::Generate(const std::string& path, const std::string& value, bool force) {
     if (value.empty() && !force)
         return;
-    CXML* node = nullptr;
-    CXML* parent = nullptr;
-    if (GetXMLByTag(path, true, &node, &parent))
+    if (CXML* const node = find(path, true))
         node->SetText(escaped(value).c_str());
-}
-
-void CZEVXML::Generate(const std::string& path, int value, bool force) {
-    Generate(path, std::to_string(value), force);
-}
-
-void CZEVXML::Generate(const std::string& path, long value, bool force) {
-    Generate(path, std::to_string(value), force);
-}
-
-void CZEVXML::Generate(const std::string& path, long long value, bool force) {
-    Generate(path, std::to_string(value), force);
 }
 
 void CZEVXML::Generate(const std::string& path, double value, bool force) {
@@ -147,9 +133,7 @@ void CZEVXML::GenerateAttribute(const std::string& path, const std::string& attr
         CXML::SetFailure(kNoAttributeName);
         return;
     }
-    CXML* node = nullptr;
-    CXML* parent = nullptr;
-    if (GetXMLByTag(path, true, &node, &parent))
+    if (CXML* const node = find(path, true))
         node->SetAttr(attribute.c_str(), value.c_str());
 }
 
@@ -211,9 +195,8 @@ void CZEVXML::Delete(const std::string& path) {
 bool CZEVXML::ChangePath(const std::string& from, const std::string& to) {
     CXML* source = nullptr;
     CXML* parent = nullptr;
-    CXML* target = nullptr;
-    CXML* target_parent = nullptr;
-    if (!GetXMLByTag(from, false, &source, &parent) || !GetXMLByTag(to, true, &target, &target_parent))
+    CXML* const target = GetXMLByTag(from, false, &source, &parent) ? find(to, true) : nullptr;
+    if (target == nullptr)
         return false;
     target->Adopt(source->Copy());
     remove_named(*parent, *source, -1);
@@ -223,9 +206,8 @@ bool CZEVXML::ChangePath(const std::string& from, const std::string& to) {
 bool CZEVXML::RevisePath(const std::string& from, const std::string& to) {
     CXML* source = nullptr;
     CXML* parent = nullptr;
-    CXML* target = nullptr;
-    CXML* target_parent = nullptr;
-    if (!GetXMLByTag(from, false, &source, &parent) || !GetXMLByTag(to, true, &target, &target_parent))
+    CXML* const target = GetXMLByTag(from, false, &source, &parent) ? find(to, true) : nullptr;
+    if (target == nullptr)
         return false;
     const std::unique_ptr<CXML> content = source->Copy();
     target->SetText(content->GetText().c_str());
@@ -287,11 +269,6 @@ void CZEVXML::LoadArray(CXML* element) {
 void CZEVXML::ReplaceSubstring(std::string& text, const std::string& from, const std::string& to) {
     if (from.empty())
         return;
-    std::string out;
-    size_t start = 0;
-    for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, start)) {
-        out.append(text, start, at - start).append(to);
-        start = at + from.size();
-    }
-    text = out.append(text, start);
+    for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+        text.replace(at, from.size(), to);
 }

@@ -7,6 +7,7 @@
 // is one.
 #pragma once
 
+#include <concepts>
 #include <string>
 #include <vector>
 
@@ -37,9 +38,10 @@ class CZEVXML {
     // Values. Generate creates the path where it is missing and replaces the text; "&", "<", ">" and the
     // double quote are escaped. An empty value without `force` does nothing.
     void Generate(const std::string& path, const std::string& value, bool force = false);
-    void Generate(const std::string& path, int value, bool force = false);
-    void Generate(const std::string& path, long value, bool force = false);
-    void Generate(const std::string& path, long long value, bool force = false);
+    template <std::integral Number>
+    void Generate(const std::string& path, Number value, bool force = false) {
+        Generate(path, std::to_string(value), force);
+    }
     void Generate(const std::string& path, double value, bool force = false);
     // Query creates nothing; a missing element gives an empty text or 0.
     std::string Query(const std::string& path);
@@ -93,7 +95,7 @@ class CZEVXML {
     CXML* GetParent();
 
   private:
-    CXML* find(const std::string& path);
+    CXML* find(const std::string& path, bool create = false);
     CXML* append_missing(CXML& parent, const std::string& component);
 
     CXML m_root;

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <cstdlib>
 #include <limits>
 #include <string_view>
@@ -140,10 +139,10 @@ CXML* CZEVXML::append_missing(CXML& parent, const std::string& component) {
     return last;
 }
 
-CXML* CZEVXML::find(const std::string& path) {
+CXML* CZEVXML::find(const std::string& path, bool create) {
     CXML* node = nullptr;
     CXML* parent = nullptr;
-    return GetXMLByTag(path, false, &node, &parent) ? node : nullptr;
+    return GetXMLByTag(path, create, &node, &parent) ? node : nullptr;
 }
 
 int CZEVXML::AddNew() {
