@@ -1,9 +1,7 @@
 #include "link_engine/Zev_link_op.h"
 
-#include <fcntl.h>
 #include <glib-unix.h>
 #include <sys/ipc.h>
-#include <sys/resource.h>
 #include <sys/shm.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -16,7 +14,6 @@
 #include "base/diagnostics.h"
 #include "base/file_descriptor.h"
 #include "base/main_loop.h"
-#include "link_engine/answer_slot.h"
 
 constinit relay_hub::ChildRunner relay_hub::child_runner;
 

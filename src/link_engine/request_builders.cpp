@@ -1,6 +1,5 @@
 #include "link_engine/request_builders.h"
 
-#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>

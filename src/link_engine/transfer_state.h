@@ -10,8 +10,6 @@
 
 #include "link_engine/send_args.h"
 
-class CZEVXML;
-
 enum _switch_info { kSwitchOff = 0, kSwitchOn = 1 };
 enum _lock_status { kNoRequest = 0, kConfirmationWanted = 1, kRequestOther = 2 };
 enum _confirm_value {

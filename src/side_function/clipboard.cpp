@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
-#include <string_view>
 
 #include "base/diagnostics.h"
 #include "base/freed_by.h"

@@ -5,7 +5,6 @@
 
 #include "base/path_text.h"
 #include "base/translated_text.h"
-#include "side_function/pane.h"
 #include "tree_view_op/file_list_view.h"
 
 relay_hub::CopySource relay_hub::copy_source;

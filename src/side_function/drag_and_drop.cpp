@@ -2,14 +2,12 @@
 
 #include <cstdio>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "side_function/clipboard.h"
 #include "side_function/local_job.h"
 #include "side_function/pane.h"
 #include "side_function/transfer.h"
-#include "side_function/wire_path.h"
 #include "tree_view_op/file_list_view.h"
 #include "util/Zev_file_op.h"
 #include "util/folder_listing.h"

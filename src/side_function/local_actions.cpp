@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <utility>
 
 #include "base/diagnostics.h"
 #include "base/rename_without_replacing.h"

@@ -1,7 +1,6 @@
 #pragma once
 // A pane: one side's widgets, the folder that it shows and what is selected there. A small value that is made
 // where it is needed; the state lives in the widgets. Window's thread.
-#include <optional>
 #include <string>
 #include <vector>
 

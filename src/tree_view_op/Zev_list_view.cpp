@@ -1,12 +1,7 @@
 #include "tree_view_op/Zev_list_view.h"
 
-#include <gtk/gtk.h>
-#include <sys/stat.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <iterator>
 #include <vector>
 

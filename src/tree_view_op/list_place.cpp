@@ -1,6 +1,5 @@
 #include "tree_view_op/list_place.h"
 
-#include <memory>
 #include <unordered_set>
 
 #include "tree_view_op/file_list_view.h"

@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "tree_view_op/file_list_view.h"
-#include "tree_view_op/row_store.h"
 
 namespace relay_hub {
 namespace {

@@ -1,7 +1,6 @@
 #include "ui/event_handlers.h"
 
 #include <cstdio>
-#include <utility>
 
 #include "base/log.h"
 #include "base/translated_text.h"

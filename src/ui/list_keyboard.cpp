@@ -7,7 +7,6 @@
 #include "side_function/actions.h"
 #include "side_function/copy_source.h"
 #include "tree_view_op/file_list_view.h"
-#include "ui/event_handlers.h"
 #include "ui/key_table.h"
 #include "ui/menus.h"
 #include "ui/navigation.h"

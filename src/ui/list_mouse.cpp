@@ -1,11 +1,8 @@
 #include "ui/list_mouse.h"
 
 #include <cstdio>
-#include <memory>
 #include <utility>
 
-#include "base/glib_owners.h"
-#include "side_function/copy_source.h"
 #include "tree_view_op/file_list_view.h"
 #include "tree_view_op/toolkit_owners.h"
 #include "ui/event_handlers.h"

@@ -1,8 +1,6 @@
 #pragma once
-// Builds the one main window and shows or hides its halves. The records UI and __single (ui/base/ui_sets.h)
+// Builds the one main window and shows or hides its halves. The records UI and __single (window/ui_sets.h)
 // hold references to the widgets, so that they outlive the window. Window's thread, GDK lock held.
-#include <gtk/gtk.h>
-
 #include "window/ui_sets.h"
 
 // Creates the top-level window, the paned and both sides, unpacked.

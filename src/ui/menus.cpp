@@ -3,7 +3,6 @@
 #include <gdk/gdkkeysyms.h>
 
 #include <cstdio>
-#include <cstring>
 
 #include "base/translated_text.h"
 #include "side_function/Zev_right_side.h"

@@ -4,7 +4,6 @@
 #include <gtk/gtk.h>
 
 #include <cstdint>
-#include <string>
 
 #include "window/ui_sets.h"
 

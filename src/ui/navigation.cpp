@@ -1,6 +1,5 @@
 #include "ui/navigation.h"
 
-#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -19,7 +18,6 @@
 #include "side_function/link_probes.h"
 #include "side_function/pane.h"
 #include "tree_view_op/file_list_view.h"
-#include "ui/link_status_monitor.h"
 #include "ui/window_state.h"
 #include "util/Zev_file_op.h"
 #include "util/path_kind.h"

@@ -1,8 +1,6 @@
 #pragma once
 // Going places in a pane: rows, typed paths, drives, the parent folder. Each runs its work to the end while
 // the main loop turns. Callers hold a WindowWork. Window's thread, GDK lock held.
-#include <gtk/gtk.h>
-
 #include <string>
 
 #include "window/ui_sets.h"

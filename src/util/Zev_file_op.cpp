@@ -1,6 +1,5 @@
 #include "util/Zev_file_op.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 

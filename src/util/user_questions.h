@@ -4,10 +4,8 @@
 // waiting worker. Tests supply one with preset answers.
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "base/overwrite_question.h"
-#include "util/job_state.h"
 
 // Answers to the overwrite question. Any other value means that the question was closed otherwise.
 inline constexpr int REQUEST_YES = 1024;

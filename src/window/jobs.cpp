@@ -4,11 +4,9 @@
 
 #include <cstdio>
 #include <exception>
-#include <string>
 
 #include "base/diagnostics.h"
 #include "base/main_loop.h"
-#include "base/translated_text.h"
 #include "base/worker.h"
 #include "link_engine/request_builders.h"
 #include "link_engine/send_args.h"

@@ -3,7 +3,6 @@
 #include <gdk/gdkkeysyms.h>
 
 #include <deque>
-#include <memory>
 
 #include "tree_view_op/toolkit_owners.h"
 #include "window/closing.h"

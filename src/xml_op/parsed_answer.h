@@ -1,6 +1,5 @@
 #pragma once
 // One answer of the engine, taken from the answer slot or given as a text, parsed, with its fields judged.
-#include <cstddef>
 #include <string>
 
 #include "base/diagnostics.h"
