@@ -14,6 +14,7 @@
 #include "base/diagnostics.h"
 #include "base/file_descriptor.h"
 #include "base/main_loop.h"
+#include "base/main_loop_source.h"
 
 constinit relay_hub::ChildRunner relay_hub::child_runner;
 
@@ -34,26 +35,20 @@ class ChildWatch {
             relay_hub::report_error(RELAY_HUB_HERE, errno);
             return;
         }
-        source_ = g_unix_fd_add(process_.get(), G_IO_IN, on_ended, this);
-    }
-    ChildWatch(const ChildWatch&) = delete;
-    ChildWatch& operator=(const ChildWatch&) = delete;
-    ~ChildWatch() {
-        if (source_ != 0)
-            g_source_remove(source_);
+        source_.reset(g_unix_fd_add(process_.get(), G_IO_IN, on_ended, this));
     }
 
     // True also when the child cannot be watched: then the blocking wait that follows sees its end.
-    [[nodiscard]] bool ended() const { return source_ == 0; }
+    [[nodiscard]] bool ended() const { return !source_; }
 
   private:
     static gboolean on_ended(gint, GIOCondition, gpointer watch) {
-        static_cast<ChildWatch*>(watch)->source_ = 0;
+        static_cast<ChildWatch*>(watch)->source_.forget();
         return G_SOURCE_REMOVE;
     }
 
     relay_hub::FileDescriptor process_;
-    guint source_ = 0;
+    relay_hub::MainLoopSource source_;
 };
 
 [[noreturn]] void run_child(int (*start)(void*), void* arg) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/main_loop.h"
+#include "base/main_loop_source.h"
 #include "base/worker.h"
 #include "link_engine/answer_slot.h"
 #include "link_engine/confirmation.h"
@@ -19,27 +20,6 @@ namespace relay_hub {
 namespace {
 
 constexpr unsigned int kTimerInterval = 1000;
-
-// A GLib timer that ends with its owner. Window's thread.
-class Timer {
-  public:
-    Timer() = default;
-    Timer(const Timer&) = delete;
-    Timer& operator=(const Timer&) = delete;
-    ~Timer() {
-        if (source_ != 0)
-            g_source_remove(source_);
-    }
-
-    void start(unsigned int milliseconds, GSourceFunc tick, void* data) {
-        source_ = g_timeout_add(milliseconds, tick, data);
-    }
-    // For the tick that returns FALSE: GLib removes the source itself.
-    void forget() { source_ = 0; }
-
-  private:
-    unsigned int source_ = 0;
-};
 
 struct RunningRequest;
 
@@ -89,8 +69,8 @@ struct RunningRequest {
     __send_args& args;
     AnswerCell answer;  // the worker's until it has ended, then the reader's
     Worker worker;
-    Timer limit_timer;
-    Timer cancel_timer;
+    MainLoopSource limit_timer;
+    MainLoopSource cancel_timer;
     std::chrono::steady_clock::time_point cancelled_at;
 };
 
@@ -100,8 +80,8 @@ void watch_cancelled(RunningRequest& request) {
     const auto quiet_since = std::max(request.cancelled_at, last_engine_activity());
     const auto left = request.args.cancel_grace - (std::chrono::steady_clock::now() - quiet_since);
     const auto wait = std::chrono::ceil<std::chrono::milliseconds>(left);
-    request.cancel_timer.start(static_cast<unsigned int>(std::max<long>(wait.count(), 1)), check_after_cancel,
-                               &request);
+    request.cancel_timer.reset(
+        g_timeout_add(static_cast<guint>(std::max<long>(wait.count(), 1)), check_after_cancel, &request));
 }
 
 // A question that waits for the user is no silence of the engine's.
@@ -173,7 +153,7 @@ int run_to_end(command_start_t start, __send_args* args, AnswerCell& answer) {
     }
     if (args->timeout_seconds != kNoTimeLimit) {
         args->started_at = std::time(nullptr);
-        request.limit_timer.start(kTimerInterval, block_timer, args);
+        request.limit_timer.reset(g_timeout_add(kTimerInterval, block_timer, args));
     }
     wait_for_worker(request);
     request.worker.join();

@@ -16,7 +16,7 @@
 #include "side_function/link_probes.h"
 #include "tree_view_op/file_list_view.h"
 #include "window/closing.h"
-#include "window/closing_watchdog.h"
+#include "window/end_process.h"
 #include "window/ui_sets.h"
 #include "window/window_thread.h"
 

@@ -19,10 +19,10 @@
 #include "ui/link_status_monitor.h"
 #include "util/user_questions.h"
 #include "window/closing.h"
-#include "window/closing_watchdog.h"
 #include "window/dialogs/message_dialog.h"
 #include "window/dialogs/override_request_dialog.h"
 #include "window/dialogs/search_dialog.h"
+#include "window/end_process.h"
 #include "window/window_thread.h"
 
 char g_absolute_work_path[kWorkPathSize];

@@ -3,12 +3,16 @@
 #include <algorithm>
 
 #include "base/glib_owners.h"
+#include "base/wait.h"
 #include "link_engine/command_runner.h"
 #include "link_engine/confirmation.h"
+#include "window/end_process.h"
 #include "window/ui_sets.h"
 
 namespace relay_hub {
 namespace {
+
+constexpr std::chrono::milliseconds kOrderlyEnd(1500);
 
 std::atomic<Closing*> current = nullptr;
 Closing of_the_program;
@@ -21,20 +25,20 @@ Closing::Closing() : outer_(current.exchange(this)) {
 }
 
 Closing::~Closing() {
-    if (destruction_ != 0)
-        g_source_remove(destruction_);
+    watchdog_.stop();
+    watchdog_.join();
     current = outer_;
 }
 
 // By way of the main loop: the handler that held the last work may still have widgets in its hands.
 void Closing::destroy_window_when_unwound() {
-    if (begun_ && handlers_have_unwound() && destruction_ == 0)
-        destruction_ = gdk_threads_add_idle_full(G_PRIORITY_DEFAULT, destroy_window, this, nullptr);
+    if (begun_ && handlers_have_unwound() && !destruction_)
+        destruction_.reset(gdk_threads_add_idle_full(G_PRIORITY_DEFAULT, destroy_window, this, nullptr));
 }
 
 gboolean Closing::destroy_window(gpointer data) {
     auto& self = *static_cast<Closing*>(data);
-    self.destruction_ = 0;
+    self.destruction_.forget();
     GtkWidget* window = get_UI_sets()->main_window;
     if (self.handlers_have_unwound() && window != nullptr)
         gtk_widget_destroy(window);
@@ -55,7 +59,10 @@ void close_window() {
     Closing& closing = *current.load();
     if (closing.begun_.exchange(true))
         return;
-    closing.watchdog_.arm();
+    closing.watchdog_.start("the closing watchdog", [] {
+        if (interruptible_sleep(kOrderlyEnd))
+            end_process();
+    });
     allow_requests(false);
     end_confirmations();
     if (closing.running_job_ != nullptr)

@@ -7,8 +7,9 @@
 #include <atomic>
 #include <vector>
 
+#include "base/main_loop_source.h"
+#include "base/worker.h"
 #include "util/job_state.h"
-#include "window/closing_watchdog.h"
 
 namespace relay_hub {
 
@@ -37,10 +38,10 @@ class Closing {
     Closing* outer_;
     std::atomic<bool> begun_ = false;
     int works_ = 0;
-    guint destruction_ = 0;  // its source; 0 for none
+    MainLoopSource destruction_;
     __task_list* running_job_ = nullptr;
     std::vector<GtkDialog*> open_dialogs_;  // innermost last
-    Watchdog watchdog_;
+    Worker watchdog_;  // ends the process when the orderly end takes too long, even with a stuck main loop
 };
 
 // Any thread.

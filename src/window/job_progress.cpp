@@ -15,7 +15,6 @@ JobProgressLine::JobProgressLine(const JobCounters& counters)
     : counters_(counters), timer_(gdk_threads_add_timeout(kUpdateInterval, update, this)) {}
 
 JobProgressLine::~JobProgressLine() {
-    g_source_remove(timer_);
     // Where the job ended, and not where it was a moment before.
     (void)update(this);
 }

@@ -1,7 +1,6 @@
 #pragma once
 // How far a local job is, in the progress dialog's second label. Window's thread.
-#include <glib.h>
-
+#include "base/main_loop_source.h"
 #include "base/progress_text.h"
 #include "util/job_state.h"
 
@@ -20,7 +19,7 @@ class JobProgressLine {
 
     const JobCounters& counters_;
     ProgressText text_;
-    guint timer_;
+    MainLoopSource timer_;
 };
 
 }  // namespace relay_hub

@@ -1,18 +1,14 @@
-#include "window/closing_watchdog.h"
+#include "window/end_process.h"
 
 #include <poll.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdio>
 
 #include "base/log.h"
-#include "base/wait.h"
 
 namespace relay_hub {
 namespace {
-
-constexpr std::chrono::milliseconds kOrderlyEnd(1500);
 
 // Only what cannot block: another thread may hold the stream's lock, and its reader may be gone to sleep.
 void flush_if_possible(std::FILE* stream) {
@@ -24,19 +20,6 @@ void flush_if_possible(std::FILE* stream) {
 }
 
 }  // namespace
-
-void Watchdog::arm() {
-    disarm();
-    worker_.start("the closing watchdog", [] {
-        if (interruptible_sleep(kOrderlyEnd))
-            end_process();
-    });
-}
-
-void Watchdog::disarm() {
-    worker_.stop();
-    worker_.join();
-}
 
 void end_process() {
     theLog.Print("^^^^ Close Log()\n");
