@@ -39,6 +39,14 @@ std::string join_local_path(const std::string& folder, const std::string& name) 
     return join_path(folder, name, '/', "/");
 }
 
+std::string base_name(const std::string& path) {
+    return GText(g_path_get_basename(path.c_str())).get();
+}
+
+std::string parent_path(const std::string& path) {
+    return GText(g_path_get_dirname(path.c_str())).get();
+}
+
 std::optional<std::string> local_path_of_uri(const std::string& uri) {
     char* host_text = nullptr;
     const GText path(g_filename_from_uri(uri.c_str(), &host_text, nullptr));

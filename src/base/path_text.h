@@ -10,6 +10,9 @@ namespace relay_hub {
 std::string join_remote_path(const std::string& folder, const std::string& name);
 // folder and name with exactly one "/" between them.
 std::string join_local_path(const std::string& folder, const std::string& name);
+// The last component of a path, and what stands before it, as GLib has them.
+std::string base_name(const std::string& path);
+std::string parent_path(const std::string& path);
 // The local path that a "file" URI stands for, without separators at its end. Nothing for any other text, nor
 // for a file of another machine.
 std::optional<std::string> local_path_of_uri(const std::string& uri);

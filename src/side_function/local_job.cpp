@@ -6,8 +6,8 @@
 #include <map>
 #include <utility>
 
-#include "base/glib_owners.h"
 #include "base/main_loop.h"
+#include "base/path_text.h"
 #include "base/translated_text.h"
 #include "base/worker.h"
 #include "side_function/pane.h"
@@ -21,16 +21,6 @@
 
 namespace relay_hub {
 namespace {
-
-using Names = std::vector<std::string>;
-
-std::string parent_of(const std::string& path) {
-    return GText(g_path_get_dirname(path.c_str())).get();
-}
-
-std::string name_of(const std::string& path) {
-    return GText(g_path_get_basename(path.c_str())).get();
-}
 
 // The summary of what failed, and the job of trying that again when the user wants it.
 TaskListPtr job_to_try_again(const __task_list& job) {
@@ -51,7 +41,7 @@ struct JobEnd {
     bool went_through_all = true;
     bool failed = false;
     bool refused = false;
-    Names doubtful;  // paths of what failed, or was refused, and was not made good by trying again
+    Paths doubtful;  // paths of what failed, or was refused, and was not made good by trying again
 };
 
 void note_end(const __task_list& job, bool tried_again, JobEnd& end) {
@@ -67,7 +57,7 @@ void note_end(const __task_list& job, bool tried_again, JobEnd& end) {
 }
 
 // With whatever the user wants to try again.
-JobEnd run_job(int kind, const Names& items, const std::string& folder) {
+JobEnd run_job(int kind, const Paths& items, const std::string& folder) {
     const WindowWork work;
     const LongWork long_work;
     TaskListPtr job(new_task_list());
@@ -100,28 +90,28 @@ Result beside_window(const std::function<Result()>& work, const Result& otherwis
     return worker.failure() == nullptr ? result : otherwise;
 }
 
-JobEnd move_into(const Names& paths, const std::string& folder) {
+JobEnd move_into(const Paths& paths, const std::string& folder) {
     const WindowWork work;
     const LongWork long_work;
-    const Names left = beside_window<Names>([&] { return rename_into(folder, paths); }, paths);
+    const Paths left = beside_window<Paths>([&] { return rename_into(folder, paths); }, paths);
     if (left.empty() || window_is_closing())
         return {};
     const Fingerprints before = look_before_move(left);
     JobEnd end = run_job(TASK_COPY, left, folder);
     if (!end.went_through_all || window_is_closing())
         return end;
-    const Names certain = undoubted(folder, left, end.doubtful);
-    const Names arrived = beside_window<Names>([&] { return arrived_whole(folder, certain); }, {});
+    const Paths certain = undoubted(folder, left, end.doubtful);
+    const Paths arrived = beside_window<Paths>([&] { return arrived_whole(folder, certain); }, {});
     trash_unchanged(before, arrived);
     tell_left(without(certain, arrived), "IDS_REASON_CHANGED_MEANWHILE");
     return end;
 }
 
-Pane::Arrival arrival_of(const Names& paths, const JobEnd& end) {
+Pane::Arrival arrival_of(const Paths& paths, const JobEnd& end) {
     Pane::Arrival arrival;
     arrival.some_refused = end.refused;
     if (end.went_through_all && !end.failed)
-        std::transform(paths.begin(), paths.end(), std::back_inserter(arrival.names), name_of);
+        std::transform(paths.begin(), paths.end(), std::back_inserter(arrival.names), base_name);
     return arrival;
 }
 
@@ -136,34 +126,34 @@ int put_into_local_folder(const Offer& offer, const std::string& folder) {
     return end.result;
 }
 
-int trash_from_local_folder(const Names& names, const std::string& folder) {
+int trash_from_local_folder(const Paths& names, const std::string& folder) {
     return run_job(TASK_DEL, names, folder).result;
 }
 
-int trash_locally(const Names& paths) {
-    std::map<std::string, Names> names_by_folder;
+int trash_locally(const Paths& paths) {
+    std::map<std::string, Paths> names_by_folder;
     for (const std::string& path : paths)
-        names_by_folder[parent_of(path)].push_back(name_of(path));
+        names_by_folder[parent_path(path)].push_back(base_name(path));
     int result = 0;
     for (const auto& [folder, names] : names_by_folder)
         result = trash_from_local_folder(names, folder);
     return result;
 }
 
-Fingerprints look_before_move(const Names& paths) {
+Fingerprints look_before_move(const Paths& paths) {
     return beside_window<Fingerprints>([&] { return fingerprints_of(paths); }, {});
 }
 
-void trash_unchanged(const Fingerprints& before, const Names& paths) {
+void trash_unchanged(const Fingerprints& before, const Paths& paths) {
     const WindowWork work;
-    const Names changed = beside_window<Names>([&] { return changed_since(before, paths); }, paths);
-    const Names unchanged = without(paths, changed);
+    const Paths changed = beside_window<Paths>([&] { return changed_since(before, paths); }, paths);
+    const Paths unchanged = without(paths, changed);
     if (!unchanged.empty() && !window_is_closing())
         trash_locally(unchanged);
     tell_left(changed, "IDS_REASON_CHANGED_MEANWHILE");
 }
 
-void tell_left(const Names& items, const char* reason_id) {
+void tell_left(const Paths& items, const char* reason_id) {
     std::vector<__task_failure> failures;
     std::transform(items.begin(), items.end(), std::back_inserter(failures), [&](const std::string& item) {
         return __task_failure{item, translated(reason_id)};

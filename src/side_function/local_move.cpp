@@ -6,12 +6,10 @@
 #include <algorithm>
 #include <filesystem>
 #include <functional>
-#include <iterator>
 #include <set>
 #include <string_view>
 #include <system_error>
 
-#include "base/glib_owners.h"
 #include "base/path_text.h"
 #include "base/rename_without_replacing.h"
 #include "util/file_identity.h"
@@ -70,8 +68,8 @@ bool concerns(const std::string& doubtful, const std::string& path) {
 
 // A path that ends in ".." or "." names something else in the folder.
 bool has_name(const std::string& path) {
-    const GText name(g_path_get_basename(path.c_str()));
-    return std::string_view(name.get()) != "." && std::string_view(name.get()) != "..";
+    const std::string name = base_name(path);
+    return name != "." && name != "..";
 }
 
 void mix(std::uint64_t& sum, std::uint64_t value) {
@@ -104,61 +102,52 @@ std::optional<std::uint64_t> fingerprint(const std::string& path) {
 }  // namespace
 
 std::string place_in(const std::string& folder, const std::string& path) {
-    return join_local_path(folder, GText(g_path_get_basename(path.c_str())).get());
+    return join_local_path(folder, base_name(path));
 }
 
-std::vector<std::string> rename_into(const std::string& folder, const std::vector<std::string>& paths) {
-    std::vector<std::string> left;
-    std::copy_if(paths.begin(), paths.end(), std::back_inserter(left), [&](const std::string& path) {
+Paths rename_into(const std::string& folder, Paths paths) {
+    std::erase_if(paths, [&](const std::string& path) {
         const std::string place = place_in(folder, path);
-        return path != place && rename_without_replacing(AT_FDCWD, path, AT_FDCWD, place) != 0;
+        return path == place || rename_without_replacing(AT_FDCWD, path, AT_FDCWD, place) == 0;
     });
-    return left;
+    return paths;
 }
 
-std::vector<std::string> undoubted(const std::string& folder, const std::vector<std::string>& paths,
-                                   const std::vector<std::string>& doubtful) {
-    std::vector<std::string> certain;
-    std::copy_if(paths.begin(), paths.end(), std::back_inserter(certain), [&](const std::string& path) {
+Paths undoubted(const std::string& folder, Paths paths, const Paths& doubtful) {
+    std::erase_if(paths, [&](const std::string& path) {
         const std::string place = place_in(folder, path);
-        return has_name(path) &&
-               std::none_of(doubtful.begin(), doubtful.end(), [&](const std::string& doubt) {
+        return !has_name(path) ||
+               std::any_of(doubtful.begin(), doubtful.end(), [&](const std::string& doubt) {
                    return concerns(doubt, path) || concerns(doubt, place);
                });
     });
-    return certain;
+    return paths;
 }
 
-std::vector<std::string> arrived_whole(const std::string& folder, const std::vector<std::string>& paths) {
-    std::vector<std::string> arrived;
-    std::copy_if(paths.begin(), paths.end(), std::back_inserter(arrived),
-                 [&](const std::string& path) { return same_tree(path, place_in(folder, path)); });
-    return arrived;
+Paths arrived_whole(const std::string& folder, Paths paths) {
+    std::erase_if(paths, [&](const std::string& path) { return !same_tree(path, place_in(folder, path)); });
+    return paths;
 }
 
-std::vector<std::string> without(const std::vector<std::string>& paths,
-                                 const std::vector<std::string>& others) {
+Paths without(Paths paths, const Paths& others) {
     const std::set<std::string_view> gone(others.begin(), others.end());
-    std::vector<std::string> left;
-    std::copy_if(paths.begin(), paths.end(), std::back_inserter(left),
-                 [&](const std::string& path) { return !gone.contains(path); });
-    return left;
+    std::erase_if(paths, [&](const std::string& path) { return gone.contains(path); });
+    return paths;
 }
 
-Fingerprints fingerprints_of(const std::vector<std::string>& paths) {
+Fingerprints fingerprints_of(const Paths& paths) {
     Fingerprints fingerprints;
     for (const std::string& path : paths)
         fingerprints.emplace(path, fingerprint(path));
     return fingerprints;
 }
 
-std::vector<std::string> changed_since(const Fingerprints& before, const std::vector<std::string>& paths) {
-    std::vector<std::string> changed;
-    std::copy_if(paths.begin(), paths.end(), std::back_inserter(changed), [&](const std::string& path) {
+Paths changed_since(const Fingerprints& before, Paths paths) {
+    std::erase_if(paths, [&](const std::string& path) {
         const auto known = before.find(path);
-        return known == before.end() || !known->second || known->second != fingerprint(path);
+        return known != before.end() && known->second && known->second == fingerprint(path);
     });
-    return changed;
+    return paths;
 }
 
 }  // namespace relay_hub

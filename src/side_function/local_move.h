@@ -8,25 +8,25 @@
 
 namespace relay_hub {
 
+using Paths = std::vector<std::string>;
+
 // Where an entry goes in folder.
 std::string place_in(const std::string& folder, const std::string& path);
 // Renames the entries into folder where that is possible without replacing anything. The paths that still are
 // where they were: on another file system, or because their name is taken.
-std::vector<std::string> rename_into(const std::string& folder, const std::vector<std::string>& paths);
+Paths rename_into(const std::string& folder, Paths paths);
 // The paths that were copied into folder without a failure; doubtful holds the paths, at either end, of
 // entries that failed.
-std::vector<std::string> undoubted(const std::string& folder, const std::vector<std::string>& paths,
-                                   const std::vector<std::string>& doubtful);
+Paths undoubted(const std::string& folder, Paths paths, const Paths& doubtful);
 // Those that arrived in folder completely: same kinds, sizes, times and link targets.
-std::vector<std::string> arrived_whole(const std::string& folder, const std::vector<std::string>& paths);
+Paths arrived_whole(const std::string& folder, Paths paths);
 // The paths that are not among the others.
-std::vector<std::string> without(const std::vector<std::string>& paths,
-                                 const std::vector<std::string>& others);
+Paths without(Paths paths, const Paths& others);
 
 // By its path, what an entry and all below it look like; nothing where part of that cannot be read.
 using Fingerprints = std::map<std::string, std::optional<std::uint64_t>>;
-Fingerprints fingerprints_of(const std::vector<std::string>& paths);
+Fingerprints fingerprints_of(const Paths& paths);
 // Those of the paths that do not look as they did before.
-std::vector<std::string> changed_since(const Fingerprints& before, const std::vector<std::string>& paths);
+Paths changed_since(const Fingerprints& before, Paths paths);
 
 }  // namespace relay_hub

@@ -17,23 +17,18 @@ namespace {
 
 constexpr int kNoType = 0;
 
+struct KnownType {
+    mode_t format;
+    int type;
+};
+constexpr KnownType kKnownTypes[] = {{S_IFLNK, 2}, {S_IFREG, 3}, {S_IFDIR, 4},
+                                     {S_IFCHR, 5}, {S_IFBLK, 6}, {S_IFSOCK, 7}};
+
 int permission_type(mode_t mode) {
-    switch (mode & S_IFMT) {
-        case S_IFLNK:
-            return 2;
-        case S_IFREG:
-            return 3;
-        case S_IFDIR:
-            return 4;
-        case S_IFCHR:
-            return 5;
-        case S_IFBLK:
-            return 6;
-        case S_IFSOCK:
-            return 7;
-        default:
-            return kNoType;
-    }
+    for (const KnownType& known : kKnownTypes)
+        if (known.format == (mode & S_IFMT))
+            return known.type;
+    return kNoType;
 }
 
 // 1 or 0, or nothing (errno set) when the right cannot be determined.

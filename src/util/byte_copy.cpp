@@ -10,6 +10,7 @@
 #include <limits>
 #include <memory>
 
+#include "base/fifo.h"
 #include "base/file_attributes.h"
 #include "util/file_identity.h"
 #include "util/file_op_unit.h"
@@ -22,14 +23,6 @@ constexpr std::size_t kBufferSize = std::size_t{128} * 1024;
 constexpr off_t kWriteBackStep = off_t{8} * 1024 * 1024;
 // What is left is waited for in pieces, with a look at the cancel test between them.
 constexpr off_t kWaitStep = off_t{1} * 1024 * 1024;
-
-ssize_t read_some(int fd, char* buffer, std::size_t size) {
-    ssize_t count = 0;
-    do {
-        count = read(fd, buffer, size);
-    } while (count < 0 && errno == EINTR);
-    return count;
-}
 
 // Keeps the device busy while a file grows.
 class WriteBack {

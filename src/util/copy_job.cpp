@@ -15,7 +15,6 @@
 #include <string_view>
 #include <vector>
 
-#include "base/glib_owners.h"
 #include "base/path_text.h"
 #include "base/shown_text.h"
 #include "base/translated_text.h"
@@ -190,9 +189,8 @@ bool copies_into_itself(const std::string& source) {
         return false;
     copy_run->root = status;
     const std::string target = destination_of(source);
-    const relay_hub::GText parent(g_path_get_dirname(target.c_str()));
     struct stat there {};
-    return relay_hub::lies_within(parent.get(), status) ||
+    return relay_hub::lies_within(relay_hub::parent_path(target), status) ||
            (lstat(target.c_str(), &there) == 0 && relay_hub::is_same_entry(there, status));
 }
 
@@ -221,8 +219,7 @@ void report_unfinished(const std::string& source, std::uint64_t items) {
 
 // False when the whole job ends.
 bool copy_source(const std::string& source, std::uint64_t items) {
-    const relay_hub::GText parent(g_path_get_dirname(source.c_str()));
-    source_base_path_length = static_cast<int>(std::strlen(parent.get()));
+    source_base_path_length = static_cast<int>(relay_hub::parent_path(source).size());
     copy_run->root = {};
     copy_run->visited = 0;
     int result = kGoOn;

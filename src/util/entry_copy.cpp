@@ -5,6 +5,8 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <filesystem>
+#include <system_error>
 
 #include "base/file_attributes.h"
 #include "base/file_descriptor.h"
@@ -21,21 +23,6 @@ namespace relay_hub {
 namespace {
 
 constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
-
-// The link's text, whatever its length. 0 or errno.
-int read_link_text(const std::string& path, std::string* text) {
-    text->resize(256);
-    while (true) {
-        const ssize_t length = readlink(path.c_str(), text->data(), text->size());
-        if (length < 0)
-            return errno;
-        if (static_cast<std::size_t>(length) < text->size()) {
-            text->resize(static_cast<std::size_t>(length));
-            return 0;
-        }
-        text->resize(text->size() * 2);
-    }
-}
 
 // The record of a folder just made. 0 or errno.
 int look_at_folder(const std::string& dst, struct stat* target) {
@@ -73,8 +60,9 @@ void EntryCopy::copy_link(const std::string& src, const struct stat& record, con
         std::printf("OVERRIDE_YES: unlink %s\n", dst.c_str());
     std::printf("copy [%s] symbolic link %sto [%s]\n", src.c_str(), to_folder ? "directory " : "",
                 dst.c_str());
-    std::string text;
-    int error = read_link_text(src, &text);
+    std::error_code failed;
+    const std::string text = std::filesystem::read_symlink(src, failed).native();
+    int error = failed.value();
     if (error == 0)
         error = put_link(text, record, dst, replace);
     if (error != 0)

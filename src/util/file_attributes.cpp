@@ -16,45 +16,44 @@ int reported(const relay_hub::CallSite& site, int result, const std::string& pat
     return result;
 }
 
-// The records of both, as each duplicate_file_* needs them.
-struct Pair {
+// What apply does with the records of both comes to.
+template <typename Apply>
+int take_over(const relay_hub::CallSite& site, const std::string& src, const std::string& dst, Apply apply) {
     struct stat source {};
     struct stat target {};
-};
+    if (reported(site, lstat(src.c_str(), &source), src) != 0 ||
+        reported(site, lstat(dst.c_str(), &target), dst) != 0)
+        return -1;
+    return reported(site, apply(source, target), dst);
+}
 
-int look_at_both(const std::string& src, const std::string& dst, Pair* pair) {
-    const int source = reported(FILE_OP_HERE, lstat(src.c_str(), &pair->source), src);
-    return source != 0 ? source : reported(FILE_OP_HERE, lstat(dst.c_str(), &pair->target), dst);
+int set_times(const std::string& path, time_t accessed, time_t modified) {
+    const utimbuf times{accessed, modified};
+    return utime(path.c_str(), &times);
 }
 
 }  // namespace
 
 int duplicate_file_mode(const std::string& src, const std::string& dst) {
-    struct stat status {};
-    if (reported(FILE_OP_HERE, lstat(src.c_str(), &status), src) != 0)
-        return -1;
-    return reported(FILE_OP_HERE, chmod(dst.c_str(), status.st_mode), dst);
+    return take_over(FILE_OP_HERE, src, dst, [&](const struct stat& source, const struct stat&) {
+        return chmod(dst.c_str(), source.st_mode);
+    });
 }
 
 int duplicate_file_owner(const std::string& src, const std::string& dst) {
-    struct stat status {};
-    if (reported(FILE_OP_HERE, lstat(src.c_str(), &status), src) != 0)
-        return -1;
-    return reported(FILE_OP_HERE, chown(dst.c_str(), status.st_uid, status.st_gid), dst);
+    return take_over(FILE_OP_HERE, src, dst, [&](const struct stat& source, const struct stat&) {
+        return chown(dst.c_str(), source.st_uid, source.st_gid);
+    });
 }
 
 int duplicate_file_access_time(const std::string& src, const std::string& dst) {
-    Pair pair;
-    if (look_at_both(src, dst, &pair) != 0)
-        return -1;
-    const utimbuf times{pair.source.st_atime, pair.target.st_mtime};
-    return reported(FILE_OP_HERE, utime(dst.c_str(), &times), dst);
+    return take_over(FILE_OP_HERE, src, dst, [&](const struct stat& source, const struct stat& target) {
+        return set_times(dst, source.st_atime, target.st_mtime);
+    });
 }
 
 int duplicate_file_modify_time(const std::string& src, const std::string& dst) {
-    Pair pair;
-    if (look_at_both(src, dst, &pair) != 0)
-        return -1;
-    const utimbuf times{pair.target.st_atime, pair.source.st_mtime};
-    return reported(FILE_OP_HERE, utime(dst.c_str(), &times), dst);
+    return take_over(FILE_OP_HERE, src, dst, [&](const struct stat& source, const struct stat& target) {
+        return set_times(dst, target.st_atime, source.st_mtime);
+    });
 }

@@ -1,18 +1,15 @@
 #include "util/path_kind.h"
 
+#include <glib.h>
 #include <regex.h>
 
 #include <cstdio>
-#include <cstring>
 #include <memory>
+#include <string_view>
 
 #include "base/freed_by.h"
 
 namespace {
-
-bool is_ascii_letter(char byte) {
-    return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z');
-}
 
 int tell_regex_error(int code, const regex_t& compiled) {
     char text[1024];
@@ -45,14 +42,8 @@ int check_path_for_platform(const char* path) {
 }
 
 int check_root_path(const char* path) {
-    switch (std::strlen(path)) {
-        case 1:
-            return 0;
-        case 2:
-            return is_ascii_letter(path[0]) && path[1] == ':' ? 0 : 1;
-        case 3:
-            return is_ascii_letter(path[0]) && path[1] == ':' && path[2] == '\\' ? 0 : 1;
-        default:
-            return 1;
-    }
+    const std::string_view text = path;
+    const bool with_drive = text.size() > 1 && g_ascii_isalpha(text[0]) && text[1] == ':';
+    const bool is_root = with_drive ? text.substr(2).empty() || text.substr(2) == "\\" : text.size() == 1;
+    return is_root ? 0 : 1;
 }

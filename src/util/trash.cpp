@@ -33,16 +33,11 @@ std::string trash_folder() {
 }
 
 std::string info_text(const std::string& path, const struct stat& status) {
-    std::string text = path + "\n";
-    const unsigned values[] = {static_cast<unsigned>(std::time(nullptr)),
-                               static_cast<unsigned>(status.st_size), static_cast<unsigned>(status.st_mode),
-                               static_cast<unsigned>(status.st_mtime)};
-    for (const unsigned value : values) {
-        char line[16];
-        std::snprintf(line, sizeof line, "%x\n", value);
-        text += line;
-    }
-    return text;
+    const relay_hub::GText text(
+        g_strdup_printf("%s\n%x\n%x\n%x\n%x\n", path.c_str(), static_cast<unsigned>(std::time(nullptr)),
+                        static_cast<unsigned>(status.st_size), static_cast<unsigned>(status.st_mode),
+                        static_cast<unsigned>(status.st_mtime)));
+    return text.get();
 }
 
 // 0 or errno; a half-written file does not stay.
