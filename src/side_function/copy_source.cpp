@@ -9,19 +9,6 @@
 
 relay_hub::CopySource relay_hub::copy_source;
 
-namespace {
-
-void remember_row(GtkTreeModel* model, GtkTreePath*, GtkTreeIter* iter, gpointer folder) {
-    const std::string name = relay_hub::row_name(model, iter);
-    if (name.empty() || name == "..")
-        return;
-    const auto& base = *static_cast<const std::string*>(folder);
-    relay_hub::copy_source.remembered.push_back(
-        {name, relay_hub::join_remote_path(base, name), relay_hub::row_attributes(model, iter)});
-}
-
-}  // namespace
-
 void set_copy_to_remote_file_list(std::vector<std::string> paths) {
     g_copy_to_remote_file_list = std::move(paths);
 }
@@ -62,13 +49,12 @@ ItemAttributes row_attributes(GtkTreeModel* model, GtkTreeIter* iter) {
 
 void remember_remote_selection(GtkWidget* tree_view, const std::string& folder) {
     copy_source.remembered.clear();
-    std::string base = folder;
-    gtk_tree_selection_selected_foreach(gtk_tree_view_get_selection(GTK_TREE_VIEW(tree_view)), remember_row,
-                                        &base);
-}
-
-const std::vector<RemoteItem>& remembered_remote_selection() {
-    return copy_source.remembered;
+    for_each_selected(GTK_TREE_VIEW(tree_view), [&](GtkTreeModel* model, GtkTreeIter* iter) {
+        const std::string name = row_name(model, iter);
+        if (!name.empty() && name != "..")
+            copy_source.remembered.push_back(
+                {name, join_remote_path(folder, name), row_attributes(model, iter)});
+    });
 }
 
 void keep_remote_copy(bool cut) {
@@ -78,10 +64,6 @@ void keep_remote_copy(bool cut) {
 
 Offer remote_copy() {
     return {g_copy_to_remote_file_list, copy_source.cut};
-}
-
-const std::vector<RemoteItem>& kept_remote_copy() {
-    return copy_source.copied;
 }
 
 void clear_copy_source() {

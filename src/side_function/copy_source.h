@@ -62,18 +62,17 @@ namespace relay_hub {
 struct Offer {
     std::vector<std::string> paths;
     bool cut = false;
-    std::vector<std::string> foreign{};  // URIs of what is no file of this machine: told, and left
+    // URIs of other machines' files: the user gets a message, nothing is copied.
+    std::vector<std::string> foreign{};
 };
 
 // The selected remote rows as they are now; kept at copy or drag time, so that browsing on loses nothing.
 void remember_remote_selection(GtkWidget* tree_view, const std::string& folder);
-const std::vector<RemoteItem>& remembered_remote_selection();
 ItemAttributes row_attributes(GtkTreeModel* model, GtkTreeIter* iter);
 
 // What was remembered last becomes the attributes of the copied (or cut) items, which later drags do not
 // touch.
 void keep_remote_copy(bool cut);
-const std::vector<RemoteItem>& kept_remote_copy();
 // What was copied or cut in the remote pane.
 Offer remote_copy();
 

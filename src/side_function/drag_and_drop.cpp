@@ -90,7 +90,7 @@ std::vector<std::string> dragged_remote_names(const Pane& pane) {
         relay_hub::remember_remote_selection(pane.list(), pane.folder());
         return names;
     }
-    for (const relay_hub::RemoteItem& item : relay_hub::remembered_remote_selection())
+    for (const relay_hub::RemoteItem& item : relay_hub::copy_source.remembered)
         names.push_back(item.name);
     return names;
 }
@@ -161,11 +161,11 @@ int remote_receive_data(GtkWidget*, GtkSelectionData* selection) {
     if (relay_hub::window_is_closing() || !holds_bytes(selection))
         return -1;
     std::vector<std::string> names;
-    for (const relay_hub::RemoteItem& item : relay_hub::remembered_remote_selection())
+    for (const relay_hub::RemoteItem& item : relay_hub::copy_source.remembered)
         names.push_back(item.name);
     if (!Pane::remote().may_act_on(names))
         return -1;
     const std::string text = text_of(selection);
     return relay_hub::copy_to_local_folder([&] { return dropped(text, "\r\n", false); },
-                                           relay_hub::remembered_remote_selection());
+                                           relay_hub::copy_source.remembered);
 }

@@ -12,6 +12,7 @@
 #include "side_function/wire_path.h"
 #include "tree_view_op/file_list_view.h"
 #include "tree_view_op/list_place.h"
+#include "tree_view_op/toolkit_owners.h"
 #include "util/path_kind.h"
 #include "window/closing.h"
 #include "window/dialogs/message_dialog.h"
@@ -78,14 +79,12 @@ bool Pane::may_act_on(const std::vector<std::string>& names) const {
 }
 
 int Pane::first_selected_position() const {
-    GList* const paths = get_selected_to_treepath_list(list());
-    int first = -1;
-    for (const GList* link = paths; link != nullptr; link = link->next) {
-        const int position = gtk_tree_path_get_indices(static_cast<GtkTreePath*>(link->data))[0];
-        first = first < 0 ? position : std::min(first, position);
-    }
-    g_list_free_full(paths, [](gpointer path) { gtk_tree_path_free(static_cast<GtkTreePath*>(path)); });
-    return std::max(first, 0);
+    std::optional<int> first;
+    for_each_selected(GTK_TREE_VIEW(list()), [&](GtkTreeModel* model, GtkTreeIter* iter) {
+        if (!first)
+            first = gtk_tree_path_get_indices(TreePathPtr(gtk_tree_model_get_path(model, iter)).get())[0];
+    });
+    return first.value_or(0);
 }
 
 int Pane::load(const std::string& folder) const {

@@ -141,21 +141,6 @@ int run_transfer(const Direction& direction, const OfferSource& source, std::vec
     return copied.result;
 }
 
-using ItemsByName = std::unordered_multimap<std::string, RequestItem*>;
-
-gboolean take_attributes(GtkTreeModel* model, GtkTreePath*, GtkTreeIter* iter, gpointer data) {
-    const auto& wanted = *static_cast<const ItemsByName*>(data);
-    const std::string name = row_name(model, iter);
-    if (name == "..")
-        return FALSE;
-    const auto [first, last] = wanted.equal_range(name);
-    if (first == last)
-        return FALSE;
-    const ItemAttributes attributes = row_attributes(model, iter);
-    std::for_each(first, last, [&](const auto& entry) { entry.second->attributes = attributes; });
-    return FALSE;
-}
-
 }  // namespace
 
 Transfer::Transfer(int kind)
@@ -286,14 +271,21 @@ int build_xml_string_2(void* job) {
 }
 
 int set_file_system_attribute(GtkWidget* tree_view, __send_args* args) {
-    relay_hub::ItemsByName wanted;
+    std::unordered_multimap<std::string, RequestItem*> wanted;
     for (RequestItem& item : args->items) {
         item.attributes.type = relay_hub::kUnknownType;
         wanted.emplace(relay_hub::remote_base_name(item.path), &item);
     }
     if (tree_view == nullptr)
         return 0;
-    gtk_tree_model_foreach(gtk_tree_view_get_model(GTK_TREE_VIEW(tree_view)), relay_hub::take_attributes,
-                           &wanted);
+    GtkTreeModel* model = gtk_tree_view_get_model(GTK_TREE_VIEW(tree_view));
+    relay_hub::for_each_row(model, [&](GtkTreeIter* iter) {
+        const std::string name = relay_hub::row_name(model, iter);
+        const auto [first, last] = wanted.equal_range(name);
+        if (first == last || name == "..")
+            return;
+        const ItemAttributes attributes = relay_hub::row_attributes(model, iter);
+        std::for_each(first, last, [&](const auto& entry) { entry.second->attributes = attributes; });
+    });
     return 0;
 }

@@ -246,7 +246,7 @@ void take_rows_away(GtkListStore* store) {
     for (std::size_t taken = 0;
          turns.after_rows(taken) && gtk_tree_model_get_iter_first(model, &iter) != FALSE; ++taken)
         gtk_list_store_remove(store, &iter);
-    // What is left where the window closes.
+    // A window that closes has stopped the loop early.
     gtk_list_store_clear(store);
 }
 
@@ -289,10 +289,7 @@ std::string set_glist_to_string(const std::vector<std::string>& names, const std
 
 void traverse_list_store(GtkListStore* store) {
     g_return_if_fail(store != nullptr);
-    GtkTreeIter iter;
-    gboolean more = gtk_tree_model_get_iter_first(GTK_TREE_MODEL(store), &iter);
-    while (more)
-        more = gtk_tree_model_iter_next(GTK_TREE_MODEL(store), &iter);
+    relay_hub::for_each_row(GTK_TREE_MODEL(store), [](GtkTreeIter*) {});
 }
 
 gint sort_iter_compare_func(GtkTreeModel* model, GtkTreeIter* a, GtkTreeIter* b, gpointer sort_id) {

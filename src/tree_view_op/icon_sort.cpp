@@ -4,6 +4,7 @@
 
 #include "base/glib_owners.h"
 #include "tree_view_op/list_columns.h"
+#include "tree_view_op/toolkit_owners.h"
 
 namespace relay_hub {
 
@@ -30,10 +31,6 @@ gint compare_icons(GtkTreeModel* model, GtkTreeIter* a, GtkTreeIter* b, gpointer
     return g_strcmp0(icon_a, icon_b) == 0 ? 0 : collate_icons(icon_a, icon_b);
 }
 
-void free_icon_order(gpointer data) {
-    const std::unique_ptr<IconOrder> owner(static_cast<IconOrder*>(data));
-}
-
 // Installing the comparison sorts a store that is sorted by icon.
 void sort_by_icon_anew(GtkListStore* store, IconOrder* order) {
     gtk_tree_sortable_set_sort_func(GTK_TREE_SORTABLE(store), kColumnIcon, compare_icons, order, nullptr);
@@ -43,9 +40,7 @@ IconOrder* icon_order_of(GtkListStore* store) {
     auto* order = static_cast<IconOrder*>(g_object_get_data(G_OBJECT(store), kIconOrder));
     if (order != nullptr)
         return order;
-    auto fresh = std::make_unique<IconOrder>();
-    order = fresh.get();
-    g_object_set_data_full(G_OBJECT(store), kIconOrder, fresh.release(), free_icon_order);
+    order = attach(store, kIconOrder, std::make_unique<IconOrder>());
     sort_by_icon_anew(store, order);
     return order;
 }

@@ -45,17 +45,15 @@ void ListPlace::restore() const {
     std::vector<TreePathPtr> found;
     TreePathPtr cursor;
     TreePathPtr top;
-    GtkTreeIter iter;
-    for (gboolean more = model != nullptr && gtk_tree_model_get_iter_first(model, &iter); more;
-         more = gtk_tree_model_iter_next(model, &iter)) {
-        const std::string name = row_name(model, &iter);
+    for_each_row(model, [&](GtkTreeIter* iter) {
+        const std::string name = row_name(model, iter);
         if (wanted.contains(name))
-            found.emplace_back(gtk_tree_model_get_path(model, &iter));
+            found.emplace_back(gtk_tree_model_get_path(model, iter));
         if (!cursor_.empty() && name == cursor_)
-            cursor.reset(gtk_tree_model_get_path(model, &iter));
+            cursor.reset(gtk_tree_model_get_path(model, iter));
         if (!top_.empty() && name == top_)
-            top.reset(gtk_tree_model_get_path(model, &iter));
-    }
+            top.reset(gtk_tree_model_get_path(model, iter));
+    });
     if (cursor != nullptr)
         gtk_tree_view_set_cursor(view_, cursor.get(), nullptr, FALSE);
     gtk_tree_selection_unselect_all(selection);

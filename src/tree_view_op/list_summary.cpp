@@ -5,10 +5,13 @@
 #include <functional>
 #include <memory>
 
+#include "base/glib_owners.h"
+#include "base/main_loop_source.h"
 #include "base/size_text.h"
 #include "base/translated_text.h"
 #include "tree_view_op/row_store.h"
 #include "tree_view_op/selection.h"
+#include "tree_view_op/toolkit_owners.h"
 
 namespace relay_hub {
 namespace {
@@ -19,74 +22,48 @@ constexpr char kSizes[] = "relay-hub-sizes";
 constexpr char kBetween[] = " · ";
 
 struct Summary {
-    GtkLabel* label = nullptr;  // dies with the list's window
+    GObjectPtr<GtkLabel> label;
     GtkTreeView* tree_view = nullptr;
     std::optional<std::uint64_t> free_bytes;
     int items = 0;
     bool rows_changed = true;
-    guint update = 0;
+    MainLoopSource update;
 };
 
 Summary* summary_of(gpointer tree_view) {
     return static_cast<Summary*>(g_object_get_data(G_OBJECT(tree_view), kSummary));
 }
 
-void free_summary(gpointer data) {
-    const std::unique_ptr<Summary> summary(static_cast<Summary*>(data));
-    if (summary->update != 0)
-        g_source_remove(summary->update);
-    g_object_unref(summary->label);
-}
-
-void free_sizes(gpointer data) {
-    const std::unique_ptr<ListedSizes> owner(static_cast<ListedSizes*>(data));
-}
-
 // All rows but the one that leads to the parent folder.
 int count_items(GtkTreeModel* model) {
-    int items = 0;
-    GtkTreeIter iter;
-    for (gboolean more = model != nullptr && gtk_tree_model_get_iter_first(model, &iter); more;
-         more = gtk_tree_model_iter_next(model, &iter)) {
-        if (row_text(model, &iter, kColumnKind) == kKindParent)
-            return gtk_tree_model_iter_n_children(model, nullptr) - 1;
-        ++items;
-    }
-    return items;
+    const int rows = model != nullptr ? gtk_tree_model_iter_n_children(model, nullptr) : 0;
+    return find_parent_row(model) ? rows - 1 : rows;
 }
 
-struct SelectedRows {
-    ListedSizes* sizes;
-    int items = 0;
-    std::uint64_t bytes = 0;
-};
-
-void add_selected(GtkTreeModel* model, GtkTreePath*, GtkTreeIter* iter, gpointer data) {
-    auto* selected = static_cast<SelectedRows*>(data);
-    const std::string kind = row_text(model, iter, kColumnKind);
-    if (kind == kKindParent)
-        return;
-    ++selected->items;
-    if (kind != kKindFile)
-        return;
+// Of a file.
+std::uint64_t bytes_of(ListedSizes* sizes, GtkTreeModel* model, GtkTreeIter* iter) {
     const std::string size = row_text(model, iter, kColumnSizeValue);
+    if (sizes != nullptr && size.empty())
+        return sizes->of(row_name(model, iter));
     std::uint64_t bytes = 0;
-    if (selected->sizes != nullptr && size.empty())
-        bytes = selected->sizes->of(row_name(model, iter));
-    else
-        (void)std::from_chars(size.data(), size.data() + size.size(), bytes);
-    selected->bytes += bytes;
+    (void)std::from_chars(size.data(), size.data() + size.size(), bytes);
+    return bytes;
 }
 
 std::string text_of(const Summary& summary) {
-    SelectedRows selected{static_cast<ListedSizes*>(g_object_get_data(G_OBJECT(summary.tree_view), kSizes))};
-    gtk_tree_selection_selected_foreach(gtk_tree_view_get_selection(summary.tree_view), add_selected,
-                                        &selected);
+    auto* const sizes = static_cast<ListedSizes*>(g_object_get_data(G_OBJECT(summary.tree_view), kSizes));
+    int items = 0;
+    std::uint64_t bytes = 0;
+    for_each_selected(summary.tree_view, [&](GtkTreeModel* model, GtkTreeIter* iter) {
+        const std::string kind = row_text(model, iter, kColumnKind);
+        items += kind != kKindParent ? 1 : 0;
+        bytes += kind == kKindFile ? bytes_of(sizes, model, iter) : 0;
+    });
     std::string text = fill_translated("IDS_SUMMARY_ITEMS", {std::to_string(summary.items)});
-    if (selected.items > 0)
-        text += kBetween + fill_translated("IDS_SUMMARY_SELECTED", {std::to_string(selected.items)});
-    if (selected.bytes > 0)
-        text += " (" + size_text(selected.bytes) + ")";
+    if (items > 0)
+        text += kBetween + fill_translated("IDS_SUMMARY_SELECTED", {std::to_string(items)});
+    if (bytes > 0)
+        text += " (" + size_text(bytes) + ")";
     if (summary.free_bytes)
         text += kBetween + fill_translated("IDS_SUMMARY_FREE", {size_text(*summary.free_bytes)});
     return text;
@@ -94,16 +71,16 @@ std::string text_of(const Summary& summary) {
 
 gboolean update(gpointer data) {
     auto* summary = static_cast<Summary*>(data);
-    summary->update = 0;
+    summary->update.forget();
     if (std::exchange(summary->rows_changed, false))
         summary->items = count_items(gtk_tree_view_get_model(summary->tree_view));
-    gtk_label_set_text(summary->label, text_of(*summary).c_str());
+    gtk_label_set_text(summary->label.get(), text_of(*summary).c_str());
     return G_SOURCE_REMOVE;
 }
 
 void update_soon(Summary* summary) {
-    if (summary->update == 0)
-        summary->update = gdk_threads_add_timeout(kUpdateDelay, update, summary);
+    if (!summary->update)
+        summary->update.reset(gdk_threads_add_timeout(kUpdateDelay, update, summary));
 }
 
 void on_selection(GtkTreeSelection*, gpointer summary) {
@@ -124,12 +101,12 @@ GtkWidget* new_list_summary(GtkWidget* tree_view) {
     GtkWidget* label = gtk_label_new("");
     gtk_misc_set_alignment(GTK_MISC(label), 0, 0.5);
     gtk_label_set_ellipsize(GTK_LABEL(label), PANGO_ELLIPSIZE_END);
-    summary->label = GTK_LABEL(g_object_ref_sink(label));
+    summary->label.reset(GTK_LABEL(g_object_ref_sink(label)));
     summary->tree_view = GTK_TREE_VIEW(tree_view);
     g_signal_connect(tree_view, "notify::model", G_CALLBACK(on_rows), summary.get());
     g_signal_connect(gtk_tree_view_get_selection(GTK_TREE_VIEW(tree_view)), "changed",
                      G_CALLBACK(on_selection), summary.get());
-    g_object_set_data_full(G_OBJECT(tree_view), kSummary, summary.release(), free_summary);
+    attach(tree_view, kSummary, std::move(summary));
     return label;
 }
 
@@ -151,8 +128,7 @@ void ListedSizes::add(const std::string& name, std::uint64_t size) {
 }
 
 void ListedSizes::give_to(GtkWidget* tree_view) && {
-    auto kept = std::make_unique<ListedSizes>(std::move(*this));
-    g_object_set_data_full(G_OBJECT(tree_view), kSizes, kept.release(), free_sizes);
+    attach(tree_view, kSizes, std::make_unique<ListedSizes>(std::move(*this)));
 }
 
 std::uint64_t ListedSizes::of(const std::string& name) {

@@ -20,10 +20,7 @@ class IconGroups {
   public:
     IconGroups(GtkListStore* store, GtkSortType order) : direction_(order == GTK_SORT_ASCENDING ? 1 : -1) {
         GtkTreeModel* model = GTK_TREE_MODEL(store);
-        GtkTreeIter iter;
-        for (gboolean more = gtk_tree_model_get_iter_first(model, &iter); more;
-             more = gtk_tree_model_iter_next(model, &iter))
-            place(row_text(model, &iter, kColumnIcon).c_str());
+        for_each_row(model, [&](GtkTreeIter* iter) { place(row_text(model, iter, kColumnIcon).c_str()); });
     }
 
     int place(const char* icon) {

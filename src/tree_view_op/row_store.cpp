@@ -6,6 +6,7 @@
 
 #include "base/glib_owners.h"
 #include "base/shown_text.h"
+#include "tree_view_op/toolkit_owners.h"
 
 namespace relay_hub {
 namespace {
@@ -25,10 +26,6 @@ NameBytes* name_bytes_of(gpointer store) {
     return static_cast<NameBytes*>(g_object_get_data(G_OBJECT(store), kNameBytes));
 }
 
-void free_name_bytes(gpointer data) {
-    const std::unique_ptr<NameBytes> owner(static_cast<NameBytes*>(data));
-}
-
 void forget_with_last_row(GtkTreeModel* model, GtkTreePath*, gpointer) {
     if (gtk_tree_model_iter_n_children(model, nullptr) == 0)
         name_bytes_of(model)->rows.clear();
@@ -38,9 +35,7 @@ NameBytes* name_bytes_for_writing(GtkListStore* store) {
     NameBytes* kept = name_bytes_of(store);
     if (kept != nullptr)
         return kept;
-    auto fresh = std::make_unique<NameBytes>();
-    kept = fresh.get();
-    g_object_set_data_full(G_OBJECT(store), kNameBytes, fresh.release(), free_name_bytes);
+    kept = attach(store, kNameBytes, std::make_unique<NameBytes>());
     g_signal_connect(store, "row-deleted", G_CALLBACK(forget_with_last_row), nullptr);
     return kept;
 }
@@ -128,6 +123,15 @@ std::string row_text(GtkTreeModel* model, GtkTreeIter* iter, int column) {
     gtk_tree_model_get(model, iter, column, &text, -1);
     const GText owner(text);
     return text != nullptr ? text : "";
+}
+
+std::optional<GtkTreeIter> find_row_named(GtkTreeModel* model, const std::string& name) {
+    return find_row(model, [&](GtkTreeIter* iter) { return row_name(model, iter) == name; });
+}
+
+std::optional<GtkTreeIter> find_parent_row(GtkTreeModel* model) {
+    return find_row(model,
+                    [&](GtkTreeIter* iter) { return row_text(model, iter, kColumnKind) == kKindParent; });
 }
 
 std::string row_name(GtkTreeModel* model, GtkTreeIter* iter) {

@@ -40,21 +40,6 @@ std::vector<std::string> get_selected_to_glist(GtkWidget* tree_view) {
     return {names.rbegin(), names.rend()};
 }
 
-std::vector<std::string> relay_hub::selected_names(GtkWidget* tree_view) {
-    std::vector<std::string> names;
-    const std::unique_ptr<GList, TreePathListFree> paths(get_selected_to_treepath_list(tree_view));
-    for (const GList* node = paths.get(); node != nullptr; node = node->next) {
-        GtkTreeModel* model = gtk_tree_view_get_model(GTK_TREE_VIEW(tree_view));
-        GtkTreeIter iter;
-        if (!gtk_tree_model_get_iter(model, &iter, static_cast<GtkTreePath*>(node->data)))
-            continue;
-        std::string name = row_name(model, &iter);
-        if (name != "..")
-            names.push_back(std::move(name));
-    }
-    return names;
-}
-
 gboolean treeview_selected_callback(GtkTreeSelection*, GtkTreeModel* model, GtkTreePath* path,
                                     gboolean currently_selected, gpointer) {
     GtkTreeIter iter;
@@ -66,15 +51,30 @@ gboolean treeview_selected_callback(GtkTreeSelection*, GtkTreeModel* model, GtkT
 
 namespace relay_hub {
 
+void for_each_selected(GtkTreeView* tree_view, const RowVisit& visit) {
+    const auto pass_on = [](GtkTreeModel* model, GtkTreePath*, GtkTreeIter* iter, gpointer data) {
+        (*static_cast<const RowVisit*>(data))(model, iter);
+    };
+    gtk_tree_selection_selected_foreach(gtk_tree_view_get_selection(tree_view), pass_on,
+                                        const_cast<RowVisit*>(&visit));
+}
+
+std::vector<std::string> selected_names(GtkWidget* tree_view) {
+    std::vector<std::string> names;
+    if (tree_view != nullptr)
+        for_each_selected(GTK_TREE_VIEW(tree_view), [&](GtkTreeModel* model, GtkTreeIter* iter) {
+            names.push_back(row_name(model, iter));
+        });
+    std::erase(names, "..");
+    return names;
+}
+
 bool select_row_by_name(GtkWidget* tree_view, const std::string& name) {
     GtkTreeModel* model = gtk_tree_view_get_model(GTK_TREE_VIEW(tree_view));
-    GtkTreeIter iter;
-    gboolean more = model != nullptr && gtk_tree_model_get_iter_first(model, &iter);
-    while (more && row_name(model, &iter) != name)
-        more = gtk_tree_model_iter_next(model, &iter);
-    if (!more)
+    std::optional<GtkTreeIter> row = find_row_named(model, name);
+    if (!row)
         return false;
-    const TreePathPtr path(gtk_tree_model_get_path(model, &iter));
+    const TreePathPtr path(gtk_tree_model_get_path(model, &*row));
     select_only(GTK_TREE_VIEW(tree_view), path.get());
     return true;
 }
@@ -86,16 +86,14 @@ bool select_rows_by_name(GtkWidget* tree_view, const std::vector<std::string>& n
     const std::unordered_set<std::string> wanted(names.begin(), names.end());
     std::vector<TreePathPtr> found;
     GtkTreePath* cursor_path = nullptr;
-    GtkTreeIter iter;
-    for (gboolean more = model != nullptr && gtk_tree_model_get_iter_first(model, &iter); more;
-         more = gtk_tree_model_iter_next(model, &iter)) {
-        const std::string name = row_name(model, &iter);
+    for_each_row(model, [&](GtkTreeIter* iter) {
+        const std::string name = row_name(model, iter);
         if (!wanted.contains(name))
-            continue;
-        found.emplace_back(gtk_tree_model_get_path(model, &iter));
+            return;
+        found.emplace_back(gtk_tree_model_get_path(model, iter));
         if (name == cursor || cursor_path == nullptr)
             cursor_path = found.back().get();
-    }
+    });
     if (found.empty())
         return false;
     select_only(view, cursor_path);
@@ -107,10 +105,7 @@ bool select_rows_by_name(GtkWidget* tree_view, const std::vector<std::string>& n
 void remove_shown_names(GtkWidget* tree_view, std::vector<std::string>& names) {
     GtkTreeModel* model = gtk_tree_view_get_model(GTK_TREE_VIEW(tree_view));
     std::unordered_set<std::string> shown;
-    GtkTreeIter iter;
-    for (gboolean more = model != nullptr && gtk_tree_model_get_iter_first(model, &iter); more;
-         more = gtk_tree_model_iter_next(model, &iter))
-        shown.insert(row_name(model, &iter));
+    for_each_row(model, [&](GtkTreeIter* iter) { shown.insert(row_name(model, iter)); });
     std::erase_if(names, [&](const std::string& name) { return shown.contains(name); });
 }
 

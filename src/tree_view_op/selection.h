@@ -2,6 +2,7 @@
 // The selection as names and paths, and what becomes selected. Window's thread.
 #include <gtk/gtk.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -14,7 +15,10 @@ gboolean treeview_selected_callback(GtkTreeSelection* selection, GtkTreeModel* m
 
 namespace relay_hub {
 
-// The same in the list's order.
+// Calls visit for each selected row, in the list's order.
+using RowVisit = std::function<void(GtkTreeModel* model, GtkTreeIter* iter)>;
+void for_each_selected(GtkTreeView* tree_view, const RowVisit& visit);
+// As get_selected_to_glist, in the list's order.
 std::vector<std::string> selected_names(GtkWidget* tree_view);
 // Selects the row of that name (and no other), scrolls to it and puts the cursor there. False if there is
 // none.

@@ -9,8 +9,10 @@
 
 #include "base/diagnostics.h"
 #include "base/glib_owners.h"
+#include "base/main_loop_source.h"
 #include "base/worker.h"
 #include "tree_view_op/list_update.h"
+#include "tree_view_op/toolkit_owners.h"
 #include "window/closing.h"
 #include "window/window_thread.h"
 
@@ -23,16 +25,28 @@ constexpr gint64 kShare = 20;
 constexpr char kWatch[] = "relay-hub-folder-watch";
 
 struct FolderWatch {
+    ~FolderWatch() { stop(); }
+    void stop() {
+        if (monitor != nullptr)
+            g_signal_handlers_disconnect_by_data(monitor.get(), this);
+        monitor.reset();
+        timer.reset();
+        turns.reset();
+        reading.reset();
+        update.reset();
+        delay = kBetweenReadings;
+    }
+
     const __single* side = nullptr;
     GObjectPtr<GFileMonitor> monitor;
     std::string folder;
     guint delay = kBetweenReadings;
     bool changed = false;
     // One update, step by step: the wait for its time, the reading, the rows. Each has its own member.
-    guint timer = 0;
+    MainLoopSource timer;
     std::shared_ptr<ListView> reading;
     std::unique_ptr<ListUpdate> update;
-    guint turns = 0;
+    MainLoopSource turns;
     gint64 took = 0;
 };
 
@@ -50,15 +64,15 @@ ListView shown_now(const FolderWatch* watch) {
 gboolean read_again(gpointer data);
 
 void wait_for_time(FolderWatch* watch) {
-    if (watch->timer == 0 && watch->reading == nullptr && watch->update == nullptr)
-        watch->timer = gdk_threads_add_timeout(watch->delay, read_again, watch);
+    if (!watch->timer && watch->reading == nullptr && watch->update == nullptr)
+        watch->timer.reset(gdk_threads_add_timeout(watch->delay, read_again, watch));
 }
 
 // again: what was read is not what shows now.
 void end_update(FolderWatch* watch, bool again) {
     watch->reading.reset();
     watch->update.reset();
-    watch->turns = 0;
+    watch->turns.forget();
     const gint64 took = std::exchange(watch->took, 0) / G_TIME_SPAN_MILLISECOND;
     watch->delay = static_cast<guint>(std::max<gint64>(kBetweenReadings, kShare * took));
     if (again || watch->changed)
@@ -84,7 +98,7 @@ void take_reading(FolderWatch* watch, const std::shared_ptr<ListNow>& now) {
         return;
     }
     watch->update = std::make_unique<ListUpdate>(watch->side->tree_view, now);
-    watch->turns = gdk_threads_add_idle(put_rows_right, watch);
+    watch->turns.reset(gdk_threads_add_idle(put_rows_right, watch));
 }
 
 void read_beside(FolderWatch* watch) {
@@ -108,12 +122,10 @@ void read_beside(FolderWatch* watch) {
 
 gboolean read_again(gpointer data) {
     auto* watch = static_cast<FolderWatch*>(data);
-    if (window_is_closing())
-        return G_SOURCE_REMOVE;
-    if (user_is_at_it())
+    if (!window_is_closing() && user_is_at_it())
         return G_SOURCE_CONTINUE;
-    watch->timer = 0;
-    if (watch->folder == current_folder(watch->side))
+    watch->timer.forget();
+    if (!window_is_closing() && watch->folder == current_folder(watch->side))
         read_beside(watch);
     return G_SOURCE_REMOVE;
 }
@@ -125,23 +137,11 @@ void on_changed(GFileMonitor*, GFile*, GFile*, GFileMonitorEvent, gpointer data)
     wait_for_time(watch);
 }
 
-void stop(FolderWatch* watch) {
-    if (watch->monitor != nullptr)
-        g_signal_handlers_disconnect_by_data(watch->monitor.get(), watch);
-    watch->monitor.reset();
-    for (guint* source : {&watch->timer, &watch->turns})
-        if (*source != 0)
-            g_source_remove(std::exchange(*source, 0));
-    watch->reading.reset();
-    watch->update.reset();
-    watch->delay = kBetweenReadings;
-}
-
 void watch_shown_folder(FolderWatch* watch) {
     const std::string folder = current_folder(watch->side);
     if (watch->folder == folder && watch->monitor != nullptr)
         return;
-    stop(watch);
+    watch->stop();
     watch->folder = folder;
     const GObjectPtr<GFile> place(g_file_new_for_path(folder.c_str()));
     GError* error = nullptr;
@@ -158,11 +158,6 @@ void on_folder(GObject*, GParamSpec*, gpointer watch) {
     watch_shown_folder(static_cast<FolderWatch*>(watch));
 }
 
-void free_watch(gpointer data) {
-    const std::unique_ptr<FolderWatch> watch(static_cast<FolderWatch*>(data));
-    stop(watch.get());
-}
-
 }  // namespace
 
 void follow_local_folder(const __single* side) {
@@ -170,7 +165,7 @@ void follow_local_folder(const __single* side) {
     watch->side = side;
     // The label's text is the folder that is shown.
     g_signal_connect(side->status_label, "notify::label", G_CALLBACK(on_folder), watch.get());
-    g_object_set_data_full(G_OBJECT(side->status_label), kWatch, watch.release(), free_watch);
+    attach(side->status_label, kWatch, std::move(watch));
 }
 
 }  // namespace relay_hub

@@ -12,6 +12,7 @@
 #include "base/glib_owners.h"
 #include "base/state_file.h"
 #include "tree_view_op/file_list_view.h"
+#include "tree_view_op/toolkit_owners.h"
 
 namespace relay_hub {
 namespace {
@@ -59,10 +60,6 @@ void apply_widths(GtkWidget*, gpointer data) {
         gtk_tree_view_column_set_fixed_width(column_of(side, index), widths->at(index));
 }
 
-void free_widths(gpointer data) {
-    const std::unique_ptr<std::vector<int>> owner(static_cast<std::vector<int>*>(data));
-}
-
 void restore_widths(GKeyFile* file, __single* side) {
     auto widths = std::make_unique<std::vector<int>>(widths_in(file, group_of(side)));
     if (widths->size() != kColumns.size())
@@ -70,7 +67,7 @@ void restore_widths(GKeyFile* file, __single* side) {
     for (const int width : *widths)
         if (width < kNarrowestColumn || width > kLargest)
             return;
-    g_object_set_data_full(G_OBJECT(side->tree_view), kWidths, widths.release(), free_widths);
+    attach(side->tree_view, kWidths, std::move(widths));
     g_signal_connect_after(side->tree_view, "realize", G_CALLBACK(apply_widths), side);
 }
 

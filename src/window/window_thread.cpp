@@ -67,10 +67,6 @@ gboolean run_handed_over(gpointer data) {
     return G_SOURCE_REMOVE;
 }
 
-void drop_reference(gpointer data) {
-    const std::unique_ptr<HandedOverPtr> owner(static_cast<HandedOverPtr*>(data));
-}
-
 // Null once the main loop has ended.
 HandedOverPtr hand_over(std::function<void()> function) {
     auto task = std::make_shared<HandedOver>();
@@ -83,7 +79,9 @@ HandedOverPtr hand_over(std::function<void()> function) {
         reference = std::make_unique<HandedOverPtr>(task);
         way.pending.insert(task);
     }
-    gdk_threads_add_idle_full(G_PRIORITY_DEFAULT_IDLE, run_handed_over, reference.release(), drop_reference);
+    gdk_threads_add_idle_full(
+        G_PRIORITY_DEFAULT_IDLE, run_handed_over, reference.release(),
+        [](gpointer data) { const std::unique_ptr<HandedOverPtr> owner(static_cast<HandedOverPtr*>(data)); });
     return task;
 }
 

@@ -4,12 +4,13 @@
 #include <memory>
 
 #include "base/glib_owners.h"
+#include "base/path_text.h"
 #include "base/shown_text.h"
 #include "base/translated_text.h"
-#include "tree_view_op/file_list_view.h"
+#include "tree_view_op/row_store.h"
 #include "window/dialogs/message_dialog.h"
 
-using relay_hub::GText;
+using relay_hub::base_name;
 using relay_hub::shown_text;
 using relay_hub::translated;
 
@@ -30,15 +31,10 @@ constexpr std::string& base_path = renaming.base_path;
 constexpr int& g_iside = renaming.side;
 constexpr GtkWidget*& g_treeview = renaming.tree_view;
 
-std::string last_component(const std::string& path) {
-    const GText name(g_path_get_basename(path.c_str()));
-    return name.get();
-}
-
 // The bytes that the entry stands for: the old name's own as long as its text was not changed.
 std::string entered_name(const _rename_dialog& record) {
     const char* text = gtk_entry_get_text(GTK_ENTRY(record.entry));
-    const std::string current = last_component(old_name);
+    const std::string current = base_name(old_name);
     return shown_text(current) == text ? current : text;
 }
 
@@ -85,27 +81,13 @@ void check_local(GtkButton*, gpointer data) {
     accept(record, name);
 }
 
-struct DuplicateSearch {
-    const std::string& name;
-    bool found = false;
-};
-
-gboolean compare_row(GtkTreeModel* model, GtkTreePath*, GtkTreeIter* iter, gpointer data) {
-    auto* search = static_cast<DuplicateSearch*>(data);
-    const std::string name = relay_hub::row_name(model, iter);
-    if (name == ".." || name == old_name)
-        return FALSE;
-    search->found = name == search->name;
-    return search->found;
+// The pane's rows, null when there are none.
+GtkTreeModel* listed_rows() {
+    return g_treeview != nullptr ? gtk_tree_view_get_model(GTK_TREE_VIEW(g_treeview)) : nullptr;
 }
 
 bool has_other_row(const std::string& name) {
-    GtkTreeModel* model =
-        g_treeview != nullptr ? gtk_tree_view_get_model(GTK_TREE_VIEW(g_treeview)) : nullptr;
-    DuplicateSearch search{name};
-    if (model != nullptr)
-        gtk_tree_model_foreach(model, compare_row, &search);
-    return search.found;
+    return name != ".." && name != old_name && relay_hub::find_row_named(listed_rows(), name);
 }
 
 void check_remote(GtkButton*, gpointer data) {
@@ -121,14 +103,8 @@ void check_remote(GtkButton*, gpointer data) {
 
 // As the list shows it: the stem of a folder's name is all of it.
 bool names_a_file(const std::string& name) {
-    GtkTreeModel* model =
-        g_treeview != nullptr ? gtk_tree_view_get_model(GTK_TREE_VIEW(g_treeview)) : nullptr;
-    GtkTreeIter iter;
-    for (gboolean more = model != nullptr && gtk_tree_model_get_iter_first(model, &iter); more;
-         more = gtk_tree_model_iter_next(model, &iter))
-        if (relay_hub::row_name(model, &iter) == name)
-            return relay_hub::row_text(model, &iter, kColumnKind) == kKindFile;
-    return false;
+    std::optional<GtkTreeIter> row = relay_hub::find_row_named(listed_rows(), name);
+    return row && relay_hub::row_text(listed_rows(), &*row, kColumnKind) == kKindFile;
 }
 
 // What stands before the last dot is what a new name usually changes.
@@ -141,9 +117,9 @@ void select_stem(GtkEntry* entry) {
 }
 
 void fill_entry(GtkWidget*, gpointer entry) {
-    gtk_entry_set_text(GTK_ENTRY(entry), shown_text(last_component(old_name)).c_str());
+    gtk_entry_set_text(GTK_ENTRY(entry), shown_text(base_name(old_name)).c_str());
     gtk_widget_grab_focus(GTK_WIDGET(entry));
-    if (names_a_file(last_component(old_name)))
+    if (names_a_file(base_name(old_name)))
         select_stem(GTK_ENTRY(entry));
 }
 
@@ -167,9 +143,9 @@ void set_rename_dialog_oldname(const char* old_text, const char* new_text, const
 }
 
 void set_rename_dialog_old_name(const char* path, GtkWidget* tree_view) {
-    const GText parent(g_path_get_dirname(path));
-    base_path = g_file_test(path, G_FILE_TEST_IS_DIR) ? std::string(path) + "/.." : parent.get();
-    old_name = last_component(path);
+    base_path =
+        g_file_test(path, G_FILE_TEST_IS_DIR) ? std::string(path) + "/.." : relay_hub::parent_path(path);
+    old_name = base_name(path);
     g_treeview = tree_view;
     std::printf("old_name: %s\t base_path: %s\n%s\n", old_name.c_str(), base_path.c_str(), path);
 }
