@@ -25,81 +25,55 @@ struct Field {
     std::string __send_args::*value = nullptr;
 };
 
-// One request of the catalogue. Its traces keep the wording that readers of the logs know, slips included.
-struct Request {
-    const char* command;
-    PipeClient client;
-    const char* log_name = nullptr;
+// What is special about a request. Its traces keep the wording that readers of the logs know, slips included.
+struct Manner {
     const char* sent_word = "Send";  // null: the request is printed without a word before it
     bool in_event_log = true;
-    std::array<Field, 2> fields = {};
-    void (*add_items)(MessageWriter& message, const __send_args& args) = nullptr;
     bool awaits_answer = true;
     bool retries = false;
 };
 
+// One request of the catalogue.
+struct Request {
+    const char* command;
+    const char* log_name;
+    PipeClient client;
+    std::array<Field, 2> fields = {};
+    void (*add_items)(MessageWriter& message, const __send_args& args) = nullptr;
+    Manner manner = {};
+};
+
+using enum PipeClient;
+constexpr Manner kUntraced{.sent_word = nullptr, .in_event_log = false};  // asked every few seconds
+constexpr Manner kPosted{.sent_word = nullptr, .awaits_answer = false};
+constexpr std::array<Field, 2> kListFields = {
+    {{wire::kPath, &__send_args::list_path}, {wire::kPathHex, &__send_args::list_path_hex}}};
 constexpr std::array<Field, 2> kSourceFields = {
     {{wire::kPath, &__send_args::source_path}, {wire::kPathHex, &__send_args::source_path_hex}}};
+constexpr std::array<Field, 2> kRenameFields = {
+    {{wire::kOldPathHex, &__send_args::source_path_hex}, {wire::kNewPathHex, &__send_args::target_path_hex}}};
 
-constexpr Request kFileList{
-    .command = wire::kGetFileList,
-    .client = PipeClient::kShared,
-    .log_name = "NP_VAL_CMD_GET_FILE_LIST",
-    .fields = {{{wire::kPath, &__send_args::list_path}, {wire::kPathHex, &__send_args::list_path_hex}}},
-    .retries = true};
-constexpr Request kDriverList{
-    .command = wire::kGetDriverList, .client = PipeClient::kShared, .log_name = "NP_VAL_CMD_GET_DRIVER_LIST"};
-constexpr Request kSpecialPath{.command = wire::kGetRemoteSpecialPath,
-                               .client = PipeClient::kShared,
-                               .log_name = "NP_VAL_CMD_GET_REMOTE_SPECIAL_PATH"};
-constexpr Request kRename{.command = wire::kRename,
-                          .client = PipeClient::kOwn,
-                          .log_name = "NP_VAL_CMD_RENAME",
-                          .fields = {{{wire::kOldPathHex, &__send_args::source_path_hex},
-                                      {wire::kNewPathHex, &__send_args::target_path_hex}}}};
-constexpr Request kDeleteFile{.command = wire::kDeleteFile,
-                              .client = PipeClient::kOwn,
-                              .log_name = "NP_VAL_CMD_DELETE_FILE",
-                              .fields = kSourceFields};
-constexpr Request kDeleteFolder{.command = wire::kDeleteFolder,
-                                .client = PipeClient::kOwn,
-                                .log_name = "NP_VAL_CMD_DELETE_FOLDER",
-                                .fields = kSourceFields};
-constexpr Request kMoveToTrash{.command = wire::kMoveFileToTrash,
-                               .client = PipeClient::kOwn,
-                               .log_name = "NP_VAL_CMD_MOVE_FILE_TO_TRASH",
-                               .sent_word = "Sender",
-                               .add_items = add_trash_items};
-constexpr Request kCreateFolder{.command = wire::kCreateFolder,
-                                .client = PipeClient::kOwn,
-                                .log_name = "NP_VAL_CMD_CREATE_FOLDER",
-                                .sent_word = "Receive",
-                                .fields = kSourceFields};
-constexpr Request kExit{.command = wire::kExitLinkEngine,
-                        .client = PipeClient::kOwn,
-                        .sent_word = nullptr,
-                        .in_event_log = false,
-                        .awaits_answer = false};
-constexpr Request kRemoteToLocal{.command = wire::kRemoteToLocal,
-                                 .client = PipeClient::kOwn,
-                                 .log_name = "NP_VAL_CMD_COPY_REMOTE_TO_LOCAL",
-                                 .add_items = add_remote_to_local_items};
-constexpr Request kLocalToRemote{.command = wire::kLocalToRemote,
-                                 .client = PipeClient::kOwn,
-                                 .log_name = "NP_VAL_CMD_COPY_LOCAL_TO_REMOTE",
-                                 .add_items = add_local_to_remote_items};
-constexpr Request kConnectionStatus{.command = wire::kCheckConnectionStatus,
-                                    .client = PipeClient::kShared,
-                                    .log_name = "NP_VAL_CMD_CHECK_CONNECTION_STATUS"};
-constexpr Request kRemoteOnline{.command = wire::kCheckRemoteOnline,
-                                .client = PipeClient::kShared,
-                                .log_name = "NP_VAL_CMD_CHECK_REMOTE_ONLINE"};
-// Asked every few seconds: it would drown the event log.
-constexpr Request kHeartbeat{.command = wire::kCheckForHeartbeat,
-                             .client = PipeClient::kOwn,
-                             .log_name = "NP_VAL_CMD_CHECK_FOR_HEARTBEAT",
-                             .sent_word = nullptr,
-                             .in_event_log = false};
+constexpr Request kFileList{wire::kGetFileList, "NP_VAL_CMD_GET_FILE_LIST", kShared, kListFields, nullptr,
+                            {.retries = true}};
+constexpr Request kDriverList{wire::kGetDriverList, "NP_VAL_CMD_GET_DRIVER_LIST", kShared};
+constexpr Request kSpecialPath{wire::kGetRemoteSpecialPath, "NP_VAL_CMD_GET_REMOTE_SPECIAL_PATH", kShared};
+constexpr Request kRename{wire::kRename, "NP_VAL_CMD_RENAME", kOwn, kRenameFields};
+constexpr Request kDeleteFile{wire::kDeleteFile, "NP_VAL_CMD_DELETE_FILE", kOwn, kSourceFields};
+constexpr Request kDeleteFolder{wire::kDeleteFolder, "NP_VAL_CMD_DELETE_FOLDER", kOwn, kSourceFields};
+constexpr Request kMoveToTrash{wire::kMoveFileToTrash, "NP_VAL_CMD_MOVE_FILE_TO_TRASH", kOwn, {},
+                               add_trash_items,        {.sent_word = "Sender"}};
+constexpr Request kCreateFolder{
+    wire::kCreateFolder, "NP_VAL_CMD_CREATE_FOLDER", kOwn, kSourceFields, nullptr, {.sent_word = "Receive"}};
+constexpr Request kRemoteToLocal{
+    wire::kRemoteToLocal, "NP_VAL_CMD_COPY_REMOTE_TO_LOCAL", kOwn, {}, add_remote_to_local_items};
+constexpr Request kLocalToRemote{
+    wire::kLocalToRemote, "NP_VAL_CMD_COPY_LOCAL_TO_REMOTE", kOwn, {}, add_local_to_remote_items};
+constexpr Request kConnectionStatus{wire::kCheckConnectionStatus, "NP_VAL_CMD_CHECK_CONNECTION_STATUS",
+                                    kShared};
+constexpr Request kRemoteOnline{wire::kCheckRemoteOnline, "NP_VAL_CMD_CHECK_REMOTE_ONLINE", kShared};
+constexpr Request kExit{wire::kExitLinkEngine, nullptr, kOwn, {}, nullptr, kPosted};
+constexpr Request kHeartbeat{
+    wire::kCheckForHeartbeat, "NP_VAL_CMD_CHECK_FOR_HEARTBEAT", kOwn, {}, nullptr, kUntraced};
 
 constexpr int kFileListRetries = 5;
 constexpr std::chrono::milliseconds kRetryPause{2000};
@@ -127,19 +101,19 @@ std::string compose(const Request& request, const __send_args& args) {
 
 void trace(const Request& request, const char* word, const std::string& text) {
     std::printf("%s %s:[ %s ]\n", request.log_name, word, text.c_str());
-    if (request.in_event_log)
+    if (request.manner.in_event_log)
         log_event_parts({request.log_name, " ", word, ":[ ", text, " ]"});
 }
 
 void trace_sent(const Request& request, const std::string& message) {
-    if (request.sent_word)
-        trace(request, request.sent_word, message);
+    if (request.manner.sent_word)
+        trace(request, request.manner.sent_word, message);
     else
         std::puts(message.c_str());
 }
 
 void send(const Request& request, CNamePipeBase& channel, const std::string& message, std::string& answer) {
-    if (request.awaits_answer)
+    if (request.manner.awaits_answer)
         channel.NPSendMessage(message, answer, command_pipe(), kCommandData);
     else
         channel.NPPostMessage(message, command_pipe(), kCommandData);
@@ -159,15 +133,15 @@ std::string exchange(const Request& request, CNamePipeBase& channel, const std::
     for (;;) {
         std::string answer;
         send(request, channel, message, answer);
-        if (request.awaits_answer)
+        if (request.manner.awaits_answer)
             trace(request, "Receive", answer);
-        if (!request.retries || is_usable(args, answer) || !may_retry())
+        if (!request.manner.retries || is_usable(args, answer) || !may_retry())
             return answer;
     }
 }
 
 std::string exchange_on_channel(const Request& request, const std::string& message, __send_args* args) {
-    if (request.client == PipeClient::kShared)
+    if (request.client == kShared)
         return exchange(request, NPClient_object, message, args);
     CNamePipeBase channel(command_pipe(), kPipeBufferSize, kPipeBufferSize);
     return exchange(request, channel, message, args);
@@ -180,7 +154,7 @@ int run(const Request& request, void* block) {
     trace_sent(request, message);
     const bool cancelled = args && get_atomic(&args->state) == TASK_CANCEL;
     std::string answer = cancelled ? std::string() : exchange_on_channel(request, message, args);
-    if (!request.awaits_answer)
+    if (!request.manner.awaits_answer)
         return 0;
     set_answer(std::move(answer));
     if (args && get_atomic(&args->state) != TASK_CANCEL)

@@ -13,48 +13,27 @@
 namespace relay_hub {
 namespace {
 
-struct OneSide {
-    const char* line;  // printed first; null for none
-    Outcome (*act)(const Pane& pane);
-};
-
 struct Row {
-    Action action;
+    Outcome (*local)(const Pane& pane);
+    Outcome (*remote)(const Pane& pane);
     bool takes_selection;
-    bool busy_reload;  // the busy dialog also over a list that is read quickly
-    OneSide local;
-    OneSide remote;
+    bool busy_reload = false;  // the busy dialog also over a list that is read quickly
 };
 
 Outcome only_reload(const Pane&) {
     return {};
 }
 
+// In the order of Action.
 constexpr Row kActions[] = {
-    {Action::make_folder,
-     false,
-     false,
-     {"left_popup_menu_mkdir", make_local_folder},
-     {"right_popup_menu_mkdir", make_remote_folder}},
-    {Action::rename,
-     true,
-     false,
-     {"left_popup_menu_rename", rename_local_entry},
-     {"right_popup_menu_rename", rename_remote_entry}},
-    {Action::remove,
-     true,
-     false,
-     {nullptr, trash_local_entries},
-     {"right_popup_menu_delete", trash_remote_entries}},
-    {Action::refresh, false, true, {nullptr, only_reload}, {nullptr, only_reload}},
-    {Action::copy, true, false, {"left_popup_menu_copy", copy_local_entries}, {nullptr, copy_remote_entries}},
-    {Action::paste, false, false, {nullptr, paste_locally}, {"right_popup_menu_paste", paste_remotely}},
-    {Action::cut, true, false, {nullptr, cut_local_entries}, {nullptr, cut_remote_entries}},
-    {Action::copy_across,
-     true,
-     false,
-     {nullptr, copy_local_entries_across},
-     {nullptr, copy_remote_entries_across}},
+    {make_local_folder, make_remote_folder, false},
+    {rename_local_entry, rename_remote_entry, true},
+    {trash_local_entries, trash_remote_entries, true},
+    {only_reload, only_reload, false, true},
+    {copy_local_entries, copy_remote_entries, true},
+    {paste_locally, paste_remotely, false},
+    {cut_local_entries, cut_remote_entries, true},
+    {copy_local_entries_across, copy_remote_entries_across, true},
 };
 
 const Row& row_of(Action action) {
@@ -75,17 +54,16 @@ int reload_and_select(const Pane& pane, const Outcome& outcome) {
 
 }  // namespace
 
-int run_action(const Pane& pane, Action action) {
+int run_action(const Pane& pane, Action action, const char* line) {
     if (window_is_closing())
         return -1;
     const WindowWork work;
     const Row& row = row_of(action);
-    const OneSide& side = pane.is_remote() ? row.remote : row.local;
-    if (side.line != nullptr)
-        std::puts(side.line);
+    if (line != nullptr)
+        std::puts(line);
     if (row.takes_selection && !pane.may_act_on(pane.selection()))
         return -1;
-    const Outcome outcome = side.act(pane);
+    const Outcome outcome = (pane.is_remote() ? row.remote : row.local)(pane);
     if (!outcome.reload)
         return outcome.result.value_or(0);
     std::optional<BusyDialog> busy;

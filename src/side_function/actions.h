@@ -8,8 +8,8 @@ namespace relay_hub {
 // In the table's order.
 enum class Action { make_folder, rename, remove, refresh, copy, paste, cut, copy_across };
 
-// Prints the action's line, acts, reads the list again and selects what the action leaves selected. The
-// action's result; -1 at once when the program is closing.
-int run_action(const Pane& pane, Action action);
+// Prints the line, unless it is null, acts, reads the list again and selects what the action leaves selected.
+// The action's result; -1 at once when the program is closing.
+int run_action(const Pane& pane, Action action, const char* line = nullptr);
 
 }  // namespace relay_hub

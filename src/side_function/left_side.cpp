@@ -1,6 +1,6 @@
 #include "side_function/left_side.h"
 
-#include "base/glib_owners.h"
+#include "base/path_text.h"
 #include "side_function/actions.h"
 #include "window/closing.h"
 #include "window/drive_box.h"
@@ -17,17 +17,14 @@ int left_combobox_load_partition(GtkWidget*, gpointer) {
     if (relay_hub::window_is_closing())
         return -1;
     GtkWidget* const combo = Pane::local().widgets().drive_combo;
-    if (const char* const home = g_get_home_dir()) {
-        const relay_hub::GText label(g_path_get_basename(home));
-        append_combobox_item(combo, "gtk-home", label.get(), home);
-    }
-    const relay_hub::GText label(g_path_get_basename("/"));
-    append_combobox_item(combo, "gtk-directory", label.get(), "/");
+    if (const char* const home = g_get_home_dir())
+        append_combobox_item(combo, "gtk-home", relay_hub::base_name(home).c_str(), home);
+    append_combobox_item(combo, "gtk-directory", "/", "/");
     return 0;
 }
 
 int left_popup_menu_mkdir(GtkWidget*, gpointer) {
-    return run_action(Pane::local(), Action::make_folder);
+    return run_action(Pane::local(), Action::make_folder, __func__);
 }
 
 int left_popup_menu_delete(GtkWidget*, gpointer) {
@@ -35,7 +32,7 @@ int left_popup_menu_delete(GtkWidget*, gpointer) {
 }
 
 int left_popup_menu_rename(GtkWidget*, gpointer) {
-    return run_action(Pane::local(), Action::rename);
+    return run_action(Pane::local(), Action::rename, __func__);
 }
 
 int left_popup_menu_refresh(GtkWidget*, gpointer) {
@@ -43,7 +40,7 @@ int left_popup_menu_refresh(GtkWidget*, gpointer) {
 }
 
 int left_popup_menu_copy(GtkWidget*, gpointer) {
-    return run_action(Pane::local(), Action::copy);
+    return run_action(Pane::local(), Action::copy, __func__);
 }
 
 int left_popup_menu_paste(GtkWidget*, gpointer) {

@@ -1,7 +1,6 @@
 #include "side_function/link_probes.h"
 
 #include "link_engine/answer_slot.h"
-#include "link_engine/command_runner.h"
 #include "link_engine/request_builders.h"
 #include "name_pipe/channel_lock.h"
 #include "window/closing.h"
@@ -13,20 +12,9 @@ namespace {
 
 using relay_hub::AnswerCell;
 using relay_hub::AnswerScope;
+using relay_hub::ask_engine;
 
 constexpr int kProbeLimitSeconds = 20;
-
-// Through the runner, from the window's thread.
-int probe(command_start_t start, command_finish_t finish, int limit_seconds, int code) {
-    if (relay_hub::window_is_closing())
-        return -1;
-    const relay_hub::WindowWork work;
-    __send_args args;
-    args.timeout_seconds = limit_seconds;
-    args.command_code = code;
-    args.parent_window = relay_hub::message_parent();
-    return send_command_t(start, finish, &args);
-}
 
 // On the calling thread.
 AnswerCell ask_directly(command_start_t start, int code) {
@@ -54,6 +42,17 @@ bool read_on_window(command_finish_t finish, AnswerCell answer) {
 
 }  // namespace
 
+int relay_hub::ask_engine(command_start_t start, command_finish_t finish, int code, int limit_seconds) {
+    if (window_is_closing())
+        return -1;
+    const WindowWork work;
+    __send_args args;
+    args.timeout_seconds = limit_seconds;
+    args.command_code = code;
+    args.parent_window = message_parent();
+    return send_command_t(start, finish, &args);
+}
+
 int right_combobox_load_partition_nothread() {
     if (read_on_window(get_NP_VAL_CMD_GET_REMOTE_SPECIAL_PATH,
                        ask_directly(set_NP_VAL_CMD_GET_REMOTE_SPECIAL_PATH, kCodeSpecialPath)))
@@ -63,23 +62,23 @@ int right_combobox_load_partition_nothread() {
 }
 
 int link_engine_heartbeat() {
-    return probe(set_NP_VAL_CMD_CHECK_FOR_HEARTBEAT, get_NP_VAL_CMD_CHECK_FOR_HEARTBEAT, kProbeLimitSeconds,
-                 kCodeHeartbeat);
+    return ask_engine(set_NP_VAL_CMD_CHECK_FOR_HEARTBEAT, get_NP_VAL_CMD_CHECK_FOR_HEARTBEAT, kCodeHeartbeat,
+                      kProbeLimitSeconds);
 }
 
 int link_engine_connection_status() {
-    return probe(set_NP_VAL_CMD_CHECK_CONNECTION_STATUS, get_NP_VAL_CMD_CHECK_CONNECTION_STATUS, kNoTimeLimit,
-                 kCodeConnectionStatus);
+    return ask_engine(set_NP_VAL_CMD_CHECK_CONNECTION_STATUS, get_NP_VAL_CMD_CHECK_CONNECTION_STATUS,
+                      kCodeConnectionStatus);
 }
 
 int offline_connection_status() {
-    return probe(set_NP_VAL_CMD_CHECK_CONNECTION_STATUS, get_NP_VAL_CMD_CHECK_CONNECTION_STATUS_offline,
-                 kNoTimeLimit, kCodeConnectionStatus);
+    return ask_engine(set_NP_VAL_CMD_CHECK_CONNECTION_STATUS, get_NP_VAL_CMD_CHECK_CONNECTION_STATUS_offline,
+                      kCodeConnectionStatus);
 }
 
 int link_engine_remote_online() {
-    return probe(set_NP_VAL_CMD_CHECK_REMOTE_ONLINE, get_NP_VAL_CMD_CHECK_REMOTE_ONLINE, kProbeLimitSeconds,
-                 kCodeRemoteOnline);
+    return ask_engine(set_NP_VAL_CMD_CHECK_REMOTE_ONLINE, get_NP_VAL_CMD_CHECK_REMOTE_ONLINE,
+                      kCodeRemoteOnline, kProbeLimitSeconds);
 }
 
 int link_engine_remote_online_nothread() {

@@ -78,14 +78,14 @@ Outcome make_local_folder(const Pane& pane) {
     std::printf("create name [%s]\n", path.c_str());
     if (::mkdir(path.c_str(), kNewFolderMode) != 0)
         show_failure("IDS_MSG_ERR_FAIL_TO_CREATE_FOLDER", path, errno);
-    return Outcome::selecting({name}, name);
+    return {.names = {name}, .cursor = name};
 }
 
 Outcome rename_local_entry(const Pane& pane) {
     const std::string old_name = name_to_rename(pane.list());
     if (old_name.empty())
         return Outcome::nothing(-1);
-    Outcome outcome = Outcome::selecting(pane.selection(), old_name);
+    Outcome outcome{.names = pane.selection(), .cursor = old_name};
     const std::string new_name = ask_new_name(pane, old_name);
     if (new_name.empty())
         return Outcome::nothing(0);
@@ -100,7 +100,7 @@ Outcome trash_local_entries(const Pane& pane) {
     const std::vector<std::string> names = pane.selection();
     if (names.empty())
         return Outcome::nothing(-1);
-    Outcome outcome = Outcome::selecting_near(pane.first_selected_position());
+    Outcome outcome{.position = pane.first_selected_position()};
     outcome.result = trash_from_local_folder(names, pane.folder());
     return outcome;
 }
@@ -124,7 +124,7 @@ Outcome paste_locally(const Pane& pane) {
                          : -1;
             break;
         case kCopiedRemotely:
-            result = copy_to_local_folder(remote_copy, kept_remote_copy());
+            result = copy_to_local_folder(remote_copy, copy_source.copied);
             break;
         default:
             paste_offered_files(pane);

@@ -116,7 +116,7 @@ Outcome make_remote_folder(const Pane& pane) {
     args.source_path_hex = traced_unicode_hex(args.source_path);
     CleanUpInformationVar();
     free_return_message();
-    Outcome outcome = Outcome::selecting({name}, name);
+    Outcome outcome{.names = {name}, .cursor = name};
     outcome.result = send_busily(set_NP_VAL_CMD_CREATE_FOLDER, get_NP_VAL_CMD_CREATE_FOLDER, args);
     outcome.reload = !args.given_up;
     report_folder_result(*outcome.result, args.source_path);
@@ -125,7 +125,7 @@ Outcome make_remote_folder(const Pane& pane) {
 }
 
 Outcome rename_remote_entry(const Pane& pane) {
-    Outcome outcome = Outcome::selecting(pane.selection(), name_to_rename(pane.list()));
+    Outcome outcome{.names = pane.selection(), .cursor = name_to_rename(pane.list())};
     CleanUpInformationVar();
     if (outcome.cursor.empty())
         return outcome;
@@ -138,7 +138,7 @@ Outcome rename_remote_entry(const Pane& pane) {
 }
 
 Outcome trash_remote_entries(const Pane& pane) {
-    Outcome outcome = Outcome::selecting_near(pane.first_selected_position());
+    Outcome outcome{.position = pane.first_selected_position()};
     const auto transfer = std::make_shared<Transfer>(TASK_DEL);
     trash_remotely(*transfer, pane.selected_paths());
     outcome.reload = !transfer->was_given_up();
@@ -170,8 +170,7 @@ Outcome copy_remote_entries_across(const Pane& pane) {
     if (paths.empty())
         return Outcome::nothing(-1);
     remember_remote_selection(pane.list(), pane.folder());
-    return Outcome::nothing(
-        copy_to_local_folder([&] { return Offer{paths}; }, remembered_remote_selection()));
+    return Outcome::nothing(copy_to_local_folder([&] { return Offer{paths}; }, copy_source.remembered));
 }
 
 }  // namespace relay_hub
