@@ -18,15 +18,16 @@
 #include "side_function/link_probes.h"
 #include "side_function/pane.h"
 #include "tree_view_op/file_list_view.h"
+#include "tree_view_op/icon_sort.h"
 #include "ui/window_state.h"
 #include "util/Zev_file_op.h"
 #include "util/path_kind.h"
 #include "util/path_stack.h"
 #include "window/closing.h"
-#include "window/closing_watchdog.h"
 #include "window/dialogs/message_dialog.h"
 #include "window/dialogs/search_dialog.h"
 #include "window/drive_box.h"
+#include "window/end_process.h"
 #include "window/window_thread.h"
 
 namespace relay_hub {
@@ -42,11 +43,6 @@ GtkWidget* main_window() {
 void tell_no_access() {
     show_message_dialog(main_window(), translated("IDS_ERROR_DISPLAY"),
                         translated("IDS_ERROR_NO_PERMISSION"));
-}
-
-void tell_no_folder(const std::string& path) {
-    const std::string text = fill_translated("IDS_NO_DATA", {shown_text(path)});
-    show_message_dialog(main_window(), text.c_str(), translated("IDS_ERROR_PATH"));
 }
 
 // The absolute path of a folder that may be listed; empty, after telling the user, for anything else.
@@ -85,8 +81,7 @@ bool open_local_folder(__single* side, const std::string& path, Entry entry) {
 std::string nearest_parent(const std::string& folder) {
     std::string parent = join_local_path(folder, "..");
     for (std::string path = folder; g_file_test(parent.c_str(), G_FILE_TEST_IS_DIR) == FALSE;) {
-        path = GText(g_path_get_dirname(path.c_str())).get();
-        parent = path;
+        parent = path = parent_path(path);
     }
     return parent;
 }
@@ -239,13 +234,8 @@ void open_sub_folder(__single* side, const std::string& name) {
 }
 
 void open_parent_folder(__single* side) {
-    GtkTreeModel* model = gtk_tree_view_get_model(GTK_TREE_VIEW(side->tree_view));
-    GtkTreeIter iter;
-    // The digit groups of a descending sort put the parent row behind the files.
-    for (gboolean more = gtk_tree_model_get_iter_first(model, &iter); more;
-         more = gtk_tree_model_iter_next(model, &iter))
-        if (row_text(model, &iter, kColumnKind) == kKindParent)
-            return open_sub_folder(side, "..");
+    if (find_parent_row(gtk_tree_view_get_model(GTK_TREE_VIEW(side->tree_view))))
+        open_sub_folder(side, "..");
 }
 
 void toggle_hidden_files() {
@@ -319,14 +309,9 @@ void reload_remote_folder() {
 void sort_by_name(const __single* side) {
     if (order_is_remembered(side))
         return;
-    GtkTreeView* tree_view = GTK_TREE_VIEW(side->tree_view);
-    int column = 0;
-    GtkSortType order = GTK_SORT_DESCENDING;
-    const bool sorted = gtk_tree_sortable_get_sort_column_id(
-                            GTK_TREE_SORTABLE(gtk_tree_view_get_model(tree_view)), &column, &order) != FALSE;
     // A click on a list that is sorted so already would turn it round.
-    if (!sorted || column != 0 || order != GTK_SORT_ASCENDING)
-        gtk_tree_view_column_clicked(gtk_tree_view_get_column(tree_view, 0));
+    if (sort_of(list_store_of(side->tree_view)) != SortState{0, GTK_SORT_ASCENDING})
+        gtk_tree_view_column_clicked(gtk_tree_view_get_column(GTK_TREE_VIEW(side->tree_view), 0));
 }
 
 }  // namespace relay_hub

@@ -16,7 +16,7 @@ __single* other_side(const __single* side);
 void open_sub_folder(__single* side, const std::string& name);
 // Opens the folder above, where there is one.
 void open_parent_folder(__single* side);
-// Shows or leaves out the local files whose names begin with "."; the engine decides for the remote ones.
+// Shows or hides the local files whose names begin with "."; for the remote list the engine decides.
 void toggle_hidden_files();
 // Opens what stands in the path entry.
 void open_typed_path(__single* side);

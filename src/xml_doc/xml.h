@@ -191,9 +191,9 @@ class CXML {
     struct ByName {
         using is_transparent = void;
         using Owned = std::unique_ptr<CAttribute>;
-        bool operator()(const Owned& a, const Owned& b) const;
-        bool operator()(const Owned& a, std::string_view b) const;
-        bool operator()(std::string_view a, const Owned& b) const;
+        static std::string_view name(std::string_view text) { return text; }
+        static std::string_view name(const Owned& attribute) { return attribute->GetAttributeName().view(); }
+        bool operator()(const auto& a, const auto& b) const { return name(a) < name(b); }
     };
     using AttributeSet = std::set<std::unique_ptr<CAttribute>, ByName>;
     struct Attributes {

@@ -1,18 +1,6 @@
 #include "xml_doc/number_text.h"
 #include "xml_doc/xml.h"
 
-bool CXML::ByName::operator()(const Owned& a, const Owned& b) const {
-    return a->GetAttributeName().view() < b->GetAttributeName().view();
-}
-
-bool CXML::ByName::operator()(const Owned& a, std::string_view b) const {
-    return a->GetAttributeName().view() < b;
-}
-
-bool CXML::ByName::operator()(std::string_view a, const Owned& b) const {
-    return a < b->GetAttributeName().view();
-}
-
 void CXML::SetAttr(const char* name, long value) {
     CMabString text;
     text = value;

@@ -8,8 +8,6 @@
 #include <string_view>
 #include <utility>
 
-#include "base/shown_text.h"
-#include "base/translated_text.h"
 #include "link_engine/answer_slot.h"
 #include "link_engine/message_names.h"
 #include "link_engine/transfer_state.h"
@@ -18,7 +16,6 @@
 #include "util/path_kind.h"
 #include "window/closing.h"
 #include "window/dialogs/message_dialog.h"
-#include "window/message_parent.h"
 #include "xml_op/fill_widgets.h"
 #include "xml_op/parsed_answer.h"
 
@@ -32,14 +29,6 @@ using relay_hub::XmlText;
 
 // The engine's reason of the last create-folder failure; the remote pane frees it around each request.
 std::string g_return_message;
-
-void tell_no_data(const std::string& path) {
-    if (relay_hub::window_is_closing())
-        return;
-    const std::string message = relay_hub::fill_translated("IDS_NO_DATA", {relay_hub::shown_text(path)});
-    show_message_dialog(relay_hub::message_parent(), message.c_str(),
-                        relay_hub::translated("IDS_ERROR_PATH"));
-}
 
 std::optional<std::uint64_t> bytes_of(std::string_view digits) {
     std::uint64_t bytes = 0;
@@ -112,20 +101,12 @@ int judge_flag(const ParsedAnswer& answer, const char* tag) {
     return flag == nullptr || std::strcmp(text_of(flag), wire::kNo) == 0 ? -1 : 0;
 }
 
-int judge_heartbeat(const ParsedAnswer& answer) {
-    return judge_flag(answer, wire::kServerIsLive);
-}
-
 int judge_online(const ParsedAnswer& answer) {
     return answer.result() == 0 ? judge_flag(answer, wire::kRemoteIsOnline) : -1;
 }
 
 int judge_connection(const ParsedAnswer& answer) {
     return judge_flag(answer, wire::kDeviceOn) == 0 ? judge_flag(answer, wire::kApplicationOn) : -1;
-}
-
-int judge_local_device(const ParsedAnswer& answer) {
-    return judge_flag(answer, wire::kLocalDeviceOn);
 }
 
 ParsedAnswer given_answer(const char* text) {
@@ -150,7 +131,7 @@ int get_NP_VAL_CMD_GET_FILE_LIST(__send_args* args) {
         report(RIGHT_SIDE_HERE, text_of(list->answer->field(wire::kResult)));
         args->unlisted = true;
         if (args->tell_unlisted)
-            tell_no_data(args->list_path);
+            relay_hub::tell_no_folder(args->list_path);
     } else {
         report(RIGHT_SIDE_HERE, "no folder list in the answer, folder", args->list_path);
     }
@@ -222,7 +203,7 @@ int get_NP_VAL_CMD_CHECK_CONNECTION_STATUS(__send_args*) {
 }
 
 int get_NP_VAL_CMD_CHECK_CONNECTION_STATUS_offline(__send_args*) {
-    return judge_local_device(ParsedAnswer::take(RIGHT_SIDE_HERE));
+    return judge_flag(ParsedAnswer::take(RIGHT_SIDE_HERE), wire::kLocalDeviceOn);
 }
 
 int get_NP_VAL_CMD_CHECK_REMOTE_ONLINE(__send_args*) {
@@ -230,7 +211,7 @@ int get_NP_VAL_CMD_CHECK_REMOTE_ONLINE(__send_args*) {
 }
 
 int get_NP_VAL_CMD_CHECK_FOR_HEARTBEAT(__send_args*) {
-    return judge_heartbeat(ParsedAnswer::take(RIGHT_SIDE_HERE));
+    return judge_flag(ParsedAnswer::take(RIGHT_SIDE_HERE), wire::kServerIsLive);
 }
 
 namespace relay_hub {
@@ -250,7 +231,7 @@ void free_return_message() {
 }
 
 int judge_connection_status_offline(const char* answer) {
-    return judge_local_device(given_answer(answer));
+    return judge_flag(given_answer(answer), wire::kLocalDeviceOn);
 }
 
 int judge_remote_online(const char* answer) {

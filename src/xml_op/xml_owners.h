@@ -5,20 +5,17 @@
 
 #include <memory>
 
+#include "base/freed_by.h"
+
 namespace relay_hub {
 
-struct XmlDocFree {
-    void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
-};
+// xmlFree is a variable.
 struct XmlTextFree {
     void operator()(xmlChar* text) const { xmlFree(text); }
 };
-struct XmlParserFree {
-    void operator()(xmlParserCtxt* parser) const { xmlFreeParserCtxt(parser); }
-};
 
-using XmlDocPtr = std::unique_ptr<xmlDoc, XmlDocFree>;
+using XmlDocPtr = std::unique_ptr<xmlDoc, FreedBy<xmlFreeDoc>>;
 using XmlText = std::unique_ptr<xmlChar, XmlTextFree>;
-using XmlParser = std::unique_ptr<xmlParserCtxt, XmlParserFree>;
+using XmlParser = std::unique_ptr<xmlParserCtxt, FreedBy<xmlFreeParserCtxt>>;
 
 }  // namespace relay_hub

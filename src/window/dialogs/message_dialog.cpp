@@ -3,9 +3,11 @@
 #include <string>
 #include <vector>
 
+#include "base/shown_text.h"
 #include "base/translated_text.h"
 #include "window/closing.h"
 #include "window/dialogs/dialog_parts.h"
+#include "window/message_parent.h"
 
 namespace relay_hub {
 namespace {
@@ -64,6 +66,11 @@ std::string with_single_percents(std::string text) {
 
 void show_error_box(GtkWidget* parent, GtkButtonsType buttons, const char* primary, const char* secondary) {
     run_error_box(parent, buttons, primary, secondary != nullptr ? secondary : "");
+}
+
+void tell_no_folder(const std::string& path) {
+    const std::string text = fill_translated("IDS_NO_DATA", {shown_text(path)});
+    show_message_dialog(message_parent(), text.c_str(), translated("IDS_ERROR_PATH"));
 }
 
 bool ask_to_try_again(GtkWidget* parent, const char* text) {

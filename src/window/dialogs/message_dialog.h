@@ -4,6 +4,8 @@
 // Window's thread.
 #include <gtk/gtk.h>
 
+#include <string>
+
 // Error box with one OK button. In primary "%%" shows as "%". secondary may be null.
 void show_message_dialog(GtkWidget* parent, const char* primary, const char* secondary);
 
@@ -13,5 +15,7 @@ namespace relay_hub {
 void show_error_box(GtkWidget* parent, GtkButtonsType buttons, const char* primary, const char* secondary);
 // The same with the buttons "Try again" and OK. True for the first.
 bool ask_to_try_again(GtkWidget* parent, const char* text);
+// The box about a folder that is not there or cannot be listed, over message_parent().
+void tell_no_folder(const std::string& path);
 
 }  // namespace relay_hub

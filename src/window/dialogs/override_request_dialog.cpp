@@ -96,14 +96,9 @@ GtkWidget* new_for_all_box(GtkWidget* dialog) {
 }
 
 int for_all_that_follow(int response) {
-    switch (response) {
-        case REQUEST_YES:
-            return REQUEST_ALL;
-        case REQUEST_NO:
-            return kRequestSkipAll;
-        default:
-            return response;
-    }
+    if (response == REQUEST_YES)
+        return REQUEST_ALL;
+    return response == REQUEST_NO ? kRequestSkipAll : response;
 }
 
 // Opens boxes over the window that is on top when their turn comes.
