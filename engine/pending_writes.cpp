@@ -35,7 +35,7 @@ void PendingWrites::add_file(std::unique_ptr<FileSink> sink, const std::string& 
 }
 
 void PendingWrites::add_made_folder(const std::string& folder, const Entry& entry) {
-    made_folders_.emplace_back(folder, entry);
+    made_folders_.push_back({folder, entry});
     path_bytes_ += folder.size() + sizeof(Entry);
     add_touched(folder);
 }
@@ -83,25 +83,30 @@ void PendingWrites::commit(bool all) {
     }
 }
 
-// One that its owner may not write in could not take what a repeat brings.
-Error PendingWrites::complete_folder(const std::string& folder, const Entry& entry) {
-    const auto missing = missing_in_.extract(folder);
-    if (!missing.empty() && !is_filled_as_it_is(entry))
-        return missing.mapped();
-    return target_.set_attributes(folder, entry);
+void PendingWrites::complete_folders() {
+    std::vector<FolderAttributes> complete;
+    for (FolderAttributes& folder : std::exchange(made_folders_, {})) {
+        const auto missing = missing_in_.extract(folder.path);
+        // One that its owner may not write in could not take what a repeat brings.
+        if (missing.empty() || is_filled_as_it_is(folder.entry))
+            complete.push_back(std::move(folder));
+        else
+            failed_.folder(folder.path, missing.mapped());
+    }
+    const std::vector<Error> results = target_.set_attributes(complete);
+    for (std::size_t i = 0; i < results.size(); ++i) {
+        if (results[i])
+            failed_.folder(complete[i].path, results[i]);
+    }
 }
 
 void PendingWrites::settle() {
-    for (const auto& [folder, entry] : made_folders_) {
-        if (const Error error = complete_folder(folder, entry); error)
-            failed_.folder(folder, error);
-    }
+    complete_folders();
     const std::vector<std::string> touched(touched_.begin(), touched_.end());
     if (!touched.empty()) {
         if (const Error error = target_.settle(touched); error)
             failed_.folder(touched.front(), error);
     }
-    made_folders_.clear();
     touched_.clear();
     path_bytes_ = 0;
 }

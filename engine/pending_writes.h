@@ -54,7 +54,8 @@ class PendingWrites {
     };
     void commit(bool all);
     void settle();
-    Error complete_folder(const std::string& folder, const Entry& entry);
+    // Modes and times of the made folders.
+    void complete_folders();
 
     RemoteFileSystem& target_;
     FailureSink failed_;
@@ -62,8 +63,8 @@ class PendingWrites {
     std::vector<std::unique_ptr<FileSink>> sinks_;
     std::vector<File> files_;  // of each sink
     std::uint64_t waiting_bytes_ = 0;
-    std::vector<std::pair<std::string, Entry>> made_folders_;  // inner ones first
-    std::map<std::string, Error> missing_in_;                  // of folders that a repeat can complete
+    std::vector<FolderAttributes> made_folders_;  // inner ones first
+    std::map<std::string, Error> missing_in_;     // of folders that a repeat can complete
     std::set<std::string> touched_;
     std::size_t path_bytes_ = 0;  // of all three
     bool settling_ = false;

@@ -125,6 +125,11 @@ struct FileToRead {
     Entry entry;
 };
 
+struct FolderAttributes {
+    std::string path;
+    Entry entry;
+};
+
 class RemoteFileSystem {
   public:
     RemoteFileSystem() = default;
@@ -182,8 +187,8 @@ class RemoteFileSystem {
     // As open_sink and commit in one, for a link.
     virtual Error make_link(const std::string& path, const std::string& target, const Entry& entry,
                             bool replace) = 0;
-    // Mode and times of a folder.
-    virtual Error set_attributes(const std::string& path, const Entry& entry) = 0;
+    // Modes and times of folders, one after the other; a result for each.
+    virtual std::vector<Error> set_attributes(std::span<const FolderAttributes> folders) = 0;
     // Never over something that is there: EEXIST.
     virtual Error rename(const std::string& from, const std::string& to) = 0;
     // Removes for good; a folder with all it holds. failed names the item that could not be removed.

@@ -298,11 +298,14 @@ Error FolderFileSystem::make_link(const std::string& path, const std::string& ta
     return place_link(parent->get(), name, target, replace, times.data());
 }
 
-Error FolderFileSystem::set_attributes(const std::string& path, const Entry& entry) {
-    FileDescriptor opened;
-    if (const int error = tree_.open(path, O_RDONLY | O_NONBLOCK | O_NOFOLLOW, opened); error != 0)
-        return error;
-    return apply_attributes(opened.get(), entry);
+std::vector<Error> FolderFileSystem::set_attributes(std::span<const FolderAttributes> folders) {
+    std::vector<Error> results;
+    for (const auto& [path, entry] : folders) {
+        FileDescriptor opened;
+        const int error = tree_.open(path, O_RDONLY | O_NONBLOCK | O_NOFOLLOW, opened);
+        results.emplace_back(error != 0 ? error : apply_attributes(opened.get(), entry));
+    }
+    return results;
 }
 
 Error FolderFileSystem::rename(const std::string& from, const std::string& to) {

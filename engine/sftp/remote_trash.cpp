@@ -25,7 +25,8 @@ bool is_folder(Session& session, const std::string& path) {
 Error need_folder(Session& session, const std::string& path) {
     if (is_folder(session, path))
         return {};
-    return session.make_folder(path, S_IRWXU);
+    PendingReply making = session.send_make_folder(path, S_IRWXU);
+    return session.take_status(making);
 }
 
 // EREMOTEIO when the name is taken.

@@ -186,6 +186,12 @@ PendingReply Session::send_read_folder(const std::string& handle) {
     return connection_->send({PacketType::kReaddir, PacketType::kName}, Fields().add(handle));
 }
 
+PendingReply Session::send_make_folder(const std::string& path, std::uint32_t mode) {
+    Attributes attributes;
+    attributes.permissions = mode;
+    return connection_->send({PacketType::kMkdir}, Fields().add(path).add(attributes));
+}
+
 PendingReply Session::send_remove(const std::string& path) {
     return connection_->send({PacketType::kRemove}, Fields().add(path));
 }
@@ -198,13 +204,6 @@ PendingReply Session::send_rename(const std::string& from, const std::string& to
     if (replace)
         return connection_->send({PacketType::kExtended}, extended(kPosixRename).add(from).add(to));
     return connection_->send({PacketType::kRename}, Fields().add(from).add(to));
-}
-
-Error Session::make_folder(const std::string& path, std::uint32_t mode) {
-    Attributes attributes;
-    attributes.permissions = mode;
-    PendingReply reply = connection_->send({PacketType::kMkdir}, Fields().add(path).add(attributes));
-    return take_status(reply);
 }
 
 Error Session::make_link(const std::string& path, const std::string& target) {

@@ -49,6 +49,7 @@ class Session {
     PendingReply send_stat(const std::string& path);
     PendingReply send_open_folder(const std::string& path);
     PendingReply send_read_folder(const std::string& handle);
+    PendingReply send_make_folder(const std::string& path, std::uint32_t mode);
     PendingReply send_remove(const std::string& path);
     PendingReply send_remove_folder(const std::string& path);
     // replace: takes the place of a file that is there; only where the server can. Without it, a taken name
@@ -62,7 +63,6 @@ class Session {
     Error take_attributes(PendingReply& reply, Attributes& attributes);
     Error take_names(PendingReply& reply, std::vector<NamedEntry>& names);
 
-    Error make_folder(const std::string& path, std::uint32_t mode);
     // Anything, to a name that is free: EEXIST.
     Error rename_to_free(const std::string& from, const std::string& to);
     // EEXIST for a taken name.

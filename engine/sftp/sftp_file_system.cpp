@@ -1,6 +1,7 @@
 #include "engine/sftp/sftp_file_system.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <utility>
 
@@ -314,7 +315,9 @@ Error SftpFileSystem::make_folder(const std::string& path, mode_t mode) {
     std::shared_ptr<Session> session;
     if (Error error = begin(session); error)
         return error;
-    const Error error = session->make_folder(server_path(path), mode);
+    PendingReply making = session->send_make_folder(server_path(path), mode);
+    pipeline_.advance_until(making);
+    const Error error = session->take_status(making);
     Attributes existing;
     if (error.number == EREMOTEIO && !session->lstat(server_path(path), existing))
         return EEXIST;
@@ -356,22 +359,35 @@ Error SftpFileSystem::make_link(const std::string& path, const std::string& targ
     return error;
 }
 
-Error SftpFileSystem::set_attributes(const std::string& path, const Entry& entry) {
+std::vector<Error> SftpFileSystem::set_attributes(std::span<const FolderAttributes> folders) {
     std::shared_ptr<Session> session;
     if (Error error = begin(session); error)
-        return error;
-    // The rights last: by them a folder is known that an earlier copy has not completed, and a server that
-    // ends between the two must leave it so.
-    const Attributes all = attributes_of(entry);
-    Attributes times;
-    times.times = all.times;
-    Attributes rights;
-    rights.permissions = all.permissions;
-    PendingReply times_set = session->send_set_attributes(server_path(path), times, false);
-    PendingReply rights_set = session->send_set_attributes(server_path(path), rights, false);
-    const Error error = session->take_status(times_set);
-    const Error last_error = session->take_status(rights_set);
-    return error ? error : last_error;
+        return std::vector<Error>(folders.size(), error);
+    std::vector<Error> results;
+    results.reserve(folders.size());
+    std::deque<std::array<PendingReply, 2>> settings;
+    const auto take_oldest = [&] {
+        const Error of_times = session->take_status(settings.front()[0]);
+        const Error of_rights = session->take_status(settings.front()[1]);
+        results.push_back(of_times ? of_times : of_rights);
+        settings.pop_front();
+    };
+    for (const auto& [path, entry] : folders) {
+        if (settings.size() >= kMostInProgress)
+            take_oldest();
+        // The rights last: by them a folder is known that an earlier copy has not completed, and a server
+        // that ends between the two must leave it so.
+        const Attributes all = attributes_of(entry);
+        Attributes times;
+        times.times = all.times;
+        Attributes rights;
+        rights.permissions = all.permissions;
+        settings.push_back({session->send_set_attributes(server_path(path), times, false),
+                            session->send_set_attributes(server_path(path), rights, false)});
+    }
+    while (!settings.empty())
+        take_oldest();
+    return results;
 }
 
 Error SftpFileSystem::rename(const std::string& from, const std::string& to) {

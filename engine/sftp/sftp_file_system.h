@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -49,7 +50,7 @@ class SftpFileSystem : public RemoteFileSystem {
     Error make_folder(const std::string& path, mode_t mode) override;
     Error make_link(const std::string& path, const std::string& target, const Entry& entry,
                     bool replace) override;
-    Error set_attributes(const std::string& path, const Entry& entry) override;
+    std::vector<Error> set_attributes(std::span<const FolderAttributes> folders) override;
     Error rename(const std::string& from, const std::string& to) override;
     Error remove(const std::string& path, EntryKind kind, std::string& failed) override;
     Error move_to_trash(const std::string& path) override;

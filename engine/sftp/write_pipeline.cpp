@@ -34,4 +34,9 @@ void WritePipeline::complete(const PipelinedFile& file) {
         advance_first();
 }
 
+void WritePipeline::advance_until(const PendingReply& reply) {
+    for (advance(); !open_.empty() && !reply.arrived(); advance())
+        advance_first();
+}
+
 }  // namespace relay_hub::engine::sftp

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <deque>
 
+#include "engine/sftp/connection.h"
+
 namespace relay_hub::engine::sftp {
 
 // One such file. Its steps: open; content, attributes, sync and close; final name.
@@ -35,6 +37,8 @@ class WritePipeline {
     // Waits until the file is on the disk and its final name requested, or until it failed. For one that
     // joined.
     void complete(const PipelinedFile& file);
+    // Keeps the files going until the answer is there, or until none is open.
+    void advance_until(const PendingReply& reply);
 
   private:
     // Takes what has been answered, without waiting, and requests what follows.

@@ -59,7 +59,9 @@ class JudgingTree : public RemoteFileSystem {
     void sweep(const Path& folder) override { (void)judge(folder); }
     Error make_folder(const Path& path, mode_t) override { return refuse(path); }
     Error make_link(const Path& path, const Path&, const Entry&, bool) override { return refuse(path); }
-    Error set_attributes(const Path& path, const Entry&) override { return refuse(path); }
+    std::vector<Error> set_attributes(std::span<const FolderAttributes> folders) override {
+        return std::vector<Error>(folders.size(), folders.empty() ? 0 : refuse(folders.front().path));
+    }
     Error rename(const Path& from, const Path& to) override { return judge(from) + refuse(to); }
     Error remove(const Path& path, EntryKind, std::string& failed) override {
         failed = path;

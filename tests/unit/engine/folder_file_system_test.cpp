@@ -150,7 +150,7 @@ TEST_F(FolderFiles, SpecialBitsStayOnlyWhereOwnerAndGroupAreTheSources) {
         entry.mode = 07755;
         entry.owner = owner;
         const std::string path = make_folder("served/made");
-        EXPECT_EQ(remote_->set_attributes("made", entry), 0);
+        EXPECT_EQ(remote_->set_attributes({{{"made", entry}}}).front(), 0);
         EXPECT_EQ(mode_of(path), kept);
     }
     make_file("served/program", "x", 06755);
