@@ -68,6 +68,7 @@ struct CopyBatch::Level {
     std::size_t target_length = 0;
     Entry entry;
     bool made = false;
+    bool resumed = false;  // an earlier copy was cut short in it
     std::vector<Entry> children;
     std::size_t next = 0;
     std::size_t announced = 0;  // children up to here
@@ -301,6 +302,10 @@ bool CopyBatch::make_or_take_folder(const std::string& source, const Entry& entr
         // Sweeping reads the folder anyway, and a tree may keep what it read just before.
         level.lookup = FolderLookup(target_.files, target, FolderLookup::kManyLookups);
         target_.files.sweep(target);
+        // One that holds nothing else is taken for such a folder as well; its rights may be the user's own.
+        level.resumed = !level.made && !is_same_time(present.modified, entry.modified) &&
+                        level.lookup.holds_only(level.children);
+        level.entry.has_mode = level.entry.has_mode && !level.resumed;
         return true;
     }
     if (!succeeded(source, target_.files.make_folder(target, mode_to_fill(level.entry))))
@@ -322,7 +327,7 @@ void CopyBatch::copy_below() {
             copy_entry(join_path(source_path_, child.name), child, target_path_, level.lookup);
             continue;
         }
-        if (level.made)
+        if (level.made || level.resumed)
             pending_.add_made_folder(target_path_, level.entry);
         // Shortened to what stood before: one string for any depth.
         source_path_.resize(level.source_length);
@@ -367,6 +372,9 @@ CopyBatch::Verdict CopyBatch::judge_target(const std::string& source, const Entr
         return Verdict::kPresent;
     if (!succeeded(source, wrong))
         return Verdict::kLeave;
+    // No copy left such a file, so the folder is the user's own.
+    if (!levels_.empty())
+        levels_.back().resumed = false;
     if (may_replace(target, entry, present))
         return Verdict::kReplace;
     doubt(source);

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <functional>
+#include <set>
+#include <string_view>
 #include <utility>
 
 namespace relay_hub::engine {
@@ -45,6 +47,14 @@ Error FolderLookup::find(const std::string& folder, const std::string& name, Ent
     }
     entry = *found;
     return {};
+}
+
+bool FolderLookup::holds_only(const std::vector<Entry>& entries) const {
+    std::set<std::string_view> names;
+    for (const Entry& entry : entries)
+        names.insert(entry.name);
+    return files_ == nullptr &&
+           std::ranges::all_of(entries_, [&](const Entry& held) { return names.contains(held.name); });
 }
 
 }  // namespace relay_hub::engine

@@ -20,6 +20,8 @@ class FolderLookup {
     FolderLookup(RemoteFileSystem& files, const std::string& folder, std::size_t lookups);
     // folder as before. ENOENT when there is none.
     Error find(const std::string& folder, const std::string& name, Entry& entry) const;
+    // Whether the folder is known to hold nothing beside these.
+    [[nodiscard]] bool holds_only(const std::vector<Entry>& entries) const;
 
   private:
     RemoteFileSystem* files_ = nullptr;  // null: the entries are all there is

@@ -92,8 +92,12 @@ class SftpTest(unittest.TestCase):
             return {name: os.lstat(os.path.join(top, name)).st_ino for name in os.listdir(top)
                     if os.path.isfile(os.path.join(top, name))}
         before = nodes(there + "/set"), nodes(back + "/set")
+        os.utime(there + "/set", (5, 5))  # as of a copy that was cut short
         self.assertIn(OK, self.copy(True, source, there))
+        self.assertEqual(int(os.stat(there + "/set").st_mtime), int(os.stat(source).st_mtime))
+        os.mkdir(back + "/set/another")
         self.assertIn(OK, self.copy(False, back, there + "/set"))
+        self.assertNotEqual(int(os.stat(back + "/set").st_mtime), int(os.stat(source).st_mtime))
         self.assertEqual(before, (nodes(there + "/set"), nodes(back + "/set")))
         # Of a move the content counts: what only looks the same is replaced, and all has arrived.
         write(there + "/set/large", os.urandom(20 << 20), seconds=int(os.stat(source + "/large").st_mtime))
