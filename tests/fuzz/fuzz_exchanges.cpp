@@ -29,13 +29,7 @@ void answer_with(std::string_view bytes) {
     char request[4096];
     (void)!::read(in.get(), request, sizeof request);
     const FileDescriptor out(::open((base() + "_OUT").c_str(), O_WRONLY | O_CLOEXEC));
-    // A reader that wants no more leaves.
-    while (!bytes.empty()) {
-        const ssize_t count = ::write(out.get(), bytes.data(), bytes.size());
-        if (count <= 0)
-            return;
-        bytes.remove_prefix(static_cast<std::size_t>(count));
-    }
+    (void)write_all(out.get(), bytes.data(), bytes.size());  // a reader that wants no more leaves
 }
 
 template <typename Ask>

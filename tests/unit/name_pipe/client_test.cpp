@@ -14,10 +14,7 @@
 
 namespace {
 
-using namespace std::chrono_literals;
-using test::Clock;
-using test::kMarker;
-using test::Peer;
+using namespace test;
 
 class Client : public testing::Test {
   protected:
@@ -32,15 +29,15 @@ class Client : public testing::Test {
     }
 
     // One round of a server: takes the request, then answers as it is told to.
-    test::Background serve(std::function<void(Peer&)> answer) {
-        return test::Background([this, answer = std::move(answer)] {
+    Background serve(std::function<void(Peer&)> answer) {
+        return Background([this, answer = std::move(answer)] {
             Peer peer(base_);
             request_ = peer.as_server().take_request();
             answer(peer);
         });
     }
 
-    test::Sandbox folder_;
+    Sandbox folder_;
     std::string base_ = folder_.at("channel");
     std::string request_;  // read it when the server is joined
     CNamePipeBase channel_{base_, kPipeBufferSize, kPipeBufferSize};
@@ -48,7 +45,7 @@ class Client : public testing::Test {
 
 std::string padded(std::string text) {
     text.resize(kPipeBufferSize);
-    return test::frame(text);
+    return frame(text);
 }
 
 TEST_F(Client, EndsUpWithWhatThePeerGave) {
@@ -56,28 +53,28 @@ TEST_F(Client, EndsUpWithWhatThePeerGave) {
     using Serve = std::function<void(Peer&)>;  // once the peer has taken the request
     // Only a peer that pauses is waited for, two seconds.
     const std::tuple<const char*, std::string, bool, Serve> cases[] = {
-        {"short", "hello", false, [](Peer& p) { p.answer(test::frame("hello")), p.await_reader_gone(); }},
+        {"short", "hello", false, [](Peer& p) { p.answer(frame("hello")), p.await_reader_gone(); }},
         {"stops reading first", "late", false,
-         [](Peer& p) { p.close_in(), p.answer(test::frame("late")), p.await_reader_gone(); }},
-        {"empty", "", false, [](Peer& p) { p.answer(test::frame("")), p.await_reader_gone(); }},
-        {"large", large, false, [&large](Peer& p) { p.answer(test::frame(large)); }},
+         [](Peer& p) { p.close_in(), p.answer(frame("late")), p.await_reader_gone(); }},
+        {"empty", "", false, [](Peer& p) { p.answer(frame("")), p.await_reader_gone(); }},
+        {"large", large, false, [&large](Peer& p) { p.answer(frame(large)); }},
         {"byte by byte", "slowly", false,
          [](Peer& p) {
-             for (const char byte : test::frame("slowly"))
+             for (const char byte : frame("slowly"))
                  p.answer({byte}), std::this_thread::sleep_for(5ms);
          }},
         {"padded", "text", false, [](Peer& p) { p.answer(padded("text")); }},
         {"padding never comes", "text", false,
          [](Peer& p) { p.answer(padded("text").substr(0, 9)), p.await_reader_gone(); }},
         {"dies within the length", "", false, [](Peer& p) { p.answer("\x05"); }},
-        {"dies behind the length", "", false, [](Peer& p) { p.answer(test::length_field(10)); }},
-        {"dies within the body", "hal", false, [](Peer& p) { p.answer(test::frame("half").substr(0, 7)); }},
+        {"dies behind the length", "", false, [](Peer& p) { p.answer(length_field(10)); }},
+        {"dies within the body", "hal", false, [](Peer& p) { p.answer(frame("half").substr(0, 7)); }},
         {"no answer", "", false, [](Peer&) {}},
         {"pauses within the body", "hal", true,
-         [](Peer& p) { p.answer(test::frame("half").substr(0, 7)), p.await_reader_gone(); }},
+         [](Peer& p) { p.answer(frame("half").substr(0, 7)), p.await_reader_gone(); }},
     };
     for (const auto& [name, expected, waits, answer_with] : cases) {
-        test::Background server = serve(answer_with);
+        Background server = serve(answer_with);
         std::string answer = "untouched";
         const auto start = Clock::now();
         EXPECT_TRUE(send("<ZEVMSG></ZEVMSG>", answer)) << name;
@@ -89,8 +86,8 @@ TEST_F(Client, EndsUpWithWhatThePeerGave) {
 }
 
 TEST_F(Client, SeesEveryEndOfARoundHoweverFastTheNextBegins) {
-    for (const std::string& bytes : {std::string(), std::string("\x05"), test::frame("half").substr(0, 7)}) {
-        const test::Background server = serve([&](Peer& peer) {
+    for (const std::string& bytes : {std::string(), std::string("\x05"), frame("half").substr(0, 7)}) {
+        const Background server = serve([&](Peer& peer) {
             peer.answer(bytes);
             Peer next(base_);
             next.open_out(O_WRONLY);
@@ -107,8 +104,8 @@ TEST_F(Client, SeesEveryEndOfARoundHoweverFastTheNextBegins) {
 
 TEST_F(Client, TakesNothingThatStoodInThePipeBefore) {
     Peer stale(base_);
-    stale.open_out(O_RDWR).answer(test::frame("stale"));
-    const test::Background server = serve([](Peer& peer) { peer.answer(test::frame("new")); });
+    stale.open_out(O_RDWR).answer(frame("stale"));
+    const Background server = serve([](Peer& peer) { peer.answer(frame("new")); });
     std::string answer;
     EXPECT_TRUE(send("?", answer));
     EXPECT_EQ(answer, "new");
@@ -131,17 +128,16 @@ TEST_F(Client, UsesNoPipeOfAnotherUser) {
     }
     const std::string log = folder_.at("log");
     write_log(log.c_str(), "mine");
-    EXPECT_EQ(test::mode_of(log), 0600U);
+    EXPECT_EQ(mode_of(log), 0600U);
     ASSERT_EQ(::chown(log.c_str(), 54321, 0), 0);
-    const std::string before = test::content(log);
+    const std::string before = content(log);
     write_log(log.c_str(), "stolen");
-    EXPECT_EQ(test::content(log), before);
+    EXPECT_EQ(content(log), before);
 }
 
 TEST_F(Client, FillsTheCallersBufferAndNoMore) {
     for (const unsigned int room : {4U, 7U, 8U}) {
-        const test::Background server =
-            serve([](Peer& peer) { peer.answer(test::frame(std::string("abcd\0fg", 7))); });
+        const Background server = serve([](Peer& peer) { peer.answer(frame(std::string("abcd\0fg", 7))); });
         std::string buffer = "########";
         std::string body = kMarker;
         EXPECT_TRUE(SendPipeData(base_.c_str(), body.data(), 6, buffer.data(), room));
@@ -151,10 +147,10 @@ TEST_F(Client, FillsTheCallersBufferAndNoMore) {
 
 TEST_F(Client, PostsOnlyWhereSomebodyReads) {
     EXPECT_FALSE(channel_.NPPostMessage(std::string("nobody"), "", kUserData));
-    test::Background server = serve([](Peer&) {});
-    EXPECT_TRUE(test::wait_until([&] { return channel_.NPPostMessage(std::string("hi"), "", kUserData); }));
+    Background server = serve([](Peer&) {});
+    EXPECT_TRUE(wait_until([&] { return channel_.NPPostMessage(std::string("hi"), "", kUserData); }));
     server.join();
-    EXPECT_EQ(request_, test::kUserMarker + "hi");
+    EXPECT_EQ(request_, kUserMarker + "hi");
     // A reader that never opens its other end holds a post up for a moment only.
     Peer reader(base_);
     reader.open_in(O_RDONLY | O_NONBLOCK);
@@ -176,7 +172,7 @@ class PendingSend {
     // True when the send failed soon, leaving its answer alone.
     bool ends_when_abandoned() {
         token_.stop();
-        const bool ended = test::wait_until([this] { return done_.load(); });
+        const bool ended = wait_until([this] { return done_.load(); });
         thread_.join();
         return ended && !result_ && answer_ == "untouched";
     }
@@ -186,14 +182,14 @@ class PendingSend {
     std::atomic<bool> done_ = false;
     bool result_ = true;
     std::string answer_ = "untouched";
-    test::Background thread_;
+    Background thread_;
 };
 
 TEST_F(Client, LeavesEachWaitWhenAbandoned) {
     const auto busy = [this] { return relay_hub::channel_busy(base_); };
     {
         PendingSend unopened(channel_, "nobody reads");
-        ASSERT_TRUE(test::wait_until(busy));
+        ASSERT_TRUE(wait_until(busy));
         PendingSend queued(channel_, "waits for the channel");
         EXPECT_TRUE(queued.ends_when_abandoned());
         EXPECT_TRUE(unopened.ends_when_abandoned());
@@ -216,14 +212,14 @@ TEST_F(Client, TakesNoAnswerOfAnAbandonedRequestForItsOwn) {
     EXPECT_EQ(peer.as_server().take_request(), kMarker + "first");
     EXPECT_TRUE(first.ends_when_abandoned());
     std::string answer;
-    test::Background second([&] { EXPECT_TRUE(send("second", answer)); });
-    ASSERT_TRUE(test::wait_until([this] { return relay_hub::channel_busy(base_); }));
+    Background second([&] { EXPECT_TRUE(send("second", answer)); });
+    ASSERT_TRUE(wait_until([this] { return relay_hub::channel_busy(base_); }));
     // Still in the round of the first, as a peer that was slow is.
-    peer.answer(test::frame("of the first"));
+    peer.answer(frame("of the first"));
     peer.close_in();
     peer.close_out();
     EXPECT_EQ(peer.as_server().take_request(), kMarker + "second");
-    peer.answer(test::frame("of the second"));
+    peer.answer(frame("of the second"));
     second.join();
     EXPECT_EQ(answer, "of the second");
 }

@@ -3,10 +3,7 @@
 
 namespace {
 
-using namespace std::chrono_literals;
-using test::kMarker;
-using test::kUserMarker;
-using test::Peer;
+using namespace test;
 
 std::atomic<bool> provider_held = false;
 std::atomic<int> provider_calls = 0;
@@ -14,7 +11,7 @@ std::atomic<int> provider_calls = 0;
 // Answers "echo:" and what came behind the marker; nothing to an empty body, as the dispatcher does.
 unsigned int echo_provider(char* body, unsigned int length, char* answer, unsigned int size) {
     ++provider_calls;
-    test::wait_until([] { return !provider_held; }, 20s);
+    wait_until([] { return !provider_held; }, 20s);
     if (length == 0)
         return 0;
     const std::string text = "echo:" + std::string(body, length).substr(std::min(length, 6U));
@@ -31,7 +28,7 @@ class Listener : public testing::Test {
         CNamePipeBase::SetupParam(base_.c_str(), kPipeBufferSize, kPipeBufferSize);
         CNamePipeBase::SetServiceProvider(echo_provider);
         ASSERT_TRUE(service_.ListenForService());
-        ASSERT_TRUE(test::wait_until([this] { return std::filesystem::exists(base_ + "_OUT"); }));
+        ASSERT_TRUE(wait_until([this] { return std::filesystem::exists(base_ + "_OUT"); }));
     }
     void TearDown() override {
         EXPECT_TRUE(service_.ExitListenService());
@@ -40,18 +37,18 @@ class Listener : public testing::Test {
 
     std::string ask(const std::string& body) {
         Peer client(base_);
-        client.as_client().request(test::frame(body));
+        client.as_client().request(frame(body));
         return client.take_answer();
     }
 
-    test::Sandbox folder_;
+    Sandbox folder_;
     std::string base_ = folder_.at("notify");
     CNamePipeBase service_;
 };
 
 TEST_F(Listener, AnswersWithWholePaddedFramesWithoutLeftovers) {
     EXPECT_FALSE(service_.ListenForService()) << "one listener is enough";
-    EXPECT_EQ(test::mode_of(base_ + "_IN"), 0777U) << "the mask cuts nothing off";
+    EXPECT_EQ(mode_of(base_ + "_IN"), 0777U) << "the mask cuts nothing off";
     for (const std::string& text : {std::string(100000, 'y'), std::string("short"), std::string()}) {
         const std::string answer = ask(kMarker + text);
         ASSERT_EQ(answer.size(), kPipeBufferSize);
@@ -76,8 +73,8 @@ TEST_F(Listener, GivesTheProviderWhatTheChannelDoesNotServe) {
 
 TEST_F(Listener, OutlivesClientsThatVanish) {
     EXPECT_STREQ(ask(kMarker + "first").c_str(), "echo:first");
-    const std::string sent[] = {"", "\x05", test::length_field(100), test::length_field(0xFFFFFFFF),
-                                test::frame("half").substr(0, 6)};
+    const std::string sent[] = {"", "\x05", length_field(100), length_field(0xFFFFFFFF),
+                                frame("half").substr(0, 6)};
     for (const std::string& bytes : sent) {
         Peer(base_).open_in(O_WRONLY);
         Peer bad(base_);
@@ -90,8 +87,8 @@ TEST_F(Listener, OutlivesClientsThatVanish) {
 
 TEST_F(Listener, AnswersAClientThatOpensItsOtherEndLate) {
     Peer late(base_);
-    late.open_in(O_WRONLY).request(test::frame(kMarker + "late"));
-    ASSERT_TRUE(test::wait_until([] { return provider_calls == 1; }));
+    late.open_in(O_WRONLY).request(frame(kMarker + "late"));
+    ASSERT_TRUE(wait_until([] { return provider_calls == 1; }));
     late.close_in();
     EXPECT_STREQ(late.open_out(O_RDONLY).take_answer().c_str(), "echo:late");
 }
@@ -100,9 +97,9 @@ TEST_F(Listener, GivesASlowClientThreeSecondsInAll) {
     for (const bool drips : {false, true}) {
         Peer slow(base_);
         slow.as_client();
-        const auto start = test::Clock::now();
-        test::Background dripping([&](const std::stop_token& stop) {
-            for (const char byte : test::frame(std::string(1000, 'd'))) {
+        const auto start = Clock::now();
+        Background dripping([&](const std::stop_token& stop) {
+            for (const char byte : frame(std::string(1000, 'd'))) {
                 if (!drips || stop.stop_requested())
                     return;
                 slow.request({byte});
@@ -110,7 +107,7 @@ TEST_F(Listener, GivesASlowClientThreeSecondsInAll) {
             }
         });
         EXPECT_EQ(slow.take_answer(), "");
-        const auto held = test::Clock::now() - start;
+        const auto held = Clock::now() - start;
         EXPECT_GT(held, 2500ms) << drips;
         EXPECT_LT(held, 10s) << drips;
         dripping.request_stop();
@@ -118,42 +115,40 @@ TEST_F(Listener, GivesASlowClientThreeSecondsInAll) {
         slow.close_in();
     }
     Peer large(base_);
-    large.as_client().request(test::length_field(17U << 20) + std::string(1000, 'x'));
-    const auto start = test::Clock::now();
+    large.as_client().request(length_field(17U << 20) + std::string(1000, 'x'));
+    const auto start = Clock::now();
     EXPECT_EQ(large.take_answer(), "");
-    EXPECT_LT(test::Clock::now() - start, 2500ms);
+    EXPECT_LT(Clock::now() - start, 2500ms);
     large.close_in();
     EXPECT_STREQ(ask(kMarker + "next").c_str(), "echo:next");
 }
 
-TEST_F(Listener, ASizeOfAResetCutsNoAnswer) {
-    EXPECT_NE(ask(kMarker + "<ZEVMSG><NP_Cmd>NP_Cmd_ResetPipeParams</NP_Cmd><T7>1</T7></ZEVMSG>"), "");
+TEST_F(Listener, ResetsItsParametersAndCutsNoAnswer) {
+    EXPECT_EQ(
+        ask(kMarker + "<ZEVMSG><NP_Cmd>NP_Cmd_ResetPipeParams</NP_Cmd><T6>4096</T6><T7>1</T7></ZEVMSG>"),
+        "<ZEVMSG><T1>NP_Exe_Result_Success</T1></ZEVMSG>");
+    EXPECT_EQ(CNamePipeBase::m_dwNPInputBufferSize, 4096U);
     EXPECT_EQ(CNamePipeBase::m_dwNPOutputBufferSize, 1U);
-    ASSERT_TRUE(test::wait_until([this] { return service_.ListenForService(); }));
+    ASSERT_TRUE(wait_until([this] { return service_.ListenForService(); }));
     EXPECT_EQ(ask(kMarker + "whole"), "echo:whole");
     std::string answer;
     CNamePipeBase channel;
     EXPECT_TRUE(channel.NPSendMessage(std::string("all"), answer, base_, kCommandData));
     EXPECT_EQ(answer, "echo:all");
+    (void)ask(kMarker +
+              "<ZEVMSG><NP_Cmd>NP_Cmd_ResetPipeParams</NP_Cmd><T5>/tmp/next</T5><T7>0</T7></ZEVMSG>");
+    EXPECT_TRUE(service_.ExitListenService());
+    EXPECT_EQ(CNamePipeBase::m_strPipeName, "/tmp/next");
+    EXPECT_EQ(CNamePipeBase::m_dwNPOutputBufferSize, 1U) << "of a size that is none";
 }
 
 std::atomic<int> ends_by_command = 0;
 
-TEST_F(Listener, EndsOnAResetOfItsParameters) {
-    EXPECT_EQ(ask(kMarker + "<ZEVMSG><NP_Cmd>NP_Cmd_ResetPipeParams</NP_Cmd><T5>/tmp/next</T5>"
-                            "<T6>4096</T6><T7>0</T7></ZEVMSG>"),
-              "<ZEVMSG><T1>NP_Exe_Result_Success</T1></ZEVMSG>");
-    EXPECT_TRUE(service_.ExitListenService());
-    EXPECT_EQ(CNamePipeBase::m_strPipeName, "/tmp/next");
-    EXPECT_EQ(CNamePipeBase::m_dwNPInputBufferSize, 4096U);
-    EXPECT_EQ(CNamePipeBase::m_dwNPOutputBufferSize, kPipeBufferSize);
-}
-
 TEST_F(Listener, EndsWithoutAnAnswerWhenToldTo) {
     CNamePipeBase::SetListenerEndedByCommand([] { ++ends_by_command; });
     EXPECT_EQ(ask(kMarker + "<ZEVMSG><NP_Cmd>NP_Cmd_Iterminate_Listen_Thread</NP_Cmd></ZEVMSG>"), "");
-    EXPECT_TRUE(test::wait_until([] { return ends_by_command == 1; }));
-    EXPECT_TRUE(test::wait_until([this] { return service_.ListenForService(); }));
+    EXPECT_TRUE(wait_until([] { return ends_by_command == 1; }));
+    EXPECT_TRUE(wait_until([this] { return service_.ListenForService(); }));
     EXPECT_TRUE(service_.ExitListenService());
     EXPECT_EQ(ends_by_command, 1) << "an exit that the program asks for is none";
     CNamePipeBase::SetListenerEndedByCommand(nullptr);
@@ -162,11 +157,11 @@ TEST_F(Listener, EndsWithoutAnAnswerWhenToldTo) {
 TEST_F(Listener, ExitGivesUpOnAProviderThatWaits) {
     provider_held = true;
     Peer client(base_);
-    client.as_client().request(test::frame(kMarker));
-    ASSERT_TRUE(test::wait_until([] { return provider_calls == 1; }));
-    const auto start = test::Clock::now();
+    client.as_client().request(frame(kMarker));
+    ASSERT_TRUE(wait_until([] { return provider_calls == 1; }));
+    const auto start = Clock::now();
     EXPECT_FALSE(service_.ExitListenService());
-    EXPECT_LT(test::Clock::now() - start, 10s);
+    EXPECT_LT(Clock::now() - start, 10s);
     provider_held = false;
     EXPECT_STREQ(client.take_answer().c_str(), "echo:");
 }
