@@ -42,6 +42,7 @@ gboolean on_signal(gpointer session) {
 
 int run_session(const Options& options) {
     gtk_window_set_default_icon_name("relay-hub");
+    gdk_set_program_class("Relay-hub");  // one entry in the desktop's lists for the dialog and the window
     Session session(find_programs());
     for (const int number : {SIGTERM, SIGINT, SIGHUP})
         g_unix_signal_add(number, on_signal, &session);
