@@ -193,9 +193,13 @@ void ConnectDialog::show_connecting(const std::string& computer) {
 
 void ConnectDialog::add_ssh_words(const std::string& line) {
     GtkTextBuffer* buffer = gtk_text_view_get_buffer(GTK_TEXT_VIEW(ssh_words_));
-    if (gtk_text_buffer_get_line_count(buffer) > kMostSshLines)
-        return;
     GtkTextIter end;
+    if (gtk_text_buffer_get_line_count(buffer) > kMostSshLines) {
+        GtkTextIter start;
+        gtk_text_buffer_get_start_iter(buffer, &start);
+        gtk_text_buffer_get_iter_at_line(buffer, &end, 1);
+        gtk_text_buffer_delete(buffer, &start, &end);
+    }
     gtk_text_buffer_get_end_iter(buffer, &end);
     gtk_text_buffer_insert(buffer, &end, (shown_text(line) + "\n").c_str(), -1);
     gtk_text_buffer_place_cursor(buffer, &end);

@@ -36,6 +36,7 @@ class ConnectDialog {
 
     // From here until show_failure() or show_ready() only Cancel can be pressed.
     void show_connecting(const std::string& computer);
+    // The last of many lines are kept.
     void add_ssh_words(const std::string& line);
     // The user may try again; what ssh said stays readable.
     void show_failure(const std::string& text);

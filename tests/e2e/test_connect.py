@@ -28,7 +28,8 @@ class Neighbour(SshServer):
         for name, line in accounts.items():
             write(self.path(name), read("/etc/" + name) + line.encode() + b"\n", 0o600 if name == "shadow" else 0o644)
         mounts = [f"mount --bind {self.path(name)} /etc/{name}" for name in accounts]
-        self.lines = ("UsePAM no", "Subsystem sftp internal-sftp")
+        write(self.path("banner"), b"Welcome\n" * 600, 0o644)
+        self.lines = ("UsePAM no", "Subsystem sftp internal-sftp", f"Banner {self.path('banner')}")
         self.started_by = ["unshare", "--mount", "sh", "-c", " && ".join([*mounts, 'exec "$@"']), "sh"]
         self.start()
 
