@@ -38,8 +38,6 @@ class FakeEngine {
         relay_hub::set_command_pipe_for_tests(folder_.at("c"));
         thread_ = std::thread([this] { run(); });
     }
-    FakeEngine(const FakeEngine&) = delete;
-    FakeEngine& operator=(const FakeEngine&) = delete;
     ~FakeEngine() {
         stop_.stop();
         thread_.join();

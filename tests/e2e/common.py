@@ -189,8 +189,6 @@ def read_answer(fd, end):
     return None
 
 
-# -- desktop
-
 def geometry():
     """Left, top, width and height of the main window, without what the window manager draws around it."""
     shown = wait_for(lambda: subprocess.run(

@@ -169,11 +169,6 @@ class FarComputer(SshServer):
         for path in paths if os.geteuid() == 0 else []:
             os.lchown(path, user.pw_uid, user.pw_gid)
 
-    def give_all(self, top):
-        self.give(top)
-        for folder, folders, files in os.walk(top):
-            self.give(*(os.path.join(folder, name) for name in folders + files))
-
     def use_ssh(self, *options):
         """The user's ssh finds the key and the known hosts of this computer."""
         write(self.path("bin/ssh"), f"""#!/bin/sh

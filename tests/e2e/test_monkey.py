@@ -109,8 +109,6 @@ class Monkey(unittest.TestCase):
                 os.chmod(os.path.join(top, RANDOM.choice(sorted(os.listdir(top)))), 0)
                 os.chmod(top, RANDOM.choice((0o500, 0o700)))
 
-    # -- what it does
-
     def start_engine(self):
         if self.engine is None or self.engine.poll() is not None:
             self.engine = self.spawn("relay-hub-engine", "--serve", "/tmp/remote", "--quiet", "--style",
