@@ -108,6 +108,8 @@ TEST(History, IsKeptMostRecentFirst) {
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
     EXPECT_THAT(listed(), ElementsAre());
     EXPECT_THAT(ComputerHistory(path + "/below").remember(*parse_typed("nas")), testing::HasSubstr(path));
+    ::setenv("XDG_STATE_HOME", "relative", 1);
+    EXPECT_EQ(computer_history_path().front(), '/');
 }
 
 TEST(EngineStatus, IsReadFromItsLines) {
