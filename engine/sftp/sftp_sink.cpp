@@ -70,8 +70,10 @@ Error SftpSink::write(const char* data, std::size_t size) {
     buffer_.append(data, size);
     if (buffer_.size() <= kSmall && !exists_)
         return {};
-    if (!exists_)
+    if (!exists_) {
+        pipeline_.make_room();
         begin();
+    }
     if (opening_.sent() && (opening_.arrived() || buffer_.size() > kMostUnopened))
         fail(session_->take_handle(opening_, handle_));
     if (opened())

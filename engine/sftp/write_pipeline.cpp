@@ -2,6 +2,11 @@
 
 namespace relay_hub::engine::sftp {
 
+void WritePipeline::make_room() {
+    while (!open_.empty() && open_.size() >= in_progress_)
+        advance_first();
+}
+
 void WritePipeline::join(PipelinedFile& file) {
     (file.begun() ? open_ : queued_).push_back(&file);
     advance();

@@ -31,6 +31,8 @@ class WritePipeline {
   public:
     // How many files may be open there at once.
     void set_limit(std::size_t in_progress) { in_progress_ = in_progress; }
+    // Waits until one more file may be open.
+    void make_room();
     // The file's content is complete. It leaves before it goes.
     void join(PipelinedFile& file);
     void leave(const PipelinedFile& file);

@@ -133,6 +133,26 @@ TEST(LyingServer, IsLeftAtOnceWithManyRequestsInFlight) {
     }
 }
 
+// Of files of every size no more are open at once than the server allows.
+TEST(LyingServer, GivesOutFewHandles) {
+    int open = 0;
+    int most_open = 0;
+    LyingServer server([&](const Request& request) {
+        open += (request.type == PacketType::kOpen ? 1 : 0) - (request.type == PacketType::kClose ? 1 : 0);
+        most_open = std::max(most_open, open);
+        return request.type == PacketType::kOpen ? handle(request) : status(request, StatusCode::kOk);
+    });
+    std::vector<std::unique_ptr<FileSink>> sinks(200);
+    for (std::size_t i = 0; i < sinks.size(); ++i) {
+        const std::string content(i % 2 == 0 ? 100000 : 1, 'x');
+        ASSERT_FALSE(server.files().open_sink("x" + std::to_string(i), {}, false, sinks[i]));
+        ASSERT_FALSE(sinks[i]->write(content.data(), content.size()));
+        ASSERT_FALSE(sinks[i]->finish(Nothing()));
+    }
+    (void)server.files().commit(sinks, true);
+    EXPECT_LE(most_open, static_cast<int>(server.session().facts().most_handles) / 3 + 1);
+}
+
 // What the server refuses at any step of a file is told of that file, and its part is taken away.
 TEST(LyingServer, RefusesAStepOfAFile) {
     for (const PacketType refused : {PacketType::kOpen, PacketType::kWrite, PacketType::kFsetstat,
