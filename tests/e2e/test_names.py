@@ -43,8 +43,10 @@ class Names(DesktopTest):
         self.desktop.go(LOCAL, self.odd, count=len(NAMES) + 1)
 
     def keys(self, side, *keys):
-        self.desktop.click(self.desktop.table(side))
-        self.desktop.key(*keys)
+        d = self.desktop
+        d.click(d.table(side))
+        wait_for(lambda: d.has_focus(side), what="the keyboard in the list")  # a key may overtake a click
+        d.key(*keys)
 
     def wait_count(self, side, count):
         wait_for(lambda: self.desktop.row_count(side) == count and not self.desktop.dialog(), 60, what=f"{count} rows")
