@@ -56,7 +56,6 @@ class FakeEngine {
         return found;
     }
 
-    // The last of them; empty when there was none.
     std::string last_request(const std::string& command) const {
         const std::vector<std::string> found = requests(command);
         return found.empty() ? std::string() : found.back();
@@ -116,7 +115,6 @@ class Listener {
         engine.as_client().request(frame(body));
         return engine.take_answer();
     }
-    // The text of the answer to a call-back.
     [[nodiscard]] std::string call_back(const std::string& text) const {
         const std::string answer = exchange(command_body(text));
         return answer.substr(0, answer.find('\0'));

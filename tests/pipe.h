@@ -1,5 +1,4 @@
 #pragma once
-// A pipe whose ends close by themselves.
 #include <fcntl.h>
 #include <unistd.h>
 

@@ -1,5 +1,4 @@
 #pragma once
-// Preset answers in the user's place.
 #include <algorithm>
 #include <functional>
 

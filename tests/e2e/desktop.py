@@ -251,7 +251,6 @@ class Desktop:
         return wait_for(self.error_box, what="the box that tells of a failure")
 
     def wait_quiet(self):
-        """No dialog shows and the window answers."""
         wait_for(lambda: not self.dialog(), what="all dialogs to close")
 
     def take_notes(self, give_up=False):
@@ -385,7 +384,6 @@ class Desktop:
         wait_for(lambda: not self.menu_items(), what="the menu to close")
 
     def drives(self, side):
-        """The entries of the drive box."""
         return list(children(find(find(self.side(side), "combo box"), "menu", showing=False)))
 
     def choose_drive(self, side, index):
@@ -447,7 +445,6 @@ class Desktop:
         self.clipboard(target, "-i", input=text.encode())
 
     def copy(self, source, names, target):
-        """Copies rows of one pane into the other."""
         self.take(source, names, lambda: self.menu(source, "Copy", names[-1]))
         self.menu(target, "Paste")
 

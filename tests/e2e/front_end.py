@@ -50,8 +50,6 @@ class PipeServer:
 
 
 class FrontEnd(PipeServer):
-    """One at a time."""
-
     def __init__(self):
         super().__init__(NOTIFY)
 

@@ -103,7 +103,6 @@ sed -i 1d {self.path("answers")}
                         what=f"the message {words}")
 
     def take_window(self):
-        """The window that the program has opened."""
         d = self.desktop
 
         def opened():

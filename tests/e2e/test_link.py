@@ -62,7 +62,6 @@ class LinkTest(DesktopTest):
         self.tell_engine(signal.SIGKILL)
 
     def check_live(self, seconds):
-        """The window answers all the while."""
         frame, end = self.desktop.frame(), time.monotonic() + seconds
         while time.monotonic() < end:
             start = time.monotonic()

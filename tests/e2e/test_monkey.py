@@ -145,7 +145,6 @@ class Monkey(unittest.TestCase):
         run("xdotool", "key", RANDOM.choice(("Return", "Return", "Escape")))
 
     def carry(self):
-        """Takes rows from one place to another."""
         source, target = RANDOM.sample(("left", "right", "left"), 2)
         run("xdotool", "key", "Escape", "mousemove", *self.place(source), "click", 1, "key", "--repeat",
             RANDOM.randrange(1, 6), "shift+Down", "key", RANDOM.choice(("ctrl+x", "ctrl+x", "ctrl+c")))
@@ -154,7 +153,6 @@ class Monkey(unittest.TestCase):
         run("xdotool", "mousemove", *self.place(target), "click", 1, "key", "ctrl+v")
 
     def offer(self):
-        """What another program has on the clipboard."""
         there = sorted(os.listdir(self.home))
         uris = (f"\nfile:///tmp/home/{name.replace(' ', '%20')}" for name in RANDOM.sample(there, min(2, len(there))))
         run("sh", "-c", 'printf "%s" "$1" | xclip -selection clipboard -t x-special/gnome-copied-files -i', "-",

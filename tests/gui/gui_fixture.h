@@ -26,7 +26,6 @@ inline bool run_until(const std::function<bool()>& done) {
     return is_done;
 }
 
-// Serves what is waiting now.
 inline void run_pending() {
     while (gtk_events_pending())
         gtk_main_iteration();
@@ -101,7 +100,6 @@ inline bool press_key(GtkWidget* widget, guint key, guint modifiers = 0) {
     return handled != FALSE;
 }
 
-// What a window manager's close button does.
 inline void close_as_the_window_manager(GtkWidget* window) {
     GdkEvent* event = gdk_event_new(GDK_DELETE);
     event->any.window = GDK_WINDOW(g_object_ref(gtk_widget_get_window(window)));
@@ -109,7 +107,6 @@ inline void close_as_the_window_manager(GtkWidget* window) {
     gdk_event_free(event);
 }
 
-// A list's texts of one column from top to bottom.
 inline Names column_texts(GtkTreeModel* model, int column) {
     Names found;
     GtkTreeIter iter;
@@ -134,7 +131,6 @@ struct When : test::When {
     When(std::function<bool()> ready, std::function<void()> step)
         : test::When(std::move(ready), std::move(step), gdk_threads_add_timeout) {}
 };
-// Answers the dialog that find_window(text) finds, once it is there.
 struct WhenAsked : When {
     WhenAsked(const std::string& text, int response)
         : When([text] { return find_window(text) != nullptr; },

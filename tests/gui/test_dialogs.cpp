@@ -20,7 +20,6 @@ bool a_box_is_over(GtkWidget* dialog) {
     return top != nullptr && top != dialog && GTK_IS_MESSAGE_DIALOG(top);
 }
 
-// Answers the box that is on top, and gives its texts.
 void answer_box(std::string* texts) {
     GtkWidget* box = gtk_grab_get_current();
     *texts = label_texts(box);

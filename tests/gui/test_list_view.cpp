@@ -13,7 +13,6 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using Texts = std::vector<std::string>;
 
-// Lets a listing go on twice.
 struct CountingWatcher : relay_hub::ListingWatcher {
     CountingWatcher() { relay_hub::set_listing_watcher(this); }
     ~CountingWatcher() override { relay_hub::set_listing_watcher(nullptr); }
@@ -132,9 +131,9 @@ TEST_F(LocalListing, TheParentRowStaysSelectedWhenTheListIsFilledAnew) {
 
 TEST_F(LocalListing, AnUpdateMakesTheRowsOfAFreshListingAndKeepsTheSelection) {
     const auto all_texts = [this] {
-        std::vector<Texts> texts;
-        for (int column = 0; column < kColumnCount; ++column)
-            texts.push_back(list_.texts(column));
+        std::vector<Texts> texts(kColumnCount);
+        for (std::size_t column = 0; column < texts.size(); ++column)
+            texts[column] = list_.texts(static_cast<int>(column));
         return texts;
     };
     using relay_hub::ListUpdate;

@@ -141,7 +141,6 @@ TEST_F(Serving, TheNextClientNeverGetsAnAnswerThatWasGivenUp) {
     EXPECT_EQ(ask(command(kHeartbeat)), kAlive);
 }
 
-// A tree whose server is dead.
 class HangingTree : public FolderFileSystem {
   public:
     using FolderFileSystem::FolderFileSystem;

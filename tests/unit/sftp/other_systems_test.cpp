@@ -22,7 +22,6 @@ struct CommonOrder {
     }
 };
 
-// A tree in memory.
 class OtherSystem {
   public:
     OtherSystem(std::string home, const std::vector<std::string>& folders) : home_(std::move(home)) {
