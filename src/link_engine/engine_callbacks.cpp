@@ -22,7 +22,6 @@ namespace relay_hub {
 namespace {
 
 constexpr unsigned int kMarkerSize = 6;
-constexpr int kRealProgressArrives = 4;  // the change flag
 
 struct CallbackService {
     std::atomic<void (*)()> remote_offline = nullptr;
@@ -43,14 +42,17 @@ std::string single_field(const char* name, const char* value) {
     return document.GetXML();
 }
 
+// What the user may answer, and the element in which the engine gets it.
 struct ConfirmAnswer {
+    int response;
     int value;
     const char* element;
 };
-constexpr ConfirmAnswer kConfirmAnswers[] = {{kConfirmYes, wire::kConfirmationYes},
-                                             {kConfirmNo, wire::kConfirmationNo},
-                                             {kConfirmReplaceAll, wire::kConfirmationReplaceAll},
-                                             {kConfirmCancel, wire::kConfirmationCancel}};
+constexpr ConfirmAnswer kConfirmAnswers[] = {{REQUEST_YES, kConfirmYes, wire::kConfirmationYes},
+                                             {REQUEST_NO, kConfirmNo, wire::kConfirmationNo},
+                                             {kRequestSkipAll, kConfirmNo, wire::kConfirmationNo},
+                                             {REQUEST_ALL, kConfirmReplaceAll, wire::kConfirmationReplaceAll},
+                                             {REQUEST_CANCEL, kConfirmCancel, wire::kConfirmationCancel}};
 
 std::string confirmation_answer(int value) {
     CZEVXML document;
@@ -144,20 +146,10 @@ void put_answer(const std::string& text, char* answer, unsigned int answer_size)
         std::memcpy(answer, text.c_str(), text.size() + 1);
 }
 
-struct Response {
-    int response;
-    int value;
-};
-constexpr Response kResponses[] = {{REQUEST_YES, kConfirmYes},
-                                   {REQUEST_NO, kConfirmNo},
-                                   {kRequestSkipAll, kConfirmNo},
-                                   {REQUEST_ALL, kConfirmReplaceAll},
-                                   {REQUEST_CANCEL, kConfirmCancel}};
-
 int confirm_value_of(int response) {
-    for (const Response& row : kResponses)
-        if (row.response == response)
-            return row.value;
+    for (const ConfirmAnswer& answer : kConfirmAnswers)
+        if (answer.response == response)
+            return answer.value;
     return kConfirmNone;
 }
 
@@ -238,7 +230,7 @@ unsigned int ServiceProvider(char* body, unsigned int length, char* answer, unsi
         return 1;
     }
     relay_hub::note_activity();
-    set_change_flag(relay_hub::kRealProgressArrives);
+    set_change_flag(kTransferCalledBack);
     const char* payload = CNamePipeBase::GetPureData(body);
     const std::string text(payload, strnlen(payload, length - relay_hub::kMarkerSize));
     relay_hub::put_answer(relay_hub::serve(text), answer, answer_size);

@@ -96,7 +96,10 @@ void CleanUpInformationVar();
 
 inline constexpr std::atomic<int>& change_flag = relay_hub::shared_transfer.change_flag;
 inline constexpr std::atomic<int>& g_offline_interrupt = relay_hub::shared_transfer.offline_interrupt;
-// 3 while a transfer is being prepared, 4 once the engine has called back.
+// Values of the change flag.
+inline constexpr int kNoTransfer = 0;
+inline constexpr int kTransferPrepared = 3;  // while it is being prepared
+inline constexpr int kTransferCalledBack = 4;
 int get_change_flag();
 void set_change_flag(int value);
 // 1 while a remote-offline call-back is being handled.

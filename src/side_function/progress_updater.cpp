@@ -13,7 +13,6 @@
 
 namespace {
 
-constexpr int kPreparing = 3;
 constexpr glong kLongestText = 55;
 constexpr glong kCutText = 53;
 
@@ -97,7 +96,7 @@ gboolean update_dialog_info(gpointer data) {
         std::puts("STOP_LOOP");
         return G_SOURCE_REMOVE;
     }
-    if (get_change_flag() == kPreparing) {
+    if (get_change_flag() == kTransferPrepared) {
         creep(*info);
         return G_SOURCE_CONTINUE;
     }

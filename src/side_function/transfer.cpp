@@ -23,8 +23,8 @@
 #include "util/Zev_file_op.h"
 #include "window/closing.h"
 #include "window/dialogs/file_read_write_dialog.h"
+#include "window/dialogs/message_dialog.h"
 #include "window/long_work.h"
-#include "window/message_parent.h"
 #include "xml_op/answer_readers.h"
 
 namespace relay_hub {
@@ -33,8 +33,6 @@ namespace {
 // The unit that the remote pane's diagnostics name, whichever source speaks.
 constexpr const char* kRemotePaneUnit = "../src/side_function/Zev_right_side.cpp";
 
-constexpr int kPreparing = 3;
-constexpr int kNothingPrepared = 0;
 constexpr int kUnknownType = -1;
 
 // What the worker works on: no widget, nothing that the window changes meanwhile.
@@ -149,7 +147,7 @@ Transfer::Transfer(int kind)
     args_.parent_window = message_parent();
     if (kind != TASK_COPY)
         return;
-    set_change_flag(kPreparing);
+    set_change_flag(kTransferPrepared);
     SetArgument(&args_);
     Gfile_count = 0;
 }
@@ -160,7 +158,7 @@ Transfer::~Transfer() {
     show_waiting_message();
     ReleaseArgument();
     CleanUpInformationVar();
-    set_change_flag(kNothingPrepared);
+    set_change_flag(kNoTransfer);
 }
 
 int Transfer::send_once(command_start_t start, command_finish_t finish) {
