@@ -7,7 +7,6 @@
 #include "window/closing.h"
 #include "window/dialogs/message_dialog.h"
 #include "window/long_work.h"
-#include "window/message_parent.h"
 
 namespace relay_hub {
 namespace {
@@ -37,7 +36,7 @@ bool ask_about_failure() {
     SetShowMessageBox("");
     std::puts("show error message");
     const WorkPause pause;
-    return ask_to_try_again(message_parent(), message.empty() ? kNoReason : message.c_str());
+    return ask_to_try_again(message_parent(), message.empty() ? kNoReason : message);
 }
 
 }  // namespace relay_hub

@@ -4,7 +4,7 @@
 #include "link_engine/request_builders.h"
 #include "name_pipe/channel_lock.h"
 #include "window/closing.h"
-#include "window/message_parent.h"
+#include "window/dialogs/message_dialog.h"
 #include "window/window_thread.h"
 #include "xml_op/answer_readers.h"
 

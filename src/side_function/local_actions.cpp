@@ -18,7 +18,6 @@
 #include "side_function/transfer.h"
 #include "tree_view_op/file_list_view.h"
 #include "window/dialogs/message_dialog.h"
-#include "window/message_parent.h"
 
 namespace relay_hub {
 namespace {
@@ -26,8 +25,8 @@ namespace {
 constexpr mode_t kNewFolderMode = 0770;
 
 void show_failure(const char* id, const std::string& name, int error_number) {
-    const std::string text = fill_translated(id, {shown_text(name), error_text(error_number)});
-    show_error_box(message_parent(), GTK_BUTTONS_OK, text.c_str(), nullptr);
+    show_error_box(message_parent(), GTK_BUTTONS_OK,
+                   fill_translated(id, {shown_text(name), error_text(error_number)}));
 }
 
 // True when the entry bears the new name now.

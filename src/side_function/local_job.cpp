@@ -17,7 +17,6 @@
 #include "window/dialogs/message_dialog.h"
 #include "window/jobs.h"
 #include "window/long_work.h"
-#include "window/message_parent.h"
 
 namespace relay_hub {
 namespace {
@@ -30,10 +29,10 @@ TaskListPtr job_to_try_again(const __task_list& job) {
     const WorkPause pause;
     TaskListPtr again = retry_job(job);
     if (again == nullptr) {
-        show_error_box(message_parent(), GTK_BUTTONS_OK, text.c_str(), nullptr);
+        show_error_box(message_parent(), GTK_BUTTONS_OK, text);
         return nullptr;
     }
-    return ask_to_try_again(message_parent(), text.c_str()) ? std::move(again) : nullptr;
+    return ask_to_try_again(message_parent(), text) ? std::move(again) : nullptr;
 }
 
 struct JobEnd {
@@ -161,7 +160,7 @@ void tell_left(const Paths& items, const char* reason_id) {
     if (items.empty() || window_is_closing())
         return;
     const WorkPause pause;
-    show_error_box(message_parent(), GTK_BUTTONS_OK, failure_summary(failures).c_str(), nullptr);
+    show_error_box(message_parent(), GTK_BUTTONS_OK, failure_summary(failures));
 }
 
 }  // namespace relay_hub

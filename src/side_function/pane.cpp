@@ -17,7 +17,6 @@
 #include "window/closing.h"
 #include "window/dialogs/message_dialog.h"
 #include "window/dialogs/search_dialog.h"
-#include "window/message_parent.h"
 #include "xml_op/answer_readers.h"
 
 namespace relay_hub {
@@ -73,8 +72,8 @@ bool Pane::may_act_on(const std::vector<std::string>& names) const {
     });
     if (path == names.end())
         return true;
-    const std::string text = fill_translated("IDS_MSG_NAME_IS_PATH", {shown_text(*path)});
-    show_error_box(message_parent(), GTK_BUTTONS_OK, text.c_str(), nullptr);
+    show_error_box(message_parent(), GTK_BUTTONS_OK,
+                   fill_translated("IDS_MSG_NAME_IS_PATH", {shown_text(*path)}));
     return false;
 }
 

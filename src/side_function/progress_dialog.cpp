@@ -1,6 +1,7 @@
 #include "side_function/progress_dialog.h"
 
 #include <cstdio>
+#include <utility>
 
 #include "window/dialogs/file_read_write_dialog.h"
 #include "window/ui_sets.h"
@@ -19,13 +20,12 @@ ProgressDialog::~ProgressDialog() {
 }
 
 void ProgressDialog::close() {
-    if (!open_)
+    if (dialog_ == nullptr)
         return;
-    open_ = false;
     std::puts("close dialog!");
     // The last state is to be seen before it goes.
     gdk_window_process_all_updates();
-    close_file_read_write_dialog(dialog_);
+    close_file_read_write_dialog(std::exchange(dialog_, nullptr));
     relese_update_fun();
 }
 

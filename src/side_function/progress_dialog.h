@@ -14,8 +14,7 @@ class ProgressDialog {
     void close();
 
   private:
-    GtkWidget* dialog_ = nullptr;
-    bool open_ = true;
+    GtkWidget* dialog_ = nullptr;  // null once it is closed
 };
 
 }  // namespace relay_hub

@@ -18,7 +18,6 @@
 #include "window/closing.h"
 #include "window/dialogs/message_dialog.h"
 #include "window/dialogs/search_dialog.h"
-#include "window/message_parent.h"
 #include "xml_op/answer_readers.h"
 
 namespace relay_hub {
@@ -35,7 +34,7 @@ void show_operation_failure() {
     const std::string& reason = return_message();
     if (reason.empty() || window_is_closing())
         return;
-    show_error_box(message_parent(), GTK_BUTTONS_OK, "Operation Fail.", (reason + ".").c_str());
+    show_error_box(message_parent(), GTK_BUTTONS_OK, "Operation Fail.", reason + ".");
 }
 
 // The lines for answers that could not be judged.
@@ -66,7 +65,7 @@ void show_rename_failure(const std::string& old_name) {
     const std::string text =
         fill_translated("IDS_MSG_ERR_FAIL_TO_RENAME_FILE", {old_name, error_text(EREMOTEIO)});
     if (!window_is_closing())
-        show_error_box(message_parent(), GTK_BUTTONS_OK, text.c_str(), nullptr);
+        show_error_box(message_parent(), GTK_BUTTONS_OK, text);
 }
 
 // Asks the engine for the new name and notes in outcome what became of it.

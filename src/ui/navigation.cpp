@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "base/freed_by.h"
-#include "base/glib_owners.h"
 #include "base/log.h"
 #include "base/path_text.h"
 #include "base/shown_text.h"

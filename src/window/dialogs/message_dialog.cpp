@@ -7,7 +7,8 @@
 #include "base/translated_text.h"
 #include "window/closing.h"
 #include "window/dialogs/dialog_parts.h"
-#include "window/message_parent.h"
+#include "window/dialogs/file_read_write_dialog.h"
+#include "window/ui_sets.h"
 
 namespace relay_hub {
 namespace {
@@ -64,8 +65,14 @@ std::string with_single_percents(std::string text) {
 
 }  // namespace
 
-void show_error_box(GtkWidget* parent, GtkButtonsType buttons, const char* primary, const char* secondary) {
-    run_error_box(parent, buttons, primary, secondary != nullptr ? secondary : "");
+GtkWidget* message_parent() {
+    GtkWidget* progress = get_file_read_write_dialog_info()->dialog;
+    return progress != nullptr ? progress : get_UI_sets()->main_window;
+}
+
+void show_error_box(GtkWidget* parent, GtkButtonsType buttons, const std::string& primary,
+                    const std::string& secondary) {
+    run_error_box(parent, buttons, primary, secondary);
 }
 
 void tell_no_folder(const std::string& path) {
@@ -73,7 +80,7 @@ void tell_no_folder(const std::string& path) {
     show_message_dialog(message_parent(), text.c_str(), translated("IDS_ERROR_PATH"));
 }
 
-bool ask_to_try_again(GtkWidget* parent, const char* text) {
+bool ask_to_try_again(GtkWidget* parent, const std::string& text) {
     return run_error_box(parent, GTK_BUTTONS_NONE, text, {}, translated("IDS_TRY_AGAIN")) == kMoreResponse;
 }
 

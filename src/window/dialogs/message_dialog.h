@@ -11,10 +11,14 @@ void show_message_dialog(GtkWidget* parent, const char* primary, const char* sec
 
 namespace relay_hub {
 
+// Over which window a message or question opens: the progress dialog while one is open, else the main window.
+GtkWidget* message_parent();
+
 // Error box with one button (GTK_BUTTONS_OK or GTK_BUTTONS_CLOSE), primary text and optional secondary.
-void show_error_box(GtkWidget* parent, GtkButtonsType buttons, const char* primary, const char* secondary);
+void show_error_box(GtkWidget* parent, GtkButtonsType buttons, const std::string& primary,
+                    const std::string& secondary = {});
 // The same with the buttons "Try again" and OK. True for the first.
-bool ask_to_try_again(GtkWidget* parent, const char* text);
+bool ask_to_try_again(GtkWidget* parent, const std::string& text);
 // The box about a folder that is not there or cannot be listed, over message_parent().
 void tell_no_folder(const std::string& path);
 

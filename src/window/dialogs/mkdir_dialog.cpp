@@ -15,7 +15,7 @@ namespace {
 std::string g_folder_name;
 
 void refuse(const _mkdir_dialog& record, const std::string& reason) {
-    relay_hub::show_error_box(record.dialog, GTK_BUTTONS_OK, reason.c_str(), nullptr);
+    relay_hub::show_error_box(record.dialog, GTK_BUTTONS_OK, reason);
     gtk_widget_grab_focus(record.entry);
 }
 

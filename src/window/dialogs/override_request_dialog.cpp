@@ -8,7 +8,6 @@
 #include "window/closing.h"
 #include "window/dialogs/dialog_parts.h"
 #include "window/dialogs/message_dialog.h"
-#include "window/message_parent.h"
 #include "window/window_thread.h"
 
 namespace {
@@ -117,16 +116,15 @@ class WindowQuestions : public relay_hub::UserQuestions {
     }
 
     void show_error(const std::string& primary, const std::string& secondary) override {
-        show(GTK_BUTTONS_OK, primary, secondary.empty() ? nullptr : secondary.c_str());
+        show(GTK_BUTTONS_OK, primary, secondary);
     }
 
-    void show_job_error(const std::string& text) override { show(GTK_BUTTONS_CLOSE, text, nullptr); }
+    void show_job_error(const std::string& text) override { show(GTK_BUTTONS_CLOSE, text, {}); }
 
   private:
-    static void show(GtkButtonsType buttons, const std::string& primary, const char* secondary) {
-        relay_hub::call_on_window([&] {
-            relay_hub::show_error_box(relay_hub::message_parent(), buttons, primary.c_str(), secondary);
-        });
+    static void show(GtkButtonsType buttons, const std::string& primary, const std::string& secondary) {
+        relay_hub::call_on_window(
+            [&] { relay_hub::show_error_box(relay_hub::message_parent(), buttons, primary, secondary); });
     }
 };
 

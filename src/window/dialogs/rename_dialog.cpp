@@ -39,7 +39,7 @@ std::string entered_name(const _rename_dialog& record) {
 }
 
 void refuse(const _rename_dialog& record, const std::string& message) {
-    relay_hub::show_error_box(record.dialog, GTK_BUTTONS_OK, message.c_str(), nullptr);
+    relay_hub::show_error_box(record.dialog, GTK_BUTTONS_OK, message);
     gtk_widget_grab_focus(record.entry);
 }
 
