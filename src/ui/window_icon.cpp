@@ -4,10 +4,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <vector>
 
-#include "base/file_descriptor.h"
+#include "base/fifo.h"
 
 namespace relay_hub {
 namespace {
@@ -28,9 +27,7 @@ std::vector<guchar> read_at_most(int fd, std::size_t limit) {
     std::vector<guchar> content(limit);
     std::size_t size = 0;
     while (size < limit) {
-        const ssize_t count = ::read(fd, content.data() + size, limit - size);
-        if (count < 0 && errno == EINTR)
-            continue;
+        const ssize_t count = read_some(fd, content.data() + size, limit - size);
         if (count <= 0)
             break;
         size += static_cast<std::size_t>(count);

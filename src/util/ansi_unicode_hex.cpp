@@ -3,6 +3,7 @@
 #include <glib.h>
 #include <langinfo.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -45,12 +46,13 @@ long count_characters(const char* text) {
     return count;
 }
 
-// Not terminated: room for four bytes a value.
+// Four bytes a value and a final zero; nothing for no value.
 template <typename Value>
-void write_hex_text(const Value* values, std::size_t count, char* hex_out) {
-    for (std::size_t index = 0; index < count; ++index)
-        relay_hub::write_character_hex(static_cast<std::uint32_t>(values[index]),
-                                       hex_out + relay_hub::kUnicodeHexDigits * index);
+void write_hex_text(const Value* values, long count, char* hex_out) {
+    for (long index = 0; index < count; ++index, hex_out += relay_hub::kUnicodeHexDigits)
+        relay_hub::write_character_hex(static_cast<std::uint32_t>(values[index]), hex_out);
+    if (count > 0)
+        *hex_out = '\0';
 }
 
 Byte hex_pair(const char* pair) {
@@ -109,19 +111,12 @@ int ansi_to_unicode_hex(const char* text, wchar_t* wide_buffer, long* count_out,
         ansi_string_to_unicode_hex(text, wide_buffer, count_out);
     if (hex_out == nullptr)
         return -1;
-    if (*count_out >= 1) {
-        const auto count = static_cast<std::size_t>(*count_out);
-        write_hex_text(wide_buffer, count, hex_out);
-        hex_out[relay_hub::kUnicodeHexDigits * count] = '\0';
-    }
+    write_hex_text(wide_buffer, *count_out, hex_out);
     return 0;
 }
 
 int unicode_hex_to_unicode_hex_string(const std::uint32_t* values, int count, char* hex_out) {
-    if (count >= 1) {
-        write_hex_text(values, static_cast<std::size_t>(count), hex_out);
-        hex_out[relay_hub::kUnicodeHexDigits * static_cast<std::size_t>(count)] = '\0';
-    }
+    write_hex_text(values, count, hex_out);
     return 0;
 }
 
@@ -162,9 +157,8 @@ std::string unicode_hex(const std::string& text) {
     const auto wide = std::make_unique<wchar_t[]>(length + 1);
     long count = 0;
     ansi_string_to_unicode_hex(text.c_str(), wide.get(), &count);
-    const std::size_t characters = count < 1 ? 0 : static_cast<std::size_t>(count);
-    write_hex_text(wide.get(), characters, hex.data());
-    hex.resize(relay_hub::kUnicodeHexDigits * characters);
+    write_hex_text(wide.get(), count, hex.data());
+    hex.resize(relay_hub::kUnicodeHexDigits * static_cast<std::size_t>(std::max(count, 0L)));
     return hex;
 }
 

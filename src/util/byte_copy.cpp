@@ -66,12 +66,6 @@ class WriteBack {
     off_t started_ = 0;
 };
 
-CopyOutcome failed(int error_number) {
-    CopyOutcome outcome;
-    outcome.error_number = error_number;
-    return outcome;
-}
-
 // Leads a copy past the holes of a sparse source.
 class DataRuns {
   public:
@@ -160,7 +154,7 @@ CopyOutcome copy_content(int source, int target, const CancelTest& cancel, const
         int error = runs.find(target, at, &limit);
         const ssize_t count = error == 0 && limit > 0 ? read_some(source, buffer.get(), limit) : 0;
         if (error != 0 || count < 0)
-            return failed(error != 0 ? error : errno);
+            return {.error_number = error != 0 ? error : errno};
         if (count == 0)
             break;
         outcome.cancelled = cancel.cancelled();
@@ -172,7 +166,7 @@ CopyOutcome copy_content(int source, int target, const CancelTest& cancel, const
         if (error == 0)
             error = write_back.advance(at);
         if (error != 0)
-            return failed(error);
+            return {.error_number = error};
         if (watch)
             watch(static_cast<std::uint64_t>(at));
     }
@@ -186,12 +180,12 @@ CopyOutcome copy_new_file(const std::string& src, const std::string& dst, const 
     const FileDescriptor source = open_source(src);
     struct stat record {};
     if (!source || fstat(source.get(), &record) != 0)
-        return failed(errno);
+        return {.error_number = errno};
     FileDescriptor target(
         open(dst.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
     struct stat made {};
     if (!target || fstat(target.get(), &made) != 0)
-        return failed(errno);
+        return {.error_number = errno};
     CopyOutcome outcome = copy_content(source.get(), target.get(), cancel, watch);
     finish_target(source.get(), record, target, options, outcome);
     if (outcome.error_number != 0)

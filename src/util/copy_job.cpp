@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <exception>
 #include <map>
 #include <memory>
@@ -19,7 +18,6 @@
 #include "base/shown_text.h"
 #include "base/translated_text.h"
 #include "util/Zev_file_op.h"
-#include "util/byte_copy.h"
 #include "util/entry_copy.h"
 #include "util/file_identity.h"
 #include "util/file_op_unit.h"

@@ -26,12 +26,6 @@ Place place_of(const std::string& path) {
             slash == std::string::npos ? path : path.substr(slash + 1)};
 }
 
-CopyOutcome failed(int error_number) {
-    CopyOutcome outcome;
-    outcome.error_number = error_number;
-    return outcome;
-}
-
 // A file takes the place of an empty folder, too.
 int put_in_place(TemporaryFile& part, const Place& place) {
     const int error = part.replace(place.name);
@@ -47,13 +41,13 @@ CopyOutcome replace_file(const std::string& src, const std::string& dst, const C
     const FileDescriptor source = open_source(src);
     struct stat record {};
     if (!source || fstat(source.get(), &record) != 0)
-        return failed(errno);
+        return {.error_number = errno};
     const Place place = place_of(dst);
     if (!place.folder)
-        return failed(errno);
+        return {.error_number = errno};
     TemporaryFile part = TemporaryFile::create(place.folder.get());
     if (!part.valid())
-        return failed(errno);
+        return {.error_number = errno};
     // Synced once it has its attributes.
     CopyOutcome outcome = copy_content(source.get(), part.fd(), cancel, watch);
     if (!outcome.complete())

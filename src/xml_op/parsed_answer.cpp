@@ -12,9 +12,6 @@ ParsedAnswer ParsedAnswer::take(const CallSite& site) {
     return {take_answer(), site};
 }
 
-ParsedAnswer::ParsedAnswer(std::string text, const CallSite& site)
-    : ParsedAnswer(std::move(text), site, nullptr, nullptr) {}
-
 ParsedAnswer::ParsedAnswer(std::string text, const CallSite& site, record_callback callback, void* context)
     : text_(std::move(text)), document_(parse_answer(text_, callback, context)), form_(judge_form(site)) {}
 

@@ -14,10 +14,11 @@ class ParsedAnswer {
   public:
     // Empties the slot; a request nested in what the reader does next finds it free.
     static ParsedAnswer take(const CallSite& site);
-    ParsedAnswer(std::string text, const CallSite& site);
-    // Hands each record of the answer to `callback` as soon as it is read, and drops its content then, so
-    // that a long list never stands in memory as a tree. What it handed over counts only if form() is 0.
-    ParsedAnswer(std::string text, const CallSite& site, record_callback callback, void* context);
+    // Hands each record of the answer to `callback`, if given, as soon as it is read, and drops its content
+    // then, so that a long list never stands in memory as a tree. What it handed over counts only if form()
+    // is 0.
+    ParsedAnswer(std::string text, const CallSite& site, record_callback callback = nullptr,
+                 void* context = nullptr);
 
     // 0, RET_XML_NULL or RET_XML_FMT_ERROR.
     int form() const { return form_; }
