@@ -41,17 +41,25 @@ void CopyProgress::begin(std::string shown) {
     report();
 }
 
-void CopyProgress::finish(const Entry& entry) {
-    ++counts_.items_done;
-    counts_.bytes_done = std::max(counts_.bytes_done, bytes_before_ + content_size(entry));
-    // What came up only while it was copied belongs to the whole as well.
+// What came up only while it was copied belongs to the whole as well.
+void CopyProgress::count_done(std::uint64_t items, std::uint64_t bytes) {
+    counts_.items_done = items;
+    counts_.bytes_done = std::max(counts_.bytes_done, bytes);
     counts_.items_total = std::max(counts_.items_total, counts_.items_done);
     counts_.bytes_total = std::max(counts_.bytes_total, counts_.bytes_done);
 }
 
+void CopyProgress::add_written(std::uint64_t bytes) {
+    counts_.bytes_moved += bytes;
+    count_done(counts_.items_done, counts_.bytes_done + bytes);
+}
+
+void CopyProgress::finish(const Entry& entry) {
+    count_done(counts_.items_done + 1, bytes_before_ + content_size(entry));
+}
+
 void CopyProgress::finish_present(const Entry& entry) {
     ++counts_.items_present;
-    text_.forget(content_size(entry));
     finish(entry);
 }
 

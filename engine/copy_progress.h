@@ -25,7 +25,7 @@ class CopyProgress {
     void add_to_do(const Entry& entry);
     // The entry that is copied now, as the user knows it.
     void begin(std::string shown);
-    void add_written(std::uint64_t bytes) { counts_.bytes_done += bytes; }
+    void add_written(std::uint64_t bytes);
     // Nothing more is to be done for the entry that was begun, whether it was copied or not.
     void finish(const Entry& entry);
     // The same for one that was at the target already.
@@ -39,6 +39,7 @@ class CopyProgress {
     [[nodiscard]] std::uint64_t total() const { return counts_.items_total; }
 
   private:
+    void count_done(std::uint64_t items, std::uint64_t bytes);
     void tell(std::chrono::steady_clock::time_point now);
 
     FrontEnd& front_end_;

@@ -41,18 +41,22 @@ Error FileContent::copy(FileSource& source, FileSink& sink) {
 
 Error FileContent::copy_stretches(int from, FileSink& sink) {
     off_t at = 0;
+    Stretch data{0, 0};
     while (true) {
         if (progress_.stopped())
             return ECANCELED;
         progress_.report();
-        const Stretch data = next_data(from, at);
-        const auto size = static_cast<std::size_t>(std::min<off_t>(data.end - data.start, kSlice));
-        const ssize_t copied = size > 0 ? copy_slice(from, sink.descriptor(), data.start, size) : 0;
+        // Where a file is looked up page by page, looking for the next hole again takes longer than copying.
+        if (at >= data.end)
+            data = next_data(from, at);
+        at = std::max(at, data.start);
+        const auto size = static_cast<std::size_t>(std::min<off_t>(data.end - at, kSlice));
+        const ssize_t copied = size > 0 ? copy_slice(from, sink.descriptor(), at, size) : 0;
         if (copied < 0)
             return errno;
         if (copied == 0)
             break;
-        at = data.start + copied;
+        at += copied;
         count(sink, static_cast<std::uint64_t>(copied));
     }
     struct stat status {};

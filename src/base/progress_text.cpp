@@ -48,21 +48,16 @@ std::string ProgressText::text(const ProgressCounts& counts, Clock::time_point n
     return text;
 }
 
-void ProgressText::forget(std::uint64_t bytes) {
-    for (Sample& sample : samples_)
-        sample.bytes += bytes;
-}
-
 double ProgressText::speed(const ProgressCounts& counts, Clock::time_point now) {
     if (samples_.empty() || now - samples_.back().time >= kStep)
-        samples_.push_back({now, counts.bytes_done});
+        samples_.push_back({now, counts.bytes_moved});
     // One sample at the far end of the window stays.
     while (samples_.size() > 2 && now - samples_[1].time >= kWindow)
         samples_.pop_front();
     const Sample& first = samples_.front();
-    if (now - first.time < kFirstSpeed || counts.bytes_done <= first.bytes)
+    if (now - first.time < kFirstSpeed || counts.bytes_moved <= first.bytes_moved)
         return 0;
-    return static_cast<double>(counts.bytes_done - first.bytes) /
+    return static_cast<double>(counts.bytes_moved - first.bytes_moved) /
            std::chrono::duration<double>(now - first.time).count();
 }
 

@@ -14,6 +14,7 @@ struct ProgressCounts {
     std::uint64_t items_present = 0;  // of those done: were at the target already
     std::uint64_t bytes_done = 0;
     std::uint64_t bytes_total = 0;
+    std::uint64_t bytes_moved = 0;  // of those done: the others were there already, left out or holes
 };
 
 class ProgressText {
@@ -22,13 +23,11 @@ class ProgressText {
 
     // The speed is that of the last seconds; it and the time left are shown once they mean something.
     std::string text(const ProgressCounts& counts, Clock::time_point now);
-    // So many bytes are about to count as done that nobody moved: they are no part of the speed.
-    void forget(std::uint64_t bytes);
 
   private:
     struct Sample {
         Clock::time_point time;
-        std::uint64_t bytes;
+        std::uint64_t bytes_moved;
     };
     // Bytes a second, 0 while it is unknown.
     double speed(const ProgressCounts& counts, Clock::time_point now);

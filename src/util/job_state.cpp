@@ -69,6 +69,7 @@ JobProgress JobCounters::snapshot() const {
     const std::lock_guard lock(mutex_);
     JobProgress progress = finished_;
     progress.bytes_done += position_;
+    progress.bytes_moved += position_;
     // What grew since it was counted.
     progress.items_total = std::max(progress.items_total, progress.items_done);
     progress.bytes_total = std::max(progress.bytes_total, progress.bytes_done);
@@ -91,6 +92,7 @@ void JobCounters::finish_item(std::uint64_t bytes) {
     const std::lock_guard lock(mutex_);
     ++finished_.items_done;
     finished_.bytes_done += std::max(bytes, position_);
+    finished_.bytes_moved += position_;
     position_ = 0;
 }
 

@@ -59,7 +59,8 @@ struct JobProgress {
     std::uint64_t items_total = 0;
     std::uint64_t bytes_done = 0;
     std::uint64_t bytes_total = 0;
-    bool counted = false;  // the totals are known
+    std::uint64_t bytes_moved = 0;  // of those done: the others were left out
+    bool counted = false;           // the totals are known
 };
 
 // Kept by the worker, read by the thread that watches the job. Any thread; never goes back.
