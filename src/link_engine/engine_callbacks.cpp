@@ -169,15 +169,18 @@ std::string without_facts(const std::string& question) {
 }
 
 // A request that is sent again asks nothing: what the user agreed to holds, and what else is there stays.
-int answer_again(const __send_args& args, const std::string& question) {
+int answer_again(__send_args& args, const std::string& question) {
     const std::string asked = without_facts(question);
     if (args.refused_questions.contains(asked))
         return REQUEST_NO;
     if (args.agreed_to_all)
         return args.refused_questions.empty() ? REQUEST_ALL : REQUEST_YES;
-    if (args.agreed_questions.empty())
-        return kRequestSkipAll;
-    return args.agreed_questions.contains(asked) ? REQUEST_YES : REQUEST_NO;
+    if (args.agreed_questions.contains(asked))
+        return REQUEST_YES;
+    if (args.refused_all)
+        return args.agreed_questions.empty() ? kRequestSkipAll : REQUEST_NO;
+    args.left_unasked.push_back(asked);
+    return REQUEST_NO;
 }
 
 int answer_by_user(__send_args& args, const std::string& question) {
@@ -185,6 +188,7 @@ int answer_by_user(__send_args& args, const std::string& question) {
     const int response =
         questions != nullptr ? questions->ask_overwrite({.text = question, .parent = args.parent_window}) : 0;
     args.agreed_to_all = args.agreed_to_all || response == REQUEST_ALL;
+    args.refused_all = args.refused_all || response == kRequestSkipAll;
     if (response == REQUEST_YES)
         args.agreed_questions.insert(without_facts(question));
     if (response == REQUEST_NO)

@@ -70,7 +70,9 @@ struct __send_args {
     bool agreed_to_all = false;
     std::set<std::string> agreed_questions;
     std::set<std::string> refused_questions;
-    bool is_move = false;  // a copy after which the source may go
+    bool refused_all = false;               // by the user, to all that followed
+    std::vector<std::string> left_unasked;  // questions of the last sending: no, without the user's word
+    bool is_move = false;                   // a copy after which the source may go
     // Of a move: which items have arrived completely, 'Y' or 'N' each; empty: the engine sent no report.
     std::string arrived;
     // A file list: whether the user gets a message for a folder that the engine does not list, and whether it

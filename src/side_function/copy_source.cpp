@@ -66,6 +66,10 @@ Offer remote_copy() {
     return {g_copy_to_remote_file_list, copy_source.cut};
 }
 
+bool is_cut() {
+    return g_copy_source == kCopiedRemotely ? copy_source.cut : clipboard_action == kCutOffered;
+}
+
 void clear_copy_source() {
     g_copy_source = kNothingCopied;
     g_p_tree_view = nullptr;

@@ -76,6 +76,8 @@ void keep_remote_copy(bool cut);
 // What was copied or cut in the remote pane.
 Offer remote_copy();
 
+// Whether what was copied last, in either pane, was cut.
+bool is_cut();
 // Forgets what was copied.
 void clear_copy_source();
 

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <iterator>
+#include <string_view>
 
 #include "base/diagnostics.h"
 #include "base/translated_text.h"
@@ -15,6 +16,7 @@
 #include "side_function/transfer.h"
 #include "side_function/wire_path.h"
 #include "tree_view_op/file_list_view.h"
+#include "util/job_failures.h"
 #include "window/closing.h"
 #include "window/dialogs/message_dialog.h"
 #include "window/dialogs/search_dialog.h"
@@ -87,6 +89,47 @@ void rename_on_engine(const Pane& pane, const std::string& new_name, Outcome& ou
     outcome.cursor = new_name;
 }
 
+// The engine's reason for a refusal; empty when it came, or no answer did.
+std::string refusal(const std::string& path, const std::string& place, __send_args& args) {
+    args.task_kind = kTaskRename;
+    args.source_path_hex = traced_unicode_hex(path);
+    args.target_path_hex = traced_unicode_hex(place);
+    free_return_message();
+    if (send_busily(set_NP_VAL_CMD_RENAME, get_NP_VAL_CMD_RENAME, args) == 0 || args.given_up)
+        return {};
+    return return_message().empty() ? translated("IDS_REASON_REFUSED_THERE") : return_message();
+}
+
+// What was cut in the pane goes to the folder that it shows now, replacing nothing.
+Outcome move_within(const Pane& pane, const std::vector<std::string>& paths) {
+    Outcome outcome;
+    std::vector<__task_failure> failures;
+    for (const std::string& path : paths) {
+        const std::string name = remote_base_name(path);
+        const std::string place = pane.path_of(name);
+        if (path == place)
+            continue;
+        std::vector<std::string> is_free{name};
+        remove_shown_names(pane.list(), is_free);
+        __send_args args;
+        const bool into_itself = place.starts_with(path) &&
+                                 std::string_view("/\\").find(place[path.size()]) != std::string_view::npos;
+        const std::string reason = into_itself       ? translated("IDS_REASON_INTO_ITSELF")
+                                   : is_free.empty() ? translated("IDS_REASON_NAME_TAKEN")
+                                                     : refusal(path, place, args);
+        outcome.reload = !args.given_up;
+        if (args.given_up || window_is_closing())
+            break;
+        if (reason.empty())
+            outcome.names.push_back(name);
+        else
+            failures.push_back({path, reason});
+    }
+    if (!failures.empty() && !window_is_closing())
+        show_error_box(message_parent(), GTK_BUTTONS_OK, failure_summary(failures).c_str(), nullptr);
+    return outcome;
+}
+
 Outcome remember_entries(const Pane& pane, bool cut) {
     const std::vector<std::string> paths = pane.selected_paths();
     if (paths.empty())
@@ -153,11 +196,12 @@ Outcome cut_remote_entries(const Pane& pane) {
     return remember_entries(pane, true);
 }
 
-Outcome paste_remotely(const Pane&) {
+Outcome paste_remotely(const Pane& pane) {
     if (g_copy_source == kCopiedRemotely) {
+        const Offer offer = remote_copy();
         release_copy_to_remote_file_list();
         clear_copy_source();
-        return Outcome::nothing(-1);
+        return offer.cut ? move_within(pane, offer.paths) : Outcome::nothing(-1);
     }
     const int result = copy_to_remote_folder(read_offer);
     end_offer();

@@ -9,6 +9,7 @@
 
 #include "base/diagnostics.h"
 #include "base/main_loop.h"
+#include "base/translated_text.h"
 #include "base/worker.h"
 #include "link_engine/answer_slot.h"
 #include "link_engine/message_names.h"
@@ -77,7 +78,8 @@ struct Copied {
     int result = -1;
     std::vector<std::string> moved;
     std::vector<std::string> changed;
-    Fingerprints before;  // of local items that are to be moved
+    std::vector<std::string> left;  // was at the target already, and nobody was asked about it
+    Fingerprints before;            // of local items that are to be moved
 };
 
 Pane::Arrival arrival_of(const __send_args& args, bool succeeded) {
@@ -87,6 +89,16 @@ Pane::Arrival arrival_of(const __send_args& args, bool succeeded) {
         std::transform(args.items.begin(), args.items.end(), std::back_inserter(arrival.names),
                        [](const RequestItem& item) { return remote_base_name(item.path); });
     return arrival;
+}
+
+// The path in an overwrite question; all of one that is put in other words.
+std::string asked_path(const std::string& question) {
+    const std::string words = translated("IDS_EXIST_FILE_NAME");
+    const std::size_t at = words.find("%s");
+    if (at == std::string::npos || !question.starts_with(words.substr(0, at)))
+        return question;
+    const std::size_t end = question.rfind(words.substr(at + 2));
+    return end == std::string::npos || end < at ? question : question.substr(at, end - at);
 }
 
 Copied copy_items(const Direction& direction, const OfferSource& source, std::vector<RemoteItem> attributes) {
@@ -108,6 +120,8 @@ Copied copy_items(const Direction& direction, const OfferSource& source, std::ve
         copied.before = look_before_move(offer.paths);
     if (build_item_lists(direction, job))
         copied.result = transfer.send(direction.start, direction.finish);
+    std::transform(args.left_unasked.begin(), args.left_unasked.end(), std::back_inserter(copied.left),
+                   asked_path);
     if (offer.cut) {
         copied.moved = transfer.arrived(copied.result);
         copied.changed = transfer.changed(copied.result);
@@ -136,6 +150,7 @@ int run_transfer(const Direction& direction, const OfferSource& source, std::vec
     if (!copied.moved.empty() && !window_is_closing())
         trash_what_was_moved(direction, copied);
     tell_left(copied.changed, "IDS_REASON_CHANGED_MEANWHILE");
+    tell_left(copied.left, "IDS_REASON_NAME_TAKEN");
     return copied.result;
 }
 
@@ -182,6 +197,7 @@ int Transfer::send(command_start_t start, command_finish_t finish) {
         failure_shown_ = false;
         args_.sent_again = true;
         args_.arrived.clear();
+        args_.left_unasked.clear();
         set_atomic(&args_.state, kStateRunning);
         result = send_once(start, finish);
     }

@@ -27,7 +27,7 @@ bool menu_item(GtkWidget* tree_view) {
 
 // What was cut may come to another folder of its own pane, which the menu does not offer.
 bool paste(GtkWidget* tree_view) {
-    if (tree_view == g_p_tree_view && clipboard_action == kCutOffered)
+    if (tree_view == g_p_tree_view && relay_hub::is_cut())
         on_popup_menu_paste(nullptr, tree_view);
     else
         menu_item<on_popup_menu_paste, kMenuPaste>(tree_view);

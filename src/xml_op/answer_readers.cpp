@@ -27,7 +27,7 @@ using relay_hub::report;
 using relay_hub::text_of;
 using relay_hub::XmlText;
 
-// The engine's reason of the last create-folder failure; the remote pane frees it around each request.
+// The engine's reason of the last failure; the remote pane frees it before a request whose reason it shows.
 std::string g_return_message;
 
 std::optional<std::uint64_t> bytes_of(std::string_view digits) {
@@ -69,13 +69,15 @@ void show_folder(FileList& list, const std::string& path) {
     relay_hub::set_current_folder(side, path.c_str());
 }
 
-// A request whose success needs no more than to be known; the engine's reason is only printed.
+// A request whose success needs no more than to be known.
 int read_plain_result(const CallSite& site) {
     const ParsedAnswer answer = ParsedAnswer::take(site);
     if (answer.result() == 0)
         return 0;
-    if (const XmlText reason = answer.reason())
+    if (const XmlText reason = answer.reason()) {
         std::printf("%s\n", text_of(reason));
+        g_return_message = text_of(reason);
+    }
     return -1;
 }
 

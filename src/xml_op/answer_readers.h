@@ -27,7 +27,8 @@ namespace relay_hub {
 // The file list's __send_args::parse: a long list is read on the request's worker, and once.
 bool parse_file_list(__send_args& args, std::string& answer);
 
-// The engine's reason kept by the create-folder reader; empty when there is none.
+// The engine's reason of the last refused request, kept by the readers of small requests; empty when there is
+// none.
 const std::string& return_message();
 void free_return_message();
 

@@ -22,8 +22,8 @@ class Move(DesktopTest):
         d, far = self.desktop, tempfile.mkdtemp(prefix="relay-hub-move-", dir="/dev/shm")  # another file system
         self.addCleanup(shutil.rmtree, far, ignore_errors=True)
         self.near, self.to, self.far = (Place(LOCAL, path, path) for path in (d.home + "/from", d.home + "/to", far))
-        self.there = Place(REMOTE, "/there", d.remote + "/there")
-        for place in (self.near, self.to, self.there):
+        self.there, self.beyond = (Place(REMOTE, path, d.remote + path) for path in ("/there", "/beyond"))
+        for place in (self.near, self.to, self.there, self.beyond):
             os.mkdir(place.disk)
         d.start("--style", "posix")
 
@@ -68,7 +68,7 @@ class Move(DesktopTest):
 
     def test_from_place_to_place(self):
         for number, (source, target) in enumerate(itertools.pairwise(
-                (self.near, self.to, self.far, self.there, self.near))):
+                (self.near, self.to, self.far, self.there, self.beyond, self.near))):
             with self.subTest(number):
                 wanted = tree_of(source.disk) or self.fill(source.disk)
                 self.cut(source, "file", "tree")
