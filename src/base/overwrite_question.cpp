@@ -28,13 +28,15 @@ std::string date_text(std::time_t time) {
 }
 
 std::string facts_line(const char* id, const FileFacts& facts) {
-    return "\n" + fill_translated(
-                      id, {size_text(facts.size), facts.has_time ? date_text(facts.modified.tv_sec) : "–"});
+    return "\n" + fill_translated(id, {facts.has_size ? size_text(facts.size) : "–",
+                                       facts.has_time ? date_text(facts.modified.tv_sec) : "–"});
 }
 
 const char* comparison(const FileFacts& present, const FileFacts& incoming) {
     if (is_same_time(present.modified, incoming.modified))
-        return present.size == incoming.size ? "IDS_OVERWRITE_SAME" : "IDS_OVERWRITE_SAME_DATE";
+        return present.size == incoming.size && present.has_size && incoming.has_size
+                   ? "IDS_OVERWRITE_SAME"
+                   : "IDS_OVERWRITE_SAME_DATE";
     const bool is_newer = incoming.modified.tv_sec != present.modified.tv_sec
                               ? incoming.modified.tv_sec > present.modified.tv_sec
                               : incoming.modified.tv_nsec > present.modified.tv_nsec;

@@ -10,6 +10,7 @@ struct FileFacts {
     std::uint64_t size = 0;
     timespec modified{};
     bool has_time = true;
+    bool has_size = true;  // that of a folder says nothing of what it holds
 };
 
 // Whether two times are one, as far as both file systems hold them: one may keep whole seconds, another

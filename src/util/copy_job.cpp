@@ -67,7 +67,7 @@ void show_error(const char* primary, const std::string& secondary) {
 }
 
 relay_hub::FileFacts facts_of(const struct stat& status) {
-    return {static_cast<std::uint64_t>(status.st_size), status.st_mtim};
+    return {static_cast<std::uint64_t>(status.st_size), status.st_mtim, true, !S_ISDIR(status.st_mode)};
 }
 
 int ask_overwrite(const struct stat& source, const std::string& dst) {
