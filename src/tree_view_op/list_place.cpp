@@ -1,5 +1,6 @@
 #include "tree_view_op/list_place.h"
 
+#include <algorithm>
 #include <unordered_set>
 
 #include "tree_view_op/file_list_view.h"
@@ -34,8 +35,20 @@ ListPlace::ListPlace(GtkWidget* tree_view)
     const TreePathPtr owned_top(top);
     const TreePathPtr owned_bottom(bottom);
     // A list at its very top stays there, also when rows are added before the first one.
-    if (gtk_tree_path_get_indices(top)[0] > 0)
-        top_ = name_at(view_, top);
+    GdkRectangle shown;
+    gtk_tree_view_get_visible_rect(view_, &shown);
+    if (shown.y <= 0)
+        return;
+    GdkRectangle row;
+    gtk_tree_view_get_background_area(view_, top, gtk_tree_view_get_column(view_, 0), &row);
+    if (row.y < 0) {
+        gtk_tree_path_next(top);
+        row.y += row.height;
+    }
+    top_ = name_at(view_, top);
+    // A little more, since the toolkit cuts off what is less than a pixel.
+    constexpr double kMore = 1.000001;
+    share_above_ = static_cast<gfloat>(kMore * row.y / std::max(shown.height - row.height, 1));
 }
 
 void ListPlace::restore() const {
@@ -62,7 +75,8 @@ void ListPlace::restore() const {
     if (cursor != nullptr && cursor_selected_)
         gtk_tree_selection_select_path(selection, cursor.get());
     if (top != nullptr)
-        gtk_tree_view_scroll_to_cell(view_, top.get(), nullptr, TRUE, 0, 0);
+        gtk_tree_view_scroll_to_cell(view_, top.get(), nullptr, TRUE, std::clamp(share_above_, 0.0F, 1.0F),
+                                     0);
 }
 
 }  // namespace relay_hub

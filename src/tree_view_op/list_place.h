@@ -19,7 +19,8 @@ class ListPlace {
     std::vector<std::string> selected_;
     std::string cursor_;
     bool cursor_selected_ = false;
-    std::string top_;
+    std::string top_;         // the first row that shows whole
+    gfloat share_above_ = 0;  // of the room that it leaves
 };
 
 }  // namespace relay_hub

@@ -25,8 +25,8 @@ gboolean JobProgressLine::update(gpointer self) {
     const dialog_info* info = get_file_read_write_dialog_info();
     if (info->second_label == nullptr || !progress.counted)
         return G_SOURCE_CONTINUE;
-    const ProgressCounts counts{progress.items_done, progress.items_total, 0, progress.bytes_done,
-                                progress.bytes_total, progress.bytes_moved};
+    const ProgressCounts counts{progress.items_done, progress.items_total, 0,
+                                progress.bytes_done, progress.bytes_total, progress.bytes_moved};
     gtk_label_set_text(GTK_LABEL(info->second_label),
                        line->text_.text(counts, ProgressText::Clock::now()).c_str());
     return G_SOURCE_CONTINUE;
