@@ -265,6 +265,9 @@ void CopyBatch::begin_folder(const std::string& source, const Entry& entry, cons
         level.entry.mode &= ~mode_t{S_IRWXG} | listing.group_rights;
         // What it holds is still passed over in the order in which it was measured.
         level.children = std::move(listing.entries);
+        // Its files first: a folder between them would come before those that were announced already.
+        std::ranges::stable_partition(level.children,
+                                      [](const Entry& child) { return child.kind != EntryKind::kFolder; });
         entered = succeeded(source, error) && make_or_take_folder(source, entry, target, lookup, level);
         for (const FailedLook& failed : listing.failed)
             fail(join_path(source, failed.name), failed.error);

@@ -23,8 +23,8 @@ Error read_folder(Session& session, const std::string& path, const std::function
     if (Error error = session.take_handle(opening, handle); error)
         return error;
     std::deque<PendingReply> replies;
-    // A small folder ends with the second answer; a large one is worth more and more requests.
-    std::size_t wanted = 2;
+    // Most folders end within these, in one round trip; a large one is worth more and more requests.
+    std::size_t wanted = 8;
     std::size_t names = 0;
     std::size_t bytes = 0;
     Error error;

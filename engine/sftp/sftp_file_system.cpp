@@ -229,8 +229,12 @@ Error SftpFileSystem::open_source(const std::string& path, const Entry& entry,
     if (!opened)
         opened = std::make_unique<SftpSource>(session, server_path(path), entry.size);
     fetch_ahead(session);
+    const bool waits = !opened->arrived();
     if (Error error = opened->finish_open(); error)
         return error;
+    // Those behind it were opened meanwhile.
+    if (waits)
+        fetch_ahead(session);
     source = std::move(opened);
     return {};
 }

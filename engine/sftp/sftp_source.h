@@ -20,6 +20,8 @@ class SftpSource : public FileSource {
 
     // Takes what has come, without waiting, and asks for what follows.
     void advance();
+    // Whether finish_open() would not wait.
+    [[nodiscard]] bool arrived() const { return !opening_.sent() || opening_.arrived(); }
     // Waits until it is open.
     Error finish_open();
     Error read(char* buffer, std::size_t size, std::size_t& got) override;
