@@ -74,7 +74,10 @@ gboolean update(gpointer data) {
     summary->update.forget();
     if (std::exchange(summary->rows_changed, false))
         summary->items = count_items(gtk_tree_view_get_model(summary->tree_view));
-    gtk_label_set_text(summary->label.get(), text_of(*summary).c_str());
+    const std::string text = text_of(*summary);
+    gtk_label_set_text(summary->label.get(), text.c_str());
+    // A narrow pane cuts off its end.
+    gtk_widget_set_tooltip_text(GTK_WIDGET(summary->label.get()), text.c_str());
     return G_SOURCE_REMOVE;
 }
 
