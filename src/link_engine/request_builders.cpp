@@ -71,7 +71,7 @@ constexpr Request kLocalToRemote{
 constexpr Request kConnectionStatus{wire::kCheckConnectionStatus, "NP_VAL_CMD_CHECK_CONNECTION_STATUS",
                                     kShared};
 constexpr Request kRemoteOnline{wire::kCheckRemoteOnline, "NP_VAL_CMD_CHECK_REMOTE_ONLINE", kShared};
-constexpr Request kExit{wire::kExitLinkEngine, nullptr, kOwn, {}, nullptr, kPosted};
+constexpr Request kExit{wire::kExitLinkEngine, "NP_VAL_CMD_EXIT_LINK_ENGINE", kOwn, {}, nullptr, kPosted};
 constexpr Request kHeartbeat{
     wire::kCheckForHeartbeat, "NP_VAL_CMD_CHECK_FOR_HEARTBEAT", kOwn, {}, nullptr, kUntraced};
 
