@@ -80,10 +80,10 @@ struct Connection {
     FileDescriptor out;
 };
 
-// Waits for the next client that sends something within its time, and opens both ends to it. The client
-// before it may still be leaving: for that one no answers' end is opened, whose closing the next client would
-// take for its own; and the requests' end stays open through the change, so that what the next client has
-// written is not lost.
+// Waits for the next client that sends something within its time, and opens both ends to it. While the
+// previous client is still leaving, no answers' end is opened: the next client would take its closing for the
+// end of its own round. The requests' end stays open meanwhile, so that nothing the next client has written
+// is lost.
 Connection await_client(const Server& server, milliseconds& time) {
     Connection client;
     do {

@@ -110,7 +110,7 @@ ListUpdate::Result ListUpdate::go_on() {
     return is_done() ? Result::kDone : Result::kMore;
 }
 
-// One row is put before the one looked at, or that one is brought up to date or removed.
+// Puts one row before the row looked at, or brings the row looked at up to date, or removes it.
 void ListUpdate::step() {
     if (!more_) {
         insert_row(store_.get(), -1, texts_of(now_->rows_[next_++]).data());

@@ -126,7 +126,7 @@ void EntryCopy::finish_folder(const WaitingFolder& folder) {
         note_failure(job_, FILE_OP_HERE, folder.dst, errno);
         return;
     }
-    // Something else was put in its place meanwhile: that one keeps what it has.
+    // Another entry was put in its place meanwhile, and keeps its attributes.
     if (!is_same_entry(now, folder.target)) {
         note_failure(job_, FILE_OP_HERE, folder.dst, ESTALE);
         return;

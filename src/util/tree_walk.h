@@ -13,7 +13,7 @@ struct WalkEntry {
     const std::string& path;
     const struct stat& status;  // all zeros for FTW_NS
     // FTW_F, FTW_D, FTW_SL for a link, FTW_NS for what lstat refused, FTW_DNR for a folder that could not be
-    // read; such a one comes a second time, with broken_off set, when its reading failed in the middle.
+    // read. A folder whose reading failed in the middle comes a second time, as FTW_DNR with broken_off set.
     int flag;
     int error_number;  // of FTW_NS and FTW_DNR
     bool broken_off;
