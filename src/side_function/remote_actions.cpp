@@ -126,7 +126,7 @@ Outcome move_within(const Pane& pane, const std::vector<std::string>& paths) {
             failures.push_back({path, reason});
     }
     if (!failures.empty() && !window_is_closing())
-        show_error_box(message_parent(), GTK_BUTTONS_OK, failure_summary(failures).c_str(), nullptr);
+        show_error_box(message_parent(), GTK_BUTTONS_OK, failure_summary(failures));
     return outcome;
 }
 
