@@ -1,5 +1,7 @@
 #include "engine/sftp/write_pipeline.h"
 
+#include "engine/sftp/sftp_sink.h"
+
 namespace relay_hub::engine::sftp {
 
 void WritePipeline::make_room() {
@@ -7,12 +9,12 @@ void WritePipeline::make_room() {
         advance_first();
 }
 
-void WritePipeline::join(PipelinedFile& file) {
+void WritePipeline::join(SftpSink& file) {
     (file.begun() ? open_ : queued_).push_back(&file);
     advance();
 }
 
-void WritePipeline::leave(const PipelinedFile& file) {
+void WritePipeline::leave(const SftpSink& file) {
     std::erase(queued_, &file);
     std::erase(open_, &file);
 }
@@ -27,14 +29,14 @@ void WritePipeline::advance() {
 }
 
 void WritePipeline::advance_first() {
-    PipelinedFile* const file = open_.front();
+    SftpSink* const file = open_.front();
     open_.pop_front();
     file->next_step();
     if (!file->named())
         open_.push_back(file);
 }
 
-void WritePipeline::complete(const PipelinedFile& file) {
+void WritePipeline::complete(const SftpSink& file) {
     for (advance(); !file.named(); advance())
         advance_first();
 }
