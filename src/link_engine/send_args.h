@@ -68,9 +68,9 @@ struct __send_args {
     // agreed before. What was refused stays refused, also where all that followed was agreed to.
     bool sent_again = false;
     bool agreed_to_all = false;
+    bool refused_all = false;  // by the user, to all that followed
     std::set<std::string> agreed_questions;
     std::set<std::string> refused_questions;
-    bool refused_all = false;               // by the user, to all that followed
     std::vector<std::string> left_unasked;  // questions of the last sending: no, without the user's word
     bool is_move = false;                   // a copy after which the source may go
     // Of a move: which items have arrived completely, 'Y' or 'N' each; empty: the engine sent no report.

@@ -4,6 +4,7 @@
 // Window's thread.
 #include <gtk/gtk.h>
 
+#include <cstddef>
 #include <string>
 
 // Error box with one OK button. In primary "%%" shows as "%". secondary may be null.
@@ -17,6 +18,8 @@ GtkWidget* message_parent();
 // Error box with one button (GTK_BUTTONS_OK or GTK_BUTTONS_CLOSE), primary text and optional secondary.
 void show_error_box(GtkWidget* parent, GtkButtonsType buttons, const std::string& primary,
                     const std::string& secondary = {});
+void show_error_box(GtkWidget* parent, GtkButtonsType buttons, const std::string& primary,
+                    std::nullptr_t) = delete;
 // The same with the buttons "Try again" and OK. True for the first.
 bool ask_to_try_again(GtkWidget* parent, const std::string& text);
 // The box about a folder that is not there or cannot be listed, over message_parent().
