@@ -1,7 +1,9 @@
 // The engine's answers, read by every reader; lists fill a pane of their own. Needs a display.
+#include <array>
+
 #include "fuzz_input.h"
-#include "gui/gui_fixture.h"
 #include "link_engine/answer_slot.h"
+#include "tree_view_op/file_list_view.h"
 #include "window/ui_sets.h"
 #include "window/window_thread.h"
 #include "xml_op/answer_readers.h"
@@ -23,20 +25,27 @@ constexpr Reader kReaders[] = {
 GtkListStore* drive_store = nullptr;
 
 void build_pane() {
-    static const gui_test::PaneList list;
-    drive_store = gtk_list_store_new(3, G_TYPE_STRING, G_TYPE_STRING, G_TYPE_STRING);
-    sub[1].tree_view = list.view();
+    static_assert(kColumnCount == 11);
+    std::array<GType, kColumnCount> types;
+    types.fill(G_TYPE_STRING);
+    GtkListStore* rows = gtk_list_store_newv(kColumnCount, types.data());
+    drive_store = gtk_list_store_newv(3, types.data());
+    sub[1].tree_view = gtk_tree_view_new_with_model(GTK_TREE_MODEL(rows));
     sub[1].drive_combo = gtk_combo_box_new_with_model(GTK_TREE_MODEL(drive_store));
     sub[1].status_label = gtk_label_new("");
     sub[1].path_entry = gtk_entry_new();
     get_UI_sets()->right_side = &sub[1];
+    set_list_treeview(sub[1].tree_view);
     relay_hub::hold_widgets();
 }
 
 void check_texts(GtkTreeModel* model, int columns) {
-    for (int column = 0; column < columns; ++column)
-        for (const std::string& text : gui_test::column_texts(model, column))
-            check(g_utf8_validate(text.c_str(), -1, nullptr) != FALSE, "every text of a row can be shown");
+    GtkTreeIter iter;
+    for (gboolean more = gtk_tree_model_get_iter_first(model, &iter); more;
+         more = gtk_tree_model_iter_next(model, &iter))
+        for (int column = 0; column < columns; ++column)
+            check(g_utf8_validate(relay_hub::row_text(model, &iter, column).c_str(), -1, nullptr) != FALSE,
+                  "every text of a row can be shown");
 }
 
 void read_list(const std::string& answer, const char* folder) {
