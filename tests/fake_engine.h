@@ -28,9 +28,7 @@ inline double used_seconds(clockid_t clock) {
 
 class FakeEngine {
   public:
-    // Gives the answer to a request's text; nullopt stays silent, kRoundEnd ends the round without a byte and
-    // begins the next one at once. Runs on the engine's thread.
-    static constexpr const char* kRoundEnd = "the round ends";
+    // Gives the answer to a request's text; nullopt stays silent. Runs on the engine's thread.
     using Serve = std::function<std::optional<std::string>(const std::string& request)>;
     // The front end's command channel leads to this engine for the engine's life.
     explicit FakeEngine(Serve serve)
@@ -78,10 +76,7 @@ class FakeEngine {
                 const std::lock_guard lock(mutex_);
                 frames_.push_back(frame(body));
             }
-            const auto answer = serve_(body.substr(6));
-            if (answer == kRoundEnd)
-                out_ = served(folder_.at("c_OUT"));
-            else if (answer)
+            if (const auto answer = serve_(body.substr(6)))
                 relay_hub::write_bytes(out_.get(), frame(*answer), 10s);
         }
     }

@@ -165,26 +165,14 @@ TEST_F(Panes, ProbesJudgeTheEnginesAnswer) {
         {link_engine_remote_online, wire::kCheckRemoteOnline, kSuccess + field(wire::kRemoteIsOnline, "N"),
          -1},
         {link_engine_remote_online, wire::kCheckRemoteOnline, field(wire::kRemoteIsOnline, "Y"), -1},
+        {[] { return right_combobox_load_partition(nullptr, nullptr); }, wire::kGetRemoteSpecialPath, "", 0},
+        {offline_connection_status_nothread, wire::kCheckConnectionStatus, field(wire::kLocalDeviceOn, "Y"),
+         0},
     };
     for (const auto& [probe, command, answer, result] : cases) {
         const FakeEngine engine([whole = message(answer)](const std::string&) { return whole; });
         EXPECT_EQ(probe(), result) << command << answer;
         EXPECT_EQ(engine.requests(command).size(), 1U);
-    }
-}
-
-TEST_F(Panes, ARoundWithoutAnAnswerEndsWhicheverRequestItServed) {
-    const std::pair<std::function<int()>, std::vector<const char*>> cases[] = {
-        {offline_connection_status_nothread, {wire::kCheckConnectionStatus}},
-        {link_engine_remote_online, {wire::kCheckRemoteOnline}},
-        {[] { return right_combobox_load_partition(nullptr, nullptr); },
-         {wire::kGetRemoteSpecialPath, wire::kGetDriverList}},
-    };
-    for (const auto& [ask, commands] : cases) {
-        const FakeEngine engine([](const std::string&) { return FakeEngine::kRoundEnd; });
-        EXPECT_EQ(ask(), -1) << commands.front();
-        for (const char* command : commands)
-            EXPECT_EQ(engine.requests(command).size(), 1U);
     }
 }
 
