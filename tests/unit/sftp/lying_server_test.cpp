@@ -158,9 +158,11 @@ TEST(LyingServer, RefusesAStepOfAFile) {
     for (const PacketType refused : {PacketType::kOpen, PacketType::kWrite, PacketType::kFsetstat,
                                      PacketType::kExtended, PacketType::kClose, PacketType::kRename}) {
         int removed = 0;
+        int renamed = 0;
         LyingServer server(
             [&](const Request& request) {
                 removed += request.type == PacketType::kRemove ? 1 : 0;
+                renamed += request.type == PacketType::kRename ? 1 : 0;
                 if (request.type == refused)
                     return status(request, StatusCode::kFailure);
                 if (request.type == PacketType::kRealpath)
@@ -181,6 +183,7 @@ TEST(LyingServer, RefusesAStepOfAFile) {
         const bool harmless = refused == PacketType::kFsetstat;
         EXPECT_EQ(error.number, harmless ? 0 : EREMOTEIO) << static_cast<int>(refused);
         EXPECT_EQ(removed, harmless ? 0 : 1) << static_cast<int>(refused);
+        EXPECT_EQ(renamed, harmless || refused == PacketType::kRename ? 1 : 0) << static_cast<int>(refused);
         // The names are no safer than the folder that holds them.
         EXPECT_EQ(server.files().settle({"a"}).number, refused == PacketType::kExtended ? EREMOTEIO : 0);
     }
