@@ -9,7 +9,6 @@
 #include <net/if.h>
 
 #include <array>
-#include <cstdio>
 #include <map>
 #include <set>
 #include <tuple>
@@ -59,19 +58,15 @@ std::string user_of(AvahiStringList* texts) {
     return value != nullptr ? value : "";
 }
 
-}  // namespace
-
-class AnnouncementListener {
+class AnnouncementListener : public AnnouncedComputers {
   public:
-    explicit AnnouncementListener(AnnouncedComputers::Watcher watcher)
+    explicit AnnouncementListener(Watcher watcher)
         : watcher_(std::move(watcher)),
           stop_(g_cancellable_new()),
           poll_(avahi_glib_poll_new(nullptr, G_PRIORITY_DEFAULT)) {
         start();
     }
-    AnnouncementListener(const AnnouncementListener&) = delete;
-    AnnouncementListener& operator=(const AnnouncementListener&) = delete;
-    ~AnnouncementListener() {
+    ~AnnouncementListener() override {
         g_cancellable_cancel(stop_.get());
         if (restart_ != 0)
             g_source_remove(restart_);
@@ -211,7 +206,7 @@ class AnnouncementListener {
             watcher_.lost(computer);
     }
 
-    AnnouncedComputers::Watcher watcher_;
+    Watcher watcher_;
     GObjectPtr<GCancellable> stop_;
     guint restart_ = 0;
     Poll poll_;
@@ -221,9 +216,10 @@ class AnnouncementListener {
     std::map<ServiceKey, Service> services_;
 };
 
-AnnouncedComputers::AnnouncedComputers(Watcher watcher)
-    : listener_(std::make_unique<AnnouncementListener>(std::move(watcher))) {}
+}  // namespace
 
-AnnouncedComputers::~AnnouncedComputers() = default;
+std::unique_ptr<AnnouncedComputers> AnnouncedComputers::listen(Watcher watcher) {
+    return std::make_unique<AnnouncementListener>(std::move(watcher));
+}
 
 }  // namespace relay_hub::connect

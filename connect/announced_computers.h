@@ -5,13 +5,12 @@
 #include <memory>
 #include <string>
 
+#include "base/non_copyable.h"
 #include "connect/typed_address.h"
 
 namespace relay_hub::connect {
 
-class AnnouncementListener;
-
-class AnnouncedComputers {
+class AnnouncedComputers : NonCopyable {
   public:
     struct Watcher {
         // name: the computer's own, by which lost() names it. Called again when the same computer can be
@@ -20,13 +19,8 @@ class AnnouncedComputers {
         std::function<void(const std::string& name)> lost;
     };
 
-    explicit AnnouncedComputers(Watcher watcher);
-    AnnouncedComputers(const AnnouncedComputers&) = delete;
-    AnnouncedComputers& operator=(const AnnouncedComputers&) = delete;
-    ~AnnouncedComputers();
-
-  private:
-    std::unique_ptr<AnnouncementListener> listener_;
+    static std::unique_ptr<AnnouncedComputers> listen(Watcher watcher);
+    virtual ~AnnouncedComputers() = default;
 };
 
 }  // namespace relay_hub::connect

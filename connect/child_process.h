@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/file_descriptor.h"
+#include "base/non_copyable.h"
 
 namespace relay_hub::connect {
 
@@ -18,14 +19,10 @@ struct ProgramToStart {
 };
 inline constexpr int kStatusDescriptor = 3;
 
-class ChildProcess {
+class ChildProcess : NonCopyable {
   public:
     // Called once, when the program has ended, with what waitpid() says. May start the next one.
     using Ended = std::function<void(int wait_status)>;
-
-    ChildProcess() = default;
-    ChildProcess(const ChildProcess&) = delete;
-    ChildProcess& operator=(const ChildProcess&) = delete;
     // Kills what still runs.
     ~ChildProcess();
 

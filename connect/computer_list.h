@@ -9,17 +9,16 @@
 #include <vector>
 
 #include "base/glib_owners.h"
+#include "base/non_copyable.h"
 #include "connect/typed_address.h"
 
 namespace relay_hub::connect {
 
-class ComputerList {
+class ComputerList : NonCopyable {
   public:
     // activated: a row was double clicked, or Return pressed in it; its address has been chosen before.
     using Chosen = std::function<void(const SshAddress&)>;
     ComputerList(Chosen chosen, std::function<void()> activated);
-    ComputerList(const ComputerList&) = delete;
-    ComputerList& operator=(const ComputerList&) = delete;
     ~ComputerList();
 
     // The list within its scrollbars; its parent owns it.

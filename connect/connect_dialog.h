@@ -7,12 +7,13 @@
 #include <memory>
 #include <string>
 
+#include "base/non_copyable.h"
 #include "connect/computer_list.h"
 #include "connect/typed_address.h"
 
 namespace relay_hub::connect {
 
-class ConnectDialog {
+class ConnectDialog : NonCopyable {
   public:
     struct Actions {
         std::function<void(const SshAddress&)> connect;
@@ -22,8 +23,6 @@ class ConnectDialog {
     };
 
     explicit ConnectDialog(Actions actions);
-    ConnectDialog(const ConnectDialog&) = delete;
-    ConnectDialog& operator=(const ConnectDialog&) = delete;
     ~ConnectDialog();
 
     [[nodiscard]] ComputerList& computers() { return *computers_; }

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "base/non_copyable.h"
 #include "connect/child_process.h"
 #include "connect/engine_status.h"
 #include "connect/line_reader.h"
@@ -17,7 +18,7 @@ struct EngineTarget {
     std::string what;
 };
 
-class EngineProcess {
+class EngineProcess : NonCopyable {
   public:
     struct Listener {
         std::function<void(const EngineStatus&)> on_status;
@@ -26,8 +27,6 @@ class EngineProcess {
     };
 
     EngineProcess(std::string program, Listener listener);
-    EngineProcess(const EngineProcess&) = delete;
-    EngineProcess& operator=(const EngineProcess&) = delete;
     ~EngineProcess();
 
     // Empty, or why it could not be started. Not while it runs.

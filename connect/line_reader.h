@@ -6,10 +6,11 @@
 #include <string>
 
 #include "base/file_descriptor.h"
+#include "base/non_copyable.h"
 
 namespace relay_hub::connect {
 
-class LineReader {
+class LineReader : NonCopyable {
   public:
     // Given each line as it comes, without its line end; the last one also when nothing ends it. Must not
     // destroy the reader.
@@ -17,8 +18,6 @@ class LineReader {
 
     // Takes the pipe's end over, and reads it until its writers have gone.
     LineReader(FileDescriptor pipe, TakeLine take_line);
-    LineReader(const LineReader&) = delete;
-    LineReader& operator=(const LineReader&) = delete;
     ~LineReader();
 
     // Reads now what is already there.

@@ -31,11 +31,11 @@ void Session::ask() {
     if (!history_.computers().empty())
         dialog_.set_address(history_.computers().front());
     dialog_.show();
-    announced_ = std::make_unique<AnnouncedComputers>(AnnouncedComputers::Watcher{
-        [this](const std::string& name, const SshAddress& address) {
-            dialog_.computers().show_announced(name, address);
-        },
-        [this](const std::string& name) { dialog_.computers().remove_announced(name); }});
+    announced_ = AnnouncedComputers::listen(
+        {[this](const std::string& name, const SshAddress& address) {
+             dialog_.computers().show_announced(name, address);
+         },
+         [this](const std::string& name) { dialog_.computers().remove_announced(name); }});
 }
 
 void Session::ask_for_folder() {
@@ -140,14 +140,17 @@ void Session::stop() {
     quit_when_all_have_gone();
 }
 
+bool Session::is_over() const {
+    return state_ == State::ending && !engine_.running() && !window_.running();
+}
+
 void Session::quit_when_all_have_gone() {
-    if (state_ == State::ending && !engine_.running() && !window_.running() && gtk_main_level() > 0)
+    if (is_over() && gtk_main_level() > 0)
         gtk_main_quit();
 }
 
 int Session::run() {
-    const bool over = state_ == State::ending && !engine_.running() && !window_.running();
-    if (!over)
+    if (!is_over())
         gtk_main();
     return exit_status_;
 }

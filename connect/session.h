@@ -43,6 +43,7 @@ class Session {
     void on_connected();
     void on_window_end(int wait_status);
     void tell_failure(Failure failure, const std::string& text);
+    [[nodiscard]] bool is_over() const;
     void quit_when_all_have_gone();
 
     Programs programs_;

@@ -44,15 +44,6 @@ void report(const CallSite& site, std::string_view message, std::string_view arg
     write_line(place(site), {message, " ", argument});
 }
 
-void report(const CallSite& site, std::string_view before, std::string_view argument,
-            std::string_view after) {
-    write_line(place(site), {before, argument, after});
-}
-
-void report(const CallSite& site, std::string_view message, int number) {
-    write_line(place(site), {message, "\t", std::to_string(number)});
-}
-
 void report_error(const CallSite& site, int error_number) {
     write_line(place(site, error_number), {error_text(error_number)});
 }

@@ -20,10 +20,6 @@ struct CallSite {
 void report(const CallSite& site, std::string_view message);
 // "... >> message argument"
 void report(const CallSite& site, std::string_view message, std::string_view argument);
-// "... >> before" "argument" "after" without blanks between
-void report(const CallSite& site, std::string_view before, std::string_view argument, std::string_view after);
-// "... >> message<TAB>number"
-void report(const CallSite& site, std::string_view message, int number);
 // "...[error code:N] >> strerror(N)"
 void report_error(const CallSite& site, int error_number);
 // "...[error code:N] >> strerror(N); path"

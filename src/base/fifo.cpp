@@ -47,41 +47,28 @@ FileDescriptor find_fifo(const std::string& path) {
     return place && is_usable_fifo(place.get()) ? std::move(place) : FileDescriptor();
 }
 
-// Readable whenever somebody has opened what stands at path. Empty where the system grants no watch.
-FileDescriptor watch_opens(const std::string& path) {
-    FileDescriptor events(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
-    if (events && ::inotify_add_watch(events.get(), path.c_str(), IN_OPEN | IN_DONT_FOLLOW) < 0)
-        events.reset();
-    return events;
-}
-
 // Sleeps, at most until the deadline or until somebody opens. False when the wait was ended.
 bool sleep_until_opened(int opens, milliseconds pause, Deadline deadline) {
     const Clock::time_point end = Clock::now() + pause;
     const WaitEnd woken = wait_for(opens, POLLIN, deadline ? std::min(*deadline, end) : end);
-    alignas(inotify_event) std::array<char, 4096> events;
-    while (woken == WaitEnd::ready && read_some(opens, events.data(), events.size()) > 0) {
-    }
+    if (woken == WaitEnd::ready)
+        discard_waiting(opens, pause);
     return woken == WaitEnd::ready || woken == WaitEnd::timed_out;
 }
 
-// By descriptor: swapping the name for a link gains an attacker nothing.
+// Swapping the name for a link gains an attacker nothing.
 bool set_mode(const FileDescriptor& place, mode_t mode) {
-    const std::string by_descriptor = "/proc/self/fd/" + std::to_string(place.get());
-    return ::chmod(by_descriptor.c_str(), mode) == 0;
+    return ::chmod(path_of_descriptor(place.get()).c_str(), mode) == 0;
 }
 
 }  // namespace
 
 FileDescriptor open_fifo(const std::string& path, int flags) {
-    int fd = -1;
-    do {
-        fd = ::open(path.c_str(), flags | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY);
-    } while (fd < 0 && errno == EINTR);
-    FileDescriptor fifo(fd);
-    if (!fifo || !is_usable_fifo(fd))
+    const long fd = TEMP_FAILURE_RETRY(::open(path.c_str(), flags | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY));
+    FileDescriptor fifo(static_cast<int>(fd));
+    if (!fifo || !is_usable_fifo(fifo.get()))
         return {};
-    if ((flags & O_NONBLOCK) == 0 && ::fcntl(fd, F_SETFL, flags | O_NONBLOCK) != 0)
+    if ((flags & O_NONBLOCK) == 0 && ::fcntl(fifo.get(), F_SETFL, flags | O_NONBLOCK) != 0)
         return {};
     return fifo;
 }
@@ -107,7 +94,7 @@ FileDescriptor open_fifo_writer(const std::string& path, Deadline deadline,
         if (between)
             between();
         else if (!opens && Clock::now() >= eager_until)
-            opens = watch_opens(path);
+            opens = watch_fifo(path, IN_OPEN);
     }
 }
 
@@ -136,6 +123,13 @@ void make_fifo_private(const std::string& path) {
         (void)set_mode(place, kPrivateMode);
 }
 
+FileDescriptor watch_fifo(const std::string& path, std::uint32_t events) {
+    FileDescriptor watch(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+    if (watch && ::inotify_add_watch(watch.get(), path.c_str(), events | IN_DONT_FOLLOW) < 0)
+        watch.reset();
+    return watch;
+}
+
 void raise_capacity(int fifo) {
     (void)::fcntl(fifo, F_SETPIPE_SZ, kFifoCapacity);
 }
@@ -146,18 +140,10 @@ void ignore_broken_pipes() {
         (void)std::signal(SIGPIPE, SIG_IGN);
 }
 
-ssize_t read_some(int fd, void* data, std::size_t size) {
-    ssize_t count = -1;
-    do {
-        count = ::read(fd, data, size);
-    } while (count < 0 && errno == EINTR);
-    return count;
-}
-
-void discard_waiting(int fifo, std::chrono::milliseconds limit) {
+void discard_waiting(int end, std::chrono::milliseconds limit) {
     std::array<char, 4096> dropped;  // mostly there is nothing
-    const Deadline end = after(limit);
-    while (read_some(fifo, dropped.data(), dropped.size()) > 0 && Clock::now() < *end) {
+    const Deadline latest = after(limit);
+    while (read_some(end, dropped.data(), dropped.size()) > 0 && Clock::now() < *latest) {
     }
 }
 

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <sys/types.h>
 
+#include <cstdint>
 #include <functional>
 #include <string>
 
@@ -27,15 +28,15 @@ bool make_fifo(const std::string& path, mode_t mode);
 // Gives a FIFO of this user the mode 0600, so that no other user can write to it. Anything else stays as it
 // is.
 void make_fifo_private(const std::string& path);
+// Readable once one of these events of inotify (IN_OPEN, …) has come to the FIFO, however soon others open it
+// again. Empty where the system grants no watch.
+FileDescriptor watch_fifo(const std::string& path, std::uint32_t events);
 // Lets the pipe hold 1 MiB where the system allows it.
 void raise_capacity(int fifo);
 // Keeps a write to a pipe without reader from ending the process. A handler set by someone else stays.
 void ignore_broken_pipes();
 
-// read() through EINTR.
-ssize_t read_some(int fd, void* data, std::size_t size);
-
-// Reads away what waits in a non-blocking end, for at most limit against a writer that goes on.
-void discard_waiting(int fifo, std::chrono::milliseconds limit);
+// Reads away what waits in a non-blocking end or a watch, for at most limit against a writer that goes on.
+void discard_waiting(int end, std::chrono::milliseconds limit);
 
 }  // namespace relay_hub

@@ -11,6 +11,8 @@
 #include <string_view>
 #include <vector>
 
+#include "base/file_descriptor.h"
+
 namespace relay_hub {
 namespace {
 
@@ -47,12 +49,8 @@ std::vector<char> attribute_of(int fd, const char* name) {
 }
 
 // Each name ended by a zero byte.
-std::string attribute_names(int fd) {
-    const ssize_t size = flistxattr(fd, nullptr, 0);
-    std::string names(size > 0 ? static_cast<std::size_t>(size) : 0, '\0');
-    const ssize_t got = names.empty() ? 0 : flistxattr(fd, names.data(), names.size());
-    names.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
-    return names;
+std::vector<char> attribute_names(int fd) {
+    return value_of([=](char* to, std::size_t size) { return flistxattr(fd, to, size); });
 }
 
 struct GroupRights {
@@ -99,9 +97,9 @@ void take_owner(int target, const FileOwner& owner) {
 }  // namespace
 
 mode_t copy_extended_attributes(int source, mode_t source_mode, int target, TargetAge age) {
-    const std::string names = attribute_names(source);
-    for (std::size_t at = 0; at < names.size(); at += std::strlen(names.c_str() + at) + 1) {
-        const char* const name = names.c_str() + at;
+    const std::vector<char> names = attribute_names(source);
+    for (std::size_t at = 0; at < names.size(); at += std::strlen(names.data() + at) + 1) {
+        const char* const name = names.data() + at;
         if (!std::string_view(name).starts_with("user."))
             continue;
         const std::vector<char> value = attribute_of(source, name);
@@ -121,7 +119,7 @@ mode_t copy_extended_attributes(int source, mode_t source_mode, int target, Targ
 
 mode_t mode_without_list(int source, mode_t mode) {
     // By a path, since a descriptor may be open for its path alone.
-    const std::string path = "/proc/self/fd/" + std::to_string(source);
+    const std::string path = path_of_descriptor(source);
     const std::vector<char> list =
         value_of([&](char* to, std::size_t size) { return getxattr(path.c_str(), kAccessList, to, size); });
     return list.empty() ? mode : mode & (~mode_t{S_IRWXG} | group_rights(list).own);

@@ -21,17 +21,30 @@ int FileDescriptor::close() {
     return errno;
 }
 
+std::string path_of_descriptor(int fd) {
+    return "/proc/self/fd/" + std::to_string(fd);
+}
+
+ssize_t read_some(int fd, void* data, std::size_t size) {
+    return TEMP_FAILURE_RETRY(::read(fd, data, size));
+}
+
+std::size_t read_at_most(int fd, void* data, std::size_t size) {
+    std::size_t done = 0;
+    ssize_t count = 1;
+    while (done < size && count > 0) {
+        count = read_some(fd, static_cast<char*>(data) + done, size - done);
+        done += count > 0 ? static_cast<std::size_t>(count) : 0;
+    }
+    return done;
+}
+
 int write_all(int fd, const void* data, std::size_t size) {
     const char* next = static_cast<const char*>(data);
     while (size > 0) {
-        const ssize_t written = ::write(fd, next, size);
-        if (written < 0) {
-            if (errno == EINTR)
-                continue;
-            return errno;
-        }
-        if (written == 0)
-            return EIO;
+        const ssize_t written = TEMP_FAILURE_RETRY(::write(fd, next, size));
+        if (written <= 0)
+            return written < 0 ? errno : EIO;
         next += written;
         size -= static_cast<std::size_t>(written);
     }

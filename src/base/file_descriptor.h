@@ -3,6 +3,7 @@
 #include <sys/types.h>
 
 #include <cstddef>
+#include <string>
 #include <utility>
 
 namespace relay_hub {
@@ -34,6 +35,12 @@ class FileDescriptor {
     int fd_ = -1;
 };
 
+// A path that leads to what is open, for calls that take no descriptor: whatever stands under its name now.
+std::string path_of_descriptor(int fd);
+// read() through EINTR.
+ssize_t read_some(int fd, void* data, std::size_t size);
+// How many of at most size bytes could be read until the end or a failure.
+std::size_t read_at_most(int fd, void* data, std::size_t size);
 // Writes all bytes, through short writes and EINTR. 0, or the errno of the write that failed.
 int write_all(int fd, const void* data, std::size_t size);
 

@@ -6,12 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "base/freed_by.h"
+
 namespace relay_hub {
 
-struct FolderClose {
-    void operator()(DIR* folder) const { closedir(folder); }
-};
-using FolderHandle = std::unique_ptr<DIR, FolderClose>;
+using FolderHandle = std::unique_ptr<DIR, FreedBy<closedir>>;
 
 // Opens a folder for reading its names. Null with errno set on failure.
 FolderHandle open_folder(const std::string& path);

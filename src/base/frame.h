@@ -10,6 +10,7 @@
 #include <optional>
 #include <string_view>
 
+#include "base/non_copyable.h"
 #include "base/wait.h"
 
 namespace relay_hub {
@@ -43,11 +44,8 @@ enum class ReadEnd { complete, enough, closed, timed_out, stopped, failed };
 
 // Tells that the writer of a frame has closed its end. A FIFO alone shows that only until somebody opens it
 // for writing again.
-class WriterWatch {
+class WriterWatch : NonCopyable {
   public:
-    WriterWatch() = default;
-    WriterWatch(const WriterWatch&) = delete;
-    WriterWatch& operator=(const WriterWatch&) = delete;
     virtual ~WriterWatch() = default;
     // Readable when has_left() is worth a look; -1 without a watch. Borrowed.
     [[nodiscard]] virtual int descriptor() const = 0;

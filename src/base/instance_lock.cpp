@@ -34,13 +34,8 @@ int open_runtime_folder(std::string& path, FileDescriptor& folder) {
 
 }  // namespace
 
-InstanceLock::InstanceLock(const std::string& name) : error_(take(name)) {
-    if (error_ == 0)
-        result_ = Result::taken;
-    else if (error_ == EWOULDBLOCK)
-        result_ = Result::held_by_another;
-    if (error_ != 0)
-        file_.reset();
+InstanceLock::Result InstanceLock::result() const {
+    return error_ == 0 ? Result::taken : error_ == EWOULDBLOCK ? Result::held_by_another : Result::failed;
 }
 
 int InstanceLock::take(const std::string& name) {
@@ -52,10 +47,7 @@ int InstanceLock::take(const std::string& name) {
                          S_IRUSR | S_IWUSR));
     if (!file_)
         return errno;
-    while (::flock(file_.get(), LOCK_EX | LOCK_NB) != 0)
-        if (errno != EINTR)
-            return errno;
-    return 0;
+    return TEMP_FAILURE_RETRY(::flock(file_.get(), LOCK_EX | LOCK_NB)) == 0 ? 0 : errno;
 }
 
 }  // namespace relay_hub

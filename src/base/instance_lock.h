@@ -12,9 +12,9 @@ class InstanceLock {
     enum class Result { taken, held_by_another, failed };
 
     // name: of the lock file, without a folder. On failure error() and path() say what failed where.
-    explicit InstanceLock(const std::string& name);
+    explicit InstanceLock(const std::string& name) : error_(take(name)) {}
 
-    [[nodiscard]] Result result() const { return result_; }
+    [[nodiscard]] Result result() const;
     [[nodiscard]] int error() const { return error_; }
     [[nodiscard]] const std::string& path() const { return path_; }
 
@@ -23,8 +23,7 @@ class InstanceLock {
 
     FileDescriptor file_;
     std::string path_;
-    int error_ = 0;
-    Result result_ = Result::failed;
+    int error_;  // of the last step; after the members that the steps fill
 };
 
 }  // namespace relay_hub

@@ -5,7 +5,6 @@
 #include <sys/uio.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <ctime>
 #include <mutex>
@@ -13,6 +12,7 @@
 #include <vector>
 
 #include "base/file_descriptor.h"
+#include "base/glib_owners.h"
 #include "base/local_time_text.h"
 #include "base/ownership.h"
 
@@ -47,13 +47,16 @@ void write_once(int fd, const std::vector<std::string_view>& parts) {
     pieces.reserve(parts.size());
     for (const std::string_view part : parts)
         pieces.push_back({const_cast<char*>(part.data()), part.size()});
-    while (::writev(fd, pieces.data(), static_cast<int>(pieces.size())) < 0 && errno == EINTR) {
-    }
+    (void)TEMP_FAILURE_RETRY(::writev(fd, pieces.data(), static_cast<int>(pieces.size())));
 }
 
-// "HH:MM:SS " of now.
-std::string stamp() {
-    return relay_hub::local_time_text(std::time(nullptr), "%H:%M:%S ");
+void append_line(const char* path, std::initializer_list<std::string_view> parts) {
+    const std::string stamp = relay_hub::local_time_text(std::time(nullptr), "%H:%M:%S ");
+    std::vector<std::string_view> line{stamp};
+    line.insert(line.end(), parts);
+    line.emplace_back("\n");
+    if (const relay_hub::FileDescriptor file = open_log(path, O_APPEND))
+        write_once(file.get(), line);
 }
 
 }  // namespace
@@ -83,9 +86,7 @@ void Log::CloseFile() {
 }
 
 void Log::Write1(const char* data, unsigned int length) {
-    const int fd = m_nFile;
-    if (fd >= 0)
-        write_once(fd, {std::string_view(data, length)});
+    WriteParts({std::string_view(data, length)});
 }
 
 void Log::WriteParts(std::initializer_list<std::string_view> parts) {
@@ -103,26 +104,15 @@ void Log::Print(const char* format, ...) {
 
 void Log::ReallyPrint(const char* format, va_list args) {
     const int fd = m_nFile;
-    if (fd < 0)
-        return;
-    va_list measured;
-    va_copy(measured, args);
-    // The checker sees neither va_start nor va_copy.
-    const int size =
-        std::vsnprintf(nullptr, 0, format, measured);  // NOLINT(clang-analyzer-valist.Uninitialized)
-    va_end(measured);
-    if (size <= 0)
-        return;
-    std::string text(static_cast<std::size_t>(size), '\0');
-    (void)std::vsnprintf(text.data(), text.size() + 1, format, args);
-    write_once(fd, {text});
+    const relay_hub::GText text(fd >= 0 ? g_strdup_vprintf(format, args) : nullptr);
+    if (text && *text != '\0')
+        write_once(fd, {text.get()});
 }
 
 int write_log(const char* path, const char* message) {
     if (path == nullptr || message == nullptr || *path == '\0')
         return -1;
-    if (const relay_hub::FileDescriptor file = open_log(path, O_APPEND))
-        write_once(file.get(), {stamp(), message, "\n"});
+    append_line(path, {message});
     return 0;
 }
 
@@ -140,12 +130,7 @@ void log_event(const char* format, ...) {
 }
 
 void log_event_parts(std::initializer_list<std::string_view> parts) {
-    const std::string begin = stamp();
-    std::vector<std::string_view> line{begin};
-    line.insert(line.end(), parts);
-    line.emplace_back("\n");
-    if (const FileDescriptor file = open_log(kEventLogPath, O_APPEND))
-        write_once(file.get(), line);
+    append_line(kEventLogPath, parts);
 }
 
 }  // namespace relay_hub

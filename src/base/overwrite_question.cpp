@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <tuple>
 
 #include "base/local_time_text.h"
 #include "base/size_text.h"
@@ -37,9 +38,8 @@ const char* comparison(const FileFacts& present, const FileFacts& incoming) {
         return present.size == incoming.size && present.has_size && incoming.has_size
                    ? "IDS_OVERWRITE_SAME"
                    : "IDS_OVERWRITE_SAME_DATE";
-    const bool is_newer = incoming.modified.tv_sec != present.modified.tv_sec
-                              ? incoming.modified.tv_sec > present.modified.tv_sec
-                              : incoming.modified.tv_nsec > present.modified.tv_nsec;
+    const bool is_newer = std::tie(incoming.modified.tv_sec, incoming.modified.tv_nsec) >
+                          std::tie(present.modified.tv_sec, present.modified.tv_nsec);
     return is_newer ? "IDS_OVERWRITE_INCOMING_NEWER" : "IDS_OVERWRITE_PRESENT_NEWER";
 }
 

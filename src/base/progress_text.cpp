@@ -1,6 +1,5 @@
 #include "base/progress_text.h"
 
-#include <algorithm>
 #include <cmath>
 
 #include "base/size_text.h"

@@ -18,11 +18,6 @@ namespace {
 constexpr std::size_t kOpenFolders = 64;
 constexpr int kFolderFlags = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
-// By the descriptor, so that a link put in the folder's place meanwhile changes nothing elsewhere.
-void give_owner_all_rights(int folder) {
-    (void)chmod(("/proc/self/fd/" + std::to_string(folder)).c_str(), S_IRWXU);
-}
-
 // A folder whose content is being removed.
 struct Level {
     std::string name;
@@ -85,7 +80,7 @@ class TreeRemoval {
         level.device = status.st_dev;
         level.inode = status.st_ino;
         if (rights_ == FolderRights::widen && (status.st_mode & S_IRWXU) != S_IRWXU)
-            give_owner_all_rights(level.folder.get());
+            (void)chmod(path_of_descriptor(level.folder.get()).c_str(), S_IRWXU);
         if (const int error = read_names(level.folder.get(), level.names); error != 0)
             return error;
         if (levels_.size() >= kOpenFolders)

@@ -5,9 +5,11 @@
 
 #include <csignal>
 
+#include "base/non_copyable.h"
+
 namespace relay_hub {
 
-class SignalsBlocked {
+class SignalsBlocked : NonCopyable {
   public:
     SignalsBlocked() {
         sigset_t all_but_segv;
@@ -15,8 +17,6 @@ class SignalsBlocked {
         sigdelset(&all_but_segv, SIGSEGV);
         pthread_sigmask(SIG_SETMASK, &all_but_segv, &before_);
     }
-    SignalsBlocked(const SignalsBlocked&) = delete;
-    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
     ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
 
   private:

@@ -3,35 +3,21 @@
 #include <arpa/inet.h>
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <string_view>
+
+#include "base/glib_owners.h"
 
 namespace relay_hub {
 namespace {
 
 constexpr unsigned kLargestPort = 65535;
 
-int hex_value(char c) {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    const char lower = static_cast<char>(c | 0x20);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
-
-std::optional<std::string> percent_decoded(std::string_view text) {
-    std::string result;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] != '%') {
-            result += text[i];
-            continue;
-        }
-        if (i + 2 >= text.size() || hex_value(text[i + 1]) < 0 || hex_value(text[i + 2]) < 0)
-            return std::nullopt;
-        result += static_cast<char>(hex_value(text[i + 1]) * 16 + hex_value(text[i + 2]));
-        i += 2;
-    }
-    return result;
+// Nothing for a URI's part that is spelt wrongly or holds a zero byte.
+std::optional<std::string> part_of(std::string_view text, bool is_uri) {
+    if (!is_uri)
+        return std::string(text);
+    const GText decoded(g_uri_unescape_segment(text.data(), text.data() + text.size(), nullptr));
+    return decoded ? std::optional<std::string>(decoded.get()) : std::nullopt;
 }
 
 bool is_ipv6(std::string_view text) {
@@ -40,10 +26,8 @@ bool is_ipv6(std::string_view text) {
     return inet_pton(AF_INET6, plain.c_str(), &address) == 1;
 }
 
-bool is_port(std::string_view text) {
-    unsigned port = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
-    return error == std::errc() && end == text.data() + text.size() && port > 0 && port <= kLargestPort;
+bool is_port(const std::string& text) {
+    return g_ascii_string_to_unsigned(text.c_str(), 10, 1, kLargestPort, nullptr, nullptr) != FALSE;
 }
 
 // ssh takes no word that begins with "-" for a name, and neither may a file name be taken for several words.
@@ -106,8 +90,7 @@ std::optional<SshAddress> parse_ssh_address(const std::string& text) {
     SshAddress address;
     const std::size_t slash = remaining.find('/');
     if (slash != std::string_view::npos) {
-        const auto folder =
-            is_uri ? percent_decoded(remaining.substr(slash)) : std::string(remaining.substr(slash));
+        const auto folder = part_of(remaining.substr(slash), is_uri);
         if (!folder || folder->find('\0') != std::string::npos)
             return std::nullopt;
         address.folder = *folder == "/~" || folder->starts_with("/~/") ? folder->substr(1) : *folder;
@@ -115,8 +98,7 @@ std::optional<SshAddress> parse_ssh_address(const std::string& text) {
     }
     const std::size_t at = remaining.rfind('@');
     if (at != std::string_view::npos) {
-        const auto user =
-            is_uri ? percent_decoded(remaining.substr(0, at)) : std::string(remaining.substr(0, at));
+        const auto user = part_of(remaining.substr(0, at), is_uri);
         if (!user || !is_plain_word(*user))
             return std::nullopt;
         address.user = *user;

@@ -8,7 +8,6 @@
 #include <cerrno>
 
 #include "base/diagnostics.h"
-#include "base/fifo.h"
 #include "base/file_descriptor.h"
 #include "base/glib_owners.h"
 
@@ -59,14 +58,7 @@ std::string small_file_content(const std::string& path) {
     if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
         return {};
     std::string content(std::min(static_cast<std::size_t>(status.st_size), kLargestFile), '\0');
-    std::size_t size = 0;
-    while (size < content.size()) {
-        const ssize_t count = read_some(file.get(), content.data() + size, content.size() - size);
-        if (count <= 0)
-            break;
-        size += static_cast<std::size_t>(count);
-    }
-    content.resize(size);
+    content.resize(read_at_most(file.get(), content.data(), content.size()));
     return content;
 }
 

@@ -5,14 +5,13 @@
 #include <atomic>
 
 #include "base/file_descriptor.h"
+#include "base/non_copyable.h"
 
 namespace relay_hub {
 
-class StopToken {
+class StopToken : NonCopyable {
   public:
     StopToken();
-    StopToken(const StopToken&) = delete;
-    StopToken& operator=(const StopToken&) = delete;
 
     void stop();
     [[nodiscard]] bool stopped() const;
@@ -27,11 +26,9 @@ class StopToken {
 
 // Binds a token to the calling thread for the scope's life; the token must outlive the scope. Scopes nest,
 // the innermost counts.
-class StopScope {
+class StopScope : NonCopyable {
   public:
     explicit StopScope(const StopToken& token);
-    StopScope(const StopScope&) = delete;
-    StopScope& operator=(const StopScope&) = delete;
     ~StopScope();
 
   private:

@@ -159,7 +159,7 @@ int TemporaryFile::replace(const std::string& target) {
 
 int TemporaryFile::take_free_name(const std::string& target) {
     if (name_.empty()) {
-        const std::string nameless = "/proc/self/fd/" + std::to_string(fd_.get());
+        const std::string nameless = path_of_descriptor(fd_.get());
         if (linkat(AT_FDCWD, nameless.c_str(), folder_, target.c_str(), AT_SYMLINK_FOLLOW) == 0)
             return 0;
         if (errno == EEXIST)

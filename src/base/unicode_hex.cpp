@@ -54,7 +54,7 @@ std::optional<std::string> character_hex(std::string_view text) {
 
 std::string utf16_hex(std::string_view text) {
     glong count = 0;
-    const std::unique_ptr<gunichar2, GFree> units(
+    const std::unique_ptr<gunichar2, FreedBy<g_free>> units(
         g_utf8_to_utf16(text.data(), static_cast<glong>(text.size()), nullptr, &count, nullptr));
     std::string hex(units ? kUnicodeHexDigits * static_cast<std::size_t>(count) : 0, '\0');
     for (std::size_t at = 0; at < hex.size(); at += kUnicodeHexDigits)

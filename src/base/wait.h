@@ -7,6 +7,7 @@
 #include <optional>
 #include <span>
 
+#include "base/non_copyable.h"
 #include "base/stop_token.h"
 
 namespace relay_hub {
@@ -30,11 +31,9 @@ bool interruptible_sleep(std::chrono::milliseconds time);
 // For its life the calling thread works for one peer only: waits also end once write_end has no reader any
 // more, or leave_events becomes readable. -1 for neither; both are borrowed. Of scopes that nest the two
 // innermost count.
-class PeerScope {
+class PeerScope : NonCopyable {
   public:
     PeerScope(int write_end, int leave_events);
-    PeerScope(const PeerScope&) = delete;
-    PeerScope& operator=(const PeerScope&) = delete;
     ~PeerScope();
 
     // The calling thread's innermost scope, or null.

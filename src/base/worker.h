@@ -8,13 +8,12 @@
 #include <memory>
 #include <thread>
 
+#include "base/non_copyable.h"
+
 namespace relay_hub {
 
-class Worker {
+class Worker : NonCopyable {
   public:
-    Worker() = default;
-    Worker(const Worker&) = delete;
-    Worker& operator=(const Worker&) = delete;
     // Stops a body that still runs and leaves it alone: what such a body uses must be the body's own.
     ~Worker();
 

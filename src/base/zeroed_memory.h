@@ -2,13 +2,12 @@
 // A block of memory that reads as zeros and costs only the pages that were written. One thread at a time.
 #include <cstddef>
 
+#include "base/non_copyable.h"
+
 namespace relay_hub {
 
-class ZeroedMemory {
+class ZeroedMemory : NonCopyable {
   public:
-    ZeroedMemory() = default;
-    ZeroedMemory(const ZeroedMemory&) = delete;
-    ZeroedMemory& operator=(const ZeroedMemory&) = delete;
     ~ZeroedMemory() { release(); }
 
     // Makes the block size bytes long, all zeros. False, with the block empty, when there is no memory.

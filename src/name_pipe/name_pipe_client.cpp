@@ -61,10 +61,7 @@ FileDescriptor open_in(const std::string& path, const FileDescriptor& late_answe
 std::size_t write_at_once(int in, const FrameHeader& header, std::string_view body) {
     const std::array<iovec, 2> parts{iovec{const_cast<char*>(header.data()), header.size()},
                                      iovec{const_cast<char*>(body.data()), body.size()}};
-    ssize_t count = -1;
-    do {
-        count = ::writev(in, parts.data(), parts.size());
-    } while (count < 0 && errno == EINTR);
+    const ssize_t count = TEMP_FAILURE_RETRY(::writev(in, parts.data(), parts.size()));
     return count > 0 ? static_cast<std::size_t>(count) : 0;
 }
 

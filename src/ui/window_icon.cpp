@@ -23,19 +23,6 @@ FileDescriptor open_trusted(const char* path) {
     return file;
 }
 
-std::vector<guchar> read_at_most(int fd, std::size_t limit) {
-    std::vector<guchar> content(limit);
-    std::size_t size = 0;
-    while (size < limit) {
-        const ssize_t count = read_some(fd, content.data() + size, limit - size);
-        if (count <= 0)
-            break;
-        size += static_cast<std::size_t>(count);
-    }
-    content.resize(size);
-    return content;
-}
-
 GObjectPtr<GdkPixbuf> picture_of(const std::vector<guchar>& content) {
     const GObjectPtr<GdkPixbufLoader> loader(gdk_pixbuf_loader_new());
     const bool written =
@@ -90,7 +77,8 @@ std::vector<GObjectPtr<GdkPixbuf>> load_window_icons(const char* path) {
     const FileDescriptor file = open_trusted(path);
     if (!file)
         return pictures;
-    const std::vector<guchar> content = read_at_most(file.get(), static_cast<std::size_t>(kLargestIcon));
+    std::vector<guchar> content(static_cast<std::size_t>(kLargestIcon));
+    content.resize(read_at_most(file.get(), content.data(), content.size()));
     const bool is_icon = content.size() > kHeadSize && number_at(content, 0, 4) == 0x10000;
     const std::size_t count = is_icon ? number_at(content, 4, 2) : 1;
     for (std::size_t entry = 0; entry < count; ++entry) {

@@ -12,6 +12,7 @@
 
 #include "base/fifo.h"
 #include "base/file_attributes.h"
+#include "base/file_descriptor.h"
 #include "util/file_identity.h"
 #include "util/file_op_unit.h"
 

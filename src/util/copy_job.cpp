@@ -117,7 +117,8 @@ int act_on_answer(int answer) {
     if (answer == REQUEST_CANCEL)
         std::puts("request REQUEST_CANCEL");
     else
-        report({relay_hub::kFileOpUnit, "file_op_check", 1438}, "no capture any response!", answer);
+        report({relay_hub::kFileOpUnit, "file_op_check", 1438},
+               "no capture any response!\t" + std::to_string(answer));
     copy_run->stopped_by_user = true;
     return kStop;
 }
@@ -292,8 +293,8 @@ bool destination_is_writable() {
     __file_permission permission;
     if (Gfile_check_file_type_permission(dest_path, &permission) != 0) {
         const int probe_error = errno;
-        report({relay_hub::kFileOpUnit, "Gfile_local_copy", 992}, "can't get [", dest_path,
-               "] file permission!");
+        report({relay_hub::kFileOpUnit, "Gfile_local_copy", 992},
+               "can't get [" + std::string(dest_path) + "] file permission!");
         note_failure(tasks, FILE_OP_HERE, dest_path, probe_error);
         return false;
     }

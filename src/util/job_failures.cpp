@@ -21,7 +21,7 @@ void note_failure(__task_list* job, const CallSite& site, const std::string& pat
 
 void note_failure(__task_list* job, const CallSite& site, const std::string& path, const std::string& reason,
                   FailedItem item) {
-    report(site, path, ": ", reason);
+    report(site, path + ":", reason);
     job->failures.push_back({path, reason, std::move(item.source), std::move(item.destination)});
 }
 

@@ -70,9 +70,7 @@ std::string listen(const RunningMove& move, const CancelTest& cancel, bool* canc
         }
         if (ready <= 0)
             continue;
-        const ssize_t count = read(move.complaints.get(), buffer, sizeof buffer);
-        if (count < 0 && errno == EINTR)
-            continue;
+        const ssize_t count = read_some(move.complaints.get(), buffer, sizeof buffer);
         if (count <= 0)
             return text;
         if (text.size() < kReasonSize)
@@ -93,11 +91,8 @@ int start_mv(const std::string& path, const std::string& target, RunningMove* mo
 
 bool ended_well(pid_t child) {
     int status = 0;
-    pid_t waited = 0;
-    do {
-        waited = waitpid(child, &status, 0);
-    } while (waited < 0 && errno == EINTR);
-    return waited == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    return TEMP_FAILURE_RETRY(waitpid(child, &status, 0)) == child && WIFEXITED(status) &&
+           WEXITSTATUS(status) == 0;
 }
 
 // mv says "mv: cannot ...: REASON", the reason being what the system says, in the user's language.

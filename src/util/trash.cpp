@@ -100,7 +100,7 @@ bool DeleteDirectory(const std::vector<std::string>& paths) {
         if (result == relay_hub::TrashResult::no_info)
             return false;
         if (result == relay_hub::TrashResult::stays)
-            relay_hub::report(FILE_OP_HERE, path, ": ", reason);
+            relay_hub::report(FILE_OP_HERE, path + ":", reason);
     }
     return true;
 }
