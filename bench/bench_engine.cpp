@@ -381,6 +381,7 @@ constexpr std::chrono::milliseconds kReportPause{5};
         relay_hub::engine::Progress report;
         report.item = "/photos/holiday " + std::to_string(number / 10) + ".jpeg";
         report.total = kReports;
+        report.how_far = std::to_string(number) + " items";
         report.done = static_cast<std::uint64_t>(number);
         link.progress(report);
         next += kReportPause;

@@ -1,7 +1,5 @@
 #include "engine/arrivals.h"
 
-#include <functional>
-
 #include "engine/folder_lookup.h"
 #include "engine/measured_tree.h"
 #include "engine/names.h"

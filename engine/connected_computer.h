@@ -1,7 +1,6 @@
 #pragma once
 // Another computer as the engine's remote one: its tree of files, the link to it, and the observer of that
 // link's state.
-#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>

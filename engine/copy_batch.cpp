@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <map>
 #include <memory>
-#include <utility>
 
 #include "base/overwrite_question.h"
 #include "base/translated_text.h"
@@ -24,7 +23,7 @@ Error reason(int number, const char* id) {
 }
 
 // For its life a tree keeps a folder open and asks whether to go on.
-class TreeInUse {
+class TreeInUse : NonCopyable {
   public:
     TreeInUse(RemoteFileSystem& files, CopyProgress& progress) : files_(files) {
         files_.keep_folder_open(true);
@@ -33,8 +32,6 @@ class TreeInUse {
             return !progress.stopped();
         });
     }
-    TreeInUse(const TreeInUse&) = delete;
-    TreeInUse& operator=(const TreeInUse&) = delete;
     ~TreeInUse() {
         files_.read_ahead({});
         files_.set_watch(nullptr);
@@ -60,6 +57,18 @@ struct CopyBatch::Item {
     CopyItem paths;
     Entry entry;
     Error error;
+};
+
+// An entry that is copied now, and where to.
+struct CopyBatch::Step {
+    const std::string& source;
+    const Entry& entry;
+    const std::string target;
+    const FolderLookup& lookup;  // of the folder that target is in
+
+    Error find_present(Entry& present) const {
+        return lookup.find(parent_path(target), base_name(target), present);
+    }
 };
 
 // A folder being copied.
@@ -230,7 +239,7 @@ bool CopyBatch::enter_target(const std::string& source, const std::string& folde
 void CopyBatch::copy_entry(const std::string& source, const Entry& entry, const std::string& target_folder,
                            const FolderLookup& lookup) {
     progress_.begin(source_.show(source));
-    const std::string target = join_path(target_folder, base_name(source));
+    const Step step{source, entry, join_path(target_folder, base_name(source)), lookup};
     if (!may_travel_(base_name(source))) {
         fail(source, reason(EILSEQ, "IDS_REASON_NAME_CANNOT_TRAVEL"));
         if (entry.kind == EntryKind::kFolder)
@@ -239,19 +248,19 @@ void CopyBatch::copy_entry(const std::string& source, const Entry& entry, const 
     }
     switch (entry.kind) {
         case EntryKind::kFolder:
-            return begin_folder(source, entry, target, lookup);
+            return begin_folder(step);
         case EntryKind::kFile:
-            return copy_file(source, entry, target, lookup);
+            return copy_file(step);
         case EntryKind::kLink:
-            return copy_link(source, entry, target, lookup);
+            return copy_link(step);
         case EntryKind::kSpecial:
             fail(source, reason(EINVAL, "IDS_REASON_SPECIAL_FILE"));
             return progress_.finish(entry);
     }
 }
 
-void CopyBatch::begin_folder(const std::string& source, const Entry& entry, const std::string& target,
-                             const FolderLookup& lookup) {
+void CopyBatch::begin_folder(const Step& step) {
+    const auto& [source, entry, target, lookup] = step;
     Level level;
     level.entry = entry;
     Listing listing;
@@ -268,7 +277,7 @@ void CopyBatch::begin_folder(const std::string& source, const Entry& entry, cons
         // Its files first: a folder between them would come before those that were announced already.
         std::ranges::stable_partition(level.children,
                                       [](const Entry& child) { return child.kind != EntryKind::kFolder; });
-        entered = succeeded(source, error) && make_or_take_folder(source, entry, target, lookup, level);
+        entered = succeeded(source, error) && make_or_take_folder(step, level);
         for (const FailedLook& failed : listing.failed)
             fail(join_path(source, failed.name), failed.error);
         for (const Entry& child : level.children) {
@@ -286,10 +295,10 @@ void CopyBatch::begin_folder(const std::string& source, const Entry& entry, cons
     levels_.push_back(std::move(level));
 }
 
-bool CopyBatch::make_or_take_folder(const std::string& source, const Entry& entry, const std::string& target,
-                                    const FolderLookup& lookup, Level& level) {
+bool CopyBatch::make_or_take_folder(const Step& step, Level& level) {
+    const auto& [source, entry, target, lookup] = step;
     Entry present;
-    const Error missing = lookup.find(parent_path(target), base_name(target), present);
+    const Error missing = step.find_present(present);
     if (missing && missing.number != ENOENT)
         return succeeded(source, missing);
     if (!missing && present.identity == entry.identity)
@@ -358,56 +367,54 @@ void CopyBatch::announce_next(Level& level) {
         source_.files.read_ahead(files);
 }
 
-CopyBatch::Verdict CopyBatch::judge_target(const std::string& source, const Entry& entry,
-                                           const std::string& target, const FolderLookup& lookup,
-                                           Entry& present) {
-    const Error missing = lookup.find(parent_path(target), base_name(target), present);
+CopyBatch::Verdict CopyBatch::judge_target(const Step& step) {
+    Entry present;
+    const Error missing = step.find_present(present);
     if (missing.number == ENOENT)
         return Verdict::kWrite;
     Error wrong = missing;
-    if (!wrong && present.identity == entry.identity)
+    if (!wrong && present.identity == step.entry.identity)
         wrong = reason(EINVAL, "IDS_REASON_ONTO_ITSELF");
     else if (!wrong && present.kind == EntryKind::kFolder)
         wrong = reason(EISDIR, "IDS_REASON_FOLDER_AT_TARGET");
-    if (!succeeded(source, wrong))
+    if (!succeeded(step.source, wrong))
         return Verdict::kLeave;
-    if (is_there(source, entry, target, present, wrong))
+    if (is_there(step, present, wrong))
         return Verdict::kPresent;
-    if (!succeeded(source, wrong))
+    if (!succeeded(step.source, wrong))
         return Verdict::kLeave;
     // No copy left such a file, so the folder is the user's own.
     if (!levels_.empty())
         levels_.back().resumed = false;
-    if (may_replace(target, entry, present))
+    if (may_replace(step, present))
         return Verdict::kReplace;
-    doubt(source);
+    doubt(step.source);
     return Verdict::kLeave;
 }
 
-bool CopyBatch::is_there(const std::string& source, const Entry& entry, const std::string& target,
-                         const Entry& present, Error& error) {
-    if (!looks_present(entry, present) || !arrivals_)
-        return looks_present(entry, present);
+bool CopyBatch::is_there(const Step& step, const Entry& present, Error& error) {
+    if (!looks_present(step.entry, present) || !arrivals_)
+        return looks_present(step.entry, present);
     std::unique_ptr<FileSource> mine;
     std::unique_ptr<FileSource> theirs;
     bool same = false;
-    error = source_.files.open_source(source, entry, mine);
+    error = source_.files.open_source(step.source, step.entry, mine);
     if (!error)
-        error = target_.files.open_source(target, present, theirs);
+        error = target_.files.open_source(step.target, present, theirs);
     if (!error)
         error = compare_contents(
             *mine, *theirs, [this] { return goes_on(); }, same);
     return !error && same;
 }
 
-bool CopyBatch::may_replace(const std::string& target, const Entry& entry, const Entry& present) {
+bool CopyBatch::may_replace(const Step& step, const Entry& present) {
     if (replace_all_ || skip_all_)
         return replace_all_;
     // What is written already should not wait for the user.
     pending_.publish();
-    const std::string shown = in_one_line(target_.show(target), kLongestShownPath);
+    const std::string shown = in_one_line(target_.show(step.target), kLongestShownPath);
     const OverwriteAnswer answer =
-        front_end_.confirm(overwrite_question(shown, facts_of(present), facts_of(entry)));
+        front_end_.confirm(overwrite_question(shown, facts_of(present), facts_of(step.entry)));
     progress_.poll_next_time();
     switch (answer) {
         case OverwriteAnswer::kYes:
@@ -425,17 +432,16 @@ bool CopyBatch::may_replace(const std::string& target, const Entry& entry, const
         case OverwriteAnswer::kNone:
             // A user who has cancelled meanwhile, or closed the window, gets no report of it.
             if (!front_end_.cancelled())
-                unanswered_ = target_.show(target);
+                unanswered_ = target_.show(step.target);
             progress_.stop();
             return false;
     }
     return false;
 }
 
-void CopyBatch::copy_file(const std::string& source, const Entry& entry, const std::string& target,
-                          const FolderLookup& lookup) {
-    Entry present;
-    const Verdict verdict = judge_target(source, entry, target, lookup, present);
+void CopyBatch::copy_file(const Step& step) {
+    const auto& [source, entry, target, lookup] = step;
+    const Verdict verdict = judge_target(step);
     if (verdict == Verdict::kPresent)
         return progress_.finish_present(entry);
     std::unique_ptr<FileSource> reader;
@@ -457,19 +463,18 @@ void CopyBatch::copy_file(const std::string& source, const Entry& entry, const s
         pending_.add_file(std::move(sink), source, parent_path(target), entry.size);
 }
 
-void CopyBatch::copy_link(const std::string& source, const Entry& entry, const std::string& target,
-                          const FolderLookup& lookup) {
+void CopyBatch::copy_link(const Step& step) {
+    const auto& [source, entry, target, lookup] = step;
     std::string text;
     std::string present_text;
     Entry present;
     Error error = source_.files.read_link(source, text);
-    const bool is_there = !error && !lookup.find(parent_path(target), base_name(target), present) &&
-                          present.kind == EntryKind::kLink && !(present.identity == entry.identity) &&
+    const bool is_there = !error && !step.find_present(present) && present.kind == EntryKind::kLink &&
+                          !(present.identity == entry.identity) &&
                           !target_.files.read_link(target, present_text) && text == present_text;
     if (is_there)
         return progress_.finish_present(entry);
-    const Verdict verdict =
-        succeeded(source, error) ? judge_target(source, entry, target, lookup, present) : Verdict::kLeave;
+    const Verdict verdict = succeeded(source, error) ? judge_target(step) : Verdict::kLeave;
     if (verdict != Verdict::kLeave) {
         error = target_.files.make_link(target, text, entry, verdict == Verdict::kReplace);
         if (succeeded(source, error))

@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/non_copyable.h"
 #include "engine/arrivals.h"
 #include "engine/copy_failures.h"
 #include "engine/copy_progress.h"
@@ -38,14 +39,12 @@ struct CopyItem {
 // Of a move the source may be thrown away afterwards.
 enum class Purpose { kCopy, kMove };
 
-class CopyBatch {
+class CopyBatch : NonCopyable {
   public:
     // may_travel says which names exist for both sides; others are reported as failures.
     CopyBatch(CopySide source, CopySide target, std::function<bool(const std::string& name)> may_travel,
               FrontEnd& front_end);
     ~CopyBatch();
-    CopyBatch(const CopyBatch&) = delete;
-    CopyBatch& operator=(const CopyBatch&) = delete;
 
     // When it returns, every file that was copied is on the disk under its name. In a move size and time do
     // not prove that a file is there already, its content does.
@@ -67,6 +66,7 @@ class CopyBatch {
 
   private:
     struct Item;
+    struct Step;
     struct Level;
 
     void measure(const std::vector<Item>& items);
@@ -77,22 +77,16 @@ class CopyBatch {
     // source and target_folder: the paths so far. A folder is only begun: its level is put on top.
     void copy_entry(const std::string& source, const Entry& entry, const std::string& target_folder,
                     const FolderLookup& lookup);
-    void begin_folder(const std::string& source, const Entry& entry, const std::string& target,
-                      const FolderLookup& lookup);
-    bool make_or_take_folder(const std::string& source, const Entry& entry, const std::string& target,
-                             const FolderLookup& lookup, Level& level);
+    void begin_folder(const Step& step);
+    bool make_or_take_folder(const Step& step, Level& level);
     void copy_below();
-    void copy_file(const std::string& source, const Entry& entry, const std::string& target,
-                   const FolderLookup& lookup);
-    void copy_link(const std::string& source, const Entry& entry, const std::string& target,
-                   const FolderLookup& lookup);
+    void copy_file(const Step& step);
+    void copy_link(const Step& step);
     enum class Verdict { kWrite, kReplace, kPresent, kLeave };
-    Verdict judge_target(const std::string& source, const Entry& entry, const std::string& target,
-                         const FolderLookup& lookup, Entry& present);
+    Verdict judge_target(const Step& step);
     // Whether the target's file is the source's, as far as the purpose asks for it. False with error set.
-    bool is_there(const std::string& source, const Entry& entry, const std::string& target,
-                  const Entry& present, Error& error);
-    bool may_replace(const std::string& target, const Entry& entry, const Entry& present);
+    bool is_there(const Step& step, const Entry& present, Error& error);
+    bool may_replace(const Step& step, const Entry& present);
     void announce_next(Level& level);
     bool succeeded(const std::string& source, const Error& error);
     void fail(const std::string& source, const Error& error);

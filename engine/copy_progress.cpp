@@ -16,12 +16,6 @@ std::uint64_t content_size(const Entry& entry) {
 
 }  // namespace
 
-CopyProgress::CopyProgress(FrontEnd& front_end)
-    : front_end_(front_end),
-      start_(steady_clock::now()),
-      last_poll_(start_ - kBeat),
-      last_report_(start_ - kBeat) {}
-
 bool CopyProgress::stopped() {
     if (stop_ || steady_clock::now() - last_poll_ < kBeat)
         return stop_;
@@ -72,7 +66,6 @@ void CopyProgress::report() {
 void CopyProgress::tell(steady_clock::time_point now) {
     Progress report;
     report.item = current_;
-    report.elapsed = std::chrono::duration_cast<std::chrono::seconds>(now - start_);
     // Where there is nothing but empty files, the files themselves are what there is to do.
     const bool counts_bytes = counts_.bytes_total > 0;
     report.total = counts_bytes ? counts_.bytes_total : counts_.items_total;

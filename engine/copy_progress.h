@@ -13,7 +13,7 @@ namespace relay_hub::engine {
 
 class CopyProgress {
   public:
-    explicit CopyProgress(FrontEnd& front_end);
+    explicit CopyProgress(FrontEnd& front_end) : front_end_(front_end) {}
 
     // Whether the work is to end; once it is, it stays so.
     bool stopped();
@@ -43,7 +43,6 @@ class CopyProgress {
     void tell(std::chrono::steady_clock::time_point now);
 
     FrontEnd& front_end_;
-    std::chrono::steady_clock::time_point start_;
     std::chrono::steady_clock::time_point last_poll_;
     std::chrono::steady_clock::time_point last_report_;
     bool stop_ = false;

@@ -2,16 +2,15 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/inotify.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <exception>
 #include <new>
-#include <string>
 #include <utility>
 
 #include "base/diagnostics.h"
@@ -94,7 +93,7 @@ bool EngineServer::create_pipes(std::string& why) {
         why = in_path_ + ": " + error_text(errno);
         return false;
     }
-    clients_.emplace(out_path_);
+    clients_ = watch_fifo(out_path_, IN_CLOSE_NOWRITE);
     owns_pipes_ = true;
     return true;
 }
@@ -158,7 +157,7 @@ FileDescriptor EngineServer::await_client() {
 bool EngineServer::stop(std::optional<milliseconds> limit) {
     stop_.stop();
     // By descriptor, so that run() is reached even if somebody took the name away.
-    const std::string pipe = "/proc/self/fd/" + std::to_string(pipe_.get());
+    const std::string pipe = path_of_descriptor(pipe_.get());
     const Deadline end = limit ? after(*limit) : std::nullopt;
     while (!ended_) {
         if (end && Clock::now() >= *end)
@@ -175,7 +174,7 @@ EngineServer::Reading EngineServer::read_request(int in, std::string& body) {
     // A reader that left before the request came was an earlier client: this one sends it after opening its
     // end.
     (void)wait_for(in, POLLIN, after(kClientLimit));
-    clients_->forget();
+    discard_waiting(clients_.get(), kClientLimit);
     FrameProgress progress;
     const auto collect = [&](std::string_view piece) {
         body += piece;
@@ -188,17 +187,11 @@ EngineServer::Reading EngineServer::read_request(int in, std::string& body) {
         report(RELAY_HUB_HERE,
                "there is no memory for a request of this many bytes:", std::to_string(progress.announced()));
     }
-    switch (end) {
-        case ReadEnd::complete:
-            return Reading::complete;
-        case ReadEnd::closed:
-            return body.empty() ? Reading::client_left : Reading::failed;
-        case ReadEnd::enough:
-            report(RELAY_HUB_HERE, "a request is longer than this engine takes");
-            return Reading::failed;
-        default:
-            return Reading::failed;
-    }
+    if (end == ReadEnd::enough)
+        report(RELAY_HUB_HERE, "a request is longer than this engine takes");
+    if (end == ReadEnd::closed && body.empty())
+        return Reading::client_left;
+    return end == ReadEnd::complete ? Reading::complete : Reading::failed;
 }
 
 // There is no event for a reader's coming; but most clients write only then, and their bytes are one.
@@ -225,8 +218,7 @@ EngineServer::Reading EngineServer::open_answer_end(int in) {
 }
 
 void EngineServer::await_departure() {
-    const bool watched = clients_->descriptor() >= 0;
-    (void)wait_for(clients_->descriptor(), POLLIN, after(watched ? kPartingLimit : kSlowestPause));
+    (void)wait_for(clients_.get(), POLLIN, after(clients_ ? kPartingLimit : kSlowestPause));
 }
 
 void EngineServer::answer(std::string request) {
@@ -234,7 +226,7 @@ void EngineServer::answer(std::string request) {
         std::printf("request %s\n", in_one_line(request, kLongestTracedText).c_str());
     front_end_.make_pipes_private();
     // Nothing is done for a client that has left, and it is neither asked nor sent anything.
-    const PeerScope for_this_client(out_.get(), clients_->descriptor());
+    const PeerScope for_this_client(out_.get(), clients_.get());
     const Reply reply = requests_.handle(std::move(request));
     if (reply.ends_engine)
         stop_.stop();

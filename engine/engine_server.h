@@ -8,9 +8,9 @@
 #include <string_view>
 
 #include "base/fifo.h"
+#include "base/non_copyable.h"
 #include "base/stop_token.h"
 #include "engine/front_end_link.h"
-#include "engine/reader_watch.h"
 #include "engine/request_thread.h"
 
 namespace relay_hub::engine {
@@ -22,13 +22,11 @@ struct ServerSettings {
     bool quiet = false;                       // no line on standard output for each request
 };
 
-class EngineServer {
+class EngineServer : NonCopyable {
   public:
     EngineServer(ServerSettings settings, HandlersFactory make_handlers, FrontEndLink& front_end,
                  StopToken& stop);
     ~EngineServer();
-    EngineServer(const EngineServer&) = delete;
-    EngineServer& operator=(const EngineServer&) = delete;
 
     // False, with the reason in why, when a pipe cannot be had.
     bool create_pipes(std::string& why);
@@ -67,9 +65,9 @@ class EngineServer {
     // Both are open while a client is awaited and until its request has been read, so that one that comes
     // just then neither writes to nobody nor takes another's end for its own. During a request nobody else
     // gets in.
-    FileDescriptor keeper_;               // a reader of requests
-    FileDescriptor out_;                  // the answers; opened once there is a reader
-    std::optional<ReaderWatch> clients_;  // the readers of the answers
+    FileDescriptor keeper_;   // a reader of requests
+    FileDescriptor out_;      // the answers; opened once there is a reader
+    FileDescriptor clients_;  // watches the readers of the answers leave
     std::atomic<bool> ended_{false};
 };
 

@@ -77,16 +77,13 @@ ssize_t FileContent::copy_slice(int from, int to, off_t at, std::size_t size) {
         in_kernel_ = copied < 0 && errno == EINTR;
     }
     buffer_.resize(kBufferSize);
-    ssize_t got = -1;
-    do {
-        got = pread(from, buffer_.data(), std::min(size, buffer_.size()), at);
-    } while (got < 0 && errno == EINTR);
+    const ssize_t got = TEMP_FAILURE_RETRY(pread(from, buffer_.data(), std::min(size, buffer_.size()), at));
     for (ssize_t done = 0; done < got;) {
-        const ssize_t put =
-            pwrite(to, buffer_.data() + done, static_cast<std::size_t>(got - done), at + done);
-        if (put < 0 && errno != EINTR)
+        const ssize_t put = TEMP_FAILURE_RETRY(
+            pwrite(to, buffer_.data() + done, static_cast<std::size_t>(got - done), at + done));
+        if (put < 0)
             return -1;
-        done += std::max<ssize_t>(put, 0);
+        done += put;
     }
     return got;
 }

@@ -1,8 +1,9 @@
 #pragma once
 // What a copy asks of and tells to the front end. Called on the thread that carries out the request.
-#include <chrono>
 #include <cstdint>
 #include <string>
+
+#include "base/non_copyable.h"
 
 namespace relay_hub::engine {
 
@@ -11,17 +12,13 @@ enum class OverwriteAnswer { kYes, kNo, kNoToAll, kReplaceAll, kCancel, kNone };
 
 struct Progress {
     std::string item;  // the path being copied, as the user knows it
-    std::chrono::seconds elapsed{0};
     std::uint64_t done = 0;
     std::uint64_t total = 0;
-    std::string how_far;  // the same and more in words; empty: the elapsed time is shown
+    std::string how_far;  // the same and more in words
 };
 
-class FrontEnd {
+class FrontEnd : NonCopyable {
   public:
-    FrontEnd() = default;
-    FrontEnd(const FrontEnd&) = delete;
-    FrontEnd& operator=(const FrontEnd&) = delete;
     virtual ~FrontEnd() = default;
 
     // Waits for the user.

@@ -9,10 +9,9 @@
 
 #include "base/diagnostics.h"
 #include "base/fifo.h"
-#include "engine/wire_text.h"
+#include "base/non_copyable.h"
 #include "link_engine/message_names.h"
 #include "name_pipe/name_pipe_base.h"
-#include "xml_doc/message_writer.h"
 #include "xml_doc/zev_xml.h"
 
 namespace relay_hub::engine {
@@ -38,20 +37,6 @@ constexpr milliseconds kSilence{1000};
 // The front end keeps texts of this many bytes whole.
 constexpr std::size_t kLongestText = 1000;
 
-std::string command_text(const char* command) {
-    MessageWriter message;
-    message.add(wire::kCommand, command);
-    return message.finish();
-}
-
-std::string clock_text(std::chrono::seconds elapsed) {
-    const auto seconds = elapsed.count();
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%02lld:%02lld:%02lld", static_cast<long long>(seconds / 3600),
-                  static_cast<long long>(seconds / 60 % 60), static_cast<long long>(seconds % 60));
-    return text.data();
-}
-
 // The text ends at the first zero byte of a frame that is much longer; what follows is not worth its way.
 std::optional<std::string> read_text(int fd) {
     std::string text;
@@ -72,15 +57,13 @@ std::optional<std::string> read_text(int fd) {
 }  // namespace
 
 // The right to the channel, waited for with a limit.
-class FrontEndLink::Turn {
+class FrontEndLink::Turn : relay_hub::NonCopyable {
   public:
     explicit Turn(FrontEndLink& link) : link_(link) {
         std::unique_lock lock(link_.mutex_);
         granted_ = link_.idle_.wait_for(lock, kChannelLimit, [&] { return !link_.busy_; });
         link_.busy_ = link_.busy_ || granted_;
     }
-    Turn(const Turn&) = delete;
-    Turn& operator=(const Turn&) = delete;
     ~Turn() {
         if (!granted_)
             return;
@@ -101,10 +84,10 @@ FrontEndLink::FrontEndLink(std::string base, const StopToken& stop, const LinkSt
     : base_(std::move(base)), stop_(stop), state_(state) {}
 
 OverwriteAnswer FrontEndLink::confirm(const std::string& question) {
-    MessageWriter message;
-    message.add(wire::kCommand, wire::kGetConfirmationForCopy);
-    message.add(wire::kConfirmationMessage, presentable(question, kLongestText));
-    const auto text = exchange(Caller::request, message.finish(), kOpenPatiently, kUntilTheUserAnswers);
+    const auto text = exchange(Caller::request,
+                               {{wire::kCommand, wire::kGetConfirmationForCopy},
+                                {wire::kConfirmationMessage, presentable(question, kLongestText)}},
+                               kOpenPatiently, kUntilTheUserAnswers);
     CZEVXML answer;
     if (!text || !answer.LoadXML(*text))
         return OverwriteAnswer::kNone;
@@ -127,10 +110,8 @@ bool FrontEndLink::cancelled() {
         return true;
     if (Clock::now() < absent_until_.load())
         return false;
-    const auto text =
-        exchange(Caller::request, command_text(wire::kCheckForUserClickCancel), kOpenBriefly, kAnswerLimit);
-    CZEVXML answer;
-    return text && answer.LoadXML(*text) && answer.Query(wire::kUserClickCancel) == wire::kYes;
+    return answers(Caller::request, wire::kCheckForUserClickCancel, kAnswerLimit, wire::kUserClickCancel,
+                   wire::kYes);
 }
 
 bool FrontEndLink::silent_and_cancelled() {
@@ -146,49 +127,50 @@ bool FrontEndLink::silent_and_cancelled() {
 void FrontEndLink::progress(const Progress& report) {
     if (Clock::now() < absent_until_.load())
         return;
-    MessageWriter message;
-    message.add(wire::kCommand, wire::kCopyProgressStatusNotify);
-    message.add(wire::kProgressInfo, in_one_line(report.item, kLongestText));
-    message.add(wire::kProgressElapsedTime, report.how_far.empty()
-                                                ? clock_text(report.elapsed)
-                                                : in_one_line(report.how_far, kLongestText));
-    message.add(wire::kProgressTotal, report.total);
-    message.add(wire::kProgressCurrent, report.done);
-    (void)exchange(Caller::request, message.finish(), kOpenBriefly, kAnswerLimit);
+    (void)exchange(Caller::request,
+                   {{wire::kCommand, wire::kCopyProgressStatusNotify},
+                    {wire::kProgressInfo, in_one_line(report.item, kLongestText)},
+                    {wire::kProgressElapsedTime, in_one_line(report.how_far, kLongestText)},
+                    {wire::kProgressTotal, std::to_string(report.total)},
+                    {wire::kProgressCurrent, std::to_string(report.done)}},
+                   kOpenBriefly, kAnswerLimit);
 }
 
 bool FrontEndLink::message(const std::string& text) {
-    MessageWriter message;
-    message.add(wire::kCommand, wire::kShowMessageBox);
-    message.add(wire::kMessageBoxContent, presentable(text, kLongestText));
-    const bool taken = exchange(Caller::request, message.finish(), kOpenPatiently, kAnswerLimit).has_value();
+    const bool taken = exchange(Caller::request,
+                                {{wire::kCommand, wire::kShowMessageBox},
+                                 {wire::kMessageBoxContent, presentable(text, kLongestText)}},
+                                kOpenPatiently, kAnswerLimit)
+                           .has_value();
     if (!taken)
         relay_hub::report(RELAY_HUB_HERE, "the front end did not take the message:", in_one_line(text));
     return taken;
 }
 
 bool FrontEndLink::tell_remote_is_offline() {
-    return succeeds(wire::kRemoteIsOffline, kOfflineLimit);
+    return answers(Caller::engine, wire::kRemoteIsOffline, kOfflineLimit, wire::kResult, wire::kSuccess);
 }
 
 bool FrontEndLink::ask_to_handle_remote_request() {
-    return succeeds(wire::kHandleRemoteRequest, kAnswerLimit);
+    return answers(Caller::engine, wire::kHandleRemoteRequest, kAnswerLimit, wire::kResult, wire::kSuccess);
 }
 
 // Only an answer of its own kind counts: while the user still thinks about a question that was taken back,
 // what comes is the answer to that, and the front end has not read the command.
-bool FrontEndLink::succeeds(const char* command, milliseconds limit) {
-    const auto text = exchange(Caller::engine, command_text(command), kOpenBriefly, limit);
+bool FrontEndLink::answers(Caller caller, const char* command, milliseconds limit, const char* field,
+                           const char* value) {
+    const auto text = exchange(caller, {{wire::kCommand, command}}, kOpenBriefly, limit);
     CZEVXML answer;
-    return text && answer.LoadXML(*text) && answer.Query(wire::kResult) == wire::kSuccess;
+    return text && answer.LoadXML(*text) && answer.Query(field) == value;
 }
 
-std::optional<std::string> FrontEndLink::exchange(Caller caller, const std::string& message,
-                                                  milliseconds open_limit, milliseconds answer_limit) {
+std::optional<std::string> FrontEndLink::exchange(Caller caller, Fields fields, milliseconds open_limit,
+                                                  milliseconds answer_limit) {
     const StopScope scope(stop_);
     const Turn turn(*this);
     if (!turn.granted() || (caller == Caller::request && peer_has_left()))
         return std::nullopt;
+    const std::string message = message_text(fields);
     FileDescriptor out;
     WriteEnd sent = WriteEnd::closed;
     // A listener that closes its end just then has not seen the message: it comes back.

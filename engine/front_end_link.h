@@ -15,6 +15,7 @@
 #include "base/wait.h"
 #include "engine/front_end.h"
 #include "engine/link_state.h"
+#include "engine/wire_text.h"
 
 namespace relay_hub::engine {
 
@@ -48,10 +49,11 @@ class FrontEndLink : public FrontEnd {
     // computer, or the engine's own.
     enum class Caller { request, engine };
 
-    bool succeeds(const char* command, std::chrono::milliseconds limit);
+    // Whether the answer to the command has this value in that field.
+    bool answers(Caller caller, const char* command, std::chrono::milliseconds limit, const char* field,
+                 const char* value);
     // The answer's text; nothing when there was none. answer_limit is for its first byte.
-    std::optional<std::string> exchange(Caller caller, const std::string& message,
-                                        std::chrono::milliseconds open_limit,
+    std::optional<std::string> exchange(Caller caller, Fields fields, std::chrono::milliseconds open_limit,
                                         std::chrono::milliseconds answer_limit);
     WriteEnd send(const std::string& message, std::chrono::milliseconds open_limit, FileDescriptor& out);
     bool await_answer(int fd, Caller caller, std::chrono::milliseconds limit) const;

@@ -9,7 +9,6 @@
 // In a field "\\t", "\\n" and "\\\\" stand for a tab, a line end and a backslash; a text may have several
 // lines. After "lost" comes "connecting" and so on again. An engine that has such a descriptor and fails
 // before it was ever connected ends, with status 1. A reader that is gone costs nothing.
-#include <string>
 #include <string_view>
 #include <vector>
 

@@ -3,7 +3,6 @@
 #include <pthread.h>
 #include <sys/resource.h>
 #include <sys/signalfd.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -14,7 +13,6 @@
 #include <cstdio>
 #include <functional>
 #include <memory>
-#include <utility>
 
 #include "base/diagnostics.h"
 #include "base/instance_lock.h"
@@ -121,19 +119,6 @@ bool take_lock(const InstanceLock& lock) {
     return lock.result() == InstanceLock::Result::taken;
 }
 
-// The trees of one thread with what is done in them.
-struct Trees {
-    Trees(std::unique_ptr<RemoteFileSystem> remote_tree, std::unique_ptr<RemoteFileSystem> local_tree,
-          Control& control, HiddenFiles hidden)
-        : remote(std::move(remote_tree)),
-          local(std::move(local_tree)),
-          handlers(*remote, *local, control.front_end, control.state, hidden) {}
-
-    std::unique_ptr<RemoteFileSystem> remote;
-    std::unique_ptr<RemoteFileSystem> local;
-    RequestHandlers handlers;
-};
-
 using TreeFactory = std::function<std::unique_ptr<RemoteFileSystem>()>;
 
 // Serves such trees until a signal or stop ends that. start_link is called once requests can come.
@@ -144,8 +129,8 @@ int serve_trees(const Options& options, int signals, Control& control, const Tre
         return complain(kCannotServe, error_text(errno));
     const HiddenFiles hidden = options.hidden ? HiddenFiles::kListed : HiddenFiles::kLeftOut;
     const auto make_handlers = [&] {
-        const auto trees = std::make_shared<Trees>(make_remote(), whole_machine->another(), control, hidden);
-        return std::shared_ptr<RequestHandlers>(trees, &trees->handlers);
+        return std::make_shared<RequestHandlers>(make_remote(), whole_machine->another(), control.front_end,
+                                                 control.state, hidden);
     };
     EngineServer server({kCommandBase, options.delay, options.chunk, options.quiet}, make_handlers,
                         control.front_end, control.stop);

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 #include <array>
-#include <vector>
+#include <filesystem>
 
 #include "base/glib_owners.h"
 #include "base/unicode_hex.h"
@@ -39,19 +39,6 @@ std::optional<std::string> take_root(Style style, std::string_view& path) {
     return drive == 'C' ? std::optional(std::string()) : std::nullopt;
 }
 
-std::vector<std::string_view> split(Style style, std::string_view path) {
-    std::vector<std::string_view> parts;
-    std::size_t start = 0;
-    for (std::size_t i = 0; i <= path.size(); ++i) {
-        if (i < path.size() && !is_separator(style, path[i]))
-            continue;
-        if (i > start)
-            parts.push_back(path.substr(start, i - start));
-        start = i + 1;
-    }
-    return parts;
-}
-
 }  // namespace
 
 std::optional<std::string> inner_path(Style style, std::string_view wire_path) {
@@ -59,22 +46,15 @@ std::optional<std::string> inner_path(Style style, std::string_view wire_path) {
     auto inner = take_root(style, remaining);
     if (!inner || wire_path.find('\0') != std::string_view::npos)
         return std::nullopt;
-    std::vector<std::string_view> kept;
-    for (const std::string_view part : split(style, remaining)) {
-        if (part == ".")
-            continue;
-        if (part != "..") {
-            kept.push_back(part);
-            continue;
-        }
-        if (kept.empty())
+    std::string path(remaining);
+    if (style != Style::kPosix)
+        std::ranges::replace(path, '\\', '/');
+    for (const auto& part : std::filesystem::path(path).relative_path().lexically_normal()) {
+        // Only at its begin, where nothing is left to be taken away.
+        if (part == "..")
             return std::nullopt;
-        kept.pop_back();
-    }
-    for (const std::string_view part : kept) {
-        if (!inner->empty())
-            *inner += '/';
-        inner->append(part);
+        if (!part.empty() && part != ".")
+            inner = join_path(*inner, part.native());
     }
     return inner;
 }

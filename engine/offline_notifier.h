@@ -5,18 +5,17 @@
 #include <functional>
 #include <mutex>
 
+#include "base/non_copyable.h"
 #include "base/worker.h"
 
 namespace relay_hub::engine {
 
-class OfflineNotifier {
+class OfflineNotifier : NonCopyable {
   public:
     // tell returns whether the news arrived; until it does it is called again every second.
     explicit OfflineNotifier(std::function<bool()> tell);
     // Ends the thread; a tell() under way must return by itself.
     ~OfflineNotifier();
-    OfflineNotifier(const OfflineNotifier&) = delete;
-    OfflineNotifier& operator=(const OfflineNotifier&) = delete;
 
     // Any thread. The remote computer went offline, or came back: then no more notices are sent.
     void set_offline(bool offline);

@@ -1,6 +1,7 @@
 #include "engine/options.h"
 
-#include <charconv>
+#include <glib.h>
+
 #include <cstdint>
 #include <limits>
 
@@ -12,9 +13,12 @@ namespace {
 constexpr std::uint64_t kLongestDelay = 600000;
 constexpr std::uint64_t kLargestChunk = 1ULL << 30U;
 
-bool read_number(const std::string& text, std::uint64_t most, std::uint64_t& number) {
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    return error == std::errc() && end == text.data() + text.size() && number <= most;
+template <typename Number>
+bool read_number(const std::string& text, std::uint64_t least, std::uint64_t most, Number& number) {
+    guint64 value = 0;
+    const bool good = g_ascii_string_to_unsigned(text.c_str(), 10, least, most, &value, nullptr) != FALSE;
+    number = static_cast<Number>(value);
+    return good;
 }
 
 bool set_folder(Options& options, const std::string& value) {
@@ -33,24 +37,15 @@ bool set_computer(Options& options, const std::string& value) {
 }
 
 bool set_status_descriptor(Options& options, const std::string& value) {
-    std::uint64_t number = 0;
-    const bool good = read_number(value, std::numeric_limits<int>::max(), number);
-    options.status_descriptor = static_cast<int>(number);
-    return good;
+    return read_number(value, 0, std::numeric_limits<int>::max(), options.status_descriptor);
 }
 
 bool set_delay(Options& options, const std::string& value) {
-    std::uint64_t number = 0;
-    const bool good = read_number(value, kLongestDelay, number);
-    options.delay = std::chrono::milliseconds(number);
-    return good;
+    return read_number(value, 0, kLongestDelay, options.delay);
 }
 
 bool set_chunk(Options& options, const std::string& value) {
-    std::uint64_t number = 0;
-    const bool good = read_number(value, kLargestChunk, number) && number > 0;
-    options.chunk = number;
-    return good;
+    return read_number(value, 1, kLargestChunk, options.chunk);
 }
 
 constexpr CommandOption<Options> kOptions[] = {

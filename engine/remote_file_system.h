@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "base/file_attributes.h"
+#include "base/non_copyable.h"
 #include "engine/names.h"
 
 namespace relay_hub::engine {
@@ -74,27 +75,16 @@ struct Listing {
         S_IRWXG;  // what the listed folder gives to its group at most, whatever its mode says
 };
 
-enum class DriveKind { kUnknown = 0, kRemovable = 2, kFixed = 3, kOptical = 5, kMemory = 6 };
-
-struct Drive {
-    std::string path;
-    std::string name;  // empty: the path as the wire has it
-    DriveKind kind = DriveKind::kFixed;
-};
-
 // Where a person begins to look.
 struct Places {
-    std::vector<Drive> drives;
+    std::vector<std::string> drives;
     std::optional<std::string> home;
     std::optional<std::string> desktop;
     std::optional<std::string> documents;
 };
 
-class FileSource {
+class FileSource : NonCopyable {
   public:
-    FileSource() = default;
-    FileSource(const FileSource&) = delete;
-    FileSource& operator=(const FileSource&) = delete;
     virtual ~FileSource() = default;
     // got is 0 at the end.
     virtual Error read(char* buffer, std::size_t size, std::size_t& got) = 0;
@@ -104,11 +94,8 @@ class FileSource {
 
 // A file being written. It gets its final name between finish() and the end of commit(). Dropped before
 // finish() it leaves nothing. A small one may be kept in memory until then.
-class FileSink {
+class FileSink : NonCopyable {
   public:
-    FileSink() = default;
-    FileSink(const FileSink&) = delete;
-    FileSink& operator=(const FileSink&) = delete;
     virtual ~FileSink() = default;
     // An earlier write's failure may be returned by a later one, or by commit.
     virtual Error write(const char* data, std::size_t size) = 0;
@@ -130,17 +117,12 @@ struct FolderAttributes {
     Entry entry;
 };
 
-class RemoteFileSystem {
+class RemoteFileSystem : NonCopyable {
   public:
-    RemoteFileSystem() = default;
-    RemoteFileSystem(const RemoteFileSystem&) = delete;
-    RemoteFileSystem& operator=(const RemoteFileSystem&) = delete;
     virtual ~RemoteFileSystem() = default;
 
-    // Any thread: whatever waits in the tree ends at once with ECANCELED, and so does every later call, until
-    // resume() is called.
+    // Any thread: whatever waits in the tree ends at once with ECANCELED, and so does every later call.
     virtual void interrupt() = 0;
-    virtual void resume() = 0;
     // Called on the thread of an operation at least every 100 ms while that waits for somebody else; false
     // from it ends the operation with ECANCELED. It must not call the tree. Null for none.
     virtual void set_watch(std::function<bool()> goes_on) = 0;

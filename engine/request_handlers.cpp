@@ -5,13 +5,11 @@
 #include <cerrno>
 #include <filesystem>
 #include <new>
-#include <optional>
 #include <string_view>
 
 #include "base/diagnostics.h"
 #include "base/translated_text.h"
 #include "base/unicode_hex.h"
-#include "engine/file_list.h"
 #include "engine/wire_text.h"
 #include "link_engine/message_names.h"
 #include "xml_doc/message_writer.h"
@@ -21,6 +19,7 @@ namespace relay_hub::engine {
 namespace {
 
 constexpr std::size_t kLongestShownPath = 600;
+constexpr std::uint64_t kFixedDrive = 3;
 // More than a request holds that names no file.
 constexpr std::size_t kLongestPlainRequest = 200;
 
@@ -70,8 +69,8 @@ std::optional<std::string> local_item(const std::string& text) {
 }  // namespace
 
 struct RequestHandlers::Handler {
-    const char* command;
-    std::string (RequestHandlers::*answer)(CZEVXML& request);
+    std::string_view command;
+    std::string (*answer)(RequestHandlers& handlers, CZEVXML& request);
     bool needs_remote;
     bool is_list;
 };
@@ -79,26 +78,23 @@ struct RequestHandlers::Handler {
 const RequestHandlers::Handler* RequestHandlers::find_handler(const std::string& command) {
     using H = RequestHandlers;
     static constexpr std::array<Handler, 14> kHandlers{{
-        {wire::kGetFileList, &H::list_files, true, true},
-        {wire::kGetDriverList, &H::list_drives, true, true},
-        {wire::kGetRemoteSpecialPath, &H::list_special_paths, true, true},
-        {wire::kRename, &H::rename, true, false},
-        {wire::kDeleteFile, &H::delete_file, true, false},
-        {wire::kDeleteFolder, &H::delete_folder, true, false},
-        {wire::kMoveFileToTrash, &H::move_to_trash, true, false},
-        {wire::kCreateFolder, &H::create_folder, true, false},
-        {wire::kRemoteToLocal, &H::copy_to_local, true, false},
-        {wire::kLocalToRemote, &H::copy_to_remote, true, false},
-        {wire::kCheckConnectionStatus, &H::connection_status, false, false},
-        {wire::kCheckRemoteOnline, &H::remote_online, false, false},
-        {wire::kCheckForHeartbeat, &H::heartbeat, false, false},
-        {wire::kExitLinkEngine, &H::exit_engine, false, false},
+        {wire::kGetFileList, [](H& h, CZEVXML& r) { return h.list_files(r); }, true, true},
+        {wire::kGetDriverList, [](H& h, CZEVXML&) { return h.list_drives(); }, true, true},
+        {wire::kGetRemoteSpecialPath, [](H& h, CZEVXML&) { return h.list_special_paths(); }, true, true},
+        {wire::kRename, [](H& h, CZEVXML& r) { return h.rename(r); }, true, false},
+        {wire::kDeleteFile, [](H& h, CZEVXML& r) { return h.remove(r, EntryKind::kFile); }, true, false},
+        {wire::kDeleteFolder, [](H& h, CZEVXML& r) { return h.remove(r, EntryKind::kFolder); }, true, false},
+        {wire::kMoveFileToTrash, [](H& h, CZEVXML& r) { return h.move_to_trash(r); }, true, false},
+        {wire::kCreateFolder, [](H& h, CZEVXML& r) { return h.create_folder(r); }, true, false},
+        {wire::kRemoteToLocal, [](H& h, CZEVXML& r) { return h.copy(r, false); }, true, false},
+        {wire::kLocalToRemote, [](H& h, CZEVXML& r) { return h.copy(r, true); }, true, false},
+        {wire::kCheckConnectionStatus, [](H& h, CZEVXML&) { return h.connection_status(); }, false, false},
+        {wire::kCheckRemoteOnline, [](H& h, CZEVXML&) { return h.remote_online(); }, false, false},
+        {wire::kCheckForHeartbeat, [](H&, CZEVXML&) { return heartbeat(); }, false, false},
+        {wire::kExitLinkEngine, [](H&, CZEVXML&) { return std::string(); }, false, false},
     }};
-    for (const Handler& handler : kHandlers) {
-        if (command == handler.command)
-            return &handler;
-    }
-    return nullptr;
+    const auto* const handler = std::ranges::find(kHandlers, std::string_view(command), &Handler::command);
+    return handler == kHandlers.end() ? nullptr : handler;
 }
 
 bool RequestHandlers::is_answered_at_once(const std::string& message) {
@@ -109,9 +105,14 @@ bool RequestHandlers::is_answered_at_once(const std::string& message) {
     return handler != nullptr && !handler->needs_remote;
 }
 
-RequestHandlers::RequestHandlers(RemoteFileSystem& remote, RemoteFileSystem& local, FrontEnd& front_end,
+RequestHandlers::RequestHandlers(std::shared_ptr<RemoteFileSystem> remote,
+                                 std::shared_ptr<RemoteFileSystem> local, FrontEnd& front_end,
                                  const LinkState& state, HiddenFiles hidden)
-    : remote_(remote), local_(local), front_end_(front_end), state_(state), hidden_(hidden) {}
+    : remote_(std::move(remote)),
+      local_(std::move(local)),
+      front_end_(front_end),
+      state_(state),
+      hidden_(hidden) {}
 
 Reply RequestHandlers::handle(const std::string& message) {
     try {
@@ -134,7 +135,7 @@ Reply RequestHandlers::answer(const std::string& message) {
             fill_translated("IDS_REASON_NO_COMMAND", {in_one_line(command, kLongestShownPath)}))};
     if (handler->needs_remote && !state_.remote_online)
         return {failure_text(translated("IDS_ERROR_DISCONNECT")), handler->is_list};
-    return {(this->*handler->answer)(request), handler->is_list, command == wire::kExitLinkEngine};
+    return {handler->answer(*this, request), handler->is_list, command == wire::kExitLinkEngine};
 }
 
 std::string RequestHandlers::list_files(CZEVXML& request) {
@@ -143,37 +144,37 @@ std::string RequestHandlers::list_files(CZEVXML& request) {
     if (!folder)
         return failure_text(not_a_path(path));
     Listing listing;
-    if (const Error error = remote_.list(*folder, listing); error)
+    if (const Error error = remote_->list(*folder, listing); error)
         return done_or_reason(error);
     std::uint64_t bytes = 0;
-    const bool knows_free = !remote_.free_space(*folder, bytes);
+    const bool knows_free = !remote_->free_space(*folder, bytes);
     const FileList list = file_list(listing, style(), hidden_,
                                     knows_free ? std::optional(bytes) : std::nullopt, kLongestAnswer);
     tell_what_is_missing(wire_path(style(), *folder), list);
     return list.text;
 }
 
-std::string RequestHandlers::list_drives(CZEVXML& /*request*/) {
+std::string RequestHandlers::list_drives() {
     Places places;
-    if (const Error error = remote_.places(places); error)
-        return failure_text(reason_text(error));
+    if (const Error error = remote_->places(places); error)
+        return done_or_reason(error);
     MessageWriter answer;
     answer.add(wire::kResult, wire::kSuccess);
-    for (const Drive& drive : places.drives) {
-        const std::string path = wire_path(style(), drive.path);
+    for (const std::string& drive : places.drives) {
+        const std::string path = wire_path(style(), drive);
         answer.begin_record();
-        answer.add(wire::kDriveType, static_cast<std::uint64_t>(drive.kind));
-        answer.add(wire::kDisplayName, drive.name.empty() ? path : drive.name);
+        answer.add(wire::kDriveType, kFixedDrive);
+        answer.add(wire::kDisplayName, path);
         answer.add(wire::kNameHex, utf16_hex(path));
         answer.end_record();
     }
     return answer.finish();
 }
 
-std::string RequestHandlers::list_special_paths(CZEVXML& /*request*/) {
+std::string RequestHandlers::list_special_paths() {
     Places places;
-    if (const Error error = remote_.places(places); error)
-        return failure_text(reason_text(error));
+    if (const Error error = remote_->places(places); error)
+        return done_or_reason(error);
     MessageWriter answer;
     answer.add(wire::kResult, wire::kSuccess);
     if (places.desktop)
@@ -192,12 +193,12 @@ std::string RequestHandlers::rename(CZEVXML& request) {
         return failure_text(not_a_path(from ? to_text : from_text));
     const std::string old_path = known_path(*from);
     const std::string new_path = join_path(known_path(parent_path(*to)), with_pictographs(base_name(*to)));
-    return done_or_reason(remote_.rename(old_path, new_path));
+    return done_or_reason(remote_->rename(old_path, new_path));
 }
 
 std::string RequestHandlers::known_path(const std::string& path) {
     Entry entry;
-    if (path.empty() || remote_.stat(path, entry).number != ENOENT)
+    if (path.empty() || remote_->stat(path, entry).number != ENOENT)
         return path;
     std::string known;
     std::size_t start = 0;
@@ -215,10 +216,10 @@ std::string RequestHandlers::known_path(const std::string& path) {
 
 std::optional<std::string> RequestHandlers::known_name(const std::string& folder, const std::string& name) {
     Entry entry;
-    if (remote_.stat(join_path(folder, name), entry).number != ENOENT)
+    if (remote_->stat(join_path(folder, name), entry).number != ENOENT)
         return name;
     Listing listing;
-    (void)remote_.list(folder, listing);
+    (void)remote_->list(folder, listing);
     for (const Entry& candidate : listing.entries) {
         if (text_from_utf16_hex(character_hex(candidate.name).value_or("")) == name)
             return candidate.name;
@@ -232,19 +233,11 @@ std::string RequestHandlers::remove(CZEVXML& request, EntryKind kind) {
     if (!path)
         return failure_text(not_a_path(text));
     std::string failed;
-    const Error error = remote_.remove(*path, kind, failed);
+    const Error error = remote_->remove(*path, kind, failed);
     if (!error || failed == *path)
         return done_or_reason(error);
     return failure_text(in_one_line(wire_path(style(), failed), kLongestShownPath) + ": " +
                         reason_text(error));
-}
-
-std::string RequestHandlers::delete_file(CZEVXML& request) {
-    return remove(request, EntryKind::kFile);
-}
-
-std::string RequestHandlers::delete_folder(CZEVXML& request) {
-    return remove(request, EntryKind::kFolder);
 }
 
 std::string RequestHandlers::move_to_trash(CZEVXML& request) {
@@ -255,7 +248,7 @@ std::string RequestHandlers::move_to_trash(CZEVXML& request) {
         const auto path = inner_path(style(), text);
         if (!path)
             failures.add(text, not_a_path(text));
-        else if (const Error error = remote_.move_to_trash(known_path(*path)); error)
+        else if (const Error error = remote_->move_to_trash(known_path(*path)); error)
             failures.add(text, reason_text(error));
     }
     return failures.empty() ? success_text() : failure_text(failures.summary());
@@ -267,24 +260,16 @@ std::string RequestHandlers::create_folder(CZEVXML& request) {
     if (!path)
         return failure_text(not_a_path(text));
     constexpr mode_t kEveryRight = 0777;
-    const Error error = is_root(style(), *path) ? EEXIST : remote_.make_folder(*path, kEveryRight);
+    const Error error = is_root(style(), *path) ? EEXIST : remote_->make_folder(*path, kEveryRight);
     return done_or_reason(error);
 }
 
 CopySide RequestHandlers::remote_side() const {
-    return {remote_, [style = style()](const std::string& path) { return wire_path(style, path); }};
+    return {*remote_, [style = style()](const std::string& path) { return wire_path(style, path); }};
 }
 
 CopySide RequestHandlers::local_side() const {
-    return {local_, [](const std::string& path) { return "/" + path; }};
-}
-
-std::string RequestHandlers::copy_to_local(CZEVXML& request) {
-    return copy(request, false);
-}
-
-std::string RequestHandlers::copy_to_remote(CZEVXML& request) {
-    return copy(request, true);
+    return {*local_, [](const std::string& path) { return "/" + path; }};
 }
 
 std::string RequestHandlers::copy(CZEVXML& request, bool to_remote) {
@@ -360,30 +345,23 @@ void RequestHandlers::tell_what_is_missing(const std::string& folder, const File
         report(RELAY_HUB_HERE, "not shown to the user:", in_one_line(text));
 }
 
-std::string RequestHandlers::connection_status(CZEVXML& /*request*/) {
-    MessageWriter answer;
-    answer.add(wire::kResult, wire::kSuccess);
-    answer.add(wire::kLocalDeviceOn, wire::kYes);
-    answer.add(wire::kDeviceOn, wire::kYes);
-    answer.add(wire::kApplicationOn, state_.remote_online ? wire::kYes : wire::kNo);
-    return answer.finish();
+const char* RequestHandlers::yes_if_online() const {
+    return state_.remote_online ? wire::kYes : wire::kNo;
 }
 
-std::string RequestHandlers::remote_online(CZEVXML& /*request*/) {
-    MessageWriter answer;
-    answer.add(wire::kResult, wire::kSuccess);
-    answer.add(wire::kRemoteIsOnline, state_.remote_online ? wire::kYes : wire::kNo);
-    return answer.finish();
+std::string RequestHandlers::connection_status() const {
+    return message_text({{wire::kResult, wire::kSuccess},
+                         {wire::kLocalDeviceOn, wire::kYes},
+                         {wire::kDeviceOn, wire::kYes},
+                         {wire::kApplicationOn, yes_if_online()}});
 }
 
-std::string RequestHandlers::heartbeat(CZEVXML& /*request*/) {
-    MessageWriter answer;
-    answer.add(wire::kServerIsLive, wire::kYes);
-    return answer.finish();
+std::string RequestHandlers::remote_online() const {
+    return message_text({{wire::kResult, wire::kSuccess}, {wire::kRemoteIsOnline, yes_if_online()}});
 }
 
-std::string RequestHandlers::exit_engine(CZEVXML& /*request*/) {
-    return {};
+std::string RequestHandlers::heartbeat() {
+    return message_text({{wire::kServerIsLive, wire::kYes}});
 }
 
 }  // namespace relay_hub::engine

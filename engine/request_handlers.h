@@ -1,6 +1,7 @@
 #pragma once
-// Answers the requests of the front end. One request at a time, on one thread; trees, front end and link
-// state must outlive it.
+// Answers the requests of the front end. One request at a time, on one thread; front end and link state
+// must outlive it.
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -24,16 +25,16 @@ struct Reply {
 class RequestHandlers {
   public:
     // remote is what the front end calls the remote computer, local this machine as the user sees it.
-    RequestHandlers(RemoteFileSystem& remote, RemoteFileSystem& local, FrontEnd& front_end,
-                    const LinkState& state, HiddenFiles hidden = HiddenFiles::kLeftOut);
+    RequestHandlers(std::shared_ptr<RemoteFileSystem> remote, std::shared_ptr<RemoteFileSystem> local,
+                    FrontEnd& front_end, const LinkState& state, HiddenFiles hidden = HiddenFiles::kLeftOut);
     // message: one document, without the marker. Out of memory is a failure of the request.
     Reply handle(const std::string& message);
     // Whether its reply is known without a look at any file, and so cannot keep anybody waiting.
     static bool is_answered_at_once(const std::string& message);
     // Any thread. What waits in a tree ends with ECANCELED, and so does every later operation.
     void interrupt() {
-        remote_.interrupt();
-        local_.interrupt();
+        remote_->interrupt();
+        local_->interrupt();
     }
 
   private:
@@ -42,19 +43,15 @@ class RequestHandlers {
     static const Handler* find_handler(const std::string& command);
 
     std::string list_files(CZEVXML& request);
-    std::string list_drives(CZEVXML& request);
-    std::string list_special_paths(CZEVXML& request);
+    std::string list_drives();
+    std::string list_special_paths();
     std::string rename(CZEVXML& request);
-    std::string delete_file(CZEVXML& request);
-    std::string delete_folder(CZEVXML& request);
     std::string move_to_trash(CZEVXML& request);
     std::string create_folder(CZEVXML& request);
-    std::string copy_to_local(CZEVXML& request);
-    std::string copy_to_remote(CZEVXML& request);
-    std::string connection_status(CZEVXML& request);
-    std::string remote_online(CZEVXML& request);
-    std::string heartbeat(CZEVXML& request);
-    std::string exit_engine(CZEVXML& request);
+    [[nodiscard]] std::string connection_status() const;
+    [[nodiscard]] std::string remote_online() const;
+    [[nodiscard]] const char* yes_if_online() const;
+    static std::string heartbeat();
 
     std::string remove(CZEVXML& request, EntryKind kind);
     void tell_what_is_missing(const std::string& folder, const FileList& list);
@@ -66,12 +63,12 @@ class RequestHandlers {
     std::string known_path(const std::string& path);
     // The same of one name; nothing when the folder holds none.
     std::optional<std::string> known_name(const std::string& folder, const std::string& name);
-    [[nodiscard]] Style style() const { return remote_.style(); }
+    [[nodiscard]] Style style() const { return remote_->style(); }
     [[nodiscard]] CopySide remote_side() const;
     [[nodiscard]] CopySide local_side() const;
 
-    RemoteFileSystem& remote_;
-    RemoteFileSystem& local_;
+    const std::shared_ptr<RemoteFileSystem> remote_;
+    const std::shared_ptr<RemoteFileSystem> local_;
     FrontEnd& front_end_;
     const LinkState& state_;
     const HiddenFiles hidden_;

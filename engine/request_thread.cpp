@@ -4,11 +4,9 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <utility>
 
 #include "base/diagnostics.h"
 #include "base/wait.h"
-#include "base/worker.h"
 #include "engine/wire_text.h"
 
 namespace relay_hub::engine {

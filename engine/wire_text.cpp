@@ -10,33 +10,31 @@
 namespace relay_hub::engine {
 namespace {
 
-void add_result(MessageWriter& answer, const std::optional<std::string_view>& failure) {
-    answer.add(wire::kResult, failure ? wire::kFail : wire::kSuccess);
-    if (failure)
-        answer.add(wire::kReason, presentable(*failure, 1000));
-}
-
-std::string result_text(const std::optional<std::string_view>& failure) {
-    MessageWriter answer;
-    add_result(answer, failure);
-    return answer.finish();
-}
+constexpr std::size_t kLongestReason = 1000;
 
 }  // namespace
 
+std::string message_text(Fields fields) {
+    MessageWriter message;
+    for (const auto& [tag, text] : fields)
+        message.add(tag, text);
+    return message.finish();
+}
+
 std::string success_text() {
-    return result_text(std::nullopt);
+    return message_text({{wire::kResult, wire::kSuccess}});
 }
 
 std::string failure_text(std::string_view reason) {
-    return result_text(reason);
+    return message_text({{wire::kResult, wire::kFail}, {wire::kReason, presentable(reason, kLongestReason)}});
 }
 
 std::string result_of_move(const std::optional<std::string>& failure, const std::string& arrived) {
-    MessageWriter answer;
-    add_result(answer, failure);
-    answer.add(wire::kMoveArrived, arrived);
-    return answer.finish();
+    if (!failure)
+        return message_text({{wire::kResult, wire::kSuccess}, {wire::kMoveArrived, arrived}});
+    return message_text({{wire::kResult, wire::kFail},
+                         {wire::kReason, presentable(*failure, kLongestReason)},
+                         {wire::kMoveArrived, arrived}});
 }
 
 std::string presentable(std::string_view text, std::size_t limit) {

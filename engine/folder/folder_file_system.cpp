@@ -105,7 +105,7 @@ bool FolderFileSystem::stopped() {
 }
 
 Error FolderFileSystem::places(Places& places) {
-    places.drives = {{"", "", DriveKind::kFixed}};
+    places.drives = {""};
     const std::pair<const char*, std::optional<std::string>*> named[] = {{kDesktop, &places.desktop},
                                                                          {kDocuments, &places.documents}};
     for (const auto& [name, place] : named) {

@@ -20,7 +20,6 @@ class FolderFileSystem : public RemoteFileSystem {
     static std::unique_ptr<FolderFileSystem> open(const std::string& folder, Reach reach, Style style);
 
     void interrupt() override { interrupted_ = true; }
-    void resume() override { interrupted_ = false; }
     void set_watch(std::function<bool()> goes_on) override { goes_on_ = std::move(goes_on); }
     [[nodiscard]] Style style() const override { return style_; }
     Error places(Places& places) override;

@@ -21,15 +21,15 @@ bool is_drive_name(std::string_view name) {
 }
 
 // Newer servers list the drives; others are asked for the one that holds the user's folder.
-Error find_drives(Session& session, std::vector<Drive>& drives) {
+Error find_drives(Session& session, std::vector<std::string>& drives) {
     Error error = read_folder(session, "/", [&drives](const NamedEntry& entry) {
         if (is_drive_name(entry.name))
-            drives.push_back({entry.name, {}, DriveKind::kFixed});
+            drives.push_back(entry.name);
     });
     if (error.number == ENOTCONN || error.number == ECANCELED)
         return error;
     if (drives.empty())
-        drives.push_back({inner_of(session.facts().home.substr(0, 3)), {}, DriveKind::kFixed});
+        drives.push_back(inner_of(session.facts().home.substr(0, 3)));
     return {};
 }
 
@@ -41,15 +41,12 @@ void put_first(const std::string& folder, Places& places) {
             order.push_back(**place);
         place->reset();
     }
-    std::vector<Drive> drives;
-    const auto add = [&drives](const Drive& drive) {
-        if (std::ranges::find(drives, drive.path, &Drive::path) == drives.end())
-            drives.push_back(drive);
-    };
-    for (const std::string& each : order)
-        add({each, {}, DriveKind::kFixed});
-    std::ranges::for_each(places.drives, add);
-    places.drives = std::move(drives);
+    order.insert(order.end(), places.drives.begin(), places.drives.end());
+    places.drives.clear();
+    for (const std::string& each : order) {
+        if (std::ranges::find(places.drives, each) == places.drives.end())
+            places.drives.push_back(each);
+    }
 }
 
 }  // namespace

@@ -89,10 +89,6 @@ void SftpFileSystem::interrupt() {
         session->connection().wake_waiting();
 }
 
-void SftpFileSystem::resume() {
-    interruption_.raised = false;
-}
-
 void SftpFileSystem::set_watch(std::function<bool()> goes_on) {
     interruption_.goes_on = std::move(goes_on);
     interruption_.ended = false;

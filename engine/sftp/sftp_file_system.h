@@ -28,7 +28,6 @@ class SftpFileSystem : public RemoteFileSystem {
     SftpFileSystem(SessionSource current_session, std::optional<Style> style);
 
     void interrupt() override;
-    void resume() override;
     void set_watch(std::function<bool()> goes_on) override;
     [[nodiscard]] Style style() const override;
     Error places(Places& places) override;

@@ -17,11 +17,10 @@ class JudgingTree : public RemoteFileSystem {
   public:
     explicit JudgingTree(Style style) : style_(style) {}
     void interrupt() override {}
-    void resume() override {}
     void set_watch(std::function<bool()>) override {}
     [[nodiscard]] Style style() const override { return style_; }
     Error places(Places& places) override {
-        places.drives = {{style_ == Style::kDrives ? "C:" : "", "", DriveKind::kFixed}};
+        places.drives = {style_ == Style::kDrives ? "C:" : ""};
         places.desktop = kFolder;
         return {};
     }
@@ -94,7 +93,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     SilentFrontEnd front_end;
     const LinkState state;
     for (const Style style : {Style::kWindows, Style::kPosix, Style::kDrives}) {
-        JudgingTree tree(style);
+        const auto tree = std::make_shared<JudgingTree>(style);
         const Reply reply = RequestHandlers(tree, tree, front_end, state).handle(request);
         CZEVXML answer;
         check(reply.text.empty() || answer.LoadXML(reply.text), "an answer is one whole document");

@@ -17,8 +17,8 @@ class EngineSandbox : public testing::Test, protected test::Sandbox {
 
     std::string served_ = make_folder("served");
     std::string mine_ = make_folder("mine");
-    std::unique_ptr<FolderFileSystem> remote_;
-    std::unique_ptr<FolderFileSystem> local_;
+    std::shared_ptr<FolderFileSystem> remote_;
+    std::shared_ptr<FolderFileSystem> local_;
 };
 
 class PresetFrontEnd : public FrontEnd {

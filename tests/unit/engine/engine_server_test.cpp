@@ -53,7 +53,7 @@ class Serving : public EngineSandbox {
     }
 
     void start(std::chrono::milliseconds delay = std::chrono::milliseconds(0)) {
-        handlers_ = std::make_shared<RequestHandlers>(*remote_, *local_, front_end_, state_);
+        handlers_ = std::make_shared<RequestHandlers>(remote_, local_, front_end_, state_);
         server_ = std::make_unique<EngineServer>(
             ServerSettings{base_, delay, 0, true}, [this] { return handlers_; }, front_end_, stop_);
         std::string why;
@@ -205,12 +205,12 @@ TEST_F(CallingBack, AnswersOfAPaddedFrame) {
 
     // In a row, as fast as can be: none is lost.
     for (int i = 0; i < 100; ++i)
-        front_end_.progress({"C:\\a & b", 3661s, 7, 9, ""});
+        front_end_.progress({"C:\\a & b", 7, 9, "7 of 9 items"});
     EXPECT_EQ(calls, 110);
     EXPECT_EQ(last_message,
               "<ZEVMSG><NP_Cmd>NP_Cmd_Copy_Progress_Status_Notify</NP_Cmd>"
               "<NP_Copy_Process_Progress_Info>C:\\a &amp; b</NP_Copy_Process_Progress_Info>"
-              "<NP_Copy_Process_Elasp_Time>01:01:01</NP_Copy_Process_Elasp_Time>"
+              "<NP_Copy_Process_Elasp_Time>7 of 9 items</NP_Copy_Process_Elasp_Time>"
               "<NP_Copy_Process_Progress_Bar_Total>9</NP_Copy_Process_Progress_Bar_Total>"
               "<NP_Copy_Process_Progress_Bar_Current>7</NP_Copy_Process_Progress_Bar_Current></ZEVMSG>");
     // What the user says to a question that was taken back is no sign that the news has arrived.

@@ -14,7 +14,7 @@ class Handling : public EngineSandbox {
   protected:
     std::string ask(const std::string& text, Style style = Style::kWindows) {
         remote_ = FolderFileSystem::open(served_, Reach::kBeneath, style);
-        RequestHandlers handlers(*remote_, *local_, front_end_, state_);
+        RequestHandlers handlers(remote_, local_, front_end_, state_);
         return handlers.handle(text).text;
     }
 

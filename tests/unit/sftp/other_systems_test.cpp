@@ -154,10 +154,7 @@ TEST(OtherSystem, IsKnownByItsAnswersAndServed) {
         EXPECT_EQ(files.style(), system.style);
         Places places;
         ASSERT_FALSE(files.places(places));
-        std::vector<std::string> drives;
-        for (const Drive& drive : places.drives)
-            drives.push_back(drive.path);
-        EXPECT_EQ(drives, system.drives);
+        EXPECT_EQ(places.drives, system.drives);
         const std::string home = places.home.value_or("");
         EXPECT_EQ(wire_path(files.style(), home), system.shown_home);
         EXPECT_EQ(inner_path(files.style(), system.shown_home), home);
