@@ -374,8 +374,8 @@ constexpr std::chrono::milliseconds kReportPause{5};
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     (void)std::signal(SIGPIPE, SIG_IGN);
     const relay_hub::StopToken stop;
-    const relay_hub::engine::LinkState state;
-    relay_hub::engine::FrontEndLink link(kNotifyPipe, stop, state);
+    const std::atomic<bool> remote_online = true;
+    relay_hub::engine::FrontEndLink link(kNotifyPipe, stop, remote_online);
     auto next = std::chrono::steady_clock::now();
     for (int number = 0; number < kReports; ++number) {
         relay_hub::engine::Progress report;

@@ -16,6 +16,7 @@
 
 #include "base/freed_by.h"
 #include "base/glib_owners.h"
+#include "base/main_loop_source.h"
 
 namespace relay_hub::connect {
 namespace {
@@ -66,11 +67,7 @@ class AnnouncementListener : public AnnouncedComputers {
           poll_(avahi_glib_poll_new(nullptr, G_PRIORITY_DEFAULT)) {
         start();
     }
-    ~AnnouncementListener() override {
-        g_cancellable_cancel(stop_.get());
-        if (restart_ != 0)
-            g_source_remove(restart_);
-    }
+    ~AnnouncementListener() override { g_cancellable_cancel(stop_.get()); }
 
   private:
     struct Service {
@@ -94,13 +91,13 @@ class AnnouncementListener : public AnnouncedComputers {
         if (state == AVAHI_CLIENT_S_RUNNING && listener->browsers_.empty())
             listener->browse(client);
         // The daemon has gone, and a client does not find the next one by itself.
-        if (state == AVAHI_CLIENT_FAILURE && listener->restart_ == 0)
-            listener->restart_ = g_idle_add(on_restart, listener);
+        if (state == AVAHI_CLIENT_FAILURE && !listener->restart_)
+            listener->restart_.reset(g_idle_add(on_restart, listener));
     }
 
     static gboolean on_restart(gpointer self) {
         auto* listener = static_cast<AnnouncementListener*>(self);
-        listener->restart_ = 0;
+        listener->restart_.forget();
         listener->forget_all();
         listener->start();
         return G_SOURCE_REMOVE;
@@ -208,7 +205,7 @@ class AnnouncementListener : public AnnouncedComputers {
 
     Watcher watcher_;
     GObjectPtr<GCancellable> stop_;
-    guint restart_ = 0;
+    MainLoopSource restart_;
     Poll poll_;
     Client client_;
     // After the client, which takes them with it otherwise.

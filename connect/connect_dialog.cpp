@@ -214,9 +214,7 @@ void ConnectDialog::show_failure(const std::string& text) {
 }
 
 void ConnectDialog::show_ready() {
-    set_busy(false);
-    say(translated("IDS_CONNECT_ADDRESS_HINT"));
-    gtk_widget_grab_focus(address_);
+    show_failure(translated("IDS_CONNECT_ADDRESS_HINT"));
 }
 
 void ConnectDialog::set_busy(bool busy) {

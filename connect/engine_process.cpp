@@ -35,11 +35,6 @@ struct Pipe {
 EngineProcess::EngineProcess(std::string program, Listener listener)
     : program_(std::move(program)), listener_(std::move(listener)) {}
 
-EngineProcess::~EngineProcess() {
-    if (patience_ != 0)
-        g_source_remove(patience_);
-}
-
 std::string EngineProcess::start(const EngineTarget& target) {
     Pipe status;
     Pipe errors;
@@ -71,20 +66,19 @@ void EngineProcess::take_error_line(const std::string& line) {
 
 void EngineProcess::end() {
     child_.send_signal(SIGTERM);
-    if (running() && patience_ == 0)
-        patience_ = g_timeout_add(kPatience, on_too_long, this);
+    if (running() && !patience_)
+        patience_.reset(g_timeout_add(kPatience, on_too_long, this));
 }
 
 gboolean EngineProcess::on_too_long(gpointer self) {
     auto* engine = static_cast<EngineProcess*>(self);
-    engine->patience_ = 0;
+    engine->patience_.forget();
     engine->child_.send_signal(SIGKILL);
     return G_SOURCE_REMOVE;
 }
 
 void EngineProcess::on_exit() {
-    if (patience_ != 0)
-        g_source_remove(std::exchange(patience_, 0));
+    patience_.reset();
     // What it wrote before it ended may be read after that.
     statuses_->drain();
     errors_->drain();

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "base/main_loop_source.h"
 #include "base/non_copyable.h"
 #include "connect/child_process.h"
 #include "connect/engine_status.h"
@@ -27,7 +28,6 @@ class EngineProcess : NonCopyable {
     };
 
     EngineProcess(std::string program, Listener listener);
-    ~EngineProcess();
 
     // Empty, or why it could not be started. Not while it runs.
     std::string start(const EngineTarget& target);
@@ -46,7 +46,7 @@ class EngineProcess : NonCopyable {
     std::unique_ptr<LineReader> statuses_;
     std::unique_ptr<LineReader> errors_;
     std::string last_words_;
-    guint patience_ = 0;
+    MainLoopSource patience_;
 };
 
 }  // namespace relay_hub::connect

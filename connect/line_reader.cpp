@@ -19,13 +19,8 @@ constexpr std::size_t kLongestLine = 65536;
 LineReader::LineReader(FileDescriptor pipe, TakeLine take_line)
     : pipe_(std::move(pipe)), take_line_(std::move(take_line)) {
     g_unix_set_fd_nonblocking(pipe_.get(), TRUE, nullptr);
-    source_ =
-        g_unix_fd_add(pipe_.get(), static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR), on_ready, this);
-}
-
-LineReader::~LineReader() {
-    if (source_ != 0)
-        g_source_remove(source_);
+    source_.reset(
+        g_unix_fd_add(pipe_.get(), static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR), on_ready, this));
 }
 
 void LineReader::drain() {
@@ -50,8 +45,7 @@ bool LineReader::read_once() {
         take_complete_lines();
         return true;
     }
-    if (source_ != 0)
-        g_source_remove(std::exchange(source_, 0));
+    source_.reset();
     pipe_.reset();
     if (!pending_.empty())
         take_line_(std::exchange(pending_, {}));

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "base/file_descriptor.h"
+#include "base/main_loop_source.h"
 #include "base/non_copyable.h"
 
 namespace relay_hub::connect {
@@ -18,7 +19,6 @@ class LineReader : NonCopyable {
 
     // Takes the pipe's end over, and reads it until its writers have gone.
     LineReader(FileDescriptor pipe, TakeLine take_line);
-    ~LineReader();
 
     // Reads now what is already there.
     void drain();
@@ -31,7 +31,7 @@ class LineReader : NonCopyable {
     FileDescriptor pipe_;
     TakeLine take_line_;
     std::string pending_;
-    guint source_ = 0;
+    MainLoopSource source_;
 };
 
 }  // namespace relay_hub::connect

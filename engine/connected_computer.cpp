@@ -27,7 +27,7 @@ std::unique_ptr<RemoteFileSystem> ConnectedComputer::make_tree() const {
 }
 
 int ConnectedComputer::start() {
-    news_.state.remote_online = false;
+    news_.remote_online = false;
     return keeper_.start();
 }
 
@@ -50,7 +50,7 @@ void ConnectedComputer::connected(const sftp::ServerFacts& facts) {
     const std::string begin = sftp::inner_of(facts.first_folder.empty() ? facts.home : facts.first_folder);
     say(fill_translated("IDS_LINK_CONNECTED", {keeper_.address().shown()}));
     news_.status.connected(style, keeper_.address().shown(), wire_path(style, begin));
-    news_.state.remote_online = true;
+    news_.remote_online = true;
     news_.set_offline(false);
 }
 
@@ -66,7 +66,7 @@ bool ConnectedComputer::failed(const sftp::LinkFailure& failure) {
 }
 
 void ConnectedComputer::lost(const std::string& text) {
-    news_.state.remote_online = false;
+    news_.remote_online = false;
     say(fill_translated("IDS_LINK_IS_LOST", {keeper_.address().shown(), text}));
     news_.status.lost(text);
     news_.set_offline(true);

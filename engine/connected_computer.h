@@ -1,12 +1,12 @@
 #pragma once
 // Another computer as the engine's remote one: its tree of files, the link to it, and the observer of that
 // link's state.
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 
-#include "engine/link_state.h"
 #include "engine/link_status.h"
 #include "engine/remote_file_system.h"
 #include "engine/sftp/link_keeper.h"
@@ -16,7 +16,7 @@ namespace relay_hub::engine {
 class ConnectedComputer : private sftp::LinkObserver {
   public:
     struct News {
-        LinkState& state;
+        std::atomic<bool>& remote_online;
         const LinkStatus& status;
         std::function<void(bool offline)> set_offline;  // called when that changes
         std::function<void()> give_up;                  // there will be no link

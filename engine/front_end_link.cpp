@@ -80,8 +80,8 @@ class FrontEndLink::Turn : relay_hub::NonCopyable {
     bool granted_ = false;
 };
 
-FrontEndLink::FrontEndLink(std::string base, const StopToken& stop, const LinkState& state)
-    : base_(std::move(base)), stop_(stop), state_(state) {}
+FrontEndLink::FrontEndLink(std::string base, const StopToken& stop, const std::atomic<bool>& remote_online)
+    : base_(std::move(base)), stop_(stop), remote_online_(remote_online) {}
 
 OverwriteAnswer FrontEndLink::confirm(const std::string& question) {
     const auto text = exchange(Caller::request,
@@ -106,7 +106,7 @@ OverwriteAnswer FrontEndLink::confirm(const std::string& question) {
 }
 
 bool FrontEndLink::cancelled() {
-    if (!state_.remote_online || stop_.stopped() || peer_has_left())
+    if (!remote_online_ || stop_.stopped() || peer_has_left())
         return true;
     if (Clock::now() < absent_until_.load())
         return false;
@@ -212,7 +212,7 @@ WriteEnd FrontEndLink::send(const std::string& message, milliseconds open_limit,
 bool FrontEndLink::await_answer(int fd, Caller caller, milliseconds limit) const {
     WaitEnd end = WaitEnd::timed_out;
     for (milliseconds left = limit; end == WaitEnd::timed_out && left > milliseconds(0); left -= kUserSlice) {
-        if (caller == Caller::request && !state_.remote_online)
+        if (caller == Caller::request && !remote_online_)
             return false;
         end = wait_for(fd, POLLIN, after(std::min(left, kUserSlice)));
     }

@@ -14,7 +14,6 @@
 #include "base/stop_token.h"
 #include "base/wait.h"
 #include "engine/front_end.h"
-#include "engine/link_state.h"
 #include "engine/wire_text.h"
 
 namespace relay_hub::engine {
@@ -22,7 +21,7 @@ namespace relay_hub::engine {
 class FrontEndLink : public FrontEnd {
   public:
     // base: path of the pipe pair without "_IN" and "_OUT".
-    FrontEndLink(std::string base, const StopToken& stop, const LinkState& state);
+    FrontEndLink(std::string base, const StopToken& stop, const std::atomic<bool>& remote_online);
 
     OverwriteAnswer confirm(const std::string& question) override;
     bool cancelled() override;
@@ -60,7 +59,7 @@ class FrontEndLink : public FrontEnd {
 
     const std::string base_;
     const StopToken& stop_;
-    const LinkState& state_;
+    const std::atomic<bool>& remote_online_;
     std::mutex mutex_;
     std::condition_variable idle_;
     bool busy_ = false;  // guarded by mutex_: an exchange is under way

@@ -72,8 +72,8 @@ void raise_file_limit() {
 // What the end of the engine and of the link has to do with.
 struct Control {
     StopToken stop;
-    LinkState state;
-    FrontEndLink front_end{kNotifyBase, stop, state};
+    std::atomic<bool> remote_online = true;  // set where signals are served or by the link, read anywhere
+    FrontEndLink front_end{kNotifyBase, stop, remote_online};
     OfflineNotifier notifier{[this] { return front_end.tell_remote_is_offline(); }};
 };
 
@@ -90,7 +90,7 @@ void serve_signals(int signals, Control& control) {
             continue;
         const int number = static_cast<int>(info.ssi_signo);
         if (number == SIGUSR1 || number == SIGUSR2) {
-            control.state.remote_online = number == SIGUSR2;
+            control.remote_online = number == SIGUSR2;
             control.notifier.set_offline(number == SIGUSR1);
         } else if (number == SIGRTMIN) {
             // Not in the help: lets a test see how the front end takes a request from the remote side.
@@ -130,7 +130,7 @@ int serve_trees(const Options& options, int signals, Control& control, const Tre
     const HiddenFiles hidden = options.hidden ? HiddenFiles::kListed : HiddenFiles::kLeftOut;
     const auto make_handlers = [&] {
         return std::make_shared<RequestHandlers>(make_remote(), whole_machine->another(), control.front_end,
-                                                 control.state, hidden);
+                                                 control.remote_online, hidden);
     };
     EngineServer server({kCommandBase, options.delay, options.chunk, options.quiet}, make_handlers,
                         control.front_end, control.stop);
@@ -170,7 +170,7 @@ int serve_computer(const Options& options, int signals, Control& control, const 
     std::atomic<bool> gave_up{false};
     ConnectedComputer computer(
         *options.computer, options.style,
-        {control.state, status, [&](bool offline) { control.notifier.set_offline(offline); },
+        {control.remote_online, status, [&](bool offline) { control.notifier.set_offline(offline); },
          [&] {
              gave_up = true;
              control.stop.stop();

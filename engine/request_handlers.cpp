@@ -107,11 +107,11 @@ bool RequestHandlers::is_answered_at_once(const std::string& message) {
 
 RequestHandlers::RequestHandlers(std::shared_ptr<RemoteFileSystem> remote,
                                  std::shared_ptr<RemoteFileSystem> local, FrontEnd& front_end,
-                                 const LinkState& state, HiddenFiles hidden)
+                                 const std::atomic<bool>& remote_online, HiddenFiles hidden)
     : remote_(std::move(remote)),
       local_(std::move(local)),
       front_end_(front_end),
-      state_(state),
+      remote_online_(remote_online),
       hidden_(hidden) {}
 
 Reply RequestHandlers::handle(const std::string& message) {
@@ -133,7 +133,7 @@ Reply RequestHandlers::answer(const std::string& message) {
     if (handler == nullptr)
         return {failure_text(
             fill_translated("IDS_REASON_NO_COMMAND", {in_one_line(command, kLongestShownPath)}))};
-    if (handler->needs_remote && !state_.remote_online)
+    if (handler->needs_remote && !remote_online_)
         return {failure_text(translated("IDS_ERROR_DISCONNECT")), handler->is_list};
     return {handler->answer(*this, request), handler->is_list, command == wire::kExitLinkEngine};
 }
@@ -315,7 +315,7 @@ std::optional<std::string> RequestHandlers::failure_of_copy(const CopyBatch& bat
     const FailureList& failures = batch.failures();
     for (const Failure& failure : failures.kept())
         report(RELAY_HUB_HERE, "not copied:", in_one_line(failure.item + ": " + failure.reason));
-    if (!state_.remote_online)
+    if (!remote_online_)
         return translated("IDS_COPY_WENT_OFFLINE");
     if (!batch.unanswered().empty())
         return fill_translated("IDS_COPY_UNANSWERED",
@@ -346,7 +346,7 @@ void RequestHandlers::tell_what_is_missing(const std::string& folder, const File
 }
 
 const char* RequestHandlers::yes_if_online() const {
-    return state_.remote_online ? wire::kYes : wire::kNo;
+    return remote_online_ ? wire::kYes : wire::kNo;
 }
 
 std::string RequestHandlers::connection_status() const {

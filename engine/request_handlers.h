@@ -1,6 +1,7 @@
 #pragma once
 // Answers the requests of the front end. One request at a time, on one thread; front end and link state
 // must outlive it.
+#include <atomic>
 #include <memory>
 #include <optional>
 #include <string>
@@ -8,7 +9,6 @@
 #include "engine/copy_batch.h"
 #include "engine/file_list.h"
 #include "engine/front_end.h"
-#include "engine/link_state.h"
 #include "engine/names.h"
 #include "engine/remote_file_system.h"
 
@@ -26,7 +26,8 @@ class RequestHandlers {
   public:
     // remote is what the front end calls the remote computer, local this machine as the user sees it.
     RequestHandlers(std::shared_ptr<RemoteFileSystem> remote, std::shared_ptr<RemoteFileSystem> local,
-                    FrontEnd& front_end, const LinkState& state, HiddenFiles hidden = HiddenFiles::kLeftOut);
+                    FrontEnd& front_end, const std::atomic<bool>& remote_online,
+                    HiddenFiles hidden = HiddenFiles::kLeftOut);
     // message: one document, without the marker. Out of memory is a failure of the request.
     Reply handle(const std::string& message);
     // Whether its reply is known without a look at any file, and so cannot keep anybody waiting.
@@ -70,7 +71,7 @@ class RequestHandlers {
     const std::shared_ptr<RemoteFileSystem> remote_;
     const std::shared_ptr<RemoteFileSystem> local_;
     FrontEnd& front_end_;
-    const LinkState& state_;
+    const std::atomic<bool>& remote_online_;
     const HiddenFiles hidden_;
 };
 

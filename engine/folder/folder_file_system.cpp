@@ -65,6 +65,15 @@ int read_entry(int folder, const char* name, int flags, Entry& entry) {
     return 0;
 }
 
+// Has act do its work with the open folder that holds path and the name in it. 0, or errno of either.
+template <typename Act>
+int in_parent(const TreeRoot& tree, const std::string& path, const Act& act) {
+    SharedFolder parent;
+    std::string name;
+    const int error = tree.open_parent(path, parent, name);
+    return error != 0 ? error : act(parent->get(), name.c_str());
+}
+
 class FolderSource : public FileSource {
   public:
     explicit FolderSource(FileDescriptor file) : file_(std::move(file)) {}
@@ -174,24 +183,19 @@ Error FolderFileSystem::stat(const std::string& path, Entry& entry) {
             return error;
         return read_entry(root.get(), "", AT_EMPTY_PATH, entry);
     }
-    SharedFolder parent;
-    std::string name;
-    if (const int error = tree_.open_parent(path, parent, name); error != 0)
-        return error;
-    return read_entry(parent->get(), name.c_str(), 0, entry);
+    return in_parent(tree_, path,
+                     [&entry](int parent, const char* name) { return read_entry(parent, name, 0, entry); });
 }
 
 Error FolderFileSystem::read_link(const std::string& path, std::string& target) {
-    SharedFolder parent;
-    std::string name;
-    if (const int error = tree_.open_parent(path, parent, name); error != 0)
-        return error;
-    std::array<char, PATH_MAX> buffer{};
-    const ssize_t length = readlinkat(parent->get(), name.c_str(), buffer.data(), buffer.size());
-    if (length < 0)
-        return errno;
-    target.assign(buffer.data(), static_cast<std::size_t>(length));
-    return 0;
+    return in_parent(tree_, path, [&target](int parent, const char* name) {
+        std::array<char, PATH_MAX> buffer{};
+        const ssize_t length = readlinkat(parent, name, buffer.data(), buffer.size());
+        if (length < 0)
+            return errno;
+        target.assign(buffer.data(), static_cast<std::size_t>(length));
+        return 0;
+    });
 }
 
 Error FolderFileSystem::folder_chain(const std::string& folder, std::vector<FileIdentity>& chain) {
@@ -213,18 +217,16 @@ Error FolderFileSystem::folder_chain(const std::string& folder, std::vector<File
 
 Error FolderFileSystem::open_source(const std::string& path, const Entry& /*entry*/,
                                     std::unique_ptr<FileSource>& source) {
-    SharedFolder parent;
-    std::string name;
-    if (const int error = tree_.open_parent(path, parent, name); error != 0)
-        return error;
-    FileDescriptor file(openat(parent->get(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-    struct stat status {};
-    if (!file || fstat(file.get(), &status) != 0)
-        return errno;
-    if (!S_ISREG(status.st_mode))
-        return EINVAL;
-    source = std::make_unique<FolderSource>(std::move(file));
-    return 0;
+    return in_parent(tree_, path, [&source](int parent, const char* name) {
+        FileDescriptor file(openat(parent, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+        struct stat status {};
+        if (!file || fstat(file.get(), &status) != 0)
+            return errno;
+        if (!S_ISREG(status.st_mode))
+            return EINVAL;
+        source = std::make_unique<FolderSource>(std::move(file));
+        return 0;
+    });
 }
 
 Error FolderFileSystem::open_sink(const std::string& path, const Entry& entry, bool replace,
@@ -281,21 +283,17 @@ void FolderFileSystem::sweep(const std::string& folder) {
 }
 
 Error FolderFileSystem::make_folder(const std::string& path, mode_t mode) {
-    SharedFolder parent;
-    std::string name;
-    if (const int error = tree_.open_parent(path, parent, name); error != 0)
-        return error;
-    return mkdirat(parent->get(), name.c_str(), mode) == 0 ? 0 : errno;
+    return in_parent(tree_, path, [mode](int parent, const char* name) {
+        return mkdirat(parent, name, mode) == 0 ? 0 : errno;
+    });
 }
 
 Error FolderFileSystem::make_link(const std::string& path, const std::string& target, const Entry& entry,
                                   bool replace) {
-    SharedFolder parent;
-    std::string name;
-    if (const int error = tree_.open_parent(path, parent, name); error != 0)
-        return error;
     const std::array<timespec, 2> times{entry.accessed, entry.modified};
-    return place_link(parent->get(), name, target, replace, times.data());
+    return in_parent(tree_, path, [&](int parent, const char* name) {
+        return place_link(parent, name, target, replace, times.data());
+    });
 }
 
 std::vector<Error> FolderFileSystem::set_attributes(std::span<const FolderAttributes> folders) {
@@ -343,11 +341,8 @@ Error FolderFileSystem::move_to_trash(const std::string& path) {
     FileDescriptor root;
     if (const int error = tree_.open("", O_PATH | O_DIRECTORY, root); error != 0)
         return error;
-    SharedFolder parent;
-    std::string name;
-    if (const int error = tree_.open_parent(path, parent, name); error != 0)
-        return error;
-    return trash_item(root.get(), parent->get(), path);
+    return in_parent(tree_, path,
+                     [&](int parent, const char*) { return trash_item(root.get(), parent, path); });
 }
 
 }  // namespace relay_hub::engine

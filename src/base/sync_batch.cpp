@@ -114,13 +114,11 @@ void SyncBatch::flush_volume(Volume& volume, const FailureSink& failure) {
         return;
     }
     for (const std::string& file : volume.files) {
-        const int error = sync_file(file);
-        if (error != 0)
+        if (const int error = sync_file(file); error != 0)
             failure(file, error);
     }
     for (const std::string& folder : volume.folders) {
-        const int error = sync_folder_at(folder);
-        if (error != 0)
+        if (const int error = sync_folder_at(folder); error != 0)
             failure(folder, error);
     }
 }

@@ -73,8 +73,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     });
     exchange_with(bytes, [&] {
         StopToken stop;
-        const engine::LinkState state;
-        engine::FrontEndLink link(base(), stop, state);
+        const std::atomic<bool> remote_online = true;
+        engine::FrontEndLink link(base(), stop, remote_online);
         (void)link.confirm("a question");
     });
     return 0;

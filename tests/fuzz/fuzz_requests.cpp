@@ -91,10 +91,10 @@ class SilentFrontEnd : public FrontEnd {
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string request(text_of(data, size));
     SilentFrontEnd front_end;
-    const LinkState state;
+    const std::atomic<bool> remote_online = true;
     for (const Style style : {Style::kWindows, Style::kPosix, Style::kDrives}) {
         const auto tree = std::make_shared<JudgingTree>(style);
-        const Reply reply = RequestHandlers(tree, tree, front_end, state).handle(request);
+        const Reply reply = RequestHandlers(tree, tree, front_end, remote_online).handle(request);
         CZEVXML answer;
         check(reply.text.empty() || answer.LoadXML(reply.text), "an answer is one whole document");
         check(reply.text.size() <= kLongestAnswer, "an answer fits into the window's buffer");

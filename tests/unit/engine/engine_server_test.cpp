@@ -53,7 +53,7 @@ class Serving : public EngineSandbox {
     }
 
     void start(std::chrono::milliseconds delay = std::chrono::milliseconds(0)) {
-        handlers_ = std::make_shared<RequestHandlers>(remote_, local_, front_end_, state_);
+        handlers_ = std::make_shared<RequestHandlers>(remote_, local_, front_end_, remote_online_);
         server_ = std::make_unique<EngineServer>(
             ServerSettings{base_, delay, 0, true}, [this] { return handlers_; }, front_end_, stop_);
         std::string why;
@@ -70,8 +70,8 @@ class Serving : public EngineSandbox {
     std::string base_ = at("command");
     std::string notify_ = at("notify");
     StopToken stop_;
-    LinkState state_;
-    FrontEndLink front_end_{notify_, stop_, state_};
+    std::atomic<bool> remote_online_ = true;
+    FrontEndLink front_end_{notify_, stop_, remote_online_};
     std::shared_ptr<RequestHandlers> handlers_;
     std::unique_ptr<EngineServer> server_;
     std::thread thread_;
@@ -280,7 +280,7 @@ TEST_F(CallingBack, AQuestionEndsWithItsReasonAndNothingHangsWithoutAFrontEnd) {
     EXPECT_FALSE(front_end_.tell_remote_is_offline());
     const std::pair<const char*, std::function<void()>> cases[] = {
         {"front end killed", [] {}},
-        {"remote offline", [this] { state_.remote_online = false; }},
+        {"remote offline", [this] { remote_online_ = false; }},
         {"engine stopped", [this] { stop_.stop(); }}};
     for (const auto& [what, end] : cases) {
         std::atomic<bool> answered = false;
@@ -293,10 +293,10 @@ TEST_F(CallingBack, AQuestionEndsWithItsReasonAndNothingHangsWithoutAFrontEnd) {
         EXPECT_FALSE(answered);
         listener.close_in();
         end();
-        if (state_.remote_online && !stop_.stopped())
+        if (remote_online_ && !stop_.stopped())
             listener.close_out();
         asking.join();
-        state_.remote_online = true;
+        remote_online_ = true;
     }
 }
 

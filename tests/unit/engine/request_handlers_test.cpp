@@ -14,12 +14,12 @@ class Handling : public EngineSandbox {
   protected:
     std::string ask(const std::string& text, Style style = Style::kWindows) {
         remote_ = FolderFileSystem::open(served_, Reach::kBeneath, style);
-        RequestHandlers handlers(remote_, local_, front_end_, state_);
+        RequestHandlers handlers(remote_, local_, front_end_, remote_online_);
         return handlers.handle(text).text;
     }
 
     PresetFrontEnd front_end_;
-    LinkState state_;
+    std::atomic<bool> remote_online_ = true;
 };
 
 TEST_F(Handling, StatusPlacesAndDrives) {
@@ -39,10 +39,10 @@ TEST_F(Handling, StatusPlacesAndDrives) {
         {"Unheard_Of", true, kWindows, kFail + field("T2", "IDS_REASON_NO_COMMAND")},
     };
     for (const auto& [command, online, style, answer] : cases) {
-        state_.remote_online = online;
+        remote_online_ = online;
         EXPECT_EQ(ask(request(command), style), message(answer));
     }
-    state_.remote_online = true;
+    remote_online_ = true;
     EXPECT_NE(ask("no document").find("NP_Exe_Result_Fail"), std::string::npos);
 }
 
