@@ -1,9 +1,5 @@
 #include "connect/engine_process.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -17,19 +13,6 @@ namespace {
 // The engine itself promises two seconds.
 constexpr guint kPatience = 2500;
 
-struct Pipe {
-    FileDescriptor reading;
-    FileDescriptor writing;
-    [[nodiscard]] bool open() {
-        std::array<int, 2> ends{};
-        if (pipe2(ends.data(), O_CLOEXEC) != 0)
-            return false;
-        reading.reset(ends[0]);
-        writing.reset(ends[1]);
-        return true;
-    }
-};
-
 }  // namespace
 
 EngineProcess::EngineProcess(std::string program, Listener listener)
@@ -38,22 +21,22 @@ EngineProcess::EngineProcess(std::string program, Listener listener)
 std::string EngineProcess::start(const EngineTarget& target) {
     Pipe status;
     Pipe errors;
-    if (!status.open() || !errors.open())
+    if (!open_pipe(status) || !open_pipe(errors))
         return error_text(errno);
     ProgramToStart program;
     program.words = {program_,      target.is_folder ? "--serve" : "--connect", target.what,
                      "--status-fd", std::to_string(kStatusDescriptor),          "--quiet"};
     program.signal_when_orphaned = SIGTERM;
-    program.status_descriptor = status.writing.get();
-    program.error_descriptor = errors.writing.get();
+    program.status_descriptor = status.write_end.get();
+    program.error_descriptor = errors.write_end.get();
     last_words_.clear();
     std::string why = child_.start(program, [this](int) { on_exit(); });
     if (!why.empty())
         return why;
-    statuses_ = std::make_unique<LineReader>(std::move(status.reading), [this](const std::string& line) {
+    statuses_ = std::make_unique<LineReader>(std::move(status.read_end), [this](const std::string& line) {
         listener_.on_status(parse_status(line));
     });
-    errors_ = std::make_unique<LineReader>(std::move(errors.reading),
+    errors_ = std::make_unique<LineReader>(std::move(errors.read_end),
                                            [this](const std::string& line) { take_error_line(line); });
     return why;
 }

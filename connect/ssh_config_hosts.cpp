@@ -4,6 +4,7 @@
 #include <glob.h>
 
 #include <algorithm>
+#include <sstream>
 #include <string_view>
 #include <unordered_set>
 
@@ -50,13 +51,9 @@ class Reader {
     void read_file(const std::string& path, int depth) {
         if (++files_ > kMostFiles)
             return;
-        const std::string content = small_file_content(path);
-        std::string_view remaining = content;
-        while (!remaining.empty()) {
-            const std::size_t end = std::min(remaining.find('\n'), remaining.size());
-            read_line(words_of(remaining.substr(0, end)), depth);
-            remaining.remove_prefix(std::min(end + 1, remaining.size()));
-        }
+        std::istringstream content(small_file_content(path));
+        for (std::string line; std::getline(content, line);)
+            read_line(words_of(line), depth);
     }
     std::vector<std::string> take() { return std::move(hosts_); }
 

@@ -66,10 +66,6 @@ EngineServer::EngineServer(ServerSettings settings, HandlersFactory make_handler
       front_end_(front_end),
       stop_(stop) {}
 
-EngineServer::~EngineServer() {
-    remove_pipes();
-}
-
 void EngineServer::remove_pipes() {
     if (!owns_pipes_)
         return;

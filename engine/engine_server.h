@@ -26,7 +26,7 @@ class EngineServer : NonCopyable {
   public:
     EngineServer(ServerSettings settings, HandlersFactory make_handlers, FrontEndLink& front_end,
                  StopToken& stop);
-    ~EngineServer();
+    ~EngineServer() { remove_pipes(); }
 
     // False, with the reason in why, when a pipe cannot be had.
     bool create_pipes(std::string& why);

@@ -28,28 +28,19 @@ constexpr std::size_t kLongestLine = 1000;
 constexpr int kPipeCapacity = 1 << 20;
 constexpr char kDefaultAskpass[] = "/usr/bin/ssh-askpass";
 
-struct PipePair {
-    FileDescriptor read;
-    FileDescriptor write;
-};
-
-bool make_pipe(PipePair& made) {
-    std::array<int, 2> ends{};
-    if (pipe2(ends.data(), O_CLOEXEC) != 0)
+bool make_pipe(Pipe& made) {
+    if (!open_pipe(made))
         return false;
-    made.read.reset(ends[0]);
-    made.write.reset(ends[1]);
-    (void)fcntl(ends[0], F_SETPIPE_SZ, kPipeCapacity);
+    (void)fcntl(made.read_end.get(), F_SETPIPE_SZ, kPipeCapacity);
     return true;
 }
 
 // What a pipe does for each 16 KiB that ssh takes, a socket does once it is nearly empty: report room.
-bool make_sockets(PipePair& made) {
+bool make_sockets(Pipe& made) {
     std::array<int, 2> ends{};
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0)
         return false;
-    made.read.reset(ends[0]);
-    made.write.reset(ends[1]);
+    made = {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
     (void)setsockopt(ends[1], SOL_SOCKET, SO_SNDBUF, &kPipeCapacity, sizeof kPipeCapacity);
     return true;
 }
@@ -153,18 +144,18 @@ std::vector<std::string> ssh_arguments(const SshStart& start) {
 }
 
 std::unique_ptr<SshProcess> SshProcess::start(const SshStart& start, LinkFailure& why) {
-    PipePair input;
-    PipePair output;
-    PipePair errors;
+    Pipe input;
+    Pipe output;
+    Pipe errors;
     if (!make_sockets(input) || !make_pipe(output) || !make_pipe(errors)) {
         why = {FailureKind::kOther, fill_translated("IDS_REASON_NO_SSH", {error_text(errno)})};
         return nullptr;
     }
     const bool in_terminal = start.may_ask && asks_in_terminal();
     SpawnSettings settings(!in_terminal);
-    settings.give(input.read, STDIN_FILENO);
-    settings.give(output.write, STDOUT_FILENO);
-    settings.give(errors.write, STDERR_FILENO);
+    settings.give(input.read_end, STDIN_FILENO);
+    settings.give(output.write_end, STDOUT_FILENO);
+    settings.give(errors.write_end, STDERR_FILENO);
     std::vector<std::string> arguments = ssh_arguments(start);
     std::vector<std::string> environment = child_environment(start.may_ask && has_askpass());
     pid_t process = -1;
@@ -174,11 +165,11 @@ std::unique_ptr<SshProcess> SshProcess::start(const SshStart& start, LinkFailure
         return nullptr;
     }
     std::unique_ptr<SshProcess> started(new SshProcess(process, !in_terminal));
-    for (FileDescriptor* end : {&input.write, &output.read, &errors.read})
+    for (FileDescriptor* end : {&input.write_end, &output.read_end, &errors.read_end})
         make_non_blocking(*end);
-    started->input_ = std::move(input.write);
-    started->output_ = std::move(output.read);
-    started->errors_ = std::move(errors.read);
+    started->input_ = std::move(input.write_end);
+    started->output_ = std::move(output.read_end);
+    started->errors_ = std::move(errors.read_end);
     return started;
 }
 

@@ -1,5 +1,6 @@
 #include "base/file_descriptor.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -19,6 +20,14 @@ int FileDescriptor::close() {
     if (::close(fd) == 0 || errno == EINTR)
         return 0;
     return errno;
+}
+
+bool open_pipe(Pipe& pipe) {
+    int ends[2];
+    if (::pipe2(ends, O_CLOEXEC) != 0)
+        return false;
+    pipe = {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
+    return true;
 }
 
 std::string path_of_descriptor(int fd) {

@@ -35,6 +35,13 @@ class FileDescriptor {
     int fd_ = -1;
 };
 
+struct Pipe {
+    FileDescriptor read_end;
+    FileDescriptor write_end;
+};
+
+// Makes a pipe whose ends close on exec. False, with errno set, when that fails.
+bool open_pipe(Pipe& pipe);
 // A path that leads to what is open, for calls that take no descriptor: whatever stands under its name now.
 std::string path_of_descriptor(int fd);
 // read() through EINTR.

@@ -26,10 +26,6 @@ void StopToken::stop() {
         (void)write_all(event_.get(), &one, sizeof one);
 }
 
-bool StopToken::stopped() const {
-    return stopped_.load();
-}
-
 StopScope::StopScope(const StopToken& token) : outer_(bound_token) {
     bound_token = &token;
 }

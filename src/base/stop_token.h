@@ -14,7 +14,7 @@ class StopToken : NonCopyable {
     StopToken();
 
     void stop();
-    [[nodiscard]] bool stopped() const;
+    [[nodiscard]] bool stopped() const { return stopped_; }
     // Readable once stopped; borrowed, for poll(). -1 when the system had no descriptor left: then look at
     // stopped() between short waits, as wait.h does.
     [[nodiscard]] int descriptor() const { return event_.get(); }

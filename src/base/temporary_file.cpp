@@ -107,10 +107,6 @@ TemporaryFile& TemporaryFile::operator=(TemporaryFile&& other) noexcept {
     return *this;
 }
 
-TemporaryFile::~TemporaryFile() {
-    remove();
-}
-
 void TemporaryFile::remove() {
     if (!name_.empty() && unlinkat(folder_, name_.c_str(), 0) != 0)
         report_error(RELAY_HUB_HERE, errno, name_);

@@ -27,7 +27,7 @@ class TemporaryFile {
     TemporaryFile(TemporaryFile&& other) noexcept;
     TemporaryFile& operator=(TemporaryFile&& other) noexcept;
     // Removes the file unless it took a name.
-    ~TemporaryFile();
+    ~TemporaryFile() { remove(); }
 
     [[nodiscard]] bool valid() const { return static_cast<bool>(fd_); }
     [[nodiscard]] int fd() const { return fd_.get(); }

@@ -6,7 +6,7 @@
 
 #include <vector>
 
-#include "base/fifo.h"
+#include "base/file_descriptor.h"
 
 namespace relay_hub {
 namespace {

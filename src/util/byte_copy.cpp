@@ -10,7 +10,6 @@
 #include <limits>
 #include <memory>
 
-#include "base/fifo.h"
 #include "base/file_attributes.h"
 #include "base/file_descriptor.h"
 #include "util/file_identity.h"

@@ -80,13 +80,12 @@ std::string listen(const RunningMove& move, const CancelTest& cancel, bool* canc
 
 // 0 or errno.
 int start_mv(const std::string& path, const std::string& target, RunningMove* move) {
-    int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0)
+    Pipe said;
+    if (!open_pipe(said))
         return errno;
-    move->complaints.reset(ends[0]);
-    const FileDescriptor write_end(ends[1]);
+    move->complaints = std::move(said.read_end);
     const char* const arguments[] = {"mv", "--", path.c_str(), target.c_str(), nullptr};
-    return SpawnSettings(write_end.get()).spawn("mv", const_cast<char* const*>(arguments), &move->child);
+    return SpawnSettings(said.write_end.get()).spawn("mv", const_cast<char* const*>(arguments), &move->child);
 }
 
 bool ended_well(pid_t child) {
