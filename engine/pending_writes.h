@@ -7,7 +7,6 @@
 #include <memory>
 #include <set>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "engine/remote_file_system.h"

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "base/file_descriptor.h"
+#include "base/non_copyable.h"
 #include "base/worker.h"
 #include "engine/remote_file_system.h"
 #include "engine/sftp/packet.h"
@@ -60,14 +61,12 @@ class PendingReply {
     std::shared_ptr<Request> request_;
 };
 
-class Connection {
+class Connection : NonCopyable {
   public:
     // The descriptors are non-blocking. last_words, called on any thread, adds to the reason when the server
     // closes its end; null for nothing to add.
     Connection(FileDescriptor to_server, FileDescriptor from_server, std::function<std::string()> last_words);
     ~Connection();
-    Connection(const Connection&) = delete;
-    Connection& operator=(const Connection&) = delete;
 
     // The greeting is sent when the connection is made.
     enum class State { kGreeting, kOpen, kLost };

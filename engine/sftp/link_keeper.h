@@ -5,6 +5,7 @@
 #include <mutex>
 #include <string>
 
+#include "base/non_copyable.h"
 #include "base/ssh_address.h"
 #include "base/worker.h"
 #include "engine/sftp/link_failure.h"
@@ -14,11 +15,8 @@
 namespace relay_hub::engine::sftp {
 
 // Called on the keeper's thread; must not wait for the keeper.
-class LinkObserver {
+class LinkObserver : NonCopyable {
   public:
-    LinkObserver() = default;
-    LinkObserver(const LinkObserver&) = delete;
-    LinkObserver& operator=(const LinkObserver&) = delete;
     virtual ~LinkObserver() = default;
 
     virtual void connecting() = 0;
@@ -30,13 +28,11 @@ class LinkObserver {
     virtual void lost(const std::string& text) = 0;
 };
 
-class LinkKeeper {
+class LinkKeeper : NonCopyable {
   public:
     // observer outlives the keeper.
     LinkKeeper(SshAddress address, LinkObserver& observer);
     ~LinkKeeper() { stop(); }
-    LinkKeeper(const LinkKeeper&) = delete;
-    LinkKeeper& operator=(const LinkKeeper&) = delete;
 
     // Begins to connect. 0 or errno.
     int start();

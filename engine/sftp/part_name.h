@@ -6,15 +6,15 @@
 #include <string>
 #include <string_view>
 
+#include "base/non_copyable.h"
+
 namespace relay_hub::engine::sftp {
 
 // A name that nobody else uses. What bears it is left over once this object is gone.
-class PartName {
+class PartName : NonCopyable {
   public:
     PartName();
     ~PartName();
-    PartName(const PartName&) = delete;
-    PartName& operator=(const PartName&) = delete;
     [[nodiscard]] const std::string& text() const { return text_; }
 
   private:

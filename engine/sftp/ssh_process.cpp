@@ -8,7 +8,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -89,7 +88,7 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
     return result;
 }
 
-class SpawnSettings {
+class SpawnSettings : NonCopyable {
   public:
     explicit SpawnSettings(bool own_session) {
         posix_spawn_file_actions_init(&actions_);
@@ -104,8 +103,6 @@ class SpawnSettings {
                                  static_cast<short>(POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF |
                                                     (own_session ? POSIX_SPAWN_SETSID : 0)));
     }
-    SpawnSettings(const SpawnSettings&) = delete;
-    SpawnSettings& operator=(const SpawnSettings&) = delete;
     ~SpawnSettings() {
         posix_spawnattr_destroy(&attributes_);
         posix_spawn_file_actions_destroy(&actions_);

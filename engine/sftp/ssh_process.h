@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "base/file_descriptor.h"
+#include "base/non_copyable.h"
 #include "base/ssh_address.h"
 #include "engine/sftp/link_failure.h"
 
@@ -26,14 +27,12 @@ struct SshStart {
 // The command line, for the start and for tests.
 std::vector<std::string> ssh_arguments(const SshStart& start);
 
-class SshProcess {
+class SshProcess : NonCopyable {
   public:
     // Null, with the reason in why, when ssh cannot be started.
     static std::unique_ptr<SshProcess> start(const SshStart& start, LinkFailure& why);
     // Ends ssh and all that it started, by force where it does not go.
     ~SshProcess();
-    SshProcess(const SshProcess&) = delete;
-    SshProcess& operator=(const SshProcess&) = delete;
 
     // Its standard input and output, for one taker; non-blocking.
     FileDescriptor take_input() { return std::move(input_); }

@@ -2,13 +2,13 @@
 // The owner of a source of the main loop (a timer, an idle call): removes it when it goes. Window's thread.
 #include <glib.h>
 
+#include "base/non_copyable.h"
+
 namespace relay_hub {
 
-class MainLoopSource {
+class MainLoopSource : NonCopyable {
   public:
     explicit MainLoopSource(guint id = 0) : id_(id) {}
-    MainLoopSource(const MainLoopSource&) = delete;
-    MainLoopSource& operator=(const MainLoopSource&) = delete;
     ~MainLoopSource() { reset(); }
 
     [[nodiscard]] explicit operator bool() const { return id_ != 0; }

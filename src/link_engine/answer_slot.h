@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "base/non_copyable.h"
 #include "link_engine/send_args.h"
 
 // Copies text into the cell bound to the calling thread, or into the slot when none is bound. 0, or -1
@@ -33,11 +34,9 @@ std::string take_answer();
 
 // Puts a cell in the slot's place for the calling thread and the scope's life; the cell must outlive the
 // scope. Scopes nest. Also for callers of a builder and its reader on a thread of their own.
-class AnswerScope {
+class AnswerScope : NonCopyable {
   public:
     explicit AnswerScope(AnswerCell& cell);
-    AnswerScope(const AnswerScope&) = delete;
-    AnswerScope& operator=(const AnswerScope&) = delete;
     ~AnswerScope();
 
   private:

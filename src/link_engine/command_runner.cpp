@@ -9,6 +9,7 @@
 
 #include "base/main_loop.h"
 #include "base/main_loop_source.h"
+#include "base/non_copyable.h"
 #include "base/worker.h"
 #include "link_engine/answer_slot.h"
 #include "link_engine/confirmation.h"
@@ -31,12 +32,10 @@ struct RunningRequests {
 RunningRequests requests;
 
 // One request under way. It lives on the stack of send_command_t, which waits for its worker.
-struct RunningRequest {
+struct RunningRequest : NonCopyable {
     RunningRequest(command_start_t start_function, __send_args& block) : start(start_function), args(block) {
         requests.running.push_back(this);
     }
-    RunningRequest(const RunningRequest&) = delete;
-    RunningRequest& operator=(const RunningRequest&) = delete;
     ~RunningRequest() { std::erase(requests.running, this); }
 
     // 0, or the error code when no worker could be started.

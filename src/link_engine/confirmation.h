@@ -3,6 +3,8 @@
 // thread serves it through link_engine_confirm.
 #include <string>
 
+#include "base/non_copyable.h"
+
 namespace relay_hub {
 
 // Stores the question, raises the request lock and waits until it falls, then returns the confirm value. Asks
@@ -13,11 +15,9 @@ int wait_for_confirmation(const std::string& question);
 
 // Says for its life that the calling thread serves questions. The last one to go releases a waiting question
 // with value 0.
-class ConfirmationServer {
+class ConfirmationServer : NonCopyable {
   public:
     ConfirmationServer();
-    ConfirmationServer(const ConfirmationServer&) = delete;
-    ConfirmationServer& operator=(const ConfirmationServer&) = delete;
     ~ConfirmationServer();
 };
 

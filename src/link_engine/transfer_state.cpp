@@ -2,7 +2,6 @@
 
 #include <glib.h>
 
-#include <cstdint>
 #include <cstdio>
 #include <cstring>
 

@@ -7,6 +7,7 @@
 
 #include "base/fifo.h"
 #include "base/frame.h"
+#include "base/non_copyable.h"
 #include "name_pipe/round_watch.h"
 
 namespace relay_hub {
@@ -21,11 +22,9 @@ struct ChannelState {
 };
 
 // Holds the channel of base for its life. Converts to false when the wait for it ended without it.
-class ChannelLock {
+class ChannelLock : NonCopyable {
   public:
     ChannelLock(const std::string& base, Deadline deadline);
-    ChannelLock(const ChannelLock&) = delete;
-    ChannelLock& operator=(const ChannelLock&) = delete;
     ~ChannelLock();
 
     explicit operator bool() const { return held_ != nullptr; }

@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/non_copyable.h"
 #include "base/zeroed_memory.h"
 
 inline constexpr char kCommandPipe[] = "/tmp/ZEV_KorvaleMarrowglint";
@@ -48,14 +49,12 @@ extern ListenerState listener_state;
 
 }  // namespace relay_hub
 
-class CNamePipeBase {
+class CNamePipeBase : relay_hub::NonCopyable {
   public:
     CNamePipeBase();
     // Sets the object's pipe name and the two class-wide sizes.
     CNamePipeBase(std::string name, unsigned int in_size, unsigned int out_size);
     virtual ~CNamePipeBase();
-    CNamePipeBase(const CNamePipeBase&) = delete;
-    CNamePipeBase& operator=(const CNamePipeBase&) = delete;
 
     // The channel's own control commands. True when command was one of them.
     virtual bool ServiceHandle(std::string command, std::string& result);

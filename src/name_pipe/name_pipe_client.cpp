@@ -6,9 +6,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstring>
-#include <string>
 
 #include "base/frame.h"
 #include "base/log.h"

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "base/fifo.h"
+#include "base/non_copyable.h"
 
 // The body of the next frame, followed by zeros; *count is its length. A length of 0 or, as a signed number,
 // below gives an empty body; a writer that ends within the body gives what came. Null when no whole header
@@ -19,11 +20,9 @@ namespace relay_hub {
 inline constexpr std::chrono::milliseconds kClientTime{3000};
 
 // While one lives, ReadPipeData on its thread takes no longer than what is left of that time, and lowers it.
-class RoundTime {
+class RoundTime : NonCopyable {
   public:
     explicit RoundTime(std::chrono::milliseconds& left);
-    RoundTime(const RoundTime&) = delete;
-    RoundTime& operator=(const RoundTime&) = delete;
     ~RoundTime();
 };
 

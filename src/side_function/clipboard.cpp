@@ -1,6 +1,5 @@
 #include "side_function/clipboard.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstring>

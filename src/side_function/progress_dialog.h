@@ -2,14 +2,14 @@
 // The progress dialog over the main window, open until close() or the end of the scope. Window's thread.
 #include <gtk/gtk.h>
 
+#include "base/non_copyable.h"
+
 namespace relay_hub {
 
-class ProgressDialog {
+class ProgressDialog : NonCopyable {
   public:
     // Both places must outlive the dialog. A null updater means the default pulse.
     ProgressDialog(volatile int* state, const int* task_kind, GSourceFunc updater);
-    ProgressDialog(const ProgressDialog&) = delete;
-    ProgressDialog& operator=(const ProgressDialog&) = delete;
     ~ProgressDialog();
     void close();
 

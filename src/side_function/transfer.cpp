@@ -25,7 +25,6 @@
 #include "window/closing.h"
 #include "window/dialogs/file_read_write_dialog.h"
 #include "window/dialogs/message_dialog.h"
-#include "window/long_work.h"
 #include "xml_op/answer_readers.h"
 
 namespace relay_hub {

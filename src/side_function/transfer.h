@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "base/non_copyable.h"
 #include "link_engine/command_runner.h"
 #include "side_function/copy_source.h"
 #include "side_function/progress_dialog.h"
@@ -16,12 +17,10 @@
 namespace relay_hub {
 
 // One such work from its beginning to the end of its dialog. The shared transfer state is its own meanwhile.
-class Transfer {
+class Transfer : NonCopyable {
   public:
     // kind: TASK_COPY, or TASK_DEL for the trash.
     explicit Transfer(int kind);
-    Transfer(const Transfer&) = delete;
-    Transfer& operator=(const Transfer&) = delete;
     // Closes the dialog and shows the text that waits for the user.
     ~Transfer();
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
-#include <vector>
 
 #include "base/diagnostics.h"
 #include "base/glib_owners.h"

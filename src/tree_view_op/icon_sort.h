@@ -2,6 +2,8 @@
 // A list's sort by its icon column, which puts folders and files apart. Window's thread.
 #include <gtk/gtk.h>
 
+#include "base/non_copyable.h"
+
 namespace relay_hub {
 
 struct SortState {
@@ -18,11 +20,9 @@ struct IconOrder;
 
 // While it lives, a row put into a store that is sorted by icon stays where it is put. A sort that was
 // changed meanwhile is made good at its end.
-class RowsInPlace {
+class RowsInPlace : NonCopyable {
   public:
     explicit RowsInPlace(GtkListStore* store);
-    RowsInPlace(const RowsInPlace&) = delete;
-    RowsInPlace& operator=(const RowsInPlace&) = delete;
     ~RowsInPlace();
     // The sort at the beginning.
     [[nodiscard]] const SortState& sort() const { return sort_; }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <string>
 #include <utility>
 
 #include "tree_view_op/file_list_view.h"

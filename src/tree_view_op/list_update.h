@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "base/glib_owners.h"
+#include "base/non_copyable.h"
 #include "tree_view_op/folder_reading.h"
 #include "tree_view_op/icon_sort.h"
 #include "tree_view_op/list_summary.h"
@@ -41,13 +42,11 @@ class ListNow {
     ListedSizes sizes_;
 };
 
-class ListUpdate {
+class ListUpdate : NonCopyable {
   public:
     enum class Result { kMore, kDone, kOutdated };
 
     ListUpdate(GtkWidget* tree_view, std::shared_ptr<ListNow> now);
-    ListUpdate(const ListUpdate&) = delete;
-    ListUpdate& operator=(const ListUpdate&) = delete;
     ~ListUpdate();
 
     // Goes on for a few milliseconds. Outdated: somebody else has changed the list's rows or their order.

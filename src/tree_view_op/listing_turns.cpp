@@ -4,7 +4,6 @@
 #include <condition_variable>
 #include <exception>
 #include <limits>
-#include <memory>
 #include <mutex>
 
 #include "base/diagnostics.h"

@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 
+#include "base/non_copyable.h"
 #include "base/worker.h"
 
 namespace relay_hub {
@@ -27,12 +28,10 @@ void set_listing_watcher(ListingWatcher* watcher);
 
 // Cuts the filling, or the emptying, of a long listing into slices and tells the watcher from the first cut
 // to the end.
-class ListingTurns {
+class ListingTurns : NonCopyable {
   public:
     // A listing is long when that many rows are expected, else once they have come.
     explicit ListingTurns(std::size_t expected_rows);
-    ListingTurns(const ListingTurns&) = delete;
-    ListingTurns& operator=(const ListingTurns&) = delete;
     ~ListingTurns();
 
     // Tells the watcher that the listing is long. Nothing without one, or the second time.

@@ -2,7 +2,6 @@
 
 #include <cstdio>
 #include <memory>
-#include <string>
 
 #include "tree_view_op/Zev_list_view.h"
 #include "tree_view_op/folder_reading.h"

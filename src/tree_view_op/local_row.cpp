@@ -9,7 +9,6 @@
 #include "base/size_text.h"
 #include "base/translated_text.h"
 #include "util/folder_listing.h"
-#include "util/sorted_folder.h"
 
 namespace relay_hub {
 

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <memory>
 
+#include "base/non_copyable.h"
 #include "tree_view_op/list_columns.h"
 
 namespace relay_hub {
@@ -13,11 +14,9 @@ namespace relay_hub {
 // place in the store's sort by icon, equals in the order of their coming.
 // add() takes kColumnCount texts in column order (null leaves a column empty) and turns the main loop now
 // and then when a watcher is set; false means stop.
-class RowFiller {
+class RowFiller : NonCopyable {
   public:
     explicit RowFiller(GtkWidget* tree_view, std::size_t expected_rows = 0);
-    RowFiller(const RowFiller&) = delete;
-    RowFiller& operator=(const RowFiller&) = delete;
     ~RowFiller();
     bool add(const char* const* texts);
 

@@ -1,7 +1,6 @@
 #include "tree_view_op/row_store.h"
 
 #include <memory>
-#include <string>
 #include <unordered_map>
 
 #include "base/glib_owners.h"

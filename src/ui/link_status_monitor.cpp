@@ -1,11 +1,11 @@
 #include "ui/link_status_monitor.h"
 
-#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <memory>
 
 #include "base/log.h"
+#include "base/non_copyable.h"
 #include "base/translated_text.h"
 #include "base/wait.h"
 #include "base/worker.h"
@@ -129,11 +129,9 @@ void tick() {
         start_probe();
 }
 
-class GdkLock {
+class GdkLock : relay_hub::NonCopyable {
   public:
     GdkLock() { gdk_threads_enter(); }
-    GdkLock(const GdkLock&) = delete;
-    GdkLock& operator=(const GdkLock&) = delete;
     ~GdkLock() { gdk_threads_leave(); }
 };
 

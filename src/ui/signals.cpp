@@ -9,6 +9,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "base/non_copyable.h"
 #include "link_engine/Zev_link_op.h"
 
 namespace {
@@ -41,11 +42,8 @@ class Line {
 };
 
 // What was interrupted must find its errno again.
-class KeptErrno {
+class KeptErrno : relay_hub::NonCopyable {
   public:
-    KeptErrno() = default;
-    KeptErrno(const KeptErrno&) = delete;
-    KeptErrno& operator=(const KeptErrno&) = delete;
     ~KeptErrno() { errno = value_; }
 
   private:

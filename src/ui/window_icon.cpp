@@ -4,8 +4,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <vector>
-
 #include "base/file_descriptor.h"
 
 namespace relay_hub {

@@ -11,7 +11,6 @@
 #include <memory>
 
 #include "base/file_attributes.h"
-#include "base/file_descriptor.h"
 #include "util/file_identity.h"
 #include "util/file_op_unit.h"
 

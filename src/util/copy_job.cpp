@@ -1,6 +1,5 @@
 #include "util/copy_job.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>

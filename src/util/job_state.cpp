@@ -6,18 +6,18 @@
 #include <set>
 #include <utility>
 
+#include "base/non_copyable.h"
+
 constinit relay_hub::JobStateLock relay_hub::job_state_lock;
 
 namespace {
 
 constexpr pthread_cond_t& state_changed = relay_hub::job_state_lock.changed;
 
-class FastLock {
+class FastLock : relay_hub::NonCopyable {
   public:
     FastLock() { pthread_mutex_lock(&fast_mutex); }
     ~FastLock() { pthread_mutex_unlock(&fast_mutex); }
-    FastLock(const FastLock&) = delete;
-    FastLock& operator=(const FastLock&) = delete;
 };
 
 void wake_waiters() {

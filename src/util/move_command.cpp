@@ -12,6 +12,7 @@
 
 #include "base/diagnostics.h"
 #include "base/file_descriptor.h"
+#include "base/non_copyable.h"
 #include "base/remove_tree.h"
 #include "util/tree_walk.h"
 
@@ -21,7 +22,7 @@ namespace {
 constexpr std::size_t kReasonSize = 4096;
 constexpr int kCancelInterval = 50;  // milliseconds
 
-class SpawnSettings {
+class SpawnSettings : NonCopyable {
   public:
     explicit SpawnSettings(int error_fd) {
         posix_spawn_file_actions_init(&actions_);
@@ -38,8 +39,6 @@ class SpawnSettings {
         posix_spawn_file_actions_destroy(&actions_);
         posix_spawnattr_destroy(&attributes_);
     }
-    SpawnSettings(const SpawnSettings&) = delete;
-    SpawnSettings& operator=(const SpawnSettings&) = delete;
 
     // 0 or errno.
     int spawn(const char* program, char* const* arguments, pid_t* child) const {

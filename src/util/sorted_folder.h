@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/folder_handle.h"
+#include "base/non_copyable.h"
 
 namespace relay_hub {
 
@@ -18,12 +19,10 @@ struct FolderEntry {
     bool vanished = false;   // its lstat failed; status is empty
 };
 
-class SortedFolder {
+class SortedFolder : NonCopyable {
   public:
     // Reads the names in natural order; those that begin with "." only if asked for, "." and ".." never.
     explicit SortedFolder(const std::string& path, bool with_hidden = false);
-    SortedFolder(const SortedFolder&) = delete;
-    SortedFolder& operator=(const SortedFolder&) = delete;
 
     // 0, or why the folder could not be opened or not be read to its end; it then has no names.
     [[nodiscard]] int error_number() const { return error_number_; }

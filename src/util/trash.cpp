@@ -6,10 +6,8 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <ctime>
 
-#include "base/file_descriptor.h"
 #include "base/glib_owners.h"
 #include "base/translated_text.h"
 #include "util/file_identity.h"

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/main_loop_source.h"
+#include "base/non_copyable.h"
 #include "base/worker.h"
 #include "util/job_state.h"
 
@@ -15,11 +16,9 @@ namespace relay_hub {
 
 // The state of one window's end. The program has one; a newer one counts while it lives, as if nothing had
 // begun to close.
-class Closing {
+class Closing : NonCopyable {
   public:
     Closing();
-    Closing(const Closing&) = delete;
-    Closing& operator=(const Closing&) = delete;
     ~Closing();
 
   private:
@@ -52,11 +51,9 @@ bool window_is_closing();
 // take more than 1.5 seconds, writes the trace's closing lines and ends the process with status 0.
 void close_window();
 
-class WindowWork {
+class WindowWork : NonCopyable {
   public:
     WindowWork();
-    WindowWork(const WindowWork&) = delete;
-    WindowWork& operator=(const WindowWork&) = delete;
     ~WindowWork();
 };
 

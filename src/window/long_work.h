@@ -5,16 +5,15 @@
 
 #include <optional>
 
+#include "base/non_copyable.h"
 #include "window/sleep_inhibitor.h"
 
 namespace relay_hub {
 
 // A job or copy under way. They nest: what counts is the outermost one.
-class LongWork {
+class LongWork : NonCopyable {
   public:
     LongWork();
-    LongWork(const LongWork&) = delete;
-    LongWork& operator=(const LongWork&) = delete;
     ~LongWork();
 
   private:
@@ -29,11 +28,9 @@ class LongWork {
 
 // A box that tells of failures is open: nothing goes on until the user has come back to it. Nothing when no
 // work is under way.
-class WorkPause {
+class WorkPause : NonCopyable {
   public:
     WorkPause();
-    WorkPause(const WorkPause&) = delete;
-    WorkPause& operator=(const WorkPause&) = delete;
     ~WorkPause();
 
   private:

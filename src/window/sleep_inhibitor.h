@@ -5,14 +5,13 @@
 
 #include "base/file_descriptor.h"
 #include "base/glib_owners.h"
+#include "base/non_copyable.h"
 
 namespace relay_hub {
 
-class SleepInhibitor {
+class SleepInhibitor : NonCopyable {
   public:
     SleepInhibitor();
-    SleepInhibitor(const SleepInhibitor&) = delete;
-    SleepInhibitor& operator=(const SleepInhibitor&) = delete;
     ~SleepInhibitor();
 
   private:

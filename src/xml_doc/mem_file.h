@@ -6,11 +6,10 @@
 
 #include <cstdint>
 
-class CVMemFile {
+#include "base/non_copyable.h"
+
+class CVMemFile : relay_hub::NonCopyable {
   public:
-    CVMemFile() = default;
-    CVMemFile(const CVMemFile&) = delete;
-    CVMemFile& operator=(const CVMemFile&) = delete;
     virtual ~CVMemFile() = default;
 
     // Takes `size` bytes as the readable data, without copying. They must stay alive as long as they are

@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "base/glib_owners.h"
+#include "base/non_copyable.h"
 
 namespace relay_hub {
 namespace {
@@ -15,11 +16,9 @@ locale_t classic_locale() {
     return classic;
 }
 
-class ClassicLocale {
+class ClassicLocale : NonCopyable {
   public:
     ClassicLocale() : before_(uselocale(classic_locale())) {}
-    ClassicLocale(const ClassicLocale&) = delete;
-    ClassicLocale& operator=(const ClassicLocale&) = delete;
     ~ClassicLocale() { uselocale(before_); }
 
   private:

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <utility>
 
+#include "base/non_copyable.h"
 #include "xml_doc/mem_file.h"
 
 namespace relay_hub {
@@ -34,13 +35,11 @@ class CharacterData {
     size_t dropped_ = 0;  // leading line feeds that no longer count
 };
 
-class TokenSource {
+class TokenSource : NonCopyable {
   public:
     explicit TokenSource(CVMemFile& file);
     explicit TokenSource(std::string_view text);
     explicit TokenSource(int descriptor);
-    TokenSource(const TokenSource&) = delete;
-    TokenSource& operator=(const TokenSource&) = delete;
     ~TokenSource();
 
     // The next token from "<" to ">", valid until the next call, and what stood before it, which goes to

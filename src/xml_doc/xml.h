@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/non_copyable.h"
 #include "xml_doc/mab_string.h"
 #include "xml_doc/mem_file.h"
 
@@ -20,13 +21,11 @@ class TagIndex;
 class TokenSource;
 }  // namespace relay_hub
 
-class CAttribute {
+class CAttribute : relay_hub::NonCopyable {
   public:
     CAttribute() = default;
     explicit CAttribute(CMabString name, CMabString value = {})
         : m_value(std::move(value)), m_name(std::move(name)) {}
-    CAttribute(const CAttribute&) = delete;
-    CAttribute& operator=(const CAttribute&) = delete;
     virtual ~CAttribute() = default;
 
     void SetAttribute(const char* value) { m_value = value; }
@@ -57,7 +56,7 @@ class CAttribute {
     CMabString m_name;
 };
 
-class CXML {
+class CXML : relay_hub::NonCopyable {
   public:
     // The reader refuses more levels of elements than this.
     static constexpr int kMaxDepth = 1000;
@@ -69,8 +68,6 @@ class CXML {
 
     CXML();
     explicit CXML(const char* tag);
-    CXML(const CXML&) = delete;
-    CXML& operator=(const CXML&) = delete;
     virtual ~CXML();
 
     void SetTagName(const char* name);

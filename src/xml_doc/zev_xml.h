@@ -11,13 +11,12 @@
 #include <string>
 #include <vector>
 
+#include "base/non_copyable.h"
 #include "xml_doc/xml.h"
 
-class CZEVXML {
+class CZEVXML : relay_hub::NonCopyable {
   public:
     CZEVXML();
-    CZEVXML(const CZEVXML&) = delete;
-    CZEVXML& operator=(const CZEVXML&) = delete;
     virtual ~CZEVXML() = default;
 
     // The whole document.

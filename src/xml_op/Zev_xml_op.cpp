@@ -3,7 +3,6 @@
 #include <climits>
 #include <cstring>
 #include <string>
-#include <string_view>
 
 #include "base/diagnostics.h"
 #include "link_engine/message_names.h"

@@ -5,14 +5,14 @@
 
 #include <string>
 
+#include "base/non_copyable.h"
+
 namespace relay_hub {
 
 // Borrows the text from the tree where it stands there in one piece; the tree must outlive it unchanged.
-class FieldText {
+class FieldText : NonCopyable {
   public:
     explicit FieldText(const xmlNode* field);
-    FieldText(const FieldText&) = delete;
-    FieldText& operator=(const FieldText&) = delete;
 
     // Never null.
     [[nodiscard]] const char* get() const { return text_; }

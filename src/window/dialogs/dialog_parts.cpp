@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <string>
 
 #include "base/glib_owners.h"
 #include "base/shown_text.h"

@@ -1,6 +1,5 @@
 #include "window/dialogs/message_dialog.h"
 
-#include <string>
 #include <vector>
 
 #include "base/shown_text.h"

@@ -3,6 +3,8 @@
 // Window's thread.
 #include <gtk/gtk.h>
 
+#include "base/non_copyable.h"
+
 int show_search_dialog(GtkWidget* parent, GtkWidget** dialog_out, gpointer data);
 void close_search_dialog(GtkWidget* dialog);
 
@@ -10,11 +12,9 @@ namespace relay_hub {
 
 // The busy dialog over the main window for a scope. Keys pressed meanwhile reach the window afterwards.
 // Nests: an inner one shows nothing.
-class BusyDialog {
+class BusyDialog : NonCopyable {
   public:
     BusyDialog();
-    BusyDialog(const BusyDialog&) = delete;
-    BusyDialog& operator=(const BusyDialog&) = delete;
     ~BusyDialog();
 
   private:
