@@ -65,10 +65,8 @@ int main(int argc, char** argv) {
     const auto options = parse_options({argv + 1, argv + argc}, wrong);
     if (!options)
         return complain(kWrongUsage, relay_hub::refusal(wrong, "relay-hub-connect"));
-    if (options->help || options->version) {
-        const std::string text = options->help ? help_text() : version_text();
+    if (const std::string text = text_asked_for(*options); !text.empty())
         return std::fputs(text.c_str(), stdout) < 0 ? kCannotStart : 0;
-    }
     if (gtk_init_check(&argc, &argv) == FALSE)
         return complain(kCannotStart, relay_hub::translated("IDS_MSG_NO_DISPLAY"));
     return run_session(*options);

@@ -40,7 +40,9 @@ std::optional<Options> parse_options(const std::vector<std::string>& words, std:
     return options;
 }
 
-std::string help_text() {
+std::string text_asked_for(const Options& options) {
+    if (!options.help)
+        return options.version ? "relay-hub-connect " RELAY_HUB_VERSION "\n" : "";
     return "Usage: relay-hub-connect [[user@]host[:port][/folder] | --serve DIR | --share]\n"
            "Asks which computer, connects to it over SSH, and opens Relay Hub's window with it.\n"
            "\n"
@@ -51,10 +53,6 @@ std::string help_text() {
            "  --version                    print the version and exit\n"
            "\n"
            "Exit status: the window's own, 1 when no connection came about, 2 for a wrong command line.\n";
-}
-
-std::string version_text() {
-    return "relay-hub-connect " RELAY_HUB_VERSION "\n";
 }
 
 }  // namespace relay_hub::connect

@@ -204,9 +204,7 @@ int main(int argc, char** argv) {
     const auto options = parse_options({argv + 1, argv + argc}, wrong);
     if (!options)
         return complain(kWrongUsage, relay_hub::refusal(wrong, "relay-hub-engine"));
-    if (options->help || options->version) {
-        const std::string text = options->help ? help_text() : version_text();
+    if (const std::string text = text_asked_for(*options); !text.empty())
         return std::fputs(text.c_str(), stdout) < 0 ? kCannotServe : 0;
-    }
     return serve(*options);
 }

@@ -77,11 +77,9 @@ bool can_travel(Style style, std::string_view name) {
     if (name.empty() || name == "." || name == ".." ||
         !g_utf8_validate(name.data(), static_cast<gssize>(name.size()), nullptr))
         return false;
-    for (const char c : name) {
-        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f || is_separator(style, c))
-            return false;
-    }
-    return true;
+    return std::ranges::none_of(name, [style](char c) {
+        return static_cast<unsigned char>(c) < 0x20 || c == 0x7f || is_separator(style, c);
+    });
 }
 
 std::string join_path(std::string_view folder, std::string_view name) {

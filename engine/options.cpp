@@ -74,7 +74,9 @@ std::optional<Options> parse_options(const std::vector<std::string>& arguments, 
     return options;
 }
 
-std::string help_text() {
+std::string text_asked_for(const Options& options) {
+    if (!options.help)
+        return options.version ? "relay-hub-engine " RELAY_HUB_VERSION "\n" : "";
     return "Usage: relay-hub-engine --serve DIR [option...]\n"
            "       relay-hub-engine --connect [user@]host[:port][/folder] [option...]\n"
            "Serves a folder of this machine, or another computer over SSH, to Relay Hub as the remote "
@@ -100,10 +102,6 @@ std::string help_text() {
            "  SIGTERM, SIGINT  end the engine\n"
            "\n"
            "Exit status: 0 ended as asked, 1 could not serve or connect, 2 wrong command line.\n";
-}
-
-std::string version_text() {
-    return "relay-hub-engine " RELAY_HUB_VERSION "\n";
 }
 
 }  // namespace relay_hub::engine

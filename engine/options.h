@@ -25,7 +25,7 @@ struct Options {
 
 // Nothing, with the reason in wrong, for a command line that cannot be carried out.
 std::optional<Options> parse_options(const std::vector<std::string>& arguments, std::string& wrong);
-std::string help_text();
-std::string version_text();
+// What to print instead of any work: the help or the version. Empty where neither was asked for.
+std::string text_asked_for(const Options& options);
 
 }  // namespace relay_hub::engine

@@ -94,16 +94,10 @@ bool is_temporary_name(std::string_view name) {
 TemporaryFile::TemporaryFile(int folder, std::string name, FileDescriptor fd)
     : folder_(folder), name_(std::move(name)), fd_(std::move(fd)) {}
 
-TemporaryFile::TemporaryFile(TemporaryFile&& other) noexcept
-    : folder_(other.folder_), name_(std::exchange(other.name_, {})), fd_(std::move(other.fd_)) {}
-
 TemporaryFile& TemporaryFile::operator=(TemporaryFile&& other) noexcept {
-    if (this != &other) {
-        remove();
-        folder_ = other.folder_;
-        name_ = std::exchange(other.name_, {});
-        fd_ = std::move(other.fd_);
-    }
+    std::swap(folder_, other.folder_);
+    std::swap(name_, other.name_);
+    std::swap(fd_, other.fd_);
     return *this;
 }
 

@@ -24,7 +24,8 @@ class TemporaryFile {
     static TemporaryFile create_nameless(int folder);
 
     TemporaryFile() = default;
-    TemporaryFile(TemporaryFile&& other) noexcept;
+    TemporaryFile(TemporaryFile&& other) noexcept { *this = std::move(other); }
+    // What this was goes with other.
     TemporaryFile& operator=(TemporaryFile&& other) noexcept;
     // Removes the file unless it took a name.
     ~TemporaryFile() { remove(); }
