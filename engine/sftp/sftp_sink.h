@@ -14,9 +14,9 @@
 
 namespace relay_hub::engine::sftp {
 
-class SftpSink : public FileSink {
+class SftpSink : public FileSink, public PipelinedFile {
   public:
-    // pipeline, which outlives the sink, takes it on once it is finished.
+    // line, which outlives the sink, takes it on once it is finished.
     SftpSink(std::shared_ptr<Session> session, WritePipeline& pipeline, std::string path, const Entry& entry,
              bool replace);
     // Without a commit the temporary file goes.
@@ -27,14 +27,10 @@ class SftpSink : public FileSink {
     void start_flush() override;
     Error finish(const FileSource& source) override;
 
-    // For the pipeline, whose steps of a file are: open; content, attributes, sync and close; final name.
-    [[nodiscard]] bool begun() const { return exists_; }
-    // Whether the next step would not wait.
-    [[nodiscard]] bool answered() const;
-    // Whether the final name was requested, or something failed.
-    [[nodiscard]] bool named() const { return error_ || renaming_.sent(); }
-    // Waits for the answers to the last step, and requests the next one.
-    void next_step();
+    [[nodiscard]] bool begun() const override { return exists_; }
+    [[nodiscard]] bool answered() const override;
+    [[nodiscard]] bool named() const override { return error_ || renaming_.sent(); }
+    void next_step() override;
     // Waits for the final name, which was requested. What became of the file.
     Error result();
 

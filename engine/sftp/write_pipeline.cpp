@@ -1,7 +1,5 @@
 #include "engine/sftp/write_pipeline.h"
 
-#include "engine/sftp/sftp_sink.h"
-
 namespace relay_hub::engine::sftp {
 
 void WritePipeline::make_room() {
@@ -9,12 +7,12 @@ void WritePipeline::make_room() {
         advance_first();
 }
 
-void WritePipeline::join(SftpSink& file) {
+void WritePipeline::join(PipelinedFile& file) {
     (file.begun() ? open_ : queued_).push_back(&file);
     advance();
 }
 
-void WritePipeline::leave(const SftpSink& file) {
+void WritePipeline::leave(const PipelinedFile& file) {
     std::erase(queued_, &file);
     std::erase(open_, &file);
 }
@@ -29,14 +27,14 @@ void WritePipeline::advance() {
 }
 
 void WritePipeline::advance_first() {
-    SftpSink* const file = open_.front();
+    PipelinedFile* const file = open_.front();
     open_.pop_front();
     file->next_step();
     if (!file->named())
         open_.push_back(file);
 }
 
-void WritePipeline::complete(const SftpSink& file) {
+void WritePipeline::complete(const PipelinedFile& file) {
     for (advance(); !file.named(); advance())
         advance_first();
 }

@@ -8,7 +8,24 @@
 
 namespace relay_hub::engine::sftp {
 
-class SftpSink;
+// One such file. Its steps: open; content, attributes, sync and close; final name.
+class PipelinedFile {
+  public:
+    PipelinedFile(const PipelinedFile&) = delete;
+    PipelinedFile& operator=(const PipelinedFile&) = delete;
+
+    [[nodiscard]] virtual bool begun() const = 0;
+    // Whether the next step would not wait.
+    [[nodiscard]] virtual bool answered() const = 0;
+    // Whether the final name was requested, or something failed.
+    [[nodiscard]] virtual bool named() const = 0;
+    // Waits for the answers to the last step, and requests the next one.
+    virtual void next_step() = 0;
+
+  protected:
+    PipelinedFile() = default;
+    ~PipelinedFile() = default;
+};
 
 class WritePipeline {
   public:
@@ -17,11 +34,11 @@ class WritePipeline {
     // Waits until one more file may be open.
     void make_room();
     // The file's content is complete. It leaves before it goes.
-    void join(SftpSink& file);
-    void leave(const SftpSink& file);
+    void join(PipelinedFile& file);
+    void leave(const PipelinedFile& file);
     // Waits until the file is on the disk and its final name requested, or until it failed. For one that
     // joined.
-    void complete(const SftpSink& file);
+    void complete(const PipelinedFile& file);
     // Keeps the files going until the answer is there, or until none is open.
     void advance_until(const PendingReply& reply);
 
@@ -32,8 +49,8 @@ class WritePipeline {
     void advance_first();
 
     std::size_t in_progress_ = 1;
-    std::deque<SftpSink*> queued_;
-    std::deque<SftpSink*> open_;  // in the order of their last requests
+    std::deque<PipelinedFile*> queued_;
+    std::deque<PipelinedFile*> open_;  // in the order of their last requests
 };
 
 }  // namespace relay_hub::engine::sftp
