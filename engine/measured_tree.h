@@ -22,6 +22,9 @@ class MeasuredTree {
 
     // The content of the folder that the copy comes to next. Each listing is given out once.
     Error enter(const std::string& folder, Listing& listing);
+    // The number of that folder, and a look at its content; null when that was not kept.
+    [[nodiscard]] std::size_t next_number() const { return next_; }
+    [[nodiscard]] const Listing* peek() const;
     // The copy passes over that folder with all below it.
     void skip();
 
