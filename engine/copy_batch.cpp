@@ -282,7 +282,7 @@ void CopyBatch::begin_folder(const Step& step) {
         // What it holds is still passed over in the order in which it was measured.
         level.children = std::move(listing.entries);
         // Its files first: a folder between them would come before those that were announced already.
-        std::ranges::stable_partition(level.children, std::not_fn(is_folder));
+        std::stable_partition(level.children.begin(), level.children.end(), std::not_fn(is_folder));
         entered = succeeded(source, error) && make_or_take_folder(step, level);
         for (const FailedLook& failed : listing.failed)
             fail(join_path(source, failed.name), failed.error);
@@ -385,9 +385,9 @@ void CopyBatch::announce_next_folder() {
     std::size_t source_length = source_path_.size();
     std::size_t target_length = target_path_.size();
     for (auto level = levels_.rbegin(); level != levels_.rend(); ++level) {
-        const auto rest = std::ranges::subrange(
-            level->children.begin() + static_cast<std::ptrdiff_t>(level->next), level->children.end());
-        if (const auto folder = std::ranges::find_if(rest, is_folder); folder != rest.end()) {
+        const auto next = level->children.begin() + static_cast<std::ptrdiff_t>(level->next);
+        if (const auto folder = std::find_if(next, level->children.end(), is_folder);
+            folder != level->children.end()) {
             Entry present;
             if (may_travel_(folder->name) &&
                 level->lookup.find(target_path_.substr(0, target_length), folder->name, present).number ==
