@@ -113,7 +113,8 @@ class Kill(DesktopTest):
         window that serves the accessibility tree starts late."""
         d = self.desktop
         d.env["GTK_MODULES"] = ""
-        copies = Copies(self, *((d.home, d.remote) if upwards else (d.remote, d.home)), 2)
+        # Large enough that a copy in memory lasts longer than the look that notices its beginning.
+        copies = Copies(self, *((d.home, d.remote) if upwards else (d.remote, d.home)), 6)
         in_the_middle, limit = 0, 0.1
         for number in range(WINDOW_DEATHS):
             with self.subTest(number):
