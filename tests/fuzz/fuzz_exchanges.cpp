@@ -1,9 +1,4 @@
 // What a peer writes as its answer, whatever it is: read by the window's side of a pipe, and by the engine's.
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <atomic>
-#include <thread>
 
 #include "base/fifo.h"
 #include "engine/front_end_link.h"

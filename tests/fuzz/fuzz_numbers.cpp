@@ -1,6 +1,4 @@
 // Times, sizes and other numbers as they stand in fields.
-#include <algorithm>
-#include <cstdlib>
 
 #include "base/size_text.h"
 #include "fuzz_input.h"

@@ -1,8 +1,6 @@
 // Names that end up on the disk: in both trashes, and beside files that are being written.
 #include <glib.h>
 
-#include <cstdlib>
-
 #include "base/folder_handle.h"
 #include "base/temporary_file.h"
 #include "engine/folder/folder_file_system.h"

@@ -1,5 +1,4 @@
 // Tries a fuzz target on every file of the folders named.
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>

@@ -3,7 +3,6 @@
 
 #include "fake_engine.h"
 #include "gui/gui_fixture.h"
-#include "link_engine/request_builders.h"
 #include "link_engine/transfer_state.h"
 #include "side_function/clipboard.h"
 #include "window/closing.h"

@@ -1,9 +1,6 @@
-#include <gdk/gdkkeysyms.h>
-
 #include "gui/gui_fixture.h"
 #include "link_engine/transfer_state.h"
 #include "side_function/progress_updater.h"
-#include "tree_view_op/file_list_view.h"
 #include "window/dialogs/file_read_write_dialog.h"
 #include "window/dialogs/message_dialog.h"
 #include "window/dialogs/override_request_dialog.h"

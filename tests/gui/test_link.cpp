@@ -3,13 +3,9 @@
 #include "gui/pane_fixture.h"
 #include "gui/window_fixture.h"
 #include "link_engine/message_names.h"
-#include "link_engine/request_builders.h"
-#include "link_engine/transfer_state.h"
 #include "side_function/Zev_right_side.h"
 #include "side_function/link_probes.h"
-#include "ui/link_status_monitor.h"
 #include "util/job_state.h"
-#include "window/closing.h"
 #include "window/jobs.h"
 
 namespace {

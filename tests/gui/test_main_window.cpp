@@ -1,16 +1,9 @@
 #include <gdk/gdkkeysyms.h>
 
 #include "gui/window_fixture.h"
-#include "side_function/clipboard.h"
-#include "tree_view_op/file_list_view.h"
 #include "ui/event_handlers.h"
-#include "ui/list_drag.h"
-#include "ui/list_keyboard.h"
-#include "ui/list_mouse.h"
-#include "ui/main_window.h"
 #include "ui/menus.h"
 #include "ui/navigation.h"
-#include "window/closing.h"
 #include "window/dialogs/search_dialog.h"
 
 namespace {

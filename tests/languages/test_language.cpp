@@ -9,7 +9,6 @@
 #include "connect/engine_status.h"
 #include "gui/window_fixture.h"
 #include "ui/desktop_locale.h"
-#include "ui/link_status_monitor.h"
 #include "ui/menus.h"
 #include "util/job_failures.h"
 #include "window/dialogs/file_read_write_dialog.h"

@@ -9,8 +9,6 @@
 #include "link_engine/Zev_link_op.h"
 #include "link_engine/answer_slot.h"
 #include "link_engine/confirmation.h"
-#include "link_engine/engine_callbacks.h"
-#include "link_engine/request_builders.h"
 #include "link_engine/transfer_state.h"
 #include "preset_answers.h"
 #include "when.h"

@@ -6,7 +6,6 @@
 #include "fake_engine.h"
 #include "link_engine/answer_slot.h"
 #include "link_engine/send_args.h"
-#include "name_pipe/name_pipe_base.h"
 #include "util/ansi_unicode_hex.h"
 #include "wire.h"
 

@@ -1,5 +1,3 @@
-#include <sys/resource.h>
-
 #include <csignal>
 
 #include "base/fifo.h"

@@ -4,7 +4,6 @@
 
 #include <cstdint>
 
-#include "base/file_descriptor.h"
 #include "pipe.h"
 #include "sandbox.h"
 

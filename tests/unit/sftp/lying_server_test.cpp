@@ -1,8 +1,6 @@
 // A server that lies: each lie is a clear failure in bounded time and memory, and nothing of it is believed.
 #include "lying_server.h"
 
-#include "sandbox.h"
-
 namespace relay_hub::engine::sftp {
 namespace {
 

@@ -9,7 +9,6 @@
 #include "engine/sftp/part_name.h"
 #include "engine/sftp/remote_entry.h"
 #include "lying_server.h"
-#include "sandbox.h"
 
 namespace relay_hub::engine::sftp {
 namespace {

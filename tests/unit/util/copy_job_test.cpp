@@ -4,9 +4,7 @@
 
 #include "unit/util/fault_injection.h"
 #include "unit/util/util_sandbox.h"
-#include "util/Zev_file_op.h"
 #include "util/byte_copy.h"
-#include "util/copy_job.h"
 #include "util/file_attributes.h"
 #include "util/job_failures.h"
 

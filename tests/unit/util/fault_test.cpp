@@ -1,12 +1,10 @@
 // What a failing system call may cost: either the copy is whole, or the old state stands and it is told.
-
 #include "unit/util/fault_injection.h"
 #include "unit/util/util_sandbox.h"
 
 namespace {
 
 using namespace test;
-
 using util_test::Fault;
 
 class Faults : public util_test::Sandbox {

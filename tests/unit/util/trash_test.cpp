@@ -3,9 +3,7 @@
 
 #include "unit/util/fault_injection.h"
 #include "unit/util/util_sandbox.h"
-#include "util/Zev_file_op.h"
 #include "util/sorted_folder.h"
-#include "util/trash.h"
 
 namespace {
 
