@@ -91,7 +91,7 @@ SLIPS = [
      ["test_gui --gtest_filter=Panes*:AnswerReaders*"]),
     ("items sent in the list's order", "src/side_function/pane.cpp",
      "names = selected_names(list());", "names = get_selected_to_glist(list());",
-     ["test_gui --gtest_filter=RemotePane*:LocalPane*"]),
+     ["test_gui --gtest_filter=RemotePane*:Panes*"]),
     ("known attributes looked up again", "src/side_function/transfer.cpp",
      "if (item.attributes.type == relay_hub::kUnknownType)", "if (item.attributes.type != relay_hub::kUnknownType)",
      ["test_gui --gtest_filter=RemotePane*"]),

@@ -164,6 +164,12 @@ class PaneList {
     [[nodiscard]] GtkWidget* view() const { return view_; }
     [[nodiscard]] GtkListStore* store() const { return store_; }
     [[nodiscard]] Names texts(int column) const { return column_texts(GTK_TREE_MODEL(store_), column); }
+    [[nodiscard]] Names row(std::size_t at) const {
+        Names row;
+        for (int column = 0; column < kColumnCount; ++column)
+            row.push_back(texts(column).at(at));
+        return row;
+    }
     void select(const std::vector<int>& rows) const { select_rows(view_, rows); }
 
   private:

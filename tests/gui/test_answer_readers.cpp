@@ -1,9 +1,5 @@
-#include <ctime>
-
 #include "gui/pane_fixture.h"
 #include "link_engine/answer_slot.h"
-#include "link_engine/transfer_state.h"
-#include "tree_view_op/file_list_view.h"
 #include "util/ansi_unicode_hex.h"
 #include "xml_op/Zev_xml_op.h"
 #include "xml_op/answer_readers.h"
@@ -70,12 +66,9 @@ TEST_F(AnswerReaders, EveryFieldOfARecordHasItsColumn) {
         "<TH>d</TH></Line>";
     folder_.list_path = "C:\\";
     ASSERT_EQ(read(get_NP_VAL_CMD_GET_FILE_LIST, message(kSuccess + record)), 0);
-    std::vector<std::string> row;
-    for (int column = 0; column < kColumnCount; ++column)
-        for (const std::string& text : remote_.texts(column))
-            row.push_back(text);
-    EXPECT_THAT(row, ElementsAre("gtk-directory", "n", "7 B", "IDS_FH_FOLDER", "2023-11-14 22:13:20", "", "7",
-                                 "d", "1700000000", "34", "9"));
+    EXPECT_EQ(names(remote_), "n");
+    EXPECT_THAT(remote_.row(0), ElementsAre("gtk-directory", "n", "7 B", "IDS_FH_FOLDER",
+                                            "2023-11-14 22:13:20", "", "7", "d", "1700000000", "34", "9"));
 }
 
 TEST_F(AnswerReaders, DrivesAndSpecialPathsBecomeEntries) {

@@ -1,7 +1,6 @@
 #include <array>
 
 #include "gui/gui_fixture.h"
-#include "tree_view_op/file_list_view.h"
 #include "tree_view_op/list_place.h"
 #include "tree_view_op/list_update.h"
 #include "tree_view_op/listing_turns.h"
@@ -61,17 +60,12 @@ TEST_F(LocalListing, FillsEveryColumnOfARow) {
     const timespec times[] = {{86400L * 365, 0}, {86400L * 730, 0}};
     ASSERT_EQ(utimensat(AT_FDCWD, sandbox_.at("file10").c_str(), times, 0), 0);
     open();
-    const auto row = [this](std::size_t at) {
-        Texts texts;
-        for (int column = 0; column < kColumnCount; ++column)
-            texts.push_back(list_.texts(column).at(at));
-        return texts;
-    };
-    EXPECT_THAT(row(3), ElementsAre("gtk-file", "file10", "2.0 KB", "IDS_FH_FILE", HasSubstr("1972-01-01"),
-                                    HasSubstr("1971-01-01"), "", kKindFile, "", "", ""));
-    const Texts link = row(4);
+    EXPECT_THAT(list_.row(3),
+                ElementsAre("gtk-file", "file10", "2.0 KB", "IDS_FH_FILE", HasSubstr("1972-01-01"),
+                            HasSubstr("1971-01-01"), "", kKindFile, "", "", ""));
+    const Texts link = list_.row(4);
     EXPECT_EQ(link[kColumnIcon] + link[kColumnType] + link[kColumnKind], "gtk-directoryIDS_FH_FOLDER1");
-    EXPECT_EQ(row(0), (Texts{"gtk-directory", "..", "", "", "", "", "", kKindParent, "", "", ""}));
+    EXPECT_EQ(list_.row(0), (Texts{"gtk-directory", "..", "", "", "", "", "", kKindParent, "", "", ""}));
 }
 
 TEST_F(LocalListing, NamesThatAreNotUtf8KeepTheirBytes) {

@@ -3,9 +3,7 @@
 #include "side_function/actions.h"
 #include "side_function/copy_source.h"
 #include "side_function/left_side.h"
-#include "tree_view_op/file_list_view.h"
 #include "ui/navigation.h"
-#include "window/closing.h"
 
 namespace {
 
@@ -197,15 +195,13 @@ TEST_F(RemotePane, AClosingProgramStartsNothing) {
     EXPECT_THAT(engine_.requests("NP_Cmd"), IsEmpty());
 }
 
-using LocalPane = Panes;
-
 void give_text(GtkClipboard*, GtkSelectionData* selection, guint, gpointer text) {
     gtk_selection_data_set(selection, gtk_selection_data_get_target(selection), 8,
                            static_cast<const guchar*>(text),
                            static_cast<int>(strlen(static_cast<char*>(text))));
 }
 
-TEST_F(LocalPane, FilesThatAnotherProgramCopiesLaterReplaceOurCopy) {
+TEST_F(Panes, FilesThatAnotherProgramCopiesLaterReplaceOurCopy) {
     const test::Sandbox folder;
     relay_hub::set_current_folder(get_UI_sets()->left_side, folder.at().c_str());
     folder.make_file("ours");

@@ -1,16 +1,11 @@
-#include "fake_engine.h"
-#include "gui/gui_fixture.h"
+#include "gui/pane_fixture.h"
 #include "link_engine/command_runner.h"
 #include "link_engine/confirmation.h"
-#include "link_engine/request_builders.h"
-#include "link_engine/transfer_state.h"
 #include "util/user_questions.h"
-#include "window/closing.h"
 #include "window/dialogs/file_read_write_dialog.h"
 #include "window/dialogs/mkdir_dialog.h"
 #include "window/dialogs/override_request_dialog.h"
 #include "window/jobs.h"
-#include "window/ui_sets.h"
 #include "window/window_thread.h"
 
 namespace {
@@ -18,18 +13,13 @@ namespace {
 using namespace gui_test;
 using namespace std::chrono_literals;
 
-// A bare main window under the records, and everything about closing back at its start.
-class WindowBase : public testing::Test {
+class WindowBase : public Panes {
   protected:
     WindowBase() {
-        UI* ui = get_UI_sets();
-        ui->main_window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
-        sub[0].status_label = gtk_label_new("");
-        sub[0].path_entry = gtk_entry_new();
-        relay_hub::hold_widgets();
+        GtkWidget* window = get_UI_sets()->main_window;
         const auto note = +[](GtkWidget*, gpointer destroyed) { *static_cast<bool*>(destroyed) = true; };
-        g_signal_connect(ui->main_window, "destroy", G_CALLBACK(note), &destroyed_);
-        gtk_widget_show(ui->main_window);
+        g_signal_connect(window, "destroy", G_CALLBACK(note), &destroyed_);
+        gtk_widget_show(window);
         copy_->task_kind = TASK_COPY;
         copy_->items = {sandbox_.make_file("a", "new")};
         copy_->folder = sandbox_.make_folder("dest");
@@ -38,12 +28,10 @@ class WindowBase : public testing::Test {
     }
     ~WindowBase() override {
         gtk_widget_destroy(get_UI_sets()->main_window);
-        relay_hub::release_widgets();
         relay_hub::remember_window_thread();
         relay_hub::set_user_questions(nullptr);
     }
 
-    relay_hub::Closing closing_;
     bool destroyed_ = false;
     const test::Sandbox sandbox_;
     const relay_hub::TaskListPtr copy_{new_task_list()};  // of a file over another
