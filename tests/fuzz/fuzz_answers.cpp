@@ -2,8 +2,8 @@
 #include <array>
 
 #include "fuzz_input.h"
+#include "gui/gui_fixture.h"
 #include "link_engine/answer_slot.h"
-#include "tree_view_op/file_list_view.h"
 #include "window/ui_sets.h"
 #include "window/window_thread.h"
 #include "xml_op/answer_readers.h"
@@ -40,12 +40,9 @@ void build_pane() {
 }
 
 void check_texts(GtkTreeModel* model, int columns) {
-    GtkTreeIter iter;
-    for (gboolean more = gtk_tree_model_get_iter_first(model, &iter); more;
-         more = gtk_tree_model_iter_next(model, &iter))
-        for (int column = 0; column < columns; ++column)
-            check(g_utf8_validate(relay_hub::row_text(model, &iter, column).c_str(), -1, nullptr) != FALSE,
-                  "every text of a row can be shown");
+    for (int column = 0; column < columns; ++column)
+        for (const std::string& text : gui_test::column_texts(model, column))
+            check(g_utf8_validate(text.c_str(), -1, nullptr) != FALSE, "every text of a row can be shown");
 }
 
 void read_list(const std::string& answer, const char* folder) {

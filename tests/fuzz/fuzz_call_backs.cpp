@@ -1,16 +1,12 @@
 // Frames on a pipe, read as the listener reads them and served as the window serves them.
-#include <algorithm>
-#include <cstring>
-
 #include "base/fifo.h"
-#include "base/frame.h"
 #include "fuzz_input.h"
 #include "link_engine/engine_callbacks.h"
 #include "link_engine/transfer_state.h"
 #include "name_pipe/call_back_round.h"
 #include "name_pipe/name_pipe_base.h"
 #include "name_pipe/pipe_data.h"
-#include "pipe.h"
+#include "unit/name_pipe/support.h"
 
 namespace {
 
@@ -18,7 +14,6 @@ constexpr unsigned int kAnswerSize = 4096;
 // What the listener takes.
 constexpr std::int32_t kLongestBody = 16 << 20;
 constexpr std::size_t kMostBytes = 1'000'000;
-constexpr std::string_view kMarker{"\xC9\xBB\x29\xF9\x00\x01", 6};
 
 // The read end of a pipe that holds the bytes and whose writer has gone.
 relay_hub::FileDescriptor pipe_with(std::string_view bytes) {
@@ -42,9 +37,8 @@ void read_raw_frame(std::string_view bytes) {
           "the body is what came, up to the announced length");
 }
 
-void serve(std::string_view request) {
-    const relay_hub::FrameHeader header = relay_hub::frame_header(static_cast<std::uint32_t>(request.size()));
-    (void)pipe_read_func(pipe_with(std::string(header.data(), header.size()).append(request)).get(), nullptr);
+void serve(const std::string& request) {
+    (void)pipe_read_func(pipe_with(test::frame(request)).get(), nullptr);
     (void)pipe_write_func(relay_hub::FileDescriptor(::open("/dev/null", O_WRONLY | O_CLOEXEC)).get());
     CNamePipeBase::ResetStatus();
     CNamePipeBase::SetupParam("/nonexistent", kAnswerSize, kAnswerSize);
@@ -62,7 +56,7 @@ int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view bytes = text_of(data, size).substr(0, kMostBytes);
     read_raw_frame(bytes);
-    serve(bytes);
-    serve(std::string(kMarker).append(bytes));
+    serve(std::string(bytes));
+    serve(test::kMarker + std::string(bytes));
     return 0;
 }

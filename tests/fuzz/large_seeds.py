@@ -1,26 +1,15 @@
 """Seeds that are large or deep, for what size and depth alone do: large_seeds.py FOLDER"""
 import os
-import struct
 import sys
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "e2e"))
+from common import command, frame, message  # noqa: E402
 
 LINES = 3000
 DEPTH = 1500
 ROW = "<Line><TA>{0}</TA><TF>{1}</TF><TY>5</TY><TZ2>5 bytes</TZ2><TO>1600000000</TO><TH>0</TH></Line>"
 ITEM = "<Line><T9>{0}</T9><TB>{1}</TB><TA>C:\\</TA><TC>43003A005C00</TC></Line>"
 HEX = "78003A00"
-
-
-def message(inner):
-    return ("<ZEVMSG>" + inner + "</ZEVMSG>").encode()
-
-
-def command(name, fields):
-    return message(f"<NP_Cmd>NP_Cmd_{name}</NP_Cmd>{fields}")
-
-
-def framed(body, length=None):
-    return struct.pack("<I", len(body) if length is None else length) + body
-
 
 rows = "".join(ROW.format(f"name {number}", HEX) for number in range(LINES))
 items = "".join(ITEM.format(f"/name {number}", HEX) for number in range(LINES))
@@ -38,8 +27,8 @@ SEEDS = {
                                        "</NP_Copy_Confirmation_Message>"), "deep": deep},
     "document": {"deep": deep, "deep_edit": deep + b"\n" + operations, "wide": listing, "attributes": many_attributes,
                  "open": b"<A>" * 20_000, "entities": b"<A>" + b"&amp;" * 20_000 + b"</A>"},
-    "exchanges": {"long": framed(listing), "cut": framed(listing, 1 << 30), "padded": framed(message("x") + b"\0" * 100_000)},
-    "frames": {"long": bytes([1, 3, 200, 255, 0, 9, 9, 9]) + framed(listing), "cut": b"\x80" * 8 + framed(listing, 1 << 31)},
+    "exchanges": {"long": frame(listing), "cut": frame(listing, 1 << 30), "padded": frame(message("x") + b"\0" * 100_000)},
+    "frames": {"long": bytes([1, 3, 200, 255, 0, 9, 9, 9]) + frame(listing), "cut": b"\x80" * 8 + frame(listing, 1 << 31)},
     "names": {"deep": deep_path.encode(), "long": long_name.encode(), "dots": b"/.." * DEPTH, "hex": HEX.encode() * 10_000},
     "numbers": {"digits": b"9" * 50_000},
     "requests": {"copy": command("Local_To_Remote", "<T8>" + items + "</T8>"), "deep": deep,
