@@ -10,8 +10,8 @@ import time
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, os.path.join(HERE, "..", "tests", "e2e"))
-from common import both, command, kib_of, read_answer, readable  # noqa: E402
-from far_computer import BUILD, ConnectedEngine, FarComputer  # noqa: E402
+from common import BUILD, both, command, kib_of, read_answer, readable  # noqa: E402
+from far_computer import ConnectedEngine, FarComputer  # noqa: E402
 from front_end import DONE, FrontEnd, copy_request  # noqa: E402
 
 FOLDERS, FILES, BIG = 20, 500, 1 << 30

@@ -1,11 +1,17 @@
 """What the tests share that needs no desktop: waiting, files, processes, and frames on the programs' pipes."""
 import os
+import random
 import select
 import shutil
 import struct
 import subprocess
+import sys
 import time
 from xml.sax.saxutils import escape
+
+started = os.path.basename(sys.argv[0])
+if started.startswith("test_") and started != "test_monkey.py":  # the one that runs by itself
+    sys.exit(f"nothing was run; to run it: {os.path.dirname(sys.argv[0]) or '.'}/run.py {started.removesuffix('.py')}")
 
 BASE = "/tmp/ZEV_KorvaleMarrowglint"
 NOTIFY = BASE + "Notify"
@@ -14,6 +20,10 @@ MARKER = bytes.fromhex("c9bb29f90001")
 OK = "<T1>NP_Exe_Result_Success</T1>"
 SLOW = 3 if os.environ.get("RELAY_HUB_SLOW") else 1  # sanitizer builds
 LIMIT = 30 * SLOW  # seconds, for what only guards against a hang
+SEED = int(os.environ.get("RELAY_HUB_SEED", time.time_ns() % 1_000_000))
+RANDOM = random.Random(SEED)
+BUILD = os.environ.get("RELAY_HUB_BUILD", os.path.join(os.path.dirname(__file__), "..", "..", "build", "release"))
+ENGINE = os.path.join(BUILD, "bin", "relay-hub-engine")
 
 
 def wait_for(predicate, limit=30, what="condition"):

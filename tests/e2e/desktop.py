@@ -16,15 +16,13 @@ import unittest
 
 import gi
 
-from common import FIFOS, LIMIT, act_until, wait_for
+from common import BUILD, ENGINE, FIFOS, LIMIT, act_until, wait_for
 
 gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi  # noqa: E402
 
 HERE = os.path.dirname(os.path.abspath(__file__))
-BUILD = os.environ["RELAY_HUB_BUILD"]
 WINDOW = os.path.join(BUILD, "bin", "relay-hub")
-ENGINE = os.path.join(BUILD, "bin", "relay-hub-engine")
 CHECKER = shlex.split(os.environ.get("RELAY_HUB_CHECKER", ""))  # what the window's program runs under
 LOCAL, REMOTE = "This Computer", "Remote Computer"
 GNOME, URIS = "x-special/gnome-copied-files", "text/uri-list"
@@ -458,10 +456,6 @@ class DesktopTest(unittest.TestCase):
     def take_desktop(self):
         self.desktop = Desktop()
         self.addCleanup(self.desktop.stop)
-
-    def change_desktop(self):
-        self.desktop.stop()
-        self.take_desktop()
 
     def check_end(self):
         """A window that is still there ends well when its user closes it."""

@@ -11,10 +11,8 @@ import tempfile
 import threading
 import time
 
-from common import BASE, LIMIT, remove, wait_for, write
+from common import BASE, ENGINE, LIMIT, remove, wait_for, write
 
-BUILD = os.environ.get("RELAY_HUB_BUILD", os.path.join(os.path.dirname(__file__), "..", "..", "build", "release"))
-ENGINE = os.path.join(BUILD, "bin", "relay-hub-engine")
 FAR_USER = "nobody" if os.geteuid() == 0 else pwd.getpwuid(os.geteuid()).pw_name
 
 
@@ -124,6 +122,12 @@ class SshServer:
                                      stderr=open(self.path("sshd.log"), "ab"))
         wait_for(self.listens, what="sshd")
 
+    def use_ssh(self, *lines):
+        """The user's ssh finds the known hosts of this computer, and reads these lines."""
+        write(self.path("bin/ssh"), f'#!/bin/sh\nexec /usr/bin/ssh -F {self.path("ssh_config")} "$@"\n'.encode(), 0o755)
+        known = f"UserKnownHostsFile {self.path('known')}", "GlobalKnownHostsFile /dev/null"
+        write(self.path("ssh_config"), "\n".join(("Host *", *known, *lines, "")).encode())
+
     def listens(self):
         with socket.socket() as probe:
             return probe.connect_ex(("127.0.0.1", self.port)) == 0
@@ -161,23 +165,13 @@ class FarComputer(SshServer):
             self.started_by = ["setpriv", f"--reuid={user.pw_uid}", f"--regid={user.pw_gid}", "--clear-groups"]
         self.start()
         self.relay = Relay(self.port)
-        self.use_ssh()
+        self.use_ssh(f"IdentityFile {self.path('user')}", "IdentitiesOnly yes", "StrictHostKeyChecking accept-new")
 
     def give(self, *paths):
         """To the far user."""
         user = pwd.getpwnam(self.user)
         for path in paths if os.geteuid() == 0 else []:
             os.lchown(path, user.pw_uid, user.pw_gid)
-
-    def use_ssh(self, *options):
-        """The user's ssh finds the key and the known hosts of this computer."""
-        write(self.path("bin/ssh"), f"""#!/bin/sh
-exec /usr/bin/ssh -F {self.path("ssh_config")} "$@"
-""".encode(), 0o755)
-        lines = (f"IdentityFile {self.path('user')}", "IdentitiesOnly yes",
-                 f"UserKnownHostsFile {self.path('known')}", "GlobalKnownHostsFile /dev/null")
-        write(self.path("ssh_config"), "\n".join(("Host *",) + options + lines +
-                                                 ("StrictHostKeyChecking accept-new", "")).encode())
 
     @property
     def address(self):

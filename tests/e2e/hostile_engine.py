@@ -50,9 +50,6 @@ class HostileEngine(PipeServer):
     def lie(self, answer):
         self.case, self.served = answer, 0
 
-    def be_honest(self):
-        self.lie(None)
-
     def answer(self, request):
         name = re.search(rb"<NP_Cmd>NP_Cmd_(\w+)</NP_Cmd>", request[len(MARKER):]).group(1).decode()
         case = self.case if name == "Get_File_List" else None

@@ -63,16 +63,15 @@ class Connect(Dialog):
         self.neighbour = Neighbour()
         self.addCleanup(self.neighbour.close)
         self.questions = self.path("asked")
-        # The user's ssh, with known hosts of this test, and what asks in place of a window.
-        write(self.path("ssh_config"), f"Host *\nUserKnownHostsFile {self.path('known')}\n"
-              "GlobalKnownHostsFile /dev/null\nPubkeyAuthentication no\n".encode())
-        write(self.path("bin/ssh"), f'#!/bin/sh\nexec /usr/bin/ssh -F {self.path("ssh_config")} "$@"\n'.encode(), 0o755)
-        write(self.path("bin/askpass"), f"""#!/bin/sh
+        self.neighbour.use_ssh("PubkeyAuthentication no")
+        # Asks in place of a window.
+        write(self.path("askpass"), f"""#!/bin/sh
 echo "$1" >> {self.questions}
 head -n 1 {self.path("answers")}
 sed -i 1d {self.path("answers")}
 """.encode(), 0o755)
-        self.desktop.env.update(PATH=self.path("bin") + ":" + os.environ["PATH"], SSH_ASKPASS=self.path("bin/askpass"))
+        self.desktop.env.update(PATH=self.neighbour.path("bin") + ":" + os.environ["PATH"],
+                                SSH_ASKPASS=self.path("askpass"))
         self.answers()
 
     def answers(self, *lines):
@@ -86,17 +85,14 @@ sed -i 1d {self.path("answers")}
     def focus(self):
         return next((node for node in walk(self.desktop.dialog()) if has_state(node, STATES.FOCUSED)), None)
 
-    def type_address(self, address):
-        """Into the entry by its letter."""
+    def connect_to(self, address):
+        """Typed into the entry, which is found by its letter."""
         d = self.desktop
         d.key("alt+m")
         entry = wait_for(lambda: find(d.dialog(), "text", "Computer:"), what="the entry")
         wait_for(lambda: has_state(entry, STATES.FOCUSED), what="the focus in the entry")
         d.fill(entry, address)
-
-    def connect_to(self, address):
-        self.type_address(address)
-        self.desktop.key("Return")
+        d.key("Return")
 
     def message(self, words):
         return wait_for(lambda: next((text for text in labels(self.desktop.dialog()) if words in text), None),

@@ -1,18 +1,15 @@
 """A hundred moments at which a program dies in the middle of a copy: no old file is ever damaged, nothing half
 stands under a replaced name, what is left over can be told and is swept, and both programs start again at once."""
 import os
-import random
 import re
 import shutil
 import sys
 import time
 
-from common import SLOW, act_until, command, geometry, read, remove, wait_for, write
+from common import RANDOM, SEED, SLOW, act_until, command, geometry, read, remove, wait_for, write
 from desktop import BUILD, WINDOW, DesktopTest
 from front_end import DONE, FrontEnd, copy_request
 
-SEED = int(os.environ.get("RELAY_HUB_SEED", time.time_ns() % 1_000_000))
-RANDOM = random.Random(SEED)
 AT_ONCE = 4 if SLOW == 1 else 2  # a window takes two seconds to look for its engine, and has nothing to do
 PART = re.compile(r"\.relay-hub-[0-9A-Za-z]{8,16}\.part")
 SIZES = {f"file {number:02}": 1000 + number * 9000 for number in range(24)} | {"large": 6 << 20, "empty": 0}

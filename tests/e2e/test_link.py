@@ -150,4 +150,5 @@ class Leaving(LinkTest):
                 self.assertEqual(self.desktop.close(), 0)
                 self.assertLess(time.monotonic() - start, 4 * SLOW)
             self.tell_engine(signal.SIGCONT)
-            self.change_desktop()
+            self.desktop.stop()
+            self.take_desktop()

@@ -1,20 +1,17 @@
 """Another computer over SSH, for real: an sshd of our own behind a relay that is held and cut, and the engine connected
 to it. What goes over arrives whole or not at all, a lost link is told and mended, and every failure says why."""
 import os
-import random
 import shutil
 import signal
 import sys
 import time
 import unittest
 
-from common import (LIMIT, OK, SLOW, both, command, message, read, read_answer, tree_of, wait_for,
+from common import (LIMIT, OK, RANDOM, SEED, SLOW, both, command, message, read, read_answer, tree_of, wait_for,
                     write, write_odd_tree)
 from far_computer import ConnectedEngine, FarComputer, children_of, program_of, run
 from front_end import DONE, FrontEnd, copy_request
 
-SEED = int(os.environ.get("RELAY_HUB_SEED", time.time_ns() % 1_000_000))
-RANDOM = random.Random(SEED)
 AT_ONCE = 3
 MOMENTS = int(os.environ.get("RELAY_HUB_MOMENTS", 25))  # of each half of a copy
 CANCEL = message("<NP_User_Click_Cancel>Y</NP_User_Click_Cancel>")
@@ -48,16 +45,12 @@ class SftpTest(unittest.TestCase):
         self.asked = self.far.path("asked")
         write(self.far.path("askpass"), f'#!/bin/sh\necho "$1" >>{self.asked}\n'.encode(), 0o755)
         self.engine = ConnectedEngine(self.far, environment={"SSH_ASKPASS": self.far.path("askpass")})
-        self.addCleanup(self.end_engine)
+        self.addCleanup(self.engine.stop)
         self.engine.connected()
         self.front_end = RecordingFrontEnd()
         self.addCleanup(self.front_end.close)
         self.here = self.far.path("here")
         os.makedirs(self.here)
-
-    def end_engine(self):
-        if self.engine.process.poll() is None:
-            self.engine.stop()
 
     def ask(self, request):
         answer = self.front_end.ask(request)

@@ -13,7 +13,6 @@ LONG = 10.5  # seconds after which the end of work is worth a notification
 
 class Window(DesktopTest):
     def size(self):
-        """Without what the window manager draws around it."""
         return geometry()[2:]
 
     def summary(self, side):
