@@ -74,11 +74,15 @@ gboolean update(gpointer data) {
     summary->update.forget();
     if (std::exchange(summary->rows_changed, false))
         summary->items = count_items(gtk_tree_view_get_model(summary->tree_view));
-    const std::string text = text_of(*summary);
-    gtk_label_set_text(summary->label.get(), text.c_str());
-    // A narrow pane cuts off its end.
-    gtk_widget_set_tooltip_text(GTK_WIDGET(summary->label.get()), text.c_str());
+    gtk_label_set_text(summary->label.get(), text_of(*summary).c_str());
     return G_SOURCE_REMOVE;
+}
+
+// Where a narrow pane cuts off its end. A tooltip text of its own would be the label's spoken description
+// too, each of whose copies the accessibility module leaks.
+gboolean show_whole_line(GtkWidget* label, gint, gint, gboolean, GtkTooltip* tooltip, gpointer) {
+    gtk_tooltip_set_text(tooltip, gtk_label_get_text(GTK_LABEL(label)));
+    return pango_layout_is_ellipsized(gtk_label_get_layout(GTK_LABEL(label)));
 }
 
 void update_soon(Summary* summary) {
@@ -104,6 +108,8 @@ GtkWidget* new_list_summary(GtkWidget* tree_view) {
     GtkWidget* label = gtk_label_new("");
     gtk_misc_set_alignment(GTK_MISC(label), 0, 0.5);
     gtk_label_set_ellipsize(GTK_LABEL(label), PANGO_ELLIPSIZE_END);
+    gtk_widget_set_has_tooltip(label, TRUE);
+    g_signal_connect(label, "query-tooltip", G_CALLBACK(show_whole_line), nullptr);
     summary->label.reset(GTK_LABEL(g_object_ref_sink(label)));
     summary->tree_view = GTK_TREE_VIEW(tree_view);
     g_signal_connect(tree_view, "notify::model", G_CALLBACK(on_rows), summary.get());
