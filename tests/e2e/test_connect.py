@@ -113,11 +113,8 @@ sed -i 1d {self.path("answers")}
     def tab_to(self, side):
         d = self.desktop
         d.take_keyboard()
-        for _ in range(20):
-            if d.has_focus(side):
-                return
-            d.key("Tab")
-        self.fail(f"Tab never comes to {side}")
+        if not d.has_focus(side):
+            act_until(lambda: d.has_focus(side), lambda: d.key("Tab"), what=f"Tab to come to {side}")
 
     def left(self):
         """The processes of this test's user session, but for the window manager."""
