@@ -63,7 +63,7 @@ TEST(Boxes, FitTheScreenWhateverTheySay) {
         const auto open = [] { return gtk_grab_get_current() != nullptr; };
         for (const char* secondary : {"", text.c_str()}) {
             const When shown(open, check);
-            relay_hub::show_error_box(nullptr, GTK_BUTTONS_CLOSE, text.c_str(), secondary);
+            relay_hub::show_error_box(nullptr, GTK_BUTTONS_CLOSE, text, secondary);
         }
         const When asked(open, check);
         relay_hub::run_override_request(nullptr, text.c_str());
