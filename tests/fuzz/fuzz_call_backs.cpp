@@ -1,6 +1,7 @@
 // Frames on a pipe, read as the listener reads them and served as the window serves them.
 #include "base/fifo.h"
 #include "fuzz_input.h"
+#include "link_engine/confirmation.h"
 #include "link_engine/engine_callbacks.h"
 #include "link_engine/transfer_state.h"
 #include "name_pipe/call_back_round.h"
@@ -50,6 +51,8 @@ void serve(const std::string& request) {
 int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
     CNamePipeBase::SetupParam("/nonexistent", kAnswerSize, kAnswerSize);
     CNamePipeBase::SetServiceProvider(ServiceProvider);
+    // A question would wait twenty seconds for its answer.
+    relay_hub::end_confirmations();
     return 0;
 }
 
