@@ -11,8 +11,10 @@ import tempfile
 import threading
 import time
 
-from common import BASE, ENGINE, LIMIT, remove, wait_for, write
+from common import BASE, ENGINE, LIMIT, read, remove, wait_for, write
 
+PASSWORD = "sesame"
+USER_NUMBER = 4711
 FAR_USER = "nobody" if os.geteuid() == 0 else pwd.getpwuid(os.geteuid()).pw_name
 
 
@@ -104,7 +106,8 @@ class SshServer:
         os.makedirs(self.home, exist_ok=True)
         if os.geteuid() == 0:
             os.makedirs("/run/sshd", exist_ok=True)
-        self.new_key("host")
+        for name in ("host", "user"):
+            self.new_key(name)
 
     def path(self, name):
         return os.path.join(self.top, name)
@@ -117,7 +120,7 @@ class SshServer:
     def start(self):
         write(self.path("sshd_config"), "\n".join(
             (f"Port {self.port}", "ListenAddress 127.0.0.1", f"HostKey {self.path('host')}", "PidFile none",
-             *self.lines, "")).encode())
+             f"AuthorizedKeysFile {self.path('user.pub')}", "StrictModes no", *self.lines, "")).encode())
         self.sshd = subprocess.Popen([*self.started_by, "/usr/sbin/sshd", "-D", "-e", "-f", self.path("sshd_config")],
                                      stderr=open(self.path("sshd.log"), "ab"))
         wait_for(self.listens, what="sshd")
@@ -127,6 +130,9 @@ class SshServer:
         write(self.path("bin/ssh"), f'#!/bin/sh\nexec /usr/bin/ssh -F {self.path("ssh_config")} "$@"\n'.encode(), 0o755)
         known = f"UserKnownHostsFile {self.path('known')}", "GlobalKnownHostsFile /dev/null"
         write(self.path("ssh_config"), "\n".join(("Host *", *known, *lines, "")).encode())
+
+    def use_key(self):
+        self.use_ssh(f"IdentityFile {self.path('user')}", "IdentitiesOnly yes", "StrictHostKeyChecking accept-new")
 
     def listens(self):
         with socket.socket() as probe:
@@ -153,19 +159,17 @@ class FarComputer(SshServer):
         shell of his own."""
         super().__init__(home)
         self.user = pwd.getpwuid(os.geteuid()).pw_name if as_self else FAR_USER
-        self.new_key("user")
-        shutil.copy(self.path("user.pub"), self.path("authorized"))
         self.give(self.home, self.path("host"), self.top)
         server = "/usr/lib/openssh/sftp-server" if as_self else "internal-sftp"
         # A shell that is not the first of its login leaves out what slows the start of whoever runs this.
-        self.lines = (f"AuthorizedKeysFile {self.path('authorized')}", "StrictModes no", "UsePAM yes", "SetEnv SHLVL=2",
-                      "PasswordAuthentication no", "PermitRootLogin yes", f"Subsystem sftp {server} -d {self.home}")
+        self.lines = ("UsePAM yes", "SetEnv SHLVL=2", "PasswordAuthentication no", "PermitRootLogin yes",
+                      f"Subsystem sftp {server} -d {self.home}")
         user = pwd.getpwnam(self.user)
         if user.pw_uid != os.geteuid():
             self.started_by = ["setpriv", f"--reuid={user.pw_uid}", f"--regid={user.pw_gid}", "--clear-groups"]
         self.start()
         self.relay = Relay(self.port)
-        self.use_ssh(f"IdentityFile {self.path('user')}", "IdentitiesOnly yes", "StrictHostKeyChecking accept-new")
+        self.use_key()
 
     def give(self, *paths):
         """To the far user."""
@@ -181,6 +185,28 @@ class FarComputer(SshServer):
         self.relay.close()
         self.signal(signal.SIGCONT)
         super().close()
+
+
+class Neighbour(SshServer):
+    """Its user anna logs in with a password. The accounts are its own: a mount namespace hides ours."""
+
+    def __init__(self, *lines):
+        super().__init__()
+        os.chown(self.home, USER_NUMBER, USER_NUMBER)
+        secret = run("openssl", "passwd", "-6", PASSWORD, text=True).stdout.strip()
+        accounts = {"passwd": f"anna:x:{USER_NUMBER}:{USER_NUMBER}::{self.home}:/bin/sh",
+                    "shadow": f"anna:{secret}:19000:0:99999:7:::", "group": f"anna:x:{USER_NUMBER}:"}
+        for name, line in accounts.items():
+            write(self.path(name), read("/etc/" + name) + line.encode() + b"\n", 0o600 if name == "shadow" else 0o644)
+        mounts = [f"mount --bind {self.path(name)} /etc/{name}" for name in accounts]
+        write(self.path("banner"), b"Welcome\n" * 600, 0o644)
+        self.lines = ("UsePAM no", "Subsystem sftp internal-sftp", f"Banner {self.path('banner')}", *lines)
+        self.started_by = ["unshare", "--mount", "sh", "-c", " && ".join([*mounts, 'exec "$@"']), "sh"]
+        self.start()
+
+    @property
+    def address(self):
+        return f"anna@127.0.0.1:{self.port}"
 
 
 class ConnectedEngine:

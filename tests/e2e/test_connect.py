@@ -9,33 +9,9 @@ import unittest
 
 from common import LIMIT, act_until, read, tree_of, wait_for, write, write_odd_tree
 from desktop import BUILD, LOCAL, REMOTE, STATES, DesktopTest, app_of, children, find, has_state, labels, text_of, walk
-from far_computer import SshServer, children_of, free_port, program_of, run
+from far_computer import PASSWORD, USER_NUMBER, Neighbour, children_of, free_port, program_of, run
 
 CONNECT = os.path.join(BUILD, "bin", "relay-hub-connect")
-PASSWORD = "sesame"
-USER_NUMBER = 4711
-
-
-class Neighbour(SshServer):
-    """Its user anna logs in with a password. The accounts are its own: a mount namespace hides ours."""
-
-    def __init__(self):
-        super().__init__()
-        os.chown(self.home, USER_NUMBER, USER_NUMBER)
-        secret = run("openssl", "passwd", "-6", PASSWORD, text=True).stdout.strip()
-        accounts = {"passwd": f"anna:x:{USER_NUMBER}:{USER_NUMBER}::{self.home}:/bin/sh",
-                    "shadow": f"anna:{secret}:19000:0:99999:7:::", "group": f"anna:x:{USER_NUMBER}:"}
-        for name, line in accounts.items():
-            write(self.path(name), read("/etc/" + name) + line.encode() + b"\n", 0o600 if name == "shadow" else 0o644)
-        mounts = [f"mount --bind {self.path(name)} /etc/{name}" for name in accounts]
-        write(self.path("banner"), b"Welcome\n" * 600, 0o644)
-        self.lines = ("UsePAM no", "Subsystem sftp internal-sftp", f"Banner {self.path('banner')}")
-        self.started_by = ["unshare", "--mount", "sh", "-c", " && ".join([*mounts, 'exec "$@"']), "sh"]
-        self.start()
-
-    @property
-    def address(self):
-        return f"anna@127.0.0.1:{self.port}"
 
 
 class Dialog(DesktopTest):

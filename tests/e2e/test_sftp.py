@@ -9,7 +9,7 @@ import unittest
 
 from common import (LIMIT, OK, RANDOM, SEED, SLOW, both, command, message, read, read_answer, tree_of, wait_for,
                     write, write_odd_tree)
-from far_computer import ConnectedEngine, FarComputer, children_of, program_of, run
+from far_computer import PASSWORD, ConnectedEngine, FarComputer, Neighbour, children_of, program_of, run
 from front_end import DONE, FrontEnd, copy_request
 
 AT_ONCE = 3
@@ -118,6 +118,35 @@ class SftpTest(unittest.TestCase):
         for name in there:
             self.assertEqual(read(f"{small}/many/{name}"), b"x" * 4096)
         self.assertRegex(reported, rf"\b{2000 - len(there)}\b", "how many were not copied")
+
+    def test_refusals_are_named_and_links_stay_links(self):
+        source, there, back = self.here + "/set", self.folder_at_far("there"), self.here + "/back"
+        os.mkdir(back)
+        for name in ("closed/new", "closed/old", "dark/inner", "first", "last/plain"):
+            write(f"{source}/{name}")
+        for name, target in (("a", "b"), ("b", "a"), ("last/up", "..")):
+            os.symlink(target, f"{source}/{name}")
+        write(there + "/set/closed/old", b"old")
+        os.makedirs(there + "/set/dark")
+        run("chown", "-hR", self.far.user, there)
+        os.chmod(there + "/set/closed", 0o555)
+        os.chmod(there + "/set/dark", 0)
+
+        def content(top, *but):
+            return {name: entry[:2] for name, entry in tree_of(top).items() if name.decode() not in but}
+
+        def refused(upwards, local, remote, *paths):
+            self.assertIn(OK, self.copy(upwards, local, remote))
+            lines = self.front_end.heard[-1].split(b"Content>")[1].removesuffix(b"</NP_Message_Box_").split(b"\n")
+            self.assertEqual(sorted(lines[1:]), [f"{path}: Permission denied".encode() for path in paths])
+        named = "closed/new", "closed/old", "dark/inner"
+        refused(True, source, there, *(f"{source}/{name}" for name in named))
+        self.assertEqual(content(there + "/set", *named, "closed", "dark"), content(source, *named, "closed", "dark"))
+        self.assertEqual(os.listdir(there + "/set/closed"), ["old"])
+        self.assertEqual(read(there + "/set/closed/old"), b"old")
+        os.chmod(there + "/set/first", 0)
+        refused(False, back, there + "/set", there + "/set/dark", there + "/set/first")
+        self.assertEqual(content(back + "/set"), content(there + "/set", "dark", "first"))
 
     def lose_and_mend(self, lose, mend):
         """The loss is told within ten seconds, nothing waits, and the link is there within five of its return."""
@@ -259,6 +288,24 @@ class ConnectingTest(unittest.TestCase):
             self.assertEqual(self.failed()[0], "no-sftp")
         os.unlink(self.far.path("bin/ssh"))
         self.assertEqual(self.failed(environment={"PATH": self.far.path("bin")})[0], "no-ssh")
+
+    @unittest.skipUnless(os.geteuid() == 0, "only root can run an sshd with accounts of its own")
+    def test_a_key_and_then_a_password(self):
+        self.far = far = Neighbour("AuthenticationMethods publickey,password")
+        self.addCleanup(far.close)
+        far.use_key()
+        write(far.path("askpass"), f'#!/bin/sh\ncat {far.path("secret")}\n'.encode(), 0o755)
+        environment = {name: far.path(name) for name in ("HOME", "XDG_STATE_HOME", "XDG_CACHE_HOME")}
+        environment["SSH_ASKPASS"] = far.path("askpass")
+        write(far.path("secret"), b"wrong")
+        self.assertIn("Permission denied (password)", self.failed(environment=environment)[1])
+        write(far.path("secret"), PASSWORD.encode())
+        engine = ConnectedEngine(far, environment=environment)
+        self.addCleanup(engine.stop)
+        engine.connected()
+        self.assertNotIn(PASSWORD.encode(), read(f"/proc/{engine.process.pid}/environ") + engine.errors)
+        self.assertEqual(run("grep", "-rlsF", "--devices=skip", PASSWORD, far.top, text=True).stdout.split(),
+                         [far.path("secret")])
 
     def test_folder_and_style(self):
         os.makedirs(self.far.home + "/in here")
