@@ -38,7 +38,7 @@ std::vector<KeyedEntry> in_natural_order(const std::vector<Entry>& entries, Styl
             missing.add(entry.name, translated("IDS_REASON_NAME_CANNOT_TRAVEL"));
             continue;
         }
-        ordered.emplace_back(name_sort_key(entry.name.c_str()).get(), &entry);
+        append_name_sort_key(entry.name.c_str(), ordered.emplace_back("", &entry).first);
     }
     std::sort(ordered.begin(), ordered.end(), [](const KeyedEntry& a, const KeyedEntry& b) {
         return std::tie(a.first, a.second->name) < std::tie(b.first, b.second->name);

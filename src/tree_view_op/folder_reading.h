@@ -17,11 +17,11 @@ struct FolderReading {
     static constexpr std::size_t kRowsPerStep = 512;
 
     void read(const std::string& path, bool with_hidden, const std::function<void(std::size_t step)>& tell);
-    // The step that makes this row.
-    static std::size_t step_of(std::size_t index) { return kNamesStep + 1 + index / kRowsPerStep; }
+    // The step that makes this block of rows.
+    static std::size_t step_of(std::size_t block) { return kNamesStep + 1 + block; }
 
     std::optional<SortedFolder> folder;
-    std::vector<LocalRow> rows;
+    std::vector<std::vector<LocalRow>> blocks;  // of rows, each to be freed when it is filled
     std::optional<std::uint64_t> free_bytes;
 };
 

@@ -53,13 +53,14 @@ std::shared_ptr<ListNow> ListNow::read(const ListView& view) {
 void ListNow::put_in_order(const ListView& view) {
     if (view.folder != "/")
         rows_.push_back(nullptr);
-    for (const LocalRow& row : reading_.rows) {
-        if (row.vanished || row.name.empty())
-            continue;
-        rows_.push_back(&row);
-        if (!row.is_folder)
-            sizes_.add(row.name, row.size);
-    }
+    for (const std::vector<LocalRow>& block : reading_.blocks)
+        for (const LocalRow& row : block) {
+            if (row.vanished)
+                continue;
+            rows_.push_back(&row);
+            if (!row.is_folder)
+                sizes_.add(row.name, row.size);
+        }
     if (view.sort.column == kColumnIcon) {
         const bool folders_first = folders_come_first(view.sort.order);
         std::stable_partition(rows_.begin(), rows_.end(), [=](const LocalRow* row) {

@@ -2,6 +2,8 @@
 
 #include <cstdio>
 #include <memory>
+#include <utility>
+#include <vector>
 
 #include "tree_view_op/Zev_list_view.h"
 #include "tree_view_op/folder_reading.h"
@@ -37,21 +39,21 @@ class LocalListing {
 
   private:
     void fill_rows(ListingTurns& turns) {
-        const std::size_t count = reading_->rows.size();
-        RowFiller filler(tree_view_, count);
-        for (std::size_t index = 0; index < count; ++index) {
-            if (index % FolderReading::kRowsPerStep == 0 &&
-                !beside_.wait_for(FolderReading::step_of(index), turns))
+        RowFiller filler(tree_view_, reading_->folder->size());
+        for (std::size_t block = 0; block < reading_->blocks.size(); ++block) {
+            if (!beside_.wait_for(FolderReading::step_of(block), turns))
                 return;
-            if (!add_row(filler, reading_->rows[index]))
-                return;
+            const std::vector<LocalRow> rows = std::move(reading_->blocks[block]);
+            if (rows.empty())
+                return;  // the reading ended early, and has reported it
+            for (const LocalRow& row : rows)
+                if (!add_row(filler, row))
+                    return;
         }
         std::move(sizes_).give_to(tree_view_);
     }
 
     bool add_row(RowFiller& filler, const LocalRow& row) {
-        if (row.name.empty())
-            return false;  // the reading ended early, and has reported it
         if (row.vanished)
             return add_row_again(filler, row.name);
         Gfile_size += row.size;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 
 #include "base/glib_owners.h"
@@ -15,12 +16,14 @@ namespace {
 
 struct KeyedName {
     const char* name;
-    const char* key;  // what it is sorted by
+    const char* key;         // what it is sorted by
+    std::uint64_t part = 0;  // eight bytes of the key, while it is sorted
 };
 using Names = std::vector<KeyedName>;
-// The keys of many names, each ended by a zero byte. Compared and freed in one block, 100,000 of them take 17
-// ms less than one by one.
-using Keys = std::vector<char>;
+// The keys of many names in one block, each ended and filled up with zeros to whole parts. Compared and freed
+// so, 100,000 of them take 17 ms less than one by one.
+using Keys = std::string;
+constexpr std::size_t kPart = sizeof(std::uint64_t);
 
 // Fewer than this are sorted before a second thread would have begun.
 constexpr std::ptrdiff_t kManyNames = 5000;
@@ -30,11 +33,12 @@ bool sorts_before(const KeyedName& one, const KeyedName& other) {
     return order != 0 ? order < 0 : std::strcmp(one.name, other.name) < 0;
 }
 
-GText sort_key(const char* name) {
+void append_key(const char* name, Keys& keys) {
     if (g_utf8_validate(name, -1, nullptr))
-        return name_sort_key(name);
-    const GText shown(g_filename_display_name(name));
-    return name_sort_key(shown.get());
+        append_name_sort_key(name, keys);
+    else
+        append_name_sort_key(GText(g_filename_display_name(name)).get(), keys);
+    keys.resize((keys.size() / kPart + 1) * kPart);
 }
 
 bool is_listed(const char* name, bool with_hidden) {
@@ -43,18 +47,35 @@ bool is_listed(const char* name, bool with_hidden) {
     return with_hidden && std::strcmp(name, ".") != 0 && std::strcmp(name, "..") != 0;
 }
 
+// Sorts names whose keys are alike before depth. Numbers are compared faster than texts.
+void sort_alike(Names::iterator begin, Names::iterator end, std::size_t depth) {
+    for (auto each = begin; each != end; ++each) {
+        std::memcpy(&each->part, each->key + depth, kPart);
+        each->part = GUINT64_FROM_BE(each->part);
+    }
+    std::sort(begin, end, [](const KeyedName& one, const KeyedName& other) { return one.part < other.part; });
+    while (begin != end) {
+        const auto next = std::find_if(
+            begin, end, [part = begin->part](const KeyedName& each) { return each.part != part; });
+        const bool keys_end = (begin->part & 0xFF) == 0;
+        if (keys_end)
+            std::sort(begin, next, sorts_before);
+        else if (next - begin > 1)
+            sort_alike(begin, next, depth + kPart);
+        begin = next;
+    }
+}
+
 // The names refer to the keys that it returns.
 Keys sort_part(Names::iterator begin, Names::iterator end) {
     Keys keys;
-    std::vector<std::size_t> starts;
     for (auto each = begin; each != end; ++each) {
-        const GText key = sort_key(each->name);
-        starts.push_back(keys.size());
-        keys.insert(keys.end(), key.get(), key.get() + std::strlen(key.get()) + 1);
+        each->part = keys.size();
+        append_key(each->name, keys);
     }
-    for (std::size_t index = 0; index < starts.size(); ++index)
-        begin[static_cast<std::ptrdiff_t>(index)].key = keys.data() + starts[index];
-    std::sort(begin, end, sorts_before);
+    for (auto each = begin; each != end; ++each)
+        each->key = keys.data() + each->part;
+    sort_alike(begin, end, 0);
     return keys;
 }
 

@@ -1,4 +1,9 @@
 // Paths, times, sizes, texts and the unicode-hex form.
+#include <glib.h>
+
+#include <random>
+
+#include "base/glib_owners.h"
 #include "base/name_order.h"
 #include "base/path_text.h"
 #include "base/shown_text.h"
@@ -37,9 +42,23 @@ TEST(Text, shows_foreign_bytes_with_nothing_that_misleads) {
 }
 
 TEST(Text, sorts_names_of_either_case_together) {
+    const auto key = [](const std::string& name) {
+        std::string made;
+        append_name_sort_key(name.c_str(), made);
+        return made;
+    };
     const char* const names[] = {"alpha", "Beta", "beta 2", "beta 10", "Gamma"};
     for (std::size_t at = 1; at < std::size(names); ++at)
-        EXPECT_LT(std::string(name_sort_key(names[at - 1]).get()), name_sort_key(names[at]).get());
+        EXPECT_LT(key(names[at - 1]), key(names[at]));
+    // Any name's key is GLib's, whether it is made the short way or not.
+    std::minstd_rand random(16);
+    for (int round = 0; round < 50000; ++round) {
+        std::string name(random() % (round % 100 == 0 ? 600 : 12), '0');
+        for (char& c : name)
+            c = random() % 3 == 0 ? "000019"[random() % 6] : static_cast<char>(random() % 127 + 1);
+        const GText folded(g_utf8_casefold(name.c_str(), -1));
+        ASSERT_EQ(key(name), GText(g_utf8_collate_key_for_filename(folded.get(), -1)).get()) << name;
+    }
 }
 
 TEST(Text, resolves_paths_onto_the_prefix) {
