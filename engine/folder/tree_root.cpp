@@ -66,11 +66,9 @@ TreeRoot TreeRoot::another() const {
 int TreeRoot::open_step(int base, const std::string& path, int flags) const {
     if (reach_ == Reach::kWholeMachine)
         return ::openat(base, path.c_str(), flags);
-    static const bool has_openat2 = [] {
-        const FileDescriptor probe(open_beneath(AT_FDCWD, ".", O_PATH | O_CLOEXEC));
-        return probe || (errno != ENOSYS && errno != EPERM);
-    }();
-    return has_openat2 ? open_beneath(base, path.c_str(), flags) : open_without_links(base, path, flags);
+    const int fd = open_beneath(base, path.c_str(), flags);
+    // Old kernels do not know the call, some sandboxes forbid it.
+    return fd < 0 && (errno == ENOSYS || errno == EPERM) ? open_without_links(base, path, flags) : fd;
 }
 
 int TreeRoot::open_from(int base, std::string remaining, int flags, FileDescriptor& opened) const {

@@ -7,7 +7,6 @@
 
 #include <cstdio>
 #include <ctime>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -17,15 +16,12 @@
 #include "base/ownership.h"
 
 constinit Log theLog;
-// Only the pages that a line fills are ever used.
-char g_log_message[kLogMessageSize];
+relay_hub::EventLog relay_hub::event_log;
 
 namespace {
 
 // They hold every name that the user sees.
 constexpr mode_t kLogMode = 0600;
-
-std::mutex g_log_message_mutex;
 
 // O_NONBLOCK keeps a FIFO that stands at the path from holding up the open; regular files ignore it.
 relay_hub::FileDescriptor open_log(const char* path, int flags) {
@@ -119,7 +115,7 @@ int write_log(const char* path, const char* message) {
 namespace relay_hub {
 
 void log_event(const char* format, ...) {
-    const std::lock_guard lock(g_log_message_mutex);
+    const std::lock_guard lock(event_log.mutex);
     va_list args;
     va_start(args, format);
     // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the checker does not see va_start

@@ -5,6 +5,7 @@
 #include <cstdarg>
 #include <cstddef>
 #include <initializer_list>
+#include <mutex>
 #include <string_view>
 
 class Log {
@@ -35,9 +36,20 @@ class Log {
     std::atomic<int> m_nFile = -1;
 };
 
-// Where callers compose an event-log line, under a private mutex (log_event).
 inline constexpr std::size_t kLogMessageSize = 4194304;
-extern char g_log_message[kLogMessageSize];
+
+namespace relay_hub {
+
+// Where log_event composes its line. Only the pages that a line fills are ever used.
+struct EventLog {
+    std::mutex mutex;
+    char message[kLogMessageSize];  // guarded by mutex
+};
+extern EventLog event_log;
+
+}  // namespace relay_hub
+
+inline constexpr auto& g_log_message = relay_hub::event_log.message;
 
 // The trace of the pipes. Silent until main opens kPipeTracePath: a second start, which ends at once, and the
 // engine, which shares this room, must leave the trace of the running window alone.

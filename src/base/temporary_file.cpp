@@ -126,7 +126,7 @@ TemporaryFile TemporaryFile::create(int folder) {
 }
 
 TemporaryFile TemporaryFile::create_nameless(int folder) {
-    static const bool can_be_named_later = access("/proc/self/fd", X_OK) == 0;
+    const bool can_be_named_later = access("/proc/self/fd", X_OK) == 0;
     if (can_be_named_later) {
         FileDescriptor fd(openat(folder, ".", O_RDWR | O_TMPFILE | O_CLOEXEC, S_IRUSR | S_IWUSR));
         if (fd)

@@ -1,7 +1,6 @@
 #include "link_engine/engine_callbacks.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -22,13 +21,6 @@ namespace relay_hub {
 namespace {
 
 constexpr unsigned int kMarkerSize = 6;
-
-struct CallbackService {
-    std::atomic<void (*)()> remote_offline = nullptr;
-    std::atomic<std::chrono::steady_clock::time_point> last_activity{};
-    bool asking = false;  // window's thread
-};
-CallbackService service;
 
 // On standard error, and in the event log.
 void trace(const char* prefix, const std::string& text) {
@@ -114,7 +106,7 @@ std::string remote_is_offline(const std::string& text, CZEVXML&) {
     std::printf("==%s==\n", text.c_str());
     log_event("NP_VAL_CMD_REMOTE_IS_OFFLINE Receive:[ %s ]", text.c_str());
     set_offline_interrupt(1);
-    if (void (*const remote_offline)() = service.remote_offline)
+    if (void (*const remote_offline)() = shared_transfer.remote_offline)
         remote_offline();
     return single_field(wire::kResult, wire::kSuccess);
 }
@@ -160,7 +152,7 @@ float percentage(double value) {
 }
 
 void note_activity() {
-    service.last_activity = std::chrono::steady_clock::now();
+    shared_transfer.last_activity = std::chrono::steady_clock::now();
 }
 
 // The same file may have another size and time when it is asked about again.
@@ -211,15 +203,15 @@ void ask_user(__send_args& args) {
 }  // namespace
 
 void set_remote_offline_handler(void (*handler)()) {
-    service.remote_offline = handler;
+    shared_transfer.remote_offline = handler;
 }
 
 bool confirmation_being_asked() {
-    return service.asking;
+    return shared_transfer.asking;
 }
 
 std::chrono::steady_clock::time_point last_engine_activity() {
-    return service.last_activity;
+    return shared_transfer.last_activity;
 }
 
 }  // namespace relay_hub
@@ -254,14 +246,14 @@ int ProgressStatusUpdate(CZEVXML* document) {
 }
 
 void link_engine_confirm(__send_args* args) {
-    if (relay_hub::service.asking)
+    if (relay_hub::shared_transfer.asking)
         return;
     if (!args) {
         SetConfirmValue(kConfirmNone);
     } else if (GetInformationRequest() == kConfirmationWanted) {
-        relay_hub::service.asking = true;
+        relay_hub::shared_transfer.asking = true;
         relay_hub::ask_user(*args);
-        relay_hub::service.asking = false;
+        relay_hub::shared_transfer.asking = false;
     }
     SetInformationRequest(kNoRequest);
 }

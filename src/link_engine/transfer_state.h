@@ -2,6 +2,7 @@
 // The shared transfer state: what the engine's call-backs tell the window, and what the user answers.
 // Every accessor locks a private mutex and may be called on any thread; texts are returned as copies.
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
@@ -60,6 +61,9 @@ struct SharedTransfer {
     bool refuses_all_that_follow = false;  // guarded by mutex
     std::atomic<int> change_flag = 0;
     std::atomic<int> offline_interrupt = 0;
+    std::atomic<void (*)()> remote_offline = nullptr;
+    std::atomic<std::chrono::steady_clock::time_point> last_activity{};
+    bool asking = false;  // window's thread
 };
 extern SharedTransfer shared_transfer;
 

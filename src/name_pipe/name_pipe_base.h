@@ -5,7 +5,10 @@
 // listener thread that serves the engine's call-backs. Sends may be made on any thread but the window's:
 // they wait. One mutex spans each send on a base path, so two sends never share a FIFO. A send watches the
 // StopToken bound to its thread (stop_token.h) in all its waits, the one for that mutex included.
+#include <pthread.h>
+
 #include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <mutex>
 #include <string>
@@ -30,12 +33,24 @@ using service_provider_t = unsigned int (*)(char* body, unsigned int length, cha
 
 namespace relay_hub {
 
+struct ListenerThread {
+    std::mutex mutex;
+    std::condition_variable ended;
+    // Under mutex.
+    pthread_t thread{};
+    bool joinable = false;
+    bool running = false;
+    bool exit_asked = false;
+    std::string base;
+};
+
 // What the one listener of the process serves with; its members are known by the class's names below.
 struct ListenerState {
     std::atomic<std::uint32_t> input_size = 8192;   // bytes; kept only
     std::atomic<std::uint32_t> output_size = 8192;  // bytes; the length of a call-back answer
     std::atomic<std::uint32_t> answer_size = 0;     // what the service provider returned
     std::atomic<bool> ends_after_round = false;
+    std::atomic<bool> goes_on = false;
     // What the service provider answered: output_size + 1 bytes, so that a text in it always ends. Listener
     // thread only while one runs.
     ZeroedMemory answer;
@@ -44,6 +59,7 @@ struct ListenerState {
     std::string name = "/tmp/ZEV_Korvale";  // guarded by name_mutex: set it with SetupParam
     std::atomic<service_provider_t> provider = nullptr;
     std::atomic<void (*)()> ended_by_command = nullptr;
+    ListenerThread thread;
 };
 extern ListenerState listener_state;
 

@@ -1,10 +1,7 @@
 #include "name_pipe/name_pipe_listener.h"
 
-#include <pthread.h>
-
 #include <algorithm>
 #include <chrono>
-#include <condition_variable>
 #include <exception>
 #include <mutex>
 
@@ -23,18 +20,7 @@ constexpr milliseconds kExitLimit{1000};
 constexpr milliseconds kExitTry{50};
 constexpr milliseconds kExitPause{100};
 
-struct Listener {
-    std::mutex mutex;
-    std::condition_variable ended;
-    // Under mutex.
-    pthread_t thread{};
-    bool joinable = false;
-    bool running = false;
-    bool exit_asked = false;
-    std::string base;
-};
-
-Listener the_listener;
+constexpr relay_hub::ListenerThread& the_listener = relay_hub::listener_state.thread;
 
 void join_ended_listener() {
     if (the_listener.joinable)

@@ -11,11 +11,8 @@
 #include "base/diagnostics.h"
 #include "base/fifo.h"
 #include "name_pipe/call_back_round.h"
-#include "name_pipe/name_pipe_base.h"
 #include "name_pipe/pipe_data.h"
 #include "name_pipe/taken_place.h"
-
-constinit std::atomic<bool> bThreadContinue = false;
 
 namespace {
 

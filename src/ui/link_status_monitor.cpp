@@ -1,14 +1,11 @@
 #include "ui/link_status_monitor.h"
 
-#include <chrono>
 #include <cstdio>
-#include <memory>
 
 #include "base/log.h"
 #include "base/non_copyable.h"
 #include "base/translated_text.h"
 #include "base/wait.h"
-#include "base/worker.h"
 #include "link_engine/request_builders.h"
 #include "link_engine/transfer_state.h"
 #include "name_pipe/name_pipe_base.h"
@@ -20,7 +17,7 @@
 #include "window/ui_sets.h"
 #include "window/window_thread.h"
 
-constinit relay_hub::LinkMonitorState relay_hub::link_monitor_state;
+relay_hub::LinkMonitorState relay_hub::link_monitor_state;
 
 namespace {
 
@@ -40,21 +37,8 @@ constexpr int kReachedBefore = 10;
 constexpr int kGiveUpWaiting = 2;
 constexpr milliseconds kStopLimit(500);
 
-// What the monitor's threads share. Every poll has a number, so that a late answer to an old one is dropped.
-struct Monitor {
-    relay_hub::Worker probe;
-    steady_clock::time_point probe_started;
-    unsigned int poll = 0;
-    relay_hub::StopToken listener_waits;  // bound while set_line_status runs
-};
-
-std::unique_ptr<Monitor>& monitor_owner() {
-    static auto* owner = new std::unique_ptr<Monitor>(std::make_unique<Monitor>());
-    return *owner;
-}
-
-Monitor& monitor() {
-    return *monitor_owner();
+relay_hub::MonitorThreads& monitor() {
+    return *relay_hub::link_monitor_state.threads;
 }
 
 void remove_timer() {
@@ -95,7 +79,7 @@ void probe(unsigned int poll) {
 }
 
 void start_probe() {
-    Monitor& own = monitor();
+    relay_hub::MonitorThreads& own = monitor();
     own.probe_started = steady_clock::now();
     own.probe.start("a probe of the engine", [poll = own.poll] { probe(poll); });
 }
@@ -117,7 +101,7 @@ void tick() {
     std::puts("waiting_linkengine");
     (void)write_log(kEventLogPath, "waiting_linkengine");
     show_disconnection();
-    Monitor& own = monitor();
+    relay_hub::MonitorThreads& own = monitor();
     if (own.probe.running()) {
         if (steady_clock::now() - own.probe_started > kProbeLimit)
             own.probe.stop();
@@ -240,7 +224,7 @@ bool stop_link_monitor() {
 
 void reset_link_monitor() {
     stop_link_monitor();
-    monitor_owner() = std::make_unique<Monitor>();
+    link_monitor_state.threads = std::make_unique<MonitorThreads>();
     if (g_waiting_status.dialog != nullptr)
         gtk_widget_destroy(g_waiting_status.dialog);
     init_wait_status();

@@ -5,6 +5,11 @@
 #include <gtk/gtk.h>
 
 #include <atomic>
+#include <chrono>
+#include <memory>
+
+#include "base/stop_token.h"
+#include "base/worker.h"
 
 struct wait_status {
     guint timer_id = 0;    // the poll's source; 0 for none
@@ -18,10 +23,19 @@ struct wait_status {
 
 namespace relay_hub {
 
+// What the monitor's threads share. Every poll has a number, so that a late answer to an old one is dropped.
+struct MonitorThreads {
+    Worker probe;
+    std::chrono::steady_clock::time_point probe_started;
+    unsigned int poll = 0;
+    StopToken listener_waits;  // bound while set_line_status runs
+};
+
 struct LinkMonitorState {
     wait_status waiting;
     std::atomic<int> failed_attempts = 0;  // to reach the engine; 10 after a success
     int timer_running = 0;                 // nobody sets it
+    std::unique_ptr<MonitorThreads> threads = std::make_unique<MonitorThreads>();
 };
 extern LinkMonitorState link_monitor_state;
 

@@ -63,7 +63,7 @@ int main(int argc, char** argv) {
         (void)std::remove(kEventLogPath);
     bring_up_toolkit(&argc, &argv);
     relay_hub::remember_window_thread();
-    relay_hub::install_window_services();
+    const auto listing_watcher = relay_hub::install_window_services();
     show_window();
     CNamePipeBase::SetupParam(kNotifyPipe, kPipeBufferSize, kPipeBufferSize);
     if (!listener.ListenForService())

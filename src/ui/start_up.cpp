@@ -6,7 +6,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <memory>
 #include <string>
 
 #include "base/diagnostics.h"
@@ -15,7 +14,6 @@
 #include "base/translated_text.h"
 #include "link_engine/engine_callbacks.h"
 #include "name_pipe/name_pipe_base.h"
-#include "tree_view_op/listing_turns.h"
 #include "ui/link_status_monitor.h"
 #include "util/user_questions.h"
 #include "window/closing.h"
@@ -123,8 +121,7 @@ void tell_already_running(int* argc, char*** argv) {
         show_message_dialog(nullptr, text.c_str(), nullptr);
 }
 
-void install_window_services() {
-    static BusyListings busy_listings;
+std::unique_ptr<ListingWatcher> install_window_services() {
     // The allocator puts what a long list frees together at once. Put off, that was one pause of 45 to 60 ms
     // after a list of 40,000 rows.
     (void)::mallopt(M_MXFAST, 0);
@@ -132,7 +129,9 @@ void install_window_services() {
     set_remote_offline_handler(set_line_status);
     CNamePipeBase::SetServiceProvider(ServiceProvider);
     CNamePipeBase::SetListenerEndedByCommand(start_listener_again);
-    set_listing_watcher(&busy_listings);
+    auto busy_listings = std::make_unique<BusyListings>();
+    set_listing_watcher(busy_listings.get());
+    return busy_listings;
 }
 
 void shut_down(CNamePipeBase& listener) {

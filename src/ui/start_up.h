@@ -1,9 +1,11 @@
 #pragma once
 // What main does besides the window: the working directory, the lock against a second start, the order of
 // the end. Window's thread.
+#include <memory>
 #include <optional>
 
 #include "base/instance_lock.h"
+#include "tree_view_op/listing_turns.h"
 
 class CNamePipeBase;
 
@@ -29,8 +31,9 @@ bool may_run(const InstanceLock& lock);
 // Says on standard error, and in a box where there is a display, that the program runs already.
 void tell_already_running(int* argc, char*** argv);
 
-// Connects the rooms beneath with the window: questions, call-backs, long listings.
-void install_window_services();
+// Connects the rooms beneath with the window: questions, call-backs, and long listings, whose watcher must
+// live as long as the window.
+std::unique_ptr<ListingWatcher> install_window_services();
 
 // After the main loop: ends hand-overs, monitor and listener. Where a thread cannot be ended, ends the
 // process with status 0.

@@ -14,12 +14,14 @@ namespace {
 
 constexpr std::chrono::milliseconds kOrderlyEnd(1500);
 
-std::atomic<Closing*> current = nullptr;
-Closing of_the_program;
+struct {
+    std::atomic<Closing*> current = nullptr;
+    Closing of_the_program;
+} closings;
 
 }  // namespace
 
-Closing::Closing() : outer_(current.exchange(this)) {
+Closing::Closing() : outer_(closings.current.exchange(this)) {
     allow_requests(true);
     accept_confirmations_again();
 }
@@ -27,7 +29,7 @@ Closing::Closing() : outer_(current.exchange(this)) {
 Closing::~Closing() {
     watchdog_.stop();
     watchdog_.join();
-    current = outer_;
+    closings.current = outer_;
 }
 
 // By way of the main loop: the handler that held the last work may still have widgets in its hands.
@@ -52,11 +54,11 @@ void Closing::end_open_dialogs() const {
 }
 
 bool window_is_closing() {
-    return current.load()->begun_;
+    return closings.current.load()->begun_;
 }
 
 void close_window() {
-    Closing& closing = *current.load();
+    Closing& closing = *closings.current.load();
     if (closing.begun_.exchange(true))
         return;
     closing.watchdog_.start("the closing watchdog", [] {
@@ -72,16 +74,16 @@ void close_window() {
 }
 
 WindowWork::WindowWork() {
-    ++current.load()->works_;
+    ++closings.current.load()->works_;
 }
 
 WindowWork::~WindowWork() {
-    --current.load()->works_;
-    current.load()->destroy_window_when_unwound();
+    --closings.current.load()->works_;
+    closings.current.load()->destroy_window_when_unwound();
 }
 
 int run_dialog(GtkDialog* dialog) {
-    Closing& closing = *current.load();
+    Closing& closing = *closings.current.load();
     if (closing.begun_)
         return GTK_RESPONSE_DELETE_EVENT;
     const GObjectPtr<GtkDialog> held(static_cast<GtkDialog*>(g_object_ref(dialog)));
@@ -93,14 +95,14 @@ int run_dialog(GtkDialog* dialog) {
 }
 
 void set_running_job(__task_list* job) {
-    Closing& closing = *current.load();
+    Closing& closing = *closings.current.load();
     closing.running_job_ = job;
     if (job != nullptr && closing.begun_)
         cancel_atomic(&job->state);
 }
 
 bool window_is_busy() {
-    return current.load()->works_ > 0;
+    return closings.current.load()->works_ > 0;
 }
 
 }  // namespace relay_hub

@@ -10,6 +10,10 @@ struct Loops {
     volatile int stopped = 0;         // 1 once stop_loop was called
     dialog_info* dialog = nullptr;    // what do_something animated last; borrowed
     const dialog_job* job = nullptr;  // its job; borrowed
+    dialog_info info;                 // of the one progress dialog
+    // Run every 300 ms while the dialog is shown, with its dialog_info; null for the default pulse.
+    GSourceFunc update = nullptr;
+    guint update_source = 0;
 };
 extern Loops loops;
 
@@ -18,6 +22,7 @@ extern Loops loops;
 inline constexpr volatile int& atomic_flag = relay_hub::loops.stopped;
 inline constexpr dialog_info*& dialog_ptr = relay_hub::loops.dialog;
 inline constexpr const dialog_job*& tasks_ptr = relay_hub::loops.job;
+inline constexpr GSourceFunc& g_pUpdateFun = relay_hub::loops.update;
 
 // The callbacks are installed so that they run with the GDK lock held.
 unsigned int new_idle_loop(GSourceFunc function, gpointer data);

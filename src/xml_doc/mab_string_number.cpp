@@ -10,15 +10,16 @@
 using relay_hub::print_number;
 using relay_hub::read_number;
 
-const CMabString CMabString::m_csNAN("NaN");
-const CMabString CMabString::m_csNINF("-Inf");
-const CMabString CMabString::m_csPINF("+Inf");
-
 namespace {
 
 constexpr int kReadBytes = 32;
+const CMabString kNoNumbers[] = {"NaN", "-Inf", "+Inf"};
 
 }  // namespace
+
+constinit const CMabString& CMabString::m_csNAN = kNoNumbers[0];
+constinit const CMabString& CMabString::m_csNINF = kNoNumbers[1];
+constinit const CMabString& CMabString::m_csPINF = kNoNumbers[2];
 
 long CMabString::GetLong() const {
     return strtol(Left(kReadBytes).c_str(), nullptr, 10);

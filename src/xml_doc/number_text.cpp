@@ -11,9 +11,9 @@
 namespace relay_hub {
 namespace {
 
+// The C library's own object: nothing to free.
 locale_t classic_locale() {
-    static const locale_t classic = newlocale(LC_ALL_MASK, "C", nullptr);
-    return classic;
+    return newlocale(LC_ALL_MASK, "C", nullptr);
 }
 
 class ClassicLocale : NonCopyable {

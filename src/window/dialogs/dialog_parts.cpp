@@ -12,6 +12,9 @@
 #include "window/ui_sets.h"
 
 namespace relay_hub {
+
+NamePromptState name_prompts;
+
 namespace {
 
 constexpr int kRowPadding = 5;

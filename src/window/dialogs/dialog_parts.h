@@ -39,4 +39,15 @@ bool run_name_prompt(NamePrompt& prompt);
 // Closes and frees a prompt; null does nothing.
 void destroy_name_prompt(NamePrompt* prompt);
 
+// What the prompts know and what they were given, kept between the steps that a caller takes.
+struct NamePromptState {
+    std::string folder_name;  // of the new folder
+    std::string old_name;     // of what is being renamed, as the next ones are
+    std::string new_name;
+    std::string base_path;
+    int side = 0;                    // not 0 for the remote pane
+    GtkWidget* tree_view = nullptr;  // the pane's list
+};
+extern NamePromptState name_prompts;
+
 }  // namespace relay_hub

@@ -8,16 +8,14 @@
 #include "window/dialogs/dialog_parts.h"
 #include "window/loops.h"
 
-constinit relay_hub::ProgressDialogState relay_hub::progress_dialog_state;
-
 namespace {
 
 constexpr guint kUpdateInterval = 300;
 constexpr int kRowPadding = 5;
 constexpr int kKindWithoutCancel = 5;
 
-constexpr dialog_info& the_dialog = relay_hub::progress_dialog_state.info;
-constexpr guint& update_source = relay_hub::progress_dialog_state.update_source;
+constexpr dialog_info& the_dialog = relay_hub::loops.info;
+constexpr guint& update_source = relay_hub::loops.update_source;
 
 // A loop that was stopped a moment ago would be revived by the next one's start.
 void remove_last_loop() {

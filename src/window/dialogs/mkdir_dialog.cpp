@@ -12,7 +12,7 @@ using relay_hub::translated;
 
 namespace {
 
-std::string g_folder_name;
+constexpr std::string& g_folder_name = relay_hub::name_prompts.folder_name;
 
 void refuse(const _mkdir_dialog& record, const std::string& reason) {
     relay_hub::show_error_box(record.dialog, GTK_BUTTONS_OK, reason);

@@ -16,20 +16,11 @@ using relay_hub::translated;
 
 namespace {
 
-// What is being renamed.
-struct Renaming {
-    std::string old_name;
-    std::string new_name;
-    std::string base_path;
-    int side = 0;                    // not 0 for the remote pane
-    GtkWidget* tree_view = nullptr;  // the pane's list
-};
-Renaming renaming;
-constexpr std::string& old_name = renaming.old_name;
-constexpr std::string& new_name = renaming.new_name;
-constexpr std::string& base_path = renaming.base_path;
-constexpr int& g_iside = renaming.side;
-constexpr GtkWidget*& g_treeview = renaming.tree_view;
+constexpr std::string& old_name = relay_hub::name_prompts.old_name;
+constexpr std::string& new_name = relay_hub::name_prompts.new_name;
+constexpr std::string& base_path = relay_hub::name_prompts.base_path;
+constexpr int& g_iside = relay_hub::name_prompts.side;
+constexpr GtkWidget*& g_treeview = relay_hub::name_prompts.tree_view;
 
 // The bytes that the entry stands for: the old name's own as long as its text was not changed.
 std::string entered_name(const _rename_dialog& record) {
