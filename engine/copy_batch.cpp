@@ -99,7 +99,10 @@ CopyBatch::CopyBatch(CopySide source, CopySide target,
       content_(progress_),
       pending_(target_.files,
                {[this](const std::string& path, const Error& error) { fail(path, error); },
-                [this](const std::string& folder, const Error& error) { fail_folder(folder, error); }}),
+                [this](const std::string& folder, const Error& error) { fail_folder(folder, error); },
+                [this](const std::string& path, const Error& error) {
+                    lost_attributes_.add(target_.show(path), reason_text(error));
+                }}),
       measured_(source_.files) {}
 
 CopyBatch::~CopyBatch() = default;

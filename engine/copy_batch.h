@@ -56,6 +56,8 @@ class CopyBatch : NonCopyable {
 
     [[nodiscard]] bool anything_done() const { return pending_.anything_done(); }
     [[nodiscard]] const FailureList& failures() const { return failures_; }
+    // What was copied without its mode or times.
+    [[nodiscard]] const FailureList& lost_attributes() const { return lost_attributes_; }
     // The target of a question that nobody answered: there the copy ended. Empty for none.
     [[nodiscard]] const std::string& unanswered() const { return unanswered_; }
     // Of a move: for each item whether all of it is at the target now, as it still is at the source.
@@ -102,6 +104,7 @@ class CopyBatch : NonCopyable {
     std::function<bool(const std::string&)> may_travel_;
     FrontEnd& front_end_;
     FailureList failures_;
+    FailureList lost_attributes_;
     CopyProgress progress_;
     FileContent content_;
     PendingWrites pending_;

@@ -40,8 +40,8 @@ std::string FailureList::lines() const {
     return lines;
 }
 
-std::string FailureList::summary() const {
-    return fill_translated("IDS_MSG_ITEMS_FAILED", {std::to_string(count_), lines()});
+std::string FailureList::summary(const char* id) const {
+    return empty() ? std::string() : fill_translated(id, {std::to_string(count_), lines()});
 }
 
 std::string reason_text(const Error& error) {

@@ -23,8 +23,8 @@ class FailureList {
     [[nodiscard]] const std::vector<Failure>& kept() const { return kept_; }
     // The first names with their reasons, a line each.
     [[nodiscard]] std::string lines() const;
-    // How many, and those lines.
-    [[nodiscard]] std::string summary() const;
+    // How many, and those lines, in the text of that id; empty for none.
+    [[nodiscard]] std::string summary(const char* id) const;
 
   private:
     std::size_t count_ = 0;

@@ -74,12 +74,14 @@ void PendingWrites::commit(bool all) {
     files_.erase(files_.begin(), end);
     for (std::size_t i = 0; i < results.size(); ++i) {
         waiting_bytes_ -= done[i].size;
-        if (results[i]) {
+        if (results[i] && !results[i].attributes_only) {
             add_missing(done[i].target_folder, results[i]);
             failed_.file(done[i].source, results[i]);
-        } else {
-            add_touched(done[i].target_folder);
+            continue;
         }
+        if (results[i])
+            failed_.attributes(join_path(done[i].target_folder, base_name(done[i].source)), results[i]);
+        add_touched(done[i].target_folder);
     }
 }
 
@@ -96,7 +98,7 @@ void PendingWrites::complete_folders() {
     const std::vector<Error> results = target_.set_attributes(complete);
     for (std::size_t i = 0; i < results.size(); ++i) {
         if (results[i])
-            failed_.folder(complete[i].path, results[i]);
+            (results[i].attributes_only ? failed_.attributes : failed_.folder)(complete[i].path, results[i]);
     }
 }
 

@@ -33,6 +33,7 @@ struct Error {
 
     int number = 0;    // an errno value, 0 for success
     std::string text;  // in the user's language, without a full stop; empty: the number says it all
+    bool attributes_only = false;  // the content is there; mode or times were refused
 };
 
 enum class EntryKind { kFile, kFolder, kLink, kSpecial };
@@ -157,7 +158,8 @@ class RemoteFileSystem : NonCopyable {
     virtual Error open_sink(const std::string& path, const Entry& entry, bool replace,
                             std::unique_ptr<FileSink>& sink) = 0;
     // Puts the content of the sinks on the disk and then under their final names, and returns one result for
-    // each that leaves the list, from the first one on. Without all a tree may leave some of the last ones.
+    // each that leaves the list, from the first one on; attributes_only for one that has its name. Without
+    // all a tree may leave some of the last ones.
     virtual std::vector<Error> commit(std::vector<std::unique_ptr<FileSink>>& sinks, bool all) = 0;
     // Returns when the names that were committed to and made in these folders are on the disk.
     virtual Error settle(const std::vector<std::string>& folders) = 0;

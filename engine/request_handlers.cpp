@@ -251,7 +251,7 @@ std::string RequestHandlers::move_to_trash(CZEVXML& request) {
         else if (const Error error = remote_->move_to_trash(known_path(*path)); error)
             failures.add(text, reason_text(error));
     }
-    return failures.empty() ? success_text() : failure_text(failures.summary());
+    return failures.empty() ? success_text() : failure_text(failures.summary("IDS_MSG_ITEMS_FAILED"));
 }
 
 std::string RequestHandlers::create_folder(CZEVXML& request) {
@@ -313,18 +313,23 @@ std::string RequestHandlers::run_copy(CZEVXML& request, CopyBatch& batch,
 
 std::optional<std::string> RequestHandlers::failure_of_copy(const CopyBatch& batch) {
     const FailureList& failures = batch.failures();
+    const FailureList& losses = batch.lost_attributes();
     for (const Failure& failure : failures.kept())
         report(RELAY_HUB_HERE, "not copied:", in_one_line(failure.item + ": " + failure.reason));
+    for (const Failure& loss : losses.kept())
+        report(RELAY_HUB_HERE,
+               "copied without its mode or times:", in_one_line(loss.item + ": " + loss.reason));
     if (!remote_online_)
         return translated("IDS_COPY_WENT_OFFLINE");
     if (!batch.unanswered().empty())
         return fill_translated("IDS_COPY_UNANSWERED",
                                {in_one_line(batch.unanswered(), kLongestShownPath),
                                 std::to_string(batch.left()), std::to_string(batch.total())});
-    if (failures.empty())
+    if (failures.empty() && losses.empty())
         return std::nullopt;
     // Where something was done the answer is a success, and only the box reports the failures.
-    std::string summary = failures.summary();
+    std::string summary = failures.summary("IDS_MSG_ITEMS_FAILED");
+    summary += (failures.empty() || losses.empty() ? "" : "\n\n") + losses.summary("IDS_MSG_ATTRIBUTES_LOST");
     if (batch.anything_done() && front_end_.message(summary))
         return std::nullopt;
     return summary;

@@ -255,7 +255,7 @@ std::vector<Error> FolderFileSystem::commit(std::vector<std::unique_ptr<FileSink
         int error = interrupted_ ? ECANCELED : 0;
         if (error == 0 && !flushed)
             error = sink->sync();
-        results.emplace_back(error != 0 ? error : sink->publish());
+        results.push_back(error != 0 ? error : sink->publish());
     }
     sinks.clear();
     return results;
@@ -301,7 +301,7 @@ std::vector<Error> FolderFileSystem::set_attributes(std::span<const FolderAttrib
     for (const auto& [path, entry] : folders) {
         FileDescriptor opened;
         const int error = tree_.open(path, O_RDONLY | O_NONBLOCK | O_NOFOLLOW, opened);
-        results.emplace_back(error != 0 ? error : apply_attributes(opened.get(), entry));
+        results.push_back(error != 0 ? error : apply_attributes(opened.get(), entry));
     }
     return results;
 }

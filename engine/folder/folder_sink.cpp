@@ -10,9 +10,12 @@
 
 namespace relay_hub::engine {
 
-int apply_attributes(int fd, const Entry& entry) {
-    const int error = entry.has_mode ? apply_mode(fd, entry.mode, entry.owner) : 0;
-    return error != 0 || !entry.has_times ? error : apply_times(fd, entry.accessed, entry.modified);
+Error apply_attributes(int fd, const Entry& entry) {
+    const int of_mode = entry.has_mode ? apply_mode(fd, entry.mode, entry.owner) : 0;
+    const int of_times = entry.has_times ? apply_times(fd, entry.accessed, entry.modified) : 0;
+    Error error = of_mode != 0 && (of_times == 0 || is_refusal(of_times)) ? of_mode : of_times;
+    error.attributes_only = is_refusal(error.number);
+    return error;
 }
 
 FolderSink::FolderSink(SharedFolder folder, std::string name, const Entry& entry, bool replace)
@@ -36,7 +39,8 @@ Error FolderSink::finish(const FileSource& source) {
     if (entry_.has_mode && source.descriptor() >= 0)
         entry_.mode =
             copy_extended_attributes(source.descriptor(), entry_.mode, file_.fd(), TargetAge::fresh);
-    return apply_attributes(file_.fd(), entry_);
+    refused_ = apply_attributes(file_.fd(), entry_);
+    return refused_.attributes_only ? Error() : refused_;
 }
 
 int FolderSink::sync() {
@@ -47,9 +51,11 @@ int FolderSink::sync_file_system() {
     return syncfs(file_.fd()) == 0 ? 0 : errno;
 }
 
-int FolderSink::publish() {
-    const int error = replace_ ? file_.replace(name_) : file_.take_free_name(name_);
-    return error != 0 ? error : file_.close();
+Error FolderSink::publish() {
+    int error = replace_ ? file_.replace(name_) : file_.take_free_name(name_);
+    if (error == 0)
+        error = file_.close();
+    return error != 0 ? Error(error) : refused_;
 }
 
 }  // namespace relay_hub::engine

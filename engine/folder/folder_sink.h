@@ -25,7 +25,7 @@ class FolderSink : public FileSink {
     // Content of every file of the file system to the disk.
     int sync_file_system();
     // The final name, and the descriptor closed. Only after a sync.
-    int publish();
+    Error publish();
 
   private:
     SharedFolder folder_;
@@ -33,9 +33,10 @@ class FolderSink : public FileSink {
     Entry entry_;
     bool replace_;
     TemporaryFile file_;
+    Error refused_;  // of mode and times
 };
 
 // Mode and times of entry on an open file or folder.
-int apply_attributes(int fd, const Entry& entry);
+Error apply_attributes(int fd, const Entry& entry);
 
 }  // namespace relay_hub::engine

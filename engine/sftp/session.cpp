@@ -89,6 +89,13 @@ Error Session::take_status(PendingReply& reply) {
     return take(reply, answer, PacketType::kStatus);
 }
 
+Error Session::take_setting(PendingReply& reply) {
+    Error error = take_status(reply);
+    error.attributes_only =
+        error && error.number != ENOTCONN && error.number != ECANCELED && error.number != ENOENT;
+    return error;
+}
+
 Error Session::take_handle(PendingReply& reply, std::string& handle) {
     Reply answer;
     if (Error error = take(reply, answer, PacketType::kHandle); error)

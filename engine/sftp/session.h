@@ -57,6 +57,8 @@ class Session {
     PendingReply send_rename(const std::string& from, const std::string& to, bool replace);
 
     Error take_status(PendingReply& reply);
+    // Of modes and times that were to be set: a refusal concerns them only.
+    Error take_setting(PendingReply& reply);
     Error take_handle(PendingReply& reply, std::string& handle);
     // ENODATA at the end.
     Error take_data(PendingReply& reply, std::string& fields, std::string_view& data);

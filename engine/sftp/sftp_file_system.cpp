@@ -367,8 +367,8 @@ std::vector<Error> SftpFileSystem::set_attributes(std::span<const FolderAttribut
     results.reserve(folders.size());
     std::deque<std::array<PendingReply, 2>> settings;
     const auto take_oldest = [&] {
-        const Error of_times = session->take_status(settings.front()[0]);
-        const Error of_rights = session->take_status(settings.front()[1]);
+        const Error of_times = session->take_setting(settings.front()[0]);
+        const Error of_rights = session->take_setting(settings.front()[1]);
         results.push_back(of_times ? of_times : of_rights);
         settings.pop_front();
     };

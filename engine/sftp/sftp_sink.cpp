@@ -101,9 +101,12 @@ void SftpSink::wait_for_oldest() {
     Step step = std::move(steps_.front());
     steps_.pop_front();
     in_flight_ -= step.bytes;
-    const Error error = session_->take_status(step.reply);
+    const Error error =
+        step.is_setting ? session_->take_setting(step.reply) : session_->take_status(step.reply);
     // Some file systems hold neither modes nor times; a copy there is whole all the same.
-    if (!step.may_be_refused || error.number == ENOTCONN || error.number == ECANCELED)
+    if (error.attributes_only)
+        refused_ = error;
+    else
         fail(error);
 }
 
@@ -171,7 +174,7 @@ Error SftpSink::result() {
     const Error error = session_->take_status(renaming_);
     if (!error) {
         exists_ = false;
-        return {};
+        return refused_;
     }
     Attributes existing;
     if (!replace_ && error.number == EREMOTEIO && !session_->lstat(path_, existing))

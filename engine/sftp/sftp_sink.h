@@ -48,7 +48,7 @@ class SftpSink : public FileSink, public PipelinedFile {
     struct Step {
         std::size_t bytes = 0;
         PendingReply reply;
-        bool may_be_refused = false;
+        bool is_setting = false;  // of mode and times
     };
 
     std::shared_ptr<Session> session_;
@@ -69,7 +69,8 @@ class SftpSink : public FileSink, public PipelinedFile {
     std::deque<Step> steps_;    // on their way
     std::size_t in_flight_ = 0;
     PendingReply renaming_;
-    Error error_;  // the first one
+    Error refused_;  // of mode and times
+    Error error_;    // the first one
 };
 
 }  // namespace relay_hub::engine::sftp

@@ -20,11 +20,6 @@ constexpr mode_t kSpecialBits = S_ISUID | S_ISGID | S_ISVTX;
 constexpr const char* kAccessList = "system.posix_acl_access";
 constexpr const char* kDefaultList = "system.posix_acl_default";
 
-// Some file systems hold neither modes nor exact times, and only some users may give a file away.
-bool is_refused(int error) {
-    return error == EPERM || error == ENOTSUP || error == ENOSYS;
-}
-
 // What get fills in. Empty when there is none, or it cannot be read.
 template <typename Get>
 std::vector<char> value_of(const Get& get) {
@@ -83,11 +78,6 @@ bool copy_list(const char* name, const std::vector<char>& list, int target, Targ
     return true;
 }
 
-// 0, or errno; a refusal is none.
-int checked(int result) {
-    return result == 0 || is_refused(errno) ? 0 : errno;
-}
-
 void take_owner(int target, const FileOwner& owner) {
     // Who may not give a file away may still give it to a group of his own.
     if (fchown(target, owner.user, owner.group) != 0)
@@ -129,12 +119,16 @@ int apply_mode(int fd, mode_t mode, const std::optional<FileOwner>& source_owner
     struct stat now {};
     const bool kept = (mode & kSpecialBits) == 0 || (source_owner && fstat(fd, &now) == 0 &&
                                                      FileOwner{now.st_uid, now.st_gid} == source_owner);
-    return checked(fchmod(fd, mode & (kept ? ALLPERMS : ACCESSPERMS)));
+    return fchmod(fd, mode & (kept ? ALLPERMS : ACCESSPERMS)) == 0 ? 0 : errno;
 }
 
 int apply_times(int fd, const timespec& accessed, const timespec& modified) {
     const timespec times[] = {accessed, modified};
-    return checked(futimens(fd, times));
+    return futimens(fd, times) == 0 ? 0 : errno;
+}
+
+bool is_refusal(int error) {
+    return error == EPERM || error == ENOTSUP || error == ENOSYS;
 }
 
 int copy_attributes(int source, const struct stat& record, int target, TargetAge age) {
@@ -142,8 +136,10 @@ int copy_attributes(int source, const struct stat& record, int target, TargetAge
     take_owner(target, owner);
     const mode_t mode =
         source < 0 ? record.st_mode : copy_extended_attributes(source, record.st_mode, target, age);
-    const int error = apply_mode(target, mode, owner);
-    return error != 0 ? error : apply_times(target, record.st_atim, record.st_mtim);
+    int error = apply_mode(target, mode, owner);
+    if (error == 0 || is_refusal(error))
+        error = apply_times(target, record.st_atim, record.st_mtim);
+    return is_refusal(error) ? 0 : error;
 }
 
 }  // namespace relay_hub

@@ -32,8 +32,10 @@ mode_t copy_extended_attributes(int source, mode_t source_mode, int target, Targ
 // the list's mask then, and the owning group itself may have less. source may be open for its path alone.
 mode_t mode_without_list(int source, mode_t mode);
 
-// 0 or errno. The special mode bits are kept only where fd has source_owner.
+// 0 or errno, a refusal among them. The special mode bits are kept only where fd has source_owner.
 int apply_mode(int fd, mode_t mode, const std::optional<FileOwner>& source_owner);
 int apply_times(int fd, const timespec& accessed, const timespec& modified);
+// Some file systems hold neither modes nor exact times, and only an owner may set them.
+bool is_refusal(int error);
 
 }  // namespace relay_hub

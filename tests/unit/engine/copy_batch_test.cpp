@@ -12,6 +12,7 @@ namespace {
 
 constexpr char kBadName[] = "bad\xff";
 int linkat_error = 0;
+int futimens_error = 0;
 
 class Copying : public EngineSandbox {
   protected:
@@ -97,6 +98,21 @@ TEST_F(Copying, WhereAFileCannotGetItsNameByALink) {
     EXPECT_EQ(content(mine_ + "/tree/new"), text);
     EXPECT_EQ(mode_of(mine_ + "/tree/new"), 0640U);
     EXPECT_EQ(record(mine_ + "/tree/new").st_mtim.tv_sec, 1'500'000'000);
+}
+
+TEST_F(Copying, WhatKeepsNoTimesIsThereAndIsNamed) {
+    make_file_of("served/tree/new", "new", {1'500'000'000, 0});
+    for (const int error : {EPERM, EIO}) {
+        futimens_error = error;
+        run({"tree"});
+        futimens_error = 0;
+        Names named;
+        for (const Failure& loss : batch_->lost_attributes().kept())
+            named.push_back(loss.item);
+        EXPECT_EQ(named, error == EPERM ? (Names{mine_ + "/tree/new", mine_ + "/tree"}) : Names{});
+        EXPECT_EQ(failed_items(), error == EPERM ? Names{} : (Names{"/tree/new", mine_ + "/tree"}));
+        EXPECT_EQ(std::filesystem::remove_all(mine_ + "/tree"), error == EPERM ? 2U : 1U);
+    }
 }
 
 TEST_F(Copying, WhatItMadeIsNotEnteredThroughAMount) {
@@ -269,6 +285,10 @@ TEST_F(Copying, NothingOntoOrIntoItself) {
 }  // namespace relay_hub::engine
 
 // In the place of the C library's.
+extern "C" int futimens(int fd, const timespec* times) noexcept {
+    errno = relay_hub::engine::futimens_error;
+    return errno != 0 ? -1 : static_cast<int>(syscall(SYS_utimensat, fd, nullptr, times, 0));
+}
 extern "C" int linkat(int from_folder, const char* from, int to_folder, const char* to, int flags) noexcept {
     errno = relay_hub::engine::linkat_error;
     return errno != 0 ? -1 : static_cast<int>(syscall(SYS_linkat, from_folder, from, to_folder, to, flags));

@@ -177,9 +177,10 @@ TEST(LyingServer, RefusesAStepOfAFile) {
         (void)sinks[0]->finish(Nothing());
         const Error error = server.files().commit(sinks, true).front();
         server.session().connection().drain(5s);
-        // Modes and times are not what a copy is kept for.
+        // Modes and times are not what a copy is kept for; that they are missing is told.
         const bool harmless = refused == PacketType::kFsetstat;
-        EXPECT_EQ(error.number, harmless ? 0 : EREMOTEIO) << static_cast<int>(refused);
+        EXPECT_EQ(error.number, EREMOTEIO) << static_cast<int>(refused);
+        EXPECT_EQ(error.attributes_only, harmless) << static_cast<int>(refused);
         EXPECT_EQ(removed, harmless ? 0 : 1) << static_cast<int>(refused);
         EXPECT_EQ(renamed, harmless || refused == PacketType::kRename ? 1 : 0) << static_cast<int>(refused);
         // The names are no safer than the folder that holds them.

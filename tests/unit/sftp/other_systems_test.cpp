@@ -83,9 +83,10 @@ class OtherSystem {
                 return said(StatusCode::kOk);
             }
             case PacketType::kFsetstat:
-                return said(StatusCode::kPermissionDenied);
+            case PacketType::kClose:
+                return said(StatusCode::kOk);
             default:
-                return said(request.type == PacketType::kClose ? StatusCode::kOk : StatusCode::kUnsupported);
+                return said(StatusCode::kUnsupported);
         }
     }
 
