@@ -55,6 +55,19 @@ std::string offered_text(GdkAtom target) {
     return text;
 }
 
+// The toolkit also knows windows of other programs.
+bool is_own_window(GdkDisplay* display, GdkNativeWindow id) {
+    GdkWindow* const window = gdk_window_lookup_for_display(display, id);
+    return window != nullptr && gdk_window_get_window_type(window) != GDK_WINDOW_FOREIGN;
+}
+
+void on_new_owner(GtkClipboard* clipboard, GdkEventOwnerChange* event, gpointer) {
+    const bool is_newer_copy =
+        event->owner != 0 && !is_own_window(gtk_clipboard_get_display(clipboard), event->owner);
+    if (is_newer_copy && g_copy_source == kCopiedRemotely)
+        relay_hub::clear_copy_source();
+}
+
 void forget_offer() {
     if (!g_pClipboardFileList.empty())
         std::printf("release memory addr. %p\n", static_cast<void*>(&g_pClipboardFileList));
@@ -162,6 +175,11 @@ Offer read_offer() {
     if (!uris.empty())
         take_uris(uris, offer);
     return offer;
+}
+
+void give_way_to_newer_copies() {
+    [[maybe_unused]] static const gulong handler =
+        g_signal_connect(desktop_clipboard(), "owner-change", G_CALLBACK(on_new_owner), nullptr);
 }
 
 void end_offer() {

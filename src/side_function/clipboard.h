@@ -28,6 +28,10 @@ Offer read_offer();
 // only, not for the data.
 bool clipboard_offers_files();
 
+// What was copied in the remote pane is not on the desktop clipboard: from the first call on it is forgotten
+// when another program puts something there.
+void give_way_to_newer_copies();
+
 // The end of every paste: nothing is copied or offered by us any more.
 void end_offer();
 

@@ -137,6 +137,7 @@ Outcome remember_entries(const Pane& pane, bool cut) {
     release_copy_to_remote_file_list();
     remember_remote_selection(pane.list(), pane.folder());
     keep_remote_copy(cut);
+    give_way_to_newer_copies();
     g_copy_source = kCopiedRemotely;
     g_p_tree_view = pane.list();
     for (const std::string& path : paths)

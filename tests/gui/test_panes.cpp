@@ -201,14 +201,12 @@ void give_text(GtkClipboard*, GtkSelectionData* selection, guint, gpointer text)
                            static_cast<int>(strlen(static_cast<char*>(text))));
 }
 
-TEST_F(Panes, FilesThatAnotherProgramCopiesLaterReplaceOurCopy) {
+TEST_F(RemotePane, FilesThatAnotherProgramCopiesLaterReplaceOurCopy) {
     const test::Sandbox folder;
     relay_hub::set_current_folder(get_UI_sets()->left_side, folder.at().c_str());
     folder.make_file("ours");
     ASSERT_EQ(left_treeview_load_file(nullptr, folder.at()), 0);
-    local_.select({1});
-    ASSERT_EQ(left_popup_menu_copy(nullptr, local_.view()), 0);
-    EXPECT_EQ(g_copy_source, kCopiedLocally);
+    show("/home", line("r", "0"));
     const test::Sandbox source;
     std::string uris = "file://" + source.make_file("theirs", "content") + "\r\n";
     // Another program: a second connection to the X server.
@@ -216,9 +214,14 @@ TEST_F(Panes, FilesThatAnotherProgramCopiesLaterReplaceOurCopy) {
     char target[] = "text/uri-list";
     const GtkTargetEntry entry{target, 0, 0};
     GtkClipboard* clipboard = gtk_clipboard_get_for_display(display, GDK_SELECTION_CLIPBOARD);
-    gtk_clipboard_set_with_data(clipboard, &entry, 1, give_text, nullptr, uris.data());
-    gdk_display_sync(display);
-    EXPECT_TRUE(run_until([] { return g_copy_source == kNothingCopied; }));
+    for (const auto& [list, copy] :
+         {std::pair(&local_, &left_popup_menu_copy), {&remote_, &right_popup_menu_copy}}) {
+        list->select({1});
+        ASSERT_EQ(copy(nullptr, list->view()), 0);
+        gtk_clipboard_set_with_data(clipboard, &entry, 1, give_text, nullptr, uris.data());
+        gdk_display_sync(display);
+        EXPECT_TRUE(run_until([] { return g_copy_source == kNothingCopied; }));
+    }
     EXPECT_EQ(left_popup_menu_paste(nullptr, nullptr), 0);
     EXPECT_EQ(test::content(folder.at("theirs")), "content");
     EXPECT_EQ(names(local_), ".. ours theirs");
