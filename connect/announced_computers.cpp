@@ -8,6 +8,7 @@
 #include <gio/gio.h>
 #include <net/if.h>
 
+#include <algorithm>
 #include <array>
 #include <map>
 #include <set>
@@ -72,7 +73,8 @@ class AnnouncementListener : public AnnouncedComputers {
   private:
     struct Service {
         Resolver resolver;
-        std::string computer;  // empty until resolved
+        std::string computer{};  // empty until resolved
+        std::string user{};      // empty where the announcement names none
     };
     struct NameLookup {
         AnnouncementListener* listener;
@@ -123,7 +125,7 @@ class AnnouncementListener : public AnnouncedComputers {
                                                      protocol, name, type, domain, AVAHI_PROTO_UNSPEC,
                                                      static_cast<AvahiLookupFlags>(0), on_resolved, self));
         if (resolver)
-            listener->services_[{interface, protocol, name, type, domain}] = {std::move(resolver), {}};
+            listener->services_[{interface, protocol, name, type, domain}] = {std::move(resolver)};
     }
 
     static void on_resolved(AvahiServiceResolver*, AvahiIfIndex interface, AvahiProtocol protocol,
@@ -134,15 +136,20 @@ class AnnouncementListener : public AnnouncedComputers {
         const auto service = listener->services_.find({interface, protocol, name, type, domain});
         if (event != AVAHI_RESOLVER_FOUND || service == listener->services_.end())
             return;
-        const bool is_new = !listener->is_known(host);
-        service->second.computer = host;
         // What is announced is not to be trusted: it goes the way of a typed address.
         SshAddress announced;
         announced.user = user_of(texts);
         announced.host = address_text(*address, interface);
         announced.port = port == kSshPort ? "" : std::to_string(port);
         const auto checked = parse_typed(announced.computer());
-        if (!is_new || !checked)
+        if (!checked)
+            return;
+        // A computer may announce itself more than once, and not name the user each time.
+        const bool is_better =
+            !listener->is_known(host) || (!announced.user.empty() && !listener->names_user(host));
+        service->second.computer = host;
+        service->second.user = announced.user;
+        if (!is_better)
             return;
         listener->watcher_.found(host, *checked);
         listener->look_up(host, *checked);
@@ -170,16 +177,21 @@ class AnnouncementListener : public AnnouncedComputers {
         // After a cancel the listener has gone.
         if (!found || g_cancellable_is_cancelled(lookup->stop.get()) != FALSE)
             return;
-        if (lookup->listener->is_known(lookup->name))
-            lookup->listener->watcher_.found(lookup->name, lookup->address);
+        const AnnouncementListener& listener = *lookup->listener;
+        const bool outdated = lookup->address.user.empty() && listener.names_user(lookup->name);
+        if (listener.is_known(lookup->name) && !outdated)
+            listener.watcher_.found(lookup->name, lookup->address);
     }
 
     [[nodiscard]] bool is_known(const std::string& computer) const {
-        for (const auto& [key, service] : services_) {
-            if (service.computer == computer)
-                return true;
-        }
-        return false;
+        return std::any_of(services_.begin(), services_.end(),
+                           [&](const auto& entry) { return entry.second.computer == computer; });
+    }
+
+    [[nodiscard]] bool names_user(const std::string& computer) const {
+        return std::any_of(services_.begin(), services_.end(), [&](const auto& entry) {
+            return entry.second.computer == computer && !entry.second.user.empty();
+        });
     }
 
     void forget(const ServiceKey& key) {

@@ -14,7 +14,7 @@ class AnnouncedComputers : NonCopyable {
   public:
     struct Watcher {
         // name: the computer's own, by which lost() names it. Called again when the same computer can be
-        // reached by a better address.
+        // reached by a better address, or its user becomes known.
         std::function<void(const std::string& name, const SshAddress& address)> found;
         std::function<void(const std::string& name)> lost;
     };

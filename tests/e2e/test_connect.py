@@ -228,8 +228,8 @@ class Announced(Dialog):
     BUS = """<busconfig><type>system</type><listen>unix:path={}</listen><auth>EXTERNAL</auth>
 <policy context="default"><allow send_destination="*"/><allow own="*"/><allow receive_sender="*"/></policy></busconfig>"""
     DAEMON = "[server]\nhost-name={}\nuse-ipv4=no\nuse-ipv6=yes\nenable-dbus={}\n[wide-area]\nenable-wide-area=no\n"
-    SERVICE = """<service-group><name>{}</name><service><type>_sftp-ssh._tcp</type><port>2222</port>
-<txt-record>u=anna</txt-record></service></service-group>"""
+    SERVICE = """<service-group><name>{}</name><service><type>_{}ssh._tcp</type><port>2222</port>
+<txt-record>{}</txt-record></service></service-group>"""
 
     def setUp(self):
         why = why_no_announcements()
@@ -256,7 +256,7 @@ class Announced(Dialog):
 
     def daemon(self, enter, name, with_bus):
         write(self.path(name + ".conf"), self.DAEMON.format(name, with_bus).encode())
-        write(self.path(name + "/ssh.service"), self.SERVICE.format(name).encode())
+        write(self.path(name + "/ssh.service"), self.SERVICE.format(name, "", "v=1").encode())
         start = (f"mount -t tmpfs tmpfs /run && mount --bind {self.path(name)} /etc/avahi/services && exec avahi-daemon "
                  f"--file {self.path(name + '.conf')} --no-drop-root --no-chroot --no-rlimits")
         return self.desktop.spawn(enter + ["unshare", "--mount", "sh", "-c", start])
@@ -268,7 +268,10 @@ class Announced(Dialog):
         def found():
             return [node.get_name() for node in children(find(d.dialog(), "table")) if node.get_name()]
         wait_for(found, what="the computer at the other end; daemons: " + d.output("nsenter")[-1500:])
-        name, source = found()
+        self.assertRegex(found()[0], r"^\[fe80::[0-9a-f:]+%near0\]:2222$")
+        write(self.path("farbox/user.service"), self.SERVICE.format("farbox", "sftp-", "u=anna").encode())
+        self.far.send_signal(signal.SIGHUP)
+        name, source = wait_for(lambda: found() if "@" in found()[0] else None, what="the user, announced later")
         self.assertRegex(name, r"^anna@\[fe80::[0-9a-f:]+%near0\]:2222$")
         self.assertEqual(source, "on the network")
         d.key("alt+k", "space")
