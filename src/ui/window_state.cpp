@@ -39,9 +39,14 @@ const char* group_of(const __single* side) {
     return side == get_UI_sets()->left_side ? "local list" : "remote list";
 }
 
+// Widths that suit the texts of one language cut those of another.
+std::string columns_key() {
+    return std::string("columns-") + g_get_language_names()[0];
+}
+
 std::vector<int> widths_in(GKeyFile* file, const char* group) {
     gsize count = 0;
-    int* const list = g_key_file_get_integer_list(file, group, "columns", &count, nullptr);
+    int* const list = g_key_file_get_integer_list(file, group, columns_key().c_str(), &count, nullptr);
     std::vector<int> widths(list, list + (list != nullptr ? count : 0));
     g_free(list);
     return widths;
@@ -124,7 +129,8 @@ void keep_list(const __single* side, GKeyFile* file) {
         widths.at(index) = gtk_tree_view_column_get_width(column_of(side, index));
     // A list that was never shown has none.
     if (*std::min_element(widths.begin(), widths.end()) >= kNarrowestColumn)
-        g_key_file_set_integer_list(file, group_of(side), "columns", widths.data(), widths.size());
+        g_key_file_set_integer_list(file, group_of(side), columns_key().c_str(), widths.data(),
+                                    widths.size());
     int column = 0;
     GtkSortType order = GTK_SORT_ASCENDING;
     if (gtk_tree_sortable_get_sort_column_id(sortable_of(side), &column, &order) != FALSE)

@@ -57,6 +57,10 @@ class Window(DesktopTest):
         d.start_window()
         wait_for(lambda: self.look() == look, what=f"the look before {look}")
         self.assertEqual(d.rows(LOCAL), rows)
+        self.assertEqual(d.close(), 0)
+        d.env["LANG"] = "de_DE.UTF-8"
+        d.start_window()
+        wait_for(lambda: self.look()[2][0] == width, what="the widths that suit another language's texts")
 
     def test_keys_of_the_first_second(self):
         """They arrive from the moment on at which the window has the keyboard, while both panes are being filled."""
