@@ -229,7 +229,7 @@ void waiting_for_an_engine(const fs::path& folder) {
 
 class EngineProcess {
   public:
-    EngineProcess(const fs::path& program, const fs::path& served) : child_(::fork()) {
+    EngineProcess(const fs::path& program, const fs::path& served) : program_(program), child_(::fork()) {
         if (child_ == 0) {
             ::prctl(PR_SET_PDEATHSIG, SIGKILL);
             ::execl(program.c_str(), program.c_str(), "--serve", served.c_str(), "--style", "posix",
@@ -240,12 +240,26 @@ class EngineProcess {
     EngineProcess(const EngineProcess&) = delete;
     EngineProcess& operator=(const EngineProcess&) = delete;
     [[nodiscard]] pid_t process() const { return child_; }
+    // Waits for its pipes. Ends this program where the engine ends, or is not there.
+    void must_have_begun() const {
+        const auto limit = std::chrono::steady_clock::now() + kWaiting;
+        while (!fs::exists(std::string(kCommandPipe) + "_OUT")) {
+            const bool lives = ::waitpid(child_, nullptr, WNOHANG) == 0;
+            if (!lives || std::chrono::steady_clock::now() > limit) {
+                (void)std::fprintf(bench::rows(), "%s %s\n", program_.c_str(),
+                                   lives ? "makes no pipes" : "does not run");
+                std::exit(1);
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+    }
     ~EngineProcess() {
         ::kill(child_, SIGTERM);
         ::waitpid(child_, nullptr, 0);
     }
 
   private:
+    fs::path program_;
     pid_t child_;
 };
 
@@ -430,8 +444,7 @@ void run(const fs::path& folder, const fs::path& engine_program) {
     must(listener.ListenForService(), "listener");
     {
         const EngineProcess engine(engine_program, served);
-        while (!fs::exists(std::string(kCommandPipe) + "_OUT"))
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        engine.must_have_begun();
         if (bench::is_wanted("small"))
             small_requests(folder, engine.process());
         if (bench::is_wanted("copies"))

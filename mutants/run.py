@@ -107,6 +107,9 @@ def judge(slip, known):
 
 def main():
     words, began = sys.argv[1:], time.monotonic()
+    for word in words:
+        if not any(word in slip[0] for slip in SLIPS):
+            sys.exit(f"no slip's name holds {word}")
     chosen = [slip for slip in SLIPS if not words or any(word in slip[0] for word in words)]
     known = json.loads(read(VERDICTS)) if os.path.exists(VERDICTS) else {}
     for command in sorted({test for slip in chosen for test in slip[4]}):
