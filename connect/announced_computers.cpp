@@ -136,12 +136,11 @@ class AnnouncementListener : public AnnouncedComputers {
         const auto service = listener->services_.find({interface, protocol, name, type, domain});
         if (event != AVAHI_RESOLVER_FOUND || service == listener->services_.end())
             return;
-        // What is announced is not to be trusted: it goes the way of a typed address.
         SshAddress announced;
         announced.user = user_of(texts);
         announced.host = address_text(*address, interface);
         announced.port = port == kSshPort ? "" : std::to_string(port);
-        const auto checked = parse_typed(announced.computer());
+        const auto checked = checked_announcement(announced);
         if (!checked)
             return;
         // A computer may announce itself more than once, and not name the user each time.
@@ -226,6 +225,13 @@ class AnnouncementListener : public AnnouncedComputers {
 };
 
 }  // namespace
+
+std::optional<SshAddress> checked_announcement(const SshAddress& announced) {
+    auto typed = parse_typed(announced.computer());
+    const bool is_same =
+        typed && std::tie(typed->user, typed->host) == std::tie(announced.user, announced.host);
+    return is_same ? std::move(typed) : std::nullopt;
+}
 
 std::unique_ptr<AnnouncedComputers> AnnouncedComputers::listen(Watcher watcher) {
     return std::make_unique<AnnouncementListener>(std::move(watcher));

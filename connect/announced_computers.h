@@ -3,6 +3,7 @@
 // listens for announcements there are none. Window's thread.
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "base/non_copyable.h"
@@ -22,5 +23,9 @@ class AnnouncedComputers : NonCopyable {
     static std::unique_ptr<AnnouncedComputers> listen(Watcher watcher);
     virtual ~AnnouncedComputers() = default;
 };
+
+// What is announced is not to be trusted: it goes the way of a typed address. Nothing where that is refused,
+// or where it would be another user or computer than the announced one. Pure, any thread.
+std::optional<SshAddress> checked_announcement(const SshAddress& announced);
 
 }  // namespace relay_hub::connect

@@ -70,11 +70,14 @@ std::vector<std::string> fields_of(std::string_view line) {
 // In the list of known hosts a computer may bear another name than the user's, with a port.
 std::optional<std::string> known_host_in(const std::string& ssh_words) {
     constexpr std::string_view kBefore = "Host key for ";
-    const std::size_t start = ssh_words.find(kBefore);
-    const std::size_t end = ssh_words.find(" has changed", std::min(start, ssh_words.size()));
+    const std::size_t before = ssh_words.find(kBefore);
+    if (before == std::string::npos)
+        return std::nullopt;
+    const std::size_t start = before + kBefore.size();
+    const std::size_t end = ssh_words.find(" has changed", start);
     if (end == std::string::npos)
         return std::nullopt;
-    return shown_text("\"" + ssh_words.substr(start + kBefore.size(), end - start - kBefore.size()) + "\"");
+    return shown_text("\"" + ssh_words.substr(start, end - start) + "\"");
 }
 
 }  // namespace
