@@ -19,7 +19,7 @@ class Window(DesktopTest):
         return next((text for text in labels(self.desktop.side(side)) if text.startswith("Items: ")), "")
 
     def headers(self):
-        table = self.desktop.table(LOCAL)
+        table = find(self.desktop.frame(), "table")
         return [box_of(table.get_column_header(column)) for column in range(table.get_n_columns())]
 
     def look(self):
