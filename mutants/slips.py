@@ -80,7 +80,7 @@ SLIPS = [
     ("a failed link is not told", UTIL + "entry_copy.cpp", "        error = put_link(text, record, dst, replace);",
      "        (void)put_link(text, record, dst, replace);", ["test_util"]),
     # The window.
-    (".. of an answer gets a row", "src/xml_op/record_rows.cpp", 'name == "." || name == ".."', 'name == "."',
+    (".. of an answer gets a row", "src/xml_op/fill_widgets.cpp", 'name == "." || name == ".."', 'name == "."',
      ["test_gui --gtest_filter=AnswerReaders*"]),
     ("quotes of an answer lost", "src/xml_op/answer_text.cpp", "replace(at, length, kXmlQuote)", "replace(at, length, kReplacement)",
      ["test_gui --gtest_filter=AnswerReaders*"]),
@@ -101,9 +101,9 @@ SLIPS = [
      "        clean_combo_box(get_UI_sets()->right_side->drive_combo);\n", "", ["test_gui --gtest_filter=LinkMonitor*"]),
     ("folder left is not selected", "src/ui/navigation.cpp", "return folder.substr(begin, end + 1 - begin);",
      "return folder.substr(begin, end - begin);", ["test_gui --gtest_filter=MainWindow*"]),
-    ("typed keys come in reverse", "src/window/typed_ahead.cpp", "kept_keys.push_back(", "kept_keys.push_front(",
+    ("typed keys come in reverse", "src/window/dialogs/search_dialog.cpp", "busy.keys.push_back(", "busy.keys.push_front(",
      ["test_gui --gtest_filter=MainWindow*"]),
-    ("a handler that has gone is waited for", "src/window/closing.cpp", "    --current.load()->works_;\n", "", ["test_gui --gtest_filter=WindowBase*:MainWindow*"]),
+    ("a handler that has gone is waited for", "src/window/closing.cpp", "    --closings.current.load()->works_;\n", "", ["test_gui --gtest_filter=WindowBase*:MainWindow*"]),
     # The engine.
     ("links lead out of the tree", ENGINE + "folder/tree_root.cpp", "RESOLVE_BENEATH | RESOLVE_NO_MAGICLINKS", "RESOLVE_NO_MAGICLINKS",
      ["test_engine --gtest_filter=FolderFiles*"]),

@@ -7,13 +7,15 @@
 
 #include "base/diagnostics.h"
 #include "base/main_loop.h"
+#include "base/main_loop_source.h"
+#include "base/progress_text.h"
 #include "base/worker.h"
 #include "link_engine/request_builders.h"
 #include "link_engine/send_args.h"
 #include "util/copy_job.h"
 #include "util/delete_job.h"
 #include "window/closing.h"
-#include "window/job_progress.h"
+#include "window/dialogs/file_read_write_dialog.h"
 
 namespace {
 
@@ -61,6 +63,38 @@ void* start_job_routine_for_linkengange(void* args) {
 }
 
 namespace relay_hub {
+namespace {
+
+// How far a job is, in the progress dialog's second label, which is kept up to date while this lives.
+class JobProgressLine {
+  public:
+    explicit JobProgressLine(const JobCounters& counters)
+        : counters_(counters), timer_(gdk_threads_add_timeout(kUpdateInterval, update, this)) {}
+    // Where the job ended, and not where it was a moment before.
+    ~JobProgressLine() { (void)update(this); }
+
+  private:
+    static constexpr guint kUpdateInterval = 300;
+
+    static gboolean update(gpointer self) {
+        auto* line = static_cast<JobProgressLine*>(self);
+        const JobProgress progress = line->counters_.snapshot();
+        const dialog_info* info = get_file_read_write_dialog_info();
+        if (info->second_label == nullptr || !progress.counted)
+            return G_SOURCE_CONTINUE;
+        const ProgressCounts counts{progress.items_done, progress.items_total, 0,
+                                    progress.bytes_done, progress.bytes_total, progress.bytes_moved};
+        gtk_label_set_text(GTK_LABEL(info->second_label),
+                           line->text_.text(counts, ProgressText::Clock::now()).c_str());
+        return G_SOURCE_CONTINUE;
+    }
+
+    const JobCounters& counters_;
+    ProgressText text_;
+    MainLoopSource timer_;
+};
+
+}  // namespace
 
 int run_local_job(__task_list* job) {
     const WindowWork work;

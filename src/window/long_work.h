@@ -3,10 +3,9 @@
 // taken longer than ten seconds, a user who has turned to other windows learns of its end. Window's thread.
 #include <glib.h>
 
-#include <optional>
+#include <memory>
 
 #include "base/non_copyable.h"
-#include "window/sleep_inhibitor.h"
 
 namespace relay_hub {
 
@@ -18,12 +17,13 @@ class LongWork : NonCopyable {
 
   private:
     friend class WorkPause;
+    class SleepInhibitor;
     void go_on();
     void pause(const char* text_id);
 
     bool outermost_;
     gint64 began_ = 0;
-    std::optional<SleepInhibitor> awake_;
+    std::unique_ptr<SleepInhibitor> awake_;
 };
 
 // A box that tells of failures is open: nothing goes on until the user has come back to it. Nothing when no

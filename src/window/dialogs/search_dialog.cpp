@@ -1,17 +1,21 @@
 #include "window/dialogs/search_dialog.h"
 
+#include <gdk/gdkkeysyms.h>
+
 #include <cstdio>
+#include <deque>
 
 #include "base/translated_text.h"
 #include "link_engine/command_runner.h"
+#include "tree_view_op/toolkit_owners.h"
+#include "window/closing.h"
 #include "window/dialogs/dialog_parts.h"
-#include "window/typed_ahead.h"
+#include "window/ui_sets.h"
 
 namespace {
 
 constexpr guint kPulseInterval = 500;
 constexpr char kTimer[] = "relay-hub-pulse-timer";
-int busy_depth = 0;
 
 gboolean pulse(gpointer bar) {
     gtk_progress_bar_pulse(GTK_PROGRESS_BAR(bar));
@@ -36,6 +40,60 @@ gboolean abandon_and_stay(GtkWidget*, GdkEvent*, gpointer) {
     return TRUE;
 }
 
+constexpr gint64 kPatience = gint64{3} * G_USEC_PER_SEC;
+
+struct KeptKey {
+    relay_hub::GdkEventPtr event;
+    gint64 pressed;
+};
+
+// The busy dialogs that are open, and the keys pressed meanwhile: they reach the window when it is ready
+// again.
+struct {
+    int depth = 0;
+    std::deque<KeptKey> keys;
+} busy;
+
+// Escape stays the dialog's own.
+gboolean keep_key(GtkWidget*, GdkEvent* event, gpointer) {
+    if (event->key.keyval == GDK_KEY_Escape)
+        return FALSE;
+    busy.keys.push_back({relay_hub::GdkEventPtr(gdk_event_copy(event)), g_get_monotonic_time()});
+    return TRUE;
+}
+
+GdkWindow* innermost_window() {
+    GtkWidget* grabbing = gtk_grab_get_current();
+    GtkWidget* widget = grabbing != nullptr ? gtk_widget_get_toplevel(grabbing) : get_UI_sets()->main_window;
+    return widget != nullptr ? gtk_widget_get_window(widget) : nullptr;
+}
+
+gboolean deliver_next(gpointer) {
+    if (busy.keys.empty() || relay_hub::window_is_closing())
+        return G_SOURCE_REMOVE;
+    const KeptKey key = std::move(busy.keys.front());
+    busy.keys.pop_front();
+    // The key may open a dialog, whose own loop delivers the next one.
+    if (!busy.keys.empty())
+        gdk_threads_add_idle(deliver_next, nullptr);
+    if (GdkWindow* window = innermost_window()) {
+        g_object_unref(key.event->key.window);
+        key.event->key.window = static_cast<GdkWindow*>(g_object_ref(window));
+        gtk_main_do_event(key.event.get());
+    }
+    return G_SOURCE_REMOVE;
+}
+
+// In order, by way of the main loop, to the innermost window then open. Keys older than three seconds are
+// dropped: their user has given up on them.
+void deliver_typed_ahead() {
+    const gint64 now = g_get_monotonic_time();
+    while (!busy.keys.empty() && now - busy.keys.front().pressed > kPatience)
+        busy.keys.pop_front();
+    if (!busy.keys.empty())
+        gdk_threads_add_idle(deliver_next, nullptr);
+}
+
 }  // namespace
 
 int show_search_dialog(GtkWidget* parent, GtkWidget** dialog_out, gpointer) {
@@ -50,7 +108,7 @@ int show_search_dialog(GtkWidget* parent, GtkWidget** dialog_out, gpointer) {
     g_signal_connect(dialog, "show", G_CALLBACK(start_pulsing), bar);
     g_signal_connect(dialog, "destroy", G_CALLBACK(on_show_search_dialog_destroy), nullptr);
     g_signal_connect(dialog, "delete-event", G_CALLBACK(abandon_and_stay), nullptr);
-    relay_hub::keep_typed_ahead(dialog);
+    g_signal_connect(dialog, "key-press-event", G_CALLBACK(keep_key), nullptr);
     gtk_widget_show_all(GTK_WIDGET(content));
     relay_hub::set_least_size(dialog, 400, 80);
     *dialog_out = dialog;
@@ -66,7 +124,7 @@ void close_search_dialog(GtkWidget* dialog) {
 namespace relay_hub {
 
 BusyDialog::BusyDialog() {
-    if (busy_depth++ > 0)
+    if (busy.depth++ > 0)
         return;
     show_search_dialog(nullptr, &dialog_, nullptr);
     // The main window takes the dialog with it when it goes first.
@@ -74,7 +132,7 @@ BusyDialog::BusyDialog() {
 }
 
 BusyDialog::~BusyDialog() {
-    --busy_depth;
+    --busy.depth;
     if (dialog_ == nullptr)
         return;
     close_search_dialog(dialog_);
