@@ -158,15 +158,11 @@ xmlChar* get_xml_content_by_first(xmlNode* node, const char* tag) {
 
 xmlChar* get_xml_content_by_last(xmlNode* node, const char* tag) {
     xmlNode* last = nullptr;
-    Walk walk(node);
-    while (walk.node() != nullptr) {
-        if (is_named(walk.node(), tag)) {
-            last = walk.node();
-            walk.skip_children();
-        } else {
-            walk.descend();
-        }
-    }
+    const auto keep = [](xmlNode* found, void* place) {
+        *static_cast<xmlNode**>(place) = found;
+        return 0;
+    };
+    (void)traversal_xml(node, tag, keep, &last);
     return last == nullptr ? nullptr : content_copy(last);
 }
 

@@ -3,8 +3,33 @@
 // that go into rows.
 #include <libxml/tree.h>
 
+#include <cstddef>
+#include <deque>
+#include <string>
+
+#include "tree_view_op/file_list_view.h"
 #include "window/ui_sets.h"
-#include "xml_op/record_rows.h"
+
+namespace relay_hub {
+
+// The records of a file list as rows: first kept aside as plain texts, row after row, each text one after the
+// other, which may happen on any thread, but one at a time; then added to the remote list on the window's
+// thread.
+class RecordRows {
+  public:
+    // kColumnCount texts in column order, copied; null leaves a column empty.
+    void append(const char* const* texts);
+    [[nodiscard]] std::size_t size() const { return size_; }
+    // Adds all rows to the list and frees them on the way. A row named "." or ".." is reported on standard
+    // error and left out.
+    void move_to(RowFiller& filler);
+
+  private:
+    std::deque<std::string> blocks_;  // a row never lies in two
+    std::size_t size_ = 0;
+};
+
+}  // namespace relay_hub
 
 // What the record callback needs: the widgets to fill and the command whose answer is read. rows, when
 // given, takes the file records in the list's place; no widget is touched then.
