@@ -8,7 +8,6 @@
 #include "base/ownership.h"
 #include "base/translated_text.h"
 #include "name_pipe/name_pipe_base.h"
-#include "ui/desktop_locale.h"
 #include "ui/event_handlers.h"
 #include "ui/folder_watch.h"
 #include "ui/main_window.h"

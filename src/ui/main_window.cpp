@@ -10,11 +10,10 @@
 #include "tree_view_op/list_summary.h"
 #include "tree_view_op/row_store.h"
 #include "ui/event_handlers.h"
+#include "ui/keyboard.h"
 #include "ui/list_drag.h"
-#include "ui/list_keyboard.h"
 #include "ui/list_mouse.h"
 #include "ui/window_icon.h"
-#include "ui/window_keys.h"
 #include "window/closing.h"
 
 namespace {

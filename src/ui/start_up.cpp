@@ -6,11 +6,12 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 
 #include "base/diagnostics.h"
+#include "base/log.h"
 #include "base/option_reader.h"
-#include "base/program_locale.h"
 #include "base/translated_text.h"
 #include "link_engine/engine_callbacks.h"
 #include "name_pipe/name_pipe_base.h"
@@ -82,6 +83,19 @@ void start_listener_again() {
 }
 
 }  // namespace
+
+bool enter_chosen_locale() {
+    const bool kept = choose_locale();
+    (void)gtk_set_locale();
+    return kept;
+}
+
+void settle_locale() {
+    const char* lang = std::getenv("LANG");
+    log_event("locale_ptr:%s", lang != nullptr ? lang : "(null)");
+    if (!enter_chosen_locale())
+        (void)write_log(kEventLogPath, "set locale");
+}
 
 void remember_work_path() {
     if (::getcwd(g_absolute_work_path, sizeof g_absolute_work_path) == nullptr) {

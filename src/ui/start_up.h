@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "base/instance_lock.h"
+#include "base/program_locale.h"
 #include "tree_view_op/listing_turns.h"
 
 class CNamePipeBase;
@@ -19,6 +20,12 @@ namespace relay_hub {
 // process is to end; empty when it is to go on. Takes the toolkit's own options (--display, --class ...) out
 // of argc and argv.
 std::optional<int> serve_command_line(int* argc, char*** argv);
+
+// Enters the window's language for the present LANG, settling LANG first, once the toolkit is up. False when
+// LANG was replaced.
+bool enter_chosen_locale();
+// The same, telling the event log.
+void settle_locale();
 
 void remember_work_path();
 
