@@ -27,6 +27,7 @@
 #include "engine/link_status.h"
 #include "engine/offline_notifier.h"
 #include "engine/options.h"
+#include "name_pipe/name_pipe_base.h"
 
 namespace {
 
@@ -37,8 +38,6 @@ using relay_hub::InstanceLock;
 using relay_hub::StopToken;
 using relay_hub::Worker;
 
-constexpr char kCommandBase[] = "/tmp/ZEV_KorvaleMarrowglint";
-constexpr char kNotifyBase[] = "/tmp/ZEV_KorvaleMarrowglintNotify";
 constexpr char kEngineLock[] = "relay-hub-engine.lock";
 constexpr int kCannotServe = 1;
 constexpr int kWrongUsage = 2;
@@ -73,7 +72,7 @@ void raise_file_limit() {
 struct Control {
     StopToken stop;
     std::atomic<bool> remote_online = true;  // set where signals are served or by the link, read anywhere
-    FrontEndLink front_end{kNotifyBase, stop, remote_online};
+    FrontEndLink front_end{kNotifyPipe, stop, remote_online};
     OfflineNotifier notifier{[this] { return front_end.tell_remote_is_offline(); }};
 };
 
@@ -132,7 +131,7 @@ int serve_trees(const Options& options, int signals, Control& control, const Tre
         return std::make_shared<RequestHandlers>(make_remote(), whole_machine->another(), control.front_end,
                                                  control.remote_online, hidden);
     };
-    EngineServer server({kCommandBase, options.delay, options.chunk, options.quiet}, make_handlers,
+    EngineServer server({kCommandPipe, options.delay, options.chunk, options.quiet}, make_handlers,
                         control.front_end, control.stop);
     std::string why;
     if (!server.create_pipes(why))
