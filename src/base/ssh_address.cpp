@@ -20,10 +20,11 @@ std::optional<std::string> part_of(std::string_view text, bool is_uri) {
     return decoded ? std::optional<std::string>(decoded.get()) : std::nullopt;
 }
 
+// A bracket behind the "%" would end the address where it is written in brackets.
 bool is_ipv6(std::string_view text) {
     in6_addr address{};
     const std::string plain(text.substr(0, text.find('%')));
-    return inet_pton(AF_INET6, plain.c_str(), &address) == 1;
+    return inet_pton(AF_INET6, plain.c_str(), &address) == 1 && text.find(']') == std::string_view::npos;
 }
 
 bool is_port(const std::string& text) {

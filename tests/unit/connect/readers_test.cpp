@@ -41,11 +41,12 @@ TEST(Addresses, AreReadAndWritten) {
         EXPECT_EQ(parts_of(typed), parts);
         EXPECT_EQ(parse_typed(typed).value_or(SshAddress()).whole(), written);
     }
-    for (const char* none :
-         {"a\tb",       "lap\u202Etop\u202C", "ssh://",     "-l@laptop",       "",         "anna@-x",  "[]",
-          "@laptop",    "[fe80::1",           "a b",        "ssh://x/%2",      "anna@",    "[laptop]", " ",
-          "laptop:",    "laptop:65536",       "\xff",       "laptop/\xff",     "laptop:0", "/srv",     "a\\b",
-          "laptop:22x", "ssh://x/%00",        "[fe80::1]x", "-oProxyCommand=x"})
+    for (
+        const char* none :
+        {"a\tb",       "lap\u202Etop\u202C", "ssh://",     "-l@laptop",        "",         "anna@-x",  "[]",
+         "@laptop",    "[fe80::1",           "a b",        "ssh://x/%2",       "anna@",    "[laptop]", " ",
+         "laptop:",    "laptop:65536",       "\xff",       "laptop/\xff",      "laptop:0", "/srv",     "a\\b",
+         "laptop:22x", "ssh://x/%00",        "[fe80::1]x", "-oProxyCommand=x", "::1%x]:22"})
         EXPECT_EQ(parts_of(none), "-") << none;
     EXPECT_EQ(parts_of(std::string(70'000, 'x')), "-");
 }
