@@ -107,12 +107,6 @@ class Recovery(LinkTest):
         self.assertIn(os.path.getsize(os.path.join(d.remote, "up")), (3, BIG), "the old file or the new one, whole")
         self.assertEqual(sorted(os.listdir(d.remote)), sorted(ROWS))
 
-    def test_engine_dies_in_the_middle_of_a_copy(self):
-        self.start()
-        self.kill_in_copy()
-        self.check_live(1)
-        self.assertIn("Operation Fail.", self.desktop.take_notes(give_up=True))
-
 
 class Leaving(LinkTest):
     def test_second_start(self):

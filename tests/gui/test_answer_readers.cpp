@@ -119,18 +119,6 @@ TEST_F(AnswerReaders, OnlyTheCreateFolderReaderTellsAllCodes) {
     }
 }
 
-TEST(AnswerText, WhatCannotBeReadIsToldByTheNameOfItsReader) {
-    for (const char* text : {"", "no xml", "<!DOCTYPE a><a/>"}) {
-        xmlNode* root = nullptr;
-        testing::internal::CaptureStderr();
-        EXPECT_EQ(get_xml_structure(text, static_cast<int>(std::strlen(text)), &root), nullptr);
-        EXPECT_THAT(testing::internal::GetCapturedStderr(),
-                    testing::AllOf(testing::HasSubstr("get_xml_structure"),
-                                   testing::HasSubstr("Document not parsed successfully.\n")))
-            << text;
-    }
-}
-
 TEST(AnswerText, OnlyWhatTheParserCannotTakeIsReplaced) {
     const std::pair<std::string, std::string> cases[] = {
         {"caf\u00E9 \u65E5 \U0001F600\t\n", "caf\u00E9 \u65E5 \U0001F600\t\n"},

@@ -57,12 +57,6 @@ class LinkMonitor : public MainWindowTest {
     }
 };
 
-TEST_F(LinkMonitor, StartsNoPollWhileAnOfflineCallBackIsHandled) {
-    set_offline_interrupt(1);
-    relay_hub::start_waiting();
-    EXPECT_EQ(g_waiting_status.timer_id, 0U);
-}
-
 TEST_F(LinkMonitor, WaitsUntilTheRunningActionIsOver) {
     const FakeEngine engine(serve);
     {

@@ -185,16 +185,6 @@ TEST_F(RemotePane, OfWhatIsMovedOnlyWhatArrivedGoesToTheTrash) {
     }
 }
 
-TEST_F(RemotePane, AClosingProgramStartsNothing) {
-    relay_hub::close_window();
-    for (const auto action : {right_popup_menu_mkdir, right_popup_menu_rename, right_popup_menu_delete,
-                              right_popup_menu_paste, left_popup_menu_mkdir, left_popup_menu_delete,
-                              left_popup_menu_rename, left_popup_menu_refresh, left_popup_menu_paste})
-        EXPECT_EQ(action(nullptr, remote_.view()), -1);
-    EXPECT_EQ(right_treeview_load_file(nullptr, "/"), -1);
-    EXPECT_THAT(engine_.requests("NP_Cmd"), IsEmpty());
-}
-
 void give_text(GtkClipboard*, GtkSelectionData* selection, guint, gpointer text) {
     gtk_selection_data_set(selection, gtk_selection_data_get_target(selection), 8,
                            static_cast<const guchar*>(text),

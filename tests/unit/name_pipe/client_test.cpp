@@ -7,7 +7,6 @@
 #include "name_pipe/channel_lock.h"
 #include "name_pipe/name_pipe_base.h"
 #include "name_pipe/name_pipe_client.h"
-#include "name_pipe/round_watch.h"
 #include "support.h"
 
 namespace {
@@ -220,23 +219,6 @@ TEST_F(Client, TakesNoAnswerOfAnAbandonedRequestForItsOwn) {
     peer.answer(frame("of the second"));
     second.join();
     EXPECT_EQ(answer, "of the second");
-}
-
-TEST_F(Client, CountsNoEarlierRoundOfAnotherClient) {
-    relay_hub::RoundWatch watch;
-    const auto round = [this] {
-        const relay_hub::FileDescriptor in(::open((base_ + "_IN").c_str(), O_RDWR));
-        const relay_hub::FileDescriptor out(::open((base_ + "_OUT").c_str(), O_RDWR));
-        char byte = 'x';
-        return ::write(in.get(), &byte, 1) == 1 && ::read(in.get(), &byte, 1) == 1;
-    };
-    for (int request = 0; request < 2; ++request) {
-        watch.begin(base_ + "_IN", base_ + "_OUT");
-        EXPECT_FALSE(watch.has_left());
-        ASSERT_TRUE(round());
-        EXPECT_TRUE(watch.has_left());
-        ASSERT_TRUE(round());
-    }
 }
 
 }  // namespace
