@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "base/translated_text.h"
-#include "base/wait.h"
 
 namespace relay_hub::engine::sftp {
 namespace {
@@ -17,6 +16,9 @@ using std::chrono::seconds;
 constexpr seconds kFirstLimit{15};
 // A link that comes back is to be seen within five seconds, an attempt that lost its first packets included.
 constexpr seconds kReconnectLimit{4};
+// A login that nobody is asked in: the other computer may have gone in the middle of it, and ssh would wait
+// for its answer for hours.
+constexpr seconds kLoginLimit{20};
 constexpr milliseconds kPause{1000};
 constexpr milliseconds kLastWishes{500};
 
@@ -30,6 +32,7 @@ int LinkKeeper::start() {
 }
 
 void LinkKeeper::stop() {
+    ending_.raised = true;
     worker_.stop();
     worker_.join();
 }
@@ -71,17 +74,25 @@ bool LinkKeeper::connect(const SshStart& start, Link& link, LinkFailure& why) {
     link.ssh = SshProcess::start(start, why);
     if (!link.ssh)
         return false;
-    link.session = std::make_shared<Session>(
+    const Session session(
         std::make_unique<Connection>(link.ssh->take_input(), link.ssh->take_output(),
                                      [ssh = link.ssh.get()] { return last_words(ssh->all_errors()); }));
-    if (!await_state(link, Connection::State::kGreeting)) {
-        why = {FailureKind::kCancelled, translated("IDS_REASON_LINK_CANCELLED")};
-        return false;
-    }
+    link.session = std::make_shared<Session>(session, ending_);
+    const WaitEnd greeted = await_state(link, Connection::State::kGreeting,
+                                        start.may_ask ? std::nullopt : Deadline(after(kLoginLimit)));
     Connection& connection = link.session->connection();
     Error error;
     if (connection.state() == Connection::State::kOpen)
         error = link.session->learn_facts(address_.folder);
+    if (greeted == WaitEnd::stopped || error.number == ECANCELED) {
+        why = {FailureKind::kCancelled, translated("IDS_REASON_LINK_CANCELLED")};
+        return false;
+    }
+    if (greeted == WaitEnd::timed_out) {
+        why = {FailureKind::kTimedOut,
+               fill_translated("IDS_REASON_LINK_SILENT", {std::to_string(kLoginLimit.count())})};
+        return false;
+    }
     if (error && error.number != ENOTCONN) {
         why = {FailureKind::kOther,
                error.text.empty() ? translated("IDS_REASON_LINK_FIRST_LOOK") : error.text};
@@ -103,7 +114,7 @@ bool LinkKeeper::connect(const SshStart& start, Link& link, LinkFailure& why) {
 }
 
 void LinkKeeper::serve(Link& link) {
-    const bool lost = await_state(link, Connection::State::kOpen);
+    const bool lost = await_state(link, Connection::State::kOpen, std::nullopt) == WaitEnd::ready;
     Connection& connection = link.session->connection();
     if (!lost)
         connection.drain(kLastWishes);
@@ -116,20 +127,20 @@ void LinkKeeper::serve(Link& link) {
         observer_.lost(connection.reason());
 }
 
-bool LinkKeeper::await_state(Link& link, Connection::State state) {
+WaitEnd LinkKeeper::await_state(Link& link, Connection::State state, Deadline deadline) {
     Connection& connection = link.session->connection();
     while (connection.state() == state) {
         std::array<pollfd, 2> watches{{{connection.state_events(), POLLIN, 0},
                                        {link.errors_open ? link.ssh->errors() : -1, POLLIN, 0}}};
-        if (wait_on(watches, std::nullopt) != WaitEnd::ready)
-            return false;
+        if (const WaitEnd end = wait_on(watches, deadline); end != WaitEnd::ready)
+            return end;
         if (watches[0].revents != 0) {
             eventfd_t ignored = 0;
             (void)eventfd_read(connection.state_events(), &ignored);
         }
         report_errors(link);
     }
-    return true;
+    return WaitEnd::ready;
 }
 
 void LinkKeeper::report_errors(Link& link) {

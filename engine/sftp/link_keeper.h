@@ -7,6 +7,7 @@
 
 #include "base/non_copyable.h"
 #include "base/ssh_address.h"
+#include "base/wait.h"
 #include "base/worker.h"
 #include "engine/sftp/link_failure.h"
 #include "engine/sftp/session.h"
@@ -53,14 +54,15 @@ class LinkKeeper : NonCopyable {
     // False, with why, when there is no link; then the keeper may be ending.
     bool connect(const SshStart& start, Link& link, LinkFailure& why);
     void serve(Link& link);
-    // Waits until the connection's state is another one. False when the keeper is ending.
-    bool await_state(Link& link, Connection::State state);
+    // Waits until the connection's state is another one; then the end is ready.
+    WaitEnd await_state(Link& link, Connection::State state, Deadline deadline);
     // Passes on what ssh wrote on standard error meanwhile.
     void report_errors(Link& link);
     LinkFailure failure_of(Link& link);
 
     const SshAddress address_;
     LinkObserver& observer_;
+    Interruption ending_;
     mutable std::mutex mutex_;
     std::shared_ptr<Session> session_;  // guarded by mutex_
     Worker worker_;

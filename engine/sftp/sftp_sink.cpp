@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/file_attributes.h"
+#include "base/translated_text.h"
 #include "engine/sftp/remote_entry.h"
 #include "engine/sftp/transfer_window.h"
 
@@ -36,7 +37,13 @@ SftpSink::SftpSink(std::shared_ptr<Session> session, WritePipeline& pipeline, st
       temporary_(path_.substr(0, path_.rfind('/') + 1) + part_.text()),
       attributes_(attributes_of(entry)),
       replace_(replace),
-      block_(std::min(session_->facts().longest_write, kBlock)) {}
+      block_(std::min(session_->facts().longest_write, kBlock)) {
+    // The protocol's seconds go from 1970 to 2106.
+    if (attributes_.times && attributes_.times->modified != entry.modified.tv_sec) {
+        refused_ = {ENOTSUP, translated("IDS_REASON_UNSUPPORTED_THERE")};
+        refused_.attributes_only = true;
+    }
+}
 
 SftpSink::~SftpSink() {
     pipeline_.leave(*this);

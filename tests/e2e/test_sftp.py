@@ -176,6 +176,11 @@ class SftpTest(unittest.TestCase):
         self.lose_and_mend(lambda: hold(True), lambda: hold(False))
         self.lose_and_mend(self.far.stop, self.far.start)
         self.lose_and_mend(lambda: self.far.signal(signal.SIGSTOP), lambda: self.far.signal(signal.SIGCONT))
+        # It goes in the middle of a login that nobody is asked in.
+        once = f"test -e {self.here}/once || {{ touch {self.here}/once; exec sleep 1000; }}\nexec"
+        write(ssh, read(ssh).replace(b"exec", once.encode()), 0o755)
+        self.far.relay.cut()
+        self.engine.await_event("connected", len(self.engine.seen("connected")) + 1, 60)
         self.assertFalse(os.path.exists(self.asked))
 
     def begin_copy(self, source):
@@ -306,6 +311,15 @@ class ConnectingTest(unittest.TestCase):
         self.assertNotIn(PASSWORD.encode(), read(f"/proc/{engine.process.pid}/environ") + engine.errors)
         self.assertEqual(run("grep", "-rlsF", "--devices=skip", PASSWORD, far.top, text=True).stdout.split(),
                          [far.path("secret")])
+
+    def test_one_that_only_greets_is_left_at_once(self):
+        greeting = b"#!/bin/sh\nprintf '\\000\\000\\000\\005\\002\\000\\000\\000\\003'\nexec sleep 1000\n"
+        write(self.far.path("bin/ssh"), greeting, 0o755)
+        engine = ConnectedEngine(self.far)
+        wait_for(lambda: "sleep" in map(program_of, children_of(engine.process.pid)), what="the greeting")
+        start = time.monotonic()
+        engine.stop()
+        self.assertLess(time.monotonic() - start, 2 * SLOW)
 
     def test_folder_and_style(self):
         os.makedirs(self.far.home + "/in here")

@@ -144,6 +144,14 @@ TEST_F(SftpTree, ReplacesOnlyWhereItMay) {
     EXPECT_THAT(test::names_in(home_), UnorderedElementsAre("old", "kept"));
 }
 
+TEST_F(SftpTree, TellsOfATimeThatTheProtocolCannotHold) {
+    Entry entry = file_entry(0);
+    entry.modified.tv_sec = -5;
+    ASSERT_FALSE(files_.open_sink(inner("old"), entry, false, sinks_.emplace_back()));
+    EXPECT_TRUE(finish().front().attributes_only);
+    EXPECT_EQ(test::record(real("old")).st_mtime, 0);
+}
+
 TEST_F(SftpTree, WithoutTheAccessListTheGroupGetsNoMore) {
     const std::string shared = make_file("shared");
     if (!test::give_access_list(shared))
