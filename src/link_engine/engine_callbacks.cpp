@@ -20,8 +20,6 @@
 namespace relay_hub {
 namespace {
 
-constexpr unsigned int kMarkerSize = 6;
-
 // On standard error, and in the event log.
 void trace(const char* prefix, const std::string& text) {
     std::fprintf(stderr, "%s%s\n", prefix, text.c_str());
@@ -221,14 +219,14 @@ unsigned int ServiceProvider(char* body, unsigned int length, char* answer, unsi
     relay_hub::log_event("Enter into ServiceProvider(...) inputlen=%u", length);
     if (length == 0)
         return 0;
-    if (length < relay_hub::kMarkerSize || !CNamePipeBase::IsCommandData(body)) {
+    if (length < relay_hub::kCommandMarker.size() || !CNamePipeBase::IsCommandData(body)) {
         std::fprintf(stderr, "[IsCommandData] no handle = %.*s\n", static_cast<int>(length), body);
         return 1;
     }
     relay_hub::note_activity();
     set_change_flag(kTransferCalledBack);
     const char* payload = CNamePipeBase::GetPureData(body);
-    const std::string text(payload, strnlen(payload, length - relay_hub::kMarkerSize));
+    const std::string text(payload, strnlen(payload, length - relay_hub::kCommandMarker.size()));
     relay_hub::put_answer(relay_hub::serve(text), answer, answer_size);
     relay_hub::note_activity();
     return 1;

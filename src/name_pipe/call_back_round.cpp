@@ -13,13 +13,11 @@
 
 namespace {
 
-constexpr std::chrono::milliseconds kReaderPause{3000};
-constexpr unsigned int kMarkerSize = 6;
 // Every answer of ours is shorter. A reset command may set a smaller size.
 constexpr std::uint32_t kLeastAnswerRoom = 1024;
 
 bool handled_by_channel(char* body, unsigned int count) {
-    if (count < kMarkerSize || !CNamePipeBase::IsCommandData(body))
+    if (count < relay_hub::kCommandMarker.size() || !CNamePipeBase::IsCommandData(body))
         return false;
     CNamePipeBase channel;
     std::string result;
@@ -45,8 +43,8 @@ void send_padded_answer(int fd) {
     const std::uint32_t frame_size = std::max(CNamePipeBase::m_dwNPOutputBufferSize.load(), text_size);
     const relay_hub::FrameHeader header = relay_hub::frame_header(frame_size);
     const std::string start = std::string(header.data(), header.size()).append(buffer.data(), text_size);
-    if (relay_hub::write_bytes(fd, start, kReaderPause) == relay_hub::WriteEnd::done)
-        (void)relay_hub::write_zeros(fd, frame_size - text_size, kReaderPause);
+    if (relay_hub::write_bytes(fd, start, relay_hub::kReaderPause) == relay_hub::WriteEnd::done)
+        (void)relay_hub::write_zeros(fd, frame_size - text_size, relay_hub::kReaderPause);
 }
 
 }  // namespace

@@ -19,7 +19,6 @@ namespace {
 using namespace std::string_view_literals;
 
 constexpr std::string_view kUserMarker = "\xBA\x33\x78\xA9\x00\x01"sv;
-constexpr std::size_t kMarkerSize = 6;
 
 // The channel's own commands and their fields.
 constexpr char kCommandField[] = "NP_Cmd";
@@ -118,7 +117,7 @@ bool CNamePipeBase::IsCommandData(const char* body) {
 }
 
 char* CNamePipeBase::GetPureData(char* body) {
-    return body + kMarkerSize;
+    return body + relay_hub::kCommandMarker.size();
 }
 
 std::string CNamePipeBase::target(std::string_view pipe) const {

@@ -12,7 +12,6 @@ using relay_hub::ReadEnd;
 using relay_hub::WriteEnd;
 using std::chrono::milliseconds;
 
-constexpr milliseconds kReaderPause{3000};
 // No call-back is longer.
 constexpr std::uint32_t kLongestBody = 16U * 1024 * 1024;
 // A body is followed by this many zeros, so that its marker can be looked at whatever its length.
@@ -70,8 +69,8 @@ std::unique_ptr<char[]> ReadPipeData(int fd, unsigned int* count) {
 
 bool WritePipeData(int fd, const char* data, unsigned int size) {
     const relay_hub::FrameHeader header = relay_hub::frame_header(size);
-    WriteEnd end = relay_hub::write_bytes(fd, {header.data(), header.size()}, kReaderPause);
+    WriteEnd end = relay_hub::write_bytes(fd, {header.data(), header.size()}, relay_hub::kReaderPause);
     if (end == WriteEnd::done)
-        end = relay_hub::write_bytes(fd, {data, size}, kReaderPause);
+        end = relay_hub::write_bytes(fd, {data, size}, relay_hub::kReaderPause);
     return end == WriteEnd::done || end == WriteEnd::closed;
 }

@@ -18,6 +18,8 @@ namespace relay_hub {
 
 // What a client is given in all: to send its request, and to open its end for the answer.
 inline constexpr std::chrono::milliseconds kClientTime{3000};
+// How long a reader may take nothing.
+inline constexpr std::chrono::milliseconds kReaderPause{3000};
 
 // While one lives, ReadPipeData on its thread takes no longer than what is left of that time, and lowers it.
 class RoundTime : NonCopyable {
