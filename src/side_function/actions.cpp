@@ -5,7 +5,6 @@
 #include <optional>
 
 #include "side_function/local_actions.h"
-#include "side_function/outcome.h"
 #include "side_function/remote_actions.h"
 #include "window/closing.h"
 #include "window/dialogs/search_dialog.h"

@@ -14,10 +14,11 @@
 #include "side_function/clipboard.h"
 #include "side_function/copy_source.h"
 #include "side_function/local_job.h"
-#include "side_function/name_dialogs.h"
 #include "side_function/transfer.h"
 #include "tree_view_op/file_list_view.h"
 #include "window/dialogs/message_dialog.h"
+#include "window/dialogs/mkdir_dialog.h"
+#include "window/dialogs/rename_dialog.h"
 
 namespace relay_hub {
 namespace {
@@ -85,7 +86,7 @@ Outcome rename_local_entry(const Pane& pane) {
     if (old_name.empty())
         return Outcome::nothing(-1);
     Outcome outcome{.names = pane.selection(), .cursor = old_name};
-    const std::string new_name = ask_new_name(pane, old_name);
+    const std::string new_name = ask_new_name(old_name, pane.folder(), pane.is_remote(), pane.list());
     if (new_name.empty())
         return Outcome::nothing(0);
     if (renamed(pane, old_name, new_name)) {

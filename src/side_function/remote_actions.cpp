@@ -12,13 +12,14 @@
 #include "link_engine/transfer_state.h"
 #include "side_function/clipboard.h"
 #include "side_function/copy_source.h"
-#include "side_function/name_dialogs.h"
 #include "side_function/transfer.h"
 #include "side_function/wire_path.h"
 #include "tree_view_op/file_list_view.h"
 #include "util/job_failures.h"
 #include "window/closing.h"
 #include "window/dialogs/message_dialog.h"
+#include "window/dialogs/mkdir_dialog.h"
+#include "window/dialogs/rename_dialog.h"
 #include "window/dialogs/search_dialog.h"
 #include "xml_op/answer_readers.h"
 
@@ -172,7 +173,7 @@ Outcome rename_remote_entry(const Pane& pane) {
     CleanUpInformationVar();
     if (outcome.cursor.empty())
         return outcome;
-    const std::string new_name = ask_new_name(pane, outcome.cursor);
+    const std::string new_name = ask_new_name(outcome.cursor, pane.folder(), pane.is_remote(), pane.list());
     if (new_name.empty())
         return Outcome::nothing(0);
     if (new_name != outcome.cursor)

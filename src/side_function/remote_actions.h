@@ -1,6 +1,5 @@
 #pragma once
 // The remote pane's actions (actions.h). Window's thread.
-#include "side_function/outcome.h"
 #include "side_function/pane.h"
 
 namespace relay_hub {

@@ -23,7 +23,6 @@
 #include "tree_view_op/file_list_view.h"
 #include "util/Zev_file_op.h"
 #include "window/closing.h"
-#include "window/dialogs/file_read_write_dialog.h"
 #include "window/dialogs/message_dialog.h"
 #include "xml_op/answer_readers.h"
 

@@ -11,7 +11,7 @@
 #include "base/non_copyable.h"
 #include "link_engine/command_runner.h"
 #include "side_function/copy_source.h"
-#include "side_function/progress_dialog.h"
+#include "window/dialogs/file_read_write_dialog.h"
 #include "window/long_work.h"
 
 namespace relay_hub {

@@ -13,7 +13,6 @@
 #include "side_function/link_probes.h"
 #include "tree_view_op/file_list_view.h"
 #include "window/closing.h"
-#include "window/end_process.h"
 #include "window/ui_sets.h"
 #include "window/window_thread.h"
 

@@ -20,7 +20,6 @@ namespace {
 
 using relay_hub::translated;
 
-constexpr char kTitle[] = "Relay Hub";
 constexpr int kWindowWidth = 700;
 constexpr int kWindowHeight = 400;
 constexpr int kDivider = 350;
@@ -83,7 +82,7 @@ void set_icon(GtkWidget* window) {
 
 GtkWidget* new_top_level() {
     GtkWidget* window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
-    gtk_window_set_title(GTK_WINDOW(window), kTitle);
+    gtk_window_set_title(GTK_WINDOW(window), relay_hub::kProgramName);
     gtk_window_set_position(GTK_WINDOW(window), GTK_WIN_POS_CENTER);
     gtk_container_set_border_width(GTK_CONTAINER(window), 0);
     gtk_widget_set_size_request(window, kWindowWidth, kWindowHeight);
@@ -235,7 +234,7 @@ UI* new_window() {
     ui->main_window = new_top_level();
     ui->paned = gtk_hpaned_new();
     gtk_paned_set_position(GTK_PANED(ui->paned), kDivider);
-    name_for_assistance(ui->paned, translated("IDS_A11Y_DIVIDER"), kTitle);
+    name_for_assistance(ui->paned, translated("IDS_A11Y_DIVIDER"), relay_hub::kProgramName);
     new_sub(&sub[0], 1);
     ui->left_side = &sub[0];
     new_sub(&sub[1], 0);

@@ -20,7 +20,6 @@ using relay_hub::fill_translated;
 using relay_hub::translated;
 using relay_hub::WindowWork;
 
-constexpr char kProgram[] = "Relay Hub";
 constexpr about_info kAbout = {"V1.0.780.28", "Relay Hub ", "Relay Hub"};
 constexpr gint kDialogSpacing = 12;
 
@@ -131,7 +130,7 @@ void append_item(GtkWidget* menu, const PopupItem& row, Mnemonics& mnemonics, Gt
                  GtkWidget* tree_view) {
     if (row.after_separator)
         gtk_menu_shell_append(GTK_MENU_SHELL(menu), gtk_separator_menu_item_new());
-    const std::string label = mnemonics.mark(fill_translated(row.label, {kProgram}));
+    const std::string label = mnemonics.mark(fill_translated(row.label, {relay_hub::kProgramName}));
     GtkWidget* item = gtk_menu_item_new_with_mnemonic(label.c_str());
     if (row.key != 0)
         gtk_widget_add_accelerator(item, "activate", keys, row.key, row.modifiers, GTK_ACCEL_VISIBLE);

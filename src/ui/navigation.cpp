@@ -26,7 +26,6 @@
 #include "window/dialogs/message_dialog.h"
 #include "window/dialogs/search_dialog.h"
 #include "window/drive_box.h"
-#include "window/end_process.h"
 #include "window/window_thread.h"
 
 namespace relay_hub {

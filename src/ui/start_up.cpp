@@ -21,7 +21,7 @@
 #include "window/dialogs/message_dialog.h"
 #include "window/dialogs/override_request_dialog.h"
 #include "window/dialogs/search_dialog.h"
-#include "window/end_process.h"
+#include "window/ui_sets.h"
 #include "window/window_thread.h"
 
 char g_absolute_work_path[kWorkPathSize];
@@ -29,7 +29,6 @@ char g_absolute_work_path[kWorkPathSize];
 namespace relay_hub {
 namespace {
 
-constexpr char kProgram[] = "Relay Hub";
 constexpr char kHelp[] =
     "Usage: relay-hub [option]\n"
     "Opens Relay Hub's window: the files of this computer on the left, those of the remote computer on the\n"
@@ -129,7 +128,7 @@ bool may_run(const InstanceLock& lock) {
 
 void tell_already_running(int* argc, char*** argv) {
     enter_language();
-    const std::string text = fill_translated("IDS_MSG_ALREADY_RUNNING", {kProgram});
+    const std::string text = fill_translated("IDS_MSG_ALREADY_RUNNING", {kProgramName});
     (void)std::fprintf(stderr, "%s\n", text.c_str());
     if (gtk_init_check(argc, argv) == TRUE)
         show_message_dialog(nullptr, text.c_str(), nullptr);

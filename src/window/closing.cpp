@@ -1,12 +1,16 @@
 #include "window/closing.h"
 
+#include <poll.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cstdio>
 
 #include "base/glib_owners.h"
+#include "base/log.h"
 #include "base/wait.h"
 #include "link_engine/command_runner.h"
 #include "link_engine/confirmation.h"
-#include "window/end_process.h"
 #include "window/ui_sets.h"
 
 namespace relay_hub {
@@ -18,6 +22,15 @@ struct {
     std::atomic<Closing*> current = nullptr;
     Closing of_the_program;
 } closings;
+
+// Only what cannot block: another thread may hold the stream's lock, and its reader may be gone to sleep.
+void flush_if_possible(std::FILE* stream) {
+    pollfd writable{fileno(stream), POLLOUT, 0};
+    if (poll(&writable, 1, 0) != 1 || ftrylockfile(stream) != 0)
+        return;
+    std::fflush(stream);
+    funlockfile(stream);
+}
 
 }  // namespace
 
@@ -103,6 +116,13 @@ void set_running_job(__task_list* job) {
 
 bool window_is_busy() {
     return closings.current.load()->works_ > 0;
+}
+
+void end_process() {
+    theLog.Print("^^^^ Close Log()\n");
+    theLog.CloseFile();
+    flush_if_possible(stdout);
+    _exit(0);
 }
 
 }  // namespace relay_hub

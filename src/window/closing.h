@@ -1,7 +1,7 @@
 #pragma once
 // The orderly end of the window. Handlers that turn the main loop hold a WindowWork; closing cancels what
 // runs, ends open dialogs, lets the handlers unwind, and only then destroys the window, so that no handler
-// ever meets a dead widget. Window's thread only, but for window_is_closing.
+// ever meets a dead widget. Window's thread only, but for window_is_closing and end_process.
 #include <gtk/gtk.h>
 
 #include <atomic>
@@ -48,7 +48,7 @@ bool window_is_closing();
 
 // Starts the end: abandons requests, cancels the local job, releases confirmations, answers open dialogs
 // with GTK_RESPONSE_DELETE_EVENT, and destroys the main window when the last WindowWork is gone. Should that
-// take more than 1.5 seconds, writes the trace's closing lines and ends the process with status 0.
+// take more than 1.5 seconds, calls end_process.
 void close_window();
 
 class WindowWork : NonCopyable {
@@ -65,5 +65,9 @@ void set_running_job(__task_list* job);
 
 // True while a WindowWork is held: no action that would start a request or job may begin.
 bool window_is_busy();
+
+// Ends the process with status 0 at once, without its exit handlers: writes the trace's closing lines and
+// flushes standard output. Any thread.
+[[noreturn]] void end_process();
 
 }  // namespace relay_hub

@@ -20,7 +20,6 @@ constexpr gint64 kLong = 10 * G_TIME_SPAN_SECOND;
 // Where a dialog has just closed or a box opens, no widget has the keyboard for a moment.
 constexpr guint kUntilFocusSettles = 500;
 
-constexpr char kProgram[] = "Relay Hub";
 constexpr char kEntry[] = "relay-hub";  // of the icon and of the desktop file
 
 constexpr char kService[] = "org.freedesktop.login1";
@@ -33,7 +32,7 @@ LongWork* outermost = nullptr;
 using Notice = std::shared_ptr<NotifyNotification>;
 
 Notice new_notice(const char* text) {
-    if (notify_is_initted() == FALSE && notify_init(kProgram) == FALSE)
+    if (notify_is_initted() == FALSE && notify_init(kProgramName) == FALSE)
         return nullptr;
     Notice notice(notify_notification_new(text, nullptr, kEntry), g_object_unref);
     notify_notification_set_hint(notice.get(), "desktop-entry", g_variant_new_string(kEntry));
@@ -119,7 +118,7 @@ void LongWork::SleepInhibitor::ask(GObject*, GAsyncResult* result, gpointer self
         return;
     // A bus that goes away would end the program.
     g_dbus_connection_set_exit_on_close(bus.get(), FALSE);
-    GVariant* request = g_variant_new("(ssss)", "sleep", "Relay Hub", translated("IDS_FILE_OP"), "block");
+    GVariant* request = g_variant_new("(ssss)", "sleep", kProgramName, translated("IDS_FILE_OP"), "block");
     g_dbus_connection_call_with_unix_fd_list(bus.get(), kService, kObject, kInterface, "Inhibit", request,
                                              G_VARIANT_TYPE("(h)"), G_DBUS_CALL_FLAGS_NONE, kUsualTimeout,
                                              nullptr, static_cast<SleepInhibitor*>(self)->asking_.get(),

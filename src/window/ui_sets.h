@@ -26,6 +26,9 @@ struct UI {
 
 namespace relay_hub {
 
+// As titles and messages give it.
+inline constexpr char kProgramName[] = "Relay Hub";
+
 struct Widgets {
     __single sides[2];  // element 0 is built as the local one
     UI ui{nullptr, nullptr, &sides[0], &sides[1]};

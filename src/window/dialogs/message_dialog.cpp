@@ -12,7 +12,6 @@
 namespace relay_hub {
 namespace {
 
-constexpr char kTitle[] = "Relay Hub";
 constexpr int kMoreResponse = 1;
 
 // The labels of a message dialog in the order of their making: the text, then what is said below it.
@@ -37,11 +36,11 @@ int run_error_box(GtkWidget* parent, GtkButtonsType buttons, const std::string& 
     if (primary.empty())
         return run_error_box(parent, buttons, secondary, {}, more_button);
     GtkWindow* over = parent != nullptr ? GTK_WINDOW(parent) : nullptr;
-    GtkWidget* dialog = gtk_message_dialog_new(over, kFlags, GTK_MESSAGE_ERROR, buttons, "%s", kTitle);
+    GtkWidget* dialog = gtk_message_dialog_new(over, kFlags, GTK_MESSAGE_ERROR, buttons, "%s", kProgramName);
     if (!secondary.empty())
-        gtk_message_dialog_format_secondary_text(GTK_MESSAGE_DIALOG(dialog), "%s", kTitle);
+        gtk_message_dialog_format_secondary_text(GTK_MESSAGE_DIALOG(dialog), "%s", kProgramName);
     gtk_window_set_position(GTK_WINDOW(dialog), GTK_WIN_POS_CENTER_ON_PARENT);
-    gtk_window_set_title(GTK_WINDOW(dialog), kTitle);
+    gtk_window_set_title(GTK_WINDOW(dialog), kProgramName);
     const std::vector<GtkLabel*> labels = labels_of(dialog);
     set_fitting_text(labels.at(0), primary, parent, secondary.empty() ? 1 : 2);
     if (!secondary.empty())

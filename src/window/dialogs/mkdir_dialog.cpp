@@ -57,3 +57,11 @@ void destroy_mkdir_dialog(_mkdir_dialog* record) {
 const char* get_folder_name() {
     return g_folder_name.c_str();
 }
+
+std::string relay_hub::ask_folder_name() {
+    _mkdir_dialog* const dialog = create_mkdir_dialog();
+    init_mkdir_dialog(dialog);
+    show_mkdir_dialog(dialog);
+    destroy_mkdir_dialog(dialog);
+    return get_folder_name();
+}

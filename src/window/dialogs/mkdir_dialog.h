@@ -11,3 +11,10 @@ void show_mkdir_dialog(_mkdir_dialog* record);
 void destroy_mkdir_dialog(_mkdir_dialog* record);
 // The entered name; empty when cancelled or closed. Borrowed until the next dialog.
 const char* get_folder_name();
+
+namespace relay_hub {
+
+// All of that. The entered name.
+std::string ask_folder_name();
+
+}  // namespace relay_hub

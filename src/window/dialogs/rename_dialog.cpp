@@ -160,3 +160,13 @@ void get_rename_dialog_new_name(std::string& out) {
 void destroy_rename_dialog(_rename_dialog* record) {
     relay_hub::destroy_name_prompt(record);
 }
+
+std::string relay_hub::ask_new_name(const std::string& old, const std::string& folder, bool is_remote,
+                                    GtkWidget* list) {
+    _rename_dialog* const dialog = create_rename_dialog();
+    set_rename_dialog_oldname(old.c_str(), "", folder.c_str(), is_remote ? 1 : 0, list);
+    init_rename_dialog(dialog);
+    show_rename_dialog(dialog);
+    destroy_rename_dialog(dialog);
+    return new_name;
+}

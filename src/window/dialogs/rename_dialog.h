@@ -19,3 +19,12 @@ void show_rename_dialog(_rename_dialog* record);
 // The new name; empty when cancelled or closed.
 void get_rename_dialog_new_name(std::string& out);
 void destroy_rename_dialog(_rename_dialog* record);
+
+namespace relay_hub {
+
+// All of that for an entry of the folder that the list shows, where no other may have the new name. The new
+// name.
+std::string ask_new_name(const std::string& old_name, const std::string& folder, bool is_remote,
+                         GtkWidget* list);
+
+}  // namespace relay_hub
