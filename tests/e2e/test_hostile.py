@@ -1,9 +1,8 @@
 """Nothing an engine says or does may end, freeze or bloat the window, or put nonsense into its pane."""
-import os
 import subprocess
 import time
 
-from common import BASE, OK, SLOW, act_until, frame, kib_of, make_fifos, message, read, remove, wait_for, write
+from common import OK, SLOW, act_until, frame, kib_of, message, wait_for
 from desktop import LOCAL, REMOTE, DesktopTest, centre, find, labels
 from hostile_engine import HONEST_ROWS, Answer, HostileEngine, listing, row, whole
 
@@ -107,25 +106,3 @@ class Hostile(DesktopTest):
         self.assertIn("path separator", " ".join(labels(d.wait_error())))
         self.settle()
         self.go_honest()
-
-    def test_pipes_that_are_no_pipes(self):
-        precious = os.path.join(self.desktop.home, "precious")
-        write(precious)
-        clicks = lambda: self.desktop.output().count("on_button_1_clicked\n")
-        cases = {"gone": lambda path: None, "file": write, "link to a file": lambda path: os.symlink(precious, path),
-                 "folder": os.mkdir, "link to a device": lambda path: os.symlink("/dev/zero", path)}
-        for name, make in cases.items():
-            for path in (BASE + "_IN", BASE + "_OUT"):
-                with self.subTest(name, path=path):
-                    os.unlink(path)
-                    make(path)
-                    before = clicks()
-                    self.ask()
-                    wait_for(lambda: clicks() > before, what="the request")
-                    self.settle(give_up=True)
-                    self.assertEqual(self.desktop.rows(REMOTE), HONEST_ROWS)
-                    self.check_alive()
-                    remove(path)
-                    make_fifos(BASE)
-                    self.go_honest()
-        self.assertEqual(read(precious), b"content")

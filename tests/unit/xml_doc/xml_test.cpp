@@ -141,15 +141,6 @@ TEST_F(Xml, reads_huge_input_in_one_pass) {
     EXPECT_FALSE(CXML::m_bOperStatus);
 }
 
-TEST_F(Xml, keeps_one_status_per_thread) {
-    std::thread([] {
-        CXML().AddChild(std::make_unique<CXML>().get());
-        EXPECT_EQ(CXML::m_strOperErrDesc, kNameless);
-    }).join();
-    EXPECT_TRUE(CXML::m_bOperStatus);
-    EXPECT_EQ(CXML::m_strOperErrDesc, "");
-}
-
 // Around the number of children from which an index is kept, lookups must agree with a plain walk through
 // every change.
 TEST_F(Xml, finds_the_same_children_with_many_as_with_few) {
