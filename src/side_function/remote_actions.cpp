@@ -1,12 +1,10 @@
 #include "side_function/remote_actions.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <iterator>
 #include <string_view>
 
-#include "base/diagnostics.h"
 #include "base/translated_text.h"
 #include "link_engine/request_builders.h"
 #include "link_engine/transfer_state.h"
@@ -63,33 +61,6 @@ void report_folder_result(int result, const std::string& path) {
     (void)std::fputs(known == std::end(kUnjudged) ? "no capture!\n" : known->line, stderr);
 }
 
-void show_rename_failure(const std::string& old_name) {
-    // What failed on the other machine left no error number here.
-    const std::string text =
-        fill_translated("IDS_MSG_ERR_FAIL_TO_RENAME_FILE", {old_name, error_text(EREMOTEIO)});
-    if (!window_is_closing())
-        show_error_box(message_parent(), GTK_BUTTONS_OK, text);
-}
-
-// Asks the engine for the new name and notes in outcome what became of it.
-void rename_on_engine(const Pane& pane, const std::string& new_name, Outcome& outcome) {
-    const std::string old_name = outcome.cursor;
-    __send_args args;
-    args.task_kind = kTaskRename;
-    args.source_path_hex = traced_unicode_hex(pane.path_of(old_name));
-    args.target_path_hex = traced_unicode_hex(pane.path_of(new_name));
-    const int result = send_busily(set_NP_VAL_CMD_RENAME, get_NP_VAL_CMD_RENAME, args);
-    outcome.reload = !args.given_up;
-    if (result == -1) {
-        if (!args.given_up)
-            show_rename_failure(old_name);
-        return;
-    }
-    std::printf("rename [%s] to [%s]\n", old_name.c_str(), new_name.c_str());
-    std::replace(outcome.names.begin(), outcome.names.end(), old_name, new_name);
-    outcome.cursor = new_name;
-}
-
 // The engine's reason for a refusal; empty when it came, or no answer did.
 std::string refusal(const std::string& path, const std::string& place, __send_args& args) {
     args.task_kind = kTaskRename;
@@ -99,6 +70,25 @@ std::string refusal(const std::string& path, const std::string& place, __send_ar
     if (send_busily(set_NP_VAL_CMD_RENAME, get_NP_VAL_CMD_RENAME, args) == 0 || args.given_up)
         return {};
     return return_message().empty() ? translated("IDS_REASON_REFUSED_THERE") : return_message();
+}
+
+// Asks the engine for the new name and notes in outcome what became of it.
+void rename_on_engine(const Pane& pane, const std::string& new_name, Outcome& outcome) {
+    const std::string old_name = outcome.cursor;
+    __send_args args;
+    const std::string reason = refusal(pane.path_of(old_name), pane.path_of(new_name), args);
+    outcome.reload = !args.given_up;
+    if (args.given_up)
+        return;
+    if (!reason.empty()) {
+        if (!window_is_closing())
+            show_error_box(message_parent(), GTK_BUTTONS_OK,
+                           fill_translated("IDS_MSG_ERR_FAIL_TO_RENAME_FILE", {old_name, reason}));
+        return;
+    }
+    std::printf("rename [%s] to [%s]\n", old_name.c_str(), new_name.c_str());
+    std::replace(outcome.names.begin(), outcome.names.end(), old_name, new_name);
+    outcome.cursor = new_name;
 }
 
 // What was cut in the pane goes to the folder that it shows now, replacing nothing.
