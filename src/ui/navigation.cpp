@@ -232,7 +232,10 @@ void open_sub_folder(__single* side, const std::string& name) {
 }
 
 void open_parent_folder(__single* side) {
-    if (find_parent_row(gtk_tree_view_get_model(GTK_TREE_VIEW(side->tree_view))))
+    // A remote list that could not be read again has lost its parent row too.
+    GtkTreeModel* model = gtk_tree_view_get_model(GTK_TREE_VIEW(side->tree_view));
+    const bool is_below_root = is_remote(side) && check_root_path(current_folder(side)) != 0;
+    if (is_below_root || find_parent_row(model))
         open_sub_folder(side, "..");
 }
 
