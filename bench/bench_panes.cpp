@@ -336,7 +336,7 @@ int main(int argc, char** argv) {
         gdk_threads_init();
         gtk_init(&argc, &argv);
         relay_hub::remember_window_thread();
-        relay_hub::install_window_services();
+        const auto listing_watcher = relay_hub::install_window_services();
         gdk_threads_enter();
         bench_window(folder, answer, peer);
         gdk_threads_leave();

@@ -40,7 +40,7 @@ void tell_already_running(int* argc, char*** argv);
 
 // Connects the rooms beneath with the window: questions, call-backs, and long listings, whose watcher must
 // live as long as the window.
-std::unique_ptr<ListingWatcher> install_window_services();
+[[nodiscard]] std::unique_ptr<ListingWatcher> install_window_services();
 
 // After the main loop: ends hand-overs, monitor and listener. Where a thread cannot be ended, ends the
 // process with status 0.
