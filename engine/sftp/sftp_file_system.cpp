@@ -222,11 +222,23 @@ Error SftpFileSystem::open_source(const std::string& path, const Entry& entry,
         opened = std::move(found->source);
         ahead_.erase(ahead_.begin(), found + 1);
     }
-    if (!opened)
+    const bool was_ahead = opened != nullptr;
+    if (!was_ahead)
         opened = std::make_unique<SftpSource>(session, server_path(path), entry.size);
     fetch_ahead(session);
     const bool waits = !opened->arrived();
-    if (Error error = opened->finish_open(); error)
+    Error error = opened->finish_open();
+    if (error.number == EREMOTEIO && was_ahead) {
+        // Those opened ahead may hold all the handles that it has.
+        for (Ahead& next : ahead_) {
+            if (next.source)
+                (void)next.source->finish_open();
+            next.source.reset();
+        }
+        opened = std::make_unique<SftpSource>(session, server_path(path), entry.size);
+        error = opened->finish_open();
+    }
+    if (error)
         return error;
     // Those behind it were opened meanwhile.
     if (waits)

@@ -120,9 +120,9 @@ class SftpTest(unittest.TestCase):
         self.assertRegex(reported, rf"\b{2000 - len(there)}\b", "how many were not copied")
 
     def test_refusals_are_named_and_links_stay_links(self):
-        source, there, back = self.here + "/set", self.folder_at_far("there"), self.here + "/back"
-        os.mkdir(back)
-        for name in ("closed/new", "closed/old", "dark/inner", "first", "last/plain"):
+        source, there = self.here + "/set", self.folder_at_far("there")
+        named = "closed/new", "closed/old", "dark/inner"
+        for name in (*named, "first", "last/plain"):
             write(f"{source}/{name}")
         for name, target in (("a", "b"), ("b", "a"), ("last/up", "..")):
             os.symlink(target, f"{source}/{name}")
@@ -139,14 +139,14 @@ class SftpTest(unittest.TestCase):
             self.assertIn(OK, self.copy(upwards, local, remote))
             lines = self.front_end.heard[-1].split(b"Content>")[1].removesuffix(b"</NP_Message_Box_").split(b"\n")
             self.assertEqual(sorted(lines[1:]), [f"{path}: Permission denied".encode() for path in paths])
-        named = "closed/new", "closed/old", "dark/inner"
         refused(True, source, there, *(f"{source}/{name}" for name in named))
         self.assertEqual(content(there + "/set", *named, "closed", "dark"), content(source, *named, "closed", "dark"))
         self.assertEqual(os.listdir(there + "/set/closed"), ["old"])
         self.assertEqual(read(there + "/set/closed/old"), b"old")
         os.chmod(there + "/set/first", 0)
-        refused(False, back, there + "/set", there + "/set/dark", there + "/set/first")
-        self.assertEqual(content(back + "/set"), content(there + "/set", "dark", "first"))
+        shutil.rmtree(source)
+        refused(False, self.here, there + "/set", there + "/set/dark", there + "/set/first")
+        self.assertEqual(content(source), content(there + "/set", "dark", "first"))
 
     def lose_and_mend(self, lose, mend):
         """The loss is told within ten seconds, nothing waits, and the link is there within five of its return."""

@@ -2,6 +2,7 @@
 #include "engine/sftp/sftp_file_system.h"
 
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 
 #include <map>
@@ -26,7 +27,11 @@ class SftpTree : public testing::Test, protected test::Sandbox {
             dup2(up.reader.get(), STDIN_FILENO);
             dup2(down.writer.get(), STDOUT_FILENO);
             setenv("HOME", home_.c_str(), 1);
-            execl("/usr/lib/openssh/sftp-server", "sftp-server", "-d", home_.c_str(), nullptr);
+            // It has few handles, and does not say so.
+            const rlimit few{24, 24};
+            setrlimit(RLIMIT_NOFILE, &few);
+            execl("/usr/lib/openssh/sftp-server", "sftp-server", "-d", home_.c_str(), "-P", "limits",
+                  nullptr);
             _exit(127);
         }
         session_ = std::make_shared<Session>(channel_on(up, down, [] { return "bye"; }));
