@@ -24,7 +24,7 @@
 #include "ui/start_up.h"
 #include "window/ui_sets.h"
 #include "window/window_thread.h"
-#include "xml_op/xml_owners.h"
+#include "xml_op/Zev_xml_op.h"
 
 namespace {
 

@@ -8,7 +8,6 @@
 
 #include "base/overwrite_question.h"
 #include "base/translated_text.h"
-#include "engine/content_comparison.h"
 #include "engine/names.h"
 #include "engine/wire_text.h"
 

@@ -27,6 +27,20 @@ Stretch next_data(int fd, off_t at) {
     return {start, hole > start ? hole : start + kSlice};
 }
 
+// Less than kBufferSize only at the end of the file.
+Error read_piece(FileSource& source, std::vector<char>& piece) {
+    piece.resize(kBufferSize);
+    std::size_t size = 0;
+    std::size_t got = 1;
+    while (size < kBufferSize && got > 0) {
+        if (Error error = source.read(piece.data() + size, kBufferSize - size, got); error)
+            return error;
+        size += got;
+    }
+    piece.resize(size);
+    return {};
+}
+
 }  // namespace
 
 Error FileContent::copy(FileSource& source, FileSink& sink) {
@@ -112,6 +126,21 @@ void FileContent::count(FileSink& sink, std::uint64_t bytes) {
         return;
     sink.start_flush();
     unflushed_ = 0;
+}
+
+Error compare_contents(FileSource& one, FileSource& other, const std::function<bool()>& goes_on, bool& same) {
+    std::vector<char> piece;
+    std::vector<char> other_piece;
+    do {
+        if (!goes_on())
+            return ECANCELED;
+        if (Error error = read_piece(one, piece); error)
+            return error;
+        if (Error error = read_piece(other, other_piece); error)
+            return error;
+        same = piece == other_piece;
+    } while (same && piece.size() == kBufferSize);
+    return {};
 }
 
 }  // namespace relay_hub::engine

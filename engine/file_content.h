@@ -1,9 +1,11 @@
 #pragma once
-// Moves the bytes of one file: between two descriptors in the kernel where it can, and holes stay holes;
-// else through a buffer. One copy, one thread; the progress must outlive it.
+// Moves the bytes of one file, or compares those of two. They move between two descriptors in the kernel
+// where it can, and holes stay holes; else through a buffer. One copy, one thread; the progress must outlive
+// it.
 #include <sys/types.h>
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "engine/copy_progress.h"
@@ -30,5 +32,9 @@ class FileContent {
     std::uint64_t unflushed_ = 0;
     std::vector<char> buffer_;
 };
+
+// Reads both to their end, or to where they differ. goes_on is asked between the pieces; false from it ends
+// with ECANCELED.
+Error compare_contents(FileSource& one, FileSource& other, const std::function<bool()>& goes_on, bool& same);
 
 }  // namespace relay_hub::engine

@@ -18,7 +18,7 @@ namespace {
 constexpr int kMostNamesTried = 10000;
 constexpr std::size_t kLongestName = 200;
 
-int open_own_folder(int parent, const std::string& name, FileDescriptor& folder) {
+int make_own_folder(int parent, const std::string& name, FileDescriptor& folder) {
     if (mkdirat(parent, name.c_str(), S_IRWXU) != 0 && errno != EEXIST)
         return errno;
     folder.reset(openat(parent, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
@@ -35,11 +35,11 @@ struct TrashFolders {
 
 int open_trash(int root, const std::string& name, TrashFolders& trash) {
     FileDescriptor top;
-    if (const int error = open_own_folder(root, name, top); error != 0)
+    if (const int error = make_own_folder(root, name, top); error != 0)
         return error;
-    if (const int error = open_own_folder(top.get(), "files", trash.files); error != 0)
+    if (const int error = make_own_folder(top.get(), "files", trash.files); error != 0)
         return error;
-    return open_own_folder(top.get(), "info", trash.info);
+    return make_own_folder(top.get(), "info", trash.info);
 }
 
 int write_info(int folder, const std::string& name, const std::string& text) {

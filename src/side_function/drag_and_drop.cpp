@@ -18,8 +18,6 @@ namespace {
 using relay_hub::Pane;
 using relay_hub::WindowWork;
 
-constexpr guint kTreeRows = 0;
-constexpr guint kUriList = 1;
 constexpr int kBytes = 8;
 
 struct NamedAction {
@@ -83,15 +81,19 @@ int receive_local_files(const std::string& uris) {
     return relay_hub::put_into_local_folder(offer, folder);
 }
 
+std::vector<std::string> remembered_names() {
+    std::vector<std::string> names;
+    for (const relay_hub::RemoteItem& item : relay_hub::copy_source.remembered)
+        names.push_back(item.name);
+    return names;
+}
+
 // The list loses its selection while a drop is under way; then what was dragged counts.
 std::vector<std::string> dragged_remote_names(const Pane& pane) {
     std::vector<std::string> names = pane.selection();
-    if (!names.empty()) {
-        relay_hub::remember_remote_selection(pane.list(), pane.folder());
-        return names;
-    }
-    for (const relay_hub::RemoteItem& item : relay_hub::copy_source.remembered)
-        names.push_back(item.name);
+    if (names.empty())
+        return remembered_names();
+    relay_hub::remember_remote_selection(pane.list(), pane.folder());
     return names;
 }
 
@@ -102,9 +104,9 @@ int left_drag_data_get(GtkWidget*, GdkDragContext*, GtkSelectionData* selection,
     std::puts("left_drag_data_get");
     if (relay_hub::window_is_closing())
         return -1;
-    if (info == kTreeRows)
+    if (info == kTreeRowTarget)
         set_text(selection, "ABC");
-    else if (info == kUriList)
+    else if (info == kUriListTarget)
         set_text(selection, set_glist_to_string(Pane::local().selection(), Pane::local().folder(), 1));
     return 0;
 }
@@ -115,11 +117,11 @@ int left_drag_data_received(GtkWidget* widget, GdkDragContext* context, gint, gi
     if (relay_hub::window_is_closing() || !holds_bytes(selection) || !copy_is_suggested(context))
         return -1;
     const WindowWork work;
-    if (info == kTreeRows) {
+    if (info == kTreeRowTarget) {
         print_rows(text_of(selection));
         return remote_receive_data(widget, selection);
     }
-    return info == kUriList ? receive_local_files(text_of(selection)) : -1;
+    return info == kUriListTarget ? receive_local_files(text_of(selection)) : -1;
 }
 
 int right_drag_data_get(GtkWidget*, GdkDragContext*, GtkSelectionData* selection, guint info, guint,
@@ -127,9 +129,9 @@ int right_drag_data_get(GtkWidget*, GdkDragContext*, GtkSelectionData* selection
     std::puts("right_drag_data_get");
     if (relay_hub::window_is_closing())
         return -1;
-    if (info == kTreeRows) {
+    if (info == kTreeRowTarget) {
         std::puts("GTK_TREE_MODEL_ROW");
-    } else if (info != kUriList) {
+    } else if (info != kUriListTarget) {
         std::printf("%u\n", info);
         return -1;
     }
@@ -145,11 +147,11 @@ int right_drag_data_received(GtkWidget*, GdkDragContext* context, gint, gint, Gt
     if (relay_hub::window_is_closing() || !holds_bytes(selection) || !copy_is_suggested(context))
         return -1;
     const std::string text = text_of(selection);
-    if (info == kTreeRows) {
+    if (info == kTreeRowTarget) {
         print_rows(text);
         return 0;
     }
-    if (info != kUriList)
+    if (info != kUriListTarget)
         return -1;
     std::puts("TEXT_URI_LIST");
     const int result = relay_hub::copy_to_remote_folder([&] { return dropped(text, "\r\n", true); });
@@ -160,10 +162,7 @@ int right_drag_data_received(GtkWidget*, GdkDragContext* context, gint, gint, Gt
 int remote_receive_data(GtkWidget*, GtkSelectionData* selection) {
     if (relay_hub::window_is_closing() || !holds_bytes(selection))
         return -1;
-    std::vector<std::string> names;
-    for (const relay_hub::RemoteItem& item : relay_hub::copy_source.remembered)
-        names.push_back(item.name);
-    if (!Pane::remote().may_act_on(names))
+    if (!Pane::remote().may_act_on(remembered_names()))
         return -1;
     const std::string text = text_of(selection);
     return relay_hub::copy_to_local_folder([&] { return dropped(text, "\r\n", false); },

@@ -3,7 +3,6 @@
 #include <cstdio>
 
 #include "base/glib_owners.h"
-#include "side_function/drag_and_drop.h"
 #include "ui/event_handlers.h"
 #include "ui/navigation.h"
 #include "window/closing.h"

@@ -2,9 +2,9 @@
 // Both ends of a drag in the file lists. Window's thread.
 #include <gtk/gtk.h>
 
-// Drop targets of both lists: info 0 is a row dragged inside this program, info 1 a list of URIs.
-inline constexpr guint kTreeRowTarget = 0;
-inline constexpr guint kUriListTarget = 1;
+#include "side_function/drag_and_drop.h"
+
+// Drop targets of both lists.
 inline constexpr int kDropTargetCount = 2;
 extern const GtkTargetEntry drop_targets[kDropTargetCount];
 

@@ -1,11 +1,13 @@
 #pragma once
 // The engine's answers as libxml2 trees. Parsing refuses a DOCTYPE, loads nothing and never expands entities
 // of its own. Any thread; call-backs run on the calling one.
+#include <libxml/parser.h>
 #include <libxml/tree.h>
 
+#include <memory>
 #include <string_view>
 
-#include "xml_op/xml_owners.h"
+#include "base/freed_by.h"
 
 inline constexpr int RET_XML_NULL = -2;
 inline constexpr int RET_XML_FMT_ERROR = -3;
@@ -22,6 +24,16 @@ xmlChar* get_xml_content_by_last(xmlNode* node, const char* tag);
 int traversal_xml(xmlNode* node, const char* tag, record_callback callback, void* context);
 
 namespace relay_hub {
+
+// Owners of what libxml2 hands out.
+// xmlFree is a variable.
+struct XmlTextFree {
+    void operator()(xmlChar* text) const { xmlFree(text); }
+};
+
+using XmlDocPtr = std::unique_ptr<xmlDoc, FreedBy<xmlFreeDoc>>;
+using XmlText = std::unique_ptr<xmlChar, XmlTextFree>;
+using XmlParser = std::unique_ptr<xmlParserCtxt, FreedBy<xmlFreeParserCtxt>>;
 
 // Null for an empty text, and, after a diagnostic, for one that does not parse or has no root. With a
 // callback, each outermost record is handed to it when its end is read; its content is dropped then, unless

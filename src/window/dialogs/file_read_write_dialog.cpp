@@ -7,7 +7,6 @@
 #include "base/translated_text.h"
 #include "link_engine/transfer_state.h"
 #include "window/dialogs/dialog_parts.h"
-#include "window/loops.h"
 #include "window/ui_sets.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <gtk/gtk.h>
 
 #include "base/non_copyable.h"
-#include "window/dialogs/dialog_info.h"
+#include "window/loops.h"
 
 // Builds and shows the dialog. 0, or -1 with nothing shown when a widget could not be made.
 int show_file_read_write_dialog(GtkWidget* parent, GtkWidget** dialog_out, dialog_job job, int task_type);
