@@ -21,6 +21,10 @@ SLIPS = [
     ("failed sync blamed on nobody", BASE + "sync_batch.cpp", "if (!blamed)", "if (blamed)", ["test_util", "test_base"]),
     ("isolates change the shown text", BASE + "shown_text.cpp", " || (character >= 0x2066 && character <= 0x2069)", "",
      ["test_base", "test_util", "test_gui --gtest_filter=*Text*:*List*"]),
+    ("longer numbers of names come first", BASE + "name_order.cpp", "if (end - first > 1)", "if (end - first > 99)",
+     ["test_util --gtest_filter=Text*"]),
+    ("names sorted by the wrong end", UTIL + "sorted_folder.cpp", "each->part = GUINT64_FROM_BE(each->part);", "",
+     ["test_util --gtest_filter=SortedFolder*"]),
     # The message document.
     ("no limit of depth", "src/xml_doc/xml_reader.cpp", "depth > kMaxDepth", "depth > kMaxDepth + 1", ["test_xml_doc"]),
     ("first record is no start of paths", "src/xml_doc/zev_xml_path.cpp", "if (m_current >= 1) {", "if (m_current > 1) {",
