@@ -128,7 +128,7 @@ TEST_F(FolderFiles, AnUncommittedFileLeavesNothing) {
     const auto fail = [&failed](const std::string& file, const Error& error) {
         failed.push_back(file + ": " + relay_hub::error_text(error.number));
     };
-    PendingWrites writes(*remote_, {fail, fail, fail});
+    PendingWrites writes(*remote_, {fail, fail, [](const auto&, const auto&) { FAIL(); }});
     for (const std::string name : {"a", "b"}) {
         ASSERT_EQ(remote_->open_sink(name, {}, false, sink), 0);
         make_file("served/" + name, "other");
