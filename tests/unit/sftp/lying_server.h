@@ -16,11 +16,10 @@ struct Request {
 };
 
 // The client's side of two pipes.
-inline std::unique_ptr<Connection> channel_on(test::Pipe& up, test::Pipe& down,
-                                              std::function<std::string()> last_words) {
+inline std::unique_ptr<Connection> channel_on(test::Pipe& up, test::Pipe& down) {
     for (const int end : {up.writer.get(), down.reader.get()})
         fcntl(end, F_SETFL, O_NONBLOCK);
-    return std::make_unique<Connection>(std::move(up.writer), std::move(down.reader), std::move(last_words));
+    return std::make_unique<Connection>(std::move(up.writer), std::move(down.reader), nullptr);
 }
 
 // Answers the requests of a connection as a function says; the greeting is an honest one.
@@ -34,7 +33,7 @@ class LyingServer {
         : lie_(std::move(lie)),
           extensions_(std::move(extensions)),
           files_(std::make_unique<SftpFileSystem>([this] { return session_; }, style)) {
-        auto connection = channel_on(up_, down_, nullptr);
+        auto connection = channel_on(up_, down_);
         connection->set_silence_limit(300ms);
         session_ = std::make_shared<Session>(std::move(connection));
         thread_ = std::thread([this] { serve(); });

@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 
 #include <map>
+#include <random>
 
 #include "engine/sftp/part_name.h"
 #include "engine/sftp/remote_entry.h"
@@ -34,7 +35,7 @@ class SftpTree : public testing::Test, protected test::Sandbox {
                   nullptr);
             _exit(127);
         }
-        session_ = std::make_shared<Session>(channel_on(up, down, [] { return "bye"; }));
+        session_ = std::make_shared<Session>(channel_on(up, down));
         while (session_->connection().state() == Connection::State::kGreeting)
             usleep(1000);
         EXPECT_FALSE(session_->learn_facts(""));
@@ -103,11 +104,7 @@ class SftpTree : public testing::Test, protected test::Sandbox {
 
 std::string noise(std::size_t size) {
     std::string text(size, '\0');
-    unsigned state = 1;
-    for (char& c : text) {
-        state = state * 1103515245U + 12345U;
-        c = static_cast<char>(state >> 16U);
-    }
+    std::generate(text.begin(), text.end(), std::minstd_rand());
     return text;
 }
 
@@ -284,19 +281,6 @@ TEST_F(SftpTree, TellsPlaces) {
     EXPECT_FALSE(files_.free_space(inner(""), free));
     EXPECT_GT(free, 0U);
     EXPECT_EQ(files_.style(), Style::kPosix);
-}
-
-TEST_F(SftpTree, FailsWithAReasonWhenTheServerIsGone) {
-    ASSERT_FALSE(write_file("f", noise(3000000), false));
-    kill(server_, SIGKILL);
-    const Error error = finish().front();
-    EXPECT_EQ(error.number, ENOTCONN);
-    EXPECT_EQ(session_->connection().reason(), "IDS_REASON_LINK_CLOSED: bye");
-    session_.reset();
-    Listing listing;
-    EXPECT_EQ(files_.list("x", listing).number, ENOTCONN);
-    session_ = std::make_shared<Session>(std::make_unique<Connection>(
-        FileDescriptor(open("/dev/null", O_WRONLY)), FileDescriptor(open("/dev/null", O_RDONLY)), nullptr));
 }
 
 }  // namespace
