@@ -53,9 +53,18 @@ std::optional<std::string> local_path_of_uri(const std::string& uri) {
     const GText host(host_text);
     if (path == nullptr || (host != nullptr && !is_this_machine(host.get())))
         return std::nullopt;
-    // What follows it would be taken for the name of what is meant.
+    // With a separator at its end the path's last component would be empty.
     const std::string text = path.get();
     return text.substr(0, std::max<std::size_t>(text.find_last_not_of('/') + 1, 1));
+}
+
+std::string file_uri(const std::string& path, std::string& why) {
+    GError* failure = nullptr;
+    const GText uri(g_filename_to_uri(path.c_str(), nullptr, &failure));
+    if (uri != nullptr)
+        return uri.get();
+    why = GErrorPtr(failure)->message;
+    return {};
 }
 
 }  // namespace relay_hub

@@ -16,5 +16,7 @@ std::string parent_path(const std::string& path);
 // The local path that a "file" URI stands for, without separators at its end. Nothing for any other text, nor
 // for a file of another machine.
 std::optional<std::string> local_path_of_uri(const std::string& uri);
+// The "file" URI of a path. Empty for a path that has none; why then says it.
+std::string file_uri(const std::string& path, std::string& why);
 
 }  // namespace relay_hub

@@ -28,28 +28,20 @@ GtkClipboard* desktop_clipboard() {
     return gtk_clipboard_get(GDK_SELECTION_CLIPBOARD);
 }
 
-// Empty for a path that has no URI.
-std::string file_uri(const std::string& path) {
-    GError* failure = nullptr;
-    const relay_hub::GText uri(g_filename_to_uri(path.c_str(), nullptr, &failure));
-    if (uri != nullptr)
-        return uri.get();
-    const relay_hub::GErrorPtr error(failure);
-    relay_hub::report(RELAY_HUB_HERE, path + ":", error == nullptr ? "no URI" : error->message);
-    return {};
-}
-
 std::string offered_text(GdkAtom target) {
     const bool as_uris = target == atom(kGnomeFiles) || target == atom(kUriList);
     const char* const line_end = target == atom(kUriList) ? "\r\n" : "\n";
     std::string text;
+    std::string why;
     text.reserve(kTextRoom);
     if (target == atom(kGnomeFiles))
         text += clipboard_action == kCutOffered ? "cut\n" : "copy\n";
     for (const std::string& path : g_pClipboardFileList) {
-        const std::string entry =
-            as_uris ? file_uri(path) : relay_hub::GText(g_filename_display_name(path.c_str())).get();
-        if (!entry.empty())
+        const std::string entry = as_uris ? relay_hub::file_uri(path, why)
+                                          : relay_hub::GText(g_filename_display_name(path.c_str())).get();
+        if (entry.empty())
+            relay_hub::report(RELAY_HUB_HERE, path + ":", why);
+        else
             text.append(entry).append(line_end);
     }
     return text;

@@ -6,6 +6,7 @@
 
 #include "base/diagnostics.h"
 #include "base/glib_owners.h"
+#include "base/path_text.h"
 #include "base/shown_text.h"
 #include "base/translated_text.h"
 #include "tree_view_op/listing_turns.h"
@@ -159,17 +160,6 @@ std::string joined_path(const std::string& folder, const std::string& name) {
     return path.get();
 }
 
-// Empty, after a diagnostic, when path has no URI.
-std::string file_uri(const std::string& path) {
-    GError* error = nullptr;
-    const relay_hub::GText uri(g_filename_to_uri(path.c_str(), nullptr, &error));
-    if (uri != nullptr)
-        return uri.get();
-    const relay_hub::GErrorPtr owner(error);
-    relay_hub::report({kUnit, "set_glist_to_string", 132}, owner->message);
-    return {};
-}
-
 int collate_column(GtkTreeModel* model, GtkTreeIter* a, GtkTreeIter* b, int column) {
     return g_utf8_collate(relay_hub::row_text(model, a, column).c_str(),
                           relay_hub::row_text(model, b, column).c_str());
@@ -276,10 +266,13 @@ std::string set_glist_to_string(const std::vector<std::string>& names, const std
     std::string text;
     for (const std::string& name : names) {
         std::string line = joined_path(folder, name);
+        std::string why;
         if (uri_flag == 1)
-            line = file_uri(line);
-        if (line.empty())
+            line = relay_hub::file_uri(line, why);
+        if (line.empty()) {
+            relay_hub::report({kUnit, __func__, 132}, why);
             return {};
+        }
         std::printf("tmp_str[%s]\n", line.c_str());
         text += line + "\r\n";
     }
