@@ -228,7 +228,7 @@ void ConnectDialog::set_busy(bool busy) {
     g_object_set(spinner_, "active", busy ? TRUE : FALSE, nullptr);
 }
 
-// Who listens to the dialog hears it with the entry, to which the focus goes.
+// A screen reader speaks it with the entry, which gets the focus.
 void ConnectDialog::say(const std::string& text) {
     gtk_label_set_text(GTK_LABEL(message_), text.c_str());
     atk_object_set_description(gtk_widget_get_accessible(address_), text.c_str());

@@ -79,7 +79,7 @@ bool copy_list(const char* name, const std::vector<char>& list, int target, Targ
 }
 
 void take_owner(int target, const FileOwner& owner) {
-    // Who may not give a file away may still give it to a group of his own.
+    // A user who may not change the owner may still choose one of their own groups.
     if (fchown(target, owner.user, owner.group) != 0)
         (void)!fchown(target, static_cast<uid_t>(-1), owner.group);
 }

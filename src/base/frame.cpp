@@ -124,7 +124,7 @@ ReadEnd read_frame(int fd, FrameProgress& progress, Patience patience, const Bod
         }
         if (errno != EAGAIN)
             return ReadEnd::failed;
-        // What it wrote before it left has been read by now.
+        // All that the peer wrote before it left has been read by now.
         if (writer_left)
             return ReadEnd::closed;
         std::array<pollfd, 2> watches{

@@ -1,5 +1,5 @@
 #pragma once
-// Whose a file in a shared folder is. Any thread.
+// Who owns a file in a shared folder. Any thread.
 #include <sys/stat.h>
 
 #include <optional>

@@ -25,7 +25,7 @@ class TemporaryFile {
 
     TemporaryFile() = default;
     TemporaryFile(TemporaryFile&& other) noexcept { *this = std::move(other); }
-    // What this was goes with other.
+    // They are swapped: what this was is removed with other.
     TemporaryFile& operator=(TemporaryFile&& other) noexcept;
     // Removes the file unless it took a name.
     ~TemporaryFile() { remove(); }

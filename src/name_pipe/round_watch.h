@@ -2,7 +2,7 @@
 // Tells that the peer has ended the round of a request: that it closed the answers' FIFO after it had read
 // the request. A peer that begins its next round at once leaves no other trace of the end. The kernel's event
 // queue keeps the order of "request read" and "end closed", so that the close of an earlier round never
-// counts. Where the system grants no watch it never tells anything. One thread at a time.
+// counts. Without a watch from the system it never reports anything. One thread at a time.
 #include <string>
 
 #include "base/file_descriptor.h"
@@ -17,7 +17,7 @@ class RoundWatch : public WriterWatch {
 
     [[nodiscard]] int descriptor() const override { return events_.get(); }
     bool has_left() override;
-    // What was seen concerned the request of another client.
+    // The events seen so far belonged to another client's request.
     void forget();
 
   private:

@@ -40,7 +40,7 @@ struct JobEnd {
     bool went_through_all = true;
     bool failed = false;
     bool refused = false;
-    Paths doubtful;  // paths of what failed, or was refused, and was not made good by trying again
+    Paths doubtful;  // paths of what failed, or was refused, and did not succeed when tried again
 };
 
 void note_end(const __task_list& job, bool tried_again, JobEnd& end) {

@@ -64,7 +64,7 @@ class Pane {
 
 // What an action on a pane leaves to be done once it has acted.
 struct Outcome {
-    // What the action returns; empty for what reading the list again comes to.
+    // What the action returns; empty: what reading the list again returns.
     std::optional<int> result{};
     // Reads the pane's list again. Not after a request that was given up: the engine may hang still.
     bool reload = true;

@@ -40,7 +40,7 @@ struct ItemListJob {
     std::vector<RemoteItem> attributes;
 };
 
-// What tells the two directions apart.
+// What differs between the two directions.
 struct Direction {
     command_start_t start;
     command_finish_t finish;
@@ -71,7 +71,7 @@ bool build_item_lists(const Direction& direction, ItemListJob& job) {
     return worker.failure() == nullptr && !job.args.items.empty();
 }
 
-// What came of a copy, and what may go to the trash after it.
+// The outcome of a copy, and what may go to the trash after it.
 struct Copied {
     int result = -1;
     std::vector<std::string> moved;
@@ -176,7 +176,7 @@ Transfer::~Transfer() {
 
 int Transfer::send_once(command_start_t start, command_finish_t finish) {
     const int result = send_command_t(start, finish, &args_);
-    // Where the engine ended, and not where it was a moment before.
+    // Shows the state at the engine's end, not that of the last tick.
     if (kind_ == TASK_COPY && !window_is_closing())
         (void)update_dialog_info(get_file_read_write_dialog_info());
     return result;

@@ -18,8 +18,8 @@ int collate_icons(const char* a, const char* b);
 
 struct IconOrder;
 
-// While it lives, a row put into a store that is sorted by icon stays where it is put. A sort that was
-// changed meanwhile is made good at its end.
+// While it lives, a row put into a store that is sorted by icon stays where it is put. When the sort was
+// changed meanwhile, the rows are sorted anew at its end.
 class RowsInPlace : NonCopyable {
   public:
     explicit RowsInPlace(GtkListStore* store);

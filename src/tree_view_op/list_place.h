@@ -1,5 +1,5 @@
 #pragma once
-// What the user has before him in a list, to be found again by its names after the list was filled anew: the
+// What the user sees in a list, to be found again by its names after the list was filled anew: the
 // selected rows, the cursor, the row on top. Window's thread.
 #include <gtk/gtk.h>
 

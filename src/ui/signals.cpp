@@ -41,7 +41,7 @@ class Line {
     std::size_t size_ = 0;
 };
 
-// What was interrupted must find its errno again.
+// The interrupted code must find its errno unchanged.
 class KeptErrno : relay_hub::NonCopyable {
   public:
     ~KeptErrno() { errno = value_; }

@@ -16,7 +16,7 @@ int reported(const relay_hub::CallSite& site, int result, const std::string& pat
     return result;
 }
 
-// What apply does with the records of both comes to.
+// The result of apply, which gets the records of both.
 template <typename Apply>
 int take_over(const relay_hub::CallSite& site, const std::string& src, const std::string& dst, Apply apply) {
     struct stat source {};

@@ -70,7 +70,7 @@ JobProgress JobCounters::snapshot() const {
     JobProgress progress = finished_;
     progress.bytes_done += position_;
     progress.bytes_moved += position_;
-    // What grew since it was counted.
+    // A file may have grown since it was counted.
     progress.items_total = std::max(progress.items_total, progress.items_done);
     progress.bytes_total = std::max(progress.bytes_total, progress.bytes_done);
     return progress;

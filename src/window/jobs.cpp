@@ -70,7 +70,7 @@ class JobProgressLine {
   public:
     explicit JobProgressLine(const JobCounters& counters)
         : counters_(counters), timer_(gdk_threads_add_timeout(kUpdateInterval, update, this)) {}
-    // Where the job ended, and not where it was a moment before.
+    // Shows the state at the job's end, not that of the last tick.
     ~JobProgressLine() { (void)update(this); }
 
   private:
