@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <string>
 
+#include "base/translated_text.h"
 #include "link_engine/transfer_state.h"
 #include "window/closing.h"
 #include "window/dialogs/message_dialog.h"
@@ -11,7 +12,7 @@
 namespace relay_hub {
 namespace {
 
-constexpr char kNoReason[] = "Operation Fail.";
+constexpr char kNoReason[] = "IDS_MSG_FAILED_WITHOUT_REASON";
 
 }  // namespace
 
@@ -27,7 +28,7 @@ void show_waiting_message() {
 
 void show_end_message(int result) {
     if (result == -1 && IsUserClickCancel() == 0 && GetShowMessageBox().empty())
-        SetShowMessageBox(kNoReason);
+        SetShowMessageBox(translated(kNoReason));
     show_waiting_message();
 }
 
@@ -36,7 +37,7 @@ bool ask_about_failure() {
     SetShowMessageBox("");
     std::puts("show error message");
     const WorkPause pause;
-    return ask_to_try_again(message_parent(), message.empty() ? kNoReason : message);
+    return ask_to_try_again(message_parent(), message.empty() ? translated(kNoReason) : message);
 }
 
 }  // namespace relay_hub
