@@ -14,7 +14,6 @@ constexpr std::chrono::seconds kFirstSpeed{1};
 constexpr double kMinute = 60;
 constexpr double kHour = 3600;
 constexpr double kLongestTold = 100 * kHour;
-constexpr char kBetween[] = " · ";
 
 std::string time_left_text(double seconds) {
     if (seconds < kMinute)
@@ -32,18 +31,19 @@ std::string ProgressText::text(const ProgressCounts& counts, Clock::time_point n
     std::string text = fill_translated(
         "IDS_PROGRESS_ITEMS", {std::to_string(counts.items_done), std::to_string(counts.items_total)});
     if (counts.items_present > 0)
-        text += kBetween + fill_translated("IDS_PROGRESS_PRESENT", {std::to_string(counts.items_present)});
+        text +=
+            kBetweenFigures + fill_translated("IDS_PROGRESS_PRESENT", {std::to_string(counts.items_present)});
     if (counts.bytes_total > 0)
-        text += kBetween + fill_translated("IDS_PROGRESS_BYTES",
-                                           {size_text(counts.bytes_done), size_text(counts.bytes_total)});
+        text += kBetweenFigures + fill_translated("IDS_PROGRESS_BYTES", {size_text(counts.bytes_done),
+                                                                         size_text(counts.bytes_total)});
     const double per_second = speed(counts, now);
     if (per_second < 1)
         return text;
-    text +=
-        kBetween + fill_translated("IDS_PROGRESS_SPEED", {size_text(static_cast<std::uint64_t>(per_second))});
+    text += kBetweenFigures +
+            fill_translated("IDS_PROGRESS_SPEED", {size_text(static_cast<std::uint64_t>(per_second))});
     const double left = static_cast<double>(counts.bytes_total - counts.bytes_done) / per_second;
     if (counts.bytes_done < counts.bytes_total && left < kLongestTold)
-        text += kBetween + time_left_text(left);
+        text += kBetweenFigures + time_left_text(left);
     return text;
 }
 

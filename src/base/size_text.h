@@ -7,4 +7,7 @@ namespace relay_hub {
 
 std::string size_text(std::uint64_t bytes);
 
+// Stands between the figures of one line.
+inline constexpr char kBetweenFigures[] = " · ";
+
 }  // namespace relay_hub

@@ -1,6 +1,8 @@
 #pragma once
 // Every name that stands on the wire, shared by the builders, readers and servers of messages.
 // Spelling is the protocol's own, odd ones included.
+#include "xml_doc/message_writer.h"
+
 namespace wire {
 
 // Commands from the front end to the engine.
@@ -28,9 +30,7 @@ inline constexpr char kHandleRemoteRequest[] = "NP_Cmd_Handle_Remote_Request";
 inline constexpr char kRemoteIsOffline[] = "NP_Cmd_Remote_Is_Offline";
 
 // Envelope and results.
-inline constexpr char kRoot[] = "ZEVMSG";
 inline constexpr char kCommand[] = "NP_Cmd";
-inline constexpr char kRecord[] = "Line";
 inline constexpr char kSuccess[] = "NP_Exe_Result_Success";
 inline constexpr char kFail[] = "NP_Exe_Result_Fail";
 inline constexpr char kResult[] = "T1";

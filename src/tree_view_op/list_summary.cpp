@@ -19,7 +19,6 @@ namespace {
 constexpr guint kUpdateDelay = 100;
 constexpr char kSummary[] = "relay-hub-summary";
 constexpr char kSizes[] = "relay-hub-sizes";
-constexpr char kBetween[] = " · ";
 
 struct Summary {
     GObjectPtr<GtkLabel> label;
@@ -61,11 +60,11 @@ std::string text_of(const Summary& summary) {
     });
     std::string text = fill_translated("IDS_SUMMARY_ITEMS", {std::to_string(summary.items)});
     if (items > 0)
-        text += kBetween + fill_translated("IDS_SUMMARY_SELECTED", {std::to_string(items)});
+        text += kBetweenFigures + fill_translated("IDS_SUMMARY_SELECTED", {std::to_string(items)});
     if (bytes > 0)
         text += " (" + size_text(bytes) + ")";
     if (summary.free_bytes)
-        text += kBetween + fill_translated("IDS_SUMMARY_FREE", {size_text(*summary.free_bytes)});
+        text += kBetweenFigures + fill_translated("IDS_SUMMARY_FREE", {size_text(*summary.free_bytes)});
     return text;
 }
 

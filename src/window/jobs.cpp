@@ -15,7 +15,7 @@
 #include "util/copy_job.h"
 #include "util/delete_job.h"
 #include "window/closing.h"
-#include "window/dialogs/file_read_write_dialog.h"
+#include "window/loops.h"
 
 namespace {
 
@@ -79,12 +79,12 @@ class JobProgressLine {
     static gboolean update(gpointer self) {
         auto* line = static_cast<JobProgressLine*>(self);
         const JobProgress progress = line->counters_.snapshot();
-        const dialog_info* info = get_file_read_write_dialog_info();
-        if (info->second_label == nullptr || !progress.counted)
+        const dialog_info& info = loops.info;
+        if (info.second_label == nullptr || !progress.counted)
             return G_SOURCE_CONTINUE;
         const ProgressCounts counts{progress.items_done, progress.items_total, 0,
                                     progress.bytes_done, progress.bytes_total, progress.bytes_moved};
-        gtk_label_set_text(GTK_LABEL(info->second_label),
+        gtk_label_set_text(GTK_LABEL(info.second_label),
                            line->text_.text(counts, ProgressText::Clock::now()).c_str());
         return G_SOURCE_CONTINUE;
     }

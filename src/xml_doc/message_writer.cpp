@@ -5,15 +5,9 @@
 #include "base/message_escape.h"
 
 namespace relay_hub {
-namespace {
-
-constexpr std::string_view kRoot = "ZEVMSG";
-constexpr std::string_view kRecord = "Line";
-
-}  // namespace
 
 MessageWriter::MessageWriter() {
-    begin(kRoot);
+    begin(wire::kRoot);
 }
 
 void MessageWriter::add(std::string_view tag, std::string_view value) {
@@ -37,15 +31,15 @@ void MessageWriter::end(std::string_view tag) {
 }
 
 void MessageWriter::begin_record() {
-    begin(kRecord);
+    begin(wire::kRecord);
 }
 
 void MessageWriter::end_record() {
-    end(kRecord);
+    end(wire::kRecord);
 }
 
 std::string MessageWriter::finish() {
-    end(kRoot);
+    end(wire::kRoot);
     return std::move(text_);
 }
 

@@ -6,6 +6,14 @@
 #include <string>
 #include <string_view>
 
+namespace wire {
+
+// The element around every message, and that around each record in it.
+inline constexpr char kRoot[] = "ZEVMSG";
+inline constexpr char kRecord[] = "Line";
+
+}  // namespace wire
+
 namespace relay_hub {
 
 class MessageWriter {

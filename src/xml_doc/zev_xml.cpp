@@ -3,12 +3,12 @@
 #include <cstdlib>
 
 #include "base/message_escape.h"
+#include "xml_doc/message_writer.h"
 #include "xml_doc/number_text.h"
 #include "xml_doc/tree_walk.h"
 
 namespace {
 
-constexpr const char* kRoot = "ZEVMSG";
 constexpr const char* kStart = "<ZEVMSG>";
 constexpr const char* kEnd = "</ZEVMSG>";
 constexpr const char* kRootPath = "/ZEVMSG";
@@ -26,7 +26,7 @@ std::string escaped(std::string_view text) {
 bool graft(CXML& parent, const std::string& xml) {
     auto parsed = std::make_unique<CXML>();
     parsed->LoadXML(xml);
-    if (parsed->GetTagName().view() != kRoot)
+    if (parsed->GetTagName().view() != wire::kRoot)
         return parent.Adopt(std::move(parsed));
     parent.AdoptChildrenOf(*parsed);
     return true;
@@ -40,7 +40,7 @@ void remove_named(CXML& parent, CXML& element, int nth) {
 
 }  // namespace
 
-CZEVXML::CZEVXML() : m_root(kRoot) {}
+CZEVXML::CZEVXML() : m_root(wire::kRoot) {}
 
 void CZEVXML::ResetContent() {
     LoadXML(std::string(kStart) + kEnd);
@@ -80,7 +80,7 @@ bool CZEVXML::SaveFile(const std::string& name) {
 }
 
 void CZEVXML::ReFormat() {
-    if (m_root.GetTagName().view() != kRoot)
+    if (m_root.GetTagName().view() != wire::kRoot)
         LoadXML(kStart + GetXML() + kEnd);
 }
 

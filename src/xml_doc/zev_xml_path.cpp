@@ -2,12 +2,10 @@
 #include <limits>
 #include <string_view>
 
+#include "xml_doc/message_writer.h"
 #include "xml_doc/zev_xml.h"
 
 namespace {
-
-constexpr const char* kRoot = "ZEVMSG";
-constexpr const char* kRecord = "Line";
 
 // Such a component could never be created, and no element bears an empty name.
 bool is_nameless(std::string_view component) {
@@ -55,7 +53,7 @@ bool take_below_root(std::string_view path, std::string_view& below_root) {
     if (path.front() != '/')
         return true;
     const std::size_t slash = path.find('/', 1);
-    if (path.substr(1, slash - 1) != kRoot) {
+    if (path.substr(1, slash - 1) != wire::kRoot) {
         CXML::SetFailure("The root tag should be \"ZEVMSG\"");
         return false;
     }
@@ -80,7 +78,7 @@ bool CZEVXML::ParseTag(const std::string& path, std::vector<std::string>& parts)
     std::string_view below_root;
     if (!take_below_root(path, below_root))
         return false;
-    parts.emplace_back(kRoot);
+    parts.emplace_back(wire::kRoot);
     Components components(below_root);
     for (std::string_view component; components.next(component);)
         parts.emplace_back(component);
@@ -89,11 +87,11 @@ bool CZEVXML::ParseTag(const std::string& path, std::vector<std::string>& parts)
 
 CXML* CZEVXML::GetParent() {
     if (m_adding) {
-        if (CXML* const last = m_root.GetChildByTag(kRecord, -1))
+        if (CXML* const last = m_root.GetChildByTag(wire::kRecord, -1))
             return last;
     }
     if (m_current >= 1) {
-        if (CXML* const record = m_root.GetChildByTag(kRecord, m_current))
+        if (CXML* const record = m_root.GetChildByTag(wire::kRecord, m_current))
             return record;
     }
     return &m_root;
@@ -147,7 +145,7 @@ CXML* CZEVXML::find(const std::string& path, bool create) {
 
 int CZEVXML::AddNew() {
     m_adding = true;
-    return m_root.Adopt(std::make_unique<CXML>(kRecord)) ? 1 : 0;
+    return m_root.Adopt(std::make_unique<CXML>(wire::kRecord)) ? 1 : 0;
 }
 
 void CZEVXML::Update() {
@@ -155,12 +153,12 @@ void CZEVXML::Update() {
 }
 
 int CZEVXML::GetCount() {
-    return m_root.GetChildCountByTag(kRecord);
+    return m_root.GetChildCountByTag(wire::kRecord);
 }
 
 int CZEVXML::GetMRSCount(const std::string& path) {
     const CXML* const element = find(path);
-    return element != nullptr ? element->GetChildCountByTag(kRecord) : 0;
+    return element != nullptr ? element->GetChildCountByTag(wire::kRecord) : 0;
 }
 
 int CZEVXML::MoveFirst() {
