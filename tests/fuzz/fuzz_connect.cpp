@@ -52,9 +52,9 @@ void read_history(const std::string& text) {
     ComputerHistory history(path);
     for (const SshAddress& address : history.computers())
         check_address(address);
-    check(history.remember(history.computers().empty() ? SshAddress{"", "nas", "", ""}
-                                                       : history.computers().back()) == "",
-          "the list is saved");
+    const std::string failure = history.remember(history.computers().empty() ? SshAddress{"", "nas", "", ""}
+                                                                             : history.computers().back());
+    check(failure.empty(), "the list is saved");
     const ComputerHistory saved(path);
     check(std::ranges::equal(saved.computers(), history.computers(), {}, &SshAddress::whole,
                              &SshAddress::whole),

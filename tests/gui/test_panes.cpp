@@ -10,7 +10,6 @@ namespace {
 using namespace gui_test;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::Not;
 
 const std::string kRefused = "<T1>NP_Exe_Result_Fail</T1><T2>disk full</T2>";
