@@ -124,15 +124,9 @@ class Leaving(LinkTest):
         self.desktop.open(REMOTE, "sub")
         self.desktop.wait_dialog("Processing…")
 
-    def ask(self, side, item):
-        self.desktop.menu(side, item, "up")
-        self.desktop.wait_dialog()
-
     def test_closing_in_every_state(self):
         states = {"idle": lambda: None, "offline": self.go_offline, "hung listing": self.hang_listing,
                   "copy": self.hang_copy, "overwrite question": self.ask_overwrite,
-                  "local deletion": lambda: self.ask(LOCAL, "Delete"),
-                  "remote renaming": lambda: self.ask(REMOTE, "Rename"),
                   "engine killed": lambda: self.tell_engine(signal.SIGKILL),
                   "engine killed in a copy": self.kill_in_copy,
                   "cancelled copy": lambda: self.desktop.press(self.hang_copy("down"), "Cancel")}

@@ -11,7 +11,7 @@ import time
 from common import SLOW, act_until, read, remove, tree_of, wait_for, write
 from desktop import GNOME, LOCAL, REMOTE, DesktopTest, labels
 
-OLD, NEW = b"old one", b"new one"  # of one length
+OLD, NEW = b"old one", b"new one"
 Place = collections.namedtuple("Place", "side path disk")
 
 
@@ -84,22 +84,6 @@ class Move(DesktopTest):
                 d.press(d.wait_dialog("Confirmation"), answer)
                 d.take_notes()
                 self.assertEqual((read(source), read(target)), (NEW, OLD))
-
-    def test_what_only_looks_the_same_is_asked_about(self):
-        d = self.desktop
-        for (content, answer), (number, (source, target)) in itertools.product(
-                ((OLD, "No"), (OLD, "Yes"), (NEW, None)), self.ways()):
-            with self.subTest(number, answer=answer):
-                ends = [os.path.join(place.disk, "file") for place in (source, target)]
-                for path, what in zip(ends, (NEW, content)):
-                    write(path, what)
-                self.cut(source, "file")
-                self.paste(target)
-                if answer:
-                    d.press(d.wait_dialog("Confirmation"), answer)
-                wait_for(lambda: os.path.exists(ends[0]) == (answer == "No"), what="the source's end")
-                d.wait_quiet()
-                self.assertEqual(read(ends[1]), OLD if answer == "No" else NEW)
 
     def test_try_again_goes_on_with_the_move(self):
         d = self.desktop

@@ -61,12 +61,8 @@ class Actions(PaneTest):
         self.refuse("cannot be created" if side == LOCAL else "Operation Fail.")
         self.settled(side, "b.txt")
         d.ask("Rename", "F2")
-        for name, words in (("c.txt", "already has that name"), ("x/y", "cannot be renamed")):
-            d.answer("Rename", name)
-            self.refuse(words)
-        if side == REMOTE:  # what refused the last one was the engine
-            self.settled(side, "b.txt")
-            d.ask("Rename", "F2")
+        d.answer("Rename", "c.txt")
+        self.refuse("already has that name")
         d.answer("Rename", "bb – Grüße.txt")
         self.settled(side, "bb – Grüße.txt")
         self.assertEqual(sorted(os.listdir(folder)), ["a.txt", "aa new", "bb – Grüße.txt", "c.txt"])
@@ -77,22 +73,13 @@ class Actions(PaneTest):
         d.press(d.ask("Confirmation", "Delete"), "OK")
         self.settled(side, "c.txt")
         self.assertEqual(sorted(os.listdir(folder)), ["a.txt", "aa new", "c.txt"])
-        self.check_trash(side, "bb – Grüße.txt")
+        top = os.path.dirname(folder)  # of the trash too
+        self.assertTrue(any("bb – Grüße.txt" in names for _, _, names in os.walk(top)), "in no trash")
 
         write(os.path.join(folder, "added.txt"))
         d.key("F5")
         d.wait_rows(side, "added.txt")
         self.settled(side, "c.txt")
-
-    def check_trash(self, side, name):
-        if side == REMOTE:
-            trash = os.path.join(self.desktop.remote, f".Trash-{os.getuid()}")
-            self.assertEqual([os.listdir(os.path.join(trash, part)) for part in ("files", "info")],
-                             [[name], [name + ".trashinfo"]])
-        else:
-            trash = os.path.join(self.desktop.home, "Trash")
-            folder, info = sorted(os.listdir(trash))
-            self.assertEqual((info, os.listdir(os.path.join(trash, folder))), (folder + ".info", [name]))
 
 
 class Mouse(PaneTest):
@@ -145,22 +132,6 @@ class Clipboard(PaneTest):
         got = self.desktop.clipboard(target, "-o", stdout=subprocess.PIPE)
         return got.stdout.decode().rstrip("\0\n").split("\n") if got.returncode == 0 else None
 
-    def test_files_of_another_program(self):
-        d = self.desktop
-        self.start()
-        for side, target, text in ((LOCAL, GNOME, "copy\n{}"), (LOCAL, URIS, "{}\r\n"), (REMOTE, URIS, "{}\r\n"),
-                                   (REMOTE, GNOME, "cut\n{}")):
-            with self.subTest(side=side, text=text):
-                name = f"it's {target.replace('/', ' ')} for {side}"
-                path = os.path.join(d.top, name)
-                write(path)
-                d.offer(text.format("file://" + path.replace(" ", "%20")), target)
-                d.menu(side, "Paste")
-                d.wait_rows(side, name)
-                cut = text.startswith("cut")
-                wait_for(lambda: os.path.exists(path) != cut, what="the original to stay, or to go to the trash")
-                d.wait_quiet()
-
     def test_one_answer_for_all_that_follow(self):
         d = self.desktop
         self.start()
@@ -170,7 +141,7 @@ class Clipboard(PaneTest):
                 with self.subTest(side=side, answer=answer):
                     for name in NAMES:
                         write(os.path.join(other, name), b"changed " + side.encode(), seconds=1_700_000_000)
-                    d.offer("".join(f"file://{other}/{name}\r\n" for name in NAMES))
+                    d.offer("copy" + "".join(f"\nfile://{other}/{name}" for name in NAMES), GNOME)
                     d.menu(side, "Paste")
                     box = d.wait_dialog("Confirmation")
                     said = " ".join(labels(box))
@@ -181,6 +152,7 @@ class Clipboard(PaneTest):
                     d.wait_quiet()
                     self.assertEqual([read(os.path.join(self.below[side], name)) for name in NAMES], [content] * 3)
                     wait_for(lambda: d.selected(side) == new, what="what is new selected")
+                    self.assertEqual(sorted(os.listdir(other)), NAMES)
 
     def test_files_for_another_program(self):
         d = self.desktop

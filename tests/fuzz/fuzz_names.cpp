@@ -1,17 +1,20 @@
 // Names and paths: the unicode-hex form both ways, in the window and in the engine; path normalisation, and
-// what the engine takes for a path of its tree.
+// what the engine takes for a path of its tree. Times, sizes and other numbers as they stand in fields.
 #include <algorithm>
 #include <clocale>
 #include <cstring>
 #include <cwchar>
 
 #include "base/path_text.h"
+#include "base/size_text.h"
 #include "base/unicode_hex.h"
 #include "engine/names.h"
 #include "fuzz_input.h"
 #include "util/ansi_unicode_hex.h"
 #include "util/path_kind.h"
 #include "util/path_stack.h"
+#include "util/time_and_size.h"
+#include "xml_doc/mab_string.h"
 
 namespace {
 
@@ -73,6 +76,26 @@ void enter_the_tree(engine::Style style, const std::string& path) {
     (void)engine::parent_path(*inner);
 }
 
+void read_numbers(const std::string& text) {
+    _filetime filetime;
+    std::uint64_t raw = 0;
+    const bool taken = seconds_convert_to_ms_filetime(text.c_str(), &filetime, &raw) == 0;
+    check(raw == std::strtoull(text.c_str(), nullptr, 10), "the number is the text's");
+    check(!taken || ((std::uint64_t{filetime.high} << 32U) | filetime.low) == raw, "both halves are kept");
+    std::time_t seconds = 0;
+    check(ms_filetime_to_timet(&filetime, &seconds) == 0, "every time is one");
+    check(!taken || raw > INT32_MAX || convert_to_timet_for_link_engine(raw) == static_cast<int>(raw),
+          "seconds stay");
+    const std::string shown = relay_hub::size_text(raw);
+    check(shown.size() <= 24 && (raw >= 1024 || shown == std::to_string(raw) + " bytes"), "a size is short");
+    CMabString number(text.c_str());
+    check(number.GetInt() == static_cast<int>(number.GetLong()), "an integer is a cut long");
+    (void)number.GetDouble();
+    number.PutDouble(number.GetDouble(), 12, 'E');
+    number.PutLong(number.GetLong(), 8);
+    check(number.GetLength() == 8 || number.view() == "Error", "a field keeps its width, or says so");
+}
+
 }  // namespace
 
 int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
@@ -94,5 +117,6 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         check(joined.size() <= size + 1, "joining adds one separator at most");
     for (const engine::Style style : {engine::Style::kWindows, engine::Style::kPosix, engine::Style::kDrives})
         enter_the_tree(style, text);
+    read_numbers(text);
     return 0;
 }

@@ -3,6 +3,7 @@
 
 #include "engine/request_handlers.h"
 #include "fuzz_input.h"
+#include "unit/engine/engine_sandbox.h"
 #include "xml_doc/zev_xml.h"
 
 namespace {
@@ -78,22 +79,15 @@ class JudgingTree : public RemoteFileSystem {
     Style style_;
 };
 
-class SilentFrontEnd : public FrontEnd {
-  public:
-    OverwriteAnswer confirm(const Path&) override { return OverwriteAnswer::kReplaceAll; }
-    bool cancelled() override { return false; }
-    void progress(const Progress&) override {}
-    bool message(const Path&) override { return true; }
-};
-
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string request(text_of(data, size));
-    SilentFrontEnd front_end;
     const std::atomic<bool> remote_online = true;
     for (const Style style : {Style::kWindows, Style::kPosix, Style::kDrives}) {
         const auto tree = std::make_shared<JudgingTree>(style);
+        PresetFrontEnd front_end;
+        front_end.answers = {OverwriteAnswer::kReplaceAll};
         const Reply reply = RequestHandlers(tree, tree, front_end, remote_online).handle(request);
         CZEVXML answer;
         check(reply.text.empty() || answer.LoadXML(reply.text), "an answer is one whole document");

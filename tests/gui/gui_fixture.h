@@ -5,7 +5,9 @@
 
 #include "sandbox.h"
 #include "tree_view_op/file_list_view.h"
+#include "tree_view_op/toolkit_owners.h"
 #include "when.h"
+#include "window/ui_sets.h"
 
 namespace gui_test {
 
@@ -119,11 +121,20 @@ inline Names column_texts(GtkTreeModel* model, int column) {
 inline void select_rows(GtkWidget* view, const std::vector<int>& rows) {
     GtkTreeSelection* selection = gtk_tree_view_get_selection(GTK_TREE_VIEW(view));
     gtk_tree_selection_unselect_all(selection);
-    for (const int row : rows) {
-        GtkTreePath* path = gtk_tree_path_new_from_indices(row, -1);
-        gtk_tree_selection_select_path(selection, path);
-        gtk_tree_path_free(path);
-    }
+    for (const int row : rows)
+        gtk_tree_selection_select_path(selection,
+                                       relay_hub::TreePathPtr(gtk_tree_path_new_from_indices(row, -1)).get());
+}
+
+// As a program that has files to give; the text must outlive the offer.
+inline void offer(GtkClipboard* clipboard, std::string target, std::string& text) {
+    const GtkTargetEntry entry{target.data(), 0, 0};
+    const auto give = [](GtkClipboard*, GtkSelectionData* selection, guint, gpointer data) {
+        const auto& given = *static_cast<const std::string*>(data);
+        gtk_selection_data_set(selection, gtk_selection_data_get_target(selection), 8,
+                               reinterpret_cast<const guchar*>(given.data()), static_cast<int>(given.size()));
+    };
+    gtk_clipboard_set_with_data(clipboard, &entry, 1, give, nullptr, &text);
 }
 
 // Under the GDK lock, as a handler of the window.
@@ -137,14 +148,24 @@ struct WhenAsked : When {
                [text, response] { gtk_dialog_response(GTK_DIALOG(find_window(text)), response); }) {}
 };
 
-// A list of the window's kind: a store of 11 texts under the columns of a pane, in a window that is shown.
+inline GtkListStore* new_text_store(int columns) {
+    const std::vector<GType> types(static_cast<std::size_t>(columns), G_TYPE_STRING);
+    return gtk_list_store_newv(columns, const_cast<GType*>(types.data()));
+}
+
+inline void fill_side(__single& side, GtkWidget* tree_view) {
+    side.tree_view = tree_view;
+    side.status_label = gtk_label_new("");
+    side.path_entry = gtk_entry_new();
+    GtkListStore* drives = new_text_store(3);
+    side.drive_combo = gtk_combo_box_new_with_model(GTK_TREE_MODEL(drives));
+    g_object_unref(drives);
+}
+
+// A list of the window's kind: a store of texts under the columns of a pane, in a window that is shown.
 class PaneList {
   public:
-    PaneList() : window_(gtk_window_new(GTK_WINDOW_TOPLEVEL)), view_(gtk_tree_view_new()) {
-        GType types[kColumnCount];
-        for (GType& type : types)
-            type = G_TYPE_STRING;
-        store_ = gtk_list_store_newv(kColumnCount, types);
+    PaneList() {
         set_list_treeview(view_);
         gtk_tree_view_set_model(GTK_TREE_VIEW(view_), GTK_TREE_MODEL(store_));
         gtk_tree_selection_set_mode(gtk_tree_view_get_selection(GTK_TREE_VIEW(view_)),
@@ -173,9 +194,9 @@ class PaneList {
     void select(const std::vector<int>& rows) const { select_rows(view_, rows); }
 
   private:
-    GtkWidget* window_;
-    GtkWidget* view_;
-    GtkListStore* store_;
+    GtkWidget* const window_ = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+    GtkWidget* const view_ = gtk_tree_view_new();
+    GtkListStore* const store_ = new_text_store(kColumnCount);
 };
 
 }  // namespace gui_test

@@ -6,7 +6,6 @@
 #include "link_engine/transfer_state.h"
 #include "side_function/clipboard.h"
 #include "window/closing.h"
-#include "window/ui_sets.h"
 #include "wire.h"
 
 namespace gui_test {
@@ -47,14 +46,6 @@ class Panes : public testing::Test {
     PaneList remote_;
 
   private:
-    static void fill_side(__single& side, GtkWidget* tree_view) {
-        side.tree_view = tree_view;
-        side.status_label = gtk_label_new("");
-        side.path_entry = gtk_entry_new();
-        GtkListStore* store = gtk_list_store_new(3, G_TYPE_STRING, G_TYPE_STRING, G_TYPE_STRING);
-        side.drive_combo = gtk_combo_box_new_with_model(GTK_TREE_MODEL(store));
-        g_object_unref(store);
-    }
     static std::string joined(const Names& texts) {
         std::string all;
         for (const std::string& text : texts)

@@ -98,10 +98,9 @@ TEST_F(LocalListing, ACellIsOneBoundedLineAndTheNameTakesFurtherRoom) {
     EXPECT_THAT(get_selected_to_glist(list_.view()), testing::UnorderedElementsAreArray(names));
     run_pending();
     GdkRectangle cell;
-    GtkTreePath* first = gtk_tree_path_new_first();
+    const relay_hub::TreePathPtr first(gtk_tree_path_new_first());
     GtkTreeViewColumn* name_column = gtk_tree_view_get_column(GTK_TREE_VIEW(list_.view()), 0);
-    gtk_tree_view_get_background_area(GTK_TREE_VIEW(list_.view()), first, name_column, &cell);
-    gtk_tree_path_free(first);
+    gtk_tree_view_get_background_area(GTK_TREE_VIEW(list_.view()), first.get(), name_column, &cell);
     EXPECT_LT(cell.height, 50);
     EXPECT_TRUE(gtk_tree_view_column_get_expand(name_column));
     GtkWidget* title = gtk_tree_view_column_get_widget(name_column);
@@ -111,16 +110,15 @@ TEST_F(LocalListing, ACellIsOneBoundedLineAndTheNameTakesFurtherRoom) {
 TEST_F(LocalListing, TheParentRowStaysSelectedWhenTheListIsFilledAnew) {
     insert_root_row(list_.view());
     list_.select({0});
-    GtkTreePath* first = gtk_tree_path_new_first();
-    gtk_tree_view_set_cursor(GTK_TREE_VIEW(list_.view()), first, nullptr, FALSE);
+    const relay_hub::TreePathPtr first(gtk_tree_path_new_first());
+    gtk_tree_view_set_cursor(GTK_TREE_VIEW(list_.view()), first.get(), nullptr, FALSE);
     const relay_hub::ListPlace place(list_.view());
     clean_tree_view(list_.view());
     insert_root_row(list_.view());
     place.restore();
     // Without it the next key of a direction would only select the row where it stands.
-    EXPECT_TRUE(
-        gtk_tree_selection_path_is_selected(gtk_tree_view_get_selection(GTK_TREE_VIEW(list_.view())), first));
-    gtk_tree_path_free(first);
+    EXPECT_TRUE(gtk_tree_selection_path_is_selected(gtk_tree_view_get_selection(GTK_TREE_VIEW(list_.view())),
+                                                    first.get()));
 }
 
 TEST_F(LocalListing, AnUpdateMakesTheRowsOfAFreshListingAndKeepsTheSelection) {

@@ -2,6 +2,7 @@
 #include "side_function/Zev_right_side.h"
 #include "side_function/actions.h"
 #include "side_function/copy_source.h"
+#include "side_function/drag_and_drop.h"
 #include "side_function/left_side.h"
 #include "ui/navigation.h"
 
@@ -62,6 +63,13 @@ TEST_F(RemotePane, NoActionTakesANameThatIsAPath) {
         {"cut", [] { relay_hub::run_action(Pane::remote(), Action::cut); }},
         {"copy across", [] { relay_hub::run_action(Pane::remote(), Action::copy_across); }},
         {"open", [] { relay_hub::open_sub_folder(get_UI_sets()->right_side, "../x"); }},
+        {"drag",
+         [] {
+             GtkSelectionData dragged{};
+             right_drag_data_get(nullptr, nullptr, &dragged, kUriListTarget, 0, nullptr);
+             remote_receive_data(nullptr, &dragged);
+             g_free(dragged.data);
+         }},
     };
     const std::size_t sent = engine_.requests("NP_Cmd").size();
     for (const auto& [what, act] : cases) {
@@ -179,12 +187,6 @@ TEST_F(RemotePane, OfWhatIsMovedOnlyWhatArrivedGoesToTheTrash) {
     }
 }
 
-void give_text(GtkClipboard*, GtkSelectionData* selection, guint, gpointer text) {
-    gtk_selection_data_set(selection, gtk_selection_data_get_target(selection), 8,
-                           static_cast<const guchar*>(text),
-                           static_cast<int>(strlen(static_cast<char*>(text))));
-}
-
 TEST_F(RemotePane, FilesThatAnotherProgramCopiesLaterReplaceOurCopy) {
     const test::Sandbox folder;
     relay_hub::set_current_folder(get_UI_sets()->left_side, folder.at().c_str());
@@ -195,14 +197,12 @@ TEST_F(RemotePane, FilesThatAnotherProgramCopiesLaterReplaceOurCopy) {
     std::string uris = "file://" + source.make_file("theirs", "content") + "\r\n";
     // Another program: a second connection to the X server.
     GdkDisplay* display = gdk_display_open(nullptr);
-    char target[] = "text/uri-list";
-    const GtkTargetEntry entry{target, 0, 0};
     GtkClipboard* clipboard = gtk_clipboard_get_for_display(display, GDK_SELECTION_CLIPBOARD);
     for (const auto& [list, copy] :
          {std::pair(&local_, &left_popup_menu_copy), {&remote_, &right_popup_menu_copy}}) {
         list->select({1});
         ASSERT_EQ(copy(nullptr, list->view()), 0);
-        gtk_clipboard_set_with_data(clipboard, &entry, 1, give_text, nullptr, uris.data());
+        offer(clipboard, "text/uri-list", uris);
         gdk_display_sync(display);
         EXPECT_TRUE(run_until([] { return g_copy_source == kNothingCopied; }));
     }

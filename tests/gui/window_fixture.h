@@ -7,7 +7,6 @@
 #include "ui/link_status_monitor.h"
 #include "ui/main_window.h"
 #include "window/closing.h"
-#include "window/ui_sets.h"
 
 namespace gui_test {
 
@@ -71,9 +70,8 @@ inline void mouse(const __single& side, GdkEventType type, guint button, int row
     run_pending();
     GdkRectangle cell{0, 100000, 10, 10};
     if (row >= 0) {
-        GtkTreePath* path = gtk_tree_path_new_from_indices(row, -1);
-        gtk_tree_view_get_background_area(view, path, gtk_tree_view_get_column(view, 0), &cell);
-        gtk_tree_path_free(path);
+        const relay_hub::TreePathPtr path(gtk_tree_path_new_from_indices(row, -1));
+        gtk_tree_view_get_background_area(view, path.get(), gtk_tree_view_get_column(view, 0), &cell);
     }
     GdkEvent* event = gdk_event_new(type);
     event->button.window = GDK_WINDOW(g_object_ref(gtk_tree_view_get_bin_window(view)));

@@ -4,7 +4,6 @@
 
 #include <deque>
 
-#include "base/folder_handle.h"
 #include "base/log.h"
 #include "base/remove_tree.h"
 #include "base/rename_without_replacing.h"

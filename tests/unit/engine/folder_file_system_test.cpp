@@ -79,18 +79,6 @@ TEST_F(FolderFiles, NoLinkIsFollowedWhereTheSystemCannotHoldItInTheTree) {
     EXPECT_EXIT(listed(), testing::ExitedWithCode(0), "^inside-----$");
 }
 
-TEST_F(FolderFiles, RemoveSparesWhatLinksLeadTo) {
-    make_file("mine/kept", "x");
-    make_file("served/folder/sub/file", "y");
-    make_link("served/folder/link", mine_);
-    std::string failed;
-    EXPECT_EQ(remote_->remove("folder", EntryKind::kFile, failed), EISDIR);
-    EXPECT_EQ(remote_->remove("folder/sub/file", EntryKind::kFolder, failed), ENOTDIR);
-    EXPECT_EQ(remote_->remove("folder", EntryKind::kFolder, failed), 0);
-    EXPECT_TRUE(names_in(served_).empty());
-    EXPECT_TRUE(exists(mine_ + "/kept"));
-}
-
 TEST_F(FolderFiles, TrashKeepsEveryItemWithItsOrigin) {
     const std::string trash = served_ + "/.Trash-" + std::to_string(geteuid());
     put(trash + "/files/a b.2", "already there, without a note");

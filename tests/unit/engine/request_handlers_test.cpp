@@ -77,6 +77,7 @@ TEST_F(Handling, ChangesInTheTree) {
         {hex_field("TJ", "C:\\old 🎉") + hex_field("TK", "C:\\taken"), "Rename", "IDS_REASON_NAME_TAKEN"},
         {hex_field("TJ", "C:\\old 🎉") + hex_field("TK", "C:\\new\\moved 😀"), "Rename", nullptr},
         {field("TG", "C:\\taken"), "Delete_Folder", "Not a directory"},
+        {field("TG", "C:\\new"), "Delete_File", "Is a directory"},
         {field("TG", "C:\\taken"), "Delete_File", nullptr},
         {field("TG", "C:\\"), "Delete_Folder", "IDS_REASON_BUSY"},
         {field("T8", field("Line", hex_field("TF", "C:\\gone")) +
