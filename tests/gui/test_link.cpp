@@ -142,7 +142,6 @@ TEST_F(Panes, ProbesJudgeTheEnginesAnswer) {
     const std::tuple<int (*)(), const char*, std::string, int> cases[] = {
         {link_engine_heartbeat, wire::kCheckForHeartbeat, field(wire::kServerIsLive, "Y"), 0},
         {link_engine_heartbeat, wire::kCheckForHeartbeat, field(wire::kServerIsLive, "N"), -1},
-        {link_engine_heartbeat, wire::kCheckForHeartbeat, "", -1},
         {link_engine_connection_status, wire::kCheckConnectionStatus, device + application, 0},
         {link_engine_connection_status, wire::kCheckConnectionStatus,
          device + field(wire::kApplicationOn, "N"), -1},

@@ -22,6 +22,13 @@ inline std::unique_ptr<Connection> channel_on(test::Pipe& up, test::Pipe& down) 
     return std::make_unique<Connection>(std::move(up.writer), std::move(down.reader), nullptr);
 }
 
+// Once the server has greeted and said what it is.
+inline void learn_facts(Session& session) {
+    EXPECT_TRUE(
+        test::wait_until([&] { return session.connection().state() != Connection::State::kGreeting; }));
+    EXPECT_FALSE(session.learn_facts(""));
+}
+
 // Answers the requests of a connection as a function says; the greeting is an honest one.
 class LyingServer {
   public:
@@ -43,12 +50,6 @@ class LyingServer {
         files_.reset();
         session_.reset();
         thread_.join();
-    }
-    // Once the server has greeted and said what it is.
-    void learn_facts() {
-        while (session_->connection().state() == Connection::State::kGreeting)
-            std::this_thread::sleep_for(1ms);
-        EXPECT_FALSE(session_->learn_facts(""));
     }
     SftpFileSystem& files() { return *files_; }
     Session& session() { return *session_; }

@@ -167,7 +167,7 @@ TEST(LyingServer, RefusesAStepOfAFile) {
                 return request.type == PacketType::kOpen ? handle(request) : status(request, StatusCode::kOk);
             },
             {"fsync@openssh.com"});
-        server.learn_facts();
+        learn_facts(server.session());
         std::vector<std::unique_ptr<FileSink>> sinks(1);
         ASSERT_FALSE(server.files().open_sink("a/x", {}, false, sinks[0]));
         ASSERT_FALSE(sinks[0]->write("x", 1));

@@ -150,7 +150,7 @@ TEST(OtherSystem, IsKnownByItsAnswersAndServed) {
         OtherSystem far(system.home, system.folders);
         LyingServer server([&far](const Request& request) { return far.answer(request); }, system.extensions,
                            system.wished);
-        server.learn_facts();
+        learn_facts(server.session());
         SftpFileSystem& files = server.files();
         EXPECT_EQ(files.style(), system.style);
         Places places;

@@ -36,9 +36,7 @@ class SftpTree : public testing::Test, protected test::Sandbox {
             _exit(127);
         }
         session_ = std::make_shared<Session>(channel_on(up, down));
-        while (session_->connection().state() == Connection::State::kGreeting)
-            usleep(1000);
-        EXPECT_FALSE(session_->learn_facts(""));
+        learn_facts(*session_);
     }
     ~SftpTree() override {
         session_->connection().end("over");
