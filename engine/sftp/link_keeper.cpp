@@ -76,7 +76,7 @@ bool LinkKeeper::connect(const SshStart& start, Link& link, LinkFailure& why) {
         return false;
     const Session session(
         std::make_unique<Connection>(link.ssh->take_input(), link.ssh->take_output(),
-                                     [ssh = link.ssh.get()] { return last_words(ssh->all_errors()); }));
+                                     [ssh = link.ssh.get()] { return last_words(ssh->errors_at_end()); }));
     link.session = std::make_shared<Session>(session, ending_);
     const WaitEnd greeted = await_state(link, Connection::State::kGreeting,
                                         start.may_ask ? std::nullopt : Deadline(after(kLoginLimit)));

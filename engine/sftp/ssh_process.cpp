@@ -16,12 +16,14 @@
 
 #include "base/diagnostics.h"
 #include "base/translated_text.h"
+#include "base/wait.h"
 
 namespace relay_hub::engine::sftp {
 namespace {
 
 constexpr std::chrono::milliseconds kPoliteEnd{300};
 constexpr std::chrono::milliseconds kForcedEnd{1000};
+constexpr std::chrono::milliseconds kLastWordsLimit{500};
 constexpr std::size_t kMostLines = 200;
 constexpr std::size_t kLongestLine = 1000;
 constexpr int kPipeCapacity = 1 << 20;
@@ -238,6 +240,19 @@ std::vector<std::string> SshProcess::all_errors() {
     const std::lock_guard lock(mutex_);
     drain_errors();
     return lines_;
+}
+
+std::vector<std::string> SshProcess::errors_at_end() {
+    const Deadline deadline = after(kLastWordsLimit);
+    while (errors_open() && wait_for(errors_.get(), POLLIN, deadline) == WaitEnd::ready) {
+    }
+    return all_errors();
+}
+
+bool SshProcess::errors_open() {
+    const std::lock_guard lock(mutex_);
+    drain_errors();
+    return errors_open_;
 }
 
 }  // namespace relay_hub::engine::sftp

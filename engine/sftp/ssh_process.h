@@ -1,7 +1,7 @@
 #pragma once
 // The user's own ssh, started for the SFTP subsystem of another computer. It brings the user's configuration,
 // keys, agent, jump hosts and known hosts, and asks for passwords by itself: in a window where there is a
-// display, else in the terminal. Used on one thread, but for all_errors().
+// display, else in the terminal. Used on one thread, but for all_errors() and errors_at_end().
 #include <sys/types.h>
 
 #include <chrono>
@@ -43,11 +43,15 @@ class SshProcess : NonCopyable {
     bool read_errors(std::vector<std::string>& lines);
     // The first and the last lines so far, without those forgotten. Any thread.
     std::vector<std::string> all_errors();
+    // The same once standard error is closed, or half a second later: ssh closes its output before it says
+    // why.
+    std::vector<std::string> errors_at_end();
     // Forgets what read_errors() gave.
     void forget_errors();
 
   private:
     void drain_errors();
+    bool errors_open();
     SshProcess(pid_t process, bool leads_group) : process_(process), leads_group_(leads_group) {}
     void signal_all(int number) const;
     bool wait_for_end(std::chrono::milliseconds limit);

@@ -293,6 +293,8 @@ class ConnectingTest(unittest.TestCase):
         for script in ("echo 'subsystem request failed on channel 0' >&2\nexit 1", "echo 'Welcome to this machine'"):
             write(self.far.path("bin/ssh"), f"#!/bin/sh\n{script}\n".encode(), 0o755)
             self.assertEqual(self.failed()[0], "no-sftp")
+        write(self.far.path("bin/ssh"), b"#!/bin/sh\nexec >&-\nsleep 0.2\necho 'Permission denied' >&2\nexit 255", 0o755)
+        self.assertEqual(self.failed(), ("denied", "Permission denied"), "said after its output was closed")
         os.unlink(self.far.path("bin/ssh"))
         self.assertEqual(self.failed(environment={"PATH": self.far.path("bin")})[0], "no-ssh")
 
