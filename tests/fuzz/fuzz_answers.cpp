@@ -1,11 +1,7 @@
-// What comes to the window from outside, needs a display: the engine's answers, read by every reader, with
-// lists that fill a pane of their own; and lists of URIs, dropped on a pane or offered on the clipboard by
-// another program.
+// The engine's answers, read by every reader; lists fill a pane of their own. Needs a display.
 #include "fuzz_input.h"
 #include "gui/gui_fixture.h"
 #include "link_engine/answer_slot.h"
-#include "side_function/clipboard.h"
-#include "util/folder_listing.h"
 #include "window/window_thread.h"
 #include "xml_op/answer_readers.h"
 #include "xml_op/answer_text.h"
@@ -49,21 +45,6 @@ void read_list(const std::string& answer, const char* folder) {
     (void)get_selected_to_glist(sub[1].tree_view);
 }
 
-void take_uris(std::string& uris) {
-    for (const std::string& path : Gfile_split_string_to_list(uris, "\r\n", 1))
-        check(path.starts_with('/'), "a dropped local path is a full path");
-    for (const std::string& part : Gfile_split_string_to_list(uris, "\n", 0))
-        check(part.find_first_of("\r\n") == std::string::npos, "a part is one line");
-    for (const char* target : {"text/uri-list", "x-special/gnome-copied-files"}) {
-        gui_test::offer(gtk_clipboard_get(GDK_SELECTION_CLIPBOARD), target, uris);
-        std::vector<std::string> paths{"kept"};
-        const int result = get_from_clipboard(paths);
-        check(paths.back() == "kept" && (result == 0 || paths.size() == 1), "only whole lists are taken");
-        for (std::size_t at = 0; at + 1 < paths.size(); ++at)
-            check(paths[at].starts_with('/'), "a local path is a full path");
-    }
-}
-
 }  // namespace
 
 int LLVMFuzzerInitialize(int* argc, char*** argv) {
@@ -74,8 +55,7 @@ int LLVMFuzzerInitialize(int* argc, char*** argv) {
 }
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static std::string answer;  // stays on the clipboard
-    answer = text_of(data, size);
+    const std::string answer(text_of(data, size));
     std::string storage;
     const std::string_view readable = relay_hub::readable_answer(answer, storage);
     check(g_utf8_validate(readable.data(), static_cast<gssize>(readable.size()), nullptr) != FALSE,
@@ -92,6 +72,5 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     check_texts(drives, 3);
     gtk_list_store_clear(GTK_LIST_STORE(drives));
     relay_hub::free_return_message();
-    take_uris(answer);
     return 0;
 }

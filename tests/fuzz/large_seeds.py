@@ -22,9 +22,7 @@ many_attributes = b"<A " + b" ".join(b'a%d="1"' % number for number in range(LIN
 operations = b"\n".join(b"g/ZEVMSG/A%d|text" % number for number in range(30))
 
 SEEDS = {
-    "answers": {"listing": listing, "deep": deep, "long_row": long_row, "lines": message(ROW.format("\n" * 20_000, "")),
-                "uris": b"".join(f"file:///a%20b/{number}\r\n".encode() for number in range(LINES)),
-                "long_uri": b"file:///" + b"%41" * 30_000},
+    "answers": {"listing": listing, "deep": deep, "long_row": long_row, "lines": message(ROW.format("\n" * 20_000, ""))},
     "call_backs": {"question": command("Get_Confirmation_For_Copy", f"<NP_Copy_Confirmation_Message>{long_name}"
                                        "</NP_Copy_Confirmation_Message>"), "deep": deep,
                    "long": bytes([1, 3, 200, 255, 0, 9, 9, 9]) + frame(listing),
@@ -37,6 +35,8 @@ SEEDS = {
     "requests": {"copy": command("Local_To_Remote", "<T8>" + items + "</T8>"), "deep": deep,
                  "rename": command("Rename", f"<T5>C:{deep_path}</T5><T6>{long_name}</T6>")},
     "trash": {"longest": ("ü" * 127).encode(), "bytes": bytes(range(128, 256)) + bytes(range(1, 47))},
+    "uri_lists": {"many": b"".join(f"file:///a%20b/{number}\r\n".encode() for number in range(LINES)),
+                  "long": b"file:///" + b"%41" * 30_000},
 }
 
 for target, seeds in SEEDS.items():
