@@ -4,7 +4,6 @@
 
 #include "base/shown_text.h"
 #include "base/translated_text.h"
-#include "tree_view_op/row_store.h"
 
 namespace relay_hub::connect {
 
@@ -41,9 +40,21 @@ void ComputerList::append_column(Column column, bool grows) {
     gtk_tree_view_append_column(GTK_TREE_VIEW(view_), shown);
 }
 
-std::optional<GtkTreeIter> ComputerList::find_announced(const std::string& name) const {
+std::string ComputerList::text_at(GtkTreeIter* iter, Column column) const {
+    char* text = nullptr;
+    gtk_tree_model_get(GTK_TREE_MODEL(store_.get()), iter, column, &text, -1);
+    const GText owned(text);
+    return text != nullptr ? text : "";
+}
+
+bool ComputerList::find_announced(const std::string& name, GtkTreeIter* iter) const {
     GtkTreeModel* model = GTK_TREE_MODEL(store_.get());
-    return find_row(model, [&](GtkTreeIter* iter) { return row_text(model, iter, kAnnouncedAs) == name; });
+    for (bool more = gtk_tree_model_get_iter_first(model, iter) != FALSE; more;
+         more = gtk_tree_model_iter_next(model, iter) != FALSE) {
+        if (text_at(iter, kAnnouncedAs) == name)
+            return true;
+    }
+    return false;
 }
 
 void ComputerList::append(const SshAddress& address, const char* source_id, const std::string& announced_as) {
@@ -69,20 +80,22 @@ void ComputerList::add_configured(const std::vector<std::string>& hosts) {
 }
 
 void ComputerList::show_announced(const std::string& name, const SshAddress& address) {
-    if (auto row = find_announced(name))
-        gtk_list_store_set(store_.get(), &*row, kName, shown_text(address.computer()).c_str(), kAddress,
+    GtkTreeIter iter;
+    if (find_announced(name, &iter))
+        gtk_list_store_set(store_.get(), &iter, kName, shown_text(address.computer()).c_str(), kAddress,
                            address.whole().c_str(), -1);
     else
         append(address, "IDS_CONNECT_ANNOUNCED", name);
 }
 
 void ComputerList::remove_announced(const std::string& name) {
-    if (auto row = find_announced(name))
-        gtk_list_store_remove(store_.get(), &*row);
+    GtkTreeIter iter;
+    if (find_announced(name, &iter))
+        gtk_list_store_remove(store_.get(), &iter);
 }
 
 void ComputerList::choose(GtkTreeIter* iter) const {
-    if (const auto address = parse_typed(row_text(GTK_TREE_MODEL(store_.get()), iter, kAddress)))
+    if (const auto address = parse_typed(text_at(iter, kAddress)))
         chosen_(*address);
 }
 

@@ -4,7 +4,6 @@
 #include <gtk/gtk.h>
 
 #include <functional>
-#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -38,7 +37,8 @@ class ComputerList : NonCopyable {
     static void on_selection(GtkTreeSelection*, gpointer self);
     static void on_row(GtkTreeView*, GtkTreePath*, GtkTreeViewColumn*, gpointer self);
     void choose(GtkTreeIter* iter) const;
-    [[nodiscard]] std::optional<GtkTreeIter> find_announced(const std::string& name) const;
+    [[nodiscard]] std::string text_at(GtkTreeIter* iter, Column column) const;
+    [[nodiscard]] bool find_announced(const std::string& name, GtkTreeIter* iter) const;
     void append(const SshAddress& address, const char* source_id, const std::string& announced_as);
     void append_column(Column column, bool grows);
 

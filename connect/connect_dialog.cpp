@@ -1,10 +1,11 @@
 #include "connect/connect_dialog.h"
 
+#include <memory>
 #include <utility>
 
+#include "base/freed_by.h"
 #include "base/shown_text.h"
 #include "base/translated_text.h"
-#include "tree_view_op/wrapped_label.h"
 
 namespace relay_hub::connect {
 namespace {
@@ -24,7 +25,11 @@ std::string text_of(GtkWidget* entry) {
 GtkWidget* new_left_label(const std::string& text) {
     GtkWidget* label = gtk_label_new(text.c_str());
     gtk_misc_set_alignment(GTK_MISC(label), 0, 0);
-    wrap_anywhere(GTK_LABEL(label));
+    // A long name breaks anywhere, and shows no hyphen that is not in it.
+    const std::unique_ptr<PangoAttrList, FreedBy<pango_attr_list_unref>> attributes(pango_attr_list_new());
+    pango_attr_list_insert(attributes.get(), pango_attr_insert_hyphens_new(FALSE));
+    g_object_set(label, "wrap", TRUE, "wrap-mode", PANGO_WRAP_WORD_CHAR, "attributes", attributes.get(),
+                 nullptr);
     gtk_widget_set_size_request(label, kWidth, -1);
     return label;
 }

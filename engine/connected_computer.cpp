@@ -3,10 +3,10 @@
 #include <cstdio>
 #include <utility>
 
+#include "base/plain_text.h"
 #include "base/translated_text.h"
 #include "engine/sftp/remote_entry.h"
 #include "engine/sftp/sftp_file_system.h"
-#include "engine/wire_text.h"
 
 namespace relay_hub::engine {
 namespace {

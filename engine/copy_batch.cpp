@@ -7,9 +7,9 @@
 #include <memory>
 
 #include "base/overwrite_question.h"
+#include "base/plain_text.h"
 #include "base/translated_text.h"
 #include "engine/names.h"
-#include "engine/wire_text.h"
 
 namespace relay_hub::engine {
 namespace {

@@ -4,8 +4,8 @@
 #include <utility>
 
 #include "base/diagnostics.h"
+#include "base/plain_text.h"
 #include "base/translated_text.h"
-#include "engine/wire_text.h"
 
 namespace relay_hub::engine {
 namespace {

@@ -15,8 +15,8 @@
 
 #include "base/diagnostics.h"
 #include "base/frame.h"
+#include "base/plain_text.h"
 #include "base/translated_text.h"
-#include "engine/wire_text.h"
 #include "name_pipe/name_pipe_base.h"
 #include "name_pipe/taken_place.h"
 

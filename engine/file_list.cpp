@@ -9,7 +9,6 @@
 #include "base/size_text.h"
 #include "base/translated_text.h"
 #include "base/unicode_hex.h"
-#include "engine/wire_text.h"
 #include "link_engine/message_names.h"
 #include "xml_doc/message_writer.h"
 

@@ -9,6 +9,7 @@
 #include "base/diagnostics.h"
 #include "base/fifo.h"
 #include "base/non_copyable.h"
+#include "base/plain_text.h"
 #include "link_engine/message_names.h"
 #include "name_pipe/name_pipe_base.h"
 #include "xml_doc/zev_xml.h"

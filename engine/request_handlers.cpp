@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "base/diagnostics.h"
+#include "base/plain_text.h"
 #include "base/translated_text.h"
 #include "base/unicode_hex.h"
 #include "engine/wire_text.h"

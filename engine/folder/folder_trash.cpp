@@ -7,10 +7,10 @@
 #include <cerrno>
 
 #include "base/file_descriptor.h"
+#include "base/plain_text.h"
 #include "base/rename_without_replacing.h"
+#include "base/trash_info.h"
 #include "engine/names.h"
-#include "engine/trash_info.h"
-#include "engine/wire_text.h"
 
 namespace relay_hub::engine {
 namespace {

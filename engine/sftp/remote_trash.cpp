@@ -6,9 +6,9 @@
 #include <string_view>
 
 #include "base/translated_text.h"
+#include "base/trash_info.h"
 #include "engine/names.h"
 #include "engine/sftp/remote_entry.h"
-#include "engine/trash_info.h"
 
 namespace relay_hub::engine::sftp {
 namespace {

@@ -12,11 +12,12 @@ ROOMS = ["base", "xml_doc", "name_pipe", "util", "link_engine", "tree_view_op", 
 SEES = {"xml_doc": {"base"}, "name_pipe": {"xml_doc", "base"}, "util": {"name_pipe", "base"},
         "link_engine": {"xml_doc", "name_pipe", "util", "base"}, "tree_view_op": {"util", "base"},
         "window": {"tree_view_op", "link_engine", "util", "base"}}
+INTERFACE = {"engine/remote_file_system.h", "engine/names.h"}  # all that a kind of remote computer knows of the engine
 WITHOUT_TOOLKIT = ["base", "xml_doc", "name_pipe", "util"]
 
 
 def sources():
-    for top in ("src", "engine"):
+    for top in ("src", "engine", "connect"):
         for path in glob.glob(os.path.join(TOP, top, "**", "*"), recursive=True):
             if path.endswith((".h", ".cpp")):
                 with open(path, encoding="utf-8") as source:
@@ -36,7 +37,11 @@ class Rooms(unittest.TestCase):
         for path, included in INCLUDES.items():
             for target in included:
                 own, other = room(path), room(target)
-                if own == "engine":
+                if path.startswith(("engine/folder/", "engine/sftp/")):
+                    allowed = other == "base" or target in INTERFACE or os.path.dirname(target) == os.path.dirname(path)
+                elif own == "connect":
+                    allowed = other in ("connect", "base")
+                elif own == "engine":
                     allowed = other in ("engine", "base", "xml_doc", "name_pipe") or target == "link_engine/message_names.h"
                 else:
                     allowed = other == own or other in SEES.get(own, ROOMS[:ROOMS.index(own)])

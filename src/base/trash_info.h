@@ -3,7 +3,7 @@
 // for the time.
 #include <string>
 
-namespace relay_hub::engine {
+namespace relay_hub {
 
 inline constexpr char kTrashInfoSuffix[] = ".trashinfo";
 
@@ -12,4 +12,4 @@ std::string trash_info(const std::string& path);
 // What the item is to be called there at the first, second, … attempt: "name", "name.2", …
 std::string numbered_name(const std::string& name, int attempt);
 
-}  // namespace relay_hub::engine
+}  // namespace relay_hub
