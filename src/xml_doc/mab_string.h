@@ -10,9 +10,9 @@
 
 class CMabString {
   public:
-    static const CMabString& m_csNAN;   // "NaN"
-    static const CMabString& m_csNINF;  // "-Inf"
-    static const CMabString& m_csPINF;  // "+Inf"
+    static const CMabString m_csNAN;   // "NaN"
+    static const CMabString m_csNINF;  // "-Inf"
+    static const CMabString m_csPINF;  // "+Inf"
 
     CMabString() = default;
     CMabString(const char* text);

@@ -5,21 +5,20 @@
 
 #include "xml_doc/mab_string.h"
 #include "xml_doc/number_text.h"
-#include "xml_doc/xml.h"
+#include "xml_doc/oper_status.h"
 
 using relay_hub::print_number;
 using relay_hub::read_number;
 
+const CMabString CMabString::m_csNAN("NaN");
+const CMabString CMabString::m_csNINF("-Inf");
+const CMabString CMabString::m_csPINF("+Inf");
+
 namespace {
 
 constexpr int kReadBytes = 32;
-const CMabString kNoNumbers[] = {"NaN", "-Inf", "+Inf"};
 
 }  // namespace
-
-constinit const CMabString& CMabString::m_csNAN = kNoNumbers[0];
-constinit const CMabString& CMabString::m_csNINF = kNoNumbers[1];
-constinit const CMabString& CMabString::m_csPINF = kNoNumbers[2];
 
 long CMabString::GetLong() const {
     return strtol(Left(kReadBytes).c_str(), nullptr, 10);
@@ -81,7 +80,7 @@ void CMabString::PutDouble(double value, int width, char exponent) {
         return;
     if (width < 4) {
         AllocString(0);
-        CXML::SetFailure("Minimum String Length is 4 for error handling!");
+        OperStatus::SetFailure("Minimum String Length is 4 for error handling!");
         return;
     }
     const std::string rendering = print_number("%9.2E", value);

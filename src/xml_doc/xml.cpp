@@ -10,9 +10,6 @@
 #include "xml_doc/tag_index.h"
 #include "xml_doc/tree_walk.h"
 
-thread_local bool CXML::m_bOperStatus = true;
-thread_local std::string CXML::m_strOperErrDesc;
-
 namespace {
 
 constexpr size_t kNowhere = std::string::npos;
@@ -46,11 +43,6 @@ CXML::~CXML() {
         std::move(element->m_children.begin(), element->m_children.end(), std::back_inserter(doomed));
         element->m_children.clear();
     }
-}
-
-void CXML::SetFailure(const std::string& description) {
-    m_bOperStatus = false;
-    m_strOperErrDesc = description;
 }
 
 bool CXML::is_named_before(const CXML& a, const CXML& b) {

@@ -15,6 +15,7 @@
 #include "base/non_copyable.h"
 #include "xml_doc/mab_string.h"
 #include "xml_doc/mem_file.h"
+#include "xml_doc/oper_status.h"
 
 namespace relay_hub {
 class TagIndex;
@@ -56,15 +57,10 @@ class CAttribute : relay_hub::NonCopyable {
     CMabString m_name;
 };
 
-class CXML : relay_hub::NonCopyable {
+class CXML : public OperStatus, relay_hub::NonCopyable {
   public:
     // The reader refuses more levels of elements than this.
     static constexpr int kMaxDepth = 1000;
-
-    // False after this thread's last failing operation, and that operation's text. They stay until set again.
-    static thread_local bool m_bOperStatus;
-    static thread_local std::string m_strOperErrDesc;
-    static void SetFailure(const std::string& description);
 
     CXML();
     explicit CXML(const char* tag);
