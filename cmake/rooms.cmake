@@ -1,5 +1,5 @@
-# Each folder of the house is one static library. add_room() names what a room may see; a room that
-# includes or calls what is not listed does not compile or does not link.
+# Each folder of the house is one static library. add_room() names what a room uses, for the order of linking; that
+# it includes nothing else is a test's matter (tests/files/test_rooms.py), since all of src/ is in the search path.
 
 add_library(relay_hub_flags INTERFACE)
 target_compile_options(relay_hub_flags INTERFACE
