@@ -136,8 +136,7 @@ Error SftpFileSystem::list(const std::string& folder, Listing& listing) {
     if (Error error = begin(session); error)
         return error;
     const std::string path = server_path(folder);
-    listed_folder_ = folder;
-    listed_parts_.clear();
+    forget_listed();
     Error error = read_folder(*session, path, [&](NamedEntry entry) {
         if (entry.name == "." || entry.name == "..")
             return;
@@ -154,7 +153,14 @@ Error SftpFileSystem::list(const std::string& folder, Listing& listing) {
     });
     if (!error)
         error = look_behind_links(*session, path, listing.entries);
+    if (!error)
+        listed_folder_ = folder;
     return error;
+}
+
+void SftpFileSystem::forget_listed() {
+    listed_folder_.reset();
+    listed_parts_.clear();
 }
 
 Error SftpFileSystem::stat(const std::string& path, Entry& entry) {
@@ -319,7 +325,7 @@ void SftpFileSystem::sweep(const std::string& folder) {
         if (is_left_over(name, now))
             (void)session->send_remove(server_path(join_path(folder, name)));
     }
-    listed_parts_.clear();
+    forget_listed();
     session->connection().flush();
 }
 

@@ -63,6 +63,7 @@ class SftpFileSystem : public RemoteFileSystem {
 
     // The link to work with; ECANCELED, ENOTCONN.
     Error begin(std::shared_ptr<Session>& session);
+    void forget_listed();
     // Opens files ahead as far as there is room.
     void fetch_ahead(const std::shared_ptr<Session>& session);
 
@@ -72,8 +73,8 @@ class SftpFileSystem : public RemoteFileSystem {
 
     WritePipeline pipeline_;
     std::deque<Ahead> ahead_;
-    // What list() saw that a sweep of the same folder would look for.
-    std::string listed_folder_;
+    // What list() saw that one sweep of the same folder would look for.
+    std::optional<std::string> listed_folder_;
     std::vector<std::string> listed_parts_;
 };
 

@@ -144,6 +144,17 @@ TEST_F(SftpTree, ReplacesOnlyWhereItMay) {
     EXPECT_THAT(test::names_in(home_), UnorderedElementsAre("old", "kept"));
 }
 
+TEST_F(SftpTree, SweepsWhatWasLeftSinceTheLastSweep) {
+    Listing listing;
+    EXPECT_FALSE(files_.list(inner(""), listing));
+    for (int round = 0; round < 3; ++round) {
+        files_.sweep(inner(""));
+        session_->connection().drain(std::chrono::seconds(5));
+        EXPECT_EQ(test::names_in(home_).size(), 0U) << round;
+        test::put(real(PartName().text()), "left over");
+    }
+}
+
 TEST_F(SftpTree, TellsOfATimeThatTheProtocolCannotHold) {
     Entry entry = file_entry(0);
     entry.modified.tv_sec = -5;
