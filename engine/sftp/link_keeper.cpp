@@ -20,12 +20,16 @@ constexpr seconds kReconnectLimit{4};
 // for its answer for hours.
 constexpr seconds kLoginLimit{20};
 constexpr milliseconds kPause{1000};
+// The first processor of many.
+constexpr std::size_t kProcessorsSize = 8192;
 constexpr milliseconds kLastWishes{500};
 
 }  // namespace
 
 LinkKeeper::LinkKeeper(SshAddress address, LinkObserver& observer)
-    : address_(std::move(address)), observer_(observer) {}
+    : address_(std::move(address)),
+      cipher_choice_(address_, cipher_state_path(), this_computer_has_aes()),
+      observer_(observer) {}
 
 int LinkKeeper::start() {
     return worker_.start("the link to the other computer", [this] { run(); });
@@ -44,7 +48,8 @@ std::shared_ptr<Session> LinkKeeper::session() const {
 
 void LinkKeeper::run() {
     const StopToken& stop = *current_stop_token();
-    SshStart start{address_, true, kFirstLimit};
+    const std::string ciphers = cipher_choice_.ciphers();
+    SshStart start{address_, true, kFirstLimit, ciphers};
     bool was_connected = false;
     bool asked_since = false;
     while (!stop.stopped()) {
@@ -56,7 +61,7 @@ void LinkKeeper::run() {
             was_connected = true;
             asked_since = false;
             // Nobody is asked again where a key is enough.
-            start = {address_, false, kReconnectLimit};
+            start = {address_, false, kReconnectLimit, ciphers};
         } else {
             if (!observer_.failed(failure) || stop.stopped())
                 return;
@@ -113,7 +118,15 @@ bool LinkKeeper::connect(const SshStart& start, Link& link, LinkFailure& why) {
     return true;
 }
 
+void LinkKeeper::learn_about_processors(Session& session) {
+    std::string processors;
+    if (!session.facts().has_drives)
+        (void)session.read_small_file("/proc/cpuinfo", kProcessorsSize, processors);
+    cipher_choice_.learn(processors);
+}
+
 void LinkKeeper::serve(Link& link) {
+    learn_about_processors(*link.session);
     const bool lost = await_state(link, Connection::State::kOpen, std::nullopt) == WaitEnd::ready;
     Connection& connection = link.session->connection();
     if (!lost)

@@ -9,6 +9,7 @@
 #include "base/ssh_address.h"
 #include "base/wait.h"
 #include "base/worker.h"
+#include "engine/sftp/cipher_choice.h"
 #include "engine/sftp/link_failure.h"
 #include "engine/sftp/session.h"
 #include "engine/sftp/ssh_process.h"
@@ -54,6 +55,7 @@ class LinkKeeper : NonCopyable {
     // False, with why, when there is no link; then the keeper may be ending.
     bool connect(const SshStart& start, Link& link, LinkFailure& why);
     void serve(Link& link);
+    void learn_about_processors(Session& session);
     // Waits until the connection's state is another one; then the end is ready.
     WaitEnd await_state(Link& link, Connection::State state, Deadline deadline);
     // Passes on what ssh wrote on standard error meanwhile.
@@ -61,6 +63,7 @@ class LinkKeeper : NonCopyable {
     LinkFailure failure_of(Link& link);
 
     const SshAddress address_;
+    const CipherChoice cipher_choice_;
     LinkObserver& observer_;
     Interruption ending_;
     mutable std::mutex mutex_;

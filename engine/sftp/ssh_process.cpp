@@ -24,6 +24,7 @@ namespace {
 constexpr std::chrono::milliseconds kPoliteEnd{300};
 constexpr std::chrono::milliseconds kForcedEnd{1000};
 constexpr std::chrono::milliseconds kLastWordsLimit{500};
+constexpr std::chrono::milliseconds kConfigurationLimit{1000};
 constexpr std::size_t kMostLines = 200;
 constexpr std::size_t kLongestLine = 1000;
 constexpr int kPipeCapacity = 1 << 20;
@@ -136,6 +137,8 @@ std::vector<std::string> ssh_arguments(const SshStart& start) {
         "-oRemoteCommand=none", "-oRequestTTY=no", "-oForkAfterAuthentication=no", "-oStdinNull=no"};
     if (!start.may_ask)
         arguments.emplace_back("-oBatchMode=yes");
+    if (!start.ciphers.empty())
+        arguments.push_back("-oCiphers=" + start.ciphers);
     if (!start.address.port.empty())
         arguments.insert(arguments.end(), {"-p", start.address.port});
     arguments.insert(arguments.end(), {"-s", "--", start.address.shown(), "sftp"});
@@ -143,6 +146,31 @@ std::vector<std::string> ssh_arguments(const SshStart& start) {
 }
 
 std::unique_ptr<SshProcess> SshProcess::start(const SshStart& start, LinkFailure& why) {
+    return SshProcess::start(ssh_arguments(start), start.may_ask, why);
+}
+
+std::string ssh_configuration(const SshAddress& address, ConfigurationFiles files) {
+    std::vector<std::string> arguments = ssh_arguments({address, false, {}, {}});
+    arguments.insert(arguments.begin() + 1, "-G");
+    if (files == ConfigurationFiles::kNone)
+        arguments.insert(arguments.begin() + 1, "-Fnone");
+    LinkFailure why;
+    const auto ssh = SshProcess::start(std::move(arguments), false, why);
+    std::string text;
+    const Deadline deadline = after(kConfigurationLimit);
+    while (ssh && wait_for(ssh->output_.get(), POLLIN, deadline) == WaitEnd::ready) {
+        std::array<char, 4096> buffer{};
+        const ssize_t count = read_some(ssh->output_.get(), buffer.data(), buffer.size());
+        if (count == 0)
+            return text;
+        if (count > 0)
+            text.append(buffer.data(), static_cast<std::size_t>(count));
+    }
+    return {};
+}
+
+std::unique_ptr<SshProcess> SshProcess::start(std::vector<std::string> arguments, bool may_ask,
+                                              LinkFailure& why) {
     Pipe input;
     Pipe output;
     Pipe errors;
@@ -150,13 +178,12 @@ std::unique_ptr<SshProcess> SshProcess::start(const SshStart& start, LinkFailure
         why = {FailureKind::kOther, fill_translated("IDS_REASON_NO_SSH", {error_text(errno)})};
         return nullptr;
     }
-    const bool in_terminal = start.may_ask && asks_in_terminal();
+    const bool in_terminal = may_ask && asks_in_terminal();
     SpawnSettings settings(!in_terminal);
     settings.give(input.read_end, STDIN_FILENO);
     settings.give(output.write_end, STDOUT_FILENO);
     settings.give(errors.write_end, STDERR_FILENO);
-    std::vector<std::string> arguments = ssh_arguments(start);
-    std::vector<std::string> environment = child_environment(start.may_ask && has_askpass());
+    std::vector<std::string> environment = child_environment(may_ask && has_askpass());
     pid_t process = -1;
     if (const int error = settings.spawn(process, arguments, environment); error != 0) {
         why = {error == ENOENT ? FailureKind::kNoSsh : FailureKind::kOther,

@@ -22,10 +22,16 @@ struct SshStart {
     // Whether ssh may ask the user. Without it a connection that needs an answer fails.
     bool may_ask = true;
     std::chrono::seconds connect_limit{15};  // until the other computer's ssh answers
+    std::string ciphers;                     // for ssh to propose, in order; empty: as it decides
 };
 
 // The command line, for the start and for tests.
 std::vector<std::string> ssh_arguments(const SshStart& start);
+
+// What ssh would do for a computer by the user's and the system's files, or by none: lines of a word and its
+// value. Empty when it does not say so within a second. A stopped thread does not wait.
+enum class ConfigurationFiles { kUsers, kNone };
+std::string ssh_configuration(const SshAddress& address, ConfigurationFiles files);
 
 class SshProcess : NonCopyable {
   public:
@@ -50,6 +56,9 @@ class SshProcess : NonCopyable {
     void forget_errors();
 
   private:
+    friend std::string ssh_configuration(const SshAddress& address, ConfigurationFiles files);
+    static std::unique_ptr<SshProcess> start(std::vector<std::string> arguments, bool may_ask,
+                                             LinkFailure& why);
     void drain_errors();
     bool errors_open();
     SshProcess(pid_t process, bool leads_group) : process_(process), leads_group_(leads_group) {}

@@ -1,6 +1,7 @@
 """Another computer over SSH, for real: an sshd of our own behind a relay that is held and cut, and the engine connected
 to it. What goes over arrives whole or not at all, a lost link is told and mended, and every failure says why."""
 import os
+import re
 import shutil
 import signal
 import sys
@@ -324,6 +325,20 @@ class ConnectingTest(unittest.TestCase):
         start = time.monotonic()
         engine.stop()
         self.assertLess(time.monotonic() - start, 2 * SLOW)
+
+    def test_the_cipher_is_the_users_or_the_fast_one(self):
+        self.far.stop()
+        self.far.lines += ("LogLevel DEBUG1",)
+        self.far.start()
+        fast = "aes128-gcm" if b" aes " in read("/proc/cpuinfo") else "chacha20-poly1305"
+        for line, cipher in ("", fast), ("Ciphers aes256-ctr\n", "aes256-ctr"):
+            with open(self.far.path("ssh_config"), "a") as config:
+                config.write(line)
+            engine = ConnectedEngine(self.far)
+            engine.connected()
+            engine.stop()
+            used = re.findall(rb"server->client cipher: ([^@ ]*)", read(self.far.path("sshd.log")))
+            self.assertEqual(used[-1].decode(), cipher)
 
     def test_folder_and_style(self):
         os.makedirs(self.far.home + "/in here")

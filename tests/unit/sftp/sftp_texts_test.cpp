@@ -1,4 +1,5 @@
 // What needs no server: reasons, names of parts, folders of the user, fields of answers.
+#include "engine/sftp/cipher_choice.h"
 #include "engine/sftp/link_failure.h"
 #include "engine/sftp/packet.h"
 #include "engine/sftp/part_name.h"
@@ -11,10 +12,49 @@ namespace relay_hub::engine::sftp {
 namespace {
 
 TEST(SshArguments, PutTheAddressWhereNoOptionIsRead) {
-    const auto arguments = ssh_arguments({{"me", "::1", "22", "/x"}, false, std::chrono::seconds(4)});
+    const auto arguments = ssh_arguments({{"me", "::1", "22", "/x"}, false, std::chrono::seconds(4), "a,b"});
+    EXPECT_THAT(arguments, testing::Contains("-oCiphers=a,b"));
     const std::vector<std::string> end(arguments.end() - 6, arguments.end());
     EXPECT_EQ(end, (std::vector<std::string>{"-p", "22", "-s", "--", "me@::1", "sftp"}));
     EXPECT_NE(std::find(arguments.begin(), arguments.end(), "-oBatchMode=yes"), arguments.end());
+}
+
+TEST(CipherChoice, PutsAesFirstWhereNobodyChoseAndBothHaveIt) {
+    const std::string usual = "ciphers chacha20,aes128-ctr,aes128-gcm@x,aes256-gcm@x";
+    const std::string first = "aes128-gcm@x,aes256-gcm@x,chacha20,aes128-ctr";
+    const char* const has = "flags\t\t: fpu aes sse2\n";
+    const char* const has_not = "processor\t: 0\nFeatures\t: fp asimd\n";
+    const struct {
+        std::string script;
+        bool aes_here;
+        std::vector<const char*> learned;
+        std::string expected;
+    } rows[]{
+        {"echo 'port 22'; echo '" + usual + "'", true, {}, first},
+        {"echo '" + usual + "'", false, {}, ""},
+        {"echo '" + usual + "'", true, {has}, first},
+        {"echo '" + usual + "'", true, {"", "model name: aes\n"}, first},
+        {"echo '" + usual + "'", true, {has_not}, ""},
+        {"echo '" + usual + "'", true, {has_not, "", has_not}, ""},
+        {"echo '" + usual + "'", true, {has_not, has}, first},
+        {"case \"$*\" in *-Fnone*) echo '" + usual + "';; *) echo 'ciphers aes128-ctr';; esac", true, {}, ""},
+        {"echo 'unknown option -G' >&2; exit 255", true, {}, ""},
+        {"exec sleep 60", true, {}, ""},
+    };
+    for (const auto& row : rows) {
+        const test::Sandbox sandbox;
+        sandbox.make_file("bin/ssh", "#!/bin/sh\n" + row.script + "\n", 0755);
+        const std::string path = std::getenv("PATH");
+        ::setenv("PATH", (sandbox.at("bin:") + path).c_str(), 1);
+        const auto choice_of = [&](const char* host) {
+            return CipherChoice({"", host, "", ""}, sandbox.at("state"), row.aes_here);
+        };
+        for (const char* processors : row.learned)
+            choice_of("far").learn(processors);
+        EXPECT_EQ(choice_of("far").ciphers(), row.expected) << row.script;
+        EXPECT_EQ(choice_of("near").ciphers().empty(), row.expected.empty() && row.learned.empty());
+        ::setenv("PATH", path.c_str(), 1);
+    }
 }
 
 TEST(LinkFailure, IsToldFromWhatSshSays) {
