@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "base/glib_owners.h"
 #include "base/state_file.h"
 
 namespace relay_hub::connect {
@@ -16,9 +15,8 @@ constexpr std::size_t kMostComputers = 20;
 
 ComputerHistory::ComputerHistory(std::string path) : path_(std::move(path)) {
     const KeyFile file = read_state_file(path_);
-    const GStrv texts(g_key_file_get_string_list(file.get(), kGroup, kRecent, nullptr, nullptr));
-    for (char** text = texts.get(); text != nullptr && *text != nullptr; ++text) {
-        const auto address = parse_typed(*text);
+    for (const std::string& text : texts_of(file.get(), kGroup, kRecent)) {
+        const auto address = parse_typed(text);
         const bool is_known = address && std::ranges::any_of(computers_, [&](const auto& known) {
                                   return known.computer() == address->computer();
                               });
@@ -35,10 +33,8 @@ std::string ComputerHistory::remember(const SshAddress& address) {
     std::vector<std::string> texts;
     std::ranges::transform(computers_, std::back_inserter(texts),
                            [](const auto& known) { return known.whole(); });
-    std::vector<const char*> list;
-    std::ranges::transform(texts, std::back_inserter(list), [](const auto& text) { return text.c_str(); });
     const KeyFile file(g_key_file_new());
-    g_key_file_set_string_list(file.get(), kGroup, kRecent, list.data(), list.size());
+    set_texts(file.get(), kGroup, kRecent, texts);
     return save_state_file(file.get(), path_);
 }
 

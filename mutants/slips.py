@@ -131,6 +131,8 @@ SLIPS = [
     ("server's path as a name", ENGINE + "sftp/remote_entry.cpp", "name.find('/') == std::string_view::npos && ", "", ["test_sftp"]),
     ("copy runs as its far owner", ENGINE + "sftp/remote_entry.cpp", "attributes.permissions.value_or(0) & ACCESSPERMS",
      "attributes.permissions.value_or(0) & ALLPERMS", ["test_sftp"]),
+    ("the user's ciphers are overruled", ENGINE + "sftp/cipher_choice.cpp", "!usual.empty() && configured", "!usual.empty() || configured",
+     ["test_sftp --gtest_filter=CipherChoice*"]),
     ("sweep takes a living run's files", ENGINE + "sftp/part_name.cpp", "return !process_lives(parts->process, parts->time);",
      "return process_lives(parts->process, parts->time);", ["test_sftp --gtest_filter=PartName*"]),
     ("sweep takes other hosts' files at once", ENGINE + "sftp/part_name.cpp", "return parts->time + kOthersLimit <",

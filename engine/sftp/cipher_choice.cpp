@@ -57,21 +57,13 @@ std::string with_aes_gcm_first(const std::string& ciphers) {
     return result;
 }
 
-std::vector<std::string> computers_without_aes(GKeyFile* state) {
-    const GStrv texts(g_key_file_get_string_list(state, kGroup, kWithoutAes, nullptr, nullptr));
-    std::vector<std::string> computers;
-    for (char** text = texts.get(); text != nullptr && *text != nullptr; ++text)
-        computers.emplace_back(*text);
-    return computers;
-}
-
 }  // namespace
 
 CipherChoice::CipherChoice(SshAddress address, std::string state_path, bool aes_here)
     : address_(std::move(address)), state_path_(std::move(state_path)), aes_here_(aes_here) {}
 
 std::string CipherChoice::ciphers() const {
-    const auto without = computers_without_aes(read_state_file(state_path_).get());
+    const auto without = texts_of(read_state_file(state_path_).get(), kGroup, kWithoutAes);
     if (!aes_here_ || std::ranges::find(without, address_.computer()) != without.end())
         return {};
     const std::string usual = configured_ciphers(address_, ConfigurationFiles::kNone);
@@ -83,7 +75,7 @@ std::string CipherChoice::ciphers() const {
 void CipherChoice::learn(const std::string& processors) const {
     const auto with_aes = has_aes_instructions(processors);
     const KeyFile state = read_state_file(state_path_);
-    std::vector<std::string> without = computers_without_aes(state.get());
+    std::vector<std::string> without = texts_of(state.get(), kGroup, kWithoutAes);
     const std::string computer = address_.computer();
     const bool known_without = std::ranges::find(without, computer) != without.end();
     if (!aes_here_ || !with_aes || *with_aes != known_without)
@@ -92,9 +84,7 @@ void CipherChoice::learn(const std::string& processors) const {
     if (!*with_aes)
         without.insert(without.begin(), computer);
     without.resize(std::min(without.size(), kMostComputers));
-    std::vector<const char*> list;
-    std::ranges::transform(without, std::back_inserter(list), [](const auto& text) { return text.c_str(); });
-    g_key_file_set_string_list(state.get(), kGroup, kWithoutAes, list.data(), list.size());
+    set_texts(state.get(), kGroup, kWithoutAes, without);
     if (const std::string error = save_state_file(state.get(), state_path_); !error.empty())
         report(RELAY_HUB_HERE, "the computers without AES", error);
 }

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <iterator>
 
 #include "base/diagnostics.h"
 #include "base/file_descriptor.h"
@@ -49,6 +50,20 @@ std::string save_state_file(GKeyFile* file, const std::string& path) {
         return {};
     const GErrorPtr owned(error);
     return owned->message;
+}
+
+std::vector<std::string> texts_of(GKeyFile* file, const char* group, const char* key) {
+    const GStrv list(g_key_file_get_string_list(file, group, key, nullptr, nullptr));
+    std::vector<std::string> texts;
+    for (char** text = list.get(); text != nullptr && *text != nullptr; ++text)
+        texts.emplace_back(*text);
+    return texts;
+}
+
+void set_texts(GKeyFile* file, const char* group, const char* key, const std::vector<std::string>& texts) {
+    std::vector<const char*> list;
+    std::ranges::transform(texts, std::back_inserter(list), [](const auto& text) { return text.c_str(); });
+    g_key_file_set_string_list(file, group, key, list.data(), list.size());
 }
 
 std::string small_file_content(const std::string& path) {

@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "base/freed_by.h"
 
@@ -19,6 +20,10 @@ KeyFile read_state_file(const std::string& path);
 // Makes the folders above it, and leaves the file readable by the user alone. Empty, or why it could not be
 // saved.
 std::string save_state_file(GKeyFile* file, const std::string& path);
+
+// A list of texts in such a file; empty where there is none.
+std::vector<std::string> texts_of(GKeyFile* file, const char* group, const char* key);
+void set_texts(GKeyFile* file, const char* group, const char* key, const std::vector<std::string>& texts);
 
 // The first MiB of a small file of the user's; empty for what is no regular file, or cannot be read.
 std::string small_file_content(const std::string& path);
