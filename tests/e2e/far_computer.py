@@ -10,12 +10,16 @@ import subprocess
 import tempfile
 import threading
 import time
+import unittest
 
 from common import BASE, ENGINE, LIMIT, read, remove, wait_for, write
 
 PASSWORD = "sesame"
 USER_NUMBER = 4711
 FAR_USER = "nobody" if os.geteuid() == 0 else pwd.getpwuid(os.geteuid()).pw_name
+MAY_MOUNT = os.geteuid() == 0 and subprocess.run(["unshare", "--mount", "true"], stderr=subprocess.DEVNULL,
+                                                 check=False).returncode == 0
+needs_mounts = unittest.skipUnless(MAY_MOUNT, "only root, and not in every container, can mount")
 
 
 def run(*words, **more):

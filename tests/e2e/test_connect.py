@@ -9,7 +9,7 @@ import unittest
 
 from common import LIMIT, act_until, read, tree_of, wait_for, write, write_odd_tree
 from desktop import BUILD, LOCAL, REMOTE, STATES, DesktopTest, app_of, children, find, has_state, labels, text_of, walk
-from far_computer import PASSWORD, USER_NUMBER, Neighbour, children_of, free_port, program_of, run
+from far_computer import PASSWORD, USER_NUMBER, Neighbour, children_of, free_port, needs_mounts, program_of, run
 
 CONNECT = os.path.join(BUILD, "bin", "relay-hub-connect")
 
@@ -32,7 +32,7 @@ class Dialog(DesktopTest):
         wait_for(lambda: d.dialog("Connect to a Computer"), what="the dialog")
 
 
-@unittest.skipUnless(os.geteuid() == 0, "only root can run an sshd with accounts of its own")
+@needs_mounts
 class Connect(Dialog):
     def setUp(self):
         super().setUp()

@@ -10,7 +10,7 @@ import unittest
 
 from common import (LIMIT, OK, RANDOM, SEED, SLOW, both, command, message, read, read_answer, tree_of, wait_for,
                     write, write_odd_tree)
-from far_computer import PASSWORD, ConnectedEngine, FarComputer, Neighbour, children_of, program_of, run
+from far_computer import PASSWORD, ConnectedEngine, FarComputer, Neighbour, children_of, needs_mounts, program_of, run
 from front_end import DONE, FrontEnd, copy_request
 
 AT_ONCE = 3
@@ -102,7 +102,7 @@ class SftpTest(unittest.TestCase):
         self.assertIn(OK, self.copy(True, source + "/plain", there + "/set"))
         self.assertEqual(read(there + "/set/plain"), b"other")
 
-    @unittest.skipIf(os.geteuid() != 0, "only root can mount a small disk")
+    @needs_mounts
     def test_full_disk(self):
         small = self.folder_at_far("small")
         run("mount", "-t", "tmpfs", "-o", f"size=4m,mode=777", "tmpfs", small)
@@ -299,7 +299,7 @@ class ConnectingTest(unittest.TestCase):
         os.unlink(self.far.path("bin/ssh"))
         self.assertEqual(self.failed(environment={"PATH": self.far.path("bin")})[0], "no-ssh")
 
-    @unittest.skipUnless(os.geteuid() == 0, "only root can run an sshd with accounts of its own")
+    @needs_mounts
     def test_a_key_and_then_a_password(self):
         self.far = far = Neighbour("AuthenticationMethods publickey,password")
         self.addCleanup(far.close)
