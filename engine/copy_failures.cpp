@@ -52,6 +52,8 @@ std::string reason_text(const Error& error) {
             return translated("IDS_REASON_OUTSIDE");
         case EEXIST:
             return translated("IDS_REASON_NAME_TAKEN");
+        case ESTALE:
+            return translated("IDS_REASON_CHANGED_IN_COPY");
         case EBUSY:
             return translated("IDS_REASON_BUSY");
         default:

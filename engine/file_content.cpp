@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <tuple>
 
 namespace relay_hub::engine {
 namespace {
@@ -45,12 +46,20 @@ Error read_piece(FileSource& source, std::vector<char>& piece) {
 
 Error FileContent::copy(FileSource& source, FileSink& sink) {
     in_kernel_ = true;
-    struct stat status {};
+    struct stat before {};
     const int from = source.descriptor();
+    const bool known = from >= 0 && fstat(from, &before) == 0;
     // A size of 0 may only mean that nobody knows it.
-    if (from >= 0 && sink.descriptor() >= 0 && fstat(from, &status) == 0 && status.st_size > 0)
-        return copy_stretches(from, sink);
-    return copy_through_buffer(source, sink);
+    const Error error = known && sink.descriptor() >= 0 && before.st_size > 0
+                            ? copy_stretches(from, sink)
+                            : copy_through_buffer(source, sink);
+    struct stat after {};
+    if (error || !known || fstat(from, &after) != 0)
+        return error;
+    const auto content = [](const struct stat& status) {
+        return std::tuple(status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec);
+    };
+    return content(before) == content(after) ? Error() : Error(ESTALE);
 }
 
 Error FileContent::copy_stretches(int from, FileSink& sink) {

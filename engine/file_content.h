@@ -16,7 +16,7 @@ namespace relay_hub::engine {
 class FileContent {
   public:
     explicit FileContent(CopyProgress& progress) : progress_(progress) {}
-    // ECANCELED when the work is to end.
+    // ECANCELED when the work is to end, ESTALE when the file was changed meanwhile.
     Error copy(FileSource& source, FileSink& sink);
 
   private:

@@ -22,7 +22,7 @@
 namespace relay_hub::engine {
 
 // What an operation returns. EXDEV says that a path leads out of the tree, ECANCELED that the work was
-// interrupted.
+// interrupted, ESTALE that a file was changed while it was read.
 struct Error {
     Error() = default;
     // Implicit, so that errno can be returned as it is.
@@ -87,7 +87,8 @@ struct Places {
 class FileSource : NonCopyable {
   public:
     virtual ~FileSource() = default;
-    // got is 0 at the end.
+    // got is 0 at the end. ESTALE there for a file that was changed while it was read, as far as the tree
+    // knows.
     virtual Error read(char* buffer, std::size_t size, std::size_t& got) = 0;
     // A descriptor that the kernel can copy from, or -1. Borrowed.
     [[nodiscard]] virtual int descriptor() const = 0;

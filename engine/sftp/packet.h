@@ -18,6 +18,7 @@ enum class PacketType : std::uint8_t {
     kRead = 5,
     kWrite = 6,
     kLstat = 7,
+    kFstat = 8,
     kSetstat = 9,
     kFsetstat = 10,
     kOpendir = 11,

@@ -166,6 +166,10 @@ PendingReply Session::send_sync(const std::string& handle) {
     return connection_->send(traits, extended(kFsync).add(handle));
 }
 
+PendingReply Session::send_open_attributes(const std::string& handle) {
+    return connection_->send({PacketType::kFstat, PacketType::kAttributes}, Fields().add(handle));
+}
+
 PendingReply Session::send_set_open_attributes(const std::string& handle, const Attributes& attributes) {
     return connection_->send({PacketType::kFsetstat}, Fields().add(handle).add(attributes));
 }

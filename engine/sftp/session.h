@@ -42,6 +42,7 @@ class Session {
     PendingReply send_read(const std::string& handle, std::uint64_t offset, std::size_t size);
     PendingReply send_write(const std::string& handle, std::uint64_t offset, std::string_view data);
     PendingReply send_sync(const std::string& handle);
+    PendingReply send_open_attributes(const std::string& handle);
     PendingReply send_set_open_attributes(const std::string& handle, const Attributes& attributes);
     // Attributes of a link are its own, where the server can.
     PendingReply send_set_attributes(const std::string& path, const Attributes& attributes, bool of_link);

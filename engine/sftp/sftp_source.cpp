@@ -32,6 +32,8 @@ void SftpSource::advance() {
 Error SftpSource::finish_open() {
     if (opening_.sent()) {
         open_error_ = session_->take_handle(opening_, handle_);
+        if (!open_error_ && expected_size_ > block_)
+            look_before_ = session_->send_open_attributes(handle_);
         if (!open_error_)
             ask_for_more();
     }
@@ -39,12 +41,15 @@ Error SftpSource::finish_open() {
 }
 
 void SftpSource::ask_for(Piece piece, bool first) {
+    const bool ends = piece.offset >= expected_size_;
     piece.reply = session_->send_read(handle_, piece.offset, piece.size);
     in_flight_ += piece.size;
     if (first)
         pieces_.push_front(std::move(piece));
     else
         pieces_.push_back(std::move(piece));
+    if (look_before_.sent() && (ends || look_after_.sent()))
+        look_after_ = session_->send_open_attributes(handle_);
 }
 
 // Up to the expected end, and one piece more that finds the real one.
@@ -74,8 +79,9 @@ Error SftpSource::take_piece() {
     if (error.number == ENODATA) {
         at_end_ = true;
         pieces_.clear();
+        error = check_unchanged();
         close();
-        return {};
+        return error;
     }
     if (error)
         return error;
@@ -89,6 +95,22 @@ Error SftpSource::take_piece() {
     }
     ask_for_more();
     return {};
+}
+
+Error SftpSource::check_unchanged() {
+    if (!look_before_.sent())
+        return {};
+    if (!look_after_.sent())
+        look_after_ = session_->send_open_attributes(handle_);
+    Attributes before;
+    Attributes after;
+    Error error = session_->take_attributes(look_before_, before);
+    if (!error)
+        error = session_->take_attributes(look_after_, after);
+    if (error)
+        return error.number == ENOTCONN || error.number == ECANCELED ? error : Error();
+    const bool same_time = !before.times || !after.times || before.times->modified == after.times->modified;
+    return same_time && before.size == after.size ? Error() : Error(ESTALE);
 }
 
 Error SftpSource::read(char* buffer, std::size_t size, std::size_t& got) {

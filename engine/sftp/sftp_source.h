@@ -36,6 +36,7 @@ class SftpSource : public FileSource {
     void ask_for_more();
     void ask_for(Piece piece, bool first);
     Error take_piece();
+    Error check_unchanged();
     void close();
 
     std::shared_ptr<Session> session_;
@@ -48,6 +49,9 @@ class SftpSource : public FileSource {
     std::size_t in_flight_ = 0;  // bytes asked for in pieces_
     std::uint64_t asked_until_ = 0;
     bool at_end_ = false;
+    // Looks at a file of more than one piece: before the first, and after the last.
+    PendingReply look_before_;
+    PendingReply look_after_;
     // The piece that is being handed out, and what of it is left.
     std::string fields_;
     std::string_view unread_;

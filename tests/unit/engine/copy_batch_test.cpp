@@ -13,6 +13,7 @@ namespace {
 constexpr char kBadName[] = "bad\xff";
 int linkat_error = 0;
 int futimens_error = 0;
+std::function<void()> before_moving_bytes;
 
 class Copying : public EngineSandbox {
   protected:
@@ -191,6 +192,16 @@ TEST_F(Copying, OfAMoveWhatDidNotArriveWholeIsTold) {
     EXPECT_TRUE(batch_->arrived()[1]);
 }
 
+TEST_F(Copying, AFileThatChangesMeanwhileIsNotCopied) {
+    make_file("served/log", std::string(2000000, 'x'));
+    before_moving_bytes = [&] { put(at("served/log"), "y"); };
+    run({"log"});
+    before_moving_bytes = nullptr;
+    EXPECT_EQ(failed_items(), Names{"/log"});
+    EXPECT_EQ(batch_->failures().kept().front().reason, "IDS_REASON_CHANGED_IN_COPY");
+    EXPECT_EQ(names_in(mine_), Names{});
+}
+
 TEST_F(Copying, AQuestionThatNobodyAnswersEndsTheCopyAndSaysWhatIsLeft) {
     for (const char* name : {"1", "2", "3"}) {
         make_file(std::string("served/tree/") + name, "new");
@@ -285,6 +296,12 @@ TEST_F(Copying, NothingOntoOrIntoItself) {
 }  // namespace relay_hub::engine
 
 // In the place of the C library's.
+extern "C" ssize_t copy_file_range(int from, off64_t* from_at, int to, off64_t* to_at, std::size_t size,
+                                   unsigned flags) {
+    if (relay_hub::engine::before_moving_bytes)
+        relay_hub::engine::before_moving_bytes();
+    return syscall(SYS_copy_file_range, from, from_at, to, to_at, size, flags);
+}
 extern "C" int futimens(int fd, const timespec* times) noexcept {
     errno = relay_hub::engine::futimens_error;
     return errno != 0 ? -1 : static_cast<int>(syscall(SYS_utimensat, fd, nullptr, times, 0));

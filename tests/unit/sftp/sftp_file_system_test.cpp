@@ -176,6 +176,30 @@ TEST_F(SftpTree, WithoutTheAccessListTheGroupGetsNoMore) {
     }
 }
 
+TEST_F(SftpTree, TellsOfAFileThatChangesWhileItIsRead) {
+    constexpr std::size_t kSize = 6000000;
+    const std::pair<int, std::function<void()>> cases[] = {
+        {0, [] {}},
+        {ESTALE, [&] { fs::resize_file(real("f"), kSize / 2); }},
+        {ESTALE, [&] { std::ofstream(real("f"), std::ios::app) << "more"; }},
+        {ESTALE, [&] { std::fstream(real("f"), std::ios::in | std::ios::out) << "other"; }},
+    };
+    for (const auto& [number, change] : cases) {
+        ASSERT_FALSE(write_file("f", noise(kSize), true));
+        EXPECT_FALSE(finish().front());
+        std::unique_ptr<FileSource> source;
+        ASSERT_FALSE(files_.open_source(inner("f"), file_entry(kSize), source));
+        std::vector<char> buffer(100000);
+        std::size_t got = 1;
+        ASSERT_FALSE(source->read(buffer.data(), 1, got));
+        change();
+        Error error;
+        while (!error && got > 0)
+            error = source->read(buffer.data(), buffer.size(), got);
+        EXPECT_EQ(error.number, number) << &change - &cases[0].second;
+    }
+}
+
 TEST_F(SftpTree, ReadsAheadWhatComesNext) {
     std::vector<FileToRead> next;
     for (int i = 0; i < 200; ++i) {
