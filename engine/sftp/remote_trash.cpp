@@ -17,9 +17,11 @@ constexpr int kMostNamesTried = 1000;
 constexpr std::size_t kLongestName = 200;
 constexpr std::string_view kMacHomes = "/Users/";
 
+// Or a link to one, as where the user keeps it on another disk.
 bool is_folder(Session& session, const std::string& path) {
     Attributes attributes;
-    return !session.lstat(path, attributes) && entry_of({}, attributes).kind == EntryKind::kFolder;
+    PendingReply look = session.send_stat(path);
+    return !session.take_attributes(look, attributes) && entry_of({}, attributes).kind == EntryKind::kFolder;
 }
 
 Error need_folder(Session& session, const std::string& path) {

@@ -282,6 +282,8 @@ TEST_F(SftpTree, RemovesTreesAndNothingBehindLinks) {
 }
 
 TEST_F(SftpTree, MovesIntoTheHomeTrash) {
+    fs::create_directories(real("data"));
+    fs::create_symlink("data", real(".local"));
     for (int round = 0; round < 2; ++round) {
         test::put(real("a b"), "x");
         EXPECT_FALSE(files_.move_to_trash(inner("a b")));
