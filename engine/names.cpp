@@ -82,6 +82,10 @@ bool can_travel(Style style, std::string_view name) {
     });
 }
 
+bool keeps_name(Style style, std::string_view name) {
+    return style != Style::kDrives || !(name.ends_with('.') || name.ends_with(' '));
+}
+
 std::string join_path(std::string_view folder, std::string_view name) {
     std::string path(folder);
     if (!path.empty())

@@ -21,6 +21,8 @@ bool is_root(Style style, std::string_view inner);
 // Whether a name can be sent to the front end at all: valid UTF-8 without control characters and separators
 // of the style, and no name of the folder itself or the one above.
 bool can_travel(Style style, std::string_view name);
+// Whether a new entry would bear just this name: Windows drops the dots and blanks at its end.
+bool keeps_name(Style style, std::string_view name);
 
 // The same for all names that some file system may take for one: in capitals or not, composed or decomposed.
 std::string common_form(const std::string& name);

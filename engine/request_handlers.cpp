@@ -276,7 +276,10 @@ CopySide RequestHandlers::local_side() const {
 std::string RequestHandlers::copy(CZEVXML& request, bool to_remote) {
     CopyBatch batch(
         to_remote ? local_side() : remote_side(), to_remote ? remote_side() : local_side(),
-        [style = style()](const std::string& name) { return can_travel(style, name); }, front_end_);
+        [style = style(), to_remote](const std::string& name) {
+            return can_travel(style, name) && (!to_remote || keeps_name(style, name));
+        },
+        front_end_);
     std::vector<CopyItem> items;
     const std::size_t count = item_count(request);
     for (std::size_t i = 0; i < count; ++i) {

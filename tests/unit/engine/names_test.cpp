@@ -47,6 +47,11 @@ TEST(EngineNames, OnlyWhatTheWireCarriesTravels) {
     for (const char* name : {"", ".", "..", "a/b", "a\\b", "a\x1f", "a\x7f", "\xff"})
         EXPECT_FALSE(can_travel(Style::kWindows, name)) << name;
     EXPECT_TRUE(can_travel(Style::kPosix, "a\\b"));
+    for (const char* name : {"a.", "a "}) {
+        EXPECT_FALSE(keeps_name(Style::kDrives, name)) << name;
+        EXPECT_TRUE(keeps_name(Style::kPosix, name)) << name;
+    }
+    EXPECT_TRUE(keeps_name(Style::kDrives, ".a b"));
 }
 
 TEST(EngineNames, HexIsDecodedOrRefused) {
