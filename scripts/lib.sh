@@ -17,9 +17,9 @@ refuse() { # what is wrong with the command line
 
 packages_to_build="cmake ninja-build g++ pkg-config gettext libgtk2.0-dev libnotify-dev libxml2-dev \
 libavahi-client-dev libavahi-glib-dev librsvg2-bin imagemagick"
-packages_to_show="xvfb x11-utils imagemagick fonts-dejavu-core dbus procps"
+packages_to_show="xvfb xauth x11-utils imagemagick fonts-dejavu-core dbus procps"
 packages_to_show_all_languages="fonts-noto-cjk"
-packages_to_test="$packages_to_show $packages_to_show_all_languages xauth libgtest-dev libgmock-dev python3 python3-gi gir1.2-atspi-2.0 at-spi2-core \
+packages_to_test="$packages_to_show $packages_to_show_all_languages libgtest-dev libgmock-dev python3 python3-gi gir1.2-atspi-2.0 at-spi2-core \
 libatk-adaptor libgail-common gir1.2-gtk-3.0 xdotool openbox wmctrl xclip util-linux openssh-client openssh-server rsync dbus avahi-daemon iproute2 openssl"
 
 # Installs what of the named packages is missing; without the right to, names the one command and ends.
