@@ -96,7 +96,8 @@ Error move_to_home_trash(Session& session, const std::string& path, const std::s
 }  // namespace
 
 Error move_to_trash(Session& session, const std::string& path) {
-    const std::string& home = session.facts().home;
+    // A server that shows a user nothing but his home calls it the root.
+    const std::string home = session.facts().home == "/" ? "" : session.facts().home;
     if (session.facts().has_drives)
         return {ENOTSUP, translated("IDS_REASON_NO_TRASH_THERE")};
     Attributes item;

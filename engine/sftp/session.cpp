@@ -1,11 +1,14 @@
 #include "engine/sftp/session.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <array>
 #include <cctype>
 #include <cerrno>
 #include <utility>
 
+#include "base/diagnostics.h"
 #include "base/translated_text.h"
 
 namespace relay_hub::engine::sftp {
@@ -335,6 +338,8 @@ Error Session::learn_facts(const std::string& folder) {
     Attributes attributes;
     PendingReply looked = send_stat(wanted);
     Error error = take_attributes(looked, attributes);
+    if (!error && attributes.permissions && !S_ISDIR(*attributes.permissions))
+        error = {ENOTDIR, wanted + ": " + error_text(ENOTDIR)};
     if (!error)
         error = real_path(wanted, facts_.first_folder);
     if (error.number == ENOENT)

@@ -31,7 +31,7 @@ class Session {
     Session(const Session& other, Interruption& interruption)
         : connection_(other.connection_), interruption_(&interruption), facts_(other.facts_) {}
     // Once the connection is open: asks the server about itself. folder, where the user wants to begin (""
-    // for nowhere), is looked up; ENOENT with a text when it is not there.
+    // for nowhere), is looked up; ENOENT or ENOTDIR with a text when it is not there or none.
     Error learn_facts(const std::string& folder);
 
     [[nodiscard]] const ServerFacts& facts() const { return facts_; }

@@ -211,5 +211,12 @@ TEST(OtherSystem, IsKnownByItsAnswersAndServed) {
     }
 }
 
+TEST(OtherSystem, KnowsItsTrashWhereTheHomeIsAllThereIs) {
+    OtherSystem far("/", {"/", "/.local", "/.local/share", "/.local/share/Trash"});
+    LyingServer server([&far](const Request& request) { return far.answer(request); });
+    learn_facts(server.session());
+    EXPECT_EQ(server.files().move_to_trash(".local/share/Trash").number, EINVAL);
+}
+
 }  // namespace
 }  // namespace relay_hub::engine::sftp

@@ -308,6 +308,7 @@ TEST_F(SftpTree, TellsPlaces) {
     EXPECT_EQ(places.home, inner_of(home_));
     EXPECT_EQ(places.desktop, inner("Schreibtisch"));
     EXPECT_EQ(places.documents, std::nullopt);
+    EXPECT_EQ(session_->learn_facts(real(".config/user-dirs.dirs")).number, ENOTDIR);
     ASSERT_FALSE(session_->learn_facts(real("Documents")));
     Places asked;
     ASSERT_FALSE(files_.places(asked));
