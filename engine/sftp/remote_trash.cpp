@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <string_view>
 
+#include "base/plain_text.h"
 #include "base/translated_text.h"
 #include "base/trash_info.h"
 #include "engine/names.h"
@@ -69,7 +70,8 @@ Error move_to_mac_trash(Session& session, const std::string& path, const std::st
 
 // The info file is made first: it reserves the name for this item.
 Error move_to_home_trash(Session& session, const std::string& path, const std::string& trash) {
-    const std::string name = base_name(path).substr(0, kLongestName);
+    const std::string own_name = base_name(path);
+    const std::string name = own_name.size() > kLongestName ? presentable(own_name, kLongestName) : own_name;
     const std::string text = trash_info(path);
     const std::string infos = trash + "/info/";
     const std::string files = trash + "/files/";

@@ -295,6 +295,13 @@ TEST_F(SftpTree, MovesIntoTheHomeTrash) {
         EXPECT_EQ(files_.move_to_trash(inner(never)).number, EINVAL) << never;
     EXPECT_EQ(files_.move_to_trash(inner("none")).number, ENOENT);
     EXPECT_EQ(test::names_in(real(".local/share/Trash/info")).size(), 2U);
+    std::string long_name;
+    while (long_name.size() < 255)
+        long_name += "\u540D";
+    test::put(real(long_name), "x");
+    EXPECT_FALSE(files_.move_to_trash(inner(long_name)));
+    EXPECT_TRUE(fs::exists(real(".local/share/Trash/files/" + long_name.substr(0, 195) + "...")))
+        << "cut at a character";
 }
 
 TEST_F(SftpTree, TellsPlaces) {
