@@ -1,11 +1,16 @@
 #include "engine/link_status.h"
 
 #include <fcntl.h>
+#include <poll.h>
 
 #include <utility>
 
+#include "base/wait.h"
+
 namespace relay_hub::engine {
 namespace {
+
+constexpr std::chrono::milliseconds kPatience{1000};
 
 void append_escaped(std::string& line, std::string_view field) {
     for (const char c : field) {
@@ -27,6 +32,14 @@ LinkStatus::LinkStatus(FileDescriptor out) : out_(std::move(out)) {
         (void)fcntl(out_.get(), F_SETFD, FD_CLOEXEC);
 }
 
+bool LinkStatus::has_room() const {
+    pollfd room{out_.get(), POLLOUT, 0};
+    reader_stands_still_ =
+        poll(&room, 1, 0) == 0 &&
+        (reader_stands_still_ || wait_for(out_.get(), POLLOUT, after(kPatience)) != WaitEnd::ready);
+    return !reader_stands_still_;
+}
+
 void LinkStatus::write(const std::vector<std::string_view>& fields) const {
     if (!out_)
         return;
@@ -37,7 +50,8 @@ void LinkStatus::write(const std::vector<std::string_view>& fields) const {
         append_escaped(line, field);
     }
     line += '\n';
-    (void)write_all(out_.get(), line.data(), line.size());
+    if (has_room())
+        (void)write_all(out_.get(), line.data(), line.size());
 }
 
 void LinkStatus::connecting() const {

@@ -8,7 +8,8 @@
 //   lost        text
 // In a field "\\t", "\\n" and "\\\\" stand for a tab, a line end and a backslash; a text may have several
 // lines. After "lost" comes "connecting" and so on again. An engine that has such a descriptor and fails
-// before it was ever connected ends, with status 1. A reader that is gone costs nothing.
+// before it was ever connected ends, with status 1. A reader that is gone costs nothing; one that stands
+// still misses what its pipe has no room for.
 #include <string_view>
 #include <vector>
 
@@ -31,7 +32,11 @@ class LinkStatus {
   private:
     void write(const std::vector<std::string_view>& fields) const;
 
+    // Whether the line may be written without waiting for the reader.
+    [[nodiscard]] bool has_room() const;
+
     FileDescriptor out_;
+    mutable bool reader_stands_still_ = false;
 };
 
 }  // namespace relay_hub::engine

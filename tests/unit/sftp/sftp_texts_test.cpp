@@ -1,4 +1,5 @@
 // What needs no server: reasons, names of parts, folders of the user, fields of answers.
+#include "engine/link_status.h"
 #include "engine/sftp/cipher_choice.h"
 #include "engine/sftp/link_failure.h"
 #include "engine/sftp/packet.h"
@@ -6,6 +7,7 @@
 #include "engine/sftp/places_finder.h"
 #include "engine/sftp/remote_entry.h"
 #include "engine/sftp/ssh_process.h"
+#include "pipe.h"
 #include "sandbox.h"
 
 namespace relay_hub::engine::sftp {
@@ -158,6 +160,17 @@ TEST(Answer, IsReadOnlyWhole) {
         for (std::size_t size = 0; size < text.size(); ++size)
             EXPECT_FALSE(reads(std::string_view(text).substr(0, size))) << size;
     }
+}
+
+TEST(LinkStatus, IsNotHeldUpByAReaderThatStandsStill) {
+    test::Pipe pipe;
+    const LinkStatus status(std::move(pipe.writer));
+    for (int i = 0; i < 200; ++i)
+        status.ssh_said(std::string(1000, 'x'));
+    ASSERT_EQ(fcntl(pipe.reader.get(), F_SETFL, O_NONBLOCK), 0);
+    EXPECT_TRUE(test::read_bytes(pipe.reader.get(), 1000000).ends_with("x\n")) << "whole lines";
+    status.lost("gone");
+    EXPECT_EQ(test::read_bytes(pipe.reader.get(), 1000), "lost\tgone\n");
 }
 
 }  // namespace
