@@ -3,6 +3,7 @@
 #include <sys/eventfd.h>
 
 #include <array>
+#include <cerrno>
 #include <utility>
 
 #include "base/translated_text.h"
@@ -50,7 +51,6 @@ void LinkKeeper::run() {
     const StopToken& stop = *current_stop_token();
     const std::string ciphers = cipher_choice_.ciphers();
     SshStart start{address_, true, kFirstLimit, ciphers};
-    bool was_connected = false;
     bool asked_since = false;
     while (!stop.stopped()) {
         observer_.connecting();
@@ -58,7 +58,7 @@ void LinkKeeper::run() {
         LinkFailure failure;
         if (connect(start, link, failure)) {
             serve(link);
-            was_connected = true;
+            was_connected_ = true;
             asked_since = false;
             // Nobody is asked again where a key is enough.
             start = {address_, false, kReconnectLimit, ciphers};
@@ -68,11 +68,18 @@ void LinkKeeper::run() {
             // Where it is not, the user is asked once, and then left alone.
             const bool needs_user =
                 failure.kind == FailureKind::kDenied || failure.kind == FailureKind::kHostKeyUnknown;
-            start.may_ask = !was_connected || (needs_user && !asked_since);
+            start.may_ask = !was_connected_ || (needs_user && !asked_since);
             asked_since = asked_since || start.may_ask;
         }
         (void)interruptible_sleep(kPause);
     }
+}
+
+Error LinkKeeper::learn_facts(Session& session) const {
+    const Error error = session.learn_facts(address_.folder);
+    const bool no_folder = error && error.number != ENOTCONN && error.number != ECANCELED;
+    // The folder to begin in may have gone since, and the link is not for it alone.
+    return no_folder && was_connected_ ? session.learn_facts("") : error;
 }
 
 bool LinkKeeper::connect(const SshStart& start, Link& link, LinkFailure& why) {
@@ -88,7 +95,7 @@ bool LinkKeeper::connect(const SshStart& start, Link& link, LinkFailure& why) {
     Connection& connection = link.session->connection();
     Error error;
     if (connection.state() == Connection::State::kOpen)
-        error = link.session->learn_facts(address_.folder);
+        error = learn_facts(*link.session);
     if (greeted == WaitEnd::stopped || error.number == ECANCELED) {
         why = {FailureKind::kCancelled, translated("IDS_REASON_LINK_CANCELLED")};
         return false;

@@ -54,6 +54,7 @@ class LinkKeeper : NonCopyable {
     void run();
     // False, with why, when there is no link; then the keeper may be ending.
     bool connect(const SshStart& start, Link& link, LinkFailure& why);
+    Error learn_facts(Session& session) const;
     void serve(Link& link);
     void learn_about_processors(Session& session);
     // Waits until the connection's state is another one; then the end is ready.
@@ -66,6 +67,7 @@ class LinkKeeper : NonCopyable {
     const CipherChoice cipher_choice_;
     LinkObserver& observer_;
     Interruption ending_;
+    bool was_connected_ = false;  // the keeper's thread alone
     mutable std::mutex mutex_;
     std::shared_ptr<Session> session_;  // guarded by mutex_
     Worker worker_;

@@ -130,7 +130,8 @@ std::vector<std::string> ssh_arguments(const SshStart& start) {
         "ssh", "-x", "-a",
         // A dead link ends ssh, and so us, within eight seconds.
         "-oServerAliveInterval=2", "-oServerAliveCountMax=3", "-oTCPKeepAlive=yes",
-        "-oConnectTimeout=" + std::to_string(start.connect_limit.count()),
+        // What it says is the reason of a failure, however much the user wants to read in a terminal.
+        "-oLogLevel=INFO", "-oConnectTimeout=" + std::to_string(start.connect_limit.count()),
         // What a configuration may ask for in a terminal session has no place on these pipes. A connection
         // shared with others would not end with the link, and others' would end with ours.
         "-oControlMaster=no", "-oControlPath=none", "-oClearAllForwardings=yes", "-oPermitLocalCommand=no",

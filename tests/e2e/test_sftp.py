@@ -293,6 +293,10 @@ class ConnectingTest(unittest.TestCase):
         return kind, text
 
     def test_what_answers_is_no_sftp_server(self):
+        for level in "QUIET", "DEBUG3":
+            self.far.use_ssh(f"LogLevel {level}", "StrictHostKeyChecking accept-new", "IdentityFile none",
+                             "PreferredAuthentications publickey")
+            self.assertEqual(self.failed()[0], "denied")
         for script in ("echo 'subsystem request failed on channel 0' >&2\nexit 1", "echo 'Welcome to this machine'"):
             write(self.far.path("bin/ssh"), f"#!/bin/sh\n{script}\n".encode(), 0o755)
             self.assertEqual(self.failed()[0], "no-sftp")
@@ -346,5 +350,8 @@ class ConnectingTest(unittest.TestCase):
         os.makedirs(self.far.home + "/in here")
         engine = ConnectedEngine(self.far, folder=f"{self.far.home}/in here")
         self.assertEqual(engine.connected()[1::2], ["posix", f"{self.far.home}/in here"])
+        os.rmdir(self.far.home + "/in here")
+        self.far.relay.cut()
+        self.assertEqual(engine.await_event("connected", 2)[1::2], ["posix", self.far.home])
         engine.stop()
         self.assertIn("is not on the other computer", self.failed(folder="/no/such folder")[1])
