@@ -50,9 +50,8 @@ Error FileContent::copy(FileSource& source, FileSink& sink) {
     const int from = source.descriptor();
     const bool known = from >= 0 && fstat(from, &before) == 0;
     // A size of 0 may only mean that nobody knows it.
-    const Error error = known && sink.descriptor() >= 0 && before.st_size > 0
-                            ? copy_stretches(from, sink)
-                            : copy_through_buffer(source, sink);
+    Error error = known && sink.descriptor() >= 0 && before.st_size > 0 ? copy_stretches(from, sink)
+                                                                        : copy_through_buffer(source, sink);
     struct stat after {};
     if (error || !known || fstat(from, &after) != 0)
         return error;
