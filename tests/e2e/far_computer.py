@@ -166,8 +166,8 @@ class FarComputer(SshServer):
         self.give(self.home, self.path("host"), self.top)
         server = "/usr/lib/openssh/sftp-server" if as_self else "internal-sftp"
         # A shell that is not the first of its login leaves out what slows the start of whoever runs this.
-        self.lines = ("LogLevel DEBUG1", "UsePAM yes", "SetEnv SHLVL=2", "PasswordAuthentication no", "PermitRootLogin yes",
-                      f"Subsystem sftp {server} -d {self.home}")
+        self.lines = ("LogLevel DEBUG1", "UsePAM yes", "SetEnv SHLVL=2", "PasswordAuthentication no",
+                      "PermitRootLogin yes", f"Subsystem sftp {server} -d {self.home}")
         user = pwd.getpwnam(self.user)
         if user.pw_uid != os.geteuid():
             self.started_by = ["setpriv", f"--reuid={user.pw_uid}", f"--regid={user.pw_gid}", "--clear-groups"]
