@@ -1,7 +1,7 @@
 #pragma once
-// Which ciphers ssh proposes first to a computer. Its own first one keeps ssh at both ends busy for longer
-// than all the rest of a copy together; AES-GCM costs a third of that where both processors have instructions
-// for AES, and more where one has none. One thread.
+// Which ciphers ssh proposes first to a computer. With its own first one, ssh and sshd took 3.2 s of
+// processor time for 1 GiB; with AES-GCM 2.1 s, where both processors have instructions for AES. Where one
+// has none, AES-GCM is the slower one. One thread.
 #include <string>
 
 #include "base/ssh_address.h"

@@ -49,8 +49,7 @@ std::shared_ptr<Session> LinkKeeper::session() const {
 
 void LinkKeeper::run() {
     const StopToken& stop = *current_stop_token();
-    const std::string ciphers = cipher_choice_.ciphers();
-    SshStart start{address_, true, kFirstLimit, ciphers};
+    SshStart start{address_, true, kFirstLimit, cipher_choice_.ciphers()};
     bool asked_since = false;
     while (!stop.stopped()) {
         observer_.connecting();
@@ -61,7 +60,7 @@ void LinkKeeper::run() {
             was_connected_ = true;
             asked_since = false;
             // Nobody is asked again where a key is enough.
-            start = {address_, false, kReconnectLimit, ciphers};
+            start = {address_, false, kReconnectLimit, cipher_choice_.ciphers()};
         } else {
             if (!observer_.failed(failure) || stop.stopped())
                 return;
