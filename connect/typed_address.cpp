@@ -10,6 +10,10 @@
 namespace relay_hub::connect {
 namespace {
 
+bool is_text(const std::string& bytes) {
+    return g_utf8_validate(bytes.data(), static_cast<gssize>(bytes.size()), nullptr) != FALSE;
+}
+
 std::string trimmed(const std::string& text) {
     const GText copy(g_strdup(text.c_str()));
     return g_strstrip(copy.get());
@@ -29,10 +33,15 @@ bool can_be_name(const std::string& word) {
 }  // namespace
 
 std::optional<SshAddress> parse_typed(const std::string& text) {
-    if (g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr) == FALSE)
+    if (!is_text(text))
         return std::nullopt;
     auto address = parse_ssh_address(trimmed(text));
-    if (!address || !can_be_name(address->user) || !can_be_name(address->host))
+    if (!address)
+        return std::nullopt;
+    // A URI can spell bytes that are no text, and blanks that would be lost where the address is read again.
+    const std::string whole = address->whole();
+    if (!is_text(whole) || trimmed(whole) != whole || !can_be_name(address->user) ||
+        !can_be_name(address->host))
         return std::nullopt;
     return address;
 }

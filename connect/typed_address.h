@@ -8,7 +8,8 @@
 namespace relay_hub::connect {
 
 // A computer's address, with blanks around it or not. Nothing for what names none, and for what cannot be
-// shown as it is: bytes that are no text, and letters that cannot be seen in the names of user and host.
+// shown as it is: bytes that are no text, letters that cannot be seen in the names of user and host, a blank
+// at the end of the folder.
 std::optional<SshAddress> parse_typed(const std::string& text);
 
 // A folder in the form that an address has: "C:\Users" is "/C:/Users", and what starts neither at the top nor

@@ -46,6 +46,8 @@ TEST(Addresses, AreReadAndWritten) {
          "laptop:",    "laptop:65536",       "\xff",       "laptop/\xff",      "laptop:0", "/srv",     "a\\b",
          "laptop:22x", "ssh://x/%00",        "[fe80::1]x", "-oProxyCommand=x", "::1%x]:22"})
         EXPECT_EQ(parts_of(none), "-") << none;
+    for (const char* unshown : {"ssh://x/%b0", "ssh://x/a%20", "ssh://%fc@x"})
+        EXPECT_EQ(parts_of(unshown), "-") << unshown;
     EXPECT_EQ(parts_of(std::string(70'000, 'x')), "-");
 }
 
