@@ -97,7 +97,9 @@ CopyBatch::CopyBatch(CopySide source, CopySide target,
       progress_(front_end),
       content_(progress_),
       pending_(target_.files,
-               {[this](const std::string& path, const Error& error) { fail(path, error); },
+               {[this](const std::string& from, const std::string& to, const Error& error) {
+                    fail(from, target_.show(to), error);
+                },
                 [this](const std::string& folder, const Error& error) { fail_folder(folder, error); },
                 [this](const std::string& path, const Error& error) {
                     lost_attributes_.add(target_.show(path), reason_text(error));
@@ -118,19 +120,31 @@ void CopyBatch::fail_folder(const std::string& folder, const Error& error) {
         add_failure(target_.show(folder), reason_text(error));
 }
 
-void CopyBatch::fail(const std::string& source, const Error& error) {
+void CopyBatch::fail(const std::string& source, const std::string& shown, const Error& error) {
     doubt(source);
     // Nothing went wrong with an entry at which the work was ended.
     if (error.number == ECANCELED)
         progress_.stop();
     else
-        add_failure(source_.show(source), reason_text(error));
+        add_failure(shown, reason_text(error));
+}
+
+void CopyBatch::fail(const std::string& source, const Error& error) {
+    fail(source, source_.show(source), error);
 }
 
 bool CopyBatch::succeeded(const std::string& source, const Error& error) {
     if (error) {
         pending_.add_missing(target_path_, error);
         fail(source, error);
+    }
+    return !error;
+}
+
+bool CopyBatch::succeeded_at_target(const Step& step, const Error& error) {
+    if (error) {
+        pending_.add_missing(target_path_, error);
+        fail(step.source, target_.show(step.target), error);
     }
     return !error;
 }
@@ -308,7 +322,7 @@ bool CopyBatch::make_or_take_folder(const Step& step, Level& level) {
     Entry present;
     const Error missing = step.find_present(present);
     if (missing && missing.number != ENOENT)
-        return succeeded(source, missing);
+        return succeeded_at_target(step, missing);
     if (!missing && present.identity == entry.identity)
         return succeeded(source, reason(EINVAL, "IDS_REASON_ONTO_ITSELF"));
     if (!missing && present.kind != EntryKind::kFolder)
@@ -328,7 +342,7 @@ bool CopyBatch::make_or_take_folder(const Step& step, Level& level) {
         level.entry.has_mode = level.entry.has_mode && !level.resumed;
         return true;
     }
-    if (!succeeded(source, target_.files.make_folder(target, mode_to_fill(level.entry))))
+    if (!succeeded_at_target(step, target_.files.make_folder(target, mode_to_fill(level.entry))))
         return false;
     pending_.add_touched(parent_path(target));
     level.made = true;
@@ -421,10 +435,12 @@ CopyBatch::Verdict CopyBatch::judge_target(const Step& step) {
     const Error missing = step.find_present(present);
     if (missing.number == ENOENT)
         return Verdict::kWrite;
-    Error wrong = missing;
-    if (!wrong && present.identity == step.entry.identity)
+    if (!succeeded_at_target(step, missing))
+        return Verdict::kLeave;
+    Error wrong;
+    if (present.identity == step.entry.identity)
         wrong = reason(EINVAL, "IDS_REASON_ONTO_ITSELF");
-    else if (!wrong && present.kind == EntryKind::kFolder)
+    else if (present.kind == EntryKind::kFolder)
         wrong = reason(EISDIR, "IDS_REASON_FOLDER_AT_TARGET");
     if (!succeeded(step.source, wrong))
         return Verdict::kLeave;
@@ -495,17 +511,11 @@ void CopyBatch::copy_file(const Step& step) {
         return progress_.finish_present(entry);
     std::unique_ptr<FileSource> reader;
     std::unique_ptr<FileSink> sink;
-    Error error;
-    if (verdict != Verdict::kLeave) {
-        error = source_.files.open_source(source, entry, reader);
-        if (!error)
-            error = target_.files.open_sink(target, entry, verdict == Verdict::kReplace, sink);
-        if (!error)
-            error = content_.copy(*reader, *sink);
-        if (!error)
-            error = sink->finish(*reader);
-    }
-    const bool written = succeeded(source, error) && verdict != Verdict::kLeave;
+    const bool written =
+        verdict != Verdict::kLeave && succeeded(source, source_.files.open_source(source, entry, reader)) &&
+        succeeded_at_target(step,
+                            target_.files.open_sink(target, entry, verdict == Verdict::kReplace, sink)) &&
+        succeeded(source, content_.copy(*reader, *sink)) && succeeded_at_target(step, sink->finish(*reader));
     if (!progress_.stopped() || written)
         progress_.finish(entry);
     if (written)
@@ -526,7 +536,7 @@ void CopyBatch::copy_link(const Step& step) {
     const Verdict verdict = succeeded(source, error) ? judge_target(step) : Verdict::kLeave;
     if (verdict != Verdict::kLeave) {
         error = target_.files.make_link(target, text, entry, verdict == Verdict::kReplace);
-        if (succeeded(source, error))
+        if (succeeded_at_target(step, error))
             pending_.add_touched(parent_path(target));
     }
     if (!progress_.stopped())

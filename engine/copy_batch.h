@@ -92,7 +92,10 @@ class CopyBatch : NonCopyable {
     void announce_next(Level& level);
     void announce_next_folder();
     void announce_folder(const std::string& path, const Listing& listing);
+    // An error is told of the source, or of the target where that is at fault.
     bool succeeded(const std::string& source, const Error& error);
+    bool succeeded_at_target(const Step& step, const Error& error);
+    void fail(const std::string& source, const std::string& shown, const Error& error);
     void fail(const std::string& source, const Error& error);
     // The entry, or what is below it, stays where it is.
     void doubt(const std::string& source);

@@ -74,13 +74,14 @@ void PendingWrites::commit(bool all) {
     files_.erase(files_.begin(), end);
     for (std::size_t i = 0; i < results.size(); ++i) {
         waiting_bytes_ -= done[i].size;
+        const std::string target = join_path(done[i].target_folder, base_name(done[i].source));
         if (results[i] && !results[i].attributes_only) {
             add_missing(done[i].target_folder, results[i]);
-            failed_.file(done[i].source, results[i]);
+            failed_.file(done[i].source, target, results[i]);
             continue;
         }
         if (results[i])
-            failed_.attributes(join_path(done[i].target_folder, base_name(done[i].source)), results[i]);
+            failed_.attributes(target, results[i]);
         add_touched(done[i].target_folder);
     }
 }

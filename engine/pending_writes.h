@@ -21,10 +21,10 @@ bool is_filled_as_it_is(const Entry& folder);
 
 class PendingWrites {
   public:
-    // Called with what failed: where a file came from, or a folder of the target; of what is there without
-    // its mode or times the path at the target.
+    // Called with what failed: where a file came from and went to, or a folder of the target; of what is
+    // there without its mode or times the path at the target.
     struct FailureSink {
-        std::function<void(const std::string& source, const Error& error)> file;
+        std::function<void(const std::string& source, const std::string& target, const Error& error)> file;
         std::function<void(const std::string& folder, const Error& error)> folder;
         std::function<void(const std::string& path, const Error& error)> attributes;
     };

@@ -141,7 +141,7 @@ class SftpTest(unittest.TestCase):
             self.assertIn(OK, self.copy(upwards, local, remote))
             lines = self.front_end.heard[-1].split(b"Content>")[1].removesuffix(b"</NP_Message_Box_").split(b"\n")
             self.assertEqual(sorted(lines[1:]), [f"{path}: Permission denied".encode() for path in paths])
-        refused(True, source, there, *(f"{source}/{name}" for name in named))
+        refused(True, source, there, *(f"{there}/set/{name}" for name in named))
         self.assertEqual(content(there + "/set", *named, "closed", "dark"), content(source, *named, "closed", "dark"))
         self.assertEqual(os.listdir(there + "/set/closed"), ["old"])
         self.assertEqual(read(there + "/set/closed/old"), b"old")

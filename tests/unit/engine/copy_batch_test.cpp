@@ -111,7 +111,7 @@ TEST_F(Copying, WhatKeepsNoTimesIsThereAndIsNamed) {
         for (const Failure& loss : batch_->lost_attributes().kept())
             named.push_back(loss.item);
         EXPECT_EQ(named, error == EPERM ? (Names{mine_ + "/tree/new", mine_ + "/tree"}) : Names{});
-        EXPECT_EQ(failed_items(), error == EPERM ? Names{} : (Names{"/tree/new", mine_ + "/tree"}));
+        EXPECT_EQ(failed_items(), error == EPERM ? Names{} : (Names{mine_ + "/tree/new", mine_ + "/tree"}));
         EXPECT_EQ(std::filesystem::remove_all(mine_ + "/tree"), error == EPERM ? 2U : 1U);
     }
 }

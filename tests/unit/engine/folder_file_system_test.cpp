@@ -113,17 +113,18 @@ TEST_F(FolderFiles, AnUncommittedFileLeavesNothing) {
 
     // What appeared meanwhile is not overwritten, and each is told.
     Names failed;
-    const auto fail = [&failed](const std::string& file, const Error& error) {
-        failed.push_back(file + ": " + relay_hub::error_text(error.number));
+    const auto never = [](const auto&, const auto&) { FAIL(); };
+    const auto fail = [&failed](const std::string& from, const std::string& to, const Error& error) {
+        failed.push_back(from + " to " + to + ": " + relay_hub::error_text(error.number));
     };
-    PendingWrites writes(*remote_, {fail, fail, [](const auto&, const auto&) { FAIL(); }});
+    PendingWrites writes(*remote_, {fail, never, never});
     for (const std::string name : {"a", "b"}) {
         ASSERT_EQ(remote_->open_sink(name, {}, false, sink), 0);
         make_file("served/" + name, "other");
-        writes.add_file(std::move(sink), name, "", 1);
+        writes.add_file(std::move(sink), "from/" + name, "", 1);
     }
     writes.finish();
-    EXPECT_EQ(failed, (Names{"a: File exists", "b: File exists"}));
+    EXPECT_EQ(failed, (Names{"from/a to a: File exists", "from/b to b: File exists"}));
     EXPECT_EQ(content(served_ + "/a") + content(served_ + "/b"), "otherother");
     EXPECT_EQ(names_in(served_), (Names{"a", "b", "old"}));
 }
