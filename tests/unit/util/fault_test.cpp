@@ -1,4 +1,5 @@
 // What a failing system call may cost: either the copy is whole, or the old state stands and it is told.
+#include "base/rename_without_replacing.h"
 #include "unit/util/fault_injection.h"
 #include "unit/util/util_sandbox.h"
 
@@ -50,6 +51,17 @@ TEST_F(Faults, each_failing_call_leaves_the_old_state_and_is_told) {
         EXPECT_EQ(names_in(dst), before);
         EXPECT_TRUE(!replace || content(dst + "/" + source) == "old");
         unlink((dst + "/" + source).c_str());
+    }
+}
+
+TEST_F(Faults, a_file_keeps_a_name_when_the_answer_to_its_rename_is_lost) {
+    for (const int error : {EIO, ENOTCONN, ENOENT}) {
+        make_file("src/file", "x");
+        const Fault fault("unlinkat", error);
+        EXPECT_EQ(relay_hub::rename_without_replacing(AT_FDCWD, at("src/file"), AT_FDCWD, at("dst/moved")),
+                  error == ENOENT ? 0 : error);
+        EXPECT_EQ(content(at("dst/moved")), "x");
+        unlink(at("dst/moved").c_str());
     }
 }
 
