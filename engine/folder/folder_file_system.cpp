@@ -249,11 +249,11 @@ std::vector<Error> FolderFileSystem::commit(std::vector<std::unique_ptr<FileSink
     results.reserve(sinks.size());
     for (const auto& sink : sinks)
         own.push_back(static_cast<FolderSink*>(sink.get()));
-    // A flush of all that fails does not say whose data it lost: then each file is asked.
-    const bool flushed = own.size() > kFewFiles && own.front()->sync_file_system() == 0;
+    const bool many = own.size() > kFewFiles;
+    WholeSyncs flushed;
     for (FolderSink* sink : own) {
         int error = interrupted_ ? ECANCELED : 0;
-        if (error == 0 && !flushed)
+        if (error == 0 && !(many && flushed.cover(sink->descriptor())))
             error = sink->sync();
         results.push_back(error != 0 ? error : sink->publish());
     }
@@ -263,12 +263,12 @@ std::vector<Error> FolderFileSystem::commit(std::vector<std::unique_ptr<FileSink
 
 Error FolderFileSystem::settle(const std::vector<std::string>& folders) {
     Error result;
+    const bool many = folders.size() > kFewFolders;
+    WholeSyncs flushed;
     for (const std::string& path : folders) {
         FileDescriptor folder;
         int error = tree_.open(path, kFolderFlags, folder);
-        if (error == 0 && folders.size() > kFewFolders)
-            return syncfs(folder.get()) == 0 ? 0 : errno;
-        if (error == 0)
+        if (error == 0 && !(many && flushed.cover(folder.get())))
             error = sync_folder(folder.get());
         if (error != 0)
             result = error;

@@ -47,10 +47,6 @@ int FolderSink::sync() {
     return fsync(file_.fd()) == 0 ? 0 : errno;
 }
 
-int FolderSink::sync_file_system() {
-    return syncfs(file_.fd()) == 0 ? 0 : errno;
-}
-
 Error FolderSink::publish() {
     int error = replace_ ? file_.replace(name_) : file_.take_free_name(name_);
     if (error == 0)

@@ -22,8 +22,6 @@ class FolderSink : public FileSink {
 
     // Content to the disk.
     int sync();
-    // Content of every file of the file system to the disk.
-    int sync_file_system();
     // The final name, and the descriptor closed. Only after a sync.
     Error publish();
 

@@ -65,6 +65,16 @@ int sync_folder(int folder) {
     return fsync(folder) == 0 || errno == EINVAL || errno == EROFS ? 0 : errno;
 }
 
+bool WholeSyncs::cover(int fd) {
+    struct stat status {};
+    if (fstat(fd, &status) != 0)
+        return false;
+    const auto [flushed, is_new] = flushed_.try_emplace(status.st_dev, false);
+    if (is_new)
+        flushed->second = syncs_as_a_whole(fd) && syncfs(fd) == 0;
+    return flushed->second;
+}
+
 SyncTime SyncBatch::time_for(const std::string& path) {
     return entries_ >= kFewEntries && volume_of(path).whole ? SyncTime::later : SyncTime::now;
 }

@@ -22,6 +22,18 @@ enum class SyncTime { now, later };
 // no failure.
 int sync_folder(int folder);
 
+// Flushes file systems as a whole, each of them once, for what was written before the first question. One
+// thread at a time.
+class WholeSyncs {
+  public:
+    // Whether the open file, and all else on its file system, is on the disk. Where a server or a program
+    // holds the data, and where the flush failed, only the file's own sync can say so.
+    bool cover(int fd);
+
+  private:
+    std::map<dev_t, bool> flushed_;
+};
+
 class SyncBatch {
   public:
     // Called with a file, or with a folder when no single file is to blame, and the errno.

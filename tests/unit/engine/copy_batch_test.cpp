@@ -1,8 +1,10 @@
 #include "engine/copy_batch.h"
 
+#include <linux/magic.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
+#include <sys/vfs.h>
 
 #include "engine/names.h"
 #include "engine_sandbox.h"
@@ -13,6 +15,8 @@ namespace {
 constexpr char kBadName[] = "bad\xff";
 int linkat_error = 0;
 int futimens_error = 0;
+long shown_file_system = 0;
+int syncs = 0;
 std::function<void()> before_moving_bytes;
 
 class Copying : public EngineSandbox {
@@ -85,6 +89,21 @@ TEST_F(Copying, ManyFilesWithFewDescriptors) {
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &usual), 0);
     EXPECT_EQ(failed_items(), Names{});
     EXPECT_EQ(names_in(mine_ + "/many").size(), 100U);
+}
+
+// Only the file's own sync says whether it arrived where a program or a server holds the data.
+TEST_F(Copying, ManyFilesAreFlushedTogetherOnlyWhereThatSaysWhatFailed) {
+    for (int number = 0; number < 50; ++number)
+        make_file("served/many/" + std::to_string(number), "x");
+    for (const long file_system : {TMPFS_MAGIC, FUSE_SUPER_MAGIC}) {
+        mine_ = make_folder("mine" + std::to_string(file_system));
+        shown_file_system = file_system;
+        syncs = 0;
+        run({"many"});
+        shown_file_system = 0;
+        EXPECT_EQ(failed_items(), Names{});
+        EXPECT_EQ(syncs >= 50, file_system == FUSE_SUPER_MAGIC) << syncs;
+    }
 }
 
 TEST_F(Copying, WhereAFileCannotGetItsNameByALink) {
@@ -301,6 +320,16 @@ extern "C" ssize_t copy_file_range(int from, off64_t* from_at, int to, off64_t* 
     if (relay_hub::engine::before_moving_bytes)
         relay_hub::engine::before_moving_bytes();
     return syscall(SYS_copy_file_range, from, from_at, to, to_at, size, flags);
+}
+extern "C" int fstatfs(int fd, struct statfs* status) noexcept {
+    const auto result = static_cast<int>(syscall(SYS_fstatfs, fd, status));
+    if (relay_hub::engine::shown_file_system != 0)
+        status->f_type = relay_hub::engine::shown_file_system;
+    return result;
+}
+extern "C" int fsync(int fd) {
+    ++relay_hub::engine::syncs;
+    return static_cast<int>(syscall(SYS_fsync, fd));
 }
 extern "C" int futimens(int fd, const timespec* times) noexcept {
     errno = relay_hub::engine::futimens_error;
