@@ -204,7 +204,11 @@ SshProcess::~SshProcess() {
     input_.reset();
     output_.reset();
     signal_all(SIGTERM);
-    if (!wait_for_end(kPoliteEnd)) {
+    // Whatever ssh has started, such as a program that asks, has this pipe open too: it hangs up when all
+    // have ended.
+    pollfd all{errors_.get(), 0, 0};
+    const bool hung_up = poll(&all, 1, static_cast<int>(kPoliteEnd.count())) > 0;
+    if (!hung_up || !wait_for_end(kPoliteEnd)) {
         signal_all(SIGKILL);
         if (!wait_for_end(kForcedEnd))
             report(RELAY_HUB_HERE, "ssh does not end");

@@ -146,6 +146,11 @@ sed -i 1d {self.path("answers")}
         self.take_window()
         self.assertEqual(self.asked()[3:], ["password"])
 
+    def give_up(self):
+        self.desktop.key("Escape")
+        wait_for(lambda: has_state(find(self.desktop.dialog(), "push button", "Connect"), STATES.SENSITIVE), 10,
+                 what="the end of the attempt")
+
     def test_failures_are_told_in_place(self):
         d = self.desktop
         os.makedirs(os.path.join(d.home, ".ssh"))
@@ -168,6 +173,14 @@ sed -i 1d {self.path("answers")}
             self.assertIn(words, self.focus().get_description())
         self.assertIn("Permission denied", text_of(find(d.dialog(), "text", "What ssh says:")))
 
+        # A program that asks, is never answered and does not want to end.
+        write(self.path("askpass"), f"#!/bin/sh\ntrap '' TERM\necho password >> {self.questions}\nsleep 1000\n".encode(),
+              0o755)
+        before = len(self.asked())
+        self.connect_to(self.neighbour.address)
+        wait_for(lambda: len(self.asked()) > before, what="the question")
+        self.give_up()
+
         self.neighbour.stop()
         self.neighbour.new_key("host")
         self.neighbour.start()
@@ -176,9 +189,7 @@ sed -i 1d {self.path("answers")}
 
         self.connect_to(f"127.0.0.1:{silent.getsockname()[1]}")
         self.message("Connecting to")
-        d.key("Escape")
-        wait_for(lambda: has_state(find(d.dialog(), "push button", "Connect"), STATES.SENSITIVE), 10,
-                 what="the end of the attempt")
+        self.give_up()
         d.key("Escape")
         self.assertEqual(d.window.wait(LIMIT), 1)
         self.assertEqual(self.left(), [])
