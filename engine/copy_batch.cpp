@@ -10,6 +10,7 @@
 #include "base/plain_text.h"
 #include "base/translated_text.h"
 #include "engine/names.h"
+#include "engine/same_folder.h"
 
 namespace relay_hub::engine {
 namespace {
@@ -229,7 +230,12 @@ void CopyBatch::copy_item(const Item& item, const FolderLookup& target) {
     const std::string& source = item.paths.source;
     if (!succeeded(source, item.error))
         return;
-    if (!enter_target(source, item.paths.target_folder)) {
+    Error error;
+    const bool entered = enter_target(source, item.paths.target_folder);
+    const bool stays = entered && arrivals_ && arrives_where_it_is(item, target, error);
+    if (stays || error)
+        fail(source, error ? error : reason(EINVAL, "IDS_REASON_ONTO_ITSELF"));
+    if (!entered || stays || error) {
         if (item.entry.kind == EntryKind::kFolder)
             measured_.skip();
         return;
@@ -237,6 +243,21 @@ void CopyBatch::copy_item(const Item& item, const FolderLookup& target) {
     source_path_ = parent_path(source);
     target_path_ = item.paths.target_folder;
     copy_entry(source, item.entry, target_path_, target);
+}
+
+bool CopyBatch::arrives_where_it_is(const Item& item, const FolderLookup& target, Error& error) {
+    const std::string& folder = item.paths.target_folder;
+    Entry present;
+    if (target.find(folder, base_name(item.paths.source), present) ||
+        (item.entry.identity.known() && present.identity.known()))
+        return false;
+    const auto [same, is_new] = same_folders_.try_emplace({parent_path(item.paths.source), folder}, false);
+    if (is_new)
+        error = find_whether_same({target_.files, folder}, {source_.files, same->first.first}, same->second);
+    if (!error)
+        return same->second;
+    same_folders_.erase(same);
+    return false;
 }
 
 bool CopyBatch::enter_target(const std::string& source, const std::string& folder) {

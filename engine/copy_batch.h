@@ -74,6 +74,8 @@ class CopyBatch : NonCopyable {
     void measure(const std::vector<Item>& items);
     std::vector<Item> look_at_items(const std::vector<CopyItem>& items);
     void copy_item(const Item& item, const FolderLookup& target);
+    // Of an item that is there already, in trees that may share a disk without knowing it.
+    bool arrives_where_it_is(const Item& item, const FolderLookup& target, Error& error);
     // Whether things can be copied into the folder; if not, that is a failure of source.
     bool enter_target(const std::string& source, const std::string& folder);
     // source and target_folder: the paths so far. A folder is only begun: its level is put on top.
@@ -123,7 +125,8 @@ class CopyBatch : NonCopyable {
     bool replace_all_ = false;
     bool skip_all_ = false;
     std::string unanswered_;
-    std::set<std::string> swept_;  // target folders of items
+    std::set<std::string> swept_;                                       // target folders of items
+    std::map<std::pair<std::string, std::string>, bool> same_folders_;  // of source and target
     // Entering one of these as a source would never end: the target, what it lies in, what this copy made.
     std::set<std::pair<dev_t, ino_t>> never_entered_;
     bool has_identities_ = false;  // the target's folders

@@ -8,9 +8,11 @@
 #include <map>
 #include <random>
 
+#include "engine/copy_batch.h"
 #include "engine/sftp/part_name.h"
 #include "engine/sftp/remote_entry.h"
 #include "lying_server.h"
+#include "unit/engine/engine_sandbox.h"
 
 namespace relay_hub::engine::sftp {
 namespace {
@@ -261,6 +263,32 @@ TEST_F(SftpTree, ChangesNamesLinksAndFolders) {
     EXPECT_EQ(files_.rename(inner("none"), inner("x")).number, ENOENT);
     EXPECT_FALSE(files_.rename(inner("link"), inner("moved")));
     EXPECT_THAT(test::names_in(home_), UnorderedElementsAre("new", "moved", "dangling", "LINK"));
+}
+
+// As where the other computer's disk is mounted here: what is moved there from itself would only go to the
+// trash.
+TEST_F(SftpTree, IsKnownAgainInAMoveOntoItself) {
+    make_file("home/file", "x");
+    make_file("home/tree/file", "x");
+    fs::copy(real(""), make_folder("other"), fs::copy_options::recursive);
+    const auto local = FolderFileSystem::open("/", Reach::kWholeMachine, Style::kPosix);
+    const auto show = [](const std::string& path) { return "/" + path; };
+    const CopySide sides[] = {{files_, show}, {*local, show}};
+    for (const bool down : {false, true}) {
+        for (const std::string folder : {"home", "other"}) {
+            // Where the times are the same nobody is asked.
+            for (const std::string name : {"/file", "/tree/file"})
+                fs::last_write_time(at(folder + name), fs::last_write_time(real("file")));
+            PresetFrontEnd front_end;
+            CopyBatch batch(
+                sides[down ? 0 : 1], sides[down ? 1 : 0], [](const auto&) { return true; }, front_end);
+            const std::string from = down ? inner("") : inner_of(at(folder));
+            const std::string to = down ? inner_of(at(folder)) : inner("");
+            batch.run({{from + "/file", to}, {from + "/tree", to}}, Purpose::kMove);
+            EXPECT_EQ(batch.arrived(), std::vector<bool>(2, folder == "other")) << down << folder;
+            EXPECT_EQ(names_in(at(folder)), (test::Names{"file", "tree"}));
+        }
+    }
 }
 
 TEST_F(SftpTree, RemovesTreesAndNothingBehindLinks) {

@@ -1,0 +1,47 @@
+#include "engine/same_folder.h"
+
+#include <cerrno>
+
+#include "base/temporary_file.h"
+
+namespace relay_hub::engine {
+namespace {
+
+class NoContent : public FileSource {
+  public:
+    Error read(char* /*buffer*/, std::size_t /*size*/, std::size_t& got) override {
+        got = 0;
+        return {};
+    }
+    [[nodiscard]] int descriptor() const override { return -1; }
+};
+
+Error make_empty_file(RemoteFileSystem& files, const std::string& path) {
+    Entry entry;
+    entry.mode = S_IRUSR | S_IWUSR;
+    entry.has_times = false;
+    std::vector<std::unique_ptr<FileSink>> sinks(1);
+    Error error = files.open_sink(path, entry, false, sinks.front());
+    if (!error)
+        error = sinks.front()->finish(NoContent());
+    if (!error)
+        error = files.commit(sinks, true).front();
+    return error.attributes_only ? Error() : error;
+}
+
+}  // namespace
+
+Error find_whether_same(const FolderOfTree& made, const FolderOfTree& seen, bool& same) {
+    const std::string name = temporary_name();
+    const std::string path = join_path(made.path, name);
+    if (Error error = make_empty_file(made.files, path); error)
+        return error;
+    Entry entry;
+    Error error = seen.files.stat(join_path(seen.path, name), entry);
+    std::string failed;
+    (void)made.files.remove(path, EntryKind::kFile, failed);
+    same = !error;
+    return error.number == ENOENT ? Error() : error;
+}
+
+}  // namespace relay_hub::engine
