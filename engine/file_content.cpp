@@ -5,7 +5,8 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <tuple>
+
+#include "base/file_attributes.h"
 
 namespace relay_hub::engine {
 namespace {
@@ -55,10 +56,7 @@ Error FileContent::copy(FileSource& source, FileSink& sink) {
     struct stat after {};
     if (error || !known || fstat(from, &after) != 0)
         return error;
-    const auto content = [](const struct stat& status) {
-        return std::tuple(status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec);
-    };
-    return content(before) == content(after) ? Error() : Error(ESTALE);
+    return has_same_content(before, after) ? Error() : Error(ESTALE);
 }
 
 Error FileContent::copy_stretches(int from, FileSink& sink) {

@@ -127,6 +127,11 @@ int apply_times(int fd, const timespec& accessed, const timespec& modified) {
     return futimens(fd, times) == 0 ? 0 : errno;
 }
 
+bool has_same_content(const struct stat& before, const struct stat& after) {
+    return before.st_size == after.st_size && before.st_mtim.tv_sec == after.st_mtim.tv_sec &&
+           before.st_mtim.tv_nsec == after.st_mtim.tv_nsec;
+}
+
 bool is_refusal(int error) {
     return error == EPERM || error == ENOTSUP || error == ENOSYS;
 }

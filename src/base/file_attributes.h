@@ -35,6 +35,8 @@ mode_t mode_without_list(int source, mode_t mode);
 // 0 or errno, a refusal among them. The special mode bits are kept only where fd has source_owner.
 int apply_mode(int fd, mode_t mode, const std::optional<FileOwner>& source_owner);
 int apply_times(int fd, const timespec& accessed, const timespec& modified);
+// Whether a file whose records these are was left alone between them, as far as size and time tell.
+bool has_same_content(const struct stat& before, const struct stat& after);
 // Some file systems hold neither modes nor exact times, and only an owner may set them.
 bool is_refusal(int error);
 

@@ -147,6 +147,10 @@ CopyOutcome copy_content(int source, int target, const CancelTest& cancel, const
     WriteBack write_back(target);
     DataRuns runs(source);
     CopyOutcome outcome;
+    struct stat before {};
+    struct stat after {};
+    if (fstat(source, &before) != 0)
+        return {.error_number = errno};
     off_t at = 0;
     while (true) {
         std::size_t limit = 0;
@@ -170,6 +174,8 @@ CopyOutcome copy_content(int source, int target, const CancelTest& cancel, const
             watch(static_cast<std::uint64_t>(at));
     }
     outcome.error_number = write_back.finish(cancel, &outcome.cancelled);
+    if (outcome.error_number == 0 && (fstat(source, &after) != 0 || !has_same_content(before, after)))
+        outcome.error_number = ESTALE;
     outcome.write_back_began = write_back.used();
     return outcome;
 }

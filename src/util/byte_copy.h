@@ -42,7 +42,8 @@ FileDescriptor open_source(const std::string& path);
 // Gets how far into the file the copy has come, in bytes, after each piece.
 using CopyWatch = std::function<void(std::uint64_t position)>;
 
-// Copies source from its start into the empty target; holes stay holes. Nothing is synced.
+// Copies source from its start into the empty target; holes stay holes. Nothing is synced. ESTALE for a
+// source that was changed meanwhile.
 CopyOutcome copy_content(int source, int target, const CancelTest& cancel, const CopyWatch& watch = nullptr);
 
 // Big files are synced whatever sync_time says; a cancelled copy never is.

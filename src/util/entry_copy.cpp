@@ -98,10 +98,13 @@ void EntryCopy::copy_file(const std::string& src, const std::string& dst, bool r
     const CopyOutcome outcome = replace
                                     ? replace_file(src, dst, cancel, watch)
                                     : copy_new_file(src, dst, cancel, {batch_.time_for(dst), true}, watch);
-    if (outcome.error_number != 0) {
-        note_failure(job_, {kFileOpUnit, "Gfile_copy_file", 710}, dst, outcome.error_number, {src, dst});
+    const CallSite site{kFileOpUnit, "Gfile_copy_file", 710};
+    if (outcome.error_number == ESTALE)
+        note_failure(job_, site, dst, translated("IDS_REASON_CHANGED_IN_COPY"), {src, dst});
+    else if (outcome.error_number != 0)
+        note_failure(job_, site, dst, outcome.error_number, {src, dst});
+    if (outcome.error_number != 0)
         return;
-    }
     if (outcome.synced)
         batch_.add(dst);
     else if (!outcome.cancelled)

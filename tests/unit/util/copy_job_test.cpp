@@ -256,6 +256,21 @@ TEST_F(CopyJob, a_link_planted_under_the_new_name_changes_nothing_elsewhere) {
     EXPECT_TRUE(exists(at("dst/file")));
 }
 
+TEST_F(CopyJob, a_file_that_changes_meanwhile_replaces_nothing) {
+    answers.answers = {REQUEST_YES};
+    for (const bool replace : {false, true}) {
+        make_file("src/log", std::string(400000, 'x'));
+        if (replace)
+            make_file("dst/log", "old");
+        const util_test::BeforeWrites cut([&] { (void)!truncate(at("src/log").c_str(), 1000); });
+        const auto failures = copy_src("log");
+        ASSERT_EQ(failures.size(), 1U);
+        EXPECT_EQ(failures.front().reason, "IDS_REASON_CHANGED_IN_COPY");
+        EXPECT_EQ(names_in(at("dst")), replace ? Names{"log"} : Names{});
+        EXPECT_TRUE(!replace || content(at("dst/log")) == "old");
+    }
+}
+
 TEST_F(CopyJob, a_folder_is_not_made_in_what_is_none) {
     make_folder("src/f");
     make_link("dst/f", "nowhere");
