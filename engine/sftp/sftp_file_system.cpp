@@ -29,7 +29,7 @@ constexpr std::size_t kMostFilesAhead = 256;
 constexpr std::size_t kLongestNameReported = 200;
 
 Error offline() {
-    return {ENOTCONN, translated("IDS_ERROR_DISCONNECT")};
+    return {ENOTCONN, translated("IDS_REASON_NOT_CONNECTED")};
 }
 
 // Reading ahead and writing may each have a part of the handles that the server gives out.

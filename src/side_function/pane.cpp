@@ -22,6 +22,11 @@
 namespace relay_hub {
 namespace {
 
+bool offline_view_is_shown() {
+    GtkWidget* box = get_UI_sets()->right_side->offline_box;
+    return box != nullptr && gtk_widget_get_visible(box) != FALSE;
+}
+
 // With tell_unlisted false Pane::kUnlisted for a folder that the engine does not list.
 int load_remote(const std::string& folder, bool tell_unlisted) {
     // Also for the reloads that end other actions: an engine that stays silent then must not hold the window.
@@ -31,7 +36,8 @@ int load_remote(const std::string& folder, bool tell_unlisted) {
     args.list_path_hex = traced_unicode_hex(folder);
     args.command_code = kCodeFileList;
     args.parent_window = message_parent();
-    args.tell_unlisted = tell_unlisted;
+    // The offline view says already why there is no list, and a box would keep it from going.
+    args.tell_unlisted = tell_unlisted && !offline_view_is_shown();
     args.parse = parse_file_list;
     const int result = send_command_t(set_NP_VAL_CMD_GET_FILE_LIST, get_NP_VAL_CMD_GET_FILE_LIST, &args);
     if (args.unlisted && !tell_unlisted) {

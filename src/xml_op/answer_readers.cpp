@@ -132,8 +132,10 @@ int get_NP_VAL_CMD_GET_FILE_LIST(__send_args* args) {
     if (result == -1) {
         report(RIGHT_SIDE_HERE, text_of(list->answer->field(wire::kResult)));
         args->unlisted = true;
-        if (args->tell_unlisted)
-            relay_hub::tell_no_folder(args->list_path);
+        if (args->tell_unlisted) {
+            const XmlText reason = list->answer->reason();
+            relay_hub::tell_no_folder(args->list_path, reason == nullptr ? "" : text_of(reason));
+        }
     } else {
         report(RIGHT_SIDE_HERE, "no folder list in the answer, folder", args->list_path);
     }

@@ -97,6 +97,13 @@ class Recovery(LinkTest):
         self.go_offline()
         self.check_live(1)
         self.come_back()
+        d.select(REMOTE, "up")
+        d.ask("Rename", "F2")
+        self.go_offline()
+        d.answer("Rename", "other")
+        d.wait_error()
+        self.assertEqual(d.take_notes().strip(), "“up” cannot be renamed: the remote computer is not connected.")
+        self.come_back()
         question = self.ask_overwrite()
         self.tell_engine(signal.SIGUSR1)
         self.check_live(1.5)  # the engine tries to tell meanwhile

@@ -30,7 +30,8 @@ def texts_of(language):
 
 
 class Catalogues(unittest.TestCase):
-    # What the program puts behind these stands in the sources: a colon, a question mark, a full stop.
+    # What the program puts behind these, and behind reasons, stands in the sources: a colon, a question mark, a full
+    # stop.
     CONTINUED = ("IDS_NEW_NAME", "IDS_NEW_FOLDER_NAME", "IDS_EXIST_FILE_NAME", "IDS_ERROR_PATH")
 
     def test_the_languages_are_those_the_program_knows(self):
@@ -49,7 +50,7 @@ class Catalogues(unittest.TestCase):
                     self.assertEqual(re.findall("%.", text), re.findall("%.", english[key]), key)
                     self.assertEqual(text, text.strip(), key)
                     self.assertNotIn("IDS_", text)
-                for key in self.CONTINUED:
+                for key in (*self.CONTINUED, *(key for key in ids if key.startswith("IDS_REASON_"))):
                     self.assertNotRegex(texts[key], r"[.:?。：？]$", key)
 
     def test_the_template_is_up_to_date(self):

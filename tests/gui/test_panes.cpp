@@ -121,7 +121,7 @@ TEST_F(RemotePane, TheParentRowOfAVanishedFolderOpensTheNearestThatIsListed) {
         gone_.clear();
         show(from, line("f", "0"));
         gone_ = gone;
-        const WhenAsked box("IDS_NO_DATA", GTK_RESPONSE_OK);
+        const WhenAsked box("disk full\nIDS_ERROR_PATH", GTK_RESPONSE_OK);
         clean_tree_view(side->tree_view);  // as after a refresh that failed
         relay_hub::open_parent_folder(side);
         EXPECT_STREQ(relay_hub::current_folder(side), opened) << from;

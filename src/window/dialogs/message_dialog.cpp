@@ -73,9 +73,10 @@ void show_error_box(GtkWidget* parent, GtkButtonsType buttons, const std::string
     run_error_box(parent, buttons, primary, secondary);
 }
 
-void tell_no_folder(const std::string& path) {
-    const std::string text = fill_translated("IDS_NO_DATA", {shown_text(path)});
-    show_message_dialog(message_parent(), text.c_str(), translated("IDS_ERROR_PATH"));
+void tell_no_folder(const std::string& path, const std::string& reason) {
+    const std::string advice = translated("IDS_ERROR_PATH");
+    show_error_box(message_parent(), GTK_BUTTONS_OK, fill_translated("IDS_NO_DATA", {shown_text(path)}),
+                   reason.empty() ? advice : reason + "\n" + advice);
 }
 
 bool ask_to_try_again(GtkWidget* parent, const std::string& text) {

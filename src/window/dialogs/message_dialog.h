@@ -22,7 +22,8 @@ void show_error_box(GtkWidget* parent, GtkButtonsType buttons, const std::string
                     std::nullptr_t) = delete;
 // The same with the buttons "Try again" and OK. True for the first.
 bool ask_to_try_again(GtkWidget* parent, const std::string& text);
-// The box about a folder that is not there or cannot be listed, over message_parent().
-void tell_no_folder(const std::string& path);
+// The box about a folder that is not there or cannot be listed, over message_parent(); reason: why, where
+// known.
+void tell_no_folder(const std::string& path, const std::string& reason = {});
 
 }  // namespace relay_hub
