@@ -135,7 +135,7 @@ Reply RequestHandlers::answer(const std::string& message) {
         return {failure_text(
             fill_translated("IDS_REASON_NO_COMMAND", {in_one_line(command, kLongestShownPath)}))};
     if (handler->needs_remote && !remote_online_)
-        return {failure_text(translated("IDS_REASON_NOT_CONNECTED")), handler->is_list};
+        return {failure_text(translated("IDS_ERROR_DISCONNECT")), handler->is_list};
     return {handler->answer(*this, request), handler->is_list, command == wire::kExitLinkEngine};
 }
 

@@ -27,4 +27,12 @@ std::string in_one_line(std::string_view text, std::size_t limit) {
     return line;
 }
 
+std::string_view without_full_stop(std::string_view text) {
+    for (const std::string_view stop : {".", "。"}) {
+        if (text.ends_with(stop))
+            text.remove_suffix(stop.size());
+    }
+    return text;
+}
+
 }  // namespace relay_hub

@@ -5,6 +5,7 @@
 #include <iterator>
 #include <string_view>
 
+#include "base/plain_text.h"
 #include "base/translated_text.h"
 #include "link_engine/request_builders.h"
 #include "link_engine/transfer_state.h"
@@ -32,7 +33,7 @@ int send_busily(command_start_t start, command_finish_t finish, __send_args& arg
 }
 
 void show_operation_failure() {
-    const std::string& reason = return_message();
+    const std::string reason(without_full_stop(return_message()));
     if (reason.empty() || window_is_closing())
         return;
     show_error_box(message_parent(), GTK_BUTTONS_OK, "Operation Fail.", reason + ".");
@@ -69,7 +70,8 @@ std::string refusal(const std::string& path, const std::string& place, __send_ar
     free_return_message();
     if (send_busily(set_NP_VAL_CMD_RENAME, get_NP_VAL_CMD_RENAME, args) == 0 || args.given_up)
         return {};
-    return return_message().empty() ? translated("IDS_REASON_REFUSED_THERE") : return_message();
+    const std::string_view reason = without_full_stop(return_message());
+    return std::string(reason.empty() ? translated("IDS_REASON_REFUSED_THERE") : reason);
 }
 
 // Asks the engine for the new name and notes in outcome what became of it.

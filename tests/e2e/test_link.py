@@ -102,7 +102,7 @@ class Recovery(LinkTest):
         self.go_offline()
         d.answer("Rename", "other")
         d.wait_error()
-        self.assertEqual(d.take_notes().strip(), "“up” cannot be renamed: the remote computer is not connected.")
+        self.assertEqual(d.take_notes().strip(), "“up” cannot be renamed: The remote computer is not connected.")
         self.come_back()
         question = self.ask_overwrite()
         self.tell_engine(signal.SIGUSR1)

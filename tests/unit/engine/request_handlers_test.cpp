@@ -35,7 +35,7 @@ TEST_F(Handling, StatusPlacesAndDrives) {
         {"Get_Driver_List", true, kWindows,
          kSuccess + "<Line><TD>3</TD><TA>C:\\</TA><TF>43003A005C00</TF></Line>"},
         {"Get_Remote_Special_Path", true, kPosix, kSuccess + hex_field("TK2", "/Documents")},
-        {"Get_Driver_List", false, kWindows, kFail + field("T2", "IDS_REASON_NOT_CONNECTED")},
+        {"Get_Driver_List", false, kWindows, kFail + field("T2", "IDS_ERROR_DISCONNECT")},
         {"Unheard_Of", true, kWindows, kFail + field("T2", "IDS_REASON_NO_COMMAND")},
     };
     for (const auto& [command, online, style, answer] : cases) {
