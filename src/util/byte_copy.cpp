@@ -174,7 +174,7 @@ CopyOutcome copy_content(int source, int target, const CancelTest& cancel, const
             watch(static_cast<std::uint64_t>(at));
     }
     outcome.error_number = write_back.finish(cancel, &outcome.cancelled);
-    if (outcome.error_number == 0 && (fstat(source, &after) != 0 || !has_same_content(before, after)))
+    if (outcome.complete() && (fstat(source, &after) != 0 || !has_same_content(before, after)))
         outcome.error_number = ESTALE;
     outcome.write_back_began = write_back.used();
     return outcome;
