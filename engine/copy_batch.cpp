@@ -173,6 +173,7 @@ void CopyBatch::measure(const std::vector<Item>& items) {
 void CopyBatch::run(const std::vector<CopyItem>& items, Purpose purpose) {
     if (purpose == Purpose::kMove)
         arrivals_.emplace(source_.files);
+    arrived_.assign(items.size(), false);
     const TreeInUse source_in_use(source_.files, progress_);
     const TreeInUse target_in_use(target_.files, progress_);
     // Before the first look, in which the copy may hang: from here on the user is asked in its place.

@@ -25,6 +25,8 @@ class FrontEnd : NonCopyable {
     virtual OverwriteAnswer confirm(const std::string& question) = 0;
     // Whether the work is to stop: the user said so, or nobody waits for it any more.
     virtual bool cancelled() = 0;
+    // Whether the work was to stop, without the user, because the remote computer or the engine went.
+    virtual bool broken_off() = 0;
     virtual void progress(const Progress& report) = 0;
     // False when it did not arrive.
     virtual bool message(const std::string& text) = 0;

@@ -105,8 +105,19 @@ OverwriteAnswer FrontEndLink::confirm(const std::string& question) {
     return OverwriteAnswer::kNone;
 }
 
+void FrontEndLink::begin_request() {
+    last_asked_ = Clock::time_point();
+    broken_off_ = false;
+}
+
+bool FrontEndLink::broken_off() {
+    if (!remote_online_ || stop_.stopped())
+        broken_off_ = true;
+    return broken_off_;
+}
+
 bool FrontEndLink::cancelled() {
-    if (!remote_online_ || stop_.stopped() || peer_has_left())
+    if (broken_off() || peer_has_left())
         return true;
     if (Clock::now() < absent_until_.load())
         return false;

@@ -25,6 +25,7 @@ class FrontEndLink : public FrontEnd {
 
     OverwriteAnswer confirm(const std::string& question) override;
     bool cancelled() override;
+    bool broken_off() override;
     void progress(const Progress& report) override;
     bool message(const std::string& text) override;
 
@@ -33,7 +34,7 @@ class FrontEndLink : public FrontEnd {
     void make_pipes_private() const;
 
     // Any thread, before a request is begun.
-    void begin_request() { last_asked_ = Clock::time_point(); }
+    void begin_request();
     // Any thread. Whether the user has cancelled a request that asked about it before, but for a second has
     // neither asked nor reported anything.
     bool silent_and_cancelled();
@@ -64,6 +65,7 @@ class FrontEndLink : public FrontEnd {
     std::condition_variable idle_;
     bool busy_ = false;  // guarded by mutex_: an exchange is under way
     std::atomic<Clock::time_point> absent_until_{};
+    std::atomic<bool> broken_off_ = false;         // the remote computer may be back by now
     std::atomic<Clock::time_point> last_asked_{};  // for a request; none for a request that asked nothing
 };
 

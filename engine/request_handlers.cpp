@@ -323,7 +323,7 @@ std::optional<std::string> RequestHandlers::failure_of_copy(const CopyBatch& bat
     for (const Failure& loss : losses.kept())
         report(RELAY_HUB_HERE,
                "copied without its mode or times:", in_one_line(loss.item + ": " + loss.reason));
-    if (!remote_online_)
+    if (!remote_online_ || front_end_.broken_off())
         return translated("IDS_COPY_WENT_OFFLINE");
     if (!batch.unanswered().empty())
         return fill_translated("IDS_COPY_UNANSWERED",

@@ -6,6 +6,7 @@
 #include <cerrno>
 
 #include "base/diagnostics.h"
+#include "base/translated_text.h"
 #include "base/wait.h"
 #include "engine/wire_text.h"
 
@@ -73,7 +74,7 @@ Reply RequestThread::handle(std::string request) {
     if (const int error = worker.start("a request", [work, &stop = stop_] { work->perform(stop); }))
         return {failure_text(error_text(error))};
     if (!await_end(*work, worker) && !give_up(work, worker))
-        return {success_text()};
+        return {stop_.stopped() ? failure_text(translated("IDS_ERROR_DISCONNECT")) : success_text()};
     worker.join();
     return std::move(work->reply);
 }

@@ -25,7 +25,8 @@ class RequestThread {
         : make_handlers_(std::move(make_handlers)), front_end_(front_end), stop_(stop) {}
 
     // Called within the PeerScope of the client. What hangs is given up when the client leaves, when its user
-    // cancels a copy, or when stop is stopped; its reply then is a success, as of any copy that is cancelled.
+    // cancels a copy, or when stop is stopped; its reply then is a success, as of any copy that is cancelled,
+    // or for stop a failure.
     Reply handle(std::string request);
     // Whether something that was given up still runs, and uses what it was made with.
     [[nodiscard]] bool left_any_behind();

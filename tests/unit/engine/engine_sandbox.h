@@ -29,6 +29,7 @@ class PresetFrontEnd : public FrontEnd {
             on_question();
         return questions.size() <= answers.size() ? answers[questions.size() - 1] : OverwriteAnswer::kNone;
     }
+    bool broken_off() override { return false; }
     bool cancelled() override { return cancels_after_question && !questions.empty(); }
     void progress(const Progress& report) override { last_progress = report; }
     bool message(const std::string& text) override {
