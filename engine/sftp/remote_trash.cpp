@@ -86,8 +86,10 @@ Error move_to_home_trash(Session& session, const std::string& path, const std::s
         if (error)
             return session.explain(error, trash, text.size());
         error = session.rename_to_free(path, files + reserved);
-        if (!error)
-            return {};
+        // Where nobody waited for the answer the item may be there, and only the info file leads back from
+        // there.
+        if (!error || error.number == ECANCELED || error.number == ENOTCONN)
+            return error;
         (void)session.send_remove(info);
         if (error.number != EEXIST)
             break;

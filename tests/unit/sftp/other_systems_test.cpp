@@ -218,5 +218,23 @@ TEST(OtherSystem, KnowsItsTrashWhereTheHomeIsAllThereIs) {
     EXPECT_EQ(server.files().move_to_trash(".local/share/Trash").number, EINVAL);
 }
 
+// Also where the answer to the move into it never comes.
+TEST(OtherSystem, KeepsTheOriginOfWhatMayBeInItsTrash) {
+    OtherSystem far("/h", {"/", "/h", "/h/item"});
+    std::atomic<bool> moved = false;
+    {
+        LyingServer server([&](const Request& request) {
+            const std::string answer = far.answer(request);
+            return (moved = moved || request.type == PacketType::kRename) ? std::string() : answer;
+        });
+        learn_facts(server.session());
+        server.files().set_watch([&] { return !moved; });
+        EXPECT_EQ(server.files().move_to_trash("h/item").number, ECANCELED);
+        server.session().connection().drain(100ms);
+    }
+    EXPECT_TRUE(far.nodes_.contains("/h/.local/share/Trash/files/item"));
+    EXPECT_TRUE(far.nodes_.contains("/h/.local/share/Trash/info/item.trashinfo"));
+}
+
 }  // namespace
 }  // namespace relay_hub::engine::sftp
