@@ -202,11 +202,12 @@ TEST_F(ProgressDialog, ShowsItsTextAndNeverGoesBackWithinOneFile) {
         SetProgressInfo(info.c_str());
         SetCurrentPercentage(current);
         SetTotalPercent(total);
-        const std::string how_far = std::to_string(++step) + " items";
+        const std::string how_far = std::to_string(++step) + " of 1509 items " + sixty + " left";
         SetProcessElapseTime(how_far.c_str());
         EXPECT_TRUE(update_dialog_info(info_));
         EXPECT_EQ(text(), shown);
         EXPECT_EQ(gtk_label_get_text(GTK_LABEL(info_->second_label)), how_far) << "also while the bar stands";
+        EXPECT_FALSE(pango_layout_is_ellipsized(gtk_label_get_layout(GTK_LABEL(info_->second_label))));
         const double fraction = gtk_progress_bar_get_fraction(GTK_PROGRESS_BAR(info_->progress_bar));
         EXPECT_NEAR(fraction * 100, percent, 0.01) << info;
     }

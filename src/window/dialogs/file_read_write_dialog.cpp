@@ -6,6 +6,7 @@
 #include "base/glib_owners.h"
 #include "base/translated_text.h"
 #include "link_engine/transfer_state.h"
+#include "tree_view_op/wrapped_label.h"
 #include "window/dialogs/dialog_parts.h"
 #include "window/ui_sets.h"
 
@@ -13,6 +14,9 @@ namespace {
 
 constexpr guint kUpdateInterval = 300;
 constexpr int kRowPadding = 5;
+constexpr int kLeastWidth = 500;
+constexpr int kFiguresWidth = kLeastWidth - 4 * kRowPadding;
+constexpr int kFiguresLines = 2;  // what they take in most languages, kept free so that no button moves
 constexpr int kKindWithoutCancel = 5;
 
 constexpr dialog_info& the_dialog = relay_hub::loops.info;
@@ -63,9 +67,7 @@ int text_height(GtkWidget* label) {
 GtkWidget* add_label(GtkBox* content, const char* text) {
     GtkWidget* row = gtk_hbox_new(FALSE, 0);
     GtkWidget* label = gtk_label_new(text);
-    gtk_misc_set_alignment(GTK_MISC(label), 0, 0.5);
-    gtk_label_set_ellipsize(GTK_LABEL(label), PANGO_ELLIPSIZE_MIDDLE);
-    gtk_widget_set_size_request(label, -1, text_height(label));
+    gtk_misc_set_alignment(GTK_MISC(label), 0, 0);
     gtk_box_pack_start(GTK_BOX(row), label, TRUE, TRUE, kRowPadding);
     gtk_box_pack_start(content, row, FALSE, FALSE, kRowPadding);
     return label;
@@ -96,8 +98,13 @@ dialog_info build_dialog(GtkWidget* parent, dialog_job job) {
     gtk_window_set_resizable(GTK_WINDOW(built.dialog), FALSE);
     GtkBox* content = GTK_BOX(gtk_dialog_get_content_area(GTK_DIALOG(built.dialog)));
     built.message_label = add_label(content, relay_hub::translated("IDS_MSG_PROCESSING"));
+    gtk_label_set_ellipsize(GTK_LABEL(built.message_label), PANGO_ELLIPSIZE_MIDDLE);
+    gtk_widget_set_size_request(built.message_label, -1, text_height(built.message_label));
     built.progress_bar = add_progress_bar(content);
     built.second_label = add_label(content, "");
+    relay_hub::wrap_anywhere(GTK_LABEL(built.second_label));
+    gtk_widget_set_size_request(built.second_label, kFiguresWidth,
+                                kFiguresLines * text_height(built.second_label));
     built.cancel_button = add_cancel_button(content);
     built.job = job;
     return built;
@@ -116,7 +123,7 @@ int show_file_read_write_dialog(GtkWidget* parent, GtkWidget** dialog_out, dialo
     const bool can_cancel = task_type != TASK_DEL && task_type != kKindWithoutCancel;
     gtk_widget_set_no_show_all(gtk_widget_get_parent(the_dialog.cancel_button), !can_cancel);
     gtk_widget_show_all(gtk_dialog_get_content_area(GTK_DIALOG(the_dialog.dialog)));
-    relay_hub::set_least_size(the_dialog.dialog, 500, can_cancel ? 150 : 100);
+    relay_hub::set_least_size(the_dialog.dialog, kLeastWidth, can_cancel ? 150 : 100);
     gtk_widget_show(the_dialog.dialog);
     return 0;
 }
