@@ -297,13 +297,13 @@ TEST_F(CallingBack, AQuestionEndsWithItsReasonAndNothingHangsWithoutAFrontEnd) {
 TEST_F(CallingBack, ACopyThatEndsWithTheLinkOrTheEngineIsNoSuccess) {
     RequestHandlers handlers(remote_, local_, front_end_, remote_online_);
     const std::string line = field("T9", make_file("mine/file")) + field("TA", "C:\\");
+    const std::string items = field("NP_Copy_Is_Move", "Y") + field("T8", field("Line", line));
     for (const bool with_engine : {false, true}) {
-        remote_online_ = false;
-        EXPECT_TRUE(with_engine || front_end_.cancelled());
-        remote_online_ = true;
+        remote_online_ = with_engine;
         if (with_engine)
             stop_.stop();
-        const std::string items = field("NP_Copy_Is_Move", "Y") + field("T8", field("Line", line));
+        EXPECT_TRUE(front_end_.cancelled());
+        remote_online_ = true;
         const std::string reply = handlers.handle(test::request("Local_To_Remote", items)).text;
         EXPECT_THAT(reply, testing::HasSubstr("IDS_COPY_WENT_OFFLINE"));
         EXPECT_THAT(reply, testing::HasSubstr(field("NP_Move_Arrived", "N")));

@@ -78,14 +78,7 @@ dirent* readdir(DIR* folder) {
     return armed("readdir") && fails("readdir") ? nullptr : next(folder);
 }
 
-// On a network, which loses the answer to a call that was carried out, no flags are known either.
-int renameat2(int from_folder, const char* from, int to_folder, const char* to, unsigned flags) noexcept {
-    static const auto next = REAL(renameat2);
-    if (armed("unlinkat"))
-        return errno = EINVAL, -1;
-    return armed("renameat2") && fails("renameat2") ? -1 : next(from_folder, from, to_folder, to, flags);
-}
-
+// Carried out all the same: a network loses the answer.
 int unlinkat(int folder, const char* path, int flags) noexcept {
     static const auto next = REAL(unlinkat);
     const int result = next(folder, path, flags);
@@ -102,6 +95,8 @@ FAILING_CALL(fsync, (int fd), (fd), )
 FAILING_CALL(syncfs, (int fd), (fd), noexcept)
 FAILING_CALL(renameat, (int from_folder, const char* from, int to_folder, const char* to),
              (from_folder, from, to_folder, to), noexcept)
+FAILING_CALL(renameat2, (int from_folder, const char* from, int to_folder, const char* to, unsigned flags),
+             (from_folder, from, to_folder, to, armed("unlinkat") ? ~0U : flags), noexcept)
 FAILING_CALL(symlinkat, (const char* text, int folder, const char* path), (text, folder, path), noexcept)
 FAILING_CALL(fchmod, (int fd, mode_t mode), (fd, mode), noexcept)
 FAILING_CALL(futimens, (int fd, const timespec times[2]), (fd, times), noexcept)
