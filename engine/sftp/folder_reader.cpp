@@ -15,6 +15,15 @@ constexpr std::size_t kMostNames = 1000000;
 constexpr std::size_t kEmptyAnswer = 1000;
 constexpr std::size_t kMostNameBytes = 128UL * 1024 * 1024;
 
+// Of a folder that the user may list but not search the usual server sends no names, not even ".", and says
+// nothing of it.
+Error check_empty(Session& session, const std::string& path) {
+    Attributes attributes;
+    const Error error = session.lstat(path + "/.", attributes);
+    const bool counts = error.number == EACCES || error.number == ENOTCONN || error.number == ECANCELED;
+    return counts ? error : Error();
+}
+
 }  // namespace
 
 Error read_folder(Session& session, const std::string& path, const std::function<void(NamedEntry)>& take) {
@@ -46,7 +55,9 @@ Error read_folder(Session& session, const std::string& path, const std::function
     }
     (void)session.send_close(handle);
     session.connection().flush();
-    return error.number == ENODATA ? Error() : error;
+    if (error.number != ENODATA)
+        return error;
+    return bytes == 0 ? check_empty(session, path) : Error();
 }
 
 }  // namespace relay_hub::engine::sftp

@@ -68,6 +68,18 @@ TEST(LyingServer, NeverEndsAFolder) {
     }
 }
 
+TEST(LyingServer, TellsNoNamesOfAFolderThatItMayNotSearch) {
+    for (const StatusCode look : {StatusCode::kPermissionDenied, StatusCode::kNoSuchFile}) {
+        LyingServer server([look](const Request& request) {
+            if (request.type == PacketType::kOpendir)
+                return handle(request);
+            return status(request, request.type == PacketType::kLstat ? look : StatusCode::kEndOfFile);
+        });
+        Listing listing;
+        EXPECT_EQ(server.files().list("x", listing).number, look == StatusCode::kNoSuchFile ? 0 : EACCES);
+    }
+}
+
 TEST(LyingServer, SendsMoreDataThanWasAskedForOrNone) {
     for (const std::size_t size : {0U, 100000U}) {
         LyingServer server([size](const Request& request) {
