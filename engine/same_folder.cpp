@@ -34,14 +34,17 @@ Error make_empty_file(RemoteFileSystem& files, const std::string& path) {
 Error find_whether_same(const FolderOfTree& made, const FolderOfTree& seen, bool& same) {
     const std::string name = temporary_name();
     const std::string path = join_path(made.path, name);
-    if (Error error = make_empty_file(made.files, path); error)
-        return error;
-    Entry entry;
-    Error error = seen.files.stat(join_path(seen.path, name), entry);
+    Error error = make_empty_file(made.files, path);
+    if (!error) {
+        Entry entry;
+        const Error missing = seen.files.stat(join_path(seen.path, name), entry);
+        same = !missing;
+        error = missing.number == ENOENT ? Error() : missing;
+    }
+    // It may be there after a failure, too.
     std::string failed;
     (void)made.files.remove(path, EntryKind::kFile, failed);
-    same = !error;
-    return error.number == ENOENT ? Error() : error;
+    return error;
 }
 
 }  // namespace relay_hub::engine
