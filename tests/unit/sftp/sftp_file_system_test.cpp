@@ -270,24 +270,23 @@ TEST_F(SftpTree, ChangesNamesLinksAndFolders) {
 TEST_F(SftpTree, IsKnownAgainInAMoveOntoItself) {
     make_file("home/file", "x");
     make_file("home/tree/file", "x");
-    fs::copy(real(""), make_folder("other"), fs::copy_options::recursive);
+    fs::copy(home_, make_folder("other"), fs::copy_options::recursive);
     const auto local = FolderFileSystem::open("/", Reach::kWholeMachine, Style::kPosix);
     const auto show = [](const std::string& path) { return "/" + path; };
     const CopySide sides[] = {{files_, show}, {*local, show}};
-    for (const bool down : {false, true}) {
-        for (const std::string folder : {"home", "other"}) {
-            // Where the times are the same nobody is asked.
-            for (const std::string name : {"/file", "/tree/file"})
-                fs::last_write_time(at(folder + name), fs::last_write_time(real("file")));
-            PresetFrontEnd front_end;
-            CopyBatch batch(
-                sides[down ? 0 : 1], sides[down ? 1 : 0], [](const auto&) { return true; }, front_end);
-            const std::string from = down ? inner("") : inner_of(at(folder));
-            const std::string to = down ? inner_of(at(folder)) : inner("");
-            batch.run({{from + "/file", to}, {from + "/tree", to}}, Purpose::kMove);
-            EXPECT_EQ(batch.arrived(), std::vector<bool>(2, folder == "other")) << down << folder;
-            EXPECT_EQ(names_in(at(folder)), (test::Names{"file", "tree"}));
-        }
+    PresetFrontEnd front_end;
+    for (const auto& [down, folder] :
+         {std::pair(false, "home"), {false, "other"}, {true, "home"}, {true, "other"}}) {
+        // Where the times are the same nobody is asked.
+        for (const std::string name : {"/file", "/tree/file"})
+            fs::last_write_time(at(folder + name), fs::last_write_time(real("file")));
+        CopyBatch batch(
+            sides[down ? 0 : 1], sides[down ? 1 : 0], [](const auto&) { return true; }, front_end);
+        const std::string from = inner_of(down ? home_ : at(folder));
+        const std::string to = inner_of(down ? at(folder) : home_);
+        batch.run({{from + "/file", to}, {from + "/tree", to}}, Purpose::kMove);
+        EXPECT_EQ(batch.arrived(), std::vector<bool>(2, folder == std::string("other"))) << down << folder;
+        EXPECT_EQ(names_in(at(folder)), (test::Names{"file", "tree"}));
     }
 }
 

@@ -79,15 +79,6 @@ TEST(Text, resolves_paths_onto_the_prefix) {
     }
 }
 
-TEST(Text, joins_without_a_second_separator) {
-    for (const auto& [folder, joined] : {std::pair("C:\\", "C:\\x"),
-                                         {"C:\\Data", "C:\\Data\\x"},
-                                         {"C:\\Data\\", "C:\\Data\\x"},
-                                         {"/home", "/home/x"},
-                                         {"/", "/x"}})
-        EXPECT_EQ(join_remote_path(folder, "x"), joined);
-}
-
 TEST(Text, finds_the_paths_of_this_machine_in_uris) {
     const std::pair<const char*, const char*> cases[] = {{"file:///a%20b/", "/a b"},
                                                          {"file://localhost//", "/"},

@@ -34,24 +34,6 @@ TEST_F(Trash, an_entry_that_does_not_move_stays_and_the_rest_goes) {
     EXPECT_TRUE(answers.job_errors.empty());
 }
 
-TEST_F(Trash, a_job_right_after_another_waits_for_no_name) {
-    const std::string folder = make_folder("f");
-    Names names;
-    for (int index = 0; index < 300; ++index)
-        names.push_back(std::to_string(index));
-    std::vector<Clock::duration> took;
-    for (const std::size_t in_trash : {600U, 1200U}) {
-        for (const std::string& name : names)
-            make_file("f/" + name, "x");
-        const auto start = Clock::now();
-        EXPECT_TRUE(remove(folder, names).empty());
-        took.push_back(Clock::now() - start);
-        EXPECT_EQ(names_in(trash()).size(), in_trash);
-    }
-    // Each wait would take 10 ms.
-    EXPECT_LT(took[1], 3 * took[0] + std::chrono::milliseconds(1500));
-}
-
 TEST_F(Trash, a_move_that_half_succeeded_keeps_the_only_copy) {
     const std::string other = make_folder("other");
     if (mount("tmpfs", other.c_str(), "tmpfs", 0, "size=1m") != 0)
