@@ -2,6 +2,8 @@
 
 #include <cerrno>
 
+#include "base/diagnostics.h"
+#include "base/plain_text.h"
 #include "base/temporary_file.h"
 
 namespace relay_hub::engine {
@@ -43,7 +45,8 @@ Error find_whether_same(const FolderOfTree& made, const FolderOfTree& seen, bool
     }
     // It may be there after a failure, too.
     std::string failed;
-    (void)made.files.remove(path, EntryKind::kFile, failed);
+    if (const Error left = made.files.remove(path, EntryKind::kFile, failed); left && left.number != ENOENT)
+        report(RELAY_HUB_HERE, "left over:", in_one_line(path + ": " + error_text(left.number)));
     return error;
 }
 
