@@ -337,14 +337,20 @@ class Desktop:
         self.xdo("mousemove", *place, "click", "--repeat", repeat, "--delay", 40, button)
 
     def row(self, side, name):
-        """Where a click reaches the row, once it does: a list that is filled anew has no places yet."""
+        """Where a click reaches the row, once it does: a list that is filled anew has no places yet, and until it has
+        measured its rows all of them stand at its top."""
         def reachable():
             table, rows = self.table(side), self.rows(side)
-            cell = table.get_accessible_at(rows.index(name), 0) if name in rows else None
+            index = rows.index(name) if name in rows else 0
+            cell = table.get_accessible_at(index, 0) if name in rows else None
             if cell and not has_state(cell, STATES.SHOWING):
                 cell.grab_focus()  # scrolls to it, and selects it
-            place = cell and tuple(centre(cell))  # read once: filled anew, the list gives the cell no place
-            return place if cell and holds(table, *place) else None
+            before = box_of(table.get_accessible_at(index - 1, 0)) if cell and index else None
+            box = cell and box_of(cell)  # read once: filled anew, the list gives the cell no place
+            if not box or before and box.y < before.y + before.height:
+                return None
+            place = box.x + box.width // 2, box.y + box.height // 2
+            return place if holds(table, *place) else None
         return wait_for(reachable, what=f"row {name} in {side}")
 
     def open(self, side, name):
@@ -385,13 +391,13 @@ class Desktop:
         return list(children(find(find(self.side(side), "combo box"), "menu", showing=False)))
 
     def choose_drive(self, side, index):
-        self.click(find(self.side(side), "combo box"))
-        wait_for(lambda: has_state(self.drives(side)[index], STATES.SHOWING), what="the list of drives")
+        act_until(lambda: has_state(self.drives(side)[index], STATES.SHOWING),
+                  lambda: self.click(find(self.side(side), "combo box")), what="the list of drives")
         self.drives(side)[index].do_action(0)
 
     def type_path(self, side, text):
-        self.click(self.entry(side))
-        wait_for(lambda: has_state(self.entry(side), STATES.FOCUSED), what="the keyboard in the path entry")
+        act_until(lambda: has_state(self.entry(side), STATES.FOCUSED), lambda: self.click(self.entry(side)),
+                  what="the keyboard in the path entry")
         self.fill(self.entry(side), text)
         self.key("Return")
 
