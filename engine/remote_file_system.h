@@ -164,6 +164,8 @@ class RemoteFileSystem : NonCopyable {
     virtual std::vector<Error> commit(std::vector<std::unique_ptr<FileSink>>& sinks, bool all) = 0;
     // Returns when the names that were committed to and made in these folders are on the disk.
     virtual Error settle(const std::vector<std::string>& folders) = 0;
+    // A name for a file that is needed for a moment: sweep() removes it once it is left over.
+    [[nodiscard]] virtual std::string part_name() = 0;
     // Removes what dead runs left of their sinks in the folder.
     virtual void sweep(const std::string& folder) = 0;
 

@@ -4,7 +4,6 @@
 
 #include "base/diagnostics.h"
 #include "base/plain_text.h"
-#include "base/temporary_file.h"
 
 namespace relay_hub::engine {
 namespace {
@@ -34,14 +33,15 @@ Error make_empty_file(RemoteFileSystem& files, const std::string& path) {
 }  // namespace
 
 Error find_whether_same(const FolderOfTree& made, const FolderOfTree& seen, bool& same) {
-    const std::string name = temporary_name();
+    const std::string name = made.files.part_name();
     const std::string path = join_path(made.path, name);
     Error error = make_empty_file(made.files, path);
     if (!error) {
         Entry entry;
         const Error missing = seen.files.stat(join_path(seen.path, name), entry);
         same = !missing;
-        error = missing.number == ENOENT ? Error() : missing;
+        // What somebody else's sweep took would be missing in either folder.
+        error = missing.number == ENOENT ? made.files.stat(path, entry) : missing;
     }
     // It may be there after a failure, too.
     std::string failed;

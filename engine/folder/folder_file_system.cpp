@@ -276,6 +276,10 @@ Error FolderFileSystem::settle(const std::vector<std::string>& folders) {
     return result;
 }
 
+std::string FolderFileSystem::part_name() {
+    return temporary_name();
+}
+
 void FolderFileSystem::sweep(const std::string& folder) {
     FileDescriptor opened;
     if (tree_.open(folder, kFolderFlags, opened) == 0)

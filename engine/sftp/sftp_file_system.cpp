@@ -311,6 +311,10 @@ Error SftpFileSystem::settle(const std::vector<std::string>& folders) {
     return {};
 }
 
+std::string SftpFileSystem::part_name() {
+    return PartName().text();
+}
+
 void SftpFileSystem::sweep(const std::string& folder) {
     std::shared_ptr<Session> session;
     if (begin(session))

@@ -45,6 +45,7 @@ class SftpFileSystem : public RemoteFileSystem {
                     std::unique_ptr<FileSink>& sink) override;
     std::vector<Error> commit(std::vector<std::unique_ptr<FileSink>>& sinks, bool all) override;
     Error settle(const std::vector<std::string>& folders) override;
+    [[nodiscard]] std::string part_name() override;
     void sweep(const std::string& folder) override;
     Error make_folder(const std::string& path, mode_t mode) override;
     Error make_link(const std::string& path, const std::string& target, const Entry& entry,

@@ -56,6 +56,7 @@ class JudgingTree : public RemoteFileSystem {
         return std::vector<Error>(std::exchange(sinks, {}).size(), EIO);
     }
     Error settle(const std::vector<std::string>&) override { return {}; }
+    std::string part_name() override { return ".part"; }
     void sweep(const Path& folder) override { (void)judge(folder); }
     Error make_folder(const Path& path, mode_t) override { return refuse(path); }
     Error make_link(const Path& path, const Path&, const Entry&, bool) override { return refuse(path); }

@@ -9,6 +9,7 @@
 
 #include "base/diagnostics.h"
 #include "engine/pending_writes.h"
+#include "engine/same_folder.h"
 #include "engine_sandbox.h"
 
 namespace relay_hub::engine {
@@ -158,6 +159,24 @@ TEST_F(FolderFiles, AFolderKeptOpenIsForgottenAfterwards) {
     EXPECT_EQ(remote_->stat("folder/file", entry), 0);
     remote_->keep_folder_open(false);
     EXPECT_EQ(remote_->stat("folder/file", entry), ENOENT);
+}
+
+// As while another program sweeps the folder.
+class SweptFolder : public FolderFileSystem {
+  public:
+    using FolderFileSystem::FolderFileSystem;
+    Error stat(const std::string& path, Entry& entry) override {
+        sweep(parent_path(path));
+        return FolderFileSystem::stat(path, entry);
+    }
+};
+
+TEST_F(FolderFiles, AreNotTakenForOthersBecauseOfASweep) {
+    SweptFolder seen(TreeRoot(FileDescriptor(::open("/", O_PATH | O_CLOEXEC)), Reach::kWholeMachine),
+                     Style::kPosix);
+    bool same = false;
+    EXPECT_EQ(find_whether_same({*local_, mine_.substr(1)}, {seen, mine_.substr(1)}, same).number, ENOENT);
+    EXPECT_EQ(names_in(mine_), test::Names{});
 }
 
 }  // namespace

@@ -153,7 +153,7 @@ TEST_F(SftpTree, SweepsWhatWasLeftSinceTheLastSweep) {
         files_.sweep(inner(""));
         session_->connection().drain(std::chrono::seconds(5));
         EXPECT_EQ(test::names_in(home_).size(), 0U) << round;
-        test::put(real(PartName().text()), "left over");
+        test::put(real(files_.part_name()), "left over");
     }
 }
 
