@@ -43,19 +43,16 @@ class Move(DesktopTest):
         self.go(place)
         self.desktop.take(place.side, names, lambda: self.desktop.key("ctrl+x"))
 
-    def paste(self, place, once=False):
-        """Again when nothing comes of it: a folder that was shown before may still be read anew, and keys do nothing
-        meanwhile."""
+    def paste(self, place, begun="clean tree view"):
+        """Again when nothing comes of it, which is a dialog or that line of output: a folder that was shown before may
+        still be read anew, and keys do nothing meanwhile."""
         d = self.desktop
         self.go(place)
         d.take_keyboard()
         act_until(lambda: d.has_focus(place.side), d.table(place.side).grab_focus, 1, what="the keyboard in the list")
-        if once:
-            d.key("ctrl+v")
-            return
-        before = d.output().count("clean tree view")
-        act_until(lambda: d.dialog() or d.output().count("clean tree view") > before, lambda: d.key("ctrl+v"),
-                  2 * SLOW, what="the paste")
+        before = d.output().count(begun)
+        act_until(lambda: d.output().count(begun) > before or d.dialog(), lambda: d.key("ctrl+v"), 2 * SLOW,
+                  what="the paste")
 
     def wait_empty(self, folder):
         wait_for(lambda: not os.listdir(folder), what="the source to be empty")
@@ -156,7 +153,7 @@ class Move(DesktopTest):
                 for name, content in contents.items():
                     write(os.path.join(source.disk, "set", name), content)
                 self.cut(source, "set")
-                self.paste(target, once=True)
+                self.paste(target, "show dialog!")
                 time.sleep(limit * number / 24)
                 if kind == "change":
                     with contextlib.suppress(FileNotFoundError):  # gone already
