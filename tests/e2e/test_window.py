@@ -166,6 +166,26 @@ class Window(DesktopTest):
         d.key("ctrl+q")
         self.assertEqual(d.window.wait(LIMIT), 0)
 
+    def test_the_keyboard_lost_with_a_dialog_comes_back(self):
+        """As where a window manager gives it to a dialog that closes meanwhile: no window of any program has it."""
+        d = self.desktop
+        d.start("--style", "posix")
+        manager = subprocess.check_output(["xprop", "-root", "_NET_SUPPORTING_WM_CHECK"], text=True).split()[-1]
+        nobody = ["xprop", "-root", "-format", "_NET_ACTIVE_WINDOW", "32x", "-set", "_NET_ACTIVE_WINDOW", "0x7fffffff"]
+        frame, seen = d.frame(), []
+
+        def lose():
+            d.enter(REMOTE, "/")
+            d.wait_quiet()
+            d.xdo("windowfocus", manager)
+            subprocess.run(nobody, check=True)
+            seen[:] = [has_state(frame, STATES.ACTIVE)]
+
+        def returned():
+            seen.append(has_state(frame, STATES.ACTIVE))
+            return seen[-1] and False in seen
+        act_until(returned, lose, 1, what="the keyboard to be lost and to come back")
+
     def turn_away(self):
         """Another window is in front; returns after so long that the end of what goes on is told of."""
         began = time.monotonic()

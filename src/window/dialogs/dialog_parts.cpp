@@ -9,6 +9,7 @@
 #include "base/shown_text.h"
 #include "tree_view_op/wrapped_label.h"
 #include "window/closing.h"
+#include "window/dialogs/lost_keyboard.h"
 #include "window/ui_sets.h"
 
 namespace relay_hub {
@@ -110,6 +111,7 @@ GtkWidget* new_modal_dialog(GtkWidget* parent, const char* title) {
     gtk_window_set_position(GTK_WINDOW(dialog), GTK_WIN_POS_CENTER_ON_PARENT);
     gtk_window_set_modal(GTK_WINDOW(dialog), TRUE);
     gtk_window_set_destroy_with_parent(GTK_WINDOW(dialog), TRUE);
+    ask_for_keyboard_lost_with(dialog);
     return dialog;
 }
 
