@@ -345,12 +345,10 @@ class Desktop:
             cell = table.get_accessible_at(index, 0) if name in rows else None
             if cell and not has_state(cell, STATES.SHOWING):
                 cell.grab_focus()  # scrolls to it, and selects it
+            place = cell and tuple(centre(cell))  # read once: filled anew, the list gives the cell no place
             before = box_of(table.get_accessible_at(index - 1, 0)) if cell and index else None
-            box = cell and box_of(cell)  # read once: filled anew, the list gives the cell no place
-            if not box or before and box.y < before.y + before.height:
-                return None
-            place = box.x + box.width // 2, box.y + box.height // 2
-            return place if holds(table, *place) else None
+            is_measured = cell and (not before or place[1] >= before.y + before.height)
+            return place if is_measured and holds(table, *place) else None
         return wait_for(reachable, what=f"row {name} in {side}")
 
     def open(self, side, name):

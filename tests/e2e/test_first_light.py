@@ -1,10 +1,9 @@
 """Both panes browse, for real."""
 import os
 import subprocess
-import time
 import unittest
 
-from common import LIMIT, SLOW, wait_for, write
+from common import LIMIT, wait_for, write
 from desktop import ENGINE, LOCAL, REMOTE, DesktopTest, labels
 
 
@@ -15,14 +14,12 @@ class Panes(DesktopTest):
             os.makedirs(os.path.join(d.remote, name))
         write(os.path.join(d.remote, "Documents/Letters/note.txt"))
         os.makedirs(os.path.join(d.home, "mine/deeper"))
-        started = time.monotonic()
         d.start_engine()
         d.start_window()
         self.assertEqual((d.folder(LOCAL), d.rows(LOCAL)), (d.home, ["..", "mine"]))
         d.wait_remote()
         names = [entry.get_name() for entry in d.drives(REMOTE)]
         self.assertFalse([name for name in names if not name or name.startswith("gtk-")], "drives as they are spoken")
-        self.assertLess(time.monotonic() - started, 15 * SLOW)
 
         steps = [(REMOTE, lambda: d.choose_drive(REMOTE, 1), ["..", "Letters"]),
                  (REMOTE, lambda: d.open(REMOTE, "Letters"), ["..", "note.txt"]),

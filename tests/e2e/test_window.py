@@ -171,18 +171,17 @@ class Window(DesktopTest):
         d = self.desktop
         d.start("--style", "posix")
         manager = subprocess.check_output(["xprop", "-root", "_NET_SUPPORTING_WM_CHECK"], text=True).split()[-1]
-        nobody = ["xprop", "-root", "-format", "_NET_ACTIVE_WINDOW", "32x", "-set", "_NET_ACTIVE_WINDOW", "0x7fffffff"]
-        frame, seen = d.frame(), []
+        active, seen = "_NET_ACTIVE_WINDOW", []
 
         def lose():
             d.enter(REMOTE, "/")
             d.wait_quiet()
             d.xdo("windowfocus", manager)
-            subprocess.run(nobody, check=True)
-            seen[:] = [has_state(frame, STATES.ACTIVE)]
+            subprocess.run(["xprop", "-root", "-format", active, "32x", "-set", active, "0x7fffffff"], check=True)
+            seen[:] = [has_state(d.frame(), STATES.ACTIVE)]
 
         def returned():
-            seen.append(has_state(frame, STATES.ACTIVE))
+            seen.append(has_state(d.frame(), STATES.ACTIVE))
             return seen[-1] and False in seen
         act_until(returned, lose, 1, what="the keyboard to be lost and to come back")
 
