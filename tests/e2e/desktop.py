@@ -310,11 +310,11 @@ class Desktop:
     def fill(self, entry, text):
         """Types into an entry that has the keyboard."""
         def typed():
-            self.key("ctrl+a", "Delete")
             if text.isascii():
+                self.key("ctrl+a", "Delete")
                 self.xdo("type", "--delay", "5", text)
             else:  # a key made up for another letter may be gone before a slow window reads it
-                entry.set_text_contents(text)
+                entry.set_text_contents(text)  # in place of all; keys pressed before might come after it
         act_until(lambda: text_of(entry) == text, typed, what=f"{text} in the entry")
 
     def ask(self, title, *keys):
