@@ -28,8 +28,12 @@ bool dead_window_is_active() {
     return named != 0 && (window == nullptr || gdk_window_is_destroyed(window.get()));
 }
 
+bool is_lost() {
+    return !window_is_closing() && dead_window_is_active();
+}
+
 gboolean ask_if_lost(gpointer) {
-    if (window_is_closing() || !dead_window_is_active())
+    if (!is_lost())
         return G_SOURCE_REMOVE;
     GtkWidget* grabbing = gtk_grab_get_current();
     GtkWidget* window = grabbing != nullptr ? gtk_widget_get_toplevel(grabbing) : get_UI_sets()->main_window;
@@ -40,8 +44,15 @@ gboolean ask_if_lost(gpointer) {
     return G_SOURCE_REMOVE;
 }
 
+// One that is late is given time: it may be about to give the keyboard to another program.
+gboolean look_again_if_lost(gpointer) {
+    if (is_lost())
+        gdk_threads_add_timeout(kUntilSettled, ask_if_lost, nullptr);
+    return G_SOURCE_REMOVE;
+}
+
 void look_soon(GtkWidget*, gpointer) {
-    gdk_threads_add_timeout(kUntilSettled, ask_if_lost, nullptr);
+    gdk_threads_add_timeout(kUntilSettled, look_again_if_lost, nullptr);
 }
 
 }  // namespace
