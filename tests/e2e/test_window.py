@@ -183,7 +183,7 @@ class Window(DesktopTest):
         def returned():
             seen.append(has_state(d.frame(), STATES.ACTIVE))
             return seen[-1] and False in seen
-        act_until(returned, lose, 1, what="the keyboard to be lost and to come back")
+        act_until(returned, lose, 3, what="the keyboard to be lost and to come back")
 
     def turn_away(self):
         """Another window is in front; returns after so long that the end of what goes on is told of."""
