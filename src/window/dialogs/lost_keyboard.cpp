@@ -21,7 +21,7 @@ bool dead_window_is_active() {
         return false;
     const std::unique_ptr<guchar, FreedBy<g_free>> owner(data);
     gulong named = 0;
-    if (size == sizeof named)
+    if (size >= static_cast<gint>(sizeof named))
         std::memcpy(&named, data, sizeof named);
     const GObjectPtr<GdkWindow> window(
         named != 0 ? gdk_window_foreign_new(static_cast<GdkNativeWindow>(named)) : nullptr);
